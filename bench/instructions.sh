@@ -1,0 +1,20 @@
+#!/bin/sh
+# Instructions of Glint_Tri_XYZ_RGBF per triangle and per word, counted by callgrind.
+# usage: instructions.sh path/to/bench_triangles [triangles]
+set -eu
+program=$1
+count=${2:-20000}
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+result=$(valgrind --tool=callgrind --callgrind-out-file="$scratch/out" \
+    --toggle-collect='Glint_Tri_XYZ_RGBF*' --collect-atstart=no \
+    "$program" --count "$count" 2>"$scratch/log") || { cat "$scratch/log" >&2; exit 1; }
+set -- $result
+triangles=$2
+words=$4
+total=$(sed -n 's/^summary: //p' "$scratch/out")
+awk -v i="$total" -v t="$triangles" -v w="$words" 'BEGIN {
+    printf "%d instructions, %d triangles, %d words\n", i, t, w
+    printf "%.1f instructions a triangle, %.2f a word\n", i / t, i / w
+}'

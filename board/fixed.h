@@ -1,0 +1,24 @@
+#pragma once
+// Accumulators of the pipeline: 64-bit fixed point that wraps instead of overflowing, so that
+// absurd slopes give absurd pixels and nothing worse.
+#include <cstdint>
+
+namespace board {
+
+constexpr int64_t WrapAdd(int64_t a, int64_t b) {
+    return static_cast<int64_t>(static_cast<uint64_t>(a) + static_cast<uint64_t>(b));
+}
+
+constexpr int64_t WrapMultiply(int64_t a, int64_t b) {
+    return static_cast<int64_t>(static_cast<uint64_t>(a) * static_cast<uint64_t>(b));
+}
+
+// Signed value of a register word.
+constexpr int64_t Signed(uint32_t word) {
+    return static_cast<int32_t>(word);
+}
+
+// 1.0 in the 16.16 format of coordinates.
+inline constexpr int64_t kOnePixel = 0x10000;
+
+} // namespace board

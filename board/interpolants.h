@@ -1,0 +1,41 @@
+#pragma once
+// The values that vary over a primitive: colour channels, fog factor, depth.
+#include <array>
+#include <cstdint>
+
+#include "board/fixed.h"
+#include "board/registers.h"
+
+namespace board {
+
+// One interpolated quantity: its value on the dominant edge of the present row, its step per pixel
+// away from that edge (whichever way that is), and its step per row along the edge.
+struct Interpolant {
+    int64_t value;
+    int64_t dx;
+    int64_t dyDom;
+
+    // Value `distance` pixels from the dominant edge (16.16, 0 to 1.0) and `pixels` more.
+    int64_t At(int64_t distance, int64_t pixels) const {
+        const int64_t fraction = WrapMultiply(dx, distance) >> 16;
+        return WrapAdd(WrapAdd(value, fraction), WrapMultiply(dx, pixels));
+    }
+};
+
+// Fraction bits: colours 15, fog 22, depth 16.
+struct Interpolants {
+    enum Channel { Red, Green, Blue, Alpha, Fog, Depth, kCount };
+    std::array<Interpolant, kCount> channels;
+
+    // Takes start values and steps from the registers.
+    void Load(const RegisterFile& registers);
+    // One row along the dominant edge.
+    void StepRow();
+};
+
+inline constexpr uint32_t kColourFractionBits = 15;
+// Colours are rounded to whole channels on their way out of the interpolators.
+inline constexpr int64_t kHalfColour = 1 << (kColourFractionBits - 1);
+inline constexpr uint32_t kDepthFractionBits = 16;
+
+} // namespace board

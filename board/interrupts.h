@@ -1,0 +1,43 @@
+#pragma once
+// Interrupt flags, their enables, and the line to the processor.
+#include <cstdint>
+
+namespace board {
+
+// Bits of IntFlags and IntEnable.
+inline constexpr uint32_t kDmaInterrupt = 0x01;
+inline constexpr uint32_t kErrorInterrupt = 0x08;
+inline constexpr uint32_t kRetraceInterrupt = 0x10;
+
+// Bits of ErrorFlags.
+inline constexpr uint32_t kInputFifoError = 0x1;  // a write was lost
+inline constexpr uint32_t kOutputFifoError = 0x2; // read while empty
+
+// Events are edges: each one that is enabled when it happens asks for one call of the handler,
+// whether or not its flag still stands. Enabling an interrupt later calls nobody.
+class InterruptLine {
+  public:
+    uint32_t Flags() const { return flags_; }
+    void ClearFlags(uint32_t bits) { flags_ &= ~bits; }
+    uint32_t Enable() const { return enable_; }
+    void SetEnable(uint32_t bits) { enable_ = bits; }
+    // Ticks from an event to the call.
+    void SetLatency(uint32_t ticks) { latency_ = ticks; }
+
+    // An event of the kind `flag` happens.
+    void Raise(uint32_t flag);
+    void Tick();
+    bool Pending() const { return pending_; }
+    bool Due() const { return pending_ && ticksLeft_ == 0; }
+    // The call that was due is being made.
+    void Taken() { pending_ = false; }
+
+  private:
+    uint32_t flags_ = 0;
+    uint32_t enable_ = 0;
+    uint32_t latency_ = 0;
+    uint32_t ticksLeft_ = 0;
+    bool pending_ = false;
+};
+
+} // namespace board

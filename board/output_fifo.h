@@ -1,0 +1,24 @@
+#pragma once
+// The output FIFO: words for the processor to read back. It has no limit of its own.
+#include <cstdint>
+#include <deque>
+
+namespace board {
+
+class OutputFifo {
+  public:
+    bool Empty() const { return words_.empty(); }
+    uint32_t Count() const { return static_cast<uint32_t>(words_.size()); }
+    void Push(uint32_t word) { words_.push_back(word); }
+    // The oldest word. Must not be empty.
+    uint32_t Pop() {
+        const uint32_t word = words_.front();
+        words_.pop_front();
+        return word;
+    }
+
+  private:
+    std::deque<uint32_t> words_;
+};
+
+} // namespace board

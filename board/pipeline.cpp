@@ -1,0 +1,154 @@
+#include "board/pipeline.h"
+
+#include <algorithm>
+
+#include "board/block_fill.h"
+#include "board/fog.h"
+#include "board/logic_op.h"
+
+namespace board {
+
+namespace {
+
+constexpr Colour kUnreadPixel{0, 0, 0, 255};
+
+// Interpolated values at one pixel, and their steps to the next.
+struct FragmentWalk {
+    int64_t value[Interpolants::kCount];
+    int64_t step[Interpolants::kCount];
+
+    FragmentWalk(const Interpolants& row, const Span& span, bool subPixel) {
+        for (int i = 0; i < Interpolants::kCount; ++i) {
+            value[i] = row.channels[i].At(subPixel ? span.lead : 0, span.skipped);
+            step[i] = row.channels[i].dx;
+        }
+    }
+    void Step(int channel) { value[channel] = WrapAdd(value[channel], step[channel]); }
+    int32_t ColourChannel(int channel) const {
+        return static_cast<int32_t>(
+            std::clamp<int64_t>((value[channel] + kHalfColour) >> kColourFractionBits, 0, 255));
+    }
+};
+
+Colour FragmentColour(const PipelineState& state, const FragmentWalk& walk) {
+    Colour colour = state.flatColour;
+    if (state.gouraud) {
+        colour = {walk.ColourChannel(Interpolants::Red), walk.ColourChannel(Interpolants::Green),
+                  walk.ColourChannel(Interpolants::Blue), walk.ColourChannel(Interpolants::Alpha)};
+    }
+    if (state.fogged) {
+        colour = ApplyFog(colour, state.fogColour, walk.value[Interpolants::Fog]);
+    }
+    return colour;
+}
+
+// Writes a fragment that has passed all tests to the pixel at `place`.
+template <int Bytes>
+void WritePixel(const PipelineState& state, Colour colour, int64_t x, int64_t y, uint8_t* place) {
+    const uint32_t under = LoadElement<Bytes>(place);
+    if (state.blended) {
+        const Colour dest =
+            state.readsPixels ? ExpandPixel(state.blendFormat, under) : kUnreadPixel;
+        colour = Blend(colour, dest, state.sourceFactor, state.destFactor);
+    }
+    uint32_t pixel = WordOfColour(colour);
+    if (state.constantWrite) {
+        pixel = state.writeData;
+    } else if (state.dithered) {
+        pixel = EncodeDithered(state.writeFormat, colour, static_cast<uint32_t>(x),
+                               static_cast<uint32_t>(y));
+    } else if (state.formatted) {
+        pixel = EncodePixel(state.writeFormat, colour);
+    }
+    if (state.logical) {
+        pixel = LogicOp(state.logicOp, pixel, state.readsPixels ? under : 0);
+    }
+    const uint32_t mask = WordLane<Bytes>(state.writeMask, state.pixels.Index(x, y));
+    StoreElement<Bytes>(place, (under & ~mask) | (pixel & mask));
+}
+
+template <int Bytes>
+void DrawPixels(const PipelineState& state, const Span& span, const Interpolants& row,
+                PickUnit& pick) {
+    const int direction = span.leftward ? -1 : 1;
+    FragmentWalk walk(row, span, state.subPixel);
+    int64_t x = span.First();
+    int64_t place = state.pixels.Index(x, span.y) * Bytes;
+    const int64_t depthBytes = state.depth.plane.bytesPerElement;
+    int64_t depthPlace = state.depth.plane.Index(x, span.y) * depthBytes;
+
+    const auto draw = [&] {
+        if (state.stippled && !state.stipple.Draws(x, span.y)) {
+            return;
+        }
+        const Colour colour = FragmentColour(state, walk);
+        if (state.alphaTested && !Passes(state.alphaCompare, static_cast<uint32_t>(colour.alpha),
+                                         state.alphaReference)) {
+            return;
+        }
+        if (state.depth.enabled && !state.depth.Test(walk.value[Interpolants::Depth], depthPlace)) {
+            return;
+        }
+        if (pick.Enabled()) {
+            pick.Note(x, span.y);
+        }
+        if (state.drawsPixels) {
+            WritePixel<Bytes>(state, colour, x, span.y, state.pixels.memory + place);
+        }
+    };
+    for (int64_t left = span.right - span.left; left != 0; --left) {
+        draw();
+        x += direction;
+        place += direction * Bytes;
+        depthPlace += direction * depthBytes;
+        if (state.gouraud) {
+            walk.Step(Interpolants::Red);
+            walk.Step(Interpolants::Green);
+            walk.Step(Interpolants::Blue);
+            walk.Step(Interpolants::Alpha);
+        }
+        walk.Step(Interpolants::Fog);
+        walk.Step(Interpolants::Depth);
+    }
+}
+
+} // namespace
+
+void DrawSpan(const PipelineState& state, const Span& whole, const Interpolants& row,
+              PickUnit& pick, Faults& faults) {
+    Span span = whole;
+    if (span.Empty() || span.y < state.clip.top || span.y >= state.clip.bottom) {
+        return;
+    }
+    span.Clip(state.clip.left, state.clip.right);
+    if (span.Empty()) {
+        return;
+    }
+    if (state.drawsPixels) {
+        faults.badMemoryAccesses += state.pixels.ClipToMemory(span);
+    }
+    if (!span.Empty() && state.depth.Touches()) {
+        faults.badMemoryAccesses += state.depth.plane.ClipToMemory(span);
+    }
+    if (span.Empty()) {
+        return;
+    }
+    if (state.blockFill) {
+        if (state.drawsPixels) {
+            FillSpan(state, span);
+        }
+        return;
+    }
+    switch (state.pixels.bytesPerElement) {
+    case 1:
+        return DrawPixels<1>(state, span, row, pick);
+    case 2:
+        return DrawPixels<2>(state, span, row, pick);
+    case 3:
+        return DrawPixels<3>(state, span, row, pick);
+    default:
+        return DrawPixels<4>(state, span, row, pick);
+    }
+}
+
+} // namespace board

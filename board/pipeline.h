@@ -1,0 +1,73 @@
+#pragma once
+// The pixel pipeline: everything between a span of pixels and the memories. The mode words are
+// decoded once per primitive.
+#include <cstdint>
+#include <vector>
+
+#include "board/blend.h"
+#include "board/board.h"
+#include "board/depth.h"
+#include "board/format.h"
+#include "board/interpolants.h"
+#include "board/memory.h"
+#include "board/registers.h"
+#include "board/scissor.h"
+#include "board/statistics.h"
+#include "board/stipple.h"
+
+namespace board {
+
+// The state of one primitive.
+struct PipelineState {
+    ClipRectangle clip;
+    Plane pixels;
+    bool drawsPixels; // colour reaches the frame buffer
+    bool readsPixels; // the pixel under a fragment is known
+    bool blockFill;
+    bool subPixel; // interpolants start at the pixel's centre instead of the edge
+
+    bool stippled;
+    AreaStipple stipple;
+
+    bool gouraud;
+    Colour flatColour;
+    bool fogged;
+    Colour fogColour;
+    bool alphaTested;
+    Compare alphaCompare;
+    uint32_t alphaReference;
+    DepthUnit depth;
+    bool blended;
+    SourceFactor sourceFactor;
+    DestFactor destFactor;
+    PixelFormat blendFormat;
+    bool formatted; // else the colour word is written as it is
+    bool dithered;
+    PixelFormat writeFormat;
+    bool constantWrite; // every pixel is writeData
+    uint32_t writeData;
+    bool logical;
+    uint32_t logicOp;
+
+    uint32_t hardwareMask; // memory words: set bits are written
+    uint32_t writeMask;    // hardware and software mask together
+    uint32_t blockColour;  // memory word
+};
+
+// Bytes per pixel of the target, by the register that this chip keeps it in.
+uint32_t BytesPerPixel(Chip chip, const RegisterFile& registers);
+
+// Decodes the mode words for a primitive drawn with the Render word in `registers`. Settings that
+// the board cannot honour are counted in `faults`.
+PipelineState DecodePipeline(Chip chip, const RegisterFile& registers, Memories& memories,
+                             Faults& faults);
+
+// Draws the pixels of a span, `row` being the interpolants on its dominant edge.
+void DrawSpan(const PipelineState& state, const Span& span, const Interpolants& row, PickUnit& pick,
+              Faults& faults);
+
+constexpr bool IsPermedia(Chip chip) {
+    return chip == Chip::Permedia || chip == Chip::Permedia2;
+}
+
+} // namespace board

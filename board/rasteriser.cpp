@@ -1,0 +1,42 @@
+#include "board/rasteriser.h"
+
+namespace board {
+
+namespace {
+
+// First pixel whose centre is at or to the right of `x` (16.16).
+int64_t FirstCentre(int64_t x) {
+    return (x + kOnePixel / 2 - 1) >> 16;
+}
+
+} // namespace
+
+Span CoveredSpan(int64_t y, int64_t dominantX, int64_t subordinateX) {
+    Span span{};
+    span.y = y;
+    span.leftward = dominantX > subordinateX;
+    span.left = FirstCentre(span.leftward ? subordinateX : dominantX);
+    span.right = FirstCentre(span.leftward ? dominantX : subordinateX);
+    const int64_t centre = span.First() * kOnePixel + kOnePixel / 2;
+    span.lead = span.leftward ? dominantX - centre : centre - dominantX;
+    return span;
+}
+
+void Rasteriser::Begin(const RegisterFile& registers) {
+    NewDominant(registers);
+    NewSubordinate(registers);
+    y_ = Signed(registers[tag::StartY]);
+    yStep_ = Signed(registers[tag::dY]);
+}
+
+void Rasteriser::NewSubordinate(const RegisterFile& registers) {
+    subordinateX_ = Signed(registers[tag::StartXSub]);
+    subordinateStep_ = Signed(registers[tag::dXSub]);
+}
+
+void Rasteriser::NewDominant(const RegisterFile& registers) {
+    dominantX_ = Signed(registers[tag::StartXDom]);
+    dominantStep_ = Signed(registers[tag::dXDom]);
+}
+
+} // namespace board

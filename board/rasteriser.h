@@ -1,0 +1,44 @@
+#pragma once
+// Trapezoids: rows of pixels between a dominant and a subordinate edge.
+#include <cstdint>
+
+#include "board/registers.h"
+#include "board/span.h"
+
+namespace board {
+
+// The span of row `y` between the edges' X (16.16). A pixel is covered when its centre lies on or
+// to the right of the left edge and to the left of the right one, so that neighbours which share
+// an edge neither overlap nor leave a gap, whichever way they are walked.
+Span CoveredSpan(int64_t y, int64_t dominantX, int64_t subordinateX);
+
+class Rasteriser {
+  public:
+    // Takes all edge registers: the start of a primitive.
+    void Begin(const RegisterFile& registers);
+    // Takes a new edge from its registers and keeps the other one.
+    void NewSubordinate(const RegisterFile& registers);
+    void NewDominant(const RegisterFile& registers);
+
+    // Calls row(span) for each of `rows` rows, empty ones too, and steps down the edges.
+    template <typename Row>
+    void Walk(uint32_t rows, Row&& row) {
+        for (; rows != 0; --rows) {
+            row(CoveredSpan(y_ >> 16, dominantX_, subordinateX_));
+            dominantX_ += dominantStep_;
+            subordinateX_ += subordinateStep_;
+            y_ += yStep_;
+        }
+    }
+
+  private:
+    // All 16.16.
+    int64_t dominantX_ = 0, dominantStep_ = 0;
+    int64_t subordinateX_ = 0, subordinateStep_ = 0;
+    int64_t y_ = 0, yStep_ = 0;
+};
+
+// Row counts are 16 bits wide.
+inline constexpr uint32_t kRowCountMask = 0xFFFF;
+
+} // namespace board

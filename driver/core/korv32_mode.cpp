@@ -1,0 +1,166 @@
+// The work of a mode change: everything on the chip that depends on the display mode.
+#include "driver/blit/pmdirecx.h"
+#include "driver/core/dma.h"
+#include "driver/core/glintutl.h"
+#include "driver/core/korv32.h"
+#include "driver/heap/surface.h"
+#include "driver/services/context.h"
+
+namespace {
+
+// Bits of FBModeSel that choose the depth.
+constexpr uint32_t kDepthSelect8 = 4;
+constexpr uint32_t kDepthSelect16 = 2;
+constexpr uint32_t kDepthSelectMask = 6;
+
+constexpr uint32_t kFastFill = field::Render_FastFill.Mask();
+constexpr uint32_t kTXCopyBits = 0x40008;
+
+// AlphaBlendMode of TX and MX by pixel size code.
+constexpr uint32_t kTXAlphaWord[3] = {0x32E02, 0x32102, 0x32002};
+
+// The frame buffer's fast-fill block in pixels on SX, from FBModeSel; 0 for none.
+uint32_t FastFillSize(const DriverData* driver, uint32_t modeSelect) {
+    if (driver->PixelSize != PixelSize32) {
+        return 8;
+    }
+    const uint32_t width = (modeSelect >> 10) & 3;
+    if (width != 1 && width != 2) {
+        return 0;
+    }
+    return 2u << ((modeSelect & 1) + width + ((modeSelect >> 8) & 3));
+}
+
+// The Render words are only ever or-ed here: bits of an earlier mode stay.
+void SetRenderWords(DriverData* driver, StreamWriter<DriverData>& out, uint32_t modeSelect) {
+    const ChipInfo* chip = driver->ChipInfo;
+    if (chip->DeviceId == DeviceSX) {
+        const uint32_t size = FastFillSize(driver, modeSelect);
+        if (chip->Revision != 0x10000 && size != 0) {
+            driver->RenderSolid |= (size & ~7u) | kFastFill;
+            driver->FBWriteMode |= (size >> 3) & 0x1FFFFFFE;
+        }
+    } else if (chip->DeviceId == DeviceTX || chip->DeviceId == DeviceMX) {
+        out.Wait(2);
+        if (driver->PixelSize < 3) {
+            out.Tag(tag::AlphaBlendMode, kTXAlphaWord[driver->PixelSize]);
+        }
+        driver->RenderSolid |= kFastFill;
+        driver->RenderCopy |= kTXCopyBits;
+    } else if (chip->Family == FamilyPermedia) {
+        driver->RenderSolid |= kFastFill;
+        driver->RenderClear |= kFastFill;
+    }
+}
+
+// A product code at half (k = 1) or a quarter (k = 2) of the pixel size.
+uint32_t Reduced(uint32_t code, uint32_t k) {
+    return code <= k ? 0 : code - k;
+}
+
+// The screen stride as each depth sees it. Rows of depths below the mode's keep what they had.
+void FillDepthTable(DriverData* driver, uint32_t modeSelect) {
+    uint32_t p0, p1, p2, p3;
+    DeterminePPCode(driver, driver->ScreenWidth, &p0, &p1, &p2, &p3);
+    const auto word = [&](uint32_t k) {
+        return PartialProductCode(Reduced(p0, k), Reduced(p1, k), Reduced(p2, k));
+    };
+    DepthRow* row = driver->DepthTable;
+    switch (driver->PixelSize) {
+    case PixelSize8:
+        row[2].word = word(2);
+        row[0].select = modeSelect | kDepthSelect8;
+        row[1].word = word(1);
+        row[1].select = modeSelect | kDepthSelect16;
+        row[0].word = word(0);
+        row[2].select = modeSelect;
+        break;
+    case PixelSize16:
+        row[2].word = word(1);
+        row[1].select = modeSelect | kDepthSelect16;
+        row[1].word = word(0);
+        row[2].select = modeSelect;
+        break;
+    case PixelSize32:
+        row[2].word = word(0);
+        row[2].select = modeSelect;
+        break;
+    case PixelSize24:
+        driver->DepthWord24 = word(0);
+        row[2].select = modeSelect;
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace
+
+void ChangeDDHAL32Mode(DriverData* driver) {
+    ChipInfo* chip = driver->ChipInfo;
+    StreamWriter<DriverData> out(driver);
+    out.Reserve(400);
+    SetFlag(chip, CursorExclude);
+    if (chip->CurrentContext != kContext2D) {
+        ChangeContext(driver, chip, kContext2D);
+    }
+    // The 16-bit side rebuilt the heap in its own terms: the flat ring is a ring of one again.
+    NodeGroup& first = driver->Heap.FirstGroup;
+    first.Next = &first;
+    first.Prev = &first;
+    first.Linear = &first;
+
+    driver->ModeKey = ((driver->ScreenHeight << 15 | driver->ScreenWidth) << 2) | driver->PixelSize;
+    driver->FlipLimitOn = 0;
+    SetupFnTable(driver);
+
+    uint32_t modeSelect = 0;
+    if (chip->Family == FamilyPermedia) {
+        driver->LocalBufferShift = 1;
+    } else {
+        modeSelect = ReadChip(driver->Registers, reg::FBModeSel) & ~kDepthSelectMask;
+        driver->LocalBufferShift = 2;
+    }
+    SetRenderWords(driver, out, modeSelect);
+    FillDepthTable(driver, modeSelect);
+    driver->FBDepth = driver->PixelSize;
+    driver->PartialProducts = DepthWord(driver, driver->PixelSize);
+
+    const uint32_t screenSize = driver->ScissorHeight << 16 | driver->ScissorWidth;
+    out.Wait(12);
+    out.Tag(tag::LBReadMode, driver->PartialProducts);
+    out.Tag(tag::FBReadMode, driver->PartialProducts);
+    out.Tag(tag::FBWriteMode, driver->FBWriteMode);
+    out.Tag(tag::FBPixelOffset, 0);
+    out.Tag(tag::FBHardwareWriteMask, 0xFFFFFFFF);
+    out.Tag(tag::FBSoftwareWriteMask, 0xFFFFFFFF);
+    out.Tag(tag::ScissorMinXY, 0);
+    out.Tag(tag::ScissorMaxXY, screenSize);
+    out.Tag(tag::ScreenSize, screenSize);
+    out.Tag(tag::WindowOrigin, 0);
+    out.Tag(tag::dXDom, 0);
+    out.Tag(tag::dXSub, 0);
+
+    out.Wait(16);
+    if (chip->Family == FamilyPermedia) {
+        const uint32_t texels = driver->PixelDepthBits == 8 ? 0xE : driver->PixelsPerWordMask;
+        out.Tag(tag::TextureReadMode, 0x17601);
+        out.Tag(tag::TextureMapFormat, (driver->PixelSize << 19) + driver->PartialProducts);
+        out.Tag(tag::TextureDataFormat, field::TextureDataFormat_ColorOrder.Mask() + texels);
+        out.Tag(tag::LBWriteFormat, 0);
+        out.Tag(tag::Window, field::Window_DisableUpdate.Mask());
+    } else if (chip->Family == FamilyGlint) {
+        out.Tag(tag::TextureFilterMode, 0);
+        out.Tag(tag::TextureColorMode, 0);
+        out.Tag(tag::GlintTextureReadMode, 0);
+        out.Tag(tag::TextureAddressMode, 0);
+        out.Tag(tag::LBWriteFormat, 2);
+        out.Tag(tag::Window, 0x18);
+        out.Tag(tag::DepthMode, 0x79);
+    }
+    out.Store();
+    vGlintChangeFBDepth(driver, driver->PixelSize);
+    driver->ModeChanged = 0;
+    ++driver->ModeChangeCount;
+    ClearFlag(chip, CursorExclude);
+}

@@ -1,0 +1,57 @@
+#pragma once
+// Byte offsets in the chip's register aperture. All accesses are 32-bit.
+#include <cstdint>
+
+#define KORV_REGISTERS(X)                                                                          \
+    X(0x0008, IntEnable)                                                                           \
+    X(0x0010, IntFlags)                                                                            \
+    X(0x0018, InFIFOSpace)                                                                         \
+    X(0x0020, OutFIFOWords)                                                                        \
+    X(0x0028, DMAAddress)                                                                          \
+    X(0x0030, DMACount)                                                                            \
+    X(0x0038, ErrorFlags)                                                                          \
+    X(0x0060, DMAControl)                                                                          \
+    X(0x0068, DisconnectControl)                                                                   \
+    X(0x0090, AGPTextureBase)                                                                      \
+    X(0x0808, DeltaIntEnable)                                                                      \
+    X(0x0868, DeltaDisconnectControl)                                                              \
+    X(0x1808, FBModeSel)                                                                           \
+    X(0x2000, FIFOWindow)                                                                          \
+    X(0x3000, ScreenBasePermedia)                                                                  \
+    X(0x3038, BlankEndGlint)                                                                       \
+    X(0x3040, BlankEndPermedia)                                                                    \
+    X(0x3068, ScreenBaseGlint)                                                                     \
+    X(0x3070, LineCounter)                                                                         \
+    X(0x6008, ScreenBank)                                                                          \
+    X(0x8000, MappedRegisters)
+
+namespace reg {
+#define KORV_X(offset, name) inline constexpr uint32_t name = offset;
+KORV_REGISTERS(KORV_X)
+#undef KORV_X
+
+// Bytes of FIFOWindow: a word written anywhere in it enters the input FIFO.
+inline constexpr uint32_t FIFOWindowBytes = 0xFA0;
+// Reads here give the next output FIFO word and the one after it.
+inline constexpr uint32_t OutFIFOWord = FIFOWindow;
+inline constexpr uint32_t OutFIFOSecondWord = FIFOWindow + 4;
+// Bytes of the whole aperture: up to the mapped register of the highest tag.
+inline constexpr uint32_t ApertureBytes = MappedRegisters + 0x400 * 8;
+} // namespace reg
+
+// Offset of a register's mapped form: writing there is the same as sending (tag, data).
+constexpr uint32_t MappedOffset(uint32_t tagNumber) {
+    return reg::MappedRegisters + tagNumber * 8;
+}
+
+struct ApertureName {
+    uint32_t offset;
+    const char* name;
+};
+
+// All named aperture offsets, ascending.
+inline constexpr ApertureName kApertureNames[] = {
+#define KORV_X(offset, name) {offset, #name},
+    KORV_REGISTERS(KORV_X)
+#undef KORV_X
+};

@@ -1,0 +1,15 @@
+#pragma once
+// Render targets: what the chip must know of the colour and Z surfaces besides where they lie.
+#include "driver/d3d/dcontext.h"
+
+// Direct3D callback: changes the surfaces a context draws to. Returns 1; ddrval is DD_OK,
+// DDERR_INVALIDPARAMS without a colour surface, DDERR_CURRENTLYNOTAVAIL for one in system memory,
+// or D3DHAL_CONTEXT_BAD.
+DWORD KORV_STDCALL SetRenderTarget32(D3DHAL_SETRENDERTARGETDATA* data);
+
+// Send pitches, size and pixel format of the surfaces and make them the context's. `zbuffer` may be
+// null: the depth unit then keeps the pitch of the display.
+void SetupPermediaTargetData(D3DContext* ctx, DDRAWI_DDRAWSURFACE_LCL* target,
+                             DDRAWI_DDRAWSURFACE_LCL* zbuffer);
+void SetupGlintTargetData(D3DContext* ctx, DDRAWI_DDRAWSURFACE_LCL* target,
+                          DDRAWI_DDRAWSURFACE_LCL* zbuffer);

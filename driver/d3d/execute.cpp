@@ -1,0 +1,141 @@
+#include "driver/d3d/execute.h"
+
+#include "driver/core/dma.h"
+#include "driver/heap/surface.h"
+#include "driver/services/context.h"
+
+void SynchroniseContext(D3DContext* ctx) {
+    DriverData* driver = ctx->Driver;
+    ChipInfo* chip = driver->ChipInfo;
+    if (ctx->Stream.CommandMode == kCommandModeDMA ||
+        chip->CurrentContext == ctx->Stream.HardwareContext) {
+        return;
+    }
+    ChangeContext(driver, chip, ctx->Stream.HardwareContext);
+    if (!IsFirstPermedia(chip)) {
+        return;
+    }
+    StreamWriter<D3DContext> out(ctx);
+    out.Reserve(0x40);
+    out.Wait(5); // counts pairs, where other context code counts words
+    out.Tag(tag::FogMode, ctx->Copies.FogMode);
+    out.Tag(tag::FogColor, HeldFogColor(ctx));
+    out.Tag(tag::TextureColorMode, ctx->Copies.TextureColorMode);
+    out.Tag(tag::TextureAddressMode, ctx->Copies.TextureAddressMode);
+    out.Tag(tag::AlphaBlendMode, ctx->AlphaBlendModeOut);
+    out.Store();
+}
+
+void FlipSurfaces(DriverData* driver, D3DContext* ctx) {
+    StreamWriter<D3DContext> out(ctx);
+    out.Reserve(0x80);
+    out.Wait(4);
+
+    // The flag is the display's: the first context to draw consumes it for all.
+    driver->TargetLost = 0;
+
+    const DDRAWI_DDRAWSURFACE_LCL* target = ctx->RenderTargetSurface;
+    const auto frameBuffer = reinterpret_cast<uint32_t>(driver->FrameBufferBase);
+    ctx->WindowBaseColour = (target->lpGbl->fpVidMem - frameBuffer) / ctx->BytesPerPixel;
+    out.Tag(tag::FBPixelOffset, ctx->WindowBaseColour);
+    if (PrivateSurfaceData* record = PrivateOf(target)) {
+        record->OwnerContext = ctx;
+    }
+
+    if (ctx->ZBufferSurface != nullptr) {
+        const uint32_t depth = ctx->ZBufferSurface->lpGbl->fpVidMem;
+        if (driver->ChipInfo->Family == FamilyPermedia) {
+            ctx->WindowBaseDepth = (depth - frameBuffer) >> 1; // 16-bit Z in the frame buffer
+        } else if (driver->ChipInfo->Family == FamilyGlint) {
+            // 32-bit local buffer in its own aperture.
+            ctx->WindowBaseDepth =
+                (depth - reinterpret_cast<uint32_t>(driver->LocalBufferBase)) >> 2;
+        }
+        out.Tag(tag::LBWindowBase, ctx->WindowBaseDepth);
+    }
+    out.Store();
+}
+
+// Draws the instruction at hand with the renderer of its kind.
+static void Dispatch(D3DContext* ctx, D3DHAL_RENDERPRIMITIVEDATA* data) {
+    void* records = BufferDataOf(data->lpExeBuf) + data->dwOffset;
+    auto* vertices = reinterpret_cast<D3DTLVERTEX*>(BufferDataOf(data->lpTLBuf) + data->dwTLOffset);
+    switch (data->diInstruction.bOpcode) {
+    case D3DOP_TRIANGLE:
+        ctx->TriangleRenderer(ctx, &data->diInstruction, vertices, records);
+        break;
+    case D3DOP_LINE:
+        ctx->LineRenderer(ctx, &data->diInstruction, vertices, records);
+        break;
+    case D3DOP_POINT:
+        ctx->PointRenderer(ctx, &data->diInstruction, vertices, records);
+        break;
+    default:
+        break;
+    }
+}
+
+// The part of a drawing call that runs with the cursor kept away: dirty state, then the records.
+static HRESULT DrawInstruction(DriverData* driver, D3DContext* ctx,
+                               D3DHAL_RENDERPRIMITIVEDATA* data) {
+    if (driver->TargetLost != 0) {
+        ctx->DirtyFlags |= DIRTY_TARGET;
+    }
+    if (ctx->ZVisibleMode != 0) {
+        // Everything counts as visible and nothing is drawn; dirty state stays pending.
+        data->dwStatus &= ~D3DSTATUS_ZNOTVISIBLE;
+        return DD_OK;
+    }
+    if (ctx->DirtyFlags != 0) {
+        ctx->HandleDirtyState(driver, ctx);
+        ctx->DirtyFlags = 0;
+        if (ctx->TextureValid == 0) {
+            // The chip cannot read system memory. Each further primitive tries the binding again.
+            ctx->DirtyFlags = DIRTY_TEXTURE;
+            return DDERR_INVALIDPARAMS;
+        }
+    }
+    Dispatch(ctx, data);
+    return DD_OK;
+}
+
+DWORD KORV_STDCALL RenderPrimitive(D3DHAL_RENDERPRIMITIVEDATA* data) {
+    // An empty instruction succeeds on any handle.
+    if (data->diInstruction.wCount == 0) {
+        data->ddrval = DD_OK;
+        return DDHAL_DRIVER_HANDLED;
+    }
+    D3DContext* ctx = LiveContext(data->dwhContext);
+    if (ctx == nullptr) {
+        data->ddrval = D3DHAL_CONTEXT_BAD;
+        return DDHAL_DRIVER_HANDLED;
+    }
+    DriverData* driver = ctx->Driver;
+    if (ctx->ModeStamp != driver->ModeChangeCount) {
+        ctx->ModeStamp = driver->ModeChangeCount;
+        driver->TargetLost = 1;
+    }
+    SynchroniseContext(ctx);
+
+    SetFlag(driver->ChipInfo, CursorExclude);
+    data->ddrval = DrawInstruction(driver, ctx, data);
+    ClearFlag(driver->ChipInfo, CursorExclude);
+    return DDHAL_DRIVER_HANDLED;
+}
+
+DWORD KORV_STDCALL SceneCapture(D3DHAL_SCENECAPTUREDATA* data) {
+    D3DContext* ctx = LiveContext(data->dwhContext);
+    if (ctx == nullptr) {
+        data->ddrval = D3DHAL_CONTEXT_BAD;
+        return DDHAL_DRIVER_HANDLED;
+    }
+    if (data->dwFlag == D3DHAL_SCENE_CAPTURE_START) {
+        // Not capped by the sub-buffer's size here; the next overflow caps it.
+        ctx->Stream.SubBufferFlushWords = kSceneFlushWords;
+    } else if (data->dwFlag == D3DHAL_SCENE_CAPTURE_END &&
+               ctx->Stream.CommandMode == kCommandModeDMA) {
+        FlushSubBuffer(ctx);
+    }
+    data->ddrval = DD_OK;
+    return DDHAL_DRIVER_HANDLED;
+}

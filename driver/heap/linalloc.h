@@ -1,0 +1,179 @@
+#pragma once
+// The linear heap of video memory: a pool of fixed-size nodes in three rings (spare, free,
+// allocated), linked by group number and index so that every process and the 16-bit side can walk
+// them, and the policy that serves requests from them. Addresses are of the kind of
+// DriverData.FrameBufferBase; ends are inclusive.
+#include <cstddef>
+#include <cstdint>
+
+struct DriverData;
+
+// HeapNode.Kind.
+enum HeapNodeKind : uint32_t {
+    NodeSpare = 0,
+    NodeAllocated = 1,
+    NodeFree = 2,
+    NodeUnlinked = 3, // just taken out of a set
+};
+
+struct HeapNode {
+    uint32_t Kind;
+    uint32_t PrevGroup;
+    uint32_t PrevIndex;
+    uint32_t NextGroup;
+    uint32_t NextIndex;
+    uint32_t Index; // own place in the group, fixed
+    uint32_t Group; // own group number, fixed
+    uint32_t Start; // first byte of the stretch
+    uint32_t End;   // last byte of the stretch
+    uint32_t Flags; // flag word of the request
+    uint32_t Aligned;
+    int32_t RefCount;
+};
+static_assert(sizeof(HeapNode) == 48);
+static_assert(offsetof(HeapNode, Index) == 20 && offsetof(HeapNode, Start) == 28 &&
+              offsetof(HeapNode, RefCount) == 44);
+
+inline constexpr uint32_t kNodesPerGroup = 100;
+inline constexpr uint32_t kNoNode = 0xFFFFFFFF;
+
+struct NodeGroup {
+    uint32_t NextHandle;
+    NodeGroup* Next;
+    uint32_t PrevHandle;
+    NodeGroup* Prev;
+    uint32_t Handle;
+    NodeGroup* Linear;
+    uint32_t GroupId;
+    uint32_t SpareCount; // nodes in the spare set; not kept for the first group
+    HeapNode Nodes[kNodesPerGroup];
+};
+static_assert(sizeof(NodeGroup) == 0x12E0 && offsetof(NodeGroup, Nodes) == 32);
+
+// Head of a set: index kNoNode means empty, and the group word then means nothing.
+struct NodeSetHead {
+    uint32_t Group;
+    uint32_t Index;
+};
+
+// The heap's fields inside DriverData, in an order that the 16-bit side knows.
+struct VideoHeap {
+    uint32_t ClientMemoryLost;
+    uint32_t NextGroupId;
+    NodeGroup FirstGroup;
+    NodeSetHead SpareSet;
+    NodeSetHead FreeSet;
+    NodeSetHead AllocatedSet;
+    uint32_t HeapStart;
+    uint32_t HeapEnd; // inclusive
+};
+static_assert(offsetof(VideoHeap, FirstGroup) == 8 && sizeof(VideoHeap) == 8 + 0x12E0 + 32);
+
+// Request to the mini VDD's memory service, both directions.
+struct MemoryServiceRequest {
+    uint32_t Size;    // 20
+    uint32_t Command; // 1 allocate, 2 free
+    uint32_t Bytes;
+    uint32_t Handle;
+    uint32_t Linear; // 0 from the mini VDD: refused
+};
+static_assert(sizeof(MemoryServiceRequest) == 20);
+
+// HeapRequest.Flags.
+enum HeapRequestFlag : uint32_t {
+    AllocateFromBottom = 0x001,
+    AllocateFromTop = 0x002, // a marker; nothing tests it
+    FirstFit = 0x008,
+    SharedAllocation = 0x100,
+    ScanlineAligned = 0x200,
+    WholeFrameBuffer = 0x400,
+    ClientOwned = 0x800,
+};
+
+struct HeapRequest {
+    uint32_t Size; // 20
+    uint32_t Flags;
+    uint32_t Alignment; // bytes; written back rounded up
+    uint32_t Bytes;
+    uint32_t Address; // result, or 0
+};
+static_assert(sizeof(HeapRequest) == 20);
+
+// Results of AllocateVideoMemory and FreeVideoMemory.
+enum HeapResult : uint32_t {
+    HeapDone = 0,
+    HeapNoMemory = 1, // on a free: address not found
+    HeapBadRequest = 2,
+    HeapStillShared = 3, // free only
+};
+
+struct HeapStatistics {
+    uint32_t FreeBytes;
+    uint32_t AllocatedBytes;
+    uint32_t FreeNodes;
+    uint32_t AllocatedNodes;
+    uint32_t SpareNodes;
+    uint32_t Groups;
+    uint32_t Fragmentation;
+    uint32_t PeakFragmentation; // never reset
+};
+static_assert(sizeof(HeapStatistics) == 32);
+
+extern HeapStatistics HeapStats;
+
+// The last arguments of ALIGNED; nothing reads them.
+extern uint32_t pointer;
+extern uint32_t alignment;
+extern uint32_t basePtr;
+
+// A block of `bytes` that all processes share, from the mini VDD. 1 if both outputs were set.
+uint32_t AllocMem(uint32_t* handle, void** linear, uint32_t bytes);
+// Gives a block of AllocMem back.
+void FreeMem(uint32_t handle, void* linear);
+
+// The group with this number, or firstGroup if there is none.
+NodeGroup* GetGroupPointer(NodeGroup* firstGroup, uint32_t groupId);
+// A new group at the end of the ring, its nodes in a ring of their own; null without memory.
+NodeGroup* AddNodeGroup(DriverData* heap);
+// Takes all the group's nodes out of their sets and gives the group back.
+void DeleteNodeGroup(DriverData* heap, NodeGroup* group);
+// Builds the 100 nodes into one spare ring in index order.
+void InitialiseNodesInGroup(NodeGroup* group);
+// Takes a node out of its ring; its Kind becomes NodeUnlinked. Never leaves the spare set empty.
+void RemoveNodeFromSet(DriverData* heap, HeapNode* node);
+HeapNode* NODE_NextNode(DriverData* heap, HeapNode* node);
+HeapNode* NODE_LastNode(DriverData* heap, HeapNode* node);
+// The node of that group and index; null for index kNoNode.
+HeapNode* NODE_GetBase(DriverData* heap, uint32_t groupId, uint32_t index);
+// Makes `node` the head; null empties the set.
+void NODE_SetBase(NodeSetHead* head, const HeapNode* node);
+// Links `node` behind `after` in the set of node.Kind; null or `node` itself makes it a ring of one
+// and the set's head.
+void AddNodeToSetAfter(DriverData* heap, HeapNode* after, HeapNode* node);
+// The mirror: links `node` in front of `before`.
+void AddNodeToSetBefore(DriverData* heap, HeapNode* before, HeapNode* node);
+// The node of the sorted ring from `head` (not null) behind which `node` belongs.
+HeapNode* FindNodeInsertAfter(DriverData* heap, HeapNode* head, HeapNode* node);
+// The head of a set, or null when the set is empty.
+HeapNode* HeadOfSet(DriverData* heap, const NodeSetHead& head);
+// The node behind `node` in a walk that began at `first`; null when the walk has come round.
+HeapNode* NextInRound(DriverData* heap, HeapNode* first, HeapNode* node);
+// The allocated node with exactly this flag word, or null.
+HeapNode* FindSharedMemory(DriverData* heap, uint32_t flags);
+// One free node over HeapStart..HeapEnd and 99 spares. 1 always.
+uint32_t InitialiseHeapManager(DriverData* heap);
+// Frees everything; notes in ClientMemoryLost whether a client's memory was among it.
+void UnInitialiseHeapManager(DriverData* heap);
+
+// `pointer` rounded up to a multiple of `alignment` bytes above `basePtr`.
+uint32_t ALIGNED(uint32_t pointer, uint32_t alignment, uint32_t basePtr);
+// Serves a request; a HeapResult, and request.Address.
+uint32_t AllocateVideoMemory(DriverData* heap, HeapRequest* request);
+// Frees the allocated stretch that holds `address`; a HeapResult.
+uint32_t FreeVideoMemory(DriverData* heap, uint32_t address);
+void FreeAllVideoMemory(DriverData* heap);
+// Bytes in the free set.
+uint32_t GetFreeMemInHeap(DriverData* heap);
+// Draws the heap as 5:5:5 pixels, one for two bytes, addressed by `dest` plus a stretch's own
+// address, and fills HeapStats. 1 always.
+uint32_t WalkAndDrawHeap(DriverData* heap, uint16_t* dest);

@@ -1,0 +1,37 @@
+// Memory of the mini VDD: blocks that every process and the 16-bit side see at the same address.
+#include "driver/heap/linalloc.h"
+#include "driver/services/context.h"
+
+namespace {
+
+constexpr uint32_t kIoctlMemoryService = 3;
+
+enum MemoryServiceCommand : uint32_t {
+    MemoryServiceAllocate = 1,
+    MemoryServiceFree = 2,
+};
+
+// One request; the answer replaces it.
+bool CallMemoryService(MemoryServiceRequest* request) {
+    uint32_t returned = 0;
+    return DoIOCTL(kIoctlMemoryService, request, sizeof *request, request, sizeof *request,
+                   &returned) != 0;
+}
+
+} // namespace
+
+uint32_t AllocMem(uint32_t* handle, void** linear, uint32_t bytes) {
+    MemoryServiceRequest request = {sizeof request, MemoryServiceAllocate, bytes, 0, 0};
+    if (!CallMemoryService(&request) || request.Linear == 0) {
+        return 0;
+    }
+    *handle = request.Handle;
+    *linear = reinterpret_cast<void*>(request.Linear);
+    return 1;
+}
+
+void FreeMem(uint32_t handle, void* linear) {
+    MemoryServiceRequest request = {sizeof request, MemoryServiceFree, 0, handle,
+                                    reinterpret_cast<uint32_t>(linear)};
+    CallMemoryService(&request);
+}

@@ -1,0 +1,26 @@
+#pragma once
+// Pixel formats of surfaces.
+#include "driver/heap/surface.h"
+
+#include <cstdint>
+
+inline constexpr uint32_t kFourCCY411 = MAKEFOURCC('Y', '4', '1', '1');
+inline constexpr uint32_t kFourCCYUY2 = MAKEFOURCC('Y', 'U', 'Y', '2');
+
+// Texel format of colour-indexed texels of eight bits.
+inline constexpr uint32_t kTexelFormatIndexed8 = 14;
+
+// True when the surface has the caps bit.
+inline bool HasCaps(const DDRAWI_DDRAWSURFACE_LCL* surface, uint32_t caps) {
+    return (surface->ddsCaps.dwCaps & caps) != 0;
+}
+
+// True for a surface with a format of its own that has the DDPF flag.
+inline bool OwnFormatHas(const DDRAWI_DDRAWSURFACE_LCL* surface, uint32_t flag) {
+    return (surface->dwFlags & DDRAWISURF_HASPIXELFORMAT) != 0 &&
+           (surface->lpGbl->ddpfSurface.dwFlags & flag) != 0;
+}
+
+// The format in force: the surface's own, or the display's for the primary and for surfaces that
+// have none.
+const DDPIXELFORMAT* PixelFormatOf(const DDRAWI_DDRAWSURFACE_LCL* surface);

@@ -1,0 +1,111 @@
+#include "driver/texture/lut_download.h"
+
+#include "driver/core/dma.h"
+#include "driver/texture/textures_key.h"
+
+namespace {
+
+constexpr uint32_t kPaletteEntries = 256;
+constexpr uint32_t kRunWords = 64;
+constexpr uint32_t kSetupBytes = 128;
+
+uint32_t ImageBytes(const DDRAWI_DDRAWSURFACE_GBL* global) {
+    return global->wHeight * static_cast<uint32_t>(global->lPitch);
+}
+
+// The chip is read once in front of a load, for the sake of the access alone.
+void ReadAhead(DriverData* driver) {
+    ReadChip(driver->Registers, MappedOffset(tag::LBWindowBase));
+}
+
+uint32_t DisconnectRegister(const DriverData* driver) {
+    return (driver->ChipInfo->Flags & DeltaPresent) != 0 ? reg::DeltaDisconnectControl
+                                                         : reg::DisconnectControl;
+}
+
+// In FIFO mode the chip holds the bus while its FIFO is full, so that the load polls for no space.
+void BeginDisconnect(DriverData* driver, D3DContext* ctx) {
+    if (ctx->Stream.CommandMode == kCommandModeFIFO) {
+        WaitFIFOSpace(ctx, 1, 0);
+        WriteChip(driver->Registers, DisconnectRegister(driver), 1);
+    }
+}
+
+void EndDisconnect(DriverData* driver, D3DContext* ctx) {
+    if (ctx->Stream.CommandMode == kCommandModeFIFO) {
+        WriteChip(driver->Registers, DisconnectRegister(driver), 0);
+    }
+}
+
+// No space is reserved for the pairs behind the last run.
+void PassGuard(D3DContext* ctx, uint32_t pairs) {
+    ctx->Stream.Guard.Allow(ctx->Stream.WritePointer + 2 * pairs);
+}
+
+void SendPalette(D3DContext* ctx, const PALETTEENTRY* palette) {
+    for (uint32_t first = 0; first != kPaletteEntries; first += kRunWords) {
+        uint32_t words[kRunWords];
+        for (uint32_t i = 0; i != kRunWords; ++i) {
+            words[i] = OpaqueChipColour(palette[first + i]);
+        }
+        ReserveSpace(ctx, 4 + 4 * kRunWords);
+        EmitHold(ctx->Stream, tag::TextureData, kRunWords, words);
+    }
+}
+
+} // namespace
+
+void P2LUTDownload(DriverData* driver, PrivateSurfaceData* record, D3DContext* ctx,
+                   DDRAWI_DDRAWSURFACE_LCL* surface) {
+    const DDRAWI_DDRAWSURFACE_GBL* global = surface->lpGbl;
+    const PALETTEENTRY* palette = PaletteOf(surface);
+    const uint32_t imageBytes = ImageBytes(global);
+    ReadAhead(driver);
+    if ((surface->ddsCaps.dwCaps & DDSCAPS_NONLOCALVIDMEM) != 0) {
+        if (palette != nullptr) {
+            auto* to = reinterpret_cast<uint32_t*>(global->fpVidMem + imageBytes);
+            for (uint32_t i = 0; i != kPaletteEntries; ++i) {
+                to[i] = OpaqueChipColour(palette[i]);
+            }
+        }
+        // The address goes by the attached surface's memory, not by this one's.
+        const DDRAWI_DDRAWSURFACE_LCL* attached =
+            surface->lpAttachList != nullptr ? surface->lpAttachList->lpAttached : surface;
+        record->LUTAddress =
+            (attached->lpGbl->fpVidMem - driver->NonLocalHeapPhysical + imageBytes) >> 2;
+        return;
+    }
+    const auto frameBuffer = reinterpret_cast<uint32_t>(driver->FrameBufferBase);
+    record->LUTAddress = (imageBytes - frameBuffer + global->fpVidMem) >> 2;
+    ReserveSpace(ctx, kSetupBytes);
+    BeginDisconnect(driver, ctx);
+    EmitTag(ctx->Stream, tag::TextureDownloadOffset, record->LUTAddress);
+    if (palette != nullptr) {
+        SendPalette(ctx, palette);
+    }
+    PassGuard(ctx, 1);
+    EmitTag(ctx->Stream, tag::WaitForCompletion, 0);
+    EndDisconnect(driver, ctx);
+}
+
+void MXLUTDownload(DriverData* driver, PrivateSurfaceData* record, D3DContext* ctx,
+                   DDRAWI_DDRAWSURFACE_LCL* surface) {
+    const DDRAWI_DDRAWSURFACE_GBL* global = surface->lpGbl;
+    const PALETTEENTRY* palette = PaletteOf(surface);
+    const auto localBuffer = reinterpret_cast<uint32_t>(driver->LocalBufferBase);
+    ReadAhead(driver);
+    record->LUTAddress = (ImageBytes(global) - localBuffer + global->fpVidMem) >> 2;
+    ReserveSpace(ctx, kSetupBytes);
+    BeginDisconnect(driver, ctx);
+    EmitTag(ctx->Stream, tag::LBWindowBase, record->LUTAddress);
+    EmitTag(ctx->Stream, tag::TextureDownloadOffset, 0);
+    EmitTag(ctx->Stream, tag::LBReadMode, 0);
+    if (palette != nullptr) {
+        SendPalette(ctx, palette);
+    }
+    PassGuard(ctx, 3);
+    EmitTag(ctx->Stream, tag::WaitForCompletion, 0);
+    EmitTag(ctx->Stream, tag::LBReadMode, ctx->Copies.LBReadMode);
+    EmitTag(ctx->Stream, tag::LBWindowBase, ctx->WindowBaseDepth);
+    EndDisconnect(driver, ctx);
+}

@@ -1,0 +1,9 @@
+#include "driver/video/video.h"
+
+DWORD KORV_STDCALL SyncSurfaceData32(DDHAL_SYNCSURFACEDATA*) {
+    return DDHAL_DRIVER_NOTHANDLED;
+}
+
+DWORD KORV_STDCALL SyncVideoPortData32(DDHAL_SYNCVIDEOPORTDATA*) {
+    return DDHAL_DRIVER_NOTHANDLED;
+}

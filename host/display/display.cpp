@@ -1,0 +1,344 @@
+#include "host/display/display.h"
+
+#include "driver/core/korv32.h"
+#include "driver/heap/surface.h"
+#include "driver/services/context.h"
+#include "host/display/context_lists.h"
+#include "host/vdd/minivdd.h"
+#include "host/win32/clock.h"
+#include "host/win32/registry.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+namespace host {
+
+namespace {
+
+constexpr uint32_t kMaxDmaBuffers = 10;
+constexpr uint32_t kMaxRegistryName = 34;
+constexpr uint32_t kDmaBusBase = 0x40000000, kDmaBusStep = 0x01000000;
+constexpr uint32_t kHeapAlignment = 256;
+// In the rectangular layout the runtime has the memory behind the screen, and the driver's heap
+// serves only the exported services from this much at the end.
+constexpr uint32_t kServiceHeapBytes = 256 * 1024;
+
+// Slots of the context table. Slots 0 to 3 hold register lists; a slot's number is the type.
+enum Slot : uint32_t { ListDriver, ListScreen, ListClient, ListDirect3D, ContextScreen, Context2D };
+constexpr uint16_t kNoType = 0xFFFF;
+
+// FBModeSel by depth code.
+constexpr uint32_t kModeSelect[] = {4, 2, 0, 0, 0};
+
+constexpr uint32_t kRetraceEnable = 0x10;
+
+bool IsGlintDevice(uint32_t deviceId) {
+    return deviceId == DeviceSX || deviceId == DeviceTX || deviceId == DeviceMX;
+}
+
+bool IsPermedia2Device(uint32_t deviceId) {
+    return deviceId == DevicePermedia2 || deviceId == DevicePermedia2Second;
+}
+
+board::Chip ChipOf(uint32_t deviceId) {
+    switch (deviceId) {
+    case DeviceSX:
+        return board::Chip::SX;
+    case DeviceTX:
+        return board::Chip::TX;
+    case DeviceMX:
+        return board::Chip::MX;
+    case DevicePermedia:
+    case DevicePermediaSecond:
+        return board::Chip::Permedia;
+    case DevicePermedia2:
+    case DevicePermedia2Second:
+        return board::Chip::Permedia2;
+    default:
+        throw std::invalid_argument("no board has device id " + std::to_string(deviceId));
+    }
+}
+
+board::Config BoardConfig(const DisplayConfig& config) {
+    board::Config result;
+    result.chip = ChipOf(config.deviceId);
+    result.setupUnit = config.delta || result.chip == board::Chip::Permedia2;
+    result.frameBufferBytes = config.frameBufferBytes;
+    result.localBufferBytes = IsGlintDevice(config.deviceId) ? config.localBufferBytes : 0;
+    result.refreshRate = config.refreshRate;
+    result.timing = config.timing;
+    return result;
+}
+
+std::string KeyPath(const DisplayConfig& config) {
+    return "SOFTWARE\\" + config.registryName + "\\DirectX";
+}
+
+void CheckMode(const DisplayConfig& config) {
+    if (config.bits != 8 && config.bits != 16 && config.bits != 32 &&
+        !(config.bits == 24 && IsPermedia2Device(config.deviceId))) {
+        throw std::invalid_argument("no board has a mode of " + std::to_string(config.bits) +
+                                    " bits per pixel here");
+    }
+    const uint32_t pitch = ScreenPitchPixels(config.deviceId, config.width);
+    if (config.width == 0 || config.height == 0 || pitch < config.width || config.height > 0xFFFF) {
+        throw std::invalid_argument("no mode of " + std::to_string(config.width) + " by " +
+                                    std::to_string(config.height) + " pixels");
+    }
+    const uint64_t screen = uint64_t{pitch} * config.height * config.bits / 8;
+    if (screen + 2 * kServiceHeapBytes > config.frameBufferBytes) {
+        throw std::invalid_argument("the mode does not fit the frame buffer");
+    }
+}
+
+void CheckConfig(const DisplayConfig& config) {
+    CheckMode(config);
+    if (config.dmaBufferCount > kMaxDmaBuffers || config.dmaBufferBytes > kDmaBusStep) {
+        throw std::invalid_argument("too many or too large DMA buffers");
+    }
+    if (config.registryName.size() > kMaxRegistryName) {
+        throw std::invalid_argument("registry name too long");
+    }
+    if (config.refreshRate == 0) {
+        throw std::invalid_argument("refresh rate 0");
+    }
+}
+
+void AttachBoard(ChipRegisters* aperture, board::Board& board) {
+    ChipBus bus;
+    bus.self = &board;
+    bus.Read = [](void* self, uint32_t offset) {
+        return static_cast<board::Board*>(self)->Read(offset);
+    };
+    bus.Write = [](void* self, uint32_t offset, uint32_t value) {
+        static_cast<board::Board*>(self)->Write(offset, value);
+    };
+    bus.Words = [](void* self, const uint32_t* words, uint32_t count) {
+        static_cast<board::Board*>(self)->WriteFifo(words, count);
+    };
+    bus.Idle = [](void* self, uint32_t rounds) { static_cast<board::Board*>(self)->Idle(rounds); };
+    AttachChipBus(aperture, bus);
+}
+
+} // namespace
+
+uint32_t ScreenPitchPixels(uint32_t deviceId, uint32_t width) {
+    const bool glint = IsGlintDevice(deviceId);
+    const uint32_t top = glint ? 11 : IsPermedia2Device(deviceId) ? 10 : 9;
+    const uint32_t slots = glint ? 4 : 3;
+    uint32_t products[4] = {};
+    uint32_t used = width >> top;
+    if (used > slots) {
+        return 0;
+    }
+    for (uint32_t i = 0; i < used; ++i) {
+        products[i] = 1u << top;
+    }
+    for (uint32_t bit = 5; bit < top; ++bit) {
+        if ((width & (1u << bit)) != 0) {
+            if (used < slots) {
+                products[used] = 1u << bit;
+            }
+            ++used;
+        }
+    }
+    // The screen's mode words have room for three.
+    return products[0] + products[1] + products[2];
+}
+
+Display::Display(DisplayConfig config) : config_(std::move(config)) {
+    CheckConfig(config_);
+    board_ = std::make_unique<board::Board>(BoardConfig(config_));
+    aperture_ = std::make_unique<AlignedAperture>();
+    AttachBoard(Aperture(), *board_);
+
+    // Fields that nobody is said to fill hold nothing of use.
+    driver_ = std::make_unique<Shared>();
+    std::memset(static_cast<void*>(driver_.get()), 0, sizeof(Shared));
+    DriverData& data = driver_->data;
+    data.RegisterBase = Aperture();
+    data.FrameBufferBase = board_->FrameBuffer().data();
+    data.LocalBufferBase = IsGlint() ? board_->LocalBuffer().data() : board_->FrameBuffer().data();
+    data.ChipInfo = &driver_->chip;
+    data.BoardFlags = config_.agp ? uint32_t{BoardOnAGP} : 0;
+
+    for (uint32_t i = 0; i < config_.dmaBufferCount; ++i) {
+        dmaBuffers_.push_back(std::make_unique<uint8_t[]>(config_.dmaBufferBytes));
+        board_->MapMemory(DmaBusAddress(i), dmaBuffers_.back().get(), config_.dmaBufferBytes);
+    }
+    TheRegistry().CreateKey(KeyPath(config_));
+    TheRegistry().SetText(KeyPath(config_), config_.registry);
+
+    FillChipInfo();
+    FillMode();
+    InitialiseHeapManager(&data);
+
+    clock::Follow(this, [this] { return board_->Microseconds(); });
+
+    DmaQueueHandler& handler = TheMiniVdd().Attach(config_.number, &data);
+    BuildContextTable();
+    board_->SetInterruptHandler([&handler] { handler.Interrupt(); });
+    if ((config_.chipFlags & VBlankByInterrupt) != 0) {
+        board_->Write(reg::IntEnable, board_->Read(reg::IntEnable) | kRetraceEnable);
+    }
+}
+
+Display::~Display() {
+    clock::Unfollow(this);
+    board_->SetInterruptHandler({});
+    board_->Drain();
+    DetachChipBus(Aperture());
+    board_.reset();
+    TheMiniVdd().Detach(&driver_->data);
+}
+
+bool Display::IsGlint() const {
+    return IsGlintDevice(config_.deviceId);
+}
+
+bool Display::HasLinearHeap() const {
+    return !IsGlint() &&
+           std::atoi(TheRegistry().Text(KeyPath(config_), "Direct3DHAL.RectAlloc").c_str()) != 1;
+}
+
+uint32_t Display::DmaBusAddress(uint32_t index) {
+    return kDmaBusBase + index * kDmaBusStep;
+}
+
+uint32_t Display::VisibleOffset() {
+    if (!IsGlint()) {
+        return board_->Read(reg::ScreenBasePermedia) << 3;
+    }
+    return board_->Read(reg::ScreenBaseGlint) << 13;
+}
+
+bool Display::Start() {
+    return DriverInit(config_.number) == &driver_->data;
+}
+
+void Display::ChangeMode(uint32_t width, uint32_t height, uint32_t bits) {
+    DisplayConfig changed = config_;
+    changed.width = width;
+    changed.height = height;
+    changed.bits = bits;
+    CheckMode(changed);
+    config_ = std::move(changed);
+    UnInitialiseHeapManager(&driver_->data);
+    FillMode();
+    InitialiseHeapManager(&driver_->data);
+    driver_->data.ModeChanged = 1;
+}
+
+void Display::FillChipInfo() {
+    struct ChipInfo& chip = driver_->chip;
+    chip.Flags = config_.chipFlags | (config_.delta ? uint32_t{DeltaPresent} : 0);
+    chip.FrameBufferSize = config_.frameBufferBytes;
+    chip.LocalBufferSize = static_cast<uint32_t>(board_->LocalBuffer().size());
+    chip.RefreshRate = static_cast<uint16_t>(config_.refreshRate);
+    chip.PrimaryDisplay = config_.primary ? 1 : 0;
+    chip.DeviceId = config_.deviceId;
+    chip.Revision = config_.revision;
+    chip.Family = IsGlint() ? FamilyGlint : FamilyPermedia;
+    chip.DMAState = DMAIdle;
+    chip.DMABufferSize = config_.dmaBufferBytes;
+    chip.DMABufferCount = static_cast<uint16_t>(config_.dmaBufferCount);
+    for (uint32_t i = 0; i < config_.dmaBufferCount; ++i) {
+        chip.DMABufferPhysical[i] = DmaBusAddress(i);
+        chip.DMABufferLinear[i] = reinterpret_cast<uintptr_t>(dmaBuffers_[i].get());
+    }
+    chip.CurrentContext = kNoContext;
+    chip.NoDCI = config_.noDCI ? 1 : 0;
+    std::strcpy(chip.RegistryName, config_.registryName.c_str());
+}
+
+void Display::FillMode() {
+    DriverData& data = driver_->data;
+    data.ScreenWidth = config_.width;
+    data.ScreenHeight = config_.height;
+    data.ScissorWidth = config_.width;
+    data.ScissorHeight = config_.height;
+    data.PixelDepthBits = config_.bits;
+    switch (config_.bits) {
+    case 8:
+        data.PixelSize = PixelSize8;
+        data.PixelsPerWordShift = 2;
+        data.PixelsPerWordMask = 3;
+        break;
+    case 16:
+        data.PixelSize = PixelSize16;
+        data.PixelsPerWordShift = 1;
+        data.PixelsPerWordMask = 1;
+        break;
+    default:
+        data.PixelSize = config_.bits == 24 ? PixelSize24 : PixelSize32;
+        data.PixelsPerWordShift = 0;
+        data.PixelsPerWordMask = 0;
+        break;
+    }
+    pitch_ = ScreenPitchPixels(config_.deviceId, config_.width) * (config_.bits / 8);
+
+    const bool linear = HasLinearHeap();
+    const uint32_t base = reinterpret_cast<uintptr_t>(data.FrameBufferBase);
+    const uint32_t behindScreen = (ScreenBytes() + kHeapAlignment - 1) & ~(kHeapAlignment - 1);
+    data.HeapActive = linear ? 1 : 0;
+    data.Heap.HeapStart =
+        base + (linear ? behindScreen : config_.frameBufferBytes - kServiceHeapBytes);
+    data.Heap.HeapEnd = base + config_.frameBufferBytes - 1;
+    if (IsGlint()) {
+        const uint32_t other = board_->Read(reg::FBModeSel) & ~6u;
+        board_->Write(reg::FBModeSel, other | kModeSelect[data.PixelSize]);
+    }
+}
+
+uint32_t Display::OffscreenBytes() const {
+    const DriverData& data = driver_->data;
+    const uint32_t end =
+        HasLinearHeap() ? ScreenBytes()
+                        : data.Heap.HeapStart - reinterpret_cast<uintptr_t>(data.FrameBufferBase);
+    return end - ScreenBytes();
+}
+
+void Display::BuildContextTable() {
+    struct ChipInfo& chip = driver_->chip;
+    ContextBlock* block = TheMiniVdd().NewContextBlock(&chip);
+    chip.ContextBlocks = block;
+    const auto addSlot = [&](uint32_t bytes, uint16_t type) {
+        const uint32_t slot = block->SlotCount++;
+        ++block->UsedCount;
+        block->DataOffset[slot] = block->NextFree;
+        block->Size[slot] = static_cast<int16_t>(bytes);
+        block->Type[slot] = type;
+        block->NextFree = static_cast<uint16_t>(block->NextFree + bytes);
+        block->FreeBytes = static_cast<uint16_t>(block->FreeBytes - bytes);
+        return reinterpret_cast<uint8_t*>(block) + block->DataOffset[slot];
+    };
+    const auto addList = [&](const std::vector<uint16_t>& list) {
+        const auto count = static_cast<uint16_t>(list.size());
+        const uint32_t bytes = (2 + 2 * count + 3) & ~3u;
+        uint8_t* data = addSlot(bytes, kNoType);
+        std::memcpy(data, &count, 2);
+        std::memcpy(data + 2, list.data(), 2 * count);
+    };
+    const auto addContext = [&](const std::vector<uint16_t>& list, uint16_t type) {
+        uint8_t* data = addSlot(static_cast<uint32_t>(list.size() * 4), type);
+        for (size_t i = 0; i < list.size(); ++i) {
+            const uint32_t value = board_->Read(list[i]);
+            std::memcpy(data + 4 * i, &value, 4);
+        }
+    };
+    const std::vector<uint16_t> all = StateRegisters(config_.deviceId);
+    const std::vector<uint16_t> screen = ScreenRegisters(config_.deviceId);
+    addList(all);
+    addList(screen);
+    addList(all);
+    addList(all);
+    addContext(screen, ListScreen);
+    addContext(all, ListDriver);
+    static_assert(ListClient == kContextTypeClient && ListDirect3D == kContextTypeDirect3D &&
+                  Context2D == kContext2D);
+    // The 16-bit driver has drawn last.
+    chip.CurrentContext = ContextScreen;
+}
+
+} // namespace host

@@ -1,0 +1,9 @@
+#pragma once
+
+namespace host {
+
+// Switches the machine off and on: Win32, the mini VDD and the driver module start from nothing.
+// Throws std::logic_error while a display exists.
+void PowerCycle();
+
+} // namespace host

@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and runs every test. With --asan the same under AddressSanitizer
+# and UndefinedBehaviorSanitizer.
+set -euo pipefail
+cd "$(dirname "$0")"
+. scripts/setup.sh
+preset=hosted
+if [ "${1-}" = --asan ]; then
+  preset=hosted-asan
+  shift
+fi
+install_missing
+build "$preset"
+exec ctest --preset "$preset" -j2 "$@"

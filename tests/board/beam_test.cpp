@@ -1,0 +1,86 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/board/rig.h"
+
+namespace {
+
+// 50 frames of 100 lines a second: 200 microseconds a line, 20000 a frame.
+board::Config SlowBeam() {
+    board::Config config = rig::SmallConfig();
+    config.refreshRate = 50;
+    config.linesTotal = 100;
+    config.linesBlank = 8;
+    config.timing.microsecondsPerTick = 0; // accesses take no time
+    return config;
+}
+
+TEST(Beam, LineCounterFollowsTheClock) {
+    rig::Rig r(SlowBeam());
+    for (uint64_t time = 0; time < 45000; time += 100) {
+        ASSERT_EQ(r.board.Microseconds(), time);
+        ASSERT_EQ(r.board.Read(reg::LineCounter), time % 20000 / 200) << time;
+        r.board.Advance(100);
+    }
+}
+
+TEST(Beam, EveryAccessMovesTheClockByATick) {
+    board::Config config = SlowBeam();
+    config.timing.microsecondsPerTick = 200;
+    rig::Rig r(config);
+    EXPECT_EQ(r.board.Read(reg::LineCounter), 1u);
+    EXPECT_EQ(r.board.Read(reg::LineCounter), 2u);
+    r.board.Idle(10);
+    EXPECT_EQ(r.board.Read(reg::LineCounter), 13u);
+    const uint32_t words[] = {tag::FogMode, 0, tag::FogMode, 0};
+    r.board.WriteFifo(words, 4);
+    EXPECT_EQ(r.board.Read(reg::LineCounter), 18u);
+}
+
+TEST(Beam, BlankEndRegistersHoldTheBlankLinesUntilWritten) {
+    rig::Rig r(SlowBeam());
+    EXPECT_EQ(r.board.Read(reg::BlankEndGlint), 8u);
+    EXPECT_EQ(r.board.Read(reg::BlankEndPermedia), 8u);
+    r.board.Write(reg::BlankEndPermedia, 20);
+    EXPECT_EQ(r.board.Read(reg::BlankEndPermedia), 20u);
+    EXPECT_EQ(r.board.Read(reg::BlankEndGlint), 8u);
+}
+
+TEST(Beam, RetraceFlagIsSetWhenBlankBeginsAndStaysUntilCleared) {
+    rig::Rig r(SlowBeam());
+    r.board.Advance(19999);
+    EXPECT_EQ(r.board.Read(reg::IntFlags), 0u);
+    r.board.Advance(1);
+    EXPECT_EQ(r.board.Read(reg::IntFlags), 0x10u);
+    r.board.Advance(15000);
+    EXPECT_EQ(r.board.Read(reg::IntFlags), 0x10u);
+    r.board.Write(reg::IntFlags, 0x10);
+    EXPECT_EQ(r.board.Read(reg::IntFlags), 0u);
+    r.board.Advance(5000);
+    EXPECT_EQ(r.board.Read(reg::IntFlags), 0x10u);
+}
+
+TEST(Beam, RetraceInterruptComesOncePerFrameEvenInALongIdle) {
+    board::Config config = SlowBeam();
+    config.timing.microsecondsPerTick = 7;
+    rig::Rig r(config);
+    int calls = 0;
+    r.board.SetInterruptHandler([&] { ++calls; });
+    r.board.Write(reg::IntEnable, 0x10);
+    r.board.Advance(1000000);
+    EXPECT_EQ(calls, 50);
+}
+
+TEST(Beam, DefaultBoardShowsAllLinesOfAFrame) {
+    rig::Rig r;
+    std::vector<bool> seen(525);
+    for (int i = 0; i < 20000; ++i) {
+        const uint32_t line = r.board.Read(reg::LineCounter);
+        ASSERT_LT(line, 525u);
+        seen[line] = true;
+    }
+    EXPECT_EQ(std::count(seen.begin(), seen.end(), true), 525);
+}
+
+} // namespace

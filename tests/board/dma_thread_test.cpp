@@ -1,0 +1,108 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "tests/board/rig.h"
+
+namespace {
+
+board::Config ThreadedConfig() {
+    board::Config config = rig::SmallConfig();
+    config.timing.dmaThread = true;
+    config.timing.fifoDepth = 16;
+    return config;
+}
+
+TEST(DmaThread, TransferCompletesWhileTheProcessorPolls) {
+    rig::Rig r(ThreadedConfig());
+    std::vector<uint32_t> words(4097);
+    words[0] = HoldTag(tag::FogColor, 4096);
+    words[4096] = 42;
+    r.board.MapMemory(0, words.data(), words.size() * 4);
+    r.board.Write(reg::DMAAddress, 0);
+    r.board.Write(reg::DMACount, 4097);
+    while (r.board.Read(reg::DMACount) != 0) {
+    }
+    r.board.Drain();
+    EXPECT_EQ(r.Register(tag::FogColor), 42u);
+    EXPECT_FALSE(r.board.FaultReport().Any());
+}
+
+TEST(DmaThread, HandlerRunsOnTheThreadAndQueuesTheNextTransfer) {
+    rig::Rig r(ThreadedConfig());
+    constexpr uint32_t kTransfers = 50;
+    std::vector<uint32_t> words;
+    for (uint32_t i = 0; i < kTransfers; ++i) {
+        words.insert(words.end(), {tag::FogColor, i + 1, tag::Color, i + 101});
+    }
+    r.board.MapMemory(0x10000, words.data(), words.size() * 4);
+    const auto start = [&](uint32_t index) {
+        r.board.Write(reg::DMAAddress, 0x10000 + index * 16);
+        r.board.Write(reg::DMACount, 4);
+    };
+    std::atomic<uint32_t> done{0};
+    std::atomic<bool> onOtherThread{true};
+    const std::thread::id own = std::this_thread::get_id();
+    r.board.SetInterruptHandler([&] {
+        onOtherThread = onOtherThread && std::this_thread::get_id() != own;
+        if (const uint32_t next = ++done; next < kTransfers) {
+            start(next);
+        }
+    });
+    r.board.Write(reg::IntEnable, 1);
+    start(0);
+    while (done != kTransfers) { // the flag is in memory: no access to the board
+        std::this_thread::yield();
+    }
+    r.board.Drain();
+    EXPECT_EQ(r.Register(tag::FogColor), kTransfers);
+    EXPECT_EQ(r.Register(tag::Color), kTransfers + 100);
+    EXPECT_TRUE(onOtherThread);
+    EXPECT_FALSE(r.board.FaultReport().Any());
+}
+
+TEST(DmaThread, LatencyPassesWithoutAccesses) {
+    board::Config config = ThreadedConfig();
+    config.timing.interruptLatency = 20;
+    rig::Rig r(config);
+    std::atomic<bool> called{false};
+    r.board.SetInterruptHandler([&] { called = true; });
+    r.board.Write(reg::IntEnable, 8);
+    r.board.Read(0x2000);
+    while (!called) {
+        std::this_thread::yield();
+    }
+    SUCCEED();
+}
+
+TEST(DmaThread, FifoWritesWithSpaceChecksArriveInOrder) {
+    rig::Rig r(ThreadedConfig());
+    r.Send(tag::FilterMode, 0xC00);
+    for (uint32_t i = 0; i < 200; ++i) {
+        while (r.board.Read(reg::InFIFOSpace) < 1) {
+        }
+        r.board.Write(MappedOffset(tag::Sync), i);
+    }
+    r.board.Drain();
+    ASSERT_EQ(r.board.Read(reg::OutFIFOWords), 400u);
+    for (uint32_t i = 0; i < 200; ++i) {
+        ASSERT_EQ(r.board.Read(0x2000), 0x188u);
+        ASSERT_EQ(r.board.Read(0x2004), i);
+    }
+    EXPECT_FALSE(r.board.FaultReport().Any());
+}
+
+TEST(DmaThread, TimingCanBeSwitchedBothWays) {
+    rig::Rig r;
+    board::Timing timing;
+    timing.dmaThread = true;
+    r.board.SetTiming(timing);
+    r.Send(tag::FogColor, 1);
+    r.board.SetTiming({});
+    EXPECT_EQ(r.Register(tag::FogColor), 1u) << "waiting entries are not lost";
+    r.Send(tag::FogColor, 2);
+    EXPECT_EQ(r.Register(tag::FogColor), 2u);
+}
+
+} // namespace

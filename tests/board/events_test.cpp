@@ -1,0 +1,85 @@
+#include "board/events.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "tests/board/rig.h"
+
+namespace {
+
+void Play(board::Board& board) {
+    static const uint32_t dma[] = {HoldTag(tag::Color, 2), 5, 6};
+    board.MapMemory(0x1000, dma, sizeof dma);
+    board.Write(reg::DMAAddress, 0x1000);
+    board.Write(reg::DMACount, 3);
+    board.Read(reg::DMACount);
+    const uint32_t words[] = {tag::DepthMode, 0x33, IndexedTag(0x000, 0x000C), 1, 0x20000};
+    board.WriteFifo(words, 5);
+    board.Write(reg::FIFOWindow + 8, tag::V1Float + 9);
+    board.Write(reg::FIFOWindow + 12, 0x3F800000);
+    board.Write(MappedOffset(tag::Sync), 0);
+    board.Write(0x5800, 1);
+    board.Read(0x2004);
+    const uint32_t bad = 0x00000400;
+    board.WriteFifo(&bad, 1);
+}
+
+TEST(Events, TextHasOneLineAnEvent) {
+    rig::Rig r;
+    std::ostringstream out;
+    board::EventText text(out);
+    r.board.SetRecorder(&text);
+    Play(r.board);
+    r.board.SetRecorder(nullptr);
+    r.board.Read(reg::InFIFOSpace);
+    EXPECT_EQ(out.str(), "w 0028 00001000 DMAAddress\n"
+                         "w 0030 00000003 DMACount\n"
+                         "d 000100FE ; Color x2\n"
+                         "d 00000005 ; Color = 5\n"
+                         "d 00000006 ; Color = 6\n"
+                         "r 0030 00000000 DMACount\n"
+                         "f 00000134 ; DepthMode\n"
+                         "f 00000033 ; DepthMode = 33 Enable=1 WriteEnable=1 Compare=3\n"
+                         "f 000C8000 ; group 000 mask 000C: StartXSub, dXSub\n"
+                         "f 00000001 ; StartXSub = 1\n"
+                         "f 00020000 ; dXSub = 20000\n"
+                         "f 00000249 ; V1Float+9\n"
+                         "f 3F800000 ; V1Float+9 = 3F800000\n"
+                         "w 8C40 00000000 Sync\n"
+                         "w 5800 00000001 offset 5800\n"
+                         "r 2004 00000000 FIFOWindow+4\n"
+                         "f 00000400 ; malformed\n");
+}
+
+TEST(Events, RawFormIsTheStreamWordsLittleEndian) {
+    rig::Rig r;
+    std::ostringstream out;
+    board::RawWords raw(out);
+    r.board.SetRecorder(&raw);
+    Play(r.board);
+    r.board.SetRecorder(nullptr);
+    const uint32_t expected[] = {0x000100FE, 5,       6,     0x134,      0x33, 0x000C8000,
+                                 1,          0x20000, 0x249, 0x3F800000, 0x400};
+    std::string bytes;
+    for (const uint32_t word : expected) {
+        for (int shift = 0; shift < 32; shift += 8) {
+            bytes += static_cast<char>(word >> shift & 0xFF);
+        }
+    }
+    EXPECT_EQ(out.str(), bytes);
+}
+
+TEST(Events, ExplainerNamesWhatIsOutsideTheVocabulary) {
+    board::StreamExplainer explainer;
+    EXPECT_EQ(explainer.Explain(0x3AB), "tag 3AB");
+    EXPECT_TRUE(explainer.ExpectsData());
+    EXPECT_EQ(explainer.Explain(0xFF), "tag 3AB = FF");
+    EXPECT_EQ(explainer.Explain(tag::Render), "Render");
+    EXPECT_EQ(explainer.Explain(0x16049), "Render = 16049 AreaStipple=1 FastFill=1 Primitive=1 "
+                                          "Texture=1 Fog=1 SubPixelCorrection=1");
+    EXPECT_EQ(board::OffsetText(0x2000), "FIFOWindow");
+    EXPECT_EQ(board::OffsetText(0x8C00), "FilterMode");
+}
+
+} // namespace

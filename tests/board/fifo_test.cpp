@@ -1,0 +1,152 @@
+#include "board/fifo.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "tests/board/rig.h"
+
+namespace {
+
+board::Config SlowConfig(uint32_t depth, uint32_t drain) {
+    board::Config config = rig::SmallConfig();
+    config.timing.fifoDepth = depth;
+    config.timing.fifoDrainPerTick = drain;
+    return config;
+}
+
+TEST(Fifo, EveryWordOfTheWindowEntersInWriteOrder) {
+    rig::Rig r;
+    // First word, last word, and one in the middle: the address does not matter.
+    r.board.Write(0x2F9C, tag::FogMode);
+    r.board.Write(0x2000, 1);
+    r.board.Write(0x2400, tag::FogColor);
+    r.board.Write(0x2004, 0x123456);
+    EXPECT_EQ(r.Register(tag::FogMode), 1u);
+    EXPECT_EQ(r.Register(tag::FogColor), 0x123456u);
+    EXPECT_FALSE(r.board.FaultReport().Any());
+}
+
+TEST(Fifo, WordBehindTheWindowIsNoFifoWord) {
+    rig::Rig r;
+    r.board.Write(0x2FA0, tag::FogMode);
+    EXPECT_EQ(r.board.FaultReport().unknownRegisters.at(0x2FA0), 1u);
+}
+
+TEST(Fifo, MappedWriteEqualsStreamWrite) {
+    rig::Rig mapped;
+    rig::Rig stream;
+    const std::pair<uint32_t, uint32_t> writes[] = {
+        {tag::Color, 0xFF8040},     {tag::StartXDom, 3u << 16},
+        {tag::StartXSub, 9u << 16}, {tag::StartY, 2u << 16},
+        {tag::dY, 0x10000},         {tag::Count, 4},
+        {tag::FogColor, 77},        {tag::Render, rig::kTrapezoid}};
+    for (const auto& [number, data] : writes) {
+        mapped.board.Write(0x8000 + number * 8, data);
+        stream.Send(number, data);
+    }
+    EXPECT_EQ(mapped.Pixel(3, 2), 0xFF8040u);
+    EXPECT_TRUE(std::ranges::equal(mapped.board.FrameBuffer(), stream.board.FrameBuffer()));
+    EXPECT_EQ(mapped.Register(tag::FogColor), 77u);
+}
+
+TEST(Fifo, SpaceCountsEntriesAndNotTagWords) {
+    rig::Rig r(SlowConfig(16, 1));
+    EXPECT_EQ(r.board.Read(reg::InFIFOSpace), 16u);
+    const uint32_t words[] = {burst::Depth, 1, 2, 3, 4, 5, 6, tag::FogColor, 7};
+    r.board.MapMemory(0, words, sizeof words);
+    r.board.Write(reg::DMAAddress, 0);
+    r.board.Write(reg::DMACount, 9);                     // seven entries come in at once
+    EXPECT_EQ(r.board.Read(reg::InFIFOSpace), 16u - 6u); // and one is drained by this tick
+}
+
+TEST(Fifo, WaitingEntriesTakeSpaceUntilTheyDrain) {
+    board::InputFifo fifo;
+    fifo.Configure(4, 0, 0);
+    EXPECT_EQ(fifo.Space(), 4u);
+    fifo.Push({1, 1});
+    fifo.Push({2, 2});
+    EXPECT_EQ(fifo.ReportSpace(), 2u);
+    EXPECT_EQ(fifo.Pop().tag, 1u);
+    EXPECT_EQ(fifo.ReportSpace(), 3u);
+    fifo.Push({3, 3});
+    fifo.Push({4, 4});
+    EXPECT_FALSE(fifo.Full());
+    fifo.Push({5, 5});
+    EXPECT_TRUE(fifo.Full());
+    EXPECT_EQ(fifo.Space(), 0u);
+}
+
+TEST(Fifo, ReportLagAndCapOnlyEverLowerTheReport) {
+    board::InputFifo fifo;
+    fifo.Configure(8, 2, 0);
+    for (uint32_t i = 0; i < 6; ++i) {
+        fifo.Push({i, i});
+    }
+    EXPECT_EQ(fifo.ReportSpace(), 2u);
+    for (uint32_t i = 0; i < 6; ++i) {
+        fifo.Pop();
+    }
+    EXPECT_EQ(fifo.ReportSpace(), 2u); // one read ago
+    EXPECT_EQ(fifo.ReportSpace(), 2u); // two reads ago
+    EXPECT_EQ(fifo.ReportSpace(), 8u); // now the reports are all of the empty FIFO
+    fifo.Push({1, 1});
+    EXPECT_EQ(fifo.ReportSpace(), 7u) << "a lagging report must not promise space that is taken";
+    fifo.Configure(8, 0, 5);
+    EXPECT_EQ(fifo.ReportSpace(), 5u);
+}
+
+TEST(Fifo, WritesToAFullFifoAreLostAndCounted) {
+    board::Config config = SlowConfig(1, 1);
+    rig::Rig r(config);
+    // Each indexed data word is an access of its own and a tick drains one entry: no loss.
+    r.Words({burst::Trapezoid, 1, 2, 3, 4, 5, 6, 0, 0});
+    EXPECT_EQ(r.board.FaultReport().fifoOverflows, 0u);
+
+    // A transfer refills the FIFO right after each drain, so that it is full at every access.
+    std::vector<uint32_t> words(1 + 64, 0);
+    words[0] = HoldTag(tag::FogColor, 64);
+    r.board.MapMemory(0x1000, words.data(), words.size() * 4);
+    r.board.Write(reg::DMAAddress, 0x1000);
+    r.board.Write(reg::DMACount, 65);
+    r.board.Write(MappedOffset(tag::FogMode), 1);
+    EXPECT_EQ(r.board.FaultReport().fifoOverflows, 1u);
+    EXPECT_EQ(r.board.Read(reg::ErrorFlags) & 1, 1u);
+    r.board.Drain();
+    EXPECT_EQ(r.Register(tag::FogMode), 0u);
+}
+
+TEST(Fifo, DisconnectHoldsTheBusInsteadOfLosingWrites) {
+    for (const uint32_t control : {reg::DisconnectControl, reg::DeltaDisconnectControl}) {
+        rig::Rig r(SlowConfig(1, 1));
+        std::vector<uint32_t> words(1 + 64, 0);
+        words[0] = HoldTag(tag::FogColor, 64);
+        r.board.MapMemory(0x1000, words.data(), words.size() * 4);
+        r.board.Write(control, 1);
+        r.board.Write(reg::DMAAddress, 0x1000);
+        r.board.Write(reg::DMACount, 65);
+        r.board.Write(MappedOffset(tag::FogMode), 1);
+        r.board.Drain();
+        EXPECT_EQ(r.board.FaultReport().fifoOverflows, 0u);
+        EXPECT_EQ(r.Register(tag::FogMode), 1u);
+    }
+}
+
+TEST(Fifo, DrainRateSetsHowSoonEntriesExecute) {
+    rig::Rig r(SlowConfig(64, 2));
+    std::vector<uint32_t> words;
+    for (uint32_t i = 0; i < 20; ++i) {
+        words.insert(words.end(), {tag::FogColor, i + 1});
+    }
+    r.board.MapMemory(0, words.data(), words.size() * 4);
+    r.board.Write(reg::DMAAddress, 0);
+    r.board.Write(reg::DMACount, 40); // all 20 entries wait at the end of this access
+    EXPECT_EQ(r.board.Read(reg::InFIFOSpace), 64u - 18u);
+    r.board.Idle(4);
+    EXPECT_EQ(r.board.Read(reg::InFIFOSpace), 64u - 8u);
+    EXPECT_EQ(r.Register(tag::FogColor), 14u);
+    r.board.Drain();
+    EXPECT_EQ(r.Register(tag::FogColor), 20u);
+}
+
+} // namespace

@@ -1,0 +1,285 @@
+#include "driver/blit/pmdirecx.h"
+#include "driver/core/glintutl.h"
+#include "driver/core/korv32.h"
+
+#include "tests/support/rig.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using test::BusEvent;
+using test::Rig;
+using test::RigOptions;
+using Words = std::vector<uint32_t>;
+using Pairs = std::vector<std::pair<uint32_t, uint32_t>>;
+
+Words Flat(const Pairs& pairs) {
+    Words words;
+    for (const auto& [tagNumber, data] : pairs) {
+        words.push_back(tagNumber);
+        words.push_back(data);
+    }
+    return words;
+}
+
+// Products of 640 = 512 + 128 pixels, codes 5 and 3: whole units of the chip's largest product come
+// first, which 512 is on the first Permedia alone; single bits follow from the low end up.
+uint32_t Products640(uint32_t device) {
+    return device == 4 || device == 0x3D04 ? 5 + 3 * 8 : 3 + 5 * 8;
+}
+
+void BringMode(Rig& rig) {
+    rig.Ready();
+    rig.driver->RenderSolid = rig.driver->RenderCopy = rig.driver->RenderClear =
+        rig.driver->RenderSpare = 0x40;
+    rig.bus->Clear();
+    ChangeDDHAL32Mode(rig.driver);
+}
+
+Pairs CommonPairs(uint32_t products, uint32_t writeMode = 1) {
+    const uint32_t size = 480u << 16 | 640;
+    return {{0x110, products},   {0x150, products},   {0x157, writeMode}, {0x152, 0},
+            {0x158, 0xFFFFFFFF}, {0x104, 0xFFFFFFFF}, {0x031, 0},         {0x032, size},
+            {0x033, size},       {0x039, 0},          {0x001, 0},         {0x003, 0}};
+}
+
+Pairs operator+(Pairs left, const Pairs& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+TEST(ModeChange, SendsThePermediaWordsInOrder) {
+    for (const uint32_t device : {4u, 0x3D04u, 7u, 0x3D07u}) {
+        Rig rig({.deviceId = device});
+        BringMode(rig);
+        const uint32_t products = Products640(device);
+        EXPECT_EQ(rig.Sent(), Flat(CommonPairs(products) + Pairs{{0x0CE, 0x17601},
+                                                                 {0x0B1, (1 << 19) + products},
+                                                                 {0x0B2, 0x21},
+                                                                 {0x119, 0},
+                                                                 {0x130, 0x40000},
+                                                                 {0x15A, 1}}))
+            << device;
+        EXPECT_EQ(rig.driver->LocalBufferShift, 1u);
+        EXPECT_EQ(rig.driver->RenderSolid, 0x48u);
+        EXPECT_EQ(rig.driver->RenderClear, 0x48u);
+        EXPECT_EQ(rig.driver->RenderCopy, 0x40u);
+    }
+}
+
+TEST(ModeChange, SendsTheTexelFormatOfAnEightBitPermediaMode) {
+    Rig rig({.bits = 8});
+    BringMode(rig);
+    const Words sent = rig.Sent();
+    EXPECT_EQ(sent[24 + 4], 0x0B2u);
+    EXPECT_EQ(sent[24 + 5], 0x2Eu);
+}
+
+TEST(ModeChange, SendsTheGlintWordsWithTheAlphaWordFirst) {
+    for (const uint32_t device : {2u, 6u}) {
+        for (const auto& [bits, alpha, select] :
+             {std::tuple{8u, 0x32E02u, 2u}, {16u, 0x32102u, 1u}, {32u, 0x32002u, 0u}}) {
+            Rig rig({.deviceId = device, .bits = bits});
+            BringMode(rig);
+            EXPECT_EQ(rig.Sent(), Flat(Pairs{{0x102, alpha}} + CommonPairs(Products640(device)) +
+                                       Pairs{{0x09C, 0},
+                                             {0x0D0, 0},
+                                             {0x090, 0},
+                                             {0x070, 0},
+                                             {0x119, 2},
+                                             {0x130, 0x18},
+                                             {0x134, 0x79},
+                                             {0x018, select}}))
+                << device << " at " << bits;
+            EXPECT_EQ(rig.driver->LocalBufferShift, 2u);
+            EXPECT_EQ(rig.driver->RenderSolid, 0x48u);
+            EXPECT_EQ(rig.driver->RenderCopy, 0x40048u);
+            EXPECT_EQ(rig.driver->RenderClear, 0x40u);
+        }
+    }
+}
+
+TEST(ModeChange, OnSXTheDepthIsSelectedPastTheStreamAfterASync) {
+    for (const auto& [bits, select] : {std::pair{8u, 4u}, {16u, 2u}, {32u, 0u}}) {
+        Rig rig({.deviceId = DeviceSX, .bits = bits});
+        rig.Ready();
+        rig.bus->registers[reg::FBModeSel] = 0x86; // depth bits are replaced, the others stay
+        ChangeDDHAL32Mode(rig.driver);
+        const std::vector<BusEvent> writes = rig.bus->Writes();
+        ASSERT_EQ(writes.size(), 4u);
+        EXPECT_EQ(writes[1], (BusEvent{'w', 0x8C40, 0}));
+        EXPECT_EQ(writes[3], (BusEvent{'w', 0x1808, 0x80 | select})) << bits;
+        const Words sent = rig.Sent();
+        EXPECT_EQ(sent.size(), 2 * (12u + 7u));
+    }
+}
+
+TEST(ModeChange, OnSXTheFastFillSizeGoesIntoTheRenderWord) {
+    Rig rig({.deviceId = DeviceSX, .bits = 16});
+    BringMode(rig);
+    EXPECT_EQ(rig.driver->RenderSolid, 0x48u); // n = 8
+    EXPECT_EQ(rig.driver->FBWriteMode, 1u);    // n >> 3 has no bit above 0
+
+    // 32 bits: n = 2 << (bit 0 + a + bits 8-9) = 2 << (1 + 2 + 1) = 32.
+    Rig wide({.deviceId = DeviceSX, .bits = 32});
+    wide.Ready();
+    wide.driver->RenderSolid = 0x40;
+    wide.bus->registers[reg::FBModeSel] = 2 << 10 | 1 << 8 | 1;
+    ChangeDDHAL32Mode(wide.driver);
+    EXPECT_EQ(wide.driver->RenderSolid, 0x40u | 32 | 8);
+    EXPECT_EQ(wide.driver->FBWriteMode, 1u | 4);
+    EXPECT_EQ(wide.Sent()[5], 5u); // what tag 0x157 carries
+}
+
+TEST(ModeChange, OnSXAtThirtyTwoBitsNoWidthKeepsTheRenderWord) {
+    for (const uint32_t a : {0u, 3u}) {
+        Rig rig({.deviceId = DeviceSX, .bits = 32});
+        rig.Ready();
+        rig.driver->RenderSolid = 0x40;
+        rig.bus->registers[reg::FBModeSel] = a << 10 | 0x301;
+        ChangeDDHAL32Mode(rig.driver);
+        EXPECT_EQ(rig.driver->RenderSolid, 0x40u);
+        EXPECT_EQ(rig.driver->FBWriteMode, 1u);
+    }
+}
+
+TEST(ModeChange, RevisionOneOfSXHasNoFastFill) {
+    Rig rig({.deviceId = DeviceSX, .revision = 0x10000});
+    BringMode(rig);
+    EXPECT_EQ(rig.driver->RenderSolid, 0x40u);
+    EXPECT_EQ(rig.driver->FBWriteMode, 1u);
+}
+
+TEST(ModeChange, TwiceCountsTwiceAndLeavesTheRenderWordsStable) {
+    Rig rig({.deviceId = DeviceTX});
+    BringMode(rig);
+    const uint32_t solid = rig.driver->RenderSolid;
+    const uint32_t copy = rig.driver->RenderCopy;
+    rig.driver->ModeChanged = 1;
+    rig.driver->FlipLimitOn = 1;
+    ChangeDDHAL32Mode(rig.driver);
+    EXPECT_EQ(rig.driver->ModeChangeCount, 2u);
+    EXPECT_EQ(rig.driver->RenderSolid, solid);
+    EXPECT_EQ(rig.driver->RenderCopy, copy);
+    EXPECT_EQ(rig.driver->ModeChanged, 0u);
+    EXPECT_EQ(rig.driver->FlipLimitOn, 0u);
+    EXPECT_EQ(rig.chip->Flags & CursorExclude, 0u);
+}
+
+TEST(ModeChange, RepairsTheHeapsFlatRingAndSetsTheModeKey) {
+    Rig rig;
+    rig.Ready();
+    NodeGroup& first = rig.driver->Heap.FirstGroup;
+    first.Next = first.Prev = first.Linear = nullptr;
+    ChangeDDHAL32Mode(rig.driver);
+    EXPECT_EQ(first.Next, &first);
+    EXPECT_EQ(first.Prev, &first);
+    EXPECT_EQ(first.Linear, &first);
+    EXPECT_EQ(rig.driver->ModeKey, ((480u << 15 | 640) << 2) | 1);
+    EXPECT_EQ(CHIPRender.ModeKey, rig.driver->ModeKey);
+}
+
+TEST(ModeChange, TakesTheChipForContextFiveFirst) {
+    Rig rig;
+    rig.Ready();
+    rig.chip->CurrentContext = 4;
+    ChangeDDHAL32Mode(rig.driver);
+    EXPECT_EQ(rig.chip->CurrentContext, kContext2D);
+}
+
+TEST(DepthTable, HoldsTheStrideAsEachDepthSeesIt) {
+    // 672 pixels: 512 + 128 + 32, codes 1, 3, 5 from the low bits up; with the largest product
+    // 2048.
+    const uint32_t plain = 1 + 3 * 8 + 5 * 64;
+    Rig rig({.deviceId = DeviceTX, .width = 672, .bits = 8});
+    rig.Ready();
+    rig.bus->registers[reg::FBModeSel] = 0x100;
+    ChangeDDHAL32Mode(rig.driver);
+    EXPECT_EQ(rig.driver->DepthTable[0].word, plain);
+    EXPECT_EQ(rig.driver->DepthTable[1].word, 0 + 2 * 8 + 4 * 64u);
+    EXPECT_EQ(rig.driver->DepthTable[2].word, 0 + 1 * 8 + 3 * 64u);
+    EXPECT_EQ(rig.driver->DepthTable[0].select, 0x104u);
+    EXPECT_EQ(rig.driver->DepthTable[1].select, 0x102u);
+    EXPECT_EQ(rig.driver->DepthTable[2].select, 0x100u);
+    EXPECT_EQ(rig.driver->PartialProducts, plain);
+}
+
+TEST(DepthTable, KeepsRowsBelowTheModesDepth) {
+    Rig rig({.deviceId = DeviceTX, .width = 672, .bits = 8});
+    rig.Ready();
+    ChangeDDHAL32Mode(rig.driver);
+    const uint32_t eight = rig.driver->DepthTable[0].word;
+    const uint32_t sixteen = rig.driver->DepthTable[1].word;
+    rig.driver->PixelSize = 2;
+    rig.driver->ScreenWidth = 640;
+    ChangeDDHAL32Mode(rig.driver);
+    EXPECT_EQ(rig.driver->DepthTable[0].word, eight);
+    EXPECT_EQ(rig.driver->DepthTable[1].word, sixteen);
+    EXPECT_EQ(rig.driver->DepthTable[2].word, 3 + 5 * 8u);
+    EXPECT_EQ(rig.driver->FBDepth, 2u);
+}
+
+TEST(DepthTable, A24BitModeHasItsOwnSlotBehindTheRows) {
+    Rig rig({.deviceId = DevicePermedia2, .bits = 24});
+    rig.Ready();
+    ChangeDDHAL32Mode(rig.driver);
+    EXPECT_EQ(rig.driver->DepthWord24, 3 + 5 * 8u);
+    EXPECT_EQ(rig.driver->DepthTable[2].word, 0u);
+    EXPECT_EQ(rig.driver->PartialProducts, 3 + 5 * 8u);
+    EXPECT_EQ(rig.Sent().back(), 4u);
+}
+
+TEST(DisableAllUnits, QuietsEachBlockInOrder) {
+    const Words first = {0x014, 0x034, 0x035, 0x030, 0x0FC, 0x0D2, 0x101, 0x100,
+                         0x110, 0x130, 0x131, 0x134, 0x118, 0x150, 0x15F, 0x103,
+                         0x105, 0x157, 0x181, 0x102, 0x180, 0x018, 0x155, 0x119};
+    struct Row {
+        uint32_t device;
+        Words tags;
+    };
+    const Words permedia = {0x0CE, 0x0B1, 0x0B2, 0x0CF, 0x0D0, 0x1E0, 0x0F9};
+    Words permedia2 = permedia;
+    permedia2.insert(permedia2.end(), {0x0B0, 0x098, 0x09B});
+    const Words glint = {0x090, 0x070, 0x0D0};
+    Words mx = glint;
+    mx.insert(mx.end(), {0x1E3, 0x09C, 0x09B, 0x098, 0x09A});
+    for (const Row& row : {Row{4, permedia},
+                           {0x3D04, permedia},
+                           {7, permedia2},
+                           {0x3D07, permedia2},
+                           {1, glint},
+                           {2, glint},
+                           {6, mx}}) {
+        Rig rig({.deviceId = row.device});
+        rig.Ready();
+        DisableAllUnits(rig.driver);
+        Words expected;
+        for (const Words& part : {first, row.tags}) {
+            for (const uint32_t tagNumber : part) {
+                expected.push_back(tagNumber);
+                expected.push_back(tagNumber == 0x0F9 ? 0x7F8000 : 0);
+            }
+        }
+        EXPECT_EQ(rig.Sent(), expected) << row.device;
+    }
+}
+
+TEST(DisableAllUnits, WaitsFor16InFrontOfEachBlock) {
+    Rig rig;
+    rig.Ready();
+    rig.bus->fifoSpace = 16;
+    DisableAllUnits(rig.driver);
+    std::vector<size_t> wordsBeforeRead;
+    size_t words = 0;
+    for (const BusEvent& event : rig.bus->events) {
+        words += event.kind == 'f';
+        if (event.kind == 'r') {
+            EXPECT_EQ(event.offset, reg::InFIFOSpace);
+            wordsBeforeRead.push_back(words);
+        }
+    }
+    EXPECT_EQ(wordsBeforeRead, (std::vector<size_t>{0, 30, 48}));
+}
+
+} // namespace

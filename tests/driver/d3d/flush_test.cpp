@@ -1,0 +1,457 @@
+// The dirty flush of both families: what each section sends and changes, and their order.
+#include "driver/raster/del_gour.h"
+#include "driver/raster/gl_gour.h"
+#include "driver/raster/p2_gour.h"
+#include "tests/driver/d3d/state_support.h"
+
+namespace test {
+namespace {
+
+class FlushTest : public StateTest {
+  protected:
+    // Runs the flush with `dirty` and compares words and context with what `edit` makes.
+    static void Expect(WatchedContext& c, uint32_t dirty, const WatchedContext::Edit& edit) {
+        c.ctx->DirtyFlags = dirty;
+        c.ctx->TriangleRenderer = nullptr;
+        c.ctx->LineRenderer = nullptr;
+        D3DContext want;
+        std::memcpy(static_cast<void*>(&want), c.ctx, sizeof(want));
+        const Words words = edit(want);
+        c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+        // Which renderers were chosen is not looked at here, only that they were.
+        want.TriangleRenderer = c.ctx->TriangleRenderer;
+        want.LineRenderer = c.ctx->LineRenderer;
+        if ((want.DirtyFlags & 1) != 0) {
+            EXPECT_NE(c.ctx->TriangleRenderer, nullptr);
+        } else {
+            EXPECT_EQ(c.ctx->TriangleRenderer, nullptr);
+        }
+        EXPECT_EQ(c.Take(), words);
+        EXPECT_EQ(Difference(*c.ctx, want), "");
+    }
+};
+
+class PermediaFlushTest : public FlushTest {};
+class GlintFlushTest : public FlushTest {};
+INSTANTIATE_TEST_SUITE_P(Chips, FlushTest, testing::ValuesIn(AllStateChips()), ChipName);
+INSTANTIATE_TEST_SUITE_P(Chips, PermediaFlushTest, testing::ValuesIn(kPermediaChips), ChipName);
+INSTANTIATE_TEST_SUITE_P(Chips, GlintFlushTest, testing::ValuesIn(kGlintChips), ChipName);
+
+// Read, write, and window bit by compare field, with writes on.
+struct Access {
+    bool read;
+    bool write;
+    bool window;
+};
+Access AccessFor(bool zwrite, uint32_t compare) {
+    if (!zwrite) {
+        return {true, false, false};
+    }
+    if (compare == 0) {
+        return {false, false, true};
+    }
+    if (compare == 7) {
+        return {false, true, false};
+    }
+    return {true, true, false};
+}
+
+Words Append(Words words, const Words& more) {
+    words.insert(words.end(), more.begin(), more.end());
+    return words;
+}
+
+TEST_P(PermediaFlushTest, DepthSectionByCompareAndWrites) {
+    WatchedContext c(GetParam());
+    c.OverBackgrounds([&] {
+        for (uint32_t compare = 0; compare != 8; ++compare) {
+            for (bool zwrite : {false, true}) {
+                const uint32_t background = c.ctx->Copies.FBReadMode;
+                c.FillCopies(background);
+                c.ctx->Copies.DepthMode = Bits(background, 0x70, compare << 4);
+                c.ctx->RenderFlags = zwrite ? 0x802 : 0x002;
+                c.ctx->ZBufferSurface = &c.zbuffer->local;
+                Expect(c, DIRTY_Z, [&](D3DContext& w) {
+                    const Access access = AccessFor(zwrite, compare);
+                    auto& r = w.Copies;
+                    r.LBReadMode = Bits(r.LBReadMode, 0x600, access.read ? 0x400 : 0);
+                    r.LBWriteMode = Bits(r.LBWriteMode, 1, access.write ? 1 : 0);
+                    r.WindowMode = Bits(r.WindowMode, 0x40000, access.window ? 0x40000 : 0);
+                    r.DepthMode |= 3;
+                    w.DirtyFlags = 5;
+                    Words words;
+                    if (GetParam().delta) {
+                        r.DeltaMode |= 0x80;
+                        words = {0x260, r.DeltaMode};
+                    }
+                    return Append(words, {0x130, r.WindowMode, 0x134, r.DepthMode, 0x110,
+                                          r.LBReadMode, 0x118, r.LBWriteMode});
+                });
+            }
+        }
+    });
+}
+
+TEST_P(PermediaFlushTest, DepthOffByFlagOrByMissingSurface) {
+    WatchedContext c(GetParam());
+    c.OverBackgrounds([&] {
+        for (bool flag : {false, true}) {
+            const uint32_t background = c.ctx->Copies.FBReadMode;
+            c.FillCopies(background);
+            c.ctx->RenderFlags = flag ? 0x802 : 0x800;
+            c.ctx->ZBufferSurface = flag ? nullptr : &c.zbuffer->local;
+            Expect(c, DIRTY_Z, [&](D3DContext& w) {
+                auto& r = w.Copies;
+                r.LBReadMode &= ~0x600u;
+                r.LBWriteMode &= ~1u;
+                r.WindowMode |= 0x40000;
+                r.DepthMode &= ~3u;
+                w.DirtyFlags = 5;
+                Words words;
+                if (GetParam().delta) {
+                    r.DeltaMode &= ~0x80u;
+                    words = {0x260, r.DeltaMode};
+                }
+                return Append(words, {0x130, r.WindowMode, 0x134, r.DepthMode, 0x110, r.LBReadMode,
+                                      0x118, r.LBWriteMode});
+            });
+        }
+    });
+}
+
+TEST_P(PermediaFlushTest, CompareNeverWithWritesNeitherReadsNorWrites) {
+    WatchedContext c(GetParam());
+    c.ctx->ZBufferSurface = &c.zbuffer->local;
+    c.ctx->RenderFlags = RF_ZENABLE | RF_ZWRITE;
+    c.Run(23, D3DCMP_NEVER);
+    c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+    EXPECT_EQ(c.ctx->Copies.LBReadMode & 0x400, 0u);
+    EXPECT_EQ(c.ctx->Copies.LBWriteMode & 1, 0u);
+    EXPECT_EQ(c.ctx->Copies.WindowMode & 0x40000, 0x40000u);
+}
+
+TEST_P(PermediaFlushTest, BlendSectionByPair) {
+    WatchedContext c(GetParam());
+    for (uint32_t background : {0u, 0xFFFFFFFFu, 0xA5A5A5A5u}) {
+        for (uint32_t pair = 0; pair != 128; ++pair) {
+            for (uint32_t flags : {0u, 0x40u}) {
+                SCOPED_TRACE(pair);
+                c.FillCopies(background);
+                c.ctx->Copies.AlphaBlendMode = Bits(background, 0xFE, pair << 1);
+                c.ctx->RenderFlags = flags;
+                c.ctx->BlendForcesZeroAlpha = 1;
+                Expect(c, DIRTY_BLEND, [&](D3DContext& w) {
+                    auto& r = w.Copies;
+                    if (pair == 0x11 || pair == 0x51) {
+                        r.AlphaBlendMode |= 0x4000;
+                    } else if (pair == 0x54) {
+                        r.AlphaBlendMode &= ~0x4000u;
+                    }
+                    const bool known = pair == 0x11 || pair == 0x51 || pair == 0x54;
+                    const bool on = flags != 0 && known;
+                    r.AlphaBlendMode = Bits(r.AlphaBlendMode, 1, on ? 1 : 0);
+                    r.FBReadMode = Bits(r.FBReadMode, 0x400, on ? 0x400 : 0);
+                    w.BlendForcesZeroAlpha = pair == 0x11;
+                    w.AlphaBlendModeOut = r.AlphaBlendMode;
+                    if (pair == 0x11) {
+                        w.AlphaBlendModeOut = (r.AlphaBlendMode & 0xFFFFFF01) | 0xA2;
+                    }
+                    w.DirtyFlags = 3;
+                    Words words;
+                    if (!on) {
+                        words = {0x0F9, 0x7F8000};
+                    }
+                    return Append(words, {0x150, r.FBReadMode, 0x102, w.AlphaBlendModeOut});
+                });
+            }
+        }
+    }
+}
+
+TEST_P(PermediaFlushTest, OnePlusOneIsDrawnAsOnePlusInverseSourceAlpha) {
+    WatchedContext c(GetParam());
+    const uint32_t states[] = {19, 2, 20, 2, 27, 1};
+    c.ctx->ProcessStates(c.ctx, 3, states);
+    c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+    EXPECT_EQ(c.ctx->AlphaBlendModeOut & 0xFE, 0xA2u);
+    EXPECT_EQ(c.ctx->BlendForcesZeroAlpha, 1u);
+    EXPECT_EQ(c.Take(), (Words{0x150, 0x400, 0x102, 0x40A3}));
+}
+
+TEST_P(PermediaFlushTest, OnePlusZeroTurnsBlendingOff) {
+    WatchedContext c(GetParam());
+    c.ctx->Copies.FBReadMode = 0x400;
+    c.ctx->Copies.AlphaBlendMode = 1;
+    const uint32_t states[] = {27, 1, 19, 2, 20, 1};
+    c.ctx->ProcessStates(c.ctx, 3, states);
+    c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+    EXPECT_EQ(c.Take(), (Words{0x0F9, 0x7F8000, 0x150, 0, 0x102, 0x02}));
+}
+
+TEST_P(GlintFlushTest, DepthSectionByCompareAndWrites) {
+    WatchedContext c(GetParam());
+    for (uint32_t background : {0u, 0xFFFFFFFFu, 0xA5A5A5A5u}) {
+        for (uint32_t compare = 0; compare != 8; ++compare) {
+            for (bool zwrite : {false, true}) {
+                c.FillCopies(background);
+                c.ctx->Copies.DepthMode = Bits(background, 0x70, compare << 4);
+                c.ctx->RenderFlags = zwrite ? 0x802 : 0x002;
+                c.ctx->ZBufferSurface = &c.zbuffer->local;
+                Expect(c, DIRTY_Z, [&](D3DContext& w) {
+                    const Access access = AccessFor(zwrite, compare);
+                    auto& r = w.Copies;
+                    r.LBReadMode = Bits(r.LBReadMode, 0x400, access.read ? 0x400 : 0);
+                    r.LBWriteMode = Bits(r.LBWriteMode, 1, access.write ? 1 : 0);
+                    r.DepthMode |= 3;
+                    w.DirtyFlags = 5;
+                    Words words;
+                    if (GetParam().delta) {
+                        r.DeltaMode |= 0x80;
+                        words = {0x260, r.DeltaMode};
+                    }
+                    return Append(words,
+                                  {0x134, r.DepthMode, 0x110, r.LBReadMode, 0x118, r.LBWriteMode});
+                });
+            }
+        }
+    }
+}
+
+TEST_P(GlintFlushTest, DepthOffByFlagOrByMissingSurface) {
+    WatchedContext c(GetParam());
+    for (uint32_t background : {0u, 0xFFFFFFFFu, 0xA5A5A5A5u}) {
+        for (bool flag : {false, true}) {
+            c.FillCopies(background);
+            c.ctx->RenderFlags = flag ? 0x802 : 0x800;
+            c.ctx->ZBufferSurface = flag ? nullptr : &c.zbuffer->local;
+            Expect(c, DIRTY_Z, [&](D3DContext& w) {
+                auto& r = w.Copies;
+                r.LBReadMode &= ~0x600u;
+                r.LBWriteMode &= ~1u;
+                r.DepthMode &= ~3u;
+                w.DirtyFlags = 5;
+                Words words;
+                if (GetParam().delta) {
+                    r.DeltaMode &= ~0x80u;
+                    words = {0x260, r.DeltaMode};
+                }
+                return Append(words,
+                              {0x134, r.DepthMode, 0x110, r.LBReadMode, 0x118, r.LBWriteMode});
+            });
+        }
+    }
+}
+
+TEST_P(FlushTest, ZEnableWithoutASurfaceIsZOff) {
+    for (bool enabled : {false, true}) {
+        WatchedContext c(GetParam());
+        c.ctx->RenderFlags = enabled ? RF_ZENABLE | RF_ZWRITE : uint32_t{RF_ZWRITE};
+        c.ctx->ZBufferSurface = nullptr;
+        c.FillCopies(0xFFFFFFFF);
+        c.ctx->DirtyFlags = DIRTY_Z;
+        c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+        EXPECT_EQ(c.ctx->Copies.DepthMode, 0xFFFFFFFCu);
+        EXPECT_EQ(c.ctx->Copies.LBReadMode, 0xFFFFF9FFu);
+        EXPECT_EQ(c.ctx->Copies.LBWriteMode, 0xFFFFFFFEu);
+    }
+}
+
+// The words of a texture change with no texture, from all copies at `background` but those given.
+Words NoTextureWords(const StateChip& chip, D3DContext& w) {
+    auto& r = w.Copies;
+    if (chip.device == 1) {
+        return {};
+    }
+    r.GlintTextureAddressMode &= ~1u;
+    r.GlintTextureReadMode &= ~1u;
+    r.GlintTextureFilterMode &= ~1u;
+    w.RenderFlags &= ~0x20u;
+    w.RenderCommand &= ~0x2000u;
+    w.TextureValid = 1;
+    Words words = {0x070, r.GlintTextureAddressMode, 0x090, r.GlintTextureReadMode,
+                   0x09C, r.GlintTextureFilterMode};
+    if (chip.device == 6) {
+        r.TextureColorMode &= ~1u;
+        words = Append(words, {0x0D0, r.TextureColorMode});
+    } else if ((r.GlintTextureFormat & 0x60) == 0x20) {
+        r.ColorDDAMode |= 1;
+        words = Append(words, {0x0FC, r.ColorDDAMode});
+    }
+    return words;
+}
+
+TEST_P(GlintFlushTest, BlendSectionPassesEveryPairAndRunsTheTextureChange) {
+    WatchedContext c(GetParam());
+    const bool tx = GetParam().device == 2;
+    for (uint32_t always : {0u, 1u}) {
+        DXGlobals.AlwaysDither = always;
+        for (uint32_t background : {0u, 0xFFFFFFFFu, 0xA5A5A5A5u}) {
+            for (uint32_t pair = 0; pair != 128; ++pair) {
+                for (uint32_t flags : {0u, 0x40u}) {
+                    for (uint32_t dither : {0u, 1u}) {
+                        c.FillCopies(background);
+                        c.ctx->Copies.AlphaBlendMode = Bits(background, 0xFE, pair << 1);
+                        c.ctx->RenderFlags = flags;
+                        c.ctx->DitherEnabled = dither;
+                        c.ctx->AlphaBlendModeOut = 0x77;
+                        Expect(c, DIRTY_BLEND, [&](D3DContext& w) {
+                            auto& r = w.Copies;
+                            const bool on = flags != 0 && pair != 1;
+                            r.AlphaBlendMode = Bits(r.AlphaBlendMode, 0x4001,
+                                                    (pair == 81 ? 0x4000 : 0) | (on ? 1 : 0));
+                            r.FBReadMode = Bits(r.FBReadMode, 0x400, on ? 0x400 : 0);
+                            Words words;
+                            if (on && tx && dither == 1) {
+                                r.DitherMode &= ~2u;
+                                words = {0x103, r.DitherMode};
+                            } else if (!on && ((tx && dither == 1) || always != 0)) {
+                                r.DitherMode |= 2;
+                                words = {0x103, r.DitherMode};
+                            }
+                            words = Append(words, {0x150, r.FBReadMode, 0x102, r.AlphaBlendMode});
+                            w.DirtyFlags = 0x0B;
+                            return Append(words, NoTextureWords(GetParam(), w));
+                        });
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST_P(GlintFlushTest, ABlendChangeAlwaysRunsTheTextureChange) {
+    WatchedContext c(GetParam());
+    c.ctx->TextureValid = 0;
+    c.ctx->DirtyFlags = DIRTY_BLEND;
+    c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+    EXPECT_EQ(c.ctx->TextureValid, GetParam().device == 1 ? 0u : 1u);
+    EXPECT_EQ(c.ctx->DirtyFlags, 0x0Bu);
+}
+
+TEST(SXFlush, TheTextureSectionDoesNothing) {
+    for (bool delta : {false, true}) {
+        WatchedContext c({"SX", 1, delta});
+        c.ctx->TextureHandle = 3;
+        c.ctx->RenderFlags = RF_TEXTURE;
+        c.ctx->DirtyFlags = DIRTY_TEXTURE;
+        D3DContext want;
+        std::memcpy(static_cast<void*>(&want), c.ctx, sizeof(want));
+        c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+        EXPECT_TRUE(c.Take().empty());
+        EXPECT_EQ(Difference(*c.ctx, want), "");
+    }
+}
+
+Words TagsOf(const Words& pairs) {
+    Words tags;
+    for (size_t i = 0; i < pairs.size(); i += 2) {
+        tags.push_back(pairs[i]);
+    }
+    return tags;
+}
+
+TEST_P(PermediaFlushTest, SectionsRunInTheirOrder) {
+    WatchedContext c(GetParam());
+    c.ctx->ZBufferSurface = &c.zbuffer->local;
+    c.ctx->DirtyFlags = 0x1E; // all but the renderers, which follow by themselves
+    c.rig.driver->TargetLost = 1;
+    c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+    Words tags = GetParam().delta ? Words{0x260} : Words{};
+    tags = Append(tags, {0x130, 0x134, 0x110, 0x118,        // Z
+                         0x0F9, 0x150, 0x102,               // blend
+                         0x070, 0x0CE, 0x0D0, 0x0B0, 0x09B, // texture
+                         0x152, 0x117});                    // target
+    EXPECT_EQ(TagsOf(c.Take()), tags);
+    EXPECT_EQ(c.ctx->DirtyFlags, 0x1Fu); // the caller clears them
+    EXPECT_EQ(c.rig.driver->TargetLost, 0u);
+    const Renderer flat = GetParam().IsP2()  ? P2_Tri_XY_FLATS
+                          : GetParam().delta ? Delta_Tri_XY_FLAT
+                                             : Glint_Tri_XY_FLAT;
+    EXPECT_EQ(c.ctx->TriangleRenderer, flat);
+}
+
+TEST_P(GlintFlushTest, SectionsRunInTheirOrder) {
+    WatchedContext c(GetParam());
+    c.ctx->ZBufferSurface = &c.zbuffer->local;
+    c.ctx->DirtyFlags = 0x1E;
+    c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+    Words tags = {0x150, 0x102}; // blend
+    if (GetParam().device != 1) {
+        tags = Append(tags, {0x070, 0x090, 0x09C}); // texture
+    }
+    if (GetParam().device == 6) {
+        tags = Append(tags, {0x0D0});
+    }
+    if (GetParam().delta) {
+        tags = Append(tags, {0x260});
+    }
+    tags = Append(tags, {0x134, 0x110, 0x118, // Z
+                         0x152, 0x117});      // target
+    EXPECT_EQ(TagsOf(c.Take()), tags);
+    EXPECT_EQ(c.ctx->DirtyFlags, 0x1Fu);
+}
+
+TEST_P(FlushTest, TheRenderersAreChosenAfterTheTextureChange) {
+    WatchedContext c(GetParam());
+    if (GetParam().device == 1) {
+        return; // no texture change on SX
+    }
+    // Texturing goes off in the texture section, so no textured renderer may be picked.
+    c.ctx->RenderFlags = RF_TEXTURE;
+    c.ctx->DirtyFlags = DIRTY_TEXTURE | DIRTY_RENDERERS;
+    c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+    const Renderer flat = GetParam().IsP2()  ? P2_Tri_XY_FLATS
+                          : GetParam().delta ? Delta_Tri_XY_FLAT
+                                             : Glint_Tri_XY_FLAT;
+    EXPECT_EQ(c.ctx->TriangleRenderer, flat);
+}
+
+TEST_P(FlushTest, TheTargetSectionAimsTheChip) {
+    WatchedContext c(GetParam());
+    c.ctx->DirtyFlags = DIRTY_TARGET;
+    c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+    EXPECT_EQ(c.Take(), (Words{0x152, 0x20000 / 2}));
+    EXPECT_EQ(c.target->priv.OwnerContext, c.ctx);
+    EXPECT_EQ(c.ctx->TriangleRenderer, nullptr);
+}
+
+TEST_P(PermediaFlushTest, AnUnknownDeviceOfTheFamilyGetsNoRenderer) {
+    WatchedContext c(GetParam());
+    c.rig.chip->DeviceId = 99;
+    c.ctx->DirtyFlags = DIRTY_RENDERERS;
+    c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+    EXPECT_EQ(c.ctx->TriangleRenderer, nullptr);
+}
+
+TEST_P(FlushTest, TheFIFOCountRunsOnAcrossTheSections) {
+    WatchedContext c(GetParam(), false);
+    const bool glint = GetParam().IsGlint();
+    // Room for the blend and Z sections' waits together, and not one entry more.
+    c.rig.bus->fifoSpace = glint ? 4 + 7 : 7 + 3;
+    c.ctx->DirtyFlags = DIRTY_Z | DIRTY_BLEND;
+    c.ctx->TextureHandle = 77; // names nothing: the texture change of Glint is silent
+    c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+    EXPECT_EQ(c.rig.bus->ReadsOf(reg::InFIFOSpace), 1u);
+    c.rig.bus->Clear();
+    c.rig.bus->fifoSpace -= 1;
+    c.ctx->DirtyFlags = DIRTY_Z | DIRTY_BLEND;
+    c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+    EXPECT_EQ(c.rig.bus->ReadsOf(reg::InFIFOSpace), 2u);
+}
+
+TEST_P(FlushTest, WordsOfAllSectionsArriveInFIFOModeToo) {
+    WatchedContext dma(GetParam(), true);
+    WatchedContext fifo(GetParam(), false);
+    for (WatchedContext* c : {&dma, &fifo}) {
+        c->FillCopies(0x5A5A5A5A);
+        c->ctx->ZBufferSurface = &c->zbuffer->local;
+        c->ctx->DirtyFlags = 0x1F;
+        c->ctx->HandleDirtyState(c->rig.driver, c->ctx);
+    }
+    const Words words = dma.Take();
+    EXPECT_FALSE(words.empty());
+    EXPECT_EQ(fifo.Take(), words);
+}
+
+} // namespace
+} // namespace test

@@ -1,0 +1,169 @@
+#pragma once
+// A context whose state words, register copies and dirty flags are watched whole: what a case does
+// not mention must not change.
+#include "driver/d3d/statepm.h"
+#include "driver/d3d/statesx.h"
+#include "tests/support/rig.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace test {
+
+using Words = std::vector<uint32_t>;
+
+struct StateChip {
+    const char* name;
+    uint32_t device;
+    bool delta;
+
+    bool IsGlint() const { return device == DeviceSX || device == DeviceTX || device == DeviceMX; }
+    bool IsFirst() const { return device == 4 || device == 0x3D04; }
+    bool IsP2() const { return device == 7 || device == 0x3D07; }
+};
+
+inline void PrintTo(const StateChip& chip, std::ostream* out) {
+    *out << chip.name;
+}
+
+inline const std::vector<StateChip> kPermediaChips = {{"Permedia", 4, false},
+                                                      {"PermediaDelta", 4, true},
+                                                      {"PermediaSecondId", 0x3D04, false},
+                                                      {"PermediaSecondIdDelta", 0x3D04, true},
+                                                      {"Permedia2", 7, true},
+                                                      {"Permedia2SecondId", 0x3D07, true}};
+inline const std::vector<StateChip> kGlintChips = {{"SX", 1, false}, {"SXDelta", 1, true},
+                                                   {"TX", 2, false}, {"TXDelta", 2, true},
+                                                   {"MX", 6, false}, {"MXDelta", 6, true}};
+
+inline std::vector<StateChip> AllStateChips() {
+    std::vector<StateChip> all = kPermediaChips;
+    all.insert(all.end(), kGlintChips.begin(), kGlintChips.end());
+    return all;
+}
+
+inline RigOptions OptionsFor(const StateChip& chip) {
+    RigOptions options;
+    options.deviceId = chip.device;
+    options.dmaBufferBytes = 0x10000;
+    return options;
+}
+
+// Where two contexts differ, apart from their streams; empty if nowhere.
+inline std::string Difference(const D3DContext& have, const D3DContext& want) {
+    const auto* a = reinterpret_cast<const uint8_t*>(&have);
+    const auto* b = reinterpret_cast<const uint8_t*>(&want);
+    constexpr size_t kFrom = offsetof(D3DContext, Stream);
+    constexpr size_t kTo = kFrom + sizeof(CommandStream);
+    for (size_t at = 0; at < sizeof(D3DContext); at += 4) {
+        if (at >= kFrom && at < kTo) {
+            continue;
+        }
+        uint32_t x;
+        uint32_t y;
+        std::memcpy(&x, a + at, 4);
+        std::memcpy(&y, b + at, 4);
+        if (x != y) {
+            char text[96];
+            std::snprintf(text, sizeof(text), "word at byte %u: have %08X, want %08X",
+                          static_cast<unsigned>(at), x, y);
+            return text;
+        }
+    }
+    return {};
+}
+
+class WatchedContext {
+  public:
+    explicit WatchedContext(const StateChip& chip, bool dma = true)
+        : chip(chip), rig(OptionsFor(chip)) {
+        rig.Ready();
+        ctx = rig.PlainContext(dma);
+        ctx->UseDelta = chip.delta;
+        ctx->FillMode = D3DFILL_SOLID;
+        ctx->ProcessStates = chip.IsGlint() ? ProcessGlintStates : ProcessPermediaStates;
+        ctx->HandleDirtyState = chip.IsGlint() ? HandleDirtyGlintState : HandleDirtyPermediaState;
+        target = &rig.MakeSurface(320, 200, DDSCAPS_3DDEVICE, PixelSize16, 0x20000);
+        zbuffer = &rig.MakeSurface(320, 200, DDSCAPS_ZBUFFER, PixelSize16, 0x80000);
+        ctx->RenderTargetSurface = &target->local;
+        // No flush in the middle of a case.
+        ctx->Stream.SubBufferFlushWords = ctx->Stream.SubBufferWords;
+    }
+
+    // All register copies hold `word`.
+    void FillCopies(uint32_t word) {
+        auto* copy = reinterpret_cast<uint32_t*>(&ctx->Copies);
+        for (size_t i = 0; i != sizeof(ctx->Copies) / 4; ++i) {
+            copy[i] = word;
+        }
+    }
+
+    // The words written since the last call.
+    Words Take() {
+        Words words;
+        if (ctx->Stream.CommandMode == kCommandModeDMA) {
+            words = Rig::Pending(ctx);
+            ctx->Stream.WritePointer = ctx->Stream.Current().Linear;
+        } else {
+            words = rig.bus->FifoWords();
+            rig.bus->Clear();
+        }
+        return words;
+    }
+
+    // Runs one state. `edit` makes of a copy of the context what is expected, and returns the
+    // words expected. On Permedia the image of the states is expected to follow by itself.
+    using Edit = std::function<Words(D3DContext&)>;
+    void Expect(uint32_t state, uint32_t value, const Edit& edit) {
+        SCOPED_TRACE(std::string(chip.name) + " state " + std::to_string(state) + " value " +
+                     std::to_string(value));
+        D3DContext want;
+        std::memcpy(static_cast<void*>(&want), ctx, sizeof(want));
+        if (!chip.IsGlint() && state < 256) {
+            want.RenderStates[state] = value;
+        }
+        const Words words = edit(want);
+        Run(state, value);
+        EXPECT_EQ(Take(), words);
+        EXPECT_EQ(Difference(*ctx, want), "");
+    }
+    void ExpectNothing(uint32_t state, uint32_t value) {
+        Expect(state, value, [](D3DContext&) { return Words{}; });
+    }
+    void Run(uint32_t state, uint32_t value) {
+        const uint32_t pair[2] = {state, value};
+        EXPECT_EQ(ctx->ProcessStates(ctx, 1, pair), 0u);
+    }
+
+    // Calls the body with all copies at one word after another.
+    void OverBackgrounds(const std::function<void()>& body) {
+        for (uint32_t word : {0u, 0xFFFFFFFFu, 0xA5A5A5A5u, 0x5A5A5A5Au}) {
+            SCOPED_TRACE("copies at " + std::to_string(word));
+            FillCopies(word);
+            body();
+        }
+    }
+
+    StateChip chip;
+    Rig rig;
+    D3DContext* ctx;
+    RigSurface* target;
+    RigSurface* zbuffer;
+};
+
+class StateTest : public testing::TestWithParam<StateChip> {};
+
+inline std::string ChipName(const testing::TestParamInfo<StateChip>& info) {
+    return info.param.name;
+}
+
+inline uint32_t Bits(uint32_t word, uint32_t clear, uint32_t set) {
+    return (word & ~clear) | set;
+}
+
+} // namespace test

@@ -1,0 +1,323 @@
+// The render states that belong to the Glint family.
+#include "tests/driver/d3d/state_support.h"
+
+#include <algorithm>
+
+namespace test {
+namespace {
+
+bool IsSX() {
+    return StateTest::GetParam().device == 1;
+}
+bool IsTX() {
+    return StateTest::GetParam().device == 2;
+}
+
+std::vector<StateChip> GlintChips(const std::vector<uint32_t>& devices) {
+    std::vector<StateChip> chips;
+    for (const StateChip& chip : kGlintChips) {
+        if (std::count(devices.begin(), devices.end(), chip.device) != 0) {
+            chips.push_back(chip);
+        }
+    }
+    return chips;
+}
+
+class GlintStateTest : public StateTest {};
+class SXStateTest : public StateTest {};
+class TXStateTest : public StateTest {};
+class MXStateTest : public StateTest {};
+class TexturedGlintStateTest : public StateTest {}; // TX and MX
+INSTANTIATE_TEST_SUITE_P(Chips, GlintStateTest, testing::ValuesIn(kGlintChips), ChipName);
+INSTANTIATE_TEST_SUITE_P(Chips, SXStateTest, testing::ValuesIn(GlintChips({1})), ChipName);
+INSTANTIATE_TEST_SUITE_P(Chips, TXStateTest, testing::ValuesIn(GlintChips({2})), ChipName);
+INSTANTIATE_TEST_SUITE_P(Chips, MXStateTest, testing::ValuesIn(GlintChips({6})), ChipName);
+INSTANTIATE_TEST_SUITE_P(Chips, TexturedGlintStateTest, testing::ValuesIn(GlintChips({2, 6})),
+                         ChipName);
+
+constexpr uint32_t kValues[] = {0, 1, 2,  3,  4,  5,   6,          7,
+                                8, 9, 10, 11, 12, 255, 0x80000000, 0xFFFFFFFF};
+
+TEST_P(GlintStateTest, NoImageOfTheStatesIsKept) {
+    WatchedContext c(GetParam());
+    for (uint32_t state = 0; state <= 256; ++state) {
+        c.Run(state, state * 3 + 1);
+    }
+    for (uint32_t word : c.ctx->RenderStates) {
+        EXPECT_EQ(word, 0u);
+    }
+}
+
+TEST_P(SXStateTest, SXIgnoresTheStatesOfTheTextureUnit) {
+    WatchedContext c(GetParam());
+    c.OverBackgrounds([&] {
+        for (uint32_t state : {1u, 3u, 4u, 17u, 18u, 21u}) {
+            for (uint32_t value : kValues) {
+                c.ExpectNothing(state, value);
+            }
+        }
+    });
+}
+
+TEST_P(TexturedGlintStateTest, ANewTextureHandleMarksRenderersAndTexture) {
+    WatchedContext c(GetParam());
+    c.ExpectNothing(1, 0);
+    c.Expect(1, 5, [](D3DContext& w) {
+        w.TextureHandle = 5;
+        w.DirtyFlags = 9;
+        return Words{};
+    });
+    c.ctx->DirtyFlags = 0;
+    c.ExpectNothing(1, 5);
+}
+
+TEST_P(TexturedGlintStateTest, TextureAddressSetsBothWrapFields) {
+    WatchedContext c(GetParam());
+    c.OverBackgrounds([&] {
+        for (uint32_t value : kValues) {
+            c.Expect(3, value, [&](D3DContext& w) {
+                const uint32_t field = value == 1 ? 0x140000 : value == 3 ? 0 : 0x280000;
+                uint32_t& word = w.Copies.GlintTextureReadMode;
+                word = Bits(word, 0x3C0000, field);
+                return Words{0x090, word};
+            });
+        }
+    });
+}
+
+TEST_P(TexturedGlintStateTest, TextureAddressBorderActsAsMirror) {
+    WatchedContext c(GetParam());
+    c.Run(3, D3DTADDRESS_BORDER);
+    EXPECT_EQ(c.Take(), (Words{0x090, 0x280000}));
+}
+
+TEST_P(TexturedGlintStateTest, PerspectiveIsAFlagOnly) {
+    WatchedContext c(GetParam());
+    c.FillCopies(0xA5A5A5A5);
+    for (uint32_t value : kValues) {
+        for (uint32_t flags : {0u, 0x7FFFu}) {
+            c.ctx->RenderFlags = flags;
+            c.ctx->DirtyFlags = 0;
+            c.Expect(4, value, [&](D3DContext& w) {
+                w.RenderFlags = Bits(flags, 0x10, value != 0 ? 0x10 : 0);
+                w.DirtyFlags = 1;
+                return Words{};
+            });
+        }
+    }
+}
+
+TEST_P(GlintStateTest, LastPixelLeavesItsFlagUntouched) {
+    WatchedContext c(GetParam());
+    for (uint32_t flags : {0u, 0x1000u}) {
+        c.ctx->RenderFlags = flags;
+        c.ExpectNothing(16, 0);
+        c.ExpectNothing(16, 1);
+    }
+}
+
+TEST_P(TexturedGlintStateTest, TextureFiltersGoStraightToTheReadWord) {
+    WatchedContext c(GetParam());
+    c.OverBackgrounds([&] {
+        for (uint32_t value : kValues) {
+            c.Expect(17, value, [&](D3DContext& w) {
+                uint32_t& word = w.Copies.GlintTextureReadMode;
+                if (value == 1 || value == 3 || value == 4) {
+                    word &= ~0x4000u;
+                } else if (value == 2 || value == 5 || value == 6) {
+                    word |= 0x4000;
+                }
+                return Words{0x090, word};
+            });
+            c.Expect(18, value, [&](D3DContext& w) {
+                uint32_t& word = w.Copies.GlintTextureReadMode;
+                if (value >= 1 && value <= 6) {
+                    word = Bits(word, 0x38000, (value - 1) << 15);
+                }
+                return Words{0x090, word};
+            });
+        }
+    });
+}
+
+TEST_P(GlintStateTest, AllBlendFactorsOfTheChipAreOffered) {
+    // Field value by state value, -1 where the field is kept.
+    constexpr int kSource[] = {-1, 0, 1, -1, -1, 4, 5, 6, 7, 2, 3, 8, -1};
+    constexpr int kDest[] = {-1, 0, 1, 2, 3, 4, 5, 6, 7, -1, -1, -1, -1};
+    WatchedContext c(GetParam());
+    c.OverBackgrounds([&] {
+        for (uint32_t value : kValues) {
+            for (uint32_t flags : {0u, 0x40u}) {
+                c.ctx->RenderFlags = flags;
+                c.ctx->DirtyFlags = 0;
+                c.Expect(19, value, [&](D3DContext& w) {
+                    if (value <= 12 && kSource[value] >= 0) {
+                        w.Copies.AlphaBlendMode = Bits(w.Copies.AlphaBlendMode, 0x1E,
+                                                       static_cast<uint32_t>(kSource[value]) << 1);
+                    }
+                    w.DirtyFlags = flags != 0 ? 2 : 0;
+                    return Words{};
+                });
+                c.ctx->DirtyFlags = 0;
+                c.Expect(20, value, [&](D3DContext& w) {
+                    if (value <= 12 && kDest[value] >= 0) {
+                        w.Copies.AlphaBlendMode = Bits(w.Copies.AlphaBlendMode, 0xE0,
+                                                       static_cast<uint32_t>(kDest[value]) << 5);
+                    }
+                    w.DirtyFlags = flags != 0 ? 2 : 0;
+                    return Words{};
+                });
+            }
+        }
+    });
+}
+
+TEST_P(GlintStateTest, SrcColorIsADestinationFactorAndNoSourceFactor) {
+    WatchedContext c(GetParam());
+    c.Run(19, D3DBLEND_SRCCOLOR);
+    EXPECT_EQ(c.ctx->Copies.AlphaBlendMode, 0u);
+    c.Run(20, D3DBLEND_SRCCOLOR);
+    EXPECT_EQ(c.ctx->Copies.AlphaBlendMode, 2u << 5);
+}
+
+TEST_P(TXStateTest, TextureBlendOnTXUsesFormatAndColourWords) {
+    WatchedContext c(GetParam());
+    c.ctx->ForceCopyMode = 1; // has no say here
+    c.OverBackgrounds([&] {
+        for (uint32_t value : kValues) {
+            c.ctx->DirtyFlags = 0;
+            c.Expect(21, value, [&](D3DContext& w) {
+                uint32_t& format = w.Copies.GlintTextureFormat;
+                uint32_t& color = w.Copies.TextureColorMode;
+                if (value == 1 || value == 7) {
+                    format = Bits(format, 0x40, 0x20);
+                    color &= ~1u;
+                } else if (value == 2 || value == 4) {
+                    color = Bits(color, 0x0E, 1);
+                    format &= ~0x60u;
+                } else if (value == 3) {
+                    color = Bits(color, 0x0C, 3);
+                    format &= ~0x60u;
+                }
+                w.DirtyFlags = 8;
+                return Words{0x0D0, color};
+            });
+        }
+    });
+}
+
+TEST_P(MXStateTest, TextureBlendOnMXOnlyEditsTheColourField) {
+    WatchedContext c(GetParam());
+    c.ctx->ForceCopyMode = 1;
+    c.OverBackgrounds([&] {
+        for (uint32_t value : kValues) {
+            c.ctx->DirtyFlags = 0;
+            c.Expect(21, value, [&](D3DContext& w) {
+                uint32_t& color = w.Copies.TextureColorMode;
+                if (value == 1 || value == 7) {
+                    color = Bits(color, 0x0E, 0x06);
+                } else if (value == 2 || value == 4) {
+                    color = Bits(color, 0x0E, 0);
+                } else if (value == 3) {
+                    color = Bits(color, 0x0E, 0x02);
+                }
+                w.DirtyFlags = 8;
+                return Words{};
+            });
+        }
+    });
+}
+
+TEST_P(GlintStateTest, CullModeIsStoredAndNothingElse) {
+    WatchedContext c(GetParam());
+    for (uint32_t value : kValues) {
+        c.Expect(22, value, [&](D3DContext& w) {
+            w.CullMode = value;
+            return Words{};
+        });
+    }
+}
+
+TEST_P(GlintStateTest, DitherIsSuspendedWhileTXBlends) {
+    WatchedContext c(GetParam());
+    for (uint32_t always : {0u, 1u}) {
+        DXGlobals.AlwaysDither = always;
+        c.OverBackgrounds([&] {
+            for (uint32_t value : kValues) {
+                for (uint32_t flags : {0u, 0x40u}) {
+                    c.ctx->RenderFlags = flags;
+                    c.Expect(26, value, [&](D3DContext& w) {
+                        uint32_t& word = w.Copies.DitherMode;
+                        const bool off = flags != 0 && IsTX();
+                        w.DitherEnabled = value != 0;
+                        word = Bits(word, 2, !off && (value != 0 || always != 0) ? 2 : 0);
+                        return Words{0x103, word};
+                    });
+                }
+            }
+        });
+    }
+}
+
+TEST_P(GlintStateTest, FogEnableDropsTexturedSpecular) {
+    WatchedContext c(GetParam());
+    c.ctx->FogColor = 0x00332211;
+    for (uint32_t flags = 0; flags != 0x40; ++flags) {
+        for (uint32_t specular : {0u, 1u}) {
+            c.ctx->SpecularEnabled = specular;
+            c.ctx->RenderFlags = flags;
+            c.ctx->RenderCommand = 0x12001;
+            c.ctx->DirtyFlags = 0;
+            c.Expect(28, 1, [&](D3DContext& w) {
+                w.RenderFlags |= 8;
+                w.RenderCommand = 0x16001;
+                w.DirtyFlags = 9;
+                if ((flags & 0x24) == 0x24) {
+                    w.RenderFlags &= ~4u;
+                }
+                return IsSX() ? Words{} : Words{0x0D3, 0x00332211};
+            });
+            c.ctx->RenderFlags = flags;
+            c.ctx->DirtyFlags = 0;
+            c.Expect(28, 0, [&](D3DContext& w) {
+                w.RenderFlags &= ~8u;
+                w.RenderCommand = 0x12001;
+                w.DirtyFlags = 9;
+                if (specular == 1) {
+                    w.RenderFlags |= 4;
+                }
+                return IsSX() ? Words{} : Words{0x0D3, 0xFFFFFFFF};
+            });
+        }
+    }
+}
+
+TEST_P(GlintStateTest, SpecularGivesWayToTexturedFog) {
+    WatchedContext c(GetParam());
+    for (uint32_t flags = 0; flags != 0x40; ++flags) {
+        for (uint32_t value : {0u, 1u, 0xFFFFFFFFu}) {
+            c.ctx->RenderFlags = flags;
+            c.ctx->DirtyFlags = 0;
+            c.Expect(29, value, [&](D3DContext& w) {
+                w.SpecularEnabled = value != 0;
+                w.RenderFlags = Bits(flags, 4, value != 0 && (flags & 0x28) != 0x28 ? 4 : 0);
+                w.DirtyFlags = 1;
+                return Words{};
+            });
+        }
+    }
+}
+
+TEST_P(GlintStateTest, FogColourIsSentOnlyInFog) {
+    WatchedContext c(GetParam());
+    for (uint32_t flags : {0u, 8u}) {
+        c.ctx->RenderFlags = flags;
+        c.Expect(34, 0x11223344, [&](D3DContext& w) {
+            w.FogColor = 0x11443322;
+            return flags != 0 ? Words{0x0D3, 0x11443322} : Words{};
+        });
+    }
+}
+
+} // namespace
+} // namespace test

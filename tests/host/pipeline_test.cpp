@@ -1,0 +1,180 @@
+// Driver, mini VDD and board together: whatever the board's pace and whichever thread the handler
+// runs on, the picture is the same and nothing gets lost.
+#include "host/d3d/direct3d.h"
+
+#include "driver/services/context.h"
+#include "host/display/machine.h"
+#include "host/picture.h"
+#include "host/vdd/minivdd.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace {
+
+using host::Device3D;
+using host::DirectDraw;
+using host::Display;
+using host::DisplayConfig;
+using host::Surface;
+
+constexpr uint32_t kSize = 64;
+
+D3DTLVERTEX Vertex(float x, float y, float z, D3DCOLOR color) {
+    D3DTLVERTEX v{};
+    v.sx = x;
+    v.sy = y;
+    v.sz = z;
+    v.rhw = 1.0f;
+    v.color = color;
+    return v;
+}
+
+std::vector<D3DTLVERTEX> RandomTriangles(uint32_t seed, size_t count) {
+    std::mt19937 random(seed);
+    std::vector<D3DTLVERTEX> vertices;
+    for (size_t i = 0; i < 3 * count; ++i) {
+        const auto x = static_cast<float>(random() % kSize);
+        const auto y = static_cast<float>(random() % kSize);
+        const auto z = static_cast<float>(random() % 1000) / 1000.0f;
+        vertices.push_back(Vertex(x, y, z, 0xFF000000 | (random() & 0xFFFFFF)));
+    }
+    return vertices;
+}
+
+void Clear(Surface& surface, uint32_t value) {
+    for (uint32_t y = 0; y < surface.Height(); ++y) {
+        for (uint32_t x = 0; x < surface.Width(); ++x) {
+            surface.SetPixel(x, y, value);
+        }
+    }
+}
+
+struct Outcome {
+    std::vector<uint8_t> first, second; // pictures of two devices
+    uint32_t queued = 0;                // transfers that the handler started
+    std::string faults;
+};
+
+// Two devices with different states draw in turns, triangle by triangle.
+Outcome Draw(DisplayConfig config) {
+    host::PowerCycle();
+    Display display(config);
+    if (!display.Start()) {
+        throw std::runtime_error("the driver did not start");
+    }
+    DirectDraw directDraw(display);
+    Outcome run;
+    {
+        Surface& first = directDraw.CreateTarget(kSize, kSize);
+        Surface& second = directDraw.CreateTarget(kSize, kSize);
+        Surface& depth = directDraw.CreateZBuffer(kSize, kSize);
+        Clear(first, 0);
+        Clear(second, 0);
+        Clear(depth, 0xFFFFFFFF);
+        Device3D one(directDraw, first, &depth);
+        Device3D other(directDraw, second);
+        one.SetState(D3DRENDERSTATE_CULLMODE, D3DCULL_NONE);
+        one.SetState(D3DRENDERSTATE_ZENABLE, 1u);
+        one.SetState(D3DRENDERSTATE_ZWRITEENABLE, 1u);
+        other.SetState(D3DRENDERSTATE_CULLMODE, D3DCULL_CCW);
+        other.SetState(D3DRENDERSTATE_SHADEMODE, D3DSHADE_FLAT);
+        const std::vector<D3DTLVERTEX> vertices = RandomTriangles(config.deviceId, 300);
+        host::Check("scene", one.BeginScene());
+        host::Check("scene", other.BeginScene());
+        const std::span<const D3DTLVERTEX> all(vertices);
+        for (size_t i = 0; i < all.size(); i += 30) {
+            host::Check("first", one.TriangleList(all.subspan(i, 30)));
+            host::Check("second", other.TriangleList(all.subspan(i, 15)));
+        }
+        // A long run without a change of context fills the queue.
+        for (int i = 0; i < 5; ++i) {
+            host::Check("first", one.TriangleList(all));
+        }
+        one.Finish();
+        other.Finish();
+        run.first = host::ReadPicture(first).rgba;
+        run.second = host::ReadPicture(second).rgba;
+    }
+    run.queued = host::TheMiniVdd().QueueCounters(display.Driver()).transfers;
+    run.faults = display.Board().FaultReport().Describe();
+    return run;
+}
+
+DisplayConfig ConfigFor(uint32_t deviceId) {
+    DisplayConfig config;
+    config.deviceId = deviceId;
+    return config;
+}
+
+class PaceTest : public ::testing::TestWithParam<uint32_t> {
+  protected:
+    // The same drawing through the FIFO on a board that is always ready.
+    PaceTest() {
+        DisplayConfig config = ConfigFor(GetParam());
+        config.registry = {{"Direct3DHAL.NoDMA", "1"}};
+        plain = Draw(config);
+        EXPECT_EQ(plain.queued, 0u);
+        EXPECT_EQ(plain.faults, "");
+    }
+    void ExpectSame(const Outcome& run) {
+        EXPECT_EQ(run.faults, "");
+        EXPECT_TRUE(run.first == plain.first) << "first device";
+        EXPECT_TRUE(run.second == plain.second) << "second device";
+    }
+    Outcome plain;
+};
+
+TEST_P(PaceTest, SomethingIsDrawnAndTheDevicesDiffer) {
+    EXPECT_FALSE(plain.first == plain.second);
+    EXPECT_NE(std::count(plain.first.begin(), plain.first.end(), 0),
+              static_cast<ptrdiff_t>(plain.first.size()) * 3 / 4);
+}
+
+TEST_P(PaceTest, TheQueueGivesTheSamePicture) {
+    const Outcome run = Draw(ConfigFor(GetParam()));
+    ExpectSame(run);
+    EXPECT_GT(run.queued, 20u);
+}
+
+TEST_P(PaceTest, TwoSubBuffersGiveTheSamePictureWithoutTheQueue) {
+    DisplayConfig config = ConfigFor(GetParam());
+    config.chipFlags = TwoSubBuffers;
+    const Outcome run = Draw(config);
+    ExpectSame(run);
+    EXPECT_EQ(run.queued, 0u);
+}
+
+TEST_P(PaceTest, ASlowBoardGivesTheSamePicture) {
+    DisplayConfig config = ConfigFor(GetParam());
+    config.timing.fifoDepth = 32;
+    config.timing.fifoDrainPerTick = 1;
+    config.timing.dmaWordsPerTick = 2;
+    config.timing.interruptLatency = 5;
+    const Outcome run = Draw(config);
+    ExpectSame(run);
+    EXPECT_GT(run.queued, 20u);
+}
+
+TEST_P(PaceTest, ASlowBoardWithoutDmaGivesTheSamePicture) {
+    DisplayConfig config = ConfigFor(GetParam());
+    config.registry = {{"Direct3DHAL.NoDMA", "1"}};
+    config.timing.fifoDepth = 32;
+    config.timing.fifoDrainPerTick = 1;
+    ExpectSame(Draw(config));
+}
+
+TEST_P(PaceTest, TheEngineOnItsOwnThreadGivesTheSamePicture) {
+    DisplayConfig config = ConfigFor(GetParam());
+    config.timing.dmaThread = true;
+    for (int i = 0; i < 3; ++i) {
+        const Outcome run = Draw(config);
+        ExpectSame(run);
+        EXPECT_GT(run.queued, 20u);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Chips, PaceTest, ::testing::Values(DeviceSX, DeviceTX, DevicePermedia));
+
+} // namespace

@@ -1,0 +1,73 @@
+#pragma once
+// A chip bus that records every event and answers from a script: no board, no time.
+#include "driver/core/chipbus.h"
+#include "driver/core/registers.h"
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <vector>
+
+namespace test {
+
+struct BusEvent {
+    char kind;       // 'r' register read, 'w' register write, 'f' word in the FIFO window, 'i' idle
+    uint32_t offset; // 0 for words; rounds for 'i'
+    uint32_t value;
+    bool operator==(const BusEvent&) const = default;
+};
+
+// One transfer that was started by a write of DMACount.
+struct Transfer {
+    uint32_t address;
+    std::vector<uint32_t> words; // as they stood at the start
+};
+
+class RecordingBus {
+  public:
+    explicit RecordingBus(ChipRegisters* registers);
+    ~RecordingBus();
+    RecordingBus(const RecordingBus&) = delete;
+    RecordingBus& operator=(const RecordingBus&) = delete;
+
+    // Everything, in order.
+    std::vector<BusEvent> events;
+    // Transfers in order; DMACount reads back 0 at once unless `readDMACount` says otherwise.
+    std::vector<Transfer> transfers;
+    // Register file: what was written last, or preset; mapped registers included.
+    std::map<uint32_t, uint32_t> registers;
+    // Answers a Sync write puts here; InFIFOSpace and OutFIFOWords come from these.
+    std::deque<uint32_t> output;
+    uint32_t fifoSpace = 1000;
+    // Scripts that take precedence over the above, when set.
+    std::function<uint32_t()> readFIFOSpace;
+    std::function<uint32_t()> readDMACount;
+    std::function<void(uint32_t rounds)> onIdle;
+
+    // Makes words at a bus address known, so that transfers carry their contents.
+    void MapMemory(uint32_t address, const uint32_t* words, uint32_t bytes);
+
+    // Words that entered the FIFO window so far.
+    std::vector<uint32_t> FifoWords() const;
+    // Offsets and values of register writes so far.
+    std::vector<BusEvent> Writes() const;
+    // Number of reads of a register so far.
+    size_t ReadsOf(uint32_t offset) const;
+    void Clear();
+
+  private:
+    uint32_t Read(uint32_t offset);
+    void Write(uint32_t offset, uint32_t value);
+
+    struct Range {
+        uint32_t address;
+        const uint32_t* words;
+        uint32_t bytes;
+    };
+
+    ChipRegisters* aperture_;
+    std::vector<Range> memory_;
+};
+
+} // namespace test

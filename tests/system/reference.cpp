@@ -1,0 +1,249 @@
+#include "tests/system/reference.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <stdexcept>
+
+namespace test {
+
+namespace {
+
+double Channel(uint32_t color, int shift) {
+    return (color >> shift) & 0xFF;
+}
+
+Channels Rgb(uint32_t color) {
+    return {Channel(color, 16), Channel(color, 8), Channel(color, 0)};
+}
+
+// The screen-door patterns of stippled alpha by density in sixteenths, row by row.
+constexpr uint8_t kScreenDoor[16][4] = {
+    {0x00, 0x00, 0x00, 0x00}, {0x88, 0x00, 0x22, 0x00}, {0xAA, 0x00, 0x22, 0x00},
+    {0xAA, 0x00, 0xAA, 0x00}, {0xAA, 0x44, 0xAA, 0x00}, {0xAA, 0x44, 0xAA, 0x11},
+    {0xAA, 0x55, 0xAA, 0x11}, {0xAA, 0x55, 0xAA, 0x55}, {0xEE, 0x55, 0xAA, 0x55},
+    {0xEE, 0x55, 0xBB, 0x55}, {0xFF, 0x55, 0xBB, 0x55}, {0xFF, 0x55, 0xFF, 0x55},
+    {0xFF, 0xDD, 0xFF, 0x55}, {0xFF, 0xDD, 0xFF, 0x77}, {0xFF, 0xFF, 0xFF, 0x77},
+    {0xFF, 0xFF, 0xFF, 0xFF}};
+
+bool Passes(uint32_t function, double fresh, double stored) {
+    switch (function) {
+    case D3DCMP_NEVER:
+        return false;
+    case D3DCMP_LESS:
+        return fresh < stored;
+    case D3DCMP_EQUAL:
+        return fresh == stored;
+    case D3DCMP_LESSEQUAL:
+        return fresh <= stored;
+    case D3DCMP_GREATER:
+        return fresh > stored;
+    case D3DCMP_NOTEQUAL:
+        return fresh != stored;
+    case D3DCMP_GREATEREQUAL:
+        return fresh >= stored;
+    default:
+        return true;
+    }
+}
+
+// A blend factor for one channel.
+double Factor(uint32_t code, double source, double dest, double alpha) {
+    switch (code) {
+    case D3DBLEND_ZERO:
+        return 0;
+    case D3DBLEND_ONE:
+        return 1;
+    case D3DBLEND_SRCCOLOR:
+        return source / 255;
+    case D3DBLEND_INVSRCCOLOR:
+        return 1 - source / 255;
+    case D3DBLEND_SRCALPHA:
+        return alpha;
+    case D3DBLEND_INVSRCALPHA:
+        return 1 - alpha;
+    case D3DBLEND_DESTCOLOR:
+        return dest / 255;
+    case D3DBLEND_INVDESTCOLOR:
+        return 1 - dest / 255;
+    default:
+        throw std::invalid_argument("reference: a factor that reads the target's alpha");
+    }
+}
+
+double Edge(const Vertex& from, const Vertex& to, double x, double y) {
+    return (double(to.x) - from.x) * (y - from.y) - (double(to.y) - from.y) * (x - from.x);
+}
+
+} // namespace
+
+Reference::Reference(uint32_t width, uint32_t height, uint32_t background)
+    : width_(width), height_(height), colour_(width * height * kScale * kScale, Rgb(background)),
+      depth_(colour_.size(), 1e9), layers_(colour_.size()) {}
+
+void Reference::Draw(const Triangle3& triangle) {
+    const Vertex& a = triangle.a;
+    const Vertex& b = triangle.b;
+    const Vertex& c = triangle.c;
+    const DrawState& state = triangle.state;
+    ++drawn_;
+    // Positive for clockwise on a screen whose rows grow downwards.
+    const double area = Edge(a, b, c.x, c.y);
+    if (area == 0 || (state.cull == D3DCULL_CCW && area < 0) ||
+        (state.cull == D3DCULL_CW && area > 0)) {
+        return;
+    }
+    // Stippled alpha takes the pattern of the bottom vertex.
+    const Vertex* bottom = &a;
+    for (const Vertex* other : {&b, &c}) {
+        if (std::nearbyint(other->y) > std::nearbyint(bottom->y)) {
+            bottom = other;
+        }
+    }
+    const uint8_t* door = kScreenDoor[bottom->color >> 28];
+
+    const auto sampleOf = [](double v) { return static_cast<int>(std::floor(v * kScale)); };
+    const int x0 = std::max(0, sampleOf(std::min({a.x, b.x, c.x})));
+    const int x1 = std::min(int(width_ * kScale) - 1, sampleOf(std::max({a.x, b.x, c.x})) + 1);
+    const int y0 = std::max(0, sampleOf(std::min({a.y, b.y, c.y})));
+    const int y1 = std::min(int(height_ * kScale) - 1, sampleOf(std::max({a.y, b.y, c.y})) + 1);
+    for (int y = y0; y <= y1; ++y) {
+        for (int x = x0; x <= x1; ++x) {
+            const double px = (x + 0.5) / kScale;
+            const double py = (y + 0.5) / kScale;
+            const double wa = Edge(b, c, px, py) / area;
+            const double wb = Edge(c, a, px, py) / area;
+            const double wc = Edge(a, b, px, py) / area;
+            if (wa < 0 || wb < 0 || wc < 0) {
+                continue;
+            }
+            if (state.stippledAlpha && (door[y / kScale & 3] >> (x / kScale & 7) & 1) == 0) {
+                continue;
+            }
+            const size_t at = size_t(y) * width_ * kScale + x;
+            const auto mix = [&](double va, double vb, double vc) {
+                return wa * va + wb * vb + wc * vc;
+            };
+            const double z = mix(a.z, b.z, c.z);
+            if (state.zEnable && !Passes(state.zFunc, z, depth_[at])) {
+                continue;
+            }
+            Channels colour;
+            for (int i = 0; i < 3; ++i) {
+                const int shift = 16 - 8 * i;
+                const auto of = [&](const Vertex& v) {
+                    double value = Channel(v.color, shift);
+                    if (state.specular) {
+                        value = std::min(255.0, value + Channel(v.specular, shift));
+                    }
+                    return value;
+                };
+                colour[i] = state.gouraud ? mix(of(a), of(b), of(c)) : of(a);
+            }
+            const double alpha = (state.gouraud ? mix(Channel(a.color, 24), Channel(b.color, 24),
+                                                      Channel(c.color, 24))
+                                                : Channel(a.color, 24)) /
+                                 255;
+            if (state.fog) {
+                const double f =
+                    mix(Channel(a.specular, 24), Channel(b.specular, 24), Channel(c.specular, 24)) /
+                    255;
+                const Channels fogColour = Rgb(state.fogColor);
+                for (int i = 0; i < 3; ++i) {
+                    colour[i] = fogColour[i] + f * (colour[i] - fogColour[i]);
+                }
+            }
+            if (state.blend) {
+                for (int i = 0; i < 3; ++i) {
+                    const double dest = colour_[at][i];
+                    colour[i] =
+                        std::min(255.0, colour[i] * Factor(state.source, colour[i], dest, alpha) +
+                                            dest * Factor(state.dest, colour[i], dest, alpha));
+                }
+            }
+            colour_[at] = colour;
+            if (state.zEnable && state.zWrite) {
+                depth_[at] = z;
+            }
+            layers_[at] = state.blend ? layers_[at] * 0x9E3779B97F4A7C15u + drawn_ : drawn_;
+        }
+    }
+}
+
+namespace {
+
+void Note(Verdict& verdict, uint32_t x, uint32_t y, const uint8_t* seen, const Channels& expected) {
+    if (verdict.bad++ == 0) {
+        char text[160];
+        std::snprintf(text, sizeof(text), "first at %u,%u: seen %u %u %u, reference %.1f %.1f %.1f",
+                      x, y, seen[0], seen[1], seen[2], expected[0], expected[1], expected[2]);
+        verdict.first = text;
+    }
+}
+
+} // namespace
+
+Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, double tolerance) {
+    Verdict verdict;
+    constexpr int kScale = Reference::kScale;
+    const int width = int(reference.Width());
+    const int height = int(reference.Height());
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            ++verdict.compared;
+            Channels least = reference.At(x, y);
+            Channels most = least;
+            const int x1 = std::min(width, x + 2) * kScale;
+            const int y1 = std::min(height, y + 2) * kScale;
+            for (int sy = std::max(0, y - 1) * kScale; sy < y1; ++sy) {
+                for (int sx = std::max(0, x - 1) * kScale; sx < x1; ++sx) {
+                    const Channels& near = reference.Sample(sx, sy);
+                    for (int i = 0; i < 3; ++i) {
+                        least[i] = std::min(least[i], near[i]);
+                        most[i] = std::max(most[i], near[i]);
+                    }
+                }
+            }
+            const uint8_t* seen = picture.At(x, y);
+            bool good = true;
+            for (int i = 0; i < 3; ++i) {
+                good = good && seen[i] >= least[i] - tolerance && seen[i] <= most[i] + tolerance;
+            }
+            if (!good) {
+                Note(verdict, x, y, seen, reference.At(x, y));
+            }
+        }
+    }
+    return verdict;
+}
+
+Verdict CompareInteriors(const Image& picture, const Reference& reference, double tolerance) {
+    Verdict verdict;
+    constexpr uint32_t kScale = Reference::kScale;
+    for (uint32_t y = 2; y + 2 < reference.Height(); ++y) {
+        for (uint32_t x = 2; x + 2 < reference.Width(); ++x) {
+            const uint64_t layers = reference.LayersOf(x * kScale, y * kScale);
+            bool inside = true;
+            for (uint32_t sy = (y - 2) * kScale; inside && sy < (y + 3) * kScale; ++sy) {
+                for (uint32_t sx = (x - 2) * kScale; inside && sx < (x + 3) * kScale; ++sx) {
+                    inside = reference.LayersOf(sx, sy) == layers;
+                }
+            }
+            if (!inside) {
+                continue;
+            }
+            ++verdict.compared;
+            const uint8_t* seen = picture.At(x, y);
+            const Channels& expected = reference.At(x, y);
+            for (int i = 0; i < 3; ++i) {
+                if (std::abs(seen[i] - expected[i]) > tolerance) {
+                    Note(verdict, x, y, seen, expected);
+                    break;
+                }
+            }
+        }
+    }
+    return verdict;
+}
+
+} // namespace test

@@ -1,0 +1,62 @@
+#pragma once
+// A whole machine for one picture: display, DirectDraw, a render target with a Z buffer, a Direct3D
+// device. Triangles go in by the HAL, the picture comes out of the board's memory.
+#include "host/d3d/direct3d.h"
+#include "host/ddraw/ddraw.h"
+#include "host/display/display.h"
+#include "tests/system/reference.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace test {
+
+// How the words of a context reach the chip.
+struct Carrier {
+    bool fifo = false;
+    uint32_t subBuffers = 8;
+};
+
+struct StageOptions {
+    uint32_t deviceId = DevicePermedia;
+    uint32_t bits = 32;
+    uint32_t width = 320;
+    uint32_t height = 240;
+    uint32_t background = 0; // D3DCOLOR, for 32-bit targets; other depths start black
+    Carrier carrier;
+    board::Timing timing;
+    std::map<std::string, std::string> registry;
+};
+
+class Stage {
+  public:
+    explicit Stage(const StageOptions& options);
+
+    // One scene: states are set where they change, each triangle is an instruction of its own run.
+    void Draw(const std::vector<Triangle3>& triangles);
+    // Waits for the board and reads the target.
+    Image Picture();
+    // What the board complains of; empty when healthy.
+    std::string Faults() { return display_.Board().FaultReport().Describe(); }
+
+    host::Display& Display() { return display_; }
+    host::DirectDraw& DirectDraw() { return *directDraw_; }
+    host::Device3D& Device() { return *device_; }
+    host::Surface& Target() { return *target_; }
+
+  private:
+    void Apply(const DrawState& state);
+
+    host::Display display_;
+    std::unique_ptr<host::DirectDraw> directDraw_;
+    host::Surface* target_ = nullptr;
+    host::Surface* depth_ = nullptr;
+    std::unique_ptr<host::Device3D> device_;
+};
+
+// The chips that draw without a setup unit, and their names for test parameters.
+inline constexpr uint32_t kHostSetupChips[] = {DeviceSX, DeviceTX, DeviceMX, DevicePermedia};
+std::string ChipName(uint32_t deviceId);
+
+} // namespace test

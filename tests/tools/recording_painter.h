@@ -1,0 +1,44 @@
+#pragma once
+// A painter that draws nothing and keeps what it was told.
+#include <algorithm>
+#include <vector>
+
+#include "tools/korv/painter.h"
+
+namespace korv {
+
+struct RecordingPainter : Painter {
+    explicit RecordingPainter(Extent size, bool allFactors = true)
+        : size(size), allFactors(allFactors) {}
+
+    Extent Size() const override { return size; }
+    bool HasAllBlendFactors() const override { return allFactors; }
+    void Clear(D3DCOLOR colour) override { clears.push_back(colour); }
+    void State(D3DRENDERSTATETYPE type, DWORD value) override { states.push_back({type, value}); }
+    void Triangles(std::span<const D3DTLVERTEX> newVertices,
+                   std::span<const D3DTRIANGLE> triangles) override {
+        ++calls;
+        largestCall = std::max({largestCall, newVertices.size(), triangles.size()});
+        for (const D3DTRIANGLE& t : triangles)
+            for (const WORD index : {t.v1, t.v2, t.v3}) {
+                if (index >= newVertices.size())
+                    ++badIndices;
+                else
+                    corners.push_back(newVertices[index]);
+            }
+    }
+
+    struct StateChange {
+        D3DRENDERSTATETYPE type;
+        DWORD value;
+        bool operator==(const StateChange&) const = default;
+    };
+    Extent size;
+    bool allFactors;
+    std::vector<D3DCOLOR> clears;
+    std::vector<StateChange> states;
+    std::vector<D3DTLVERTEX> corners; // three for each triangle, in drawing order
+    size_t calls = 0, largestCall = 0, badIndices = 0;
+};
+
+} // namespace korv

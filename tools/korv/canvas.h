@@ -1,0 +1,61 @@
+#pragma once
+// A machine with one board, set up for drawing: display mode, target, depth buffer, device.
+#include <memory>
+
+#include "host/d3d/direct3d.h"
+#include "host/picture.h"
+#include "tools/korv/chips.h"
+#include "tools/korv/painter.h"
+#include "tools/korv/recording.h"
+
+namespace korv {
+
+struct Settings {
+    Extent size{640, 480};
+    int depth = 16;     // bits per pixel: 8, 16 or 32
+    bool fifo = false;  // write the stream to the FIFO instead of DMA
+    int subBuffers = 0; // of the DMA ring; 0 leaves the number to the driver
+};
+
+class Canvas : public Painter {
+  public:
+    // Switches the machine off and on with that board in it and brings the driver up. One canvas
+    // at a time; `recording` must outlive it. UserError for what the board cannot hold.
+    Canvas(const ChipChoice& chip, const Settings& settings, Recording& recording);
+    ~Canvas() override;
+
+    Extent Size() const override { return settings_.size; }
+    bool HasAllBlendFactors() const override { return chip_.allBlendFactors; }
+    void Clear(D3DCOLOR colour) override;
+    void State(D3DRENDERSTATETYPE type, DWORD value) override;
+    void Triangles(std::span<const D3DTLVERTEX> vertices,
+                   std::span<const D3DTRIANGLE> triangles) override;
+
+    // Waits for the board and reads the target.
+    host::Picture Finish();
+    // What went wrong on the board, one line a fault; empty if nothing did.
+    std::string Faults();
+
+  private:
+    // Fills the whole surface unless the driver has done it, as `answer` tells.
+    void FinishFill(const host::HalAnswer& answer, host::Surface& surface, uint32_t value);
+
+    const ChipChoice& chip_;
+    Settings settings_;
+    std::unique_ptr<host::Display> display_;
+    std::unique_ptr<host::DirectDraw> directDraw_;
+    host::Surface* target_ = nullptr;
+    host::Surface* zBuffer_ = nullptr;
+    std::unique_ptr<host::Device3D> device_;
+};
+
+// Configuration of a display for `chip`.
+host::DisplayConfig DisplayFor(const ChipChoice& chip, const Settings& settings);
+
+// The raw pixel of `colour` in a display format; indexed formats are taken as 3:3:2.
+uint32_t RawPixel(D3DCOLOR colour, const DDPIXELFORMAT& format);
+
+// UserError unless a display can have this size at all.
+void CheckSize(Extent size);
+
+} // namespace korv

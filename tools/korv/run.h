@@ -1,0 +1,10 @@
+#pragma once
+#include <ostream>
+
+namespace korv {
+
+// Runs the tool with the arguments of main: results go to `out`, complaints and progress to `err`.
+// Returns the exit code: 0, or 2 for bad input, after one line on `err`.
+int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err);
+
+} // namespace korv

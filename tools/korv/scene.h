@@ -1,0 +1,36 @@
+#pragma once
+// The pictures of the demo.
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "tools/korv/painter.h"
+
+namespace korv {
+
+struct Scene {
+    std::string_view name;
+    std::string_view about;
+    void (*draw)(Painter& painter);
+};
+
+// All scenes, in the order of the contact sheet.
+std::span<const Scene> Scenes();
+
+// The scene of that name. UserError, with the names that exist, for any other.
+const Scene& SceneByName(std::string_view name);
+
+// "knot, knot-flat, ..."
+std::string SceneNames();
+
+// Each draws its whole picture, from the clearing on. States are as after the start of a device:
+// Gouraud shading, no culling, no depth test, no blending, fog or stipple.
+void DrawKnot(Painter& painter);
+void DrawKnotFlat(Painter& painter);
+void DrawFogFloor(Painter& painter);
+void DrawStippledAlpha(Painter& painter);
+void DrawBlendFactors(Painter& painter);
+void DrawCrossing(Painter& painter);
+void DrawSlivers(Painter& painter);
+
+} // namespace korv
