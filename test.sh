@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs every test. With --asan the same under AddressSanitizer
-# and UndefinedBehaviorSanitizer.
+# Installs what is missing, builds KORV32.dll and the hosted side, and runs every test. With --asan
+# the hosted side is under AddressSanitizer and UndefinedBehaviorSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")"
 . scripts/setup.sh
@@ -10,5 +10,6 @@ if [ "${1-}" = --asan ]; then
   shift
 fi
 install_missing
+build windows95
 build "$preset"
 exec ctest --preset "$preset" -j2 "$@"

@@ -1,8 +1,8 @@
 # Sourced by demo.sh and test.sh: installs what is missing on a Debian machine, configures, builds.
 
 korv_packages=(
-  cmake g++ g++-multilib googletest libcli11-dev libfmt-dev libstb-dev libtinyobjloader-dev
-  ninja-build
+  cmake g++ g++-mingw-w64-i686 g++-multilib googletest libcli11-dev libfmt-dev libstb-dev
+  libtinyobjloader-dev ninja-build nlohmann-json3-dev
 )
 
 as_root() {

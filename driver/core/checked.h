@@ -1,37 +1,34 @@
 #pragma once
-// Test builds watch that no writer stores more words than it reserved. In other builds the guard is
-// an empty member and costs nothing.
+// Test builds watch that no writer stores more words than it reserved. Other builds keep the
+// guard's room in the record, so that both have one layout, and do nothing with it.
 #include <cstdint>
 
-#ifdef KORV_CHECKED
-
-// Reports on the standard error output and aborts. Defined by the hosted build.
+// Reports on the standard error output and aborts. Defined by the checked build.
 [[noreturn]] void ReserveExceeded(const uint32_t* at, const uint32_t* limit);
 
 class ReserveGuard {
   public:
+#ifdef KORV_CHECKED
     // Words may be stored up to `limit`.
-    void Allow(const uint32_t* limit) { limit_ = limit; }
+    void Allow(const uint32_t* limit) {
+        limit_ = limit;
+    }
     void Check(const uint32_t* at) const {
         if (at > limit_ && limit_ != nullptr && !exempt_) {
             ReserveExceeded(at, limit_);
         }
     }
     // For the few routines that are required to reserve less than they write.
-    void Exempt(bool on) { exempt_ = on; }
-
-  private:
-    const uint32_t* limit_;
-    bool exempt_;
-};
-
+    void Exempt(bool on) {
+        exempt_ = on;
+    }
 #else
-
-class ReserveGuard {
-  public:
     void Allow(const uint32_t*) {}
     void Check(const uint32_t*) const {}
     void Exempt(bool) {}
-};
-
 #endif
+
+  private:
+    [[maybe_unused]] const uint32_t* limit_;
+    [[maybe_unused]] bool exempt_;
+};

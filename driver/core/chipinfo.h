@@ -21,7 +21,7 @@ struct ChipInfo {
     uint32_t PrimaryDisplay;
     uint8_t unknown_064[0x28];
     uint32_t DeviceId;
-    uint32_t Revision; // 0x10000 stands for revision 1
+    uint32_t Revision; // kRevisionOne stands for revision 1
     uint32_t Family;
     uint32_t ClientWords[4];
     volatile uint32_t DMAState; // DMAStateBit bits
@@ -47,7 +47,7 @@ struct ChipInfo {
     uint8_t unknown_2E0[0x18];
     uint32_t NoDCI;
     uint8_t unknown_2FC[4];
-    char RegistryName[0x40]; // zero-terminated, at most 34 characters are of use
+    char RegistryName[0x40]; // zero-terminated, at most 34 characters
 };
 
 #define KORV_AT(field, offset) static_assert(offsetof(ChipInfo, field) == (offset))
@@ -106,6 +106,9 @@ enum ChipDevice : uint32_t {
     DevicePermedia2 = 7,
     DevicePermedia2Second = 0x3D07,
 };
+
+// ChipInfo.Revision of the first revision.
+inline constexpr uint32_t kRevisionOne = 0x10000;
 
 // ChipInfo.Family.
 enum ChipFamily : uint32_t {

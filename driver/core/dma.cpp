@@ -100,9 +100,7 @@ void FlushSubBuffer(D3DContext* ctx) {
 void SendSubBufferDirect(DriverData* driver, D3DContext* ctx) {
     CommandStream& stream = ctx->Stream;
     ChipRegisters* registers = driver->Registers;
-    const uint32_t headWords = SubBufferHeadBytes(driver->ChipInfo) / 4;
-    if (stream.CommandMode != kCommandModeDMA ||
-        stream.WritePointer <= stream.Current().Linear + headWords) {
+    if (!HasWordsBeyondHead(driver->ChipInfo, ctx)) {
         return;
     }
     WaitDMAIdle(driver);
@@ -116,18 +114,18 @@ void SendSubBufferDirect(DriverData* driver, D3DContext* ctx) {
 
 void EmitIndexed(CommandStream& stream, uint32_t group, uint32_t mask, const uint32_t* data) {
     uint32_t* at = stream.WritePointer;
-    *at++ = IndexedTag(group, mask);
+    PutWord(at++, IndexedTag(group, mask));
     for (int left = std::popcount(mask); left != 0; --left) {
-        *at++ = *data++;
+        PutWord(at++, *data++);
     }
     StoreWritePointer(stream, at);
 }
 
 void EmitHold(CommandStream& stream, uint32_t tagNumber, uint32_t count, const uint32_t* data) {
     uint32_t* at = stream.WritePointer;
-    *at++ = HoldTag(tagNumber, count);
+    PutWord(at++, HoldTag(tagNumber, count));
     for (uint32_t i = 0; i != count; ++i) {
-        *at++ = data[i];
+        PutWord(at++, data[i]);
     }
     StoreWritePointer(stream, at);
 }
@@ -135,6 +133,12 @@ void EmitHold(CommandStream& stream, uint32_t tagNumber, uint32_t count, const u
 uint32_t SubBufferHeadBytes(const ChipInfo* chip) {
     constexpr uint32_t kHeadPairs = 6;
     return IsFirstPermedia(chip) ? kHeadPairs * 8 : 0;
+}
+
+bool HasWordsBeyondHead(const ChipInfo* chip, const D3DContext* ctx) {
+    const CommandStream& stream = ctx->Stream;
+    const uint32_t* empty = stream.Current().Linear + SubBufferHeadBytes(chip) / 4;
+    return stream.CommandMode == kCommandModeDMA && stream.WritePointer > empty;
 }
 
 uint32_t HeldFogColor(const D3DContext* ctx) {

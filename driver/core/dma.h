@@ -67,8 +67,8 @@ inline int32_t WaitFIFOSpace(Owner* owner, uint32_t entries, int32_t credit) {
 // A plain pair at WritePointer.
 inline void EmitTag(CommandStream& stream, uint32_t tagNumber, uint32_t data) {
     uint32_t* at = stream.WritePointer;
-    at[0] = tagNumber;
-    at[1] = data;
+    PutWord(at, tagNumber);
+    PutWord(at + 1, data);
     StoreWritePointer(stream, at + 2);
 }
 
@@ -107,13 +107,12 @@ class StreamWriter {
     }
 
     void Tag(uint32_t tagNumber, uint32_t data) {
-        at_[0] = tagNumber;
-        at_[1] = data;
-        at_ += 2;
+        Word(tagNumber);
+        Word(data);
     }
 
     // One word of a burst, header or data.
-    void Word(uint32_t word) { *at_++ = word; }
+    void Word(uint32_t word) { PutWord(at_++, word); }
 
     void Store() { StoreWritePointer(StreamOf(owner_), at_); }
 
@@ -163,5 +162,7 @@ uint32_t ReadOutputFIFOPair(DriverData* driver, uint32_t tagNumber);
 // Bytes of the pairs with which each sub-buffer begins on this chip: 48 on the first Permedia, else
 // 0.
 uint32_t SubBufferHeadBytes(const ChipInfo* chip);
+// True when a context under DMA has words in its sub-buffer beyond the head.
+bool HasWordsBeyondHead(const ChipInfo* chip, const D3DContext* ctx);
 // Tag 0x0D3 as the first Permedia holds it: the fog colour while fog is on, else all ones.
 uint32_t HeldFogColor(const D3DContext* ctx);

@@ -99,8 +99,8 @@ int32_t StartDMA(DriverData* driver, uint32_t context, uint32_t count, uint32_t 
 void WaitDMACountZero(ChipRegisters* registers) {
     for (uint32_t left = ReadChip(registers, reg::DMACount); left != 0;
          left = ReadChip(registers, reg::DMACount)) {
-        const uint32_t rounds = static_cast<int32_t>(left) < 32 ? 1 : 2 * left;
-        DelayRounds(registers, rounds);
+        const uint32_t countdown = static_cast<int32_t>(left) < 32 ? 1 : 2 * left;
+        DelayRounds(registers, countdown - 1);
     }
 }
 

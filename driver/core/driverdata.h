@@ -42,7 +42,7 @@ struct DriverData {
     uint32_t TargetLost;      // the next primitive must aim its target again
     uint32_t ModeChangeCount; // +1 at each mode change
     DepthRow DepthTable[3];   // by depth code 0, 1, 2
-    uint32_t DepthWord24;     // the word of a 24-bit mode, index 4 in code numbers
+    DepthRow DepthRow24;      // of depth code 4; its select is never filled
     uint32_t RenderSolid;     // Render words
     uint32_t RenderCopy;
     uint32_t RenderClear;
@@ -58,8 +58,8 @@ struct DriverData {
     DDHAL_DDSURFACECALLBACKS SurfaceCallbacks;
     D3DHAL_CALLBACKS* D3DCallbacks;
     D3DHAL_GLOBALDRIVERDATA* D3DGlobalData;
-    DDHAL_DDEXEBUFCALLBACKS* D3DExeBufCallbacks; // never set
-    uint32_t D3DGlobalDataHandle;                // memory handles of the two blocks above
+    DDHAL_DDEXEBUFCALLBACKS* D3DTextureFormats; // third result of D3DHALCreateDriver, always null
+    uint32_t D3DGlobalDataHandle;               // memory handles of the two blocks above
     uint32_t D3DCallbacksHandle;
     DDSURFACEDESC TextureFormats[kMaxTextureFormats];
     uint32_t HeapActive; // theirs
@@ -95,9 +95,9 @@ struct DXGlobalsRecord {
 };
 static_assert(sizeof(DXGlobalsRecord) == 13 * 4);
 
-// The depth row's word at a depth code, 24-bit's own slot included.
-inline uint32_t& DepthWord(DriverData* driver, uint32_t depth) {
-    return depth < 3 ? driver->DepthTable[depth].word : driver->DepthWord24;
+// The depth row of a depth code, 24-bit's own included.
+inline const DepthRow& DepthRowOf(const DriverData* driver, uint32_t depth) {
+    return depth < 3 ? driver->DepthTable[depth] : driver->DepthRow24;
 }
 
 extern DXGlobalsRecord DXGlobals;

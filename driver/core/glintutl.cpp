@@ -1,30 +1,10 @@
 #include "driver/core/glintutl.h"
 
-#include "driver/core/dma.h"
-
-#include <span>
+#include "driver/core/units.h"
 
 uint32_t rops[8];
 
 namespace {
-
-// Alpha 255 in 9.15.
-constexpr uint32_t kOpaqueAlpha = 0x7F8000;
-
-using Writer = StreamWriter<DriverData>;
-
-void Quiet(Writer& out, std::span<const uint16_t> tags) {
-    for (const uint16_t tagNumber : tags) {
-        out.Tag(tagNumber, 0);
-    }
-}
-
-constexpr uint16_t kRasterUnits[] = {
-    tag::RasterizerMode, tag::AreaStippleMode, tag::LineStippleMode, tag::ScissorMode,
-    tag::ColorDDAMode,   tag::FogMode,         tag::AntialiasMode,   tag::AlphaTestMode,
-    tag::LBReadMode,     tag::Window,          tag::StencilMode,     tag::DepthMode,
-    tag::LBWriteMode,    tag::FBReadMode,      tag::PatternRamMode,
-};
 
 constexpr uint16_t kBufferUnits[] = {
     tag::DitherMode, tag::LogicalOpMode, tag::FBWriteMode,  tag::StatisticMode, tag::AlphaBlendMode,
@@ -36,45 +16,34 @@ constexpr uint16_t kPermediaTextureUnits[] = {
     tag::TexelLUTMode,    tag::TextureColorMode, tag::YUVMode,
 };
 
-constexpr uint16_t kPermedia2TextureUnits[] = {
-    tag::TextureBaseAddress,
-    tag::TexelLUTIndex,
-    tag::TexelLUTTransfer,
-};
-
 constexpr uint16_t kGlintTextureUnits[] = {
     tag::GlintTextureReadMode,
     tag::TextureAddressMode,
     tag::TextureColorMode,
 };
 
-constexpr uint16_t kMXTextureUnits[] = {
-    tag::ChromaTestMode, tag::TextureFilterMode, tag::TexelLUTTransfer,
-    tag::TexelLUTIndex,  tag::TexelLUTAddress,
-};
-
 } // namespace
 
 void DisableAllUnits(DriverData* driver) {
     ChipInfo* chip = driver->ChipInfo;
-    Writer out(driver);
+    StreamWriter<DriverData> out(driver);
     out.Reserve(800);
     SetFlag(chip, CursorExclude);
     out.Wait(16);
-    Quiet(out, kRasterUnits);
+    WriteZeros(out, kRasterUnits);
     out.Wait(16);
-    Quiet(out, kBufferUnits);
+    WriteZeros(out, kBufferUnits);
     out.Wait(16);
     if (chip->Family == FamilyPermedia) {
-        Quiet(out, kPermediaTextureUnits);
+        WriteZeros(out, kPermediaTextureUnits);
         out.Tag(tag::AStart, kOpaqueAlpha);
         if (IsPermedia2(chip)) {
-            Quiet(out, kPermedia2TextureUnits);
+            WriteZeros(out, kPermedia2Units);
         }
     } else if (chip->Family == FamilyGlint) {
-        Quiet(out, kGlintTextureUnits);
+        WriteZeros(out, kGlintTextureUnits);
         if (chip->DeviceId == DeviceMX) {
-            Quiet(out, kMXTextureUnits);
+            WriteZeros(out, kMXUnits);
         }
     }
     out.Store();
@@ -83,15 +52,16 @@ void DisableAllUnits(DriverData* driver) {
 
 void vGlintChangeFBDepth(DriverData* driver, uint32_t depth) {
     ChipInfo* chip = driver->ChipInfo;
-    driver->PartialProducts = DepthWord(driver, depth);
+    const DepthRow& row = DepthRowOf(driver, depth);
+    driver->PartialProducts = row.word;
     driver->FBDepth = depth;
     if (chip->DeviceId == DeviceSX) {
         // Past the stream: the select takes effect as soon as the pipeline is empty.
         SyncChip(driver);
-        WriteChip(driver->Registers, reg::FBModeSel, driver->DepthTable[depth].select);
+        WriteChip(driver->Registers, reg::FBModeSel, row.select);
         return;
     }
-    Writer out(driver);
+    StreamWriter<DriverData> out(driver);
     out.Reserve(40);
     out.Wait(1);
     if (chip->DeviceId == DeviceTX || chip->DeviceId == DeviceMX) {

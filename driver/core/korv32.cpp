@@ -188,6 +188,6 @@ uint32_t InitDDHAL32Bit(DriverData* driver) {
     }
     GetDDHALInfo(driver, &driver->HALInfo);
     D3DHALCreateDriver(driver, &driver->D3DGlobalData, &driver->D3DCallbacks,
-                       &driver->D3DExeBufCallbacks);
+                       &driver->D3DTextureFormats);
     return DXGlobals.Heap != nullptr ? 1 : 0;
 }

@@ -81,18 +81,16 @@ void NoteFlip(DriverData* driver, uint32_t surface) {
 
 // Sends what the surface's owner has pending beyond its head, whoever holds the chip.
 void FlushOwner(DriverData* driver, D3DContext* ctx) {
-    CommandStream& stream = ctx->Stream;
-    const uint32_t headWords = SubBufferHeadBytes(driver->ChipInfo) / 4;
-    if (stream.CommandMode != kCommandModeDMA ||
-        stream.WritePointer <= stream.Current().Linear + headWords) {
+    if (!HasWordsBeyondHead(driver->ChipInfo, ctx)) {
         return;
     }
+    const uint32_t own = ctx->Stream.HardwareContext;
     const uint32_t holder = driver->ChipInfo->CurrentContext;
-    if (holder != stream.HardwareContext) {
-        ChangeContext(driver, driver->ChipInfo, stream.HardwareContext);
+    if (holder != own) {
+        ChangeContext(driver, driver->ChipInfo, own);
     }
     SendSubBufferDirect(driver, ctx);
-    if (holder != stream.HardwareContext) {
+    if (holder != own) {
         ChangeContext(driver, driver->ChipInfo, holder);
     }
 }

@@ -19,6 +19,20 @@ constexpr uint32_t kTXCopyBits = 0x40008;
 // AlphaBlendMode of TX and MX by pixel size code.
 constexpr uint32_t kTXAlphaWord[3] = {0x32E02, 0x32102, 0x32002};
 
+// A 2048 by 2048 map.
+constexpr uint32_t kTextureReadStart = field::TextureReadMode_Enable.Put(0, 1) |
+                                       field::TextureReadMode_Width.Put(0, 11) |
+                                       field::TextureReadMode_Height.Put(0, 11);
+static_assert(kTextureReadStart == 0x17601);
+constexpr uint32_t kFormat8BitTexels = 0xE;
+constexpr uint32_t kGlintDepthFormat = field::LBReadFormat_DepthWidth.Put(0, 2);
+constexpr uint32_t kGlintWindow = 0x18;
+// Always passes and writes nothing.
+constexpr uint32_t kGlintDepthStart = field::DepthMode_Enable.Put(0, 1) |
+                                      field::DepthMode_Source.Put(0, 2) |
+                                      field::DepthMode_Compare.Put(0, 7);
+static_assert(kGlintDepthStart == 0x79);
+
 // The frame buffer's fast-fill block in pixels on SX, from FBModeSel; 0 for none.
 uint32_t FastFillSize(const DriverData* driver, uint32_t modeSelect) {
     if (driver->PixelSize != PixelSize32) {
@@ -36,7 +50,7 @@ void SetRenderWords(DriverData* driver, StreamWriter<DriverData>& out, uint32_t 
     const ChipInfo* chip = driver->ChipInfo;
     if (chip->DeviceId == DeviceSX) {
         const uint32_t size = FastFillSize(driver, modeSelect);
-        if (chip->Revision != 0x10000 && size != 0) {
+        if (chip->Revision != kRevisionOne && size != 0) {
             driver->RenderSolid |= (size & ~7u) | kFastFill;
             driver->FBWriteMode |= (size >> 3) & 0x1FFFFFFE;
         }
@@ -86,7 +100,7 @@ void FillDepthTable(DriverData* driver, uint32_t modeSelect) {
         row[2].select = modeSelect;
         break;
     case PixelSize24:
-        driver->DepthWord24 = word(0);
+        driver->DepthRow24.word = word(0);
         row[2].select = modeSelect;
         break;
     default:
@@ -124,7 +138,7 @@ void ChangeDDHAL32Mode(DriverData* driver) {
     SetRenderWords(driver, out, modeSelect);
     FillDepthTable(driver, modeSelect);
     driver->FBDepth = driver->PixelSize;
-    driver->PartialProducts = DepthWord(driver, driver->PixelSize);
+    driver->PartialProducts = DepthRowOf(driver, driver->PixelSize).word;
 
     const uint32_t screenSize = driver->ScissorHeight << 16 | driver->ScissorWidth;
     out.Wait(12);
@@ -143,9 +157,12 @@ void ChangeDDHAL32Mode(DriverData* driver) {
 
     out.Wait(16);
     if (chip->Family == FamilyPermedia) {
-        const uint32_t texels = driver->PixelDepthBits == 8 ? 0xE : driver->PixelsPerWordMask;
-        out.Tag(tag::TextureReadMode, 0x17601);
-        out.Tag(tag::TextureMapFormat, (driver->PixelSize << 19) + driver->PartialProducts);
+        const uint32_t texels =
+            driver->PixelDepthBits == 8 ? kFormat8BitTexels : driver->PixelsPerWordMask;
+        out.Tag(tag::TextureReadMode, kTextureReadStart);
+        out.Tag(tag::TextureMapFormat,
+                (driver->PixelSize << field::TextureMapFormat_TexelSize.low) +
+                    driver->PartialProducts);
         out.Tag(tag::TextureDataFormat, field::TextureDataFormat_ColorOrder.Mask() + texels);
         out.Tag(tag::LBWriteFormat, 0);
         out.Tag(tag::Window, field::Window_DisableUpdate.Mask());
@@ -154,9 +171,9 @@ void ChangeDDHAL32Mode(DriverData* driver) {
         out.Tag(tag::TextureColorMode, 0);
         out.Tag(tag::GlintTextureReadMode, 0);
         out.Tag(tag::TextureAddressMode, 0);
-        out.Tag(tag::LBWriteFormat, 2);
-        out.Tag(tag::Window, 0x18);
-        out.Tag(tag::DepthMode, 0x79);
+        out.Tag(tag::LBWriteFormat, kGlintDepthFormat);
+        out.Tag(tag::Window, kGlintWindow);
+        out.Tag(tag::DepthMode, kGlintDepthStart);
     }
     out.Store();
     vGlintChangeFBDepth(driver, driver->PixelSize);

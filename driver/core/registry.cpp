@@ -8,7 +8,7 @@ namespace {
 
 // Read and write a value, enumerate and create keys.
 constexpr DWORD kKeyAccess = 0x2001B;
-constexpr uint32_t kPathBytes = 52;
+constexpr uint32_t kPathBytes = 52; // RegistryName has at most 34 characters
 // Longer values count as absent.
 constexpr DWORD kValueBytes = 10;
 // Numbers are written with this length whatever they are: longer ones are cut.
@@ -67,7 +67,10 @@ void vGlintInitializeRegistryKey(DriverData* driver) {
     lstrcpyA(path, "SOFTWARE\\");
     lstrcatA(path, driver->ChipInfo->RegistryName);
     lstrcatA(path, "\\DirectX");
-    RegOpenKeyExA(HKEY_LOCAL_MACHINE, path, 0, kKeyAccess, &registryKey);
+    HKEY opened;
+    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, path, 0, kKeyAccess, &opened) == ERROR_SUCCESS) {
+        registryKey = opened;
+    }
 }
 
 uint32_t bGlintQueryRegistryValueUlong(const char* name, uint32_t* value) {

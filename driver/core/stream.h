@@ -39,11 +39,18 @@ struct CommandStream {
     uint32_t DisconnectMode;      // 1: the chip holds the bus, no space waits
     uint32_t HardwareContext;     // id under which the stream's DMA runs
 
-    [[no_unique_address]] ReserveGuard Guard;
+    ReserveGuard Guard;
 
     SubBuffer& Current() { return SubBuffers[SubBufferIndex]; }
+    const SubBuffer& Current() const { return SubBuffers[SubBufferIndex]; }
     uint32_t WordsWritten() { return static_cast<uint32_t>(WritePointer - Current().Linear); }
 };
+
+// Stores one word of the stream. The FIFO window takes words in the order of the stores, whatever
+// their addresses, so the compiler may neither reorder nor merge them, nor read one back.
+inline void PutWord(uint32_t* at, uint32_t word) {
+    *static_cast<volatile uint32_t*>(at) = word;
+}
 
 // Stores the write position back: everything before `at` has been written.
 inline void StoreWritePointer(CommandStream& stream, uint32_t* at) {

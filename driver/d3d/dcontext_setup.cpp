@@ -2,6 +2,7 @@
 
 #include "driver/core/dma.h"
 #include "driver/core/registry.h"
+#include "driver/core/units.h"
 #include "driver/d3d/dcontext_target.h"
 #include "driver/d3d/execute.h"
 #include "driver/d3d/statepm.h"
@@ -55,21 +56,9 @@ void Write(Writer& out, D3DContext* ctx, const ModeStep (&steps)[N]) {
     }
 }
 
-template <size_t N>
-void WriteZeros(Writer& out, const uint16_t (&tags)[N]) {
-    for (uint16_t tagNumber : tags) {
-        out.Tag(tagNumber, 0);
-    }
-}
-
-// The units that __GlintDisableUnits turns off, in the bursts it sends them in.
-constexpr uint16_t kCommonUnits1[] = {
-    tag::RasterizerMode, tag::AreaStippleMode, tag::LineStippleMode, tag::ScissorMode,
-    tag::ColorDDAMode,   tag::FogMode,         tag::AntialiasMode,   tag::AlphaTestMode,
-    tag::LBReadMode,     tag::Window,          tag::StencilMode,     tag::DepthMode,
-    tag::LBWriteMode,    tag::FBReadMode,      tag::PatternRamMode,
-};
-constexpr uint16_t kCommonUnits2[] = {
+// The units that __GlintDisableUnits turns off besides those of driver/core/units.h, in its own
+// order.
+constexpr uint16_t kBufferUnits[] = {
     tag::DitherMode,  tag::AlphaBlendMode, tag::LogicalOpMode,
     tag::FBWriteMode, tag::StatisticMode,  tag::FilterMode,
     tag::PixelSize,   tag::FBSourceData,   tag::LBWriteFormat,
@@ -78,23 +67,12 @@ constexpr uint16_t kPermediaUnits[] = {
     tag::TextureReadMode, tag::TextureMapFormat, tag::TextureDataFormat,
     tag::TexelLUTMode,    tag::TextureColorMode,
 };
-constexpr uint16_t kPermedia2Units[] = {
-    tag::TextureBaseAddress,
-    tag::TexelLUTIndex,
-    tag::TexelLUTTransfer,
-};
 constexpr uint16_t kGlintUnits[] = {
     tag::RouterMode,
     tag::GlintTextureReadMode,
     tag::TextureAddressMode,
     tag::TextureColorMode,
 };
-constexpr uint16_t kMXUnits[] = {
-    tag::ChromaTestMode, tag::TextureFilterMode, tag::TexelLUTTransfer,
-    tag::TexelLUTIndex,  tag::TexelLUTAddress,
-};
-
-constexpr uint32_t kOpaqueAlpha = 0x7F8000; // 255 in 8.15
 
 // Copies of which the pitch and format fields are the target's: only edited here, sent with it.
 
@@ -290,12 +268,6 @@ bool RegistrySwitchIsOn(const char* name) {
     return value != 0;
 }
 
-// The display's partial products, as the low nine bits of the read and map modes take them.
-uint32_t PutDisplayProducts(uint32_t word, const D3DContext* ctx) {
-    return (word & ~0x1FFu) |
-           PartialProductCode(ctx->PartialProduct0, ctx->PartialProduct1, ctx->PartialProduct2);
-}
-
 // With disconnect the chip holds the bus while its FIFO is full, and no space need be waited for.
 void SetupDisconnect(D3DContext* ctx) {
     DriverData* driver = ctx->Driver;
@@ -332,9 +304,9 @@ void __GlintDisableUnits(D3DContext* ctx) {
     Writer out(ctx);
     out.Reserve(0x200);
     out.Wait(16);
-    WriteZeros(out, kCommonUnits1);
+    WriteZeros(out, kRasterUnits);
     out.Wait(16);
-    WriteZeros(out, kCommonUnits2);
+    WriteZeros(out, kBufferUnits);
     out.Wait(16);
     if (chip->Family == FamilyPermedia) {
         WriteZeros(out, kPermediaUnits);

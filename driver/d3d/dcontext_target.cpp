@@ -47,8 +47,10 @@ uint32_t DisplayProducts(const D3DContext* ctx) {
     return PartialProductCode(ctx->PartialProduct0, ctx->PartialProduct1, ctx->PartialProduct2);
 }
 
+constexpr uint32_t kProductsMask = PartialProductCode(7, 7, 7);
+
 uint32_t PutProducts(uint32_t word, uint32_t products) {
-    return (word & ~0x1FFu) | products;
+    return (word & ~kProductsMask) | products;
 }
 
 // The depth unit's pitch, and the size of the target.
@@ -105,6 +107,10 @@ HRESULT SetRenderTarget(uint32_t handle, DDRAWI_DDRAWSURFACE_LCL* target,
 }
 
 } // namespace
+
+uint32_t PutDisplayProducts(uint32_t word, const D3DContext* ctx) {
+    return PutProducts(word, DisplayProducts(ctx));
+}
 
 void SetupPermediaTargetData(D3DContext* ctx, DDRAWI_DDRAWSURFACE_LCL* target,
                              DDRAWI_DDRAWSURFACE_LCL* zbuffer) {

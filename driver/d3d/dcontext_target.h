@@ -7,6 +7,10 @@
 // or D3DHAL_CONTEXT_BAD.
 DWORD KORV_STDCALL SetRenderTarget32(D3DHAL_SETRENDERTARGETDATA* data);
 
+// `word` with the display's partial products in its low nine bits, where read and map modes have
+// them.
+uint32_t PutDisplayProducts(uint32_t word, const D3DContext* ctx);
+
 // Send pitches, size and pixel format of the surfaces and make them the context's. `zbuffer` may be
 // null: the depth unit then keeps the pitch of the display.
 void SetupPermediaTargetData(D3DContext* ctx, DDRAWI_DDRAWSURFACE_LCL* target,

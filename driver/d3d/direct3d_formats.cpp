@@ -79,45 +79,40 @@ bool AlphaWanted() {
     return !IsOn("Direct3DHAL.DisableAlphaTextures");
 }
 
-} // namespace
-
-uint32_t BuildTextureFormatsPermedia(DriverData* driver) {
-    const bool rgb8 = RGB8Wanted();
-    const bool p2In8Bits = IsOn("Direct3DHAL.Enable8BitP2Textures");
-    const bool trueColor = TrueColorWanted();
+// The end of every list: the formats without a palette, with RGB565 last of all.
+void AddDirectColours(FormatList& list, bool rgb8, bool trueColor) {
     const bool alpha = AlphaWanted();
-    const bool first = IsFirstPermedia(driver->ChipInfo);
-    const bool second = IsPermedia2(driver->ChipInfo);
-    const bool offersRGB8 = rgb8 && (first || (second && p2In8Bits));
-
-    FormatList list(driver);
-    list.AddIf(true, RGB555);
-    list.AddIf(trueColor, RGB888);
-    list.AddIf(first || p2In8Bits, PAL4);
-    list.AddIf(second && p2In8Bits, PAL8);
-    list.AddIf(offersRGB8, RGB332);
-    list.AddIf(offersRGB8 && alpha, ARGB1232);
-    list.AddIf(alpha, ARGB1555);
-    list.AddIf(alpha, ARGB4444);
-    list.AddIf(alpha && trueColor, ARGB8888);
-    list.AddIf(true, RGB565);
-    return list.Count();
-}
-
-uint32_t BuildTextureFormatsTX(DriverData* driver) {
-    const bool rgb8 = RGB8Wanted();
-    const bool trueColor = TrueColorWanted();
-    const bool alpha = AlphaWanted();
-
-    FormatList list(driver);
-    list.AddIf(true, RGB555);
-    list.AddIf(true, PAL4);
-    list.AddIf(driver->ChipInfo->DeviceId == DeviceMX, PAL8);
     list.AddIf(rgb8, RGB332);
     list.AddIf(rgb8 && alpha, ARGB1232);
     list.AddIf(alpha, ARGB1555);
     list.AddIf(alpha, ARGB4444);
     list.AddIf(alpha && trueColor, ARGB8888);
     list.AddIf(true, RGB565);
+}
+
+} // namespace
+
+uint32_t BuildTextureFormatsPermedia(DriverData* driver) {
+    const bool p2In8Bits = IsOn("Direct3DHAL.Enable8BitP2Textures");
+    const bool trueColor = TrueColorWanted();
+    const bool first = IsFirstPermedia(driver->ChipInfo);
+    const bool second = IsPermedia2(driver->ChipInfo);
+    const bool offersRGB8 = RGB8Wanted() && (first || (second && p2In8Bits));
+
+    FormatList list(driver);
+    list.AddIf(true, RGB555);
+    list.AddIf(trueColor, RGB888);
+    list.AddIf(first || p2In8Bits, PAL4);
+    list.AddIf(second && p2In8Bits, PAL8);
+    AddDirectColours(list, offersRGB8, trueColor);
+    return list.Count();
+}
+
+uint32_t BuildTextureFormatsTX(DriverData* driver) {
+    FormatList list(driver);
+    list.AddIf(true, RGB555);
+    list.AddIf(true, PAL4);
+    list.AddIf(driver->ChipInfo->DeviceId == DeviceMX, PAL8);
+    AddDirectColours(list, RGB8Wanted(), TrueColorWanted());
     return list.Count();
 }

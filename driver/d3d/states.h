@@ -8,6 +8,7 @@
 #include "driver/core/dma.h"
 
 #include <cstdint>
+#include <span>
 
 using StateWriter = StreamWriter<D3DContext>;
 
@@ -58,9 +59,9 @@ uint32_t ProcessStatePairs(D3DContext* ctx, uint32_t count, const uint32_t* pair
 inline constexpr uint8_t kKeep = 0xFF;
 
 // Puts map[value] into a field of a mode word, unless the table has no entry or kKeep there.
-template <uint32_t Count>
-void PutMapped(uint32_t& word, const Field& field, const uint8_t (&map)[Count], uint32_t value) {
-    if (value < Count && map[value] != kKeep) {
+inline void PutMapped(uint32_t& word, const Field& field, std::span<const uint8_t> map,
+                      uint32_t value) {
+    if (value < map.size() && map[value] != kKeep) {
         PutField(word, field, map[value]);
     }
 }
@@ -69,6 +70,9 @@ void PutMapped(uint32_t& word, const Field& field, const uint8_t (&map)[Count], 
 inline constexpr uint32_t kColorModeCopy = 3;
 inline constexpr uint8_t kTextureBlendField[] = {kKeep, kColorModeCopy, 0,     1,
                                                  0,     kKeep,          kKeep, kColorModeCopy};
+// TextureFormat's colour field, which does the same on TX.
+inline constexpr uint32_t kTXModulate = 0;
+inline constexpr uint32_t kTXCopy = 1;
 
 // The states that both families treat alike. Numbers that are not among them are ignored.
 void ApplyCommonState(D3DContext* ctx, StateWriter& out, uint32_t state, uint32_t value);

@@ -7,10 +7,6 @@ constexpr uint8_t kDestFactor[] = {kKeep, 0, 1, 2, 3, 4, 5, 6, 7};
 constexpr uint8_t kMagFilter[] = {kKeep, 0, 1, 0, 0, 1, 1};
 constexpr uint8_t kMinFilter[] = {kKeep, 0, 1, 2, 3, 4, 5};
 
-// TextureFormat's colour field on TX.
-constexpr uint32_t kTXModulate = 0;
-constexpr uint32_t kTXCopy = 1;
-
 // There is no border on this family: it mirrors.
 uint32_t AddressField(uint32_t value) {
     switch (value) {

@@ -10,7 +10,6 @@ namespace {
 
 constexpr uint32_t kMaxFlipSurfaces = 2;
 constexpr uint32_t kColourTableBytes = 1024;    // of an 8-bit indexed texture
-constexpr uint32_t kSmallestTexturePitch = 32;  // pixels
 constexpr uint32_t kFullTileHeight = 32;        // lines
 constexpr uint32_t kWidestFreeYUY2Screen = 640; // pixels
 constexpr uint32_t kFlipTargetAlignment = 8192; // bytes
@@ -88,8 +87,8 @@ void StorePitchProducts(DriverData* driver, PrivateSurfaceData* record,
     const auto bytes = static_cast<uint32_t>(global->lPitch);
     // The shift by the code holds for the 4-bit code 3 as well.
     uint32_t pixels = record->PixelSize == PixelSize24 ? bytes / 3 : bytes >> record->PixelSize;
-    if (pixels < kSmallestTexturePitch) {
-        pixels = kSmallestTexturePitch;
+    if (pixels < kSmallestPitch) {
+        pixels = kSmallestPitch;
     }
     StoreProducts(record, FindProducts(ProductLimitsOf(driver), pixels));
 }

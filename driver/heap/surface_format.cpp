@@ -42,9 +42,9 @@ using enum AlphaRule;
 constexpr FormatRow kFormatRows[] = {
     // class   key       red     P2     size bits fmt ext comp opaque order alpha
     {FourCC, kFourCCY411, kAny, false, PixelSize32, 5, 2, 1, 3, 3, 0, Always},
-    {FourCC, kFourCCYUY2, kAny, false, PixelSize16, 4, 3, 1, 2, 2, 0, None},
+    {FourCC, kFourCCYUY2, kAny, false, PixelSize16, 4, kTexelFormatYUY2, 1, 2, 2, 0, None},
     {FourCC, kAny, kAny, false, PixelSize8, 0, 0, 0, 0, 0, 0, None},
-    {Indexed4, kAny, kAny, false, PixelSize4, 2, 15, 0, 3, 3, 0, None},
+    {Indexed4, kAny, kAny, false, PixelSize4, 2, kTexelFormatIndexed4, 0, 3, 3, 0, None},
     {Indexed8, kAny, kAny, false, PixelSize8, 3, kTexelFormatIndexed8, 0, 3, 3, 1, None},
     {RGB, 24, kAny, true, PixelSize24, 0, 4, 1, 3, 3, 0, ByMask},
     {RGB, 0, kAny, false, PixelSize8, 3, kTexelFormatIndexed8, 0, 0, 0, 0, None},

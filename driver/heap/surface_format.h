@@ -7,8 +7,10 @@
 inline constexpr uint32_t kFourCCY411 = MAKEFOURCC('Y', '4', '1', '1');
 inline constexpr uint32_t kFourCCYUY2 = MAKEFOURCC('Y', 'U', 'Y', '2');
 
-// Texel format of colour-indexed texels of eight bits.
+// PrivateSurfaceData.Format of video texels and of colour-indexed ones of eight and four bits.
+inline constexpr uint32_t kTexelFormatYUY2 = 3;
 inline constexpr uint32_t kTexelFormatIndexed8 = 14;
+inline constexpr uint32_t kTexelFormatIndexed4 = 15;
 
 // True when the surface has the caps bit.
 inline bool HasCaps(const DDRAWI_DDRAWSURFACE_LCL* surface, uint32_t caps) {

@@ -2,14 +2,20 @@
 #include "driver/core/driverdata.h"
 #include "driver/core/glintutl.h"
 
+#include <bit>
+
 namespace {
 
-constexpr uint32_t kSmallestProduct = 5; // log2 of 32 pixels
+constexpr uint32_t kSmallestProduct = std::countr_zero(kSmallestPitch); // log2
 constexpr uint32_t kMaxSearchedProducts = 3;
 
 // Screen products: three codes of three bits in one word.
 constexpr uint32_t kCodeBits = 3;
 constexpr uint32_t kCodeMask = 7;
+
+constexpr uint32_t RoundUpToPitch(uint32_t width) {
+    return (width + kSmallestPitch - 1) & ~(kSmallestPitch - 1);
+}
 
 constexpr uint32_t CodeOf(uint32_t log2Pixels) {
     return log2Pixels - 4;
@@ -63,7 +69,8 @@ PartialProductSet FindProducts(ProductLimits limits, uint32_t width) {
 }
 
 bool SearchPitch(ProductLimits limits, uint32_t width, PitchChoice* choice) {
-    for (uint32_t w = (width + 31) & ~31u; w >> limits.Top <= kMaxSearchedProducts; w += 32) {
+    for (uint32_t w = RoundUpToPitch(width); w >> limits.Top <= kMaxSearchedProducts;
+         w += kSmallestPitch) {
         const PartialProductSet products = FindProducts(limits, w);
         if (products.Needed <= kMaxSearchedProducts) {
             *choice = {w, products};

@@ -4,6 +4,9 @@
 
 #include <cstdint>
 
+// The narrowest pitch that partial products can express, and the step between pitches, in pixels.
+inline constexpr uint32_t kSmallestPitch = 32;
+
 // How a pitch is put together: code c stands for 2^(c + 4) pixels, 0 for nothing.
 struct PartialProductSet {
     uint32_t Code[4];

@@ -10,6 +10,7 @@
 #include "driver/raster/reciprocal.h"
 #include "driver/raster/stipple.h"
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <utility>
@@ -32,11 +33,12 @@ inline constexpr uint32_t kTriangleBytes = 512;
 
 inline constexpr uint32_t kTrapezoid = field::Render_Primitive.Put(0, 1);
 
-// Where the next word goes, and the FIFO space known to be free.
+// Where the next word goes, the end of the sub-buffer's space, and the FIFO space known to be free.
 template <bool kWaits>
 struct Output {
     D3DContext* ctx;
     uint32_t* at;
+    const uint32_t* limit;
     int32_t credit;
 
     // Sees that `entries` words can be taken. Words written so far reach the chip before it is
@@ -50,14 +52,23 @@ struct Output {
             }
         }
     }
-    KORV_INLINE void Word(uint32_t word) { *at++ = word; }
+    KORV_INLINE void Word(uint32_t word) { PutWord(at++, word); }
     KORV_INLINE void Tag(uint32_t tagNumber, uint32_t data) {
         Word(tagNumber);
         Word(data);
     }
+    // As ReserveSpace(), but looks at the stream's limit only when it may have changed.
     KORV_INLINE void Reserve(uint32_t bytes) {
-        ReserveSpace(ctx, bytes);
+        if (at + bytes / 4 > limit) [[unlikely]] {
+            ReserveSpace(ctx, bytes);
+            Load();
+        }
+        ctx->Stream.Guard.Allow(at + bytes / 4);
+    }
+    // Takes up the stream's position and limit.
+    KORV_INLINE void Load() {
         at = ctx->Stream.WritePointer;
+        limit = ctx->Stream.Current().Linear + ctx->Stream.SubBufferFlushWords;
     }
     KORV_INLINE void Store() { StoreWritePointer(ctx->Stream, at); }
 };
@@ -121,71 +132,75 @@ KORV_INLINE D3DCOLOR LitColour(const D3DTLVERTEX* vertex, uint32_t renderFlags) 
                                             : vertex->color;
 }
 
-// Orders the vertices from the bottom row to the top one. Three strict swaps, so that equal rows
-// mostly stay in record order; X never breaks a tie. Result: the number of swaps.
-KORV_INLINE uint32_t SortByRow(Setup& s) {
-    uint32_t swaps = 0;
-    if (s.row0 < s.row1) {
-        std::swap(s.v0, s.v1);
-        std::swap(s.row0, s.row1);
-        ++swaps;
-    }
-    if (s.row0 < s.row2) {
-        std::swap(s.v0, s.v2);
-        std::swap(s.row0, s.row2);
-        ++swaps;
-    }
-    if (s.row1 < s.row2) {
-        std::swap(s.v1, s.v2);
-        std::swap(s.row1, s.row2);
-        ++swaps;
-    }
-    return swaps;
+// Which vertex of the record comes in which place from the bottom row to the top one, and whether
+// that took an odd number of swaps.
+struct RowOrder {
+    uint8_t place[3];
+    uint8_t oddSwaps;
+};
+
+// How the rows compare, as an index of kRowOrders.
+KORV_INLINE constexpr uint32_t CompareRows(uint32_t row0, uint32_t row1, uint32_t row2) {
+    return uint32_t{row0 < row1} * 8 + uint32_t{row1 < row0} * 4 + uint32_t{row0 < row2} * 2 +
+           uint32_t{row1 < row2};
 }
 
-// -1/|det|, det taken with its sign changed for an odd number of swaps. With det of zero the sign
-// of that zero decides the sign of the infinity.
-KORV_INLINE float InverseArea(float det, uint32_t swaps) {
-    static constexpr float kNumerators[] = {-1.0f, 1.0f};
-    const float sorted = std::bit_cast<float>(std::bit_cast<uint32_t>(det) ^ (swaps << 31));
-    return kNumerators[sorted < 0.0f] / sorted;
+// Three strict swaps, so that equal rows mostly stay in record order; X never breaks a tie.
+constexpr RowOrder SortByRow(const uint32_t (&row)[3]) {
+    RowOrder order{{0, 1, 2}, 0};
+    constexpr uint8_t kPairs[][2] = {{0, 1}, {0, 2}, {1, 2}};
+    for (const auto& [low, high] : kPairs) {
+        if (row[order.place[low]] < row[order.place[high]]) {
+            std::swap(order.place[low], order.place[high]);
+            order.oddSwaps ^= 1;
+        }
+    }
+    return order;
 }
 
+// A table, as no branch could be predicted.
+inline constexpr auto kRowOrders = [] {
+    std::array<RowOrder, 16> orders{};
+    for (uint32_t rows = 0; rows < 27; ++rows) {
+        const uint32_t row[3] = {rows / 9, rows / 3 % 3, rows % 3};
+        orders[CompareRows(row[0], row[1], row[2])] = SortByRow(row);
+    }
+    return orders;
+}();
+
+// -1/|det|. With det of zero, its sign changed for an odd number of swaps decides the sign of the
+// infinity, and with det NaN the sign of the result.
+KORV_INLINE float InverseArea(float det, uint32_t oddSwaps) {
+    const float size = __builtin_fabsf(det);
+    if (size > 0.0f) [[likely]] {
+        return -1.0f / size;
+    }
+    return -1.0f / std::bit_cast<float>(std::bit_cast<uint32_t>(det) ^ (oddSwaps << 31));
+}
+
+// Result: the word of the step down the long edge.
 template <bool kWaits>
-KORV_INLINE void ColourChannel(Output<kWaits>& out, const Setup& s, uint32_t p0, uint32_t p1,
-                               uint32_t p2) {
+KORV_INLINE uint32_t ColourChannel(Output<kWaits>& out, const Setup& s, uint32_t p0, uint32_t p1,
+                                   uint32_t p2) {
     const Slopes slopes = SlopesOfBytes(s, p0, p1, p2);
+    const uint32_t dyDom = D3Dflt_to_fix_9_15(slopes.dyDom);
     out.Word(ColourStart(p0));
     out.Word(D3Dflt_to_fix_9_15(slopes.dx));
-    out.Word(D3Dflt_to_fix_9_15(slopes.dyDom));
+    out.Word(dyDom);
+    return dyDom;
 }
 
 template <bool kWaits>
 KORV_INLINE void GouraudGroup(Output<kWaits>& out, const Setup& s, bool blend, D3DCOLOR c0,
                               D3DCOLOR c1, D3DCOLOR c2) {
-    if (IsGrey(c0) && IsGrey(c1) && IsGrey(c2)) {
-        // Decided ahead of blending: the alpha registers keep the last triangle's words.
-        const Slopes slopes = SlopesOfBytes(s, Blue(c0), Blue(c1), Blue(c2));
-        const uint32_t start = ColourStart(Blue(c0));
-        const uint32_t dx = D3Dflt_to_fix_9_15(slopes.dx);
-        const uint32_t dyDom = D3Dflt_to_fix_9_15(slopes.dyDom);
-        out.Wait(10);
-        out.Word(burst::ColourRGB);
-        for (int channel = 0; channel < 3; ++channel) {
-            out.Word(start);
-            out.Word(dx);
-            out.Word(dyDom);
-        }
-        return;
-    }
-
-    out.Wait(blend ? 13 : 10);
-    out.Word(blend ? burst::ColourRGBA : burst::ColourRGB);
+    // Decided ahead of blending: under grey the alpha registers keep the last triangle's words.
+    const bool alpha = blend && !(IsGrey(c0) && IsGrey(c1) && IsGrey(c2));
+    out.Wait(alpha ? 13 : 10);
+    out.Word(alpha ? burst::ColourRGBA : burst::ColourRGB);
     ColourChannel(out, s, Red(c0), Red(c1), Red(c2));
     ColourChannel(out, s, Green(c0), Green(c1), Green(c2));
-    ColourChannel(out, s, Blue(c0), Blue(c1), Blue(c2));
-    if (blend) {
-        const uint32_t blueDyDom = out.at[-1];
+    const uint32_t blueDyDom = ColourChannel(out, s, Blue(c0), Blue(c1), Blue(c2));
+    if (alpha) {
         const uint32_t keep = out.ctx->BlendForcesZeroAlpha == 1 ? 0 : 0xFF;
         const uint32_t a0 = Alpha(c0) & keep;
         const Slopes slopes = SlopesOfBytes(s, a0, Alpha(c1) & keep, Alpha(c2) & keep);
@@ -197,6 +212,14 @@ KORV_INLINE void GouraudGroup(Output<kWaits>& out, const Setup& s, bool blend, D
 }
 
 template <bool kWaits>
+KORV_INLINE void DepthPair(Output<kWaits>& out, float value) {
+    uint32_t pair[2];
+    flt_to_fix_32_16(value, pair);
+    out.Word(pair[0]);
+    out.Word(pair[1]);
+}
+
+template <bool kWaits>
 KORV_INLINE void DepthGroup(Output<kWaits>& out, const Setup& s) {
     constexpr float kDepthScale = 65535.0f;
     const float z0 = s.v0->sz * kDepthScale;
@@ -205,10 +228,9 @@ KORV_INLINE void DepthGroup(Output<kWaits>& out, const Setup& s) {
     const Slopes slopes = SlopesOf(s, z0 - z2, z1 - z2);
     out.Wait(7);
     out.Word(burst::Depth);
-    flt_to_fix_32_16(z0, out.at);
-    flt_to_fix_32_16(slopes.dx, out.at + 2);
-    flt_to_fix_32_16(slopes.dyDom, out.at + 4);
-    out.at += 6;
+    DepthPair(out, z0);
+    DepthPair(out, slopes.dx);
+    DepthPair(out, slopes.dyDom);
 }
 
 // Fog is the top byte of specular, whatever else specular is used for.
@@ -263,7 +285,7 @@ KORV_INLINE void EdgeGroup(Output<kWaits>& out, const Setup& s, uint32_t renderW
         out.Word(renderWord);
     };
 
-    if (s.row1 == s.row0 && s.row1 != s.row2) { // flat bottom
+    if (s.row1 == s.row0) { // flat bottom
         trapezoid(EncodeX(s.v1->sx), s.row1 - s.row2, s.v1->sx - s.v2->sx);
         return;
     }
@@ -298,7 +320,8 @@ void TriangleBatch(D3DContext* ctx, const D3DINSTRUCTION* ins, D3DTLVERTEX* vert
             renderWord = field::Render_BlockFillKind.Put(renderWord, 0);
         }
     }
-    Output<kWaits> out{ctx, nullptr, 0};
+    Output<kWaits> out{ctx, nullptr, nullptr, 0};
+    out.Load();
     if constexpr (kTraits.blockFill) {
         SetColorDDAMode(out, 0);
     }
@@ -312,14 +335,8 @@ void TriangleBatch(D3DContext* ctx, const D3DINSTRUCTION* ins, D3DTLVERTEX* vert
         D3DTLVERTEX* const a = vertices + triangle->v1;
         D3DTLVERTEX* const b = vertices + triangle->v2;
         D3DTLVERTEX* const c = vertices + triangle->v3;
-        Setup s;
-        s.v0 = a;
-        s.v1 = b;
-        s.v2 = c;
-        s.row0 = SnapY(a->sy);
-        s.row1 = SnapY(b->sy);
-        s.row2 = SnapY(c->sy);
-        if (s.row0 == s.row1 && s.row0 == s.row2) {
+        const uint32_t rows[] = {SnapY(a->sy), SnapY(b->sy), SnapY(c->sy)};
+        if (rows[0] == rows[1] && rows[0] == rows[2]) {
             continue;
         }
 
@@ -328,16 +345,31 @@ void TriangleBatch(D3DContext* ctx, const D3DINSTRUCTION* ins, D3DTLVERTEX* vert
             continue;
         }
 
-        const uint32_t swaps = SortByRow(s);
-        const float inverse = InverseArea(det, swaps);
+        D3DTLVERTEX* const corners[] = {a, b, c};
+        const RowOrder& order = kRowOrders[CompareRows(rows[0], rows[1], rows[2])];
+        Setup s;
+        s.v0 = corners[order.place[0]];
+        s.v1 = corners[order.place[1]];
+        s.v2 = corners[order.place[2]];
+        s.row0 = rows[order.place[0]];
+        s.row1 = rows[order.place[1]];
+        s.row2 = rows[order.place[2]];
+        const float inverse = InverseArea(det, order.oddSwaps);
         s.gradA = inverse * (s.v0->sy - s.v2->sy);
         s.gradB = inverse * (s.v1->sy - s.v2->sy);
         s.invHeight = reciprocalTable[s.row0 - s.row2];
 
         out.Reserve(kTriangleBytes);
+        D3DCOLOR c0 = s.v0->color;
+        D3DCOLOR c1 = s.v1->color;
+        D3DCOLOR c2 = s.v2->color;
+        if ((renderFlags & RF_SPECULAR) != 0) {
+            c0 = SpecularAdd(c0, s.v0->specular);
+            c1 = SpecularAdd(c1, s.v1->specular);
+            c2 = SpecularAdd(c2, s.v2->specular);
+        }
         if constexpr (kTraits.gouraud) {
-            GouraudGroup(out, s, (renderFlags & RF_BLEND) != 0, LitColour(s.v0, renderFlags),
-                         LitColour(s.v1, renderFlags), LitColour(s.v2, renderFlags));
+            GouraudGroup(out, s, (renderFlags & RF_BLEND) != 0, c0, c1, c2);
         } else {
             // Flat colour is the record's first vertex's, not the bottom one's.
             const D3DCOLOR colour = LitColour(a, renderFlags);

@@ -2,13 +2,12 @@
 
 #include "driver/core/driverdata.h"
 #include "driver/d3d/execute.h"
+#include "driver/heap/surface_pitch.h"
 
 namespace {
 
 // Address bit of a texture in AGP memory.
 constexpr uint32_t kAGPAddressBit = 0x40000000;
-// The least pitch, in texels, that partial products can express.
-constexpr uint32_t kLeastPitch = 32;
 
 TextureRecord*& BucketOf(D3DContext* ctx, uint32_t handle) {
     return ctx->TextureBuckets[handle % kTextureBuckets];
@@ -89,8 +88,8 @@ void FillPermediaLevel(DriverData* driver, const TextureRecord* record, TextureL
     level.Address = FirstTexel(byteOffset, record->Private.PixelSize);
     uint32_t pitch =
         PitchInTexels(static_cast<uint32_t>(global->lPitch), record->Private.PixelSize);
-    if (pitch < kLeastPitch) {
-        pitch = kLeastPitch;
+    if (pitch < kSmallestPitch) {
+        pitch = kSmallestPitch;
     }
     uint32_t unused;
     DeterminePPCode(driver, pitch, &level.PP0, &level.PP1, &level.PP2, &unused);

@@ -87,7 +87,7 @@ void PutTexelFormat(D3DContext* ctx, const TextureRecord* record) {
 void SendPalette(D3DContext* ctx, StateWriter& out, const TextureRecord* record) {
     const bool permedia2 = IsPermedia2(ctx->Driver->ChipInfo);
     switch (record->Private.Format) {
-    case kFormatPalette8: {
+    case kTexelFormatIndexed8: {
         const uint32_t address = PaletteAddress(ctx, out, record, P2LUTDownload);
         out.Wait(3);
         out.Tag(tag::TexelLUTAddress, address);
@@ -99,7 +99,7 @@ void SendPalette(D3DContext* ctx, StateWriter& out, const TextureRecord* record)
         }
         break;
     }
-    case kFormatPalette4:
+    case kTexelFormatIndexed4:
         out.Wait(1);
         out.Tag(tag::TexelLUTMode, 1);
         SendPalette4(out, record);
@@ -148,7 +148,7 @@ void PutFilter(D3DContext* ctx, const TextureRecord* record) {
 
 void PutVideoFormat(D3DContext* ctx, const TextureRecord* record) {
     const PrivateSurfaceData* own = PrivateOf(record->Surface);
-    const bool video = own != nullptr && own->Format == kFormatYUY2;
+    const bool video = own != nullptr && own->Format == kTexelFormatYUY2;
     PutField(ctx->Copies.YUVMode, field::YUVMode_Enable, video);
     PutField(ctx->Copies.TextureDataFormat, field::TextureDataFormat_ColorOrder, !video);
 }

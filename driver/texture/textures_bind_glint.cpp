@@ -7,8 +7,6 @@
 
 namespace {
 
-// TextureFormat's colour field of a TX that copies.
-constexpr uint32_t kTXCopy = 1;
 // PrivateSurfaceData.FormatComponents of formats with four components.
 constexpr uint32_t kFourComponents = 3;
 // Texture bases are given in bits.
@@ -104,7 +102,7 @@ void BindTX(D3DContext* ctx, StateWriter& out, TextureRecord* record) {
     out.Wait(2);
     out.Tag(tag::ColorDDAMode, ctx->Copies.ColorDDAMode);
     out.Tag(tag::TextureBaseAddr0, record->Levels[0].Address << kBaseShift);
-    if (record->Private.Format == kFormatPalette4 && record->Private.PixelSize == PixelSize4) {
+    if (record->Private.Format == kTexelFormatIndexed4 && record->Private.PixelSize == PixelSize4) {
         SendPalette4(out, record);
     }
 }
@@ -134,14 +132,14 @@ void PutBaseFormat(D3DContext* ctx, bool fourComponents) {
 
 void SendPaletteMX(D3DContext* ctx, StateWriter& out, const TextureRecord* record) {
     switch (record->Private.Format) {
-    case kFormatPalette8: {
+    case kTexelFormatIndexed8: {
         const uint32_t address = PaletteAddress(ctx, out, record, MXLUTDownload);
         out.Wait(2);
         out.Tag(tag::TexelLUTAddress, address);
         out.Tag(tag::TexelLUTTransfer, kLoadPalette);
         break;
     }
-    case kFormatPalette4:
+    case kTexelFormatIndexed4:
         SendPalette4(out, record);
         out.Wait(2);
         out.Tag(tag::TexelLUTTransfer, 0);

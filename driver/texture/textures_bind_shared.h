@@ -1,17 +1,13 @@
 #pragma once
 // The design that the three bindings share.
 #include "driver/d3d/states.h"
+#include "driver/heap/surface_format.h"
 #include "driver/texture/textures.h"
 
 #include <cstdint>
 
 // Space of one binding, in bytes.
 inline constexpr uint32_t kBindBytes = 0x200;
-
-// Texel formats with a palette (PrivateSurfaceData.Format), and the video one.
-inline constexpr uint32_t kFormatYUY2 = 3;
-inline constexpr uint32_t kFormatPalette8 = 14;
-inline constexpr uint32_t kFormatPalette4 = 15;
 
 // TexelLUTTransfer: take the palette from memory at TexelLUTAddress.
 inline constexpr uint32_t kLoadPalette = 0x10000;

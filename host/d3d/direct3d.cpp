@@ -1,6 +1,7 @@
 #include "host/d3d/direct3d.h"
 
 #include "driver/d3d/dcontext.h"
+#include "host/driver_module.h"
 
 #include <algorithm>
 #include <bit>
@@ -32,7 +33,7 @@ Device3D::Device3D(DirectDraw& directDraw, Surface& target, Surface* zBuffer, ui
     data.lpDDS = target.Interface();
     data.lpDDSZ = zBuffer != nullptr ? zBuffer->Interface() : nullptr;
     data.dwPID = processId;
-    CallbacksOf(directDraw).ContextCreate(&data);
+    CallDriver(CallbacksOf(directDraw).ContextCreate, &data);
     Check("Direct3D context", data.ddrval);
     handle_ = data.dwhContext;
     live_ = true;
@@ -50,7 +51,7 @@ Device3D::~Device3D() {
 }
 
 D3DContext* Device3D::Context() const {
-    return live_ ? ContextSlots[handle_] : nullptr;
+    return live_ && TheDriverModule().linked ? ContextSlots[handle_] : nullptr;
 }
 
 void Device3D::SetState(D3DRENDERSTATETYPE type, uint32_t value) {
@@ -84,7 +85,7 @@ HRESULT Device3D::CallRenderState(uint32_t offset, uint32_t count) {
     data.dwOffset = offset;
     data.dwCount = count;
     data.lpExeBuf = executeBuffer_->Interface();
-    CallbacksOf(directDraw_).RenderState(&data);
+    CallDriver(CallbacksOf(directDraw_).RenderState, &data);
     return data.ddrval;
 }
 
@@ -102,7 +103,7 @@ HRESULT Device3D::BeginScene() {
     D3DHAL_SCENECAPTUREDATA data{};
     data.dwhContext = handle_;
     data.dwFlag = D3DHAL_SCENE_CAPTURE_START;
-    CallbacksOf(directDraw_).SceneCapture(&data);
+    CallDriver(CallbacksOf(directDraw_).SceneCapture, &data);
     inScene_ = data.ddrval == DD_OK;
     return data.ddrval;
 }
@@ -112,7 +113,7 @@ HRESULT Device3D::EndScene() {
     D3DHAL_SCENECAPTUREDATA data{};
     data.dwhContext = handle_;
     data.dwFlag = D3DHAL_SCENE_CAPTURE_END;
-    CallbacksOf(directDraw_).SceneCapture(&data);
+    CallDriver(CallbacksOf(directDraw_).SceneCapture, &data);
     inScene_ = false;
     return flushed != DD_OK ? flushed : data.ddrval;
 }
@@ -126,7 +127,7 @@ HRESULT Device3D::Draw(D3DINSTRUCTION instruction, uint32_t offset) {
     data.dwTLOffset = 0;
     data.lpTLBuf = vertexBuffer_->Interface();
     data.diInstruction = instruction;
-    CallbacksOf(directDraw_).RenderPrimitive(&data);
+    CallDriver(CallbacksOf(directDraw_).RenderPrimitive, &data);
     status = data.dwStatus;
     return data.ddrval;
 }
@@ -235,7 +236,7 @@ uint32_t Device3D::CreateTexture(Surface& surface) {
     D3DHAL_TEXTURECREATEDATA data{};
     data.dwhContext = handle_;
     data.lpDDS = surface.Interface();
-    callbacks.TextureCreate(&data);
+    CallDriver(callbacks.TextureCreate, &data);
     Check("texture", data.ddrval);
     return data.dwHandle;
 }
@@ -248,7 +249,7 @@ HRESULT Device3D::DestroyTexture(uint32_t texture) {
     D3DHAL_TEXTUREDESTROYDATA data{};
     data.dwhContext = handle_;
     data.dwHandle = texture;
-    callbacks.TextureDestroy(&data);
+    CallDriver(callbacks.TextureDestroy, &data);
     return data.ddrval;
 }
 
@@ -261,7 +262,7 @@ HRESULT Device3D::SwapTextures(uint32_t first, uint32_t second) {
     data.dwhContext = handle_;
     data.dwHandle1 = first;
     data.dwHandle2 = second;
-    callbacks.TextureSwap(&data);
+    CallDriver(callbacks.TextureSwap, &data);
     return data.ddrval;
 }
 
@@ -272,7 +273,7 @@ DDRAWI_DDRAWSURFACE_INT* Device3D::TextureSurface(uint32_t texture, HRESULT* res
     if (callbacks.TextureGetSurf != nullptr) {
         data.dwhContext = handle_;
         data.dwHandle = texture;
-        callbacks.TextureGetSurf(&data);
+        CallDriver(callbacks.TextureGetSurf, &data);
     }
     if (result != nullptr) {
         *result = data.ddrval;
@@ -292,7 +293,7 @@ void Device3D::Finish() {
 HRESULT Device3D::Destroy() {
     D3DHAL_CONTEXTDESTROYDATA data{};
     data.dwhContext = handle_;
-    CallbacksOf(directDraw_).ContextDestroy(&data);
+    CallDriver(CallbacksOf(directDraw_).ContextDestroy, &data);
     live_ = false;
     inScene_ = false;
     return data.ddrval;
@@ -301,7 +302,7 @@ HRESULT Device3D::Destroy() {
 HRESULT Device3D::DestroyAll(DirectDraw& directDraw, uint32_t processId) {
     D3DHAL_CONTEXTDESTROYALLDATA data{};
     data.dwPID = processId;
-    CallbacksOf(directDraw).ContextDestroyAll(&data);
+    CallDriver(CallbacksOf(directDraw).ContextDestroyAll, &data);
     return data.ddrval;
 }
 

@@ -22,7 +22,7 @@ class Device3D {
     Device3D& operator=(const Device3D&) = delete;
 
     uint32_t Handle() const { return handle_; }
-    // The driver's record, for inspection; null once destroyed.
+    // The linked driver's record, for inspection; null once destroyed, and with a driver DLL.
     D3DContext* Context() const;
 
     // Adds a state to the batch. The batch goes to the driver before the next primitive.

@@ -1,5 +1,7 @@
 #include "host/ddraw/ddraw.h"
 
+#include "host/driver_module.h"
+
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
@@ -123,7 +125,8 @@ bool DirectDraw::EnableAgp(uint32_t bytes) {
     data.fpGARTLin = agp_.Start();
     data.fpGARTDev = kAgpBusAddress;
     data.ulPolicyMaxBytes = bytes;
-    return misc.UpdateNonLocalHeap(&data) == DDHAL_DRIVER_HANDLED && data.ddRVal == DD_OK;
+    return CallDriver(misc.UpdateNonLocalHeap, &data) == DDHAL_DRIVER_HANDLED &&
+           data.ddRVal == DD_OK;
 }
 
 // --- creating ---
@@ -270,7 +273,8 @@ HRESULT DirectDraw::CreateInDriver(const SurfaceRequest& request,
         can.lpDDSurfaceDesc = &desc;
         can.bIsDifferentPixelFormat = differs ? 1 : 0;
         can.CanCreateSurface = callbacks.CanCreateSurface;
-        if (callbacks.CanCreateSurface(&can) == DDHAL_DRIVER_HANDLED && can.ddRVal != DD_OK) {
+        if (CallDriver(callbacks.CanCreateSurface, &can) == DDHAL_DRIVER_HANDLED &&
+            can.ddRVal != DD_OK) {
             return can.ddRVal;
         }
         if (differs) {
@@ -294,7 +298,7 @@ HRESULT DirectDraw::CreateInDriver(const SurfaceRequest& request,
         create.lplpSList = locals.data();
         create.dwSCnt = static_cast<DWORD>(locals.size());
         create.CreateSurface = callbacks.CreateSurface;
-        handled = callbacks.CreateSurface(&create) == DDHAL_DRIVER_HANDLED;
+        handled = CallDriver(callbacks.CreateSurface, &create) == DDHAL_DRIVER_HANDLED;
         result = handled ? create.ddRVal : HRESULT{DD_OK};
     }
     for (size_t i = 0; result == DD_OK && i < list.size(); ++i) {
@@ -461,7 +465,7 @@ void DirectDraw::DestroyInDriver(Surface& surface) {
         data.lpDD = &global_;
         data.lpDDSurface = surface.Local();
         data.DestroySurface = callbacks.DestroySurface;
-        handled = callbacks.DestroySurface(&data) == DDHAL_DRIVER_HANDLED;
+        handled = CallDriver(callbacks.DestroySurface, &data) == DDHAL_DRIVER_HANDLED;
     }
     if (!handled) {
         FreeMemory(surface);
@@ -555,7 +559,7 @@ HalAnswer DirectDraw::CallBlt(DDHAL_BLTDATA& data) {
     if (blt == nullptr) {
         return {false, DDERR_UNSUPPORTED};
     }
-    const bool handled = blt(&data) == DDHAL_DRIVER_HANDLED;
+    const bool handled = CallDriver(blt, &data) == DDHAL_DRIVER_HANDLED;
     return {handled, data.ddRVal};
 }
 
@@ -621,7 +625,7 @@ HalAnswer DirectDraw::Flip(Surface& current, Surface& target) {
     data.lpSurfCurr = current.Local();
     data.lpSurfTarg = target.Local();
     data.Flip = flip;
-    const bool handled = flip(&data) == DDHAL_DRIVER_HANDLED;
+    const bool handled = CallDriver(flip, &data) == DDHAL_DRIVER_HANDLED;
     if (handled && data.ddRVal == DD_OK) {
         std::swap(current.block_.global.fpVidMem, target.block_.global.fpVidMem);
         std::swap(current.memory_, target.memory_);
@@ -641,7 +645,7 @@ HalAnswer DirectDraw::Lock(Surface& surface, void** bytes, const RECT* rect, uin
     data.rArea = rect != nullptr ? *rect : RECT{};
     data.dwFlags = flags;
     data.Lock = lock;
-    const bool handled = lock(&data) == DDHAL_DRIVER_HANDLED;
+    const bool handled = CallDriver(lock, &data) == DDHAL_DRIVER_HANDLED;
     if (bytes != nullptr) {
         *bytes = handled && data.ddRVal == DD_OK ? data.lpSurfData : nullptr;
     }
@@ -655,7 +659,7 @@ HalAnswer DirectDraw::GetBltStatus(Surface& surface, uint32_t flags) {
     data.lpDDSurface = surface.Local();
     data.dwFlags = flags;
     data.GetBltStatus = status;
-    const bool handled = status(&data) == DDHAL_DRIVER_HANDLED;
+    const bool handled = CallDriver(status, &data) == DDHAL_DRIVER_HANDLED;
     return {handled, data.ddRVal};
 }
 
@@ -666,7 +670,7 @@ HalAnswer DirectDraw::GetFlipStatus(Surface& surface, uint32_t flags) {
     data.lpDDSurface = surface.Local();
     data.dwFlags = flags;
     data.GetFlipStatus = status;
-    const bool handled = status(&data) == DDHAL_DRIVER_HANDLED;
+    const bool handled = CallDriver(status, &data) == DDHAL_DRIVER_HANDLED;
     return {handled, data.ddRVal};
 }
 
@@ -676,7 +680,7 @@ HalAnswer DirectDraw::WaitForVerticalBlank(uint32_t flags, bool* inBlank) {
     data.lpDD = &global_;
     data.dwFlags = flags;
     data.WaitForVerticalBlank = wait;
-    const bool handled = wait(&data) == DDHAL_DRIVER_HANDLED;
+    const bool handled = CallDriver(wait, &data) == DDHAL_DRIVER_HANDLED;
     if (inBlank != nullptr) {
         *inBlank = data.bIsInVB != 0;
     }
@@ -688,7 +692,7 @@ HalAnswer DirectDraw::GetScanLine(uint32_t* line) {
     DDHAL_GETSCANLINEDATA data{};
     data.lpDD = &global_;
     data.GetScanLine = get;
-    const bool handled = get(&data) == DDHAL_DRIVER_HANDLED;
+    const bool handled = CallDriver(get, &data) == DDHAL_DRIVER_HANDLED;
     *line = data.dwScanLine;
     return {handled, data.ddRVal};
 }
@@ -705,7 +709,7 @@ HalAnswer DirectDraw::GetDriverInfo(const GUID& guid, void* bytes, uint32_t size
     data.dwExpectedSize = size;
     data.lpvData = bytes;
     data.dwContext = global_.dwReserved3;
-    const bool handled = info.GetDriverInfo(&data) == DDHAL_DRIVER_HANDLED;
+    const bool handled = CallDriver(info.GetDriverInfo, &data) == DDHAL_DRIVER_HANDLED;
     if (actual != nullptr) {
         *actual = data.dwActualSize;
     }

@@ -1,9 +1,10 @@
 #include "host/display/display.h"
 
-#include "driver/core/korv32.h"
 #include "driver/heap/surface.h"
 #include "driver/services/context.h"
 #include "host/display/context_lists.h"
+#include "host/driver_module.h"
+#include "host/loader/trap.h"
 #include "host/vdd/minivdd.h"
 #include "host/win32/clock.h"
 #include "host/win32/registry.h"
@@ -105,7 +106,18 @@ void CheckConfig(const DisplayConfig& config) {
     }
 }
 
-void AttachBoard(ChipRegisters* aperture, board::Board& board) {
+// A DLL waits in plain loops over shared memory, in which this board's clock does not move. So the
+// board must do by itself, or within the access that asks for it, what the DLL may wait for.
+void CheckTimingForDll(const board::Timing& timing) {
+    const bool atOnce =
+        timing.dmaWordsPerTick == 0 && timing.fifoDrainPerTick == 0 && timing.interruptLatency == 0;
+    if (!timing.dmaThread && !atOnce) {
+        throw std::invalid_argument("a driver DLL needs a board with a DMA thread, or one that "
+                                    "drains its FIFO, moves DMA and interrupts at once");
+    }
+}
+
+ChipBus BusOf(board::Board& board) {
     ChipBus bus;
     bus.self = &board;
     bus.Read = [](void* self, uint32_t offset) {
@@ -118,7 +130,7 @@ void AttachBoard(ChipRegisters* aperture, board::Board& board) {
         static_cast<board::Board*>(self)->WriteFifo(words, count);
     };
     bus.Idle = [](void* self, uint32_t rounds) { static_cast<board::Board*>(self)->Idle(rounds); };
-    AttachChipBus(aperture, bus);
+    return bus;
 }
 
 } // namespace
@@ -149,9 +161,16 @@ uint32_t ScreenPitchPixels(uint32_t deviceId, uint32_t width) {
 
 Display::Display(DisplayConfig config) : config_(std::move(config)) {
     CheckConfig(config_);
+    if (!TheDriverModule().linked) {
+        CheckTimingForDll(config_.timing);
+    }
     board_ = std::make_unique<board::Board>(BoardConfig(config_));
     aperture_ = std::make_unique<AlignedAperture>();
-    AttachBoard(Aperture(), *board_);
+    const ChipBus bus = BusOf(*board_);
+    AttachChipBus(Aperture(), bus);
+    if (!TheDriverModule().linked) {
+        trap_ = std::make_unique<loader::TrappedAperture>(Aperture(), bus);
+    }
 
     // Fields that nobody is said to fill hold nothing of use.
     driver_ = std::make_unique<Shared>();
@@ -214,7 +233,8 @@ uint32_t Display::VisibleOffset() {
 }
 
 bool Display::Start() {
-    return DriverInit(config_.number) == &driver_->data;
+    const DriverCall call;
+    return TheDriverModule().driverInit(config_.number) == &driver_->data;
 }
 
 void Display::ChangeMode(uint32_t width, uint32_t height, uint32_t bits) {

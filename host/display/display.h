@@ -13,6 +13,10 @@
 
 namespace host {
 
+namespace loader {
+class TrappedAperture;
+}
+
 struct DisplayConfig {
     uint32_t deviceId = DevicePermedia2; // a ChipDevice number
     bool delta = false;                  // a setup chip sits in front of the rasteriser
@@ -37,7 +41,8 @@ struct DisplayConfig {
 class Display {
   public:
     // Powers the board on and fills all shared records. Throws std::invalid_argument for a device,
-    // depth or size that no board has.
+    // depth or size that no board has, and for a timing under which a driver DLL would wait for
+    // ever.
     explicit Display(DisplayConfig config);
     ~Display();
     Display(const Display&) = delete;
@@ -94,6 +99,7 @@ class Display {
     std::unique_ptr<Shared> driver_;
     std::unique_ptr<board::Board> board_;
     std::unique_ptr<AlignedAperture> aperture_;
+    std::unique_ptr<loader::TrappedAperture> trap_; // for a driver DLL
     uint32_t pitch_ = 0;
     std::vector<std::unique_ptr<uint8_t[]>> dmaBuffers_;
 };

@@ -37,11 +37,14 @@ alignas(4096) uint8_t systemImage[kImageBytes];
 // What the lock's address points at; only the address counts.
 uint32_t lockObject;
 
-void KORV_STDCALL GiveLock(uint32_t* out) {
+// A driver DLL, which calls these by address, aligns its stack to 4 bytes only.
+#define KORV_FROM_DLL __attribute__((force_align_arg_pointer))
+
+KORV_FROM_DLL void KORV_STDCALL GiveLock(uint32_t* out) {
     *out = TheState().lockPresent ? Win16LockAddress() : 0;
 }
 
-void KORV_STDCALL EnterLock(uint32_t lock) {
+KORV_FROM_DLL void KORV_STDCALL EnterLock(uint32_t lock) {
     Win16LockState& state = TheState().lock;
     if (lock != Win16LockAddress()) {
         ++state.unbalanced;
@@ -51,7 +54,7 @@ void KORV_STDCALL EnterLock(uint32_t lock) {
     ++state.taken;
 }
 
-void KORV_STDCALL LeaveLock(uint32_t lock) {
+KORV_FROM_DLL void KORV_STDCALL LeaveLock(uint32_t lock) {
     Win16LockState& state = TheState().lock;
     if (lock != Win16LockAddress() || state.depth == 0) {
         ++state.unbalanced;

@@ -52,6 +52,9 @@ uint32_t RecordingBus::Read(uint32_t offset) {
     case reg::DMACount:
         value = readDMACount ? readDMACount() : 0;
         break;
+    case reg::LineCounter:
+        value = readLineCounter ? readLineCounter() : registers[offset];
+        break;
     default:
         value = registers[offset];
         break;

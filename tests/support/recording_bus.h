@@ -43,6 +43,7 @@ class RecordingBus {
     // Scripts that take precedence over the above, when set.
     std::function<uint32_t()> readFIFOSpace;
     std::function<uint32_t()> readDMACount;
+    std::function<uint32_t()> readLineCounter;
     std::function<void(uint32_t rounds)> onIdle;
 
     // Makes words at a bus address known, so that transfers carry their contents.

@@ -6,11 +6,17 @@
 namespace korv {
 
 inline constexpr int kExitOk = 0;
+inline constexpr int kExitUnexpected = 1;
 inline constexpr int kExitBadInput = 2;
 
 // A request that cannot be met as given: `what()` is one line for the user.
 struct UserError : std::runtime_error {
     explicit UserError(const std::string& line) : std::runtime_error(line) {}
+};
+
+// A script's expectation that did not hold: `what()` is one line for each.
+struct UnexpectedError : std::runtime_error {
+    explicit UnexpectedError(const std::string& lines) : std::runtime_error(lines) {}
 };
 
 } // namespace korv

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <sstream>
 #include <string>
 
 #include <fmt/format.h>
@@ -21,6 +22,7 @@ constexpr const char* kExamples = R"(Examples:
   korv demo                                    all scenes on all chips, into korv-demo/
   korv render scenes/torus-knot.obj --chip tx -o knot.png
   korv info --chip permedia2                   what the driver says the chip can do
+  korv replay scenes/two-displays.json         plays a HAL script and checks its expectations
   korv COMMAND --help                          all options of a command
 )";
 
@@ -45,6 +47,7 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
     AddRender(app, console);
     AddInfo(app, console);
     AddModel(app, console);
+    AddReplay(app, console);
     try {
         app.parse(argc, argv);
         return kExitOk;
@@ -55,6 +58,11 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
         const auto chosen = app.get_subcommands();
         return Complain(err, fmt::format("{} (try 'korv {}--help')", FirstLine(error.what()),
                                          chosen.empty() ? "" : chosen.front()->get_name() + " "));
+    } catch (const UnexpectedError& error) {
+        std::istringstream lines(error.what());
+        for (std::string line; std::getline(lines, line);)
+            fmt::print(err, "korv: {}\n", line);
+        return kExitUnexpected;
     } catch (const std::bad_alloc&) {
         return Complain(err, "out of memory");
     } catch (const std::exception& error) {

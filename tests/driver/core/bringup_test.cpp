@@ -55,6 +55,27 @@ TEST(DriverInit, WithASecondPrimaryEachDisplayIsFoundByItsOwnCalls) {
     EXPECT_TRUE(second.bus->events.empty());
 }
 
+TEST(DriverInit, OfALaterDisplayThatIsNotPrimaryLeavesTheGlobalAlone) {
+    Rig first;
+    ASSERT_EQ(DriverInit(1), first.driver);
+    Rig second({.primary = false});
+    pDriverData = first.driver; // a new rig starts with none
+    ASSERT_EQ(DriverInit(2), second.driver);
+    EXPECT_EQ(pDriverData, first.driver);
+}
+
+TEST(DriverInit, ASecondTimeOpensTheKeyOfItsOwnNameAndReadsAllSwitchesAgain) {
+    Rig rig;
+    rig.SetRegistry("Direct3DHAL.ZPatch", "1");
+    ASSERT_EQ(DriverInit(1), rig.driver);
+    EXPECT_EQ(DXGlobals.ZPatch, 1u);
+    std::strcpy(rig.chip->RegistryName, "Second");
+    host::TheRegistry().SetText("SOFTWARE\\Second\\DirectX", "Direct3DHAL.NoFlip", "1");
+    ASSERT_EQ(DriverInit(2), rig.driver);
+    EXPECT_EQ(DXGlobals.ZPatch, 0u);
+    EXPECT_EQ(DXGlobals.NoFlip, 1u);
+}
+
 TEST(DriverInit, AHalCallWithoutAReservedWordUsesThePrimary) {
     Rig rig;
     ASSERT_EQ(DriverInit(0), rig.driver);
@@ -110,6 +131,32 @@ TEST(BringUp, LeavesContextFiveCurrentAndTheRecordsSet) {
     EXPECT_EQ(host::heap::LastCreation().initialBytes, 0x9C4u);
     EXPECT_EQ(host::heap::LastCreation().maximumBytes, 0u);
     EXPECT_EQ(bHALInitialisedOnce, 1u);
+}
+
+TEST(BringUp, ForgetsWhatAnEarlierLifeLeft) {
+    Rig rig;
+    DriverData& driver = *rig.driver;
+    driver.Win16Lock = driver.DriverLockKind = driver.Heap.ClientMemoryLost = 77;
+    driver.FlipLimitOn = driver.VideoPortActive = 77;
+    driver.NonLocalHeapLinear = driver.NonLocalHeapPhysical = 77;
+    driver.RenderSolid = driver.RenderCopy = driver.RenderClear = driver.RenderSpare = 0xFF77;
+    DXGlobals.Instance = reinterpret_cast<HINSTANCE>(0x1234);
+    ASSERT_EQ(DriverInit(0), rig.driver);
+    EXPECT_EQ(driver.Win16Lock, 0u);
+    EXPECT_EQ(driver.DriverLockKind, 0u);
+    EXPECT_EQ(driver.Heap.ClientMemoryLost, 0u);
+    EXPECT_EQ(driver.FlipLimitOn, 0u);
+    EXPECT_EQ(driver.VideoPortActive, 0u);
+    EXPECT_EQ(driver.NonLocalHeapLinear, 0u);
+    EXPECT_EQ(driver.NonLocalHeapPhysical, 0u);
+    EXPECT_EQ(driver.RenderSolid, 0x48u); // with the fast fill of this chip
+    EXPECT_EQ(driver.RenderCopy, 0x40u);
+    EXPECT_EQ(driver.RenderClear, 0x48u);
+    EXPECT_EQ(driver.RenderSpare, 0x40u);
+    EXPECT_EQ(driver.Instance, DXGlobals.Instance);
+    EXPECT_NE(driver.D3DCallbacks, nullptr);
+    EXPECT_NE(driver.D3DGlobalData, nullptr);
+    EXPECT_EQ(driver.D3DTextureFormats, nullptr);
 }
 
 TEST(BringUp, FillsTheCallbackTablesByFamily) {

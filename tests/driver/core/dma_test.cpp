@@ -380,9 +380,9 @@ TEST(WaitDMAIdle, WaitsForTheTailThenForTheCountWithSpacedReads) {
     rig.bus->readDMACount = [&] { return left.at(read++); };
     WaitDMAIdle(rig.driver);
     const std::vector<BusEvent> expected = {
-        {'i', 1, 0},   {'r', 0x30, 0x80000000}, {'i', 1, 0},  {'r', 0x30, 100},
-        {'i', 200, 0}, {'r', 0x30, 32},         {'i', 64, 0}, {'r', 0x30, 31},
-        {'i', 1, 0},   {'r', 0x30, 0},
+        {'i', 1, 0},   {'r', 0x30, 0x80000000}, {'i', 0, 0},  {'r', 0x30, 100},
+        {'i', 199, 0}, {'r', 0x30, 32},         {'i', 63, 0}, {'r', 0x30, 31},
+        {'i', 0, 0},   {'r', 0x30, 0},
     };
     EXPECT_EQ(rig.bus->events, expected);
     EXPECT_EQ(rig.chip->DMAState, DMAIdle | DMAQueueOn);

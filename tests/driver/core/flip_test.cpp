@@ -112,6 +112,13 @@ TEST(FlipStatus, WithNoVBlankWaitIsDoneAndTheRecordStays) {
     EXPECT_EQ(flipRecord.InProgress, 1u);
 }
 
+TEST(FlipStatus, WithNoVBlankWaitIsDoneOnPermediaWithoutARetraceToo) {
+    FlipRig rig(kPermedia);
+    EXPECT_EQ(rig.Status(), kStillDrawing);
+    DXGlobals.NoVBlankWait = 1;
+    EXPECT_EQ(rig.Status(), 0u);
+}
+
 TEST(FlipStatus, ABeamThatHasWrappedEndsTheFlipAtOnce) {
     FlipRig rig(kGlint);
     host::clock::Set(1000);
@@ -255,6 +262,46 @@ TEST(Lock, SendsWhatTheOwnerHasPendingAndGivesTheChipBack) {
     EXPECT_EQ(rig.bus->Writes().size(), 3u);
 }
 
+TEST(Lock, OfATargetWhoseOwnerHasTheChipSendsWithoutAChangeOfContext) {
+    FlipRig rig(kGlint);
+    D3DContext* ctx = rig.PlainContext(true);
+    ctx->Stream.HardwareContext = kContext2D;
+    rig.back.priv.OwnerContext = ctx;
+    ReserveSpace(ctx, 8);
+    EmitTag(ctx->Stream, tag::FogMode, 1);
+    DDHAL_LOCKDATA data{};
+    data.lpDD = &rig.directDraw;
+    data.lpDDSurface = &rig.back.local;
+    Lock32(&data);
+    EXPECT_EQ(data.ddRVal, 0u);
+    EXPECT_EQ(rig.bus->transfers.size(), 1u);
+    EXPECT_EQ(rig.bus->Writes().size(), 2u + 3u); // the transfer and one sync
+}
+
+TEST(Lock, SendsNothingForAnOwnerWithItsHeadAloneOrInFifoMode) {
+    for (const bool dma : {true, false}) {
+        FlipRig rig(kPermedia);
+        rig.bus->registers[reg::IntFlags] = 16;
+        D3DContext* ctx = rig.PlainContext(dma);
+        ctx->Stream.HardwareContext =
+            CreateContext(rig.driver, rig.chip, 3, 1, reinterpret_cast<uint32_t>(ctx));
+        rig.back.priv.OwnerContext = ctx;
+        for (int pair = 0; pair < 6; ++pair) { // as many words as a head has
+            ReserveSpace(ctx, 8);
+            EmitTag(ctx->Stream, tag::FogMode, 1);
+        }
+        rig.bus->Clear();
+        DDHAL_LOCKDATA data{};
+        data.lpDD = &rig.directDraw;
+        data.lpDDSurface = &rig.back.local;
+        Lock32(&data);
+        EXPECT_EQ(data.ddRVal, 0u);
+        EXPECT_TRUE(rig.bus->transfers.empty());
+        EXPECT_EQ(rig.bus->Writes().size(), 3u); // the sync alone
+        EXPECT_EQ(rig.chip->CurrentContext, kContext2D);
+    }
+}
+
 class BlankTest : public testing::Test {
   protected:
     FlipRig rig{kPermedia};
@@ -285,6 +332,32 @@ TEST_F(BlankTest, TheTestTellsWhereTheBeamIs) {
     EXPECT_EQ(Wait(DDWAITVB_I_TESTVB), 1u);
     EXPECT_EQ(data.bIsInVB, 1u);
     EXPECT_EQ(data.ddRVal, 0u);
+}
+
+TEST_F(BlankTest, ABeginIsWaitedForOutOfThePresentBlankIntoTheNext) {
+    const std::vector<uint32_t> lines = {3, 44, 45, 500, 0, 1};
+    size_t read = 0;
+    rig.bus->readLineCounter = [&] { return lines.at(read++); };
+    EXPECT_EQ(Wait(DDWAITVB_BLOCKBEGIN), 1u);
+    EXPECT_EQ(data.ddRVal, 0u);
+    EXPECT_EQ(data.bIsInVB, 7u);
+    EXPECT_EQ(lines[read - 1], 0u); // the first line of the blank that begins
+}
+
+TEST_F(BlankTest, AnEndIsWaitedForThroughTheNextBlankOrTheRestOfThisOne) {
+    const std::vector<uint32_t> outside = {500, 501, 0, 44, 45, 46};
+    size_t read = 0;
+    rig.bus->readLineCounter = [&] { return outside.at(read++); };
+    EXPECT_EQ(Wait(DDWAITVB_BLOCKEND), 1u);
+    EXPECT_EQ(data.ddRVal, 0u);
+    EXPECT_EQ(outside[read - 1], 45u);
+
+    // Begun in blank, no other blank is waited for: a second look at the first line may be had.
+    const std::vector<uint32_t> inside = {20, 20, 44, 45, 46, 500, 0};
+    read = 0;
+    rig.bus->readLineCounter = [&] { return inside.at(read++); };
+    EXPECT_EQ(Wait(DDWAITVB_BLOCKEND), 1u);
+    EXPECT_EQ(inside[read - 1], 45u);
 }
 
 TEST_F(BlankTest, AnUnknownFlagIsNotHandled) {

@@ -188,6 +188,75 @@ TEST(ModeChange, TakesTheChipForContextFiveFirst) {
     EXPECT_EQ(rig.chip->CurrentContext, kContext2D);
 }
 
+TEST(ModeChange, WaitsForWhatEachGroupOfPairsNeeds) {
+    // Groups of pairs with the wait in front of each. Every read in a row grants one entry more.
+    struct Group {
+        size_t reads, words;
+        bool operator==(const Group&) const = default;
+    };
+    struct Row {
+        uint32_t device;
+        std::vector<Group> groups;
+    };
+    for (const Row& row :
+         {Row{2, {{2, 2}, {12, 24}, {16, 14}, {1, 2}}}, Row{4, {{12, 24}, {16, 10}, {1, 2}}}}) {
+        Rig rig({.deviceId = row.device});
+        rig.Ready();
+        uint32_t granted = 0;
+        rig.bus->readFIFOSpace = [&] {
+            const auto& events = rig.bus->events;
+            const bool again = !events.empty() && events.back().kind == 'r' &&
+                               events.back().offset == reg::InFIFOSpace;
+            return granted = again ? granted + 1 : 1;
+        };
+        ChangeDDHAL32Mode(rig.driver);
+        std::vector<Group> seen;
+        bool reading = false;
+        for (const BusEvent& event : rig.bus->events) {
+            if (event.kind == 'r' && event.offset == reg::InFIFOSpace) {
+                if (!reading) {
+                    seen.push_back({0, 0});
+                }
+                ++seen.back().reads;
+                reading = true;
+            } else if (event.kind == 'f') {
+                ASSERT_FALSE(seen.empty());
+                ++seen.back().words;
+                reading = false;
+            }
+        }
+        EXPECT_EQ(seen, row.groups) << row.device;
+    }
+}
+
+TEST(ModeChange, KeepsTheCursorAwayWhileWordsGoOut) {
+    void (*const routines[])(DriverData*) = {ChangeDDHAL32Mode, DisableAllUnits};
+    for (const auto routine : routines) {
+        Rig rig({.deviceId = DeviceMX});
+        rig.Ready();
+        uint32_t asked = 0, excluded = 0;
+        rig.bus->readFIFOSpace = [&] {
+            ++asked;
+            excluded += (rig.chip->Flags & CursorExclude) != 0;
+            return 16u;
+        };
+        routine(rig.driver);
+        EXPECT_GE(asked, 3u);
+        EXPECT_EQ(excluded, asked);
+        EXPECT_EQ(rig.chip->Flags & CursorExclude, 0u);
+    }
+}
+
+TEST(DepthTable, A24BitDepthOnSXSelectsFromItsOwnRow) {
+    Rig rig({.deviceId = DeviceSX, .bits = 24});
+    rig.Ready();
+    rig.driver->RenderSolid = rig.driver->RenderCopy = rig.driver->RenderClear = 0x40;
+    rig.bus->registers[reg::FBModeSel] = 0x86;
+    ChangeDDHAL32Mode(rig.driver);
+    EXPECT_EQ(rig.driver->DepthTable[2].select, 0x80u);
+    EXPECT_EQ(rig.bus->Writes().back(), (BusEvent{'w', 0x1808, 0}));
+}
+
 TEST(DepthTable, HoldsTheStrideAsEachDepthSeesIt) {
     // 672 pixels: 512 + 128 + 32, codes 1, 3, 5 from the low bits up; with the largest product
     // 2048.
@@ -224,7 +293,7 @@ TEST(DepthTable, A24BitModeHasItsOwnSlotBehindTheRows) {
     Rig rig({.deviceId = DevicePermedia2, .bits = 24});
     rig.Ready();
     ChangeDDHAL32Mode(rig.driver);
-    EXPECT_EQ(rig.driver->DepthWord24, 3 + 5 * 8u);
+    EXPECT_EQ(rig.driver->DepthRow24.word, 3 + 5 * 8u);
     EXPECT_EQ(rig.driver->DepthTable[2].word, 0u);
     EXPECT_EQ(rig.driver->PartialProducts, 3 + 5 * 8u);
     EXPECT_EQ(rig.Sent().back(), 4u);

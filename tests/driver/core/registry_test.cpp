@@ -140,6 +140,15 @@ TEST_F(RegistryTest, ASecondKeyThatCannotBeOpenedLeavesTheFirstServing) {
     EXPECT_EQ(Query("v"), 8u);
 }
 
+TEST_F(RegistryTest, ANameOfThirtyFourCharactersFillsThePathAndIsFound) {
+    const std::string name(34, 'N');
+    std::strcpy(rig.chip->RegistryName, name.c_str());
+    host::TheRegistry().SetText("SOFTWARE\\" + name + "\\DirectX", "v", "21");
+    vGlintInitializeRegistryKey(rig.driver);
+    EXPECT_EQ(Query("v"), 21u);
+    EXPECT_EQ(host::TheRegistry().LastAccess(), 0x2001Bu);
+}
+
 TEST_F(RegistryTest, PatchModeOfThreeOrMoreGivesZero) {
     for (const auto& [text, expected] :
          {std::pair{"0", 0u}, {"1", 1u}, {"2", 2u}, {"3", 0u}, {"-1", 0u}, {"77", 0u}}) {

@@ -565,6 +565,20 @@ TEST_F(SceneCaptureTest, TheStartDoesNotCapTheLimitByASmallSubBuffer) {
     EXPECT_EQ(ctx->Stream.SubBufferFlushWords, 256u);
 }
 
+TEST_F(SceneCaptureTest, TheStartSetsTheLimitInFIFOModeTooUntilTheFirstOverflow) {
+    ContextRig rig;
+    rig.SetRegistry("Direct3DHAL.NoDMA", "1");
+    D3DContext* ctx = MakeContext(rig);
+    ASSERT_NE(ctx, nullptr);
+    EXPECT_EQ(Capture(ctx->ContextHandle, 0), 0u);
+    EXPECT_EQ(ctx->Stream.SubBufferFlushWords, 0x100u);
+    calls.words = 128 + 2; // up to the limit, then from the window's start at every pair
+    EXPECT_EQ(Draw(rig, ctx->ContextHandle, 3), 0u);
+    EXPECT_EQ(ctx->Stream.SubBufferFlushWords, 0u);
+    EXPECT_EQ(ctx->Stream.WritePointer, ctx->Stream.Current().Linear + 2);
+    EXPECT_EQ(PairsOf(rig.bus->FifoWords()).size(), 130u);
+}
+
 TEST_F(SceneCaptureTest, TheEndSendsWhatIsPendingAndMovesOn) {
     for (uint32_t id : {7u, 4u}) {
         ContextRig rig(RingOptions(id, 2, 512));

@@ -423,6 +423,30 @@ TEST_P(PermediaFlushTest, AnUnknownDeviceOfTheFamilyGetsNoRenderer) {
     EXPECT_EQ(c.ctx->TriangleRenderer, nullptr);
 }
 
+TEST_P(FlushTest, SectionsReserveTheirSpace) {
+    struct Section {
+        uint32_t dirty;
+        uint32_t words;
+    };
+    std::vector<Section> sections = {{DIRTY_Z, 0x80 / 4}};
+    if (!GetParam().IsGlint()) {
+        sections.push_back({DIRTY_BLEND, 0x80 / 4});
+    } else if (GetParam().device == 1) { // elsewhere the texture change reserves more
+        sections.push_back({DIRTY_BLEND, 0x40 / 4});
+    }
+    for (const Section& section : sections) {
+        WatchedContext c(GetParam());
+        CommandStream& stream = c.ctx->Stream;
+        stream.SubBufferFlushWords = 256;
+        for (uint32_t tooFar : {0u, 1u}) {
+            stream.WritePointer = stream.Current().Linear + 256 - section.words + tooFar;
+            c.ctx->DirtyFlags = section.dirty;
+            c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
+            EXPECT_EQ(stream.SubBufferIndex, tooFar) << section.dirty;
+        }
+    }
+}
+
 TEST_P(FlushTest, TheFIFOCountRunsOnAcrossTheSections) {
     WatchedContext c(GetParam(), false);
     const bool glint = GetParam().IsGlint();

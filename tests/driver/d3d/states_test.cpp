@@ -453,7 +453,13 @@ TEST_P(StateTest, RenderState32HandsThePairsOverWithTheCursorExcluded) {
     data.lpExeBuf = &buffer.interface;
     data.ddrval = 1;
     seen = {};
+    uint32_t flagsInChange = 0xFFFFFFFF;
+    c.rig.bus->readFIFOSpace = [&] {
+        flagsInChange &= c.rig.chip->Flags;
+        return 256u;
+    };
     EXPECT_EQ(RenderState32(&data), 1u);
+    EXPECT_EQ(flagsInChange, 0x20010u); // the change of context is covered too
     EXPECT_EQ(seen.calls, 1u);
     EXPECT_EQ(seen.ctx, c.ctx);
     EXPECT_EQ(seen.count, 3u);

@@ -522,6 +522,30 @@ TEST_P(PermediaBindTest, TheFilterBitIsTheMipRenderersWithLevels) {
     }
 }
 
+TEST_P(PermediaBindTest, ThePatchedBitGoesByTheSurfacesOwnRecord) {
+    Bound c(GetParam());
+    c.Create();
+    c.surface->priv.Flags |= SURFACE_PATCHED_NOW; // patched since the texture was made
+    c.Change();
+    EXPECT_EQ(Bound::DataOf(c.Take(), 0x0B1) & 0x20000, 0x20000u);
+    c.surface->priv.Flags &= ~SURFACE_PATCHED_NOW;
+    c.record->Private.Flags |= SURFACE_PATCHED_NOW;
+    c.Change();
+    EXPECT_EQ(Bound::DataOf(c.Take(), 0x0B1) & 0x20000, 0u);
+}
+
+TEST_P(PermediaBindTest, AnEightBitTextureWithoutPrivateDataLoadsNoPalette) {
+    Bound c(GetParam());
+    c.surface->priv.Format = 14;
+    c.GivePalette();
+    c.Create();
+    c.surface->Global().dwReserved1 = 0;
+    c.Change();
+    const Words words = c.Take();
+    EXPECT_FALSE(Bound::Has(words, 0x11E));
+    EXPECT_EQ(Bound::DataOf(words, 0x09A), 0u);
+}
+
 TEST_P(PermediaBindTest, YUY2TurnsTheConversionOn) {
     Bound c(GetParam());
     c.surface->priv.Format = 3;
@@ -794,6 +818,7 @@ const KeyCase kKeyCases[] = {
     {"1:2:3:2 with alpha", 0x41, 0, 0x60, 0x80, 0xA6, 0x5B, 0x80802040, 0x00C0C080},
     {"1:2:3:2 without alpha", 0x40, 0, 0x60, 0, 0xA6, 0x5B, 0x00802040, 0xFFC0C080},
     {"4:4:4:4", 0x41, 1, 0xF00, 0xF000, 0x1234, 0xFEDC, 0x10403020, 0xF0C0D0E0},
+    {"4:4:4:4 without alpha mask", 0x40, 1, 0xF00, 0, 0x1234, 0xFEDC, 0x10403020, 0xF0C0D0E0},
     {"1:5:5:5 with alpha", 0x41, 1, 0x7C00, 0x8000, 0x8421, 0x7FFF, 0x80080808, 0x00F8F8F8},
     {"1:5:5:5 without alpha", 0x40, 1, 0x7C00, 0, 0x8421, 0x7FFF, 0x00080808, 0xFFF8F8F8},
     {"5:6:5", 0x40, 1, 0xF800, 0, 0x0861, 0xF81F, 0x00080C08, 0xFFF800F8},
@@ -957,6 +982,16 @@ TEST_P(PermediaBindTest, WaitsAddUpToTheirCounts) {
     c.rig.bus->fifoSpace = total - 1;
     c.Change();
     EXPECT_EQ(c.rig.bus->ReadsOf(reg::InFIFOSpace), 2u);
+}
+
+TEST_P(BindTest, NoTextureWaitsForItsWordsAtOnce) {
+    Bound c(GetParam(), false);
+    const uint32_t entries = !GetParam().IsGlint() ? 5 : GetParam().device == 2 ? 8 : 9;
+    uint32_t reads = 0;
+    // One entry short at first, enough at the second look.
+    c.rig.bus->readFIFOSpace = [&] { return entries - 1 + reads++; };
+    c.Change();
+    EXPECT_EQ(reads, 2u);
 }
 
 TEST_P(BindTest, AChangeReserves512Bytes) {

@@ -130,6 +130,22 @@ TEST(NodeGroups, AddLinksAtTheEndOfBothRings) {
     EXPECT_EQ(rig.Spares().size(), 99u);
 }
 
+// The display driver fills Handle alone; what stands in the first group's link words may be old.
+TEST(NodeGroups, LinkingTakesTheGroupsOwnHandlesNotOldLinkWords) {
+    HeapRig rig;
+    rig.First()->NextHandle = 22;
+    rig.First()->PrevHandle = 33;
+    NodeGroup* second = AddNodeGroup(rig.driver);
+    EXPECT_EQ(second->NextHandle, test::kFirstGroupHandle);
+    EXPECT_EQ(second->PrevHandle, test::kFirstGroupHandle);
+    NodeGroup* third = AddNodeGroup(rig.driver);
+    second->NextHandle = 44;
+    second->PrevHandle = 55;
+    DeleteNodeGroup(rig.driver, second);
+    EXPECT_EQ(rig.First()->NextHandle, third->Handle);
+    EXPECT_EQ(third->PrevHandle, test::kFirstGroupHandle);
+}
+
 TEST(NodeGroups, AddWithoutMemoryIsNullAndChangesNothing) {
     HeapRig rig;
     rig.refuseMemory = true;
@@ -331,6 +347,10 @@ TEST(NodeSets, InsertInsideTheRingLeavesTheHead) {
     HeapNode* middle = Loose(rig, NodeAllocated, 0x3000);
     AddNodeToSetAfter(rig.driver, ring[0], middle);
     EXPECT_EQ(rig.Allocated(), (std::vector<HeapNode*>{ring[0], middle, ring[1]}));
+    // Away from the wrap point a lower start moves nothing either.
+    HeapNode* lowest = Loose(rig, NodeAllocated, 0x1000);
+    AddNodeToSetAfter(rig.driver, ring[0], lowest);
+    EXPECT_EQ(rig.Allocated(), (std::vector<HeapNode*>{ring[0], lowest, middle, ring[1]}));
 }
 
 TEST(NodeSets, AddBeforeMirrorsAddAfter) {
@@ -348,6 +368,10 @@ TEST(NodeSets, AddBeforeMirrorsAddAfter) {
         HeapNode* higher = Loose(rig, kind, 0x4000);
         AddNodeToSetBefore(rig.driver, lower, higher);
         EXPECT_EQ(rig.Members(head), (std::vector<HeapNode*>{lower, only, higher}));
+        // The head counts there, not the highest node.
+        HeapNode* between = Loose(rig, kind, 0x2800);
+        AddNodeToSetBefore(rig.driver, lower, between);
+        EXPECT_EQ(rig.Members(head), (std::vector<HeapNode*>{lower, only, higher, between}));
         HeapNode* alone = Loose(rig, kind, 0x5000);
         AddNodeToSetBefore(rig.driver, alone, alone);
         EXPECT_EQ(rig.Members(head), (std::vector<HeapNode*>{alone}));
@@ -398,6 +422,10 @@ TEST(NodeSets, RemovalTellsTheSetByIdentityNotByKind) {
     RemoveNodeFromSet(rig.driver, ring[0]);
     EXPECT_EQ(rig.Allocated(), (std::vector<HeapNode*>{ring[1]}));
     EXPECT_EQ(rig.driver->Heap.FreeSet.Index, freeHead.Index);
+    const std::vector<HeapNode*> spares = rig.Spares();
+    spares[0]->Kind = NodeAllocated;
+    RemoveNodeFromSet(rig.driver, spares[0]);
+    EXPECT_EQ(rig.Spares().front(), spares[1]);
 }
 
 TEST(NodeSets, RemovedNodeKeepsItsLinks) {

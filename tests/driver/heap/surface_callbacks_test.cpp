@@ -52,6 +52,10 @@ TEST(CanCreateSurface, PermediaZBuffersInVideoMemoryHave16Bits) {
     EXPECT_EQ(CanCreate(rig, good, false), DD_OK);
     DDSURFACEDESC wide = ZDesc(32, kVideo);
     EXPECT_EQ(CanCreate(rig, wide, false), kRefused);
+    for (uint32_t depth : {0u, 15u, 24u}) {
+        DDSURFACEDESC odd = ZDesc(depth, kVideo);
+        EXPECT_EQ(CanCreate(rig, odd, false), kRefused) << depth;
+    }
     DDSURFACEDESC system = ZDesc(32, DDSCAPS_ZBUFFER | DDSCAPS_SYSTEMMEMORY);
     EXPECT_EQ(CanCreate(rig, system, false), DD_OK);
     DDSURFACEDESC plain = ZDesc(32, DDSCAPS_OFFSCREENPLAIN | DDSCAPS_VIDEOMEMORY);

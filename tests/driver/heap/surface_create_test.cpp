@@ -328,6 +328,11 @@ TEST(PermediaCreateSurface, PitchFollowsTheBitCount) {
     EXPECT_EQ(triples.global.lPitch, 192);
     EXPECT_EQ(words.global.lPitch, 256);
     EXPECT_EQ(triples.Products(), (Codes{2, 0, 0, 2}));
+    // The count decides, also where the chip has no such format.
+    SurfaceRig first(DevicePermedia);
+    RawSurface& unknown = first.Make(64, 64, DDSCAPS_TEXTURE, RGBFormat(24, 0xFF0000));
+    first.Create(unknown);
+    EXPECT_EQ(unknown.global.lPitch, 192);
 }
 
 TEST(PermediaCreateSurface, SmallSurfaceReserves32Lines) {

@@ -147,6 +147,9 @@ TEST(PackedProducts, AreLessByOneFor16AndByTwoFor8BitsAndStayFor32) {
     rig.Create(bytes);
     EXPECT_EQ(bytes.Products(), (Codes{5, 2, 4, (4 * 8 + 2) * 8 + 5}));
     EXPECT_EQ(bytes.Packed(), (Codes{3, 0, 2, 2 * 64 + 0 * 8 + 3}));
+    RawSurface& narrow = rig.Make(96, 64, DDSCAPS_TEXTURE, kIndexed8); // 32 + 64
+    rig.Create(narrow);
+    EXPECT_EQ(narrow.Packed(), (Codes{0, 0, 0, 0}));
     RawSurface& full = rig.Make(672, 64, DDSCAPS_TEXTURE, RGBFormat(32, 0xFF0000));
     rig.Create(full);
     EXPECT_EQ(full.Packed(), (Codes{0, 0, 0, 0}));

@@ -1,0 +1,68 @@
+#pragma once
+// A machine that runs once with the linked driver or with KORV32.dll, and what it left behind.
+#include "driver/platform/d3dhal.h"
+#include "host/display/display.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace test {
+
+// The DLL under test: $KORV_DLL, or what the preset windows95 has built.
+std::string DllPath();
+
+struct Event {
+    char kind; // r, w, f (word into the FIFO window), d (word by DMA)
+    uint32_t offset, value;
+    bool operator==(const Event&) const = default;
+};
+
+class Recording : public board::BusRecorder {
+  public:
+    void OnRead(uint32_t offset, uint32_t value) override {
+        events.push_back({'r', offset, value});
+    }
+    void OnWrite(uint32_t offset, uint32_t value) override {
+        events.push_back({'w', offset, value});
+    }
+    void OnFifoWord(uint32_t word) override { events.push_back({'f', 0, word}); }
+    void OnDmaWord(uint32_t word) override { events.push_back({'d', 0, word}); }
+
+    std::vector<Event> events;
+};
+
+// Empty if both are equal, else the first place where they differ, with what led to it.
+std::string Difference(const std::vector<Event>& library, const std::vector<Event>& dll);
+
+enum class Driver { Library, Dll };
+// Switches the machine off and on with this driver.
+void PowerOn(Driver driver);
+
+struct Outcome {
+    std::vector<Event> events; // from before DriverInit on
+    std::vector<uint8_t> picture, depth;
+    std::string faults;
+};
+
+// What the triangles are made of: shapes on the target with all states mixed, or shapes that reach
+// the ends of what a single can hold.
+enum class Numbers { Plain, Extreme };
+
+// Powers on, brings the display up, and draws a seeded mixture of triangles if `triangles` is not
+// 0.
+Outcome Play(Driver driver, const host::DisplayConfig& config, uint32_t triangles = 0,
+             uint32_t seed = 1, Numbers numbers = Numbers::Plain);
+
+inline constexpr uint32_t kAllDevices[] = {DeviceSX,
+                                           DeviceTX,
+                                           DeviceMX,
+                                           DevicePermedia,
+                                           DevicePermediaSecond,
+                                           DevicePermedia2,
+                                           DevicePermedia2Second};
+// The chips that draw without a setup unit.
+inline constexpr uint32_t kDrawingDevices[] = {DeviceSX, DeviceTX, DeviceMX, DevicePermedia};
+
+} // namespace test

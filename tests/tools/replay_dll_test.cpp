@@ -1,0 +1,62 @@
+// What ships is what was tested: every scene script gives the same words, the same register events
+// and the same pictures by KORV32.dll and by the linked driver.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+#include "host/driver_module.h"
+#include "tests/tools/run_tool.h"
+#include "tests/tools/scene_scripts.h"
+#include "tests/tools/temporary_folder.h"
+
+namespace korv {
+namespace {
+
+// Everything that a replay leaves behind, file by file.
+using Outcome = std::map<std::string, std::string>;
+
+Outcome Replay(const std::string& script, std::vector<std::string> options) {
+    const TemporaryFolder folder;
+    std::vector<std::string> arguments{"replay",         ScenePath(script), "--words",
+                                       folder / "words", "--events",        folder / "events.txt",
+                                       "--pictures",     folder.Path()};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const ToolResult result = RunTool(arguments);
+    EXPECT_EQ(result.code, 0) << result.err;
+    Outcome outcome;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path()))
+        outcome[entry.path().filename().string()] = ReadAll(entry.path().string());
+    return outcome;
+}
+
+class SceneByDll : public testing::TestWithParam<std::string> {
+  protected:
+    void TearDown() override { host::UseLinkedDriver(); }
+
+    void Compare(std::vector<std::string> options) {
+        const Outcome linked = Replay(GetParam(), options);
+        options.insert(options.end(), {"--dll", KORV_DLL_PATH});
+        const Outcome dll = Replay(GetParam(), options);
+        EXPECT_GE(linked.size(), 2u);
+        ASSERT_EQ(linked.size(), dll.size());
+        for (const auto& [name, contents] : linked) {
+            ASSERT_EQ(dll.count(name), 1u) << name;
+            EXPECT_TRUE(dll.at(name) == contents) << name << " differs";
+        }
+    }
+};
+
+TEST_P(SceneByDll, IsEqualByDma) {
+    Compare({});
+}
+
+TEST_P(SceneByDll, IsEqualThroughTheFifo) {
+    Compare({"--fifo"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenes, SceneByDll, testing::ValuesIn(SceneScripts()), SceneTestName);
+
+} // namespace
+} // namespace korv

@@ -1,0 +1,37 @@
+#pragma once
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace korv {
+
+// scenes/ of the project's own tree, wherever the tests run.
+inline std::filesystem::path ScenesFolder() {
+    return std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "scenes";
+}
+
+// Names of the HAL scripts there, without ending. The "corner-" files are data that scripts read.
+inline std::vector<std::string> SceneScripts() {
+    std::vector<std::string> scripts;
+    for (const auto& entry : std::filesystem::directory_iterator(ScenesFolder()))
+        if (entry.path().extension() == ".json" &&
+            !entry.path().stem().string().starts_with("corner-"))
+            scripts.push_back(entry.path().stem().string());
+    std::ranges::sort(scripts);
+    return scripts;
+}
+
+inline std::string ScenePath(const std::string& script) {
+    return (ScenesFolder() / (script + ".json")).string();
+}
+
+inline std::string SceneTestName(const testing::TestParamInfo<std::string>& info) {
+    std::string name = info.param;
+    std::ranges::replace(name, '-', '_');
+    return name;
+}
+
+} // namespace korv

@@ -1,0 +1,72 @@
+#pragma once
+// A PE file, read by the published layout of its headers.
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+struct PESection {
+    std::string name;
+    uint32_t virtualSize, address, rawSize, rawOffset, characteristics;
+};
+
+struct PEDirectory {
+    uint32_t address, size;
+};
+
+struct PEExport {
+    uint32_t ordinal, address;
+};
+
+struct PEImport {
+    std::string dll, name;
+    uint32_t slot; // address of the place that the loader fills
+};
+
+// Addresses are relative to the image base unless told otherwise. Reading outside the file throws
+// std::out_of_range.
+class PEImage {
+  public:
+    static constexpr uint32_t kExports = 0, kImports = 1, kRelocations = 5, kDebug = 6,
+                              kThreadStorage = 9, kDirectories = 16;
+    static constexpr uint32_t kRelocationWord = 3; // a 32-bit address
+
+    // Throws std::runtime_error if the file can't be read or is no PE file.
+    explicit PEImage(const std::string& path);
+
+    // Fields of the headers.
+    uint16_t machine, characteristics, magic, osMajor, osMinor, subsystemMajor, subsystemMinor,
+        subsystem, dllCharacteristics;
+    uint32_t timeStamp, symbolTable, symbolCount, entry, imageBase, imageBytes, headerBytes;
+    PEDirectory directories[kDirectories];
+    std::vector<PESection> sections;
+
+    // The exports' DLL name, time stamp, ordinal base, count of addresses, and table by name.
+    std::string dllName;
+    uint32_t exportTimeStamp, ordinalBase, exportCount;
+    std::map<std::string, PEExport> exports;
+    // Imports by name; of those by ordinal only the number counts.
+    std::vector<PEImport> imports;
+    uint32_t importsByOrdinal = 0;
+    // Places to correct when the image moves, and the kinds of all entries but padding.
+    std::vector<uint32_t> relocations;
+    std::vector<uint32_t> relocationKinds;
+
+    const PESection* SectionAt(uint32_t address) const;
+    uint32_t Word(uint32_t address) const;
+    // The bytes of a section as they lie in the file.
+    const uint8_t* Raw(const PESection& section) const;
+    const uint8_t* Headers() const { return bytes_.data(); }
+
+  private:
+    template <class T>
+    T At(uint32_t offset) const;
+    uint32_t OffsetOf(uint32_t address) const;
+    std::string Text(uint32_t address) const;
+    void ReadHeaders();
+    void ReadExports();
+    void ReadImports();
+    void ReadRelocations();
+
+    std::vector<uint8_t> bytes_;
+};
