@@ -1,14 +1,12 @@
 // The dirty flush on Permedia and Permedia 2.
 #include "driver/d3d/statepm.h"
 
+#include "driver/core/units.h"
 #include "driver/d3d/execute.h"
 #include "driver/d3d/states_flush.h"
 #include "driver/texture/textures_bind.h"
 
 namespace {
-
-// Alpha 255 in 8.15.
-constexpr uint32_t kOpaqueAlpha = 255 << 15;
 
 void FlushDepth(D3DContext* ctx, StateWriter& out) {
     D3DContext::RegisterCopies& copies = ctx->Copies;
