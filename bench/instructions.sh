@@ -1,15 +1,17 @@
 #!/bin/sh
-# Instructions of Glint_Tri_XYZ_RGBF per triangle and per word, counted by callgrind.
-# usage: instructions.sh path/to/bench_triangles [triangles]
+# Instructions of a triangle member per triangle and per word, counted by callgrind.
+# usage: instructions.sh path/to/bench_triangles [triangles [member [mesh]]]
 set -eu
 program=$1
 count=${2:-20000}
+member=${3:-Glint_Tri_XYZ_RGBF}
+mesh=${4:-random}
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
 result=$(valgrind --tool=callgrind --callgrind-out-file="$scratch/out" \
-    --toggle-collect='Glint_Tri_XYZ_RGBF*' --collect-atstart=no \
-    "$program" --count "$count" 2>"$scratch/log") || { cat "$scratch/log" >&2; exit 1; }
+    --toggle-collect="$member(*" --collect-atstart=no \
+    "$program" --count "$count" "$member" "$mesh" 2>"$scratch/log") || { cat "$scratch/log" >&2; exit 1; }
 set -- $result
 triangles=$2
 words=$4

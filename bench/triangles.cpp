@@ -1,10 +1,14 @@
-// Cost of the host set-up triangle members, as a ratio to storing the same words from a ready-made
+// Cost of the triangle members, as a ratio to storing the same words from a ready-made
 // array into a ring of the same size. Both are timed in turn, in one process.
 //
 //   bench_triangles              table of ratios
-//   bench_triangles --count N    just renders N random triangles, for an instruction counter
+//   bench_triangles --count N [MEMBER [MESH]]
+//                                just renders about N triangles, for an instruction counter
 #include "driver/core/dma.h"
 #include "driver/raster/gl_gour.h"
+#include "driver/raster/gl_tex.h"
+#include "driver/raster/p2_fast.h"
+#include "driver/raster/p2_tex.h"
 
 #include <algorithm>
 #include <chrono>
@@ -13,7 +17,7 @@
 #include <cstring>
 #include <memory>
 #include <random>
-#include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -49,9 +53,12 @@ struct Rig {
         ctx.Driver = &driver;
         ctx.CullMode = D3DCULL_NONE;
         ctx.RenderCommand = 0x10000;
-        ctx.RenderFlags = RF_GOURAUD | RF_ZENABLE | RF_FOG;
         ctx.StippleIndex = kNoStipplePattern;
         ctx.BytesPerPixel = 2;
+        ctx.TextureWidth = ctx.TextureHeight = 256.0f;
+        ctx.TextureWidthScale = ctx.TextureHeightScale = 256.0f / 2048.0f;
+        ctx.TextureRepeatU = ctx.TextureRepeatV = 8.0f;
+        ctx.TextureRepeatMaskU = ctx.TextureRepeatMaskV = 7;
         CommandStream& stream = ctx.Stream;
         stream.CommandMode = kCommandModeDMA;
         stream.SubBufferCount = kSubBuffers;
@@ -77,9 +84,11 @@ D3DTLVERTEX RandomVertex(std::mt19937& random, float x, float y) {
     v.sx = x;
     v.sy = y;
     v.sz = unit(random);
-    v.rhw = 1.0f;
+    v.rhw = 0.1f + unit(random);
     v.color = random();
     v.specular = random();
+    v.tu = unit(random);
+    v.tv = unit(random);
     return v;
 }
 
@@ -129,6 +138,46 @@ Mesh RandomTriangles(uint32_t count) {
     return mesh;
 }
 
+// One strip in which each triangle after the first has one new vertex, its last.
+Mesh Strip(uint32_t count) {
+    std::mt19937 random(3);
+    std::uniform_real_distribution<float> place(0.0f, kScreen);
+    Mesh mesh;
+    for (uint32_t i = 0; i < count + 2; ++i) {
+        mesh.vertices.push_back(RandomVertex(random, place(random), place(random)));
+    }
+    for (uint32_t i = 0; i < count; ++i) {
+        mesh.triangles.push_back(i % 2 == 0 ? Triangle(i, i + 1, i + 2)
+                                            : Triangle(i + 1, i, i + 2));
+        mesh.triangles.back().wFlags = i == 0 ? D3DTRIFLAG_START : D3DTRIFLAG_EVEN;
+    }
+    return mesh;
+}
+
+struct MeshKind {
+    const char* name;
+    Mesh (*make)(uint32_t count);
+};
+constexpr MeshKind kGrid{"grid", [](uint32_t) { return JitteredGrid(); }};
+constexpr MeshKind kRandom{"random", RandomTriangles};
+constexpr MeshKind kStrip{"strip", Strip};
+
+struct MemberKind {
+    const char* name;
+    Renderer member;
+    uint32_t flags; // RenderFlags
+    MeshKind meshes[2];
+};
+constexpr uint32_t kPlainFlags = RF_GOURAUD | RF_ZENABLE | RF_FOG;
+constexpr uint32_t kTextureFlags = RF_GOURAUD | RF_ZENABLE | RF_TEXTURE | RF_PERSPECTIVE;
+constexpr MemberKind kMembers[] = {
+    {"Glint_Tri_XYZ_RGBF", Glint_Tri_XYZ_RGBF, kPlainFlags, {kGrid, kRandom}},
+    {"Glint_Tri_XYZ_RGB", Glint_Tri_XYZ_RGB, kPlainFlags, {kGrid, kRandom}},
+    {"Glint_Tri_XYZ_STQ_RGBF", Glint_Tri_XYZ_STQ_RGBF, kPlainFlags, {kGrid, kRandom}},
+    {"P2_GouraudTextureZ", P2_GouraudTextureZ, kTextureFlags, {kRandom, kStrip}},
+    {"P2_Tri_XYZ_STQ_RGBFS", P2_Tri_XYZ_STQ_RGBFS, kTextureFlags, {kRandom, kStrip}},
+};
+
 void Render(D3DContext* ctx, Renderer member, Mesh& mesh) {
     D3DINSTRUCTION ins{D3DOP_TRIANGLE, sizeof(D3DTRIANGLE),
                        static_cast<WORD>(mesh.triangles.size())};
@@ -161,8 +210,11 @@ double Median(std::vector<double>& values) {
     return values[values.size() / 2];
 }
 
-void Measure(const char* memberName, Renderer member, const char* meshName, Mesh mesh) {
+void Measure(const MemberKind& kind, const MeshKind& meshKind) {
+    const Renderer member = kind.member;
+    Mesh mesh = meshKind.make(8192);
     auto rig = std::make_unique<Rig>();
+    rig->ctx.RenderFlags = kind.flags;
     std::vector<uint32_t> words;
     keptWords = &words;
     Render(&rig->ctx, member, mesh);
@@ -177,7 +229,7 @@ void Measure(const char* memberName, Renderer member, const char* meshName, Mesh
         ratios.push_back(drawing.back() / storing.back());
     }
     const double triangles = static_cast<double>(mesh.triangles.size());
-    std::printf("%-20s %-8s %6.1f %9.1f %9.1f %7.2f\n", memberName, meshName,
+    std::printf("%-22s %-8s %6.1f %9.1f %9.1f %7.2f\n", kind.name, meshKind.name,
                 static_cast<double>(words.size()) / triangles, Median(drawing) * 1e9 / triangles,
                 Median(storing) * 1e9 / triangles, Median(ratios));
 }
@@ -185,25 +237,31 @@ void Measure(const char* memberName, Renderer member, const char* meshName, Mesh
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 3 && std::strcmp(argv[1], "--count") == 0) {
-        auto rig = std::make_unique<Rig>();
+    if (argc >= 3 && std::strcmp(argv[1], "--count") == 0) {
+        const std::string_view memberName = argc > 3 ? argv[3] : kMembers[0].name;
+        const std::string_view meshName = argc > 4 ? argv[4] : "random";
         const auto count = static_cast<uint32_t>(std::strtoul(argv[2], nullptr, 10));
-        Mesh mesh = RandomTriangles(std::clamp(count, 1u, 20000u));
-        Render(&rig->ctx, Glint_Tri_XYZ_RGBF, mesh);
-        std::printf("triangles %zu words %zu\n", mesh.triangles.size(),
-                    sentWords + rig->ctx.Stream.WordsWritten());
-        return 0;
+        auto rig = std::make_unique<Rig>();
+        for (const MemberKind& kind : kMembers) {
+            for (const MeshKind& meshKind : kind.meshes) {
+                if (kind.name == memberName && meshKind.name == meshName) {
+                    Mesh mesh = meshKind.make(std::clamp(count, 1u, 20000u));
+                    rig->ctx.RenderFlags = kind.flags;
+                    Render(&rig->ctx, kind.member, mesh);
+                    std::printf("triangles %zu words %zu\n", mesh.triangles.size(),
+                                sentWords + rig->ctx.Stream.WordsWritten());
+                    return 0;
+                }
+            }
+        }
+        return 1;
     }
-    std::printf("%-20s %-8s %6s %9s %9s %7s\n", "member", "mesh", "words", "draw ns", "store ns",
+    std::printf("%-22s %-8s %6s %9s %9s %7s\n", "member", "mesh", "words", "draw ns", "store ns",
                 "ratio");
-    const struct {
-        const char* name;
-        Renderer member;
-    } members[] = {{"Glint_Tri_XYZ_RGBF", Glint_Tri_XYZ_RGBF},
-                   {"Glint_Tri_XYZ_RGB", Glint_Tri_XYZ_RGB}};
-    for (const auto& [name, member] : members) {
-        Measure(name, member, "grid", JitteredGrid());
-        Measure(name, member, "random", RandomTriangles(8192));
+    for (const MemberKind& kind : kMembers) {
+        for (const MeshKind& meshKind : kind.meshes) {
+            Measure(kind, meshKind);
+        }
     }
     return 0;
 }

@@ -6,12 +6,12 @@ namespace {
 
 template <int Bytes>
 void FillPixels(const PipelineState& state, const Span& span) {
-    uint8_t* place = state.pixels.Address(span.left, span.y);
-    int64_t index = state.pixels.Index(span.left, span.y);
-    for (int64_t x = span.left; x < span.right; ++x, ++index, place += Bytes) {
+    for (int64_t x = span.left; x < span.right; ++x) {
         if (state.stippled && !state.stipple.Draws(x, span.y)) {
             continue;
         }
+        const int64_t index = state.pixels.Index(x, span.y);
+        uint8_t* place = state.pixels.memory + index * Bytes;
         const uint32_t mask = WordLane<Bytes>(state.hardwareMask, index);
         const uint32_t fill = WordLane<Bytes>(state.blockColour, index);
         StoreElement<Bytes>(place, (LoadElement<Bytes>(place) & ~mask) | (fill & mask));

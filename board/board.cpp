@@ -11,6 +11,7 @@
 #include "board/decoder.h"
 #include "board/dma.h"
 #include "board/fifo.h"
+#include "board/host_memory.h"
 #include "board/interrupts.h"
 #include "board/memory.h"
 #include "board/output_fifo.h"
@@ -44,7 +45,8 @@ uint32_t OrUnlimited(uint32_t rate, uint32_t unlimited) {
 struct Board::Parts {
     explicit Parts(const Config& configuration)
         : config(configuration), beam{config.refreshRate, config.linesTotal},
-          commands(config.chip, registers, memories, output, faults) {
+          commands(config.chip, config.setupUnit, registers, memories, host, output, faults),
+          dma(host) {
         memories.frameBuffer.resize(config.frameBufferBytes);
         memories.localBuffer.resize(config.localBufferBytes);
         registers.SetAperture(reg::BlankEndGlint, config.linesBlank);
@@ -58,6 +60,7 @@ struct Board::Parts {
     Beam beam;
     RegisterFile registers;
     Memories memories;
+    HostMemory host;
     InputFifo input;
     OutputFifo output;
     Faults faults;
@@ -462,7 +465,7 @@ void Board::Idle(uint32_t ticks) {
 
 void Board::MapMemory(uint32_t busAddress, const void* memory, size_t bytes) {
     const std::lock_guard lock(parts_->mutex);
-    parts_->dma.Map(busAddress, memory, bytes);
+    parts_->host.Map(busAddress, memory, bytes);
 }
 
 void Board::SetInterruptHandler(std::function<void()> handler) {

@@ -1,5 +1,7 @@
 #include "board/commands.h"
 
+#include "board/texture_download.h"
+
 namespace board {
 
 namespace {
@@ -7,19 +9,29 @@ namespace {
 // Values of the Render word's primitive field.
 enum Primitive : uint32_t { Line, Trapezoid, Point };
 
-// Render bit 12: pixels wait for data from the host.
-constexpr uint32_t kSyncOnHostData = 0x1000;
-
 } // namespace
 
 void CommandUnit::Execute(RegisterWrite write) {
     registers_.Set(write.tag, write.data);
+    if (setup_ && SetupUnit::Takes(write.tag)) {
+        setup_->Write(write, registers_, faults_);
+    }
+    if (write.tag >= tag::TexelLUT0 && write.tag <= tag::TexelLUT15) {
+        tables_.small.words[write.tag - tag::TexelLUT0] = write.data;
+    }
     switch (write.tag) {
+    case tag::FBReadMode:
+        // Speaks for both sides of a copy, until FBWriteConfig follows with the destination's.
+        if (IsPermedia(chip_)) {
+            registers_.Set(tag::FBWriteConfig, write.data);
+        }
+        break;
     case tag::Render:
         Render();
         break;
     case tag::ContinueNewDom:
         rasteriser_.NewDominant(registers_);
+        interpolants_.NewDominant(registers_);
         DrawRows(write.data);
         break;
     case tag::ContinueNewSub:
@@ -30,16 +42,32 @@ void CommandUnit::Execute(RegisterWrite write) {
         DrawRows(write.data);
         break;
     case tag::ContinueNewLine:
-        Unmodelled("lines");
+        DrawSteps(write.data);
         break;
     case tag::DrawTriangle:
     case tag::RepeatTriangle:
+        DrawStoredTriangle(write.data);
+        break;
     case tag::DrawLine01:
+        DrawStoredLine(0, 1, write.data);
+        break;
     case tag::DrawLine10:
-        Unmodelled("setup unit");
+        DrawStoredLine(1, 0, write.data);
+        break;
+    case tag::Color:
+        if (download_.Active()) {
+            download_.Feed(write.data, DownloadTarget());
+        }
+        break;
+    case tag::ConstantColor:
+        // Without the colour unit fragments have the colour that was sent last, by either name.
+        registers_.Set(tag::Color, write.data);
         break;
     case tag::TextureData:
-        Unmodelled("texture download");
+        StoreTextureData(chip_, registers_, memories_, write.data, faults_);
+        break;
+    case tag::TexelLUTTransfer:
+        TransferLookupTable(chip_, registers_, memories_, host_, tables_.large, faults_);
         break;
     case tag::ResetPickResult:
         pick_.Reset();
@@ -75,37 +103,35 @@ void CommandUnit::Answer(uint32_t tagNumber, uint32_t data, const Field& tagFiel
 bool CommandUnit::CheckRender() {
     switch (registers_.Get(field::Render_Primitive)) {
     case Primitive::Trapezoid:
+    case Primitive::Point:
         break;
     case Primitive::Line:
-        Unmodelled("lines");
-        return false;
-    case Primitive::Point:
-        Unmodelled("points");
-        return false;
+        if (registers_.Get(field::LineStippleMode_Enable) != 0) {
+            Unmodelled("line stipple");
+        }
+        break;
     default:
         Unmodelled("primitive 3");
         return false;
     }
-    if ((registers_[tag::Render] & kSyncOnHostData) != 0 ||
-        registers_.Get(field::Render_SyncOnBitMask) != 0) {
-        Unmodelled("host data download");
+    const bool hostData = registers_.Get(field::Render_SyncOnHostData) != 0;
+    if (registers_.Get(field::Render_SyncOnBitMask) != 0) {
+        Unmodelled("bit masks from the host");
         return false;
     }
-    if (registers_.Get(field::FBReadMode_ReadSource) != 0 ||
-        registers_.Get(field::LBReadMode_ReadSource) != 0) {
-        Unmodelled("copy");
+    if (hostData && registers_.Get(field::Render_Primitive) != Primitive::Trapezoid) {
+        Unmodelled("host data for lines and points");
+        return false;
+    }
+    if (hostData && registers_.Get(field::FBReadMode_ReadSource) != 0) {
+        Unmodelled("copy with host data");
         return false;
     }
     constexpr uint32_t k4Bits = 3;
-    if (IsPermedia(chip_) && registers_[tag::FBReadPixel] == k4Bits) {
+    const bool packedDownload = hostData && registers_.Get(field::FBReadMode_Packed) != 0;
+    if (IsPermedia(chip_) && registers_[tag::FBReadPixel] == k4Bits && !packedDownload) {
         Unmodelled("4-bit pixels");
         return false;
-    }
-    const Field& textureEnable =
-        IsPermedia(chip_) ? field::TextureReadMode_Enable : field::GlintTextureReadMode_Enable;
-    if (chip_ != Chip::SX && registers_.Get(field::Render_Texture) != 0 &&
-        registers_.Get(textureEnable) != 0) {
-        Unmodelled("texture unit");
     }
     if (registers_.Get(field::StencilMode_Enable) != 0) {
         Unmodelled("stencil");
@@ -114,23 +140,111 @@ bool CommandUnit::CheckRender() {
 }
 
 void CommandUnit::Render() {
-    drawing_ = CheckRender();
-    if (!drawing_) {
+    if (!BeginPrimitive()) {
         return;
     }
-    rasteriser_.Begin(registers_);
+    if (registers_.Get(field::Render_Primitive) == Primitive::Trapezoid) {
+        rasteriser_.Begin(registers_);
+        walk_ = Walk::Rows;
+        fromHost_ = registers_.Get(field::Render_SyncOnHostData) != 0;
+        if (fromHost_) {
+            download_.Begin(chip_, registers_, pipeline_);
+        }
+        DrawRows(registers_[tag::Count]);
+    } else {
+        line_.Begin(registers_);
+        walk_ = Walk::Steps;
+        DrawSteps(registers_[tag::Count]);
+    }
+}
+
+void CommandUnit::DrawStoredTriangle(uint32_t renderWord) {
+    if (!HasSetupUnit()) {
+        return;
+    }
+    registers_.Set(tag::Render, renderWord);
+    if (!BeginPrimitive()) {
+        return;
+    }
+    const auto triangle = setup_->Triangle(registers_, interpolants_, faults_);
+    if (!triangle) {
+        return;
+    }
+    rasteriser_.Begin(triangle->firstRow, triangle->dominant, triangle->upper);
+    walk_ = Walk::Rows;
+    DrawRows(triangle->upperRows);
+    rasteriser_.NewSubordinate(triangle->lower);
+    DrawRows(triangle->lowerRows);
+}
+
+void CommandUnit::DrawStoredLine(uint32_t from, uint32_t to, uint32_t renderWord) {
+    if (!HasSetupUnit()) {
+        return;
+    }
+    registers_.Set(tag::Render, renderWord);
+    if (!BeginPrimitive()) {
+        return;
+    }
+    const auto line = setup_->Line(from, to, registers_, interpolants_, faults_);
+    if (!line) {
+        return;
+    }
+    line_.Begin(line->x, line->y);
+    walk_ = Walk::Steps;
+    DrawSteps(line->pixels);
+}
+
+bool CommandUnit::HasSetupUnit() {
+    if (!setup_) {
+        Unmodelled("setup unit");
+    }
+    return setup_.has_value();
+}
+
+bool CommandUnit::BeginPrimitive() {
+    walk_ = Walk::None;
+    fromHost_ = false;
+    download_.Stop();
+    if (!CheckRender()) {
+        return false;
+    }
     interpolants_.Load(registers_);
-    pipeline_ = DecodePipeline(chip_, registers_, memories_, faults_);
+    pipeline_ = DecodePipeline(chip_, registers_, memories_, host_, tables_, faults_);
     pick_.Configure(registers_);
-    DrawRows(registers_[tag::Count]);
+    return true;
+}
+
+bool CommandUnit::GoesOn(Walk walk) {
+    if (walk_ != Walk::None && walk_ != walk) {
+        Unmodelled("continuation of another kind of primitive");
+    }
+    return walk_ == walk;
 }
 
 void CommandUnit::DrawRows(uint32_t rows) {
-    if (!drawing_) {
+    if (!GoesOn(Walk::Rows)) {
+        return;
+    }
+    if (fromHost_) {
+        download_.AddRows(rows & kRowCountMask, DownloadTarget());
         return;
     }
     rasteriser_.Walk(rows & kRowCountMask, [this](const Span& span) {
         DrawSpan(pipeline_, span, interpolants_, pick_, faults_);
+        interpolants_.StepRow();
+    });
+}
+
+void CommandUnit::DrawSteps(uint32_t steps) {
+    if (!GoesOn(Walk::Steps)) {
+        return;
+    }
+    line_.Walk(steps & kRowCountMask, [this](int64_t x, int64_t y) {
+        Span pixel{};
+        pixel.y = y;
+        pixel.left = x;
+        pixel.right = x + 1;
+        DrawSpan(pipeline_, pixel, interpolants_, pick_, faults_);
         interpolants_.StepRow();
     });
 }

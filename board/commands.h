@@ -1,24 +1,34 @@
 #pragma once
 // The end of the input FIFO: stores register writes and carries out those that are commands.
 #include <cstdint>
+#include <optional>
 
 #include "board/board.h"
+#include "board/host_download.h"
+#include "board/host_memory.h"
 #include "board/interpolants.h"
+#include "board/lines.h"
+#include "board/lookup_table.h"
 #include "board/memory.h"
 #include "board/output_fifo.h"
 #include "board/pipeline.h"
 #include "board/rasteriser.h"
 #include "board/registers.h"
+#include "board/setup_unit.h"
 #include "board/statistics.h"
 
 namespace board {
 
 class CommandUnit {
   public:
-    CommandUnit(Chip chip, RegisterFile& registers, Memories& memories, OutputFifo& output,
-                Faults& faults)
-        : chip_(chip), registers_(registers), memories_(memories), output_(output),
-          faults_(faults) {}
+    CommandUnit(Chip chip, bool setupUnit, RegisterFile& registers, Memories& memories,
+                const HostMemory& host, OutputFifo& output, Faults& faults)
+        : chip_(chip), registers_(registers), memories_(memories), host_(host), output_(output),
+          faults_(faults) {
+        if (setupUnit) {
+            setup_.emplace();
+        }
+    }
 
     // Words of other tags before each Sync answer.
     void SetStrayWords(uint32_t words) { strayWords_ = words; }
@@ -26,8 +36,23 @@ class CommandUnit {
     void Execute(RegisterWrite write);
 
   private:
+    // What the latest primitive walks along, and so how it can go on.
+    enum class Walk { None, Rows, Steps };
+
     void Render();
+    // The setup unit's primitives; the data word is a Render word.
+    void DrawStoredTriangle(uint32_t renderWord);
+    void DrawStoredLine(uint32_t from, uint32_t to, uint32_t renderWord);
+    bool HasSetupUnit();
+    // Takes the state for a primitive. False: it cannot be drawn.
+    bool BeginPrimitive();
+    bool GoesOn(Walk walk);
     void DrawRows(uint32_t rows);
+    HostDownload::Primitive DownloadTarget() {
+        return {rasteriser_, interpolants_, pipeline_, pick_, faults_};
+    }
+    // Pixels of a line or point.
+    void DrawSteps(uint32_t steps);
     // Counts what the Render word asks for and this board lacks. False: nothing can be drawn.
     bool CheckRender();
     void Unmodelled(const char* unit) { ++faults_.unmodelled[unit]; }
@@ -36,15 +61,21 @@ class CommandUnit {
     Chip chip_;
     RegisterFile& registers_;
     Memories& memories_;
+    const HostMemory& host_;
     OutputFifo& output_;
     Faults& faults_;
     uint32_t strayWords_ = 0;
 
+    std::optional<SetupUnit> setup_;
     Rasteriser rasteriser_;
+    LineWalker line_;
     Interpolants interpolants_{};
     PipelineState pipeline_{};
     PickUnit pick_;
-    bool drawing_ = false; // the latest Render word started something that can go on
+    LookupTables tables_;
+    HostDownload download_;
+    bool fromHost_ = false; // the latest trapezoid takes its pixels from the host
+    Walk walk_ = Walk::None;
 };
 
 } // namespace board

@@ -12,8 +12,10 @@ namespace board {
 
 struct DepthUnit {
     bool enabled;
-    bool reads;  // the stored value counts; else it is taken for 0
-    bool writes; // a passing value is stored
+    bool reads;    // the stored value counts; else it is taken for 0
+    bool writes;   // a passing value is stored
+    bool constant; // every fragment has the depth constantValue
+    uint32_t constantValue;
     Compare compare;
     uint32_t limit; // largest value of the format
     Plane plane;

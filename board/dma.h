@@ -1,16 +1,14 @@
 #pragma once
-// The DMA engine's address side: mapped host memory and the transfer under way.
-#include <cstddef>
+// The DMA engine: the transfer under way.
 #include <cstdint>
-#include <vector>
+
+#include "board/host_memory.h"
 
 namespace board {
 
 class DmaEngine {
   public:
-    // Makes `bytes` at `memory` readable at `busAddress`. A later range hides an earlier one where
-    // they overlap.
-    void Map(uint32_t busAddress, const void* memory, size_t bytes);
+    explicit DmaEngine(const HostMemory& host) : host_(host) {}
 
     // Starts a transfer of `words` words. A transfer still under way is lost.
     void Start(uint32_t busAddress, uint32_t words);
@@ -22,14 +20,7 @@ class DmaEngine {
     bool Next(uint32_t& word);
 
   private:
-    struct Range {
-        uint32_t busAddress;
-        const uint8_t* memory;
-        size_t bytes;
-    };
-    const uint8_t* Find(uint32_t busAddress) const;
-
-    std::vector<Range> ranges_;
+    const HostMemory& host_;
     uint32_t address_ = 0;
     uint32_t wordsLeft_ = 0;
 };

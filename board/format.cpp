@@ -38,17 +38,6 @@ uint32_t Dither(ChannelBits bits, int32_t value, uint32_t threshold) {
     return level << bits.shift;
 }
 
-int32_t Expand(ChannelBits bits, uint32_t pixel, int32_t missing) {
-    if (bits.width == 0) {
-        return missing;
-    }
-    uint32_t pattern = (pixel >> bits.shift & ((1u << bits.width) - 1)) << (8 - bits.width);
-    for (uint32_t filled = bits.width; filled < 8; filled *= 2) {
-        pattern |= pattern >> filled;
-    }
-    return static_cast<int32_t>(pattern);
-}
-
 } // namespace
 
 std::optional<PixelFormat> FormatOfCode(uint32_t code, uint32_t extension, bool redHigh) {
@@ -91,11 +80,6 @@ uint32_t EncodeDithered(const PixelFormat& format, Colour colour, uint32_t x, ui
            Dither(format.green, colour.green, threshold) |
            Dither(format.blue, colour.blue, threshold) |
            (format.alpha.width != 0 ? Cut(format.alpha, colour.alpha) : 0);
-}
-
-Colour ExpandPixel(const PixelFormat& format, uint32_t pixel) {
-    return {Expand(format.red, pixel, 0), Expand(format.green, pixel, 0),
-            Expand(format.blue, pixel, 0), Expand(format.alpha, pixel, 255)};
 }
 
 } // namespace board

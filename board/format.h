@@ -31,7 +31,34 @@ uint32_t EncodePixel(const PixelFormat& format, Colour colour);
 // the pixel's place. Alpha is cut.
 uint32_t EncodeDithered(const PixelFormat& format, Colour colour, uint32_t x, uint32_t y);
 
+// A channel's bits moved to the top of a byte, the bits below 0; `missing` where it has none.
+constexpr int32_t ChannelField(ChannelBits bits, uint32_t pixel, int32_t missing) {
+    const uint32_t field = pixel >> bits.shift & ((1u << bits.width) - 1);
+    return bits.width == 0 ? missing : static_cast<int32_t>(field << (8 - bits.width));
+}
+
+// A channel widened to 8 bits by repeating its bits: its field times a sum of powers of two.
+constexpr int32_t ChannelValue(ChannelBits bits, uint32_t pixel, int32_t missing) {
+    constexpr struct {
+        uint8_t factor, shift;
+    } kRepeat[9] = {{0, 0},  {255, 0}, {85, 0},  {73, 1}, {17, 0},
+                    {33, 2}, {65, 4},  {129, 6}, {1, 0}};
+    const uint32_t field = pixel >> bits.shift & ((1u << bits.width) - 1);
+    const auto repeat = kRepeat[bits.width];
+    return bits.width == 0 ? missing : static_cast<int32_t>(field * repeat.factor >> repeat.shift);
+}
+
 // Widens each channel to 8 bits by repeating its bits. A missing alpha reads as 255.
-Colour ExpandPixel(const PixelFormat& format, uint32_t pixel);
+constexpr Colour ExpandPixel(const PixelFormat& format, uint32_t pixel) {
+    return {ChannelValue(format.red, pixel, 0), ChannelValue(format.green, pixel, 0),
+            ChannelValue(format.blue, pixel, 0), ChannelValue(format.alpha, pixel, 255)};
+}
+
+// Moves each channel to the top of its byte and leaves the bits below 0. A missing alpha reads as
+// 255.
+constexpr Colour PixelFields(const PixelFormat& format, uint32_t pixel) {
+    return {ChannelField(format.red, pixel, 0), ChannelField(format.green, pixel, 0),
+            ChannelField(format.blue, pixel, 0), ChannelField(format.alpha, pixel, 255)};
+}
 
 } // namespace board

@@ -26,6 +26,15 @@ void Interpolants::Load(const RegisterFile& registers) {
     channels[Fog] = Triple(registers, tag::FStart);
     channels[Depth] = {DepthPair(registers, tag::ZStartU), DepthPair(registers, tag::dZdxU),
                        DepthPair(registers, tag::dZdyDomU)};
+    channels[S] = Triple(registers, tag::SStart);
+    channels[T] = Triple(registers, tag::TStart);
+    channels[Q] = Triple(registers, tag::QStart);
+    channels[Ks] = Triple(registers, tag::KsStart);
+    NewDominant(registers);
+}
+
+void Interpolants::NewDominant(const RegisterFile& registers) {
+    dominantStep = Signed(registers[tag::dXDom]);
 }
 
 void Interpolants::StepRow() {

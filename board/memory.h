@@ -4,6 +4,7 @@
 #include <cstring>
 #include <vector>
 
+#include "board/patch.h"
 #include "board/span.h"
 
 namespace board {
@@ -26,21 +27,34 @@ void StoreElement(uint8_t* place, uint32_t value) {
     std::memcpy(place, &value, Bytes);
 }
 
-// A two-dimensional view of a memory: elements of one size, rows `pitch` elements apart.
+// A two-dimensional view of a memory: elements of one size, rows `pitch` elements apart, or patched
+// with that width.
 struct Plane {
     uint8_t* memory;
     int64_t elements; // whole elements in the memory
     int64_t base;     // element of pixel (0, 0)
     int64_t pitch;
     uint32_t bytesPerElement;
+    bool patched;
 
-    int64_t Index(int64_t x, int64_t y) const { return base + y * pitch + x; }
+    int64_t Index(int64_t x, int64_t y) const {
+        return base + (patched ? PatchedOffset(x, y, pitch) : y * pitch + x);
+    }
     uint8_t* Address(int64_t x, int64_t y) const { return memory + Index(x, y) * bytesPerElement; }
     // Cuts away what lies outside the memory; the number of pixels cut.
     uint64_t ClipToMemory(Span& span) const {
         const int64_t before = span.right - span.left;
-        const int64_t rowStart = base + span.y * pitch;
-        span.Clip(-rowStart, elements - rowStart);
+        if (patched) {
+            while (!span.Empty() && Index(span.left, span.y) < 0) {
+                span.Clip(span.left + 1, span.right);
+            }
+            while (!span.Empty() && Index(span.right - 1, span.y) >= elements) {
+                span.Clip(span.left, span.right - 1);
+            }
+        } else {
+            const int64_t rowStart = base + span.y * pitch;
+            span.Clip(-rowStart, elements - rowStart);
+        }
         return static_cast<uint64_t>(before - (span.Empty() ? 0 : span.right - span.left));
     }
 };

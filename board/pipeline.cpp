@@ -3,8 +3,10 @@
 #include <algorithm>
 
 #include "board/block_fill.h"
+#include "board/copy.h"
 #include "board/fog.h"
-#include "board/logic_op.h"
+#include "board/packed_copy.h"
+#include "board/write_pixel.h"
 
 namespace board {
 
@@ -17,10 +19,16 @@ struct FragmentWalk {
     int64_t value[Interpolants::kCount];
     int64_t step[Interpolants::kCount];
 
-    FragmentWalk(const Interpolants& row, const Span& span, bool subPixel) {
-        for (int i = 0; i < Interpolants::kCount; ++i) {
-            value[i] = row.channels[i].At(subPixel ? span.lead : 0, span.skipped);
+    FragmentWalk(const Interpolants& row, const Span& span, const PipelineState& state) {
+        // The texture unit's values come last.
+        const int count = state.texture.enabled ? Interpolants::kCount : Interpolants::S;
+        for (int i = 0; i < count; ++i) {
+            value[i] = row.channels[i].At(state.subPixel ? span.lead : 0, span.skipped);
             step[i] = row.channels[i].dx;
+        }
+        if (state.depth.constant) {
+            value[Interpolants::Depth] = int64_t{state.depth.constantValue} << kDepthFractionBits;
+            step[Interpolants::Depth] = 0;
         }
     }
     void Step(int channel) { value[channel] = WrapAdd(value[channel], step[channel]); }
@@ -30,16 +38,32 @@ struct FragmentWalk {
     }
 };
 
-Colour FragmentColour(const PipelineState& state, const FragmentWalk& walk) {
-    Colour colour = state.flatColour;
+// The fragment's colour before the tests. False: the chroma test drops the fragment.
+bool ShadeFragment(const PipelineState& state, const FragmentWalk& walk,
+                   const TextureSlopes& slopes, Faults& faults, Colour& colour) {
+    colour = state.flatColour;
     if (state.gouraud) {
         colour = {walk.ColourChannel(Interpolants::Red), walk.ColourChannel(Interpolants::Green),
                   walk.ColourChannel(Interpolants::Blue), walk.ColourChannel(Interpolants::Alpha)};
     }
+    if (state.texture.enabled) {
+        const TextureSample texel =
+            SampleTexture(state.texture, walk.value[Interpolants::S], walk.value[Interpolants::T],
+                          walk.value[Interpolants::Q], slopes, faults.badMemoryAccesses);
+        if (texel.dropped) {
+            return false;
+        }
+        if (state.texture.applied) {
+            colour = ApplyTexture(state.texture.application, colour, texel.colour);
+        }
+        if (state.texture.highlighted) {
+            colour = AddHighlight(colour, walk.value[Interpolants::Ks]);
+        }
+    }
     if (state.fogged) {
         colour = ApplyFog(colour, state.fogColour, walk.value[Interpolants::Fog]);
     }
-    return colour;
+    return true;
 }
 
 // Writes a fragment that has passed all tests to the pixel at `place`.
@@ -60,18 +84,17 @@ void WritePixel(const PipelineState& state, Colour colour, int64_t x, int64_t y,
     } else if (state.formatted) {
         pixel = EncodePixel(state.writeFormat, colour);
     }
-    if (state.logical) {
-        pixel = LogicOp(state.logicOp, pixel, state.readsPixels ? under : 0);
-    }
-    const uint32_t mask = WordLane<Bytes>(state.writeMask, state.pixels.Index(x, y));
-    StoreElement<Bytes>(place, (under & ~mask) | (pixel & mask));
+    WriteRawPixel<Bytes>(state, pixel, state.pixels.Index(x, y), place);
 }
 
 template <int Bytes>
 void DrawPixels(const PipelineState& state, const Span& span, const Interpolants& row,
-                PickUnit& pick) {
+                PickUnit& pick, Faults& faults) {
     const int direction = span.leftward ? -1 : 1;
-    FragmentWalk walk(row, span, state.subPixel);
+    FragmentWalk walk(row, span, state);
+    const TextureSlopes slopes = state.texture.enabled && state.texture.NeedsDetail()
+                                     ? SlopesOf(row, span.leftward)
+                                     : TextureSlopes{};
     int64_t x = span.First();
     int64_t place = state.pixels.Index(x, span.y) * Bytes;
     const int64_t depthBytes = state.depth.plane.bytesPerElement;
@@ -81,7 +104,10 @@ void DrawPixels(const PipelineState& state, const Span& span, const Interpolants
         if (state.stippled && !state.stipple.Draws(x, span.y)) {
             return;
         }
-        const Colour colour = FragmentColour(state, walk);
+        Colour colour{};
+        if (!ShadeFragment(state, walk, slopes, faults, colour)) {
+            return;
+        }
         if (state.alphaTested && !Passes(state.alphaCompare, static_cast<uint32_t>(colour.alpha),
                                          state.alphaReference)) {
             return;
@@ -99,7 +125,8 @@ void DrawPixels(const PipelineState& state, const Span& span, const Interpolants
     for (int64_t left = span.right - span.left; left != 0; --left) {
         draw();
         x += direction;
-        place += direction * Bytes;
+        place = state.pixels.patched ? state.pixels.Index(x, span.y) * Bytes
+                                     : place + direction * Bytes;
         depthPlace += direction * depthBytes;
         if (state.gouraud) {
             walk.Step(Interpolants::Red);
@@ -109,6 +136,12 @@ void DrawPixels(const PipelineState& state, const Span& span, const Interpolants
         }
         walk.Step(Interpolants::Fog);
         walk.Step(Interpolants::Depth);
+        if (state.texture.enabled) {
+            walk.Step(Interpolants::S);
+            walk.Step(Interpolants::T);
+            walk.Step(Interpolants::Q);
+            walk.Step(Interpolants::Ks);
+        }
     }
 }
 
@@ -116,6 +149,10 @@ void DrawPixels(const PipelineState& state, const Span& span, const Interpolants
 
 void DrawSpan(const PipelineState& state, const Span& whole, const Interpolants& row,
               PickUnit& pick, Faults& faults) {
+    if (state.copy.way == CopyState::Way::Packed) {
+        CopyPackedSpan(state, whole, faults);
+        return;
+    }
     Span span = whole;
     if (span.Empty() || span.y < state.clip.top || span.y >= state.clip.bottom) {
         return;
@@ -123,6 +160,9 @@ void DrawSpan(const PipelineState& state, const Span& whole, const Interpolants&
     span.Clip(state.clip.left, state.clip.right);
     if (span.Empty()) {
         return;
+    }
+    if (state.localUpdate.way != LocalUpdate::Way::None) {
+        UpdateLocalSpan(state.localUpdate, span, faults);
     }
     if (state.drawsPixels) {
         faults.badMemoryAccesses += state.pixels.ClipToMemory(span);
@@ -139,15 +179,21 @@ void DrawSpan(const PipelineState& state, const Span& whole, const Interpolants&
         }
         return;
     }
+    if (state.copy.way != CopyState::Way::None) {
+        if (state.drawsPixels) {
+            CopySpan(state, span, row, faults);
+        }
+        return;
+    }
     switch (state.pixels.bytesPerElement) {
     case 1:
-        return DrawPixels<1>(state, span, row, pick);
+        return DrawPixels<1>(state, span, row, pick, faults);
     case 2:
-        return DrawPixels<2>(state, span, row, pick);
+        return DrawPixels<2>(state, span, row, pick, faults);
     case 3:
-        return DrawPixels<3>(state, span, row, pick);
+        return DrawPixels<3>(state, span, row, pick, faults);
     default:
-        return DrawPixels<4>(state, span, row, pick);
+        return DrawPixels<4>(state, span, row, pick, faults);
     }
 }
 

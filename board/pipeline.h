@@ -6,14 +6,17 @@
 
 #include "board/blend.h"
 #include "board/board.h"
+#include "board/copy_state.h"
 #include "board/depth.h"
 #include "board/format.h"
 #include "board/interpolants.h"
+#include "board/local_update.h"
 #include "board/memory.h"
 #include "board/registers.h"
 #include "board/scissor.h"
 #include "board/statistics.h"
 #include "board/stipple.h"
+#include "board/texture_unit.h"
 
 namespace board {
 
@@ -23,6 +26,8 @@ struct PipelineState {
     Plane pixels;
     bool drawsPixels; // colour reaches the frame buffer
     bool readsPixels; // the pixel under a fragment is known
+    CopyState copy;
+    LocalUpdate localUpdate;
     bool blockFill;
     bool subPixel; // interpolants start at the pixel's centre instead of the edge
 
@@ -31,6 +36,7 @@ struct PipelineState {
 
     bool gouraud;
     Colour flatColour;
+    TextureState texture;
     bool fogged;
     Colour fogColour;
     bool alphaTested;
@@ -58,9 +64,9 @@ struct PipelineState {
 uint32_t BytesPerPixel(Chip chip, const RegisterFile& registers);
 
 // Decodes the mode words for a primitive drawn with the Render word in `registers`. Settings that
-// the board cannot honour are counted in `faults`.
+// the board cannot honour are counted in `faults`. The state refers to `memories` and `tables`.
 PipelineState DecodePipeline(Chip chip, const RegisterFile& registers, Memories& memories,
-                             Faults& faults);
+                             const HostMemory& host, const LookupTables& tables, Faults& faults);
 
 // Draws the pixels of a span, `row` being the interpolants on its dominant edge.
 void DrawSpan(const PipelineState& state, const Span& span, const Interpolants& row, PickUnit& pick,

@@ -15,13 +15,16 @@ constexpr uint32_t kModeSel16Bits = 2;
 // With this bit of LogicalOpMode the unit writes FBWriteData instead of the fragment's colour.
 constexpr uint32_t kConstantWriteData = 0x20;
 
-Plane PixelPlane(const RegisterFile& registers, Memories& memories, uint32_t bytes) {
+Plane PixelPlane(bool permedia, const RegisterFile& registers, Memories& memories, uint32_t bytes) {
+    // The destination's side: see CommandUnit::Execute.
+    const uint32_t mode = registers[permedia ? tag::FBWriteConfig : tag::FBReadMode];
     Plane plane{};
     plane.memory = memories.frameBuffer.data();
     plane.elements = static_cast<int64_t>(memories.frameBuffer.size() / bytes);
     plane.base = Signed(registers[tag::FBPixelOffset]) + Signed(registers[tag::FBWindowBase]);
-    plane.pitch = PitchFromProducts(registers[tag::FBReadMode]);
+    plane.pitch = PitchFromProducts(mode);
     plane.bytesPerElement = bytes;
+    plane.patched = permedia && field::FBReadMode_Patched.Get(mode) != 0;
     return plane;
 }
 
@@ -44,8 +47,13 @@ DepthUnit DecodeDepth(Chip chip, const RegisterFile& registers, Memories& memori
     if (width != k16Bits && width != k32Bits) {
         ++faults.unmodelled[fmt::format("depth width code {}", width)];
     }
-    if (registers.Get(field::DepthMode_Source) != 0) {
-        ++faults.unmodelled["depth source other than the fragment"];
+    constexpr uint32_t kFragment = 0;
+    constexpr uint32_t kRegister = 2;
+    const uint32_t source = registers.Get(field::DepthMode_Source);
+    depth.constant = source == kRegister;
+    depth.constantValue = registers[tag::Depth];
+    if (source != kFragment && source != kRegister) {
+        ++faults.unmodelled[fmt::format("depth source {}", source)];
     }
     depth.limit = width == k16Bits ? 0xFFFF : 0xFFFFFFFF;
     std::vector<uint8_t>& memory = IsPermedia(chip) ? memories.frameBuffer : memories.localBuffer;
@@ -67,6 +75,17 @@ PixelFormat DecodeFormat(uint32_t bytes, uint32_t code, uint32_t extension, bool
     }
     ++faults.unmodelled[fmt::format("{} colour format {:X}/{}", unit, code, extension)];
     return *FormatOfCode(0, 0, redHigh);
+}
+
+// Copied pixels are raw, and pass no unit that makes or tests colours.
+void CheckRawCopy(const RegisterFile& registers, Faults& faults) {
+    for (const Field& unit : {field::AlphaBlendMode_Enable, field::DitherMode_UnitEnable,
+                              field::AlphaTestMode_Enable, field::DepthMode_WriteEnable}) {
+        if (registers.Get(unit) != 0) {
+            ++faults.unmodelled["copy through the units of fragments"];
+            return;
+        }
+    }
 }
 
 } // namespace
@@ -97,15 +116,20 @@ uint32_t BytesPerPixel(Chip chip, const RegisterFile& registers) {
 }
 
 PipelineState DecodePipeline(Chip chip, const RegisterFile& registers, Memories& memories,
-                             Faults& faults) {
+                             const HostMemory& host, const LookupTables& tables, Faults& faults) {
     const auto on = [&registers](const Field& field) { return registers.Get(field) != 0; };
     PipelineState state{};
     const uint32_t bytes = BytesPerPixel(chip, registers);
     state.clip = ScissorRectangle(registers);
-    state.pixels = PixelPlane(registers, memories, bytes);
+    state.pixels = PixelPlane(IsPermedia(chip), registers, memories, bytes);
     state.drawsPixels = on(field::FBWriteMode_Enable);
     state.readsPixels = on(field::FBReadMode_ReadDest);
-    state.blockFill = on(field::Render_FastFill);
+    state.constantWrite = (registers[tag::LogicalOpMode] & kConstantWriteData) != 0;
+    if (!state.constantWrite) {
+        state.copy = DecodeCopy(chip, registers, state.pixels, faults);
+    }
+    // With this bit a copy goes as fast as a fill, and is no fill.
+    state.blockFill = on(field::Render_FastFill) && state.copy.way == CopyState::Way::None;
     state.subPixel = on(field::Render_SubPixelCorrection);
     state.stippled = on(field::AreaStippleMode_Enable) && on(field::Render_AreaStipple);
     if (state.stippled) {
@@ -117,10 +141,18 @@ PipelineState DecodePipeline(Chip chip, const RegisterFile& registers, Memories&
     if (state.blockFill) {
         return state;
     }
+    state.localUpdate = DecodeLocalUpdate(chip, registers, memories, faults);
+    state.logical = on(field::LogicalOpMode_Enable);
+    state.logicOp = registers.Get(field::LogicalOpMode_Operation);
+    if (state.copy.way != CopyState::Way::None) {
+        CheckRawCopy(registers, faults);
+        return state;
+    }
 
     state.gouraud = on(field::ColorDDAMode_Enable) && on(field::ColorDDAMode_Gouraud);
     state.flatColour =
         ColourOfWord(registers[on(field::ColorDDAMode_Enable) ? tag::ConstantColor : tag::Color]);
+    state.texture = DecodeTexture(chip, registers, memories, host, tables, faults);
     state.fogged = on(field::FogMode_Enable) && on(field::Render_Fog);
     state.fogColour = ColourOfWord(registers[tag::FogColor]);
     state.alphaTested = on(field::AlphaTestMode_Enable);
@@ -147,10 +179,7 @@ PipelineState DecodePipeline(Chip chip, const RegisterFile& registers, Memories&
                                          extension(field::DitherMode_FormatExtension),
                                          on(field::DitherMode_ColorOrder), "dither", faults);
     }
-    state.constantWrite = (registers[tag::LogicalOpMode] & kConstantWriteData) != 0;
     state.writeData = registers[tag::FBWriteData];
-    state.logical = on(field::LogicalOpMode_Enable);
-    state.logicOp = registers.Get(field::LogicalOpMode_Operation);
     return state;
 }
 

@@ -25,18 +25,22 @@ Span CoveredSpan(int64_t y, int64_t dominantX, int64_t subordinateX) {
 void Rasteriser::Begin(const RegisterFile& registers) {
     NewDominant(registers);
     NewSubordinate(registers);
-    y_ = Signed(registers[tag::StartY]);
-    yStep_ = Signed(registers[tag::dY]);
+    y_ = EdgeOfWords(registers[tag::StartY], registers[tag::dY]);
+}
+
+void Rasteriser::Begin(int64_t firstRow, Edge dominant, Edge subordinate) {
+    dominant_ = dominant;
+    subordinate_ = subordinate;
+    constexpr int64_t kOneRow = int64_t{1} << 32;
+    y_ = {firstRow * kOneRow, kOneRow};
 }
 
 void Rasteriser::NewSubordinate(const RegisterFile& registers) {
-    subordinateX_ = Signed(registers[tag::StartXSub]);
-    subordinateStep_ = Signed(registers[tag::dXSub]);
+    subordinate_ = EdgeOfWords(registers[tag::StartXSub], registers[tag::dXSub]);
 }
 
 void Rasteriser::NewDominant(const RegisterFile& registers) {
-    dominantX_ = Signed(registers[tag::StartXDom]);
-    dominantStep_ = Signed(registers[tag::dXDom]);
+    dominant_ = EdgeOfWords(registers[tag::StartXDom], registers[tag::dXDom]);
 }
 
 } // namespace board

@@ -2,6 +2,7 @@
 // Trapezoids: rows of pixels between a dominant and a subordinate edge.
 #include <cstdint>
 
+#include "board/edge.h"
 #include "board/registers.h"
 #include "board/span.h"
 
@@ -16,26 +17,27 @@ class Rasteriser {
   public:
     // Takes all edge registers: the start of a primitive.
     void Begin(const RegisterFile& registers);
-    // Takes a new edge from its registers and keeps the other one.
+    // The same with edges that were worked out on the board, rows going down from `firstRow`.
+    void Begin(int64_t firstRow, Edge dominant, Edge subordinate);
+    // Takes a new edge and keeps the other one.
     void NewSubordinate(const RegisterFile& registers);
+    void NewSubordinate(Edge edge) { subordinate_ = edge; }
     void NewDominant(const RegisterFile& registers);
 
     // Calls row(span) for each of `rows` rows, empty ones too, and steps down the edges.
     template <typename Row>
     void Walk(uint32_t rows, Row&& row) {
         for (; rows != 0; --rows) {
-            row(CoveredSpan(y_ >> 16, dominantX_, subordinateX_));
-            dominantX_ += dominantStep_;
-            subordinateX_ += subordinateStep_;
-            y_ += yStep_;
+            row(CoveredSpan(y_.Pixel(), dominant_.position >> 16, subordinate_.position >> 16));
+            dominant_.Step();
+            subordinate_.Step();
+            y_.Step();
         }
     }
 
   private:
-    // All 16.16.
-    int64_t dominantX_ = 0, dominantStep_ = 0;
-    int64_t subordinateX_ = 0, subordinateStep_ = 0;
-    int64_t y_ = 0, yStep_ = 0;
+    Edge dominant_{}, subordinate_{}; // X
+    Edge y_{};
 };
 
 // Row counts are 16 bits wide.

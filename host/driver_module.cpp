@@ -1,8 +1,13 @@
 #include "host/driver_module.h"
 
+#include "driver/blit/pmdirecx.h"
 #include "driver/core/korv32.h"
 #include "driver/core/korv32_flip.h"
 #include "driver/d3d/dcontext.h"
+#include "driver/d3d/direct3d.h"
+#include "driver/diag/korvtrace.h"
+#include "driver/heap/linalloc.h"
+#include "driver/services/OpenGL.h"
 #include "driver/services/context.h"
 #include "driver/services/services.h"
 #include "host/loader/image.h"
@@ -64,8 +69,15 @@ DriverModule ModuleOf(const loader::Image& image) {
     return module;
 }
 
-// The linked library's globals as they are when the module has just been loaded.
+// The linked library's globals as they are when the module has just been loaded. What is left out
+// is set at every start before it is read.
 void ResetLinkedGlobals() {
+    static const D3DDEVICEDESC permediaCaps = PermediaCaps, txCaps = TXCaps;
+    PermediaCaps = permediaCaps;
+    TXCaps = txCaps;
+    CHIPRender = {};
+    HeapStats = {};
+    functionList = nullptr;
     DXGlobals = {};
     pDriverData = nullptr;
     D3DInitialised = 0;
@@ -117,7 +129,9 @@ void LoadDriver() {
     // Also with a DLL, so that nothing of an earlier machine is left.
     ResetLinkedGlobals();
     const DriverCall call;
-    state.module.dllMain(instance, DLL_PROCESS_ATTACH, nullptr);
+    if (state.module.dllMain(instance, DLL_PROCESS_ATTACH, nullptr) == 0) {
+        throw std::runtime_error("the driver's DllMain refused to be loaded");
+    }
 }
 
 DriverCall::DriverCall() {

@@ -1,6 +1,7 @@
 #include "host/picture.h"
 
 #include "host/ddraw/format.h"
+#include "host/display/display.h"
 
 #include <bit>
 #include <cstring>
@@ -86,6 +87,17 @@ Picture ReadPicture(const uint8_t* bytes, int32_t pitch, uint32_t width, uint32_
 Picture ReadPicture(const Surface& surface) {
     return ReadPicture(surface.Bytes(), surface.Pitch(), surface.Width(), surface.Height(),
                        surface.Format(), surface.Palette());
+}
+
+Picture ReadScreen(Display& display, const PALETTEENTRY* palette) {
+    const uint32_t offset = display.VisibleOffset();
+    const uint32_t bytes = display.Config().frameBufferBytes;
+    if (offset > bytes || display.ScreenBytes() > bytes - offset) {
+        throw std::out_of_range("the screen ends behind the frame buffer");
+    }
+    return ReadPicture(display.FrameBuffer() + offset, static_cast<int32_t>(display.Pitch()),
+                       display.Config().width, display.Config().height,
+                       DisplayFormat(display.Config().bits), palette);
 }
 
 std::vector<uint32_t> ReadDepth(const Surface& surface) {

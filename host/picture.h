@@ -8,6 +8,8 @@
 
 namespace host {
 
+class Display;
+
 struct Picture {
     uint32_t width = 0, height = 0;
     std::vector<uint8_t> rgba; // four bytes a pixel, top row first
@@ -27,6 +29,11 @@ Picture ReadPicture(const Surface& surface);
 // Reads `width` by `height` pixels at `bytes` by a format, `pitch` bytes a line.
 Picture ReadPicture(const uint8_t* bytes, int32_t pitch, uint32_t width, uint32_t height,
                     const DDPIXELFORMAT& format, const PALETTEENTRY* palette = nullptr);
+
+// What the monitor shows: the display's pixels from where the chip's screen base registers point.
+// 8-bit modes go through `palette`, 256 entries, or are read as 3:3:2 without one. Throws
+// std::out_of_range when the screen would end behind the frame buffer.
+Picture ReadScreen(Display& display, const PALETTEENTRY* palette = nullptr);
 
 // Raw depth values of a Z buffer, row by row.
 std::vector<uint32_t> ReadDepth(const Surface& surface);

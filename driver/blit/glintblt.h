@@ -1,6 +1,25 @@
 #pragma once
-// Blit requests on the Glint family.
+// Blits of the screen by direct register writes, with raster operations and in columns of 32-bit
+// words. They stand ready for others: no request of DirectDraw's comes here.
 #include "driver/core/driverdata.h"
 
-// DirectDraw's Blt callback on the Glint family. Answers not handled until its primitives exist.
-DWORD KORV_STDCALL GlintBlt32(DDHAL_BLTDATA* data);
+#include <cstdint>
+
+// Bit 10 of FBReadMode where the chip's logic op depends on the destination.
+inline constexpr uint32_t LogicopReadDest[16] = {
+    0, 0x400, 0x400, 0, 0x400, 0x400, 0x400, 0x400, 0x400, 0x400, 0x400, 0x400, 0, 0x400, 0x400, 0,
+};
+
+// Fills a rectangle. `offset` is the window's start in pixels, `colour` a pixel not yet spread over
+// a word.
+void vGlintSolidBlt(DriverData* driver, RECTL* rect, uint32_t offset, uint32_t colour);
+
+// Copies within the screen, top to bottom, at the depth that the chip is set to; nothing is
+// clipped. Arguments as told with CHIPRenderTable.
+void vGlintCopyBltNative(DriverData* driver, RECTL* destRect, RECTL* srcRect, int32_t stride,
+                         uint32_t destOffset, int32_t srcRelative, uint32_t logicOp);
+
+// The same for 16-bit pixels: two at a time when source and destination agree in parity, else as a
+// plain copy. The chip is left at a depth of 32 bits.
+void vGlintCopyBlt16(DriverData* driver, RECTL* destRect, RECTL* srcRect, int32_t stride,
+                     uint32_t destOffset, int32_t srcRelative, uint32_t logicOp);

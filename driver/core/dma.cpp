@@ -27,6 +27,16 @@ void SendCurrent(CommandStream& stream, StartDMAFunction start, DriverData* driv
     start(driver, context, stream.WordsWritten(), current.Physical, current.Linear, 0);
 }
 
+// Sends the sub-buffer of the display's own stream and goes on in the next.
+void SendAndMoveOn(DriverData* driver) {
+    CommandStream& stream = driver->Stream;
+    SendCurrent(stream, StartDMA, driver, kContext2D);
+    if (++stream.SubBufferIndex == stream.SubBufferCount) {
+        stream.SubBufferIndex = 0;
+    }
+    stream.WritePointer = stream.Current().Linear;
+}
+
 // Goes on at the start of the sub-buffer that SubBufferIndex names.
 void OpenSubBuffer(D3DContext* ctx) {
     ctx->Stream.WritePointer = ctx->Stream.Current().Linear;
@@ -54,11 +64,7 @@ void ReserveSpace(DriverData* driver, uint32_t bytes) {
     CommandStream& stream = driver->Stream;
     if (stream.WritePointer + bytes / 4 >= stream.Current().Last) {
         if (stream.CommandMode == kCommandModeDMA) {
-            SendCurrent(stream, StartDMA, driver, kContext2D);
-            if (++stream.SubBufferIndex == stream.SubBufferCount) {
-                stream.SubBufferIndex = 0;
-            }
-            stream.WritePointer = stream.Current().Linear;
+            SendAndMoveOn(driver);
         } else {
             stream.WritePointer = stream.SubBuffers[0].Linear;
         }
@@ -82,6 +88,13 @@ void ReserveSpaceInNextSubBuffer(D3DContext* ctx) {
         stream.SubBufferIndex = 0;
     }
     OpenSubBuffer(ctx);
+}
+
+void FlushSubBuffer(DriverData* driver) {
+    CommandStream& stream = driver->Stream;
+    if (stream.CommandMode == kCommandModeDMA && stream.WritePointer != stream.Current().Linear) {
+        SendAndMoveOn(driver);
+    }
 }
 
 void FlushSubBuffer(D3DContext* ctx) {

@@ -154,6 +154,8 @@ void WaitDMACountZero(ChipRegisters* registers);
 void SyncChip(DriverData* driver);
 // Sends what the context's sub-buffer holds, if anything, and moves to the next.
 void FlushSubBuffer(D3DContext* ctx);
+// The same on the display's own stream, where it does nothing in FIFO mode.
+void FlushSubBuffer(DriverData* driver);
 // Sends what the context's sub-buffer holds beyond its head, past the queue, and waits. The same
 // sub-buffer is then reused.
 void SendSubBufferDirect(DriverData* driver, D3DContext* ctx);

@@ -68,7 +68,13 @@ struct DriverData {
     VideoHeap Heap;
     uint32_t NonLocalHeapLinear;
     uint32_t NonLocalHeapPhysical;
+    uint32_t VideoCurrentBuffer; // the video port's buffer handed out as current
     uint32_t VideoPortActive;
+    uint32_t VideoNeedSample; // the watchdog takes a new sample at its next call
+    uint32_t VideoLastLine;   // the sample
+    uint32_t VideoLastBuffer;
+    uint32_t VideoLastTime;
+    uint32_t VideoFailures; // samples in a row without progress
     DDHALINFO HALInfo;
 };
 

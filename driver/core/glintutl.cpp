@@ -11,17 +11,6 @@ constexpr uint16_t kBufferUnits[] = {
     tag::FilterMode, tag::PixelSize,     tag::FBSourceData, tag::LBWriteFormat,
 };
 
-constexpr uint16_t kPermediaTextureUnits[] = {
-    tag::TextureReadMode, tag::TextureMapFormat, tag::TextureDataFormat,
-    tag::TexelLUTMode,    tag::TextureColorMode, tag::YUVMode,
-};
-
-constexpr uint16_t kGlintTextureUnits[] = {
-    tag::GlintTextureReadMode,
-    tag::TextureAddressMode,
-    tag::TextureColorMode,
-};
-
 } // namespace
 
 void DisableAllUnits(DriverData* driver) {
@@ -70,6 +59,12 @@ void vGlintChangeFBDepth(DriverData* driver, uint32_t depth) {
         out.Tag(tag::FBReadPixel, depth);
     }
     out.Store();
+}
+
+void MatchFBDepth(DriverData* driver) {
+    if (driver->FBDepth != driver->PixelSize) {
+        vGlintChangeFBDepth(driver, driver->PixelSize);
+    }
 }
 
 void setupRops(const uint8_t* list, uint32_t* bits, uint32_t count) {

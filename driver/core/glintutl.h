@@ -8,6 +8,8 @@ struct DriverData;
 void DisableAllUnits(DriverData* driver);
 // Sets the chip to depth code `depth` (0, 1, 2 for 8, 16, 32 bits; 4 for 24).
 void vGlintChangeFBDepth(DriverData* driver, uint32_t depth);
+// Sets it to the display's depth, unless it is there.
+void MatchFBDepth(DriverData* driver);
 // Sets bit r & 31 of word r >> 5 for each of the `count` raster operations of `list`.
 void setupRops(const uint8_t* list, uint32_t* bits, uint32_t count);
 

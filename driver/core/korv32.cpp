@@ -1,8 +1,8 @@
 // Being loaded, and bringing a display up.
 #include "driver/core/korv32.h"
 
-#include "driver/blit/glintblt.h"
 #include "driver/blit/pmdirecx.h"
+#include "driver/blit/txdirecx.h"
 #include "driver/core/dma.h"
 #include "driver/core/glintutl.h"
 #include "driver/core/korv32_flip.h"

@@ -15,6 +15,7 @@
     X(0x0090, AGPTextureBase)                                                                      \
     X(0x0808, DeltaIntEnable)                                                                      \
     X(0x0868, DeltaDisconnectControl)                                                              \
+    X(0x1180, FreeRunningTimer)                                                                    \
     X(0x1808, FBModeSel)                                                                           \
     X(0x2000, FIFOWindow)                                                                          \
     X(0x3000, ScreenBasePermedia)                                                                  \
@@ -22,6 +23,8 @@
     X(0x3040, BlankEndPermedia)                                                                    \
     X(0x3068, ScreenBaseGlint)                                                                     \
     X(0x3070, LineCounter)                                                                         \
+    X(0x5910, VSCurrentLine)                                                                       \
+    X(0x5920, VSCurrentBuffer)                                                                     \
     X(0x6008, ScreenBank)                                                                          \
     X(0x8000, MappedRegisters)
 
@@ -35,6 +38,8 @@ inline constexpr uint32_t FIFOWindowBytes = 0xFA0;
 // Reads here give the next output FIFO word and the one after it.
 inline constexpr uint32_t OutFIFOWord = FIFOWindow;
 inline constexpr uint32_t OutFIFOSecondWord = FIFOWindow + 4;
+// The video block: its registers lie 8 bytes apart from here on.
+inline constexpr uint32_t VideoRegisters = 0x5800;
 // Bytes of the whole aperture: up to the mapped register of the highest tag.
 inline constexpr uint32_t ApertureBytes = MappedRegisters + 0x400 * 8;
 } // namespace reg

@@ -132,6 +132,7 @@
     X(0x131, StencilMode)                                                                          \
     X(0x132, StencilData)                                                                          \
     X(0x134, DepthMode)                                                                            \
+    X(0x135, Depth)                                                                                \
     X(0x136, ZStartU)                                                                              \
     X(0x137, ZStartL)                                                                              \
     X(0x138, dZdxU)                                                                                \
@@ -197,9 +198,11 @@
 // Bit fields of the mode words: register, field, lowest bit, width in bits.
 #define KORV_FIELDS(X)                                                                             \
     X(Render, AreaStipple, 0, 1)                                                                   \
+    X(Render, ResetLineStipple, 2, 1)                                                              \
     X(Render, FastFill, 3, 1)                                                                      \
     X(Render, Primitive, 6, 2)                                                                     \
     X(Render, SyncOnBitMask, 11, 1)                                                                \
+    X(Render, SyncOnHostData, 12, 1)                                                               \
     X(Render, Texture, 13, 1)                                                                      \
     X(Render, Fog, 14, 1)                                                                          \
     X(Render, SubPixelCorrection, 16, 1)                                                           \
@@ -229,6 +232,7 @@
     X(DitherMode, FormatExtension, 16, 1)                                                          \
     X(LogicalOpMode, Enable, 0, 1)                                                                 \
     X(LogicalOpMode, Operation, 1, 4)                                                              \
+    X(LogicalOpMode, ConstantColour, 5, 1)                                                         \
     X(LBReadMode, PartialProduct0, 0, 3)                                                           \
     X(LBReadMode, PartialProduct1, 3, 3)                                                           \
     X(LBReadMode, PartialProduct2, 6, 3)                                                           \
@@ -237,6 +241,8 @@
     X(LBReadMode, Patched, 19, 1)                                                                  \
     X(LBReadFormat, DepthWidth, 0, 2)                                                              \
     X(LBWriteMode, Enable, 0, 1)                                                                   \
+    X(Window, ForceUpdate, 3, 1)                                                                   \
+    X(Window, UpdateFromRegister, 4, 1)                                                            \
     X(Window, DisableUpdate, 18, 1)                                                                \
     X(StencilMode, Enable, 0, 1)                                                                   \
     X(DepthMode, Enable, 0, 1)                                                                     \
@@ -248,6 +254,11 @@
     X(FBReadMode, PartialProduct2, 6, 3)                                                           \
     X(FBReadMode, ReadSource, 9, 1)                                                                \
     X(FBReadMode, ReadDest, 10, 1)                                                                 \
+    X(FBReadMode, Patched, 18, 1)                                                                  \
+    X(FBReadMode, Packed, 19, 1)                                                                   \
+    X(FBReadMode, RelativeOffset, 20, 3)                                                           \
+    X(FBReadMode, PatchKind, 25, 2)                                                                \
+    X(FBReadMode, ReadTexels, 29, 1)                                                               \
     X(FBWriteMode, Enable, 0, 1)                                                                   \
     X(FilterMode, SyncTag, 10, 1)                                                                  \
     X(FilterMode, SyncData, 11, 1)                                                                 \
@@ -289,17 +300,27 @@
     X(GlintTextureReadMode, WrapT, 20, 2)                                                          \
     X(GlintTextureReadMode, MipMap, 23, 1)                                                         \
     X(TextureFormat, ColorOrder, 1, 1)                                                             \
+    X(TextureFormat, RedHigh, 2, 1)                                                                \
     X(TextureFormat, Components, 3, 2)                                                             \
     X(TextureFormat, Application, 5, 2)                                                            \
     X(TextureFilterMode, Enable, 0, 1)                                                             \
     X(TextureFilterMode, KeyTest, 1, 1)                                                            \
     X(YUVMode, Enable, 0, 1)                                                                       \
     X(YUVMode, KeyMode, 1, 2)                                                                      \
+    X(ChromaTestMode, Enable, 0, 1)                                                                \
     X(DeltaMode, DepthEnable, 7, 1)                                                                \
     X(DeltaMode, SmoothShading, 6, 1)                                                              \
     X(DeltaMode, Specular, 8, 1)                                                                   \
     X(DeltaMode, PerspectiveOff, 14, 1)                                                            \
-    X(DeltaMode, PerspectiveOn, 15, 1)
+    X(DeltaMode, PerspectiveOn, 15, 1)                                                             \
+    X(DeltaMode, TargetChip, 0, 2)                                                                 \
+    X(DeltaMode, DepthFormat, 2, 2)                                                                \
+    X(DeltaMode, Fog, 4, 1)                                                                        \
+    X(DeltaMode, Texture, 5, 1)                                                                    \
+    X(DeltaMode, SubPixelCorrection, 10, 1)                                                        \
+    X(DeltaMode, ColorOrder, 18, 1)                                                                \
+    X(RasterizerMode, HalfBias, 5, 1)                                                              \
+    X(LineStippleMode, Enable, 0, 1)
 
 namespace tag {
 #define KORV_X(number, name) inline constexpr uint32_t name = number;
@@ -380,6 +401,8 @@ constexpr uint32_t IndexedTag(uint32_t group, uint32_t mask) {
 // The indexed bursts in use.
 namespace burst {
 inline constexpr uint32_t Trapezoid = IndexedTag(tag::StartXDom, 0x00FF);
+// Edges without steps in x.
+inline constexpr uint32_t Rectangle = IndexedTag(tag::StartXDom, 0x00F5);
 inline constexpr uint32_t NextSubEdge = IndexedTag(tag::StartXDom, 0x040C);
 inline constexpr uint32_t AreaStipple = IndexedTag(tag::AreaStipplePattern0, 0x00FF);
 inline constexpr uint32_t TextureST = IndexedTag(tag::TextureAddressMode, 0x007E);
@@ -388,4 +411,8 @@ inline constexpr uint32_t Fog = IndexedTag(0x0D0, 0x0070);
 inline constexpr uint32_t ColourRGB = IndexedTag(tag::RStart, 0x01FF);
 inline constexpr uint32_t ColourRGBA = IndexedTag(tag::RStart, 0x0FFF);
 inline constexpr uint32_t Depth = IndexedTag(tag::Window, 0x0FC0);
+// Of a walk along one edge: no sub edge, no step in x.
+inline constexpr uint32_t Edge = IndexedTag(tag::StartXDom, 0x00F3);
+inline constexpr uint32_t EdgeColourRGB = IndexedTag(tag::RStart, 0x016D);
+inline constexpr uint32_t EdgeDepth = IndexedTag(tag::Window, 0x0CC0);
 } // namespace burst

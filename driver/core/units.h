@@ -12,6 +12,15 @@ inline constexpr uint16_t kRasterUnits[] = {
     tag::LBReadMode,     tag::Window,          tag::StencilMode,     tag::DepthMode,
     tag::LBWriteMode,    tag::FBReadMode,      tag::PatternRamMode,
 };
+inline constexpr uint16_t kPermediaTextureUnits[] = {
+    tag::TextureReadMode, tag::TextureMapFormat, tag::TextureDataFormat,
+    tag::TexelLUTMode,    tag::TextureColorMode, tag::YUVMode,
+};
+inline constexpr uint16_t kGlintTextureUnits[] = {
+    tag::GlintTextureReadMode,
+    tag::TextureAddressMode,
+    tag::TextureColorMode,
+};
 // What Permedia 2 has besides the first Permedia's texture units.
 inline constexpr uint16_t kPermedia2Units[] = {
     tag::TextureBaseAddress,

@@ -4,14 +4,9 @@
 #include "driver/heap/surface.h"
 #include "driver/services/context.h"
 
-void SynchroniseContext(D3DContext* ctx) {
-    DriverData* driver = ctx->Driver;
-    ChipInfo* chip = driver->ChipInfo;
-    if (ctx->Stream.CommandMode == kCommandModeDMA ||
-        chip->CurrentContext == ctx->Stream.HardwareContext) {
-        return;
-    }
-    ChangeContext(driver, chip, ctx->Stream.HardwareContext);
+void SwitchFIFOContext(D3DContext* ctx, uint32_t id) {
+    ChipInfo* chip = ctx->Driver->ChipInfo;
+    ChangeContext(ctx->Driver, chip, id);
     if (!IsFirstPermedia(chip)) {
         return;
     }
@@ -24,6 +19,13 @@ void SynchroniseContext(D3DContext* ctx) {
     out.Tag(tag::TextureAddressMode, ctx->Copies.TextureAddressMode);
     out.Tag(tag::AlphaBlendMode, ctx->AlphaBlendModeOut);
     out.Store();
+}
+
+void SynchroniseContext(D3DContext* ctx) {
+    if (ctx->Stream.CommandMode != kCommandModeDMA &&
+        ctx->Driver->ChipInfo->CurrentContext != ctx->Stream.HardwareContext) {
+        SwitchFIFOContext(ctx, ctx->Stream.HardwareContext);
+    }
 }
 
 void FlipSurfaces(DriverData* driver, D3DContext* ctx) {

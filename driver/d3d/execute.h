@@ -20,6 +20,10 @@ inline uint8_t* BufferDataOf(LPDIRECTDRAWSURFACE buffer) {
 // the five mode words that a change of context does not keep. Writes through the stream itself.
 void SynchroniseContext(D3DContext* ctx);
 
+// Gives the chip to hardware context `id`, and has the five words sent on the stream of `ctx`, a
+// FIFO context. Writes through the stream itself.
+void SwitchFIFOContext(D3DContext* ctx, uint32_t id);
+
 // Aims the chip at the context's colour and Z buffers, consumes the display's TargetLost, and marks
 // the target surface as the context's.
 void FlipSurfaces(DriverData* driver, D3DContext* ctx);

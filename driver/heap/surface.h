@@ -70,9 +70,12 @@ static_assert(offsetof(PrivateSurfaceData, PPCode) == 24 &&
               offsetof(PrivateSurfaceData, OwnerContext) == 112);
 
 // The private record of a surface, or null when there is none or it is not the driver's.
-inline PrivateSurfaceData* PrivateOf(const DDRAWI_DDRAWSURFACE_LCL* surface) {
-    auto* record = reinterpret_cast<PrivateSurfaceData*>(surface->lpGbl->dwReserved1);
+inline PrivateSurfaceData* PrivateOf(const DDRAWI_DDRAWSURFACE_GBL* surface) {
+    auto* record = reinterpret_cast<PrivateSurfaceData*>(surface->dwReserved1);
     return record != nullptr && record->MagicNo == kSurfaceMagic ? record : nullptr;
+}
+inline PrivateSurfaceData* PrivateOf(const DDRAWI_DDRAWSURFACE_LCL* surface) {
+    return PrivateOf(surface->lpGbl);
 }
 
 // The partial-product codes as one 9-bit field of a mode word.

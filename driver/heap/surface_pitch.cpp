@@ -90,9 +90,7 @@ void StoreProducts(PrivateSurfaceData* record, const PartialProductSet& products
 }
 
 void StoreScreenProducts(DriverData* driver, PrivateSurfaceData* record) {
-    if (driver->FBDepth != driver->PixelSize) {
-        vGlintChangeFBDepth(driver, driver->PixelSize);
-    }
+    MatchFBDepth(driver);
     const uint32_t word = driver->PartialProducts;
     StoreProducts(record, {{word & kCodeMask, word >> kCodeBits & kCodeMask,
                             word >> 2 * kCodeBits & kCodeMask, 0},

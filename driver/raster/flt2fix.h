@@ -4,6 +4,8 @@
 // float_to_fix_2_30 and float_to_fix_11_21.
 //
 // All but those two cut towards zero. Zero and denormals give 0; infinity and NaN saturate by sign.
+#include "driver/raster/inline.h"
+
 #include <bit>
 #include <cstdint>
 
@@ -47,7 +49,7 @@ struct Format {
 };
 
 template <Format kFormat>
-inline uint32_t Convert(float x) {
+KORV_INLINE uint32_t Convert(float x) {
     static_assert(kFormat.saturateFrom <= kFormat.unity);
     constexpr uint32_t kLowest = kFormat.unity - 31;
     const uint32_t bits = std::bit_cast<uint32_t>(x);
@@ -73,7 +75,7 @@ struct PairFormat {
 };
 
 template <PairFormat kFormat>
-inline void ConvertPair(float x, uint32_t* words) {
+KORV_INLINE void ConvertPair(float x, uint32_t* words) {
     constexpr uint32_t kLowest = 111;
     const uint32_t bits = std::bit_cast<uint32_t>(x);
     const uint32_t sign = SignMask(bits);
@@ -110,17 +112,17 @@ inline uint32_t RoundByUnit(float x) {
 // One single to one word.
 
 /// Signed 16.16.
-inline uint32_t flt_to_fix_16_16(float x) {
+KORV_INLINE uint32_t flt_to_fix_16_16(float x) {
     return fixed::Convert<{142, 142, 0x7FFFFFFF, 0x80000000}>(x);
 }
 
 /// Signed 12.20.
-inline uint32_t flt_to_fix_12_20(float x) {
+KORV_INLINE uint32_t flt_to_fix_12_20(float x) {
     return fixed::Convert<{138, 138, 0x7FFFFFFF, 0x80000000}>(x);
 }
 
 /// Signed 2.22 in 24 bits.
-inline uint32_t flt_to_fix_2_22(float x) {
+KORV_INLINE uint32_t flt_to_fix_2_22(float x) {
     return fixed::Convert<{136, 128, 0x7FFFFF, 0xFF800000}>(x);
 }
 
@@ -137,12 +139,12 @@ inline uint32_t flt_to_fix_9_15(float x) {
 
 /// A colour of 0.0 to 255.0 as 9.15. From 256.0 the word goes on growing in 32 bits and drops to
 /// the saturated one of 24 bits at 65536.0 only; steep slopes of tiny triangles land there.
-inline uint32_t D3Dflt_to_fix_9_15(float x) {
+KORV_INLINE uint32_t D3Dflt_to_fix_9_15(float x) {
     return fixed::Convert<{143, 143, 0x7FFFFF, 0xFF800000}>(x);
 }
 
 /// Fog of 0.0 to 255.0 as 2.22, 256.0 standing for 1.0.
-inline uint32_t D3Dflt_to_fix_2_22(float x) {
+KORV_INLINE uint32_t D3Dflt_to_fix_2_22(float x) {
     return fixed::Convert<{144, 136, 0x7FFFFF, 0xFF800000}>(x);
 }
 
@@ -186,7 +188,7 @@ inline uint32_t float_to_fix_11_21(float x) {
 // top half.
 
 /// 32-bit integer part.
-inline void flt_to_fix_32_16(float x, uint32_t* words) {
+KORV_INLINE void flt_to_fix_32_16(float x, uint32_t* words) {
     fixed::ConvertPair<{158, 0x7FFFFFFF, 0xFFFF0000, 0x80000000, 0}>(x, words);
 }
 

@@ -1,9 +1,5 @@
 #pragma once
-// The exported interface for other drivers of the board, save the context entries of context.h.
-// Unless told otherwise `driver` may be null for the primary display, and the result is 0 for
-// success and -1 for failure.
-#include "driver/core/chipbus.h"
-#include "driver/heap/linalloc.h"
+// Read-out of registers, contexts and memory for debugging tools, always of the primary display.
 #include "driver/platform/win32.h"
 
 #include <cstddef>
@@ -11,88 +7,92 @@
 
 struct DriverData;
 
-// What a client learns about the board. It grew at its end: Size, the caller's count of bytes, says
-// how much of it there is.
-struct ServiceInfo {
-    uint32_t Size; // bytes
-    ChipRegisters* Registers;
-    uint8_t* FrameBuffer;
-    uint8_t* LocalBuffer;
-    uint8_t unknown_10[2];
-    uint16_t Flags;   // low half of ChipInfo.Flags
-    uint32_t MemoryA; // bytes
-    uint32_t MemoryB; // bytes
-    uint32_t BusBits;
-    uint32_t ClientByte;
-    uint32_t DeviceId;
-    uint32_t Revision;
-    uint32_t ClientWords[4];
-    uint32_t ClientWord;     // in sizes above 60
-    char RegistryName[0x40]; // in sizes above 64
+// A register or memory word, by its running number from 0.
+struct NumberedWord {
+    uint32_t Number;
+    uint32_t Value;
 };
-static_assert(offsetof(ServiceInfo, Registers) == 0x04);
-static_assert(offsetof(ServiceInfo, FrameBuffer) == 0x08);
-static_assert(offsetof(ServiceInfo, LocalBuffer) == 0x0C);
-static_assert(offsetof(ServiceInfo, Flags) == 0x12);
-static_assert(offsetof(ServiceInfo, MemoryA) == 0x14);
-static_assert(offsetof(ServiceInfo, MemoryB) == 0x18);
-static_assert(offsetof(ServiceInfo, BusBits) == 0x1C);
-static_assert(offsetof(ServiceInfo, ClientByte) == 0x20);
-static_assert(offsetof(ServiceInfo, DeviceId) == 0x24);
-static_assert(offsetof(ServiceInfo, Revision) == 0x28);
-static_assert(offsetof(ServiceInfo, ClientWords) == 0x2C);
-static_assert(offsetof(ServiceInfo, ClientWord) == 0x3C);
-static_assert(offsetof(ServiceInfo, RegistryName) == 0x40);
 
-// A client's DMA buffer.
-struct ServiceDMABuffer {
-    uint32_t Size; // bytes
-    uint32_t Physical;
-    uint32_t Linear;
-    uint32_t SubBuffers; // how many the client is to use
+// KORV_Service codes.
+enum ServiceCode : uint32_t {
+    ServiceCoreRegisters = 0,
+    ServiceVMIRegisters = 3,
+    ServiceContextNum = 4,
+    ServiceContexts = 5,
+    ServiceD3DContextNum = 6,
+    ServiceD3DContexts = 7,
+    ServiceD3DContextState = 8,
 };
-static_assert(sizeof(ServiceDMABuffer) == 16);
+
+// What KORV_Service is asked; which words count depends on the code.
+struct ServiceRequest {
+    uint32_t Half;          // of the render states: 0 the first 128, else the others
+    uint32_t RegisterCount; // how many registers
+    uint32_t FirstRegister; // tag, or number in the video block
+    uint32_t Context;       // hardware context to read under
+    uint32_t CountOrHandle; // entries in the buffer, or a Direct3D context's handle
+};
+static_assert(sizeof(ServiceRequest) == 20 && offsetof(ServiceRequest, CountOrHandle) == 16);
+
+// Who a hardware context belongs to.
+enum ContextKind : uint32_t {
+    KindTwoDimensional = 0,
+    KindDirect3D = 1,
+    KindDisplay = 3, // the 16-bit driver's
+    KindClient = 4,
+};
+
+struct ContextEntry {
+    uint32_t Kind; // ContextKind
+    uint32_t Id;
+    uint32_t unknown_08; // the asker's, left as it is
+};
+static_assert(sizeof(ContextEntry) == 12);
+
+struct D3DContextEntry {
+    uint32_t unknown_00; // the asker's, left as it is
+    uint32_t Handle;
+};
+static_assert(sizeof(D3DContextEntry) == 8);
+
+// KORV_DebugHelp kinds.
+enum DebugHelpKind : uint32_t {
+    DebugHelpRegisters = 1,
+    DebugHelpMemory = 3,
+};
+
+struct DebugHelpRequest {
+    uint32_t unknown_00;
+    uint32_t Kind; // DebugHelpKind
+    uint32_t ContextOrRegion;
+    uint32_t* Out; // NumberedWords of registers, or plain words of memory
+    uint32_t Count;
+    uint32_t Rest; // set to 0 when the whole local buffer was read
+};
+static_assert(sizeof(DebugHelpRequest) == 24 && offsetof(DebugHelpRequest, Rest) == 20);
+
+// Reads RegisterCount registers of the core, as they are under the request's hardware context. 1.
+uint32_t CoreRegisterRead(DriverData* driver, const ServiceRequest* request, NumberedWord* out);
+// The same of the video block.
+uint32_t VMIRegisterRead(DriverData* driver, const ServiceRequest* request, NumberedWord* out);
+// Live hardware contexts in the first block of the table.
+uint32_t GetContextNum(DriverData* driver);
+// Lists them. 1, or 0 if there are not just `count` of them.
+uint32_t GetContexts(DriverData* driver, ContextEntry* out, uint32_t count);
+// Length of lpD3DContextList.
+uint32_t GetD3DContextNum(DriverData* driver);
+// Handles of those listed contexts that are live, from the front. 1, or 0 if the list has not just
+// `count` entries.
+uint32_t GetD3DContexts(DriverData* driver, D3DContextEntry* out, uint32_t count);
+// Copies 128 of the context's render states: the first ones if `half` is 0. 1, or 0 without such a
+// context.
+uint32_t GetD3DContextState(DriverData* driver, uint32_t* out, uint32_t handle, uint32_t half);
 
 extern "C" {
 
-// The interface's version, 0x10000, or -1: no board, or a display of 8 bits.
-int32_t KORV_STDCALL KORV_Initialize(DriverData* driver);
-// Fills as much of `info` as its Size covers. `info`.
-ServiceInfo* KORV_STDCALL KORV_GetInfo(DriverData* driver, ServiceInfo* info);
-
-// Takes a DMA buffer for the client. Its index, or -1.
-int32_t KORV_STDCALL KORV_GetDMABuffer(DriverData* driver, ServiceDMABuffer* out);
-// Gives one back.
-int32_t KORV_STDCALL KORV_FreeDMABuffer(DriverData* driver, int32_t index);
-// Hands `words` words at bus address `physical` to the chip under hardware context `context`.
-int32_t KORV_STDCALL KORV_StartDMA(DriverData* driver, uint32_t context, uint32_t words,
-                                   uint32_t physical, uint32_t* linear, uint32_t reserved);
-// Blocks until all DMA handed in is done.
-int32_t KORV_STDCALL KORV_WaitForDMA(DriverData* driver);
-
-// Takes a stretch of video memory, or all of it. 0, or a HeapResult; -1 without a display.
-int32_t KORV_STDCALL KORV_AllocateVideoMemory(DriverData* driver, HeapRequest* request);
-// Gives it back. 0, or a HeapResult.
-int32_t KORV_STDCALL KORV_FreeVideoMemory(DriverData* driver, uint32_t address);
-// Copies `rect` of the screen (pixels) by the current ScreenCopyBlt, which gets the two offsets.
-int32_t KORV_STDCALL KORV_CopyBlt(DriverData* driver, const RECTL* rect, uint32_t offset0,
-                                  uint32_t offset1);
-
-// Takes the display for direct access: by DCI on `surface` if `useDCI`, within `rect` (null: all of
-// it), else by the system's Win16 lock. 6 if the client's memory was lost.
-int32_t KORV_STDCALL KORV_GetDriverLock(DriverData* driver, DCISURFACEINFO* surface,
-                                        uint32_t useDCI, const RECT* rect);
-// Gives it back.
-int32_t KORV_STDCALL KORV_FreeDriverLock(DriverData* driver, DCISURFACEINFO* surface);
-// 1 if somebody holds the lock, else 0.
-int32_t KORV_STDCALL KORV_DriverIsLocked(DriverData* driver);
-// Lets the 16-bit driver's software cursor draw again.
-int32_t KORV_STDCALL KORV_StartSoftwareCursor(DriverData* driver);
-// Keeps it off the chip.
-int32_t KORV_STDCALL KORV_StopSoftwareCursor(DriverData* driver);
-
-// Read-out of registers and contexts of the primary display by code, for debugging tools.
+// Exported. Does what ServiceRequest asks under `code`, under the Win16 lock. 0, or -1 without the
+// lock or on a refusal; of codes 7 and 8 always -1: the caller goes by the buffer.
 int32_t KORV_STDCALL KORV_Service(uint32_t code, uint32_t* request, uint32_t* buffer);
-// Read-out of registers and memory of the primary display; request[1] is the kind.
+// Exported. Reads registers or memory, under the Win16 lock. 0, or -1 without it.
 int32_t KORV_STDCALL KORV_DebugHelp(uint32_t* request);
 }

@@ -1,12 +1,11 @@
 #include "driver/texture/lut_download.h"
 
-#include "driver/core/dma.h"
+#include "driver/texture/chunked_burst.h"
 #include "driver/texture/textures_key.h"
 
 namespace {
 
-constexpr uint32_t kPaletteEntries = 256;
-constexpr uint32_t kRunWords = 64;
+constexpr int32_t kPaletteEntries = 256;
 constexpr uint32_t kSetupBytes = 128;
 
 uint32_t ImageBytes(const DDRAWI_DDRAWSURFACE_GBL* global) {
@@ -18,39 +17,14 @@ void ReadAhead(DriverData* driver) {
     ReadChip(driver->Registers, MappedOffset(tag::LBWindowBase));
 }
 
-uint32_t DisconnectRegister(const DriverData* driver) {
-    return (driver->ChipInfo->Flags & DeltaPresent) != 0 ? reg::DeltaDisconnectControl
-                                                         : reg::DisconnectControl;
-}
-
-// In FIFO mode the chip holds the bus while its FIFO is full, so that the load polls for no space.
-void BeginDisconnect(DriverData* driver, D3DContext* ctx) {
-    if (ctx->Stream.CommandMode == kCommandModeFIFO) {
-        WaitFIFOSpace(ctx, 1, 0);
-        WriteChip(driver->Registers, DisconnectRegister(driver), 1);
-    }
-}
-
-void EndDisconnect(DriverData* driver, D3DContext* ctx) {
-    if (ctx->Stream.CommandMode == kCommandModeFIFO) {
-        WriteChip(driver->Registers, DisconnectRegister(driver), 0);
-    }
-}
-
 // No space is reserved for the pairs behind the last run.
 void PassGuard(D3DContext* ctx, uint32_t pairs) {
     ctx->Stream.Guard.Allow(ctx->Stream.WritePointer + 2 * pairs);
 }
 
 void SendPalette(D3DContext* ctx, const PALETTEENTRY* palette) {
-    for (uint32_t first = 0; first != kPaletteEntries; first += kRunWords) {
-        uint32_t words[kRunWords];
-        for (uint32_t i = 0; i != kRunWords; ++i) {
-            words[i] = OpaqueChipColour(palette[first + i]);
-        }
-        ReserveSpace(ctx, 4 + 4 * kRunWords);
-        EmitHold(ctx->Stream, tag::TextureData, kRunWords, words);
-    }
+    SendRuns(ctx, tag::TextureData, kPaletteEntries,
+             ConvertedWords<PALETTEENTRY, OpaqueChipColour>(palette));
 }
 
 } // namespace
@@ -64,7 +38,7 @@ void P2LUTDownload(DriverData* driver, PrivateSurfaceData* record, D3DContext* c
     if ((surface->ddsCaps.dwCaps & DDSCAPS_NONLOCALVIDMEM) != 0) {
         if (palette != nullptr) {
             auto* to = reinterpret_cast<uint32_t*>(global->fpVidMem + imageBytes);
-            for (uint32_t i = 0; i != kPaletteEntries; ++i) {
+            for (int32_t i = 0; i != kPaletteEntries; ++i) {
                 to[i] = OpaqueChipColour(palette[i]);
             }
         }
@@ -78,14 +52,14 @@ void P2LUTDownload(DriverData* driver, PrivateSurfaceData* record, D3DContext* c
     const auto frameBuffer = reinterpret_cast<uint32_t>(driver->FrameBufferBase);
     record->LUTAddress = (imageBytes - frameBuffer + global->fpVidMem) >> 2;
     ReserveSpace(ctx, kSetupBytes);
-    BeginDisconnect(driver, ctx);
+    BeginDisconnect(ctx);
     EmitTag(ctx->Stream, tag::TextureDownloadOffset, record->LUTAddress);
     if (palette != nullptr) {
         SendPalette(ctx, palette);
     }
     PassGuard(ctx, 1);
     EmitTag(ctx->Stream, tag::WaitForCompletion, 0);
-    EndDisconnect(driver, ctx);
+    EndDisconnect(ctx);
 }
 
 void MXLUTDownload(DriverData* driver, PrivateSurfaceData* record, D3DContext* ctx,
@@ -96,7 +70,7 @@ void MXLUTDownload(DriverData* driver, PrivateSurfaceData* record, D3DContext* c
     ReadAhead(driver);
     record->LUTAddress = (ImageBytes(global) - localBuffer + global->fpVidMem) >> 2;
     ReserveSpace(ctx, kSetupBytes);
-    BeginDisconnect(driver, ctx);
+    BeginDisconnect(ctx);
     EmitTag(ctx->Stream, tag::LBWindowBase, record->LUTAddress);
     EmitTag(ctx->Stream, tag::TextureDownloadOffset, 0);
     EmitTag(ctx->Stream, tag::LBReadMode, 0);
@@ -107,5 +81,5 @@ void MXLUTDownload(DriverData* driver, PrivateSurfaceData* record, D3DContext* c
     EmitTag(ctx->Stream, tag::WaitForCompletion, 0);
     EmitTag(ctx->Stream, tag::LBReadMode, ctx->Copies.LBReadMode);
     EmitTag(ctx->Stream, tag::LBWindowBase, ctx->WindowBaseDepth);
-    EndDisconnect(driver, ctx);
+    EndDisconnect(ctx);
 }

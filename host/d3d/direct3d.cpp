@@ -266,7 +266,7 @@ HRESULT Device3D::SwapTextures(uint32_t first, uint32_t second) {
     return data.ddrval;
 }
 
-DDRAWI_DDRAWSURFACE_INT* Device3D::TextureSurface(uint32_t texture, HRESULT* result) {
+DDRAWI_DDRAWSURFACE_LCL* Device3D::TextureSurface(uint32_t texture, HRESULT* result) {
     const D3DHAL_CALLBACKS& callbacks = CallbacksOf(directDraw_);
     D3DHAL_TEXTUREGETSURFDATA data{};
     data.ddrval = DDERR_UNSUPPORTED;
@@ -278,7 +278,7 @@ DDRAWI_DDRAWSURFACE_INT* Device3D::TextureSurface(uint32_t texture, HRESULT* res
     if (result != nullptr) {
         *result = data.ddrval;
     }
-    return data.ddrval == DD_OK ? reinterpret_cast<DDRAWI_DDRAWSURFACE_INT*>(data.lpDDS) : nullptr;
+    return data.ddrval == DD_OK ? reinterpret_cast<DDRAWI_DDRAWSURFACE_LCL*>(data.lpDDS) : nullptr;
 }
 
 void Device3D::Finish() {

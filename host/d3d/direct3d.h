@@ -52,8 +52,8 @@ class Device3D {
     uint32_t CreateTexture(Surface& surface);
     HRESULT DestroyTexture(uint32_t texture);
     HRESULT SwapTextures(uint32_t first, uint32_t second);
-    // The surface object behind a texture, or null.
-    DDRAWI_DDRAWSURFACE_INT* TextureSurface(uint32_t texture, HRESULT* result = nullptr);
+    // The local surface object behind a texture, or null.
+    DDRAWI_DDRAWSURFACE_LCL* TextureSurface(uint32_t texture, HRESULT* result = nullptr);
 
     // Ends an open scene, and waits until every word has been executed.
     void Finish();

@@ -14,8 +14,8 @@ constexpr uint32_t kProcessId = 1;
 constexpr uint32_t kAgpBusAddress = 0x80000000;
 // Where the image base register counts in steps of 8192 bytes.
 constexpr uint32_t kGlintFlipAlignment = 8192;
-// A surface that is never free within this many milliseconds is a fault of somebody's.
-constexpr int kFinishPatience = 10000;
+// Of one surface in system memory.
+constexpr uint64_t kMaxSystemBytes = 256u << 20;
 
 template <class Object>
 uint32_t AddressOf(Object* object) {
@@ -207,6 +207,10 @@ HRESULT DirectDraw::CreateSurface(const SurfaceRequest& wanted, Surface** out) {
     }
 
     std::vector<std::unique_ptr<Surface>> list = NewList(request);
+    if (uint64_t{static_cast<uint32_t>(list.front()->Pitch())} * request.height > kMaxSystemBytes &&
+        (system || request.allowSystemMemory)) {
+        return DDERR_OUTOFMEMORY;
+    }
     HRESULT result = system ? HRESULT{DD_OK} : CreateInDriver(request, list);
     if (result == DDERR_OUTOFVIDEOMEMORY && request.allowSystemMemory && !primary) {
         request.caps &= ~(DDSCAPS_VIDEOMEMORY | DDSCAPS_LOCALVIDMEM | DDSCAPS_NONLOCALVIDMEM);
@@ -723,22 +727,16 @@ void DirectDraw::LoadTexture(Surface& texture, Surface& source) {
     for (size_t level = 0; level < levels; ++level) {
         Surface& to = level == 0 ? texture : *texture.chain_[level - 1];
         Surface& from = level == 0 ? source : *source.chain_[level - 1];
-        const HalAnswer answer = Blt(to, WholeOf(to), from, WholeOf(from));
+        const HalAnswer answer =
+            Patiently([&] { return Blt(to, WholeOf(to), from, WholeOf(from)); });
         Check("loading a texture", answer.handled ? answer.result : DDERR_UNSUPPORTED);
     }
 }
 
 void DirectDraw::Finish(Surface& surface) {
-    for (int i = 0; i < kFinishPatience; ++i) {
-        const HalAnswer answer = Lock(surface, nullptr);
-        if (answer.result != DDERR_WASSTILLDRAWING) {
-            Check("locking a surface", answer.handled ? answer.result : DDERR_UNSUPPORTED);
-            display_.Board().Drain();
-            return;
-        }
-        display_.Board().Advance(1000);
-    }
-    throw ResultError("a surface stayed busy", DDERR_WASSTILLDRAWING);
+    const HalAnswer answer = Patiently([&] { return Lock(surface, nullptr); });
+    Check("locking a surface", answer.handled ? answer.result : DDERR_UNSUPPORTED);
+    display_.Board().Drain();
 }
 
 void DirectDraw::ChangeMode(uint32_t width, uint32_t height, uint32_t bits) {

@@ -92,8 +92,21 @@ class DirectDraw {
     HalAnswer GetScanLine(uint32_t* line);
     HalAnswer GetDriverInfo(const GUID& guid, void* data, uint32_t bytes, uint32_t* actual);
 
-    // Copies a system-memory surface into a texture level by level, through Blt. Throws
-    // ResultError.
+    // Repeats a call above while the driver is busy with a flip, and lets the board's clock run in
+    // between. The last answer.
+    template <class Call>
+    HalAnswer Patiently(Call call) {
+        HalAnswer answer = call();
+        for (int i = 0; i < kPatience && answer.handled && answer.result == DDERR_WASSTILLDRAWING;
+             ++i) {
+            display_.Board().Advance(1000);
+            answer = call();
+        }
+        return answer;
+    }
+
+    // Copies a system-memory surface into a texture level by level, through Blt, with patience.
+    // Throws ResultError.
     void LoadTexture(Surface& texture, Surface& source);
 
     // Locks the surface with waiting, again and again while the driver is busy with a flip, and
@@ -111,6 +124,9 @@ class DirectDraw {
     const std::vector<std::unique_ptr<Surface>>& Surfaces() const { return surfaces_; }
 
   private:
+    // A surface that is never free within this many milliseconds is a fault of somebody's.
+    static constexpr int kPatience = 10000;
+
     struct PaletteObject;
 
     std::unique_ptr<Surface> NewSurface(const SurfaceRequest& request, uint32_t level);

@@ -31,14 +31,19 @@ constexpr uint16_t kFlagRelocationsStripped = 0x1, kFlagDll = 0x2000;
 constexpr uint16_t kMagic32 = 0x10B;
 constexpr uint32_t kEntryAt = 16, kImageBaseAt = 28, kImageBytesAt = 56, kHeaderBytesAt = 60;
 constexpr uint32_t kDirectoryCountAt = 92, kDirectoriesAt = 96;
-enum Directory : uint32_t { ExportDirectory = 0, ImportDirectory = 1, RelocationDirectory = 5 };
+enum Directory : uint32_t {
+    ExportDirectory = 0,
+    ImportDirectory = 1,
+    RelocationDirectory = 5,
+    ThreadDirectory = 9,
+};
 // Section headers.
 constexpr uint32_t kSectionHeaderBytes = 40;
 constexpr uint32_t kVirtualBytesAt = 8, kVirtualAt = 12, kFileBytesAt = 16, kFileAt = 20,
                    kSectionFlagsAt = 36;
 constexpr uint32_t kExecute = 0x20000000, kWrite = 0x80000000;
 // Import descriptors.
-constexpr uint32_t kDescriptorBytes = 20, kDllNameAt = 12, kThunksAt = 16;
+constexpr uint32_t kDescriptorBytes = 20, kNamesAt = 0, kDllNameAt = 12, kThunksAt = 16;
 constexpr uint32_t kByOrdinal = 0x80000000;
 // Export directory.
 constexpr uint32_t kOrdinalBaseAt = 16, kFunctionCountAt = 20, kFunctionsAt = 28;
@@ -137,19 +142,25 @@ void Image::ReadHeaders(const std::vector<uint8_t>& file) {
                      : std::pair(0u, 0u);
     };
     if (const auto [at, size] = directory(ExportDirectory); at != 0) {
-        ReadExports(at);
+        ReadExports(at, size);
+    }
+    if (directory(ThreadDirectory).first != 0) {
+        Fail("wants storage of its own for each thread, which this host does not give");
     }
     if (const auto [at, size] = directory(ImportDirectory); at != 0) {
         ReadImports(at);
     }
     if (const auto [at, size] = directory(RelocationDirectory); at != 0) {
+        if (size > bytes || at > bytes - size) {
+            Fail("its relocations lead out of the image");
+        }
         ReadRelocations(at, size);
     } else {
         relocatable_ = false;
     }
 }
 
-void Image::ReadExports(uint32_t directory) {
+void Image::ReadExports(uint32_t directory, uint32_t bytes) {
     const auto first = Read<uint32_t>(contents_, directory + kOrdinalBaseAt);
     const auto count = Read<uint32_t>(contents_, directory + kFunctionCountAt);
     const auto functions = Read<uint32_t>(contents_, directory + kFunctionsAt);
@@ -162,6 +173,9 @@ void Image::ReadExports(uint32_t directory) {
         if (function >= Bytes()) {
             Fail("an export leads out of the image");
         }
+        if (function - directory < bytes) {
+            Fail("an export is another library's");
+        }
         exports_[first + i] = function;
     }
 }
@@ -171,7 +185,10 @@ void Image::ReadImports(uint32_t directory) {
          at += kDescriptorBytes) {
         const std::string dll = ReadName(Read<uint32_t>(contents_, at + kDllNameAt));
         uint32_t slot = Read<uint32_t>(contents_, at + kThunksAt);
-        for (; const auto name = Read<uint32_t>(contents_, slot); slot += 4) {
+        // The slots may hold addresses of another system already; the other table keeps the names.
+        const auto names = Read<uint32_t>(contents_, at + kNamesAt);
+        uint32_t look = names != 0 ? names : slot;
+        for (; const auto name = Read<uint32_t>(contents_, look); look += 4, slot += 4) {
             if ((name & kByOrdinal) != 0) {
                 Fail("imports " + dll + " by ordinal, which differs between systems");
             }
@@ -180,6 +197,7 @@ void Image::ReadImports(uint32_t directory) {
             if (address == nullptr) {
                 Fail("needs " + function + " of " + dll + ", which this host does not have");
             }
+            Read<uint32_t>(contents_, slot);
             bindings_.push_back({slot, address});
         }
     }

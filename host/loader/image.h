@@ -52,7 +52,7 @@ class Image {
     void ReadHeaders(const std::vector<uint8_t>& file);
     void ReadImports(uint32_t directory);
     void ReadRelocations(uint32_t directory, uint32_t bytes);
-    void ReadExports(uint32_t directory);
+    void ReadExports(uint32_t directory, uint32_t bytes);
     void Reserve();
     void Protect();
 

@@ -1,6 +1,6 @@
 #pragma once
-// As much of x86 machine code as it takes to tell what an instruction does to the one word of
-// memory that it has just faulted on.
+// As much of x86 machine code as it takes to tell what an instruction does to the memory that it
+// has just faulted on.
 #include <cstdint>
 
 namespace host::loader {
@@ -11,14 +11,17 @@ struct MemoryAccess {
         LoadRegister,   // the word goes to `reg`
         StoreRegister,  // `reg` goes to the word
         StoreImmediate, // `immediate` goes to the word
-        Store,          // the word is written and was not read
+        MoveString,     // one round of movs, 32 bits
+        StoreString,    // one round of stos, 32 bits
+        Store,          // the operand is written and was not read
         Other,          // only the processor knows
     };
     Kind kind = Kind::Other;
-    bool is32Bit = true; // the access is one of 32 bits
-    uint32_t reg = 0;    // of the first two
-    uint32_t immediate = 0;
-    uint32_t bytes = 0; // length of the instruction, for the first three
+    uint32_t width = 0;     // bytes of the operand in memory: 1, 2, 4 or 8; 0 for any other
+    uint32_t reg = 0;       // of the first two
+    uint32_t immediate = 0; // of the third
+    bool repeats = false;   // a string instruction that counts ecx down
+    uint32_t bytes = 0;     // length of the instruction, for all kinds but the last two
 };
 
 // Looks at the instruction at `code`.

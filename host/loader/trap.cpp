@@ -5,6 +5,7 @@
 
 #include "host/loader/instruction.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -27,7 +28,7 @@ static_assert(kApertureBytes % kPage == 0);
 // The board draws on it.
 constexpr size_t kHandlerStackBytes = 1u << 20;
 constexpr greg_t kWriteFault = 2; // in the processor's error code
-constexpr greg_t kTrapFlag = 0x100;
+constexpr greg_t kTrapFlag = 0x100, kDirectionFlag = 0x400;
 
 struct Aperture {
     uint8_t* base = nullptr;
@@ -39,6 +40,7 @@ Aperture apertures[kMaxApertures];
 struct Step {
     const Aperture* aperture = nullptr;
     uint32_t offset = 0;
+    uint32_t words = 0;
     bool writes = false;
 };
 thread_local Step step;
@@ -87,13 +89,103 @@ greg_t& Register(ucontext_t* context, uint32_t code) {
     return context->uc_mcontext.gregs[kIndex[code]];
 }
 
+constexpr uint32_t kEsi = 6, kEdi = 7, kEcx = 1, kEax = 0;
+
+uint32_t LoadWord(uint32_t address, uint32_t instruction) {
+    const void* const at = reinterpret_cast<const void*>(address);
+    if (const Aperture* aperture = Find(at)) {
+        const auto offset = address - reinterpret_cast<uintptr_t>(aperture->base);
+        if (offset % 4 != 0) {
+            Die("a load across words", offset, instruction);
+        }
+        return Read(*aperture, offset);
+    }
+    uint32_t value;
+    std::memcpy(&value, at, 4);
+    return value;
+}
+
+void StoreWord(uint32_t address, uint32_t value, uint32_t instruction) {
+    void* const at = reinterpret_cast<void*>(address);
+    if (const Aperture* aperture = Find(at)) {
+        const auto offset = address - reinterpret_cast<uintptr_t>(aperture->base);
+        if (offset % 4 != 0) {
+            Die("a store across words", offset, instruction);
+        }
+        Write(*aperture, offset, value);
+    } else {
+        std::memcpy(at, &value, 4);
+    }
+}
+
+// One round of movs or stos; whichever of its two places is an aperture.
+void StringRound(const MemoryAccess& access, ucontext_t* context, uint32_t instruction) {
+    const bool moves = access.kind == MemoryAccess::Kind::MoveString;
+    greg_t &source = Register(context, kEsi), &dest = Register(context, kEdi);
+    const greg_t onward = (context->uc_mcontext.gregs[REG_EFL] & kDirectionFlag) != 0 ? -4 : 4;
+    StoreWord(static_cast<uint32_t>(dest),
+              moves ? LoadWord(static_cast<uint32_t>(source), instruction)
+                    : static_cast<uint32_t>(Register(context, kEax)),
+              instruction);
+    dest += onward;
+    source += moves ? onward : 0;
+    // With rounds left the same instruction comes back with its next fault.
+    if (!access.repeats || --Register(context, kEcx) == 0) {
+        context->uc_mcontext.gregs[REG_EIP] += static_cast<greg_t>(access.bytes);
+    }
+}
+
+// Opens the pages and lets the processor make the access; what was written is taken from there.
+void StartStep(const Aperture& aperture, uint32_t offset, const MemoryAccess& access,
+               ucontext_t* context, uint32_t instruction) {
+    greg_t* registers = context->uc_mcontext.gregs;
+    // Bit of the processor's error code that is set for stores, also of what loads first.
+    const bool writes = (registers[REG_ERR] & kWriteFault) != 0;
+    if (step.aperture != nullptr) {
+        Die("an instruction on two apertures", offset, instruction);
+    }
+    if (access.width == 0) {
+        Die("an instruction that no register takes", offset, instruction);
+    }
+    if (writes && access.width < 4) {
+        Die("a store that is not of 32 bits", offset, instruction);
+    }
+    const uint32_t first = offset & ~3u;
+    if (offset % 4 + std::min(access.width, 4u) > 4 || first + access.width > kApertureBytes) {
+        Die(writes ? "a store across words" : "a load across words", offset, instruction);
+    }
+    const uint32_t words = (access.width + 3) / 4;
+    mprotect(aperture.base, kApertureBytes, PROT_READ | PROT_WRITE);
+    if (!writes || access.kind != MemoryAccess::Kind::Store) {
+        for (uint32_t i = 0; i < words; ++i) {
+            const uint32_t value = Read(aperture, first + 4 * i);
+            std::memcpy(aperture.base + first + 4 * i, &value, 4);
+        }
+    }
+    step = {&aperture, first, words, writes};
+    registers[REG_EFL] |= kTrapFlag;
+}
+
 void Access(const Aperture& aperture, uint32_t offset, ucontext_t* context) {
     using Kind = MemoryAccess::Kind;
     greg_t* registers = context->uc_mcontext.gregs;
     const auto instruction = static_cast<uint32_t>(registers[REG_EIP]);
     const MemoryAccess access = DecodeAccess(reinterpret_cast<const uint8_t*>(instruction));
-    if (!access.is32Bit || offset % 4 != 0) {
-        Die("an access that is not of 32 bits", offset, instruction);
+    switch (access.kind) {
+    case Kind::MoveString:
+    case Kind::StoreString:
+        StringRound(access, context, instruction);
+        return;
+    case Kind::Store:
+    case Kind::Other:
+        StartStep(aperture, offset, access, context, instruction);
+        return;
+    default:
+        break;
+    }
+    if (offset % 4 != 0) {
+        Die(access.kind == Kind::LoadRegister ? "a load across words" : "a store across words",
+            offset, instruction);
     }
     switch (access.kind) {
     case Kind::LoadRegister:
@@ -102,22 +194,9 @@ void Access(const Aperture& aperture, uint32_t offset, ucontext_t* context) {
     case Kind::StoreRegister:
         Write(aperture, offset, static_cast<uint32_t>(Register(context, access.reg)));
         break;
-    case Kind::StoreImmediate:
+    default:
         Write(aperture, offset, access.immediate);
         break;
-    case Kind::Store:
-    case Kind::Other: {
-        // The processor makes the access on the open page; what was written is taken from there.
-        const bool writes = (registers[REG_ERR] & kWriteFault) != 0;
-        mprotect(aperture.base, kApertureBytes, PROT_READ | PROT_WRITE);
-        if (!writes || access.kind == Kind::Other) {
-            const uint32_t value = Read(aperture, offset);
-            std::memcpy(aperture.base + offset, &value, 4);
-        }
-        step = {&aperture, offset, writes};
-        registers[REG_EFL] |= kTrapFlag;
-        return;
-    }
     }
     registers[REG_EIP] += static_cast<greg_t>(access.bytes);
 }
@@ -141,11 +220,11 @@ void OnStep(int, siginfo_t*, void* context) {
         const Step done = step;
         step = {};
         static_cast<ucontext_t*>(context)->uc_mcontext.gregs[REG_EFL] &= ~kTrapFlag;
-        uint32_t value;
-        std::memcpy(&value, done.aperture->base + done.offset, 4);
+        uint32_t values[2] = {};
+        std::memcpy(values, done.aperture->base + done.offset, 4 * done.words);
         mprotect(done.aperture->base, kApertureBytes, PROT_NONE);
-        if (done.writes) {
-            Write(*done.aperture, done.offset, value);
+        for (uint32_t i = 0; done.writes && i < done.words; ++i) {
+            Write(*done.aperture, done.offset + 4 * i, values[i]);
         }
     } else {
         sigaction(SIGTRAP, &previous.trap, nullptr);

@@ -56,15 +56,16 @@ TEST(Aperture, FaultsDescribeThemselves) {
 
 TEST(Aperture, UnitsThatAreNotModelledAreCountedWhenAskedFor) {
     rig::Rig r;
-    r.Send({{tag::DrawTriangle, 0x40}, {tag::DrawLine01, 0}, {tag::Render, 0x00}});
-    r.Send({{tag::Render, 0x80}, {tag::Render, 0x1040}, {tag::Render, 0x2040}});
-    EXPECT_EQ(r.board.FaultReport().unmodelled.count("texture unit"), 0u)
-        << "the texture bit alone asks for nothing";
-    r.Send({{tag::TextureReadMode, 1}, {tag::Render, 0x2040}, {tag::TextureReadMode, 0}});
-    r.Send({{tag::FBReadMode, 0x202}, {tag::Render, 0x40}});
-    const std::map<std::string, uint64_t> expected = {
-        {"setup unit", 2},         {"lines", 1},       {"points", 1}, {"copy", 1},
-        {"host data download", 1}, {"texture unit", 1}};
+    r.Send({{tag::DrawTriangle, 0x40}, {tag::DrawLine01, 0}, {tag::Render, 0xC0}});
+    r.Send({{tag::LineStippleMode, 1}, {tag::Render, 0x00}, {tag::LineStippleMode, 0}});
+    r.Send({{tag::Render, 0x840}, {tag::Render, 0x1000}});
+    r.Send({{tag::FBReadMode, 0x202}, {tag::Render, 0x1040}});
+    const std::map<std::string, uint64_t> expected = {{"setup unit", 2},
+                                                      {"primitive 3", 1},
+                                                      {"line stipple", 1},
+                                                      {"copy with host data", 1},
+                                                      {"bit masks from the host", 1},
+                                                      {"host data for lines and points", 1}};
     EXPECT_EQ(r.board.FaultReport().unmodelled, expected);
 }
 

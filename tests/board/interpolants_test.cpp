@@ -130,6 +130,13 @@ TEST(Interpolants, FlatColourComesFromTheConstantOrTheColourRegister) {
     EXPECT_EQ(r.Pixel(0, 0), 0x11223344u);
 }
 
+TEST(Interpolants, WithoutTheColourUnitTheColourSentLastHolds) {
+    rig::Rig r;
+    r.Send({{tag::Color, 0x55667788}, {tag::ConstantColor, 0x11223344}});
+    r.Rectangle(0, 0, 1, 1);
+    EXPECT_EQ(r.Pixel(0, 0), 0x11223344u);
+}
+
 TEST(Interpolants, DepthPairHasSixteenFractionBits) {
     board::RegisterFile registers;
     registers.Set(tag::ZStartU, 0xFFFFFFFE);

@@ -149,19 +149,118 @@ TEST_F(TrapTest, TwoAperturesHaveABusEach) {
     EXPECT_THAT(otherLog, ElementsAre("w 28 2"));
 }
 
+TEST_F(TrapTest, StringInstructionsMoveBetweenAperturesAndBackwards) {
+    auto other = std::make_unique<Registers>();
+    std::vector<std::string> otherLog;
+    const TrappedAperture second(&other->registers, BusOf(&otherLog));
+    const void* from = memory->registers.bytes + 0x40;
+    void* to = other->registers.bytes + 0x80;
+    size_t count = 2;
+    asm volatile("rep movsl" : "+D"(to), "+S"(from), "+c"(count) : : "memory");
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(from, memory->registers.bytes + 0x48);
+    EXPECT_EQ(to, other->registers.bytes + 0x88);
+    EXPECT_THAT(log, ElementsAre("r 40 140", "r 44 144"));
+    EXPECT_THAT(otherLog, ElementsAre("w 80 140", "w 84 144"));
+
+    log.clear();
+    uint32_t words[2] = {};
+    from = memory->registers.bytes + 0x14;
+    to = words + 1;
+    count = 2;
+    asm volatile("std\n\trep movsl\n\tcld" : "+D"(to), "+S"(from), "+c"(count) : : "memory", "cc");
+    EXPECT_THAT(log, ElementsAre("r 14 114", "r 10 110"));
+    EXPECT_THAT(words, ElementsAre(0x110, 0x114));
+
+    // Within one aperture, and without a count.
+    log.clear();
+    from = memory->registers.bytes + 0x18;
+    to = memory->registers.bytes + 0x2000;
+    asm volatile("movsl\n\tmovl $7, %%eax\n\tstosl" : "+D"(to), "+S"(from) : : "memory", "eax");
+    EXPECT_THAT(log, ElementsAre("r 18 118", "f 0 118", "f 0 7"));
+    EXPECT_EQ(to, memory->registers.bytes + 0x2008);
+}
+
+TEST_F(TrapTest, LoadsOfFewerBitsReadTheirWord) {
+    uint32_t a, b, c, d;
+    uint8_t byte;
+    asm volatile("movzbl 0x101(%5), %0\n\tmovzwl 0x102(%5), %1\n\tmovsbl 0x100(%5), %2\n\t"
+                 "movw 0x100(%5), %w3\n\tmovb 0x101(%5), %4"
+                 : "=&r"(a), "=&r"(b), "=&r"(c), "=&r"(d), "=&q"(byte)
+                 : "r"(memory->registers.bytes)
+                 : "memory");
+    // The register at 0x100 reads 0x200.
+    EXPECT_EQ(a, 2u);
+    EXPECT_EQ(b, 0u);
+    EXPECT_EQ(c, 0u);
+    EXPECT_EQ(d & 0xFFFF, 0x200u);
+    EXPECT_EQ(byte, 2);
+    bool set;
+    asm volatile("testb $2, 0x101(%1)\n\tsetne %0"
+                 : "=q"(set)
+                 : "r"(memory->registers.bytes)
+                 : "cc", "memory");
+    EXPECT_TRUE(set);
+    EXPECT_THAT(log, testing::AllOf(testing::SizeIs(6), testing::Each("r 100 200")));
+}
+
+TEST_F(TrapTest, AccessesOf64BitsAreTwoInOrder) {
+    const uint64_t value = 0x1122334455667788;
+    uint64_t back = 0;
+    asm volatile("fildll %1\n\tfistpll 0x2010(%0)" : : "r"(memory->registers.bytes), "m"(value));
+    asm volatile("fildll 0x40(%1)\n\tfistpll %0" : "=m"(back) : "r"(memory->registers.bytes));
+    EXPECT_EQ(back, 0x0000014400000140u);
+    asm volatile("fld1\n\tfstpl 0x30(%0)" : : "r"(memory->registers.bytes) : "memory");
+    EXPECT_THAT(log, ElementsAre("f 0 55667788", "f 0 11223344", "r 40 140", "r 44 144", "w 30 0",
+                                 "w 34 3ff00000"));
+}
+
+TEST_F(TrapTest, ArithmeticWithAWordReadsIt) {
+    uint32_t product = 3, bit, old = 2;
+    float sum = 0;
+    asm volatile("imull 0x10(%1), %0" : "+r"(product) : "r"(memory->registers.bytes) : "cc");
+    asm volatile("bsfl 0x100(%1), %0" : "=r"(bit) : "r"(memory->registers.bytes) : "cc");
+    asm volatile("xaddl %0, 0x20(%1)" : "+r"(old) : "r"(memory->registers.bytes) : "memory", "cc");
+    asm volatile("lock btsl $0, 0x28(%0)" : : "r"(memory->registers.bytes) : "memory", "cc");
+    asm volatile("fildl 0x30(%1)\n\tfstps %0" : "=m"(sum) : "r"(memory->registers.bytes));
+    EXPECT_EQ(product, 0x330u);
+    EXPECT_EQ(bit, 9u);
+    EXPECT_EQ(old, 0x120u);
+    EXPECT_EQ(sum, 304.0f);
+    EXPECT_THAT(log, ElementsAre("r 10 110", "r 100 200", "r 20 120", "w 20 122", "r 28 128",
+                                 "w 28 129", "r 30 130"));
+}
+
 using TrapDeathTest = TrapTest;
 
-TEST_F(TrapDeathTest, AnAccessOfAnotherSizeEndsTheProgram) {
+TEST_F(TrapDeathTest, WhatARegisterCannotTakeEndsTheProgram) {
     EXPECT_DEATH(*reinterpret_cast<volatile uint8_t*>(memory->registers.bytes + 0x30) = 1,
-                 "not of 32 bits at offset 0030");
+                 "a store that is not of 32 bits at offset 0030");
     EXPECT_DEATH(*reinterpret_cast<volatile uint16_t*>(memory->registers.bytes + 0x30) = 1,
-                 "not of 32 bits");
+                 "a store that is not of 32 bits");
+    EXPECT_DEATH(asm volatile("orb $1, 0x30(%0)"
+                              :
+                              : "r"(memory->registers.bytes)
+                              : "memory"),
+                 "a store that is not of 32 bits");
+    EXPECT_DEATH(asm volatile("fnstcw 0x30(%0)"
+                              :
+                              : "r"(memory->registers.bytes)
+                              : "memory"),
+                 "a store that is not of 32 bits");
     EXPECT_DEATH(*reinterpret_cast<volatile uint32_t*>(memory->registers.bytes + 0x32) = 1,
-                 "not of 32 bits");
-    EXPECT_DEATH(asm volatile("fldz\n\tfstpl 0x30(%0)"
+                 "a store across words at offset 0032");
+    EXPECT_DEATH((void)*reinterpret_cast<volatile uint32_t*>(memory->registers.bytes + 0x31),
+                 "a load across words at offset 0031");
+    EXPECT_DEATH(asm volatile("movzwl 0x33(%0), %%eax"
+                              :
+                              : "r"(memory->registers.bytes)
+                              : "eax"),
+                 "a load across words at offset 0033");
+    EXPECT_DEATH(asm volatile("fld1\n\tfstpt 0x30(%0)"
                               :
                               : "r"(memory->registers.bytes)),
-                 "not of 32 bits");
+                 "an instruction that no register takes at offset 0030");
 }
 
 TEST_F(TrapDeathTest, AFaultElsewhereIsNotTheTraps) {
@@ -198,10 +297,54 @@ TEST(DecodeAccess, TellsTheLengthOfPlainMoves) {
         const MemoryAccess access = DecodeAccess(code.data());
         EXPECT_EQ(access.kind, row.kind);
         EXPECT_EQ(access.bytes, row.bytes);
-        EXPECT_TRUE(access.is32Bit);
+        EXPECT_EQ(access.width, 4u);
         if (row.kind == Kind::StoreImmediate) {
             EXPECT_EQ(access.immediate, 0x04030201u);
         }
+    }
+}
+
+TEST(DecodeAccess, TellsTheWidthOfEveryOtherForm) {
+    using Kind = MemoryAccess::Kind;
+    struct Row {
+        std::vector<uint8_t> code;
+        Kind kind;
+        uint32_t width;
+    };
+    const Row rows[] = {
+        {{0x88, 0x10}, Kind::Store, 1},             // mov %dl,(%eax)
+        {{0x66, 0x89, 0x10}, Kind::Store, 2},       // mov %dx,(%eax)
+        {{0x67, 0x89, 0x10}, Kind::Store, 4},       // mov %edx,(%bx,%si)
+        {{0x8A, 0x10}, Kind::Other, 1},             // mov (%eax),%dl
+        {{0x66, 0x8B, 0x10}, Kind::Other, 2},       // mov (%eax),%dx
+        {{0xA0, 0, 0, 0, 0}, Kind::Other, 1},       // mov 0,%al
+        {{0xC6, 0x00, 1}, Kind::Store, 1},          // movb $1,(%eax)
+        {{0x66, 0xC7, 0x00, 1, 0}, Kind::Store, 2}, // movw $1,(%eax)
+        {{0x8C, 0x18}, Kind::Store, 2},             // mov %ds,(%eax)
+        {{0x8F, 0x00}, Kind::Store, 4},             // popl (%eax)
+        {{0x83, 0x08, 1}, Kind::Other, 4},          // orl $1,(%eax)
+        {{0x80, 0x08, 1}, Kind::Other, 1},          // orb $1,(%eax)
+        {{0x0F, 0xB6, 0x10}, Kind::Other, 1},       // movzbl (%eax),%edx
+        {{0x0F, 0xBF, 0x10}, Kind::Other, 2},       // movswl (%eax),%edx
+        {{0x0F, 0xAF, 0x10}, Kind::Other, 4},       // imul (%eax),%edx
+        {{0x0F, 0x94, 0x00}, Kind::Store, 1},       // sete (%eax)
+        {{0x0F, 0xC7, 0x08}, Kind::Other, 8},       // cmpxchg8b (%eax)
+        {{0xD8, 0x00}, Kind::Other, 4},             // fadds (%eax)
+        {{0xDD, 0x18}, Kind::Store, 8},             // fstpl (%eax)
+        {{0xDF, 0x38}, Kind::Store, 8},             // fistpll (%eax)
+        {{0xDB, 0x38}, Kind::Other, 0},             // fstpt (%eax)
+        {{0xD9, 0x38}, Kind::Store, 2},             // fnstcw (%eax)
+        {{0xF3, 0xA7}, Kind::Other, 0},             // repz cmpsl
+        {{0xFF, 0x30}, Kind::Other, 4},             // pushl (%eax)
+        {{0xFF, 0x18}, Kind::Other, 0},             // lcall (%eax)
+        {{0xD7}, Kind::Other, 1},                   // xlat
+    };
+    for (const Row& row : rows) {
+        std::vector<uint8_t> code = row.code;
+        code.resize(16);
+        const MemoryAccess access = DecodeAccess(code.data());
+        EXPECT_EQ(access.kind, row.kind) << testing::PrintToString(row.code);
+        EXPECT_EQ(access.width, row.width) << testing::PrintToString(row.code);
     }
 }
 

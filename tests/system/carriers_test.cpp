@@ -25,11 +25,12 @@ std::vector<Triangle3> Mixture() {
 
 constexpr Carrier kCarriers[] = {{true, 8}, {false, 2}, {false, 8}, {false, 32}};
 
-class CarrierTest : public testing::TestWithParam<uint32_t> {
+class CarrierTest : public testing::TestWithParam<TestBoard> {
   protected:
     std::vector<uint8_t> PictureBy(const Carrier& carrier, const board::Timing& timing = {},
                                    const std::map<std::string, std::string>& registry = {}) {
-        Stage stage({.deviceId = GetParam(),
+        Stage stage({.deviceId = GetParam().deviceId,
+                     .delta = GetParam().delta,
                      .bits = 16,
                      .carrier = carrier,
                      .timing = timing,
@@ -41,8 +42,8 @@ class CarrierTest : public testing::TestWithParam<uint32_t> {
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Chips, CarrierTest, testing::ValuesIn(kHostSetupChips),
-                         [](const auto& info) { return ChipName(info.param); });
+INSTANTIATE_TEST_SUITE_P(Chips, CarrierTest, testing::ValuesIn(kTestBoards),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST_P(CarrierTest, ThePictureIsTheSameByEveryRoad) {
     const auto first = PictureBy(kCarriers[0]);

@@ -12,11 +12,12 @@ using namespace test;
 
 constexpr double kColourTolerance = 2;
 
-class PictureTest : public testing::TestWithParam<uint32_t> {
+class PictureTest : public testing::TestWithParam<TestBoard> {
   protected:
     // Draws the list on the chip and by the reference, and compares both ways.
     void Check(const std::vector<Triangle3>& list, uint32_t background = 0, bool interiors = true) {
-        Stage stage({.deviceId = GetParam(), .background = background});
+        Stage stage(
+            {.deviceId = GetParam().deviceId, .delta = GetParam().delta, .background = background});
         stage.Draw(list);
         const Image picture = stage.Picture();
         EXPECT_EQ(stage.Faults(), "");
@@ -32,14 +33,14 @@ class PictureTest : public testing::TestWithParam<uint32_t> {
             EXPECT_EQ(inside.bad, 0u) << inside.first;
         }
     }
-    bool IsPermedia() const { return GetParam() == DevicePermedia; }
+    bool IsPermedia() const { return GetParam().IsPermedia(); }
 };
 
-std::string NameOf(const testing::TestParamInfo<uint32_t>& info) {
-    return ChipName(info.param);
+std::string NameOf(const testing::TestParamInfo<TestBoard>& info) {
+    return info.param.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Chips, PictureTest, testing::ValuesIn(kHostSetupChips), NameOf);
+INSTANTIATE_TEST_SUITE_P(Chips, PictureTest, testing::ValuesIn(kTestBoards), NameOf);
 
 TEST_P(PictureTest, GouraudTriangles) {
     Check(GentleTriangles(40, 70, 1, {}));
@@ -153,21 +154,28 @@ TEST_P(PictureTest, AlphaBlendingWithEachPairThatTheChipHas) {
     }
 }
 
-TEST_P(PictureTest, StippledAlphaScreensByTheBottomVertex) {
+TEST_P(PictureTest, StippledAlphaScreensByTheBottomVertexOrWithASetupUnitByTheFirst) {
     std::vector<Triangle3> list;
     for (uint32_t i = 0; i < 16; ++i) {
         const float x = 10 + 75.0f * (i % 4);
         const float y = 6 + 58.0f * (i / 4);
-        const Vertex a{x, y, 0.5f, 0x00404040}, b{x + 70, y + 4, 0.5f, 0x90404040};
+        const Vertex a{x, y, 0.5f, (15 - i) << 28 | 0x404040}, b{x + 70, y + 4, 0.5f, 0x90404040};
         const Vertex c{x + 30, y + 52, 0.5f, i << 28 | 0x40E0C0};
-        list.push_back({a, b, c, {.gouraud = false, .stippledAlpha = true}});
+        // With a setup unit, flat triangles without depth are filled as blocks, never stippled.
+        list.push_back({a,
+                        b,
+                        c,
+                        {.gouraud = false,
+                         .zEnable = GetParam().HasSetupUnit(),
+                         .zFunc = D3DCMP_ALWAYS,
+                         .stippledAlpha = true}});
     }
     // Screen-door pixels are single: each must sit where the pattern says, edges aside.
-    Stage stage({.deviceId = GetParam()});
+    Stage stage({.deviceId = GetParam().deviceId, .delta = GetParam().delta});
     stage.Draw(list);
     const Image picture = stage.Picture();
     EXPECT_EQ(stage.Faults(), "");
-    Reference reference(320, 240, 0);
+    Reference reference(320, 240, 0, {.stipplesByFirst = GetParam().HasSetupUnit()});
     for (const Triangle3& t : list) {
         reference.Draw(t);
     }
@@ -191,7 +199,7 @@ TEST_P(PictureTest, SharedEdgesNeitherCrackNorOverlap) {
     // Each sliver adds 0x08 to what is there: a crack stays black, an overlap is twice as bright.
     const auto list = Slivers(180, 110, 15, 0xFF080808,
                               {.blend = true, .source = D3DBLEND_ONE, .dest = D3DBLEND_ONE});
-    Stage stage({.deviceId = GetParam()});
+    Stage stage({.deviceId = GetParam().deviceId, .delta = GetParam().delta});
     stage.Draw(list);
     const Image picture = stage.Picture();
     uint32_t inside = 0;
@@ -210,20 +218,19 @@ TEST_P(PictureTest, SharedEdgesNeitherCrackNorOverlap) {
     EXPECT_GT(inside, 30000u);
 }
 
-class DepthOfColour : public testing::TestWithParam<std::tuple<uint32_t, uint32_t>> {};
+class DepthOfColour : public testing::TestWithParam<std::tuple<TestBoard, uint32_t>> {};
 
 INSTANTIATE_TEST_SUITE_P(Chips, DepthOfColour,
-                         testing::Combine(testing::ValuesIn(kHostSetupChips),
-                                          testing::Values(8u, 16u)),
+                         testing::Combine(testing::ValuesIn(kTestBoards), testing::Values(8u, 16u)),
                          [](const auto& info) {
-                             return ChipName(std::get<0>(info.param)) + "_" +
+                             return std::string(std::get<0>(info.param).name) + "_" +
                                     std::to_string(std::get<1>(info.param)) + "bits";
                          });
 
 TEST_P(DepthOfColour, TheSameTrianglesInFewerColours) {
-    const auto [device, bits] = GetParam();
+    const auto [board, bits] = GetParam();
     const auto list = GentleTriangles(30, 75, 16, {});
-    Stage stage({.deviceId = device, .bits = bits});
+    Stage stage({.deviceId = board.deviceId, .delta = board.delta, .bits = bits});
     stage.Draw(list);
     const Image picture = stage.Picture();
     EXPECT_EQ(stage.Faults(), "");

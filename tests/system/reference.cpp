@@ -75,11 +75,45 @@ double Edge(const Vertex& from, const Vertex& to, double x, double y) {
     return (double(to.x) - from.x) * (y - from.y) - (double(to.y) - from.y) * (x - from.x);
 }
 
+// Texture and light together: the colour and the alpha, all from 0 to 255.
+Texel Textured(uint32_t blend, const Texel& texel, const Texel& light) {
+    Texel out = light;
+    for (int i = 0; i < 3; ++i) {
+        switch (blend) {
+        case D3DTBLEND_DECAL:
+        case D3DTBLEND_COPY:
+            out[i] = texel[i];
+            break;
+        case D3DTBLEND_DECALALPHA:
+            out[i] = light[i] + texel[3] / 255 * (texel[i] - light[i]);
+            break;
+        default:
+            out[i] = light[i] * texel[i] / 255;
+            break;
+        }
+    }
+    if (blend == D3DTBLEND_DECAL || blend == D3DTBLEND_COPY) {
+        out[3] = texel[3];
+    } else if (blend != D3DTBLEND_DECALALPHA) {
+        out[3] = light[3] * texel[3] / 255;
+    }
+    return out;
+}
+
 } // namespace
 
-Reference::Reference(uint32_t width, uint32_t height, uint32_t background)
-    : width_(width), height_(height), colour_(width * height * kScale * kScale, Rgb(background)),
-      depth_(colour_.size(), 1e9), layers_(colour_.size()) {}
+double Brightened(uint32_t channel, int shift) {
+    if (channel == 0) {
+        return 0;
+    }
+    const double root = std::floor(std::sqrt(255.0 * channel));
+    return shift == 16 ? std::min(255.0, root + 1) : shift == 8 ? root - 1 : root;
+}
+
+Reference::Reference(uint32_t width, uint32_t height, uint32_t background, const ChipTraits& traits)
+    : width_(width), height_(height), traits_(traits),
+      colour_(width * height * kScale * kScale, Rgb(background)), depth_(colour_.size(), 1e9),
+      layers_(colour_.size()) {}
 
 void Reference::Draw(const Triangle3& triangle) {
     const Vertex& a = triangle.a;
@@ -93,24 +127,32 @@ void Reference::Draw(const Triangle3& triangle) {
         (state.cull == D3DCULL_CW && area > 0)) {
         return;
     }
-    // Stippled alpha takes the pattern of the bottom vertex.
-    const Vertex* bottom = &a;
+    // Stippled alpha takes the pattern of one vertex.
+    const Vertex* chosen = &a;
     for (const Vertex* other : {&b, &c}) {
-        if (std::nearbyint(other->y) > std::nearbyint(bottom->y)) {
-            bottom = other;
+        if (!traits_.stipplesByFirst && std::nearbyint(other->y) > std::nearbyint(chosen->y)) {
+            chosen = other;
         }
     }
-    const uint8_t* door = kScreenDoor[bottom->color >> 28];
+    const uint8_t* door = kScreenDoor[chosen->color >> 28];
+
+    const Texture* texture = state.texture.get();
+    const bool brightens =
+        texture != nullptr && (state.gouraud ? traits_.brightensGouraud : traits_.brightensFlat);
+    // Without a texture the specular colour is added to the vertices' own.
+    const bool addsAtVertices = state.specular && texture == nullptr;
 
     const auto sampleOf = [](double v) { return static_cast<int>(std::floor(v * kScale)); };
     const int x0 = std::max(0, sampleOf(std::min({a.x, b.x, c.x})));
     const int x1 = std::min(int(width_ * kScale) - 1, sampleOf(std::max({a.x, b.x, c.x})) + 1);
-    const int y0 = std::max(0, sampleOf(std::min({a.y, b.y, c.y})));
-    const int y1 = std::min(int(height_ * kScale) - 1, sampleOf(std::max({a.y, b.y, c.y})) + 1);
+    const double shift = traits_.rowShift;
+    const int y0 = std::max(0, sampleOf(std::min({a.y, b.y, c.y}) - shift));
+    const int y1 =
+        std::min(int(height_ * kScale) - 1, sampleOf(std::max({a.y, b.y, c.y}) - shift) + 1);
     for (int y = y0; y <= y1; ++y) {
         for (int x = x0; x <= x1; ++x) {
             const double px = (x + 0.5) / kScale;
-            const double py = (y + 0.5) / kScale;
+            const double py = (y + 0.5) / kScale + shift;
             const double wa = Edge(b, c, px, py) / area;
             const double wb = Edge(c, a, px, py) / area;
             const double wc = Edge(a, b, px, py) / area;
@@ -133,17 +175,59 @@ void Reference::Draw(const Triangle3& triangle) {
                 const int shift = 16 - 8 * i;
                 const auto of = [&](const Vertex& v) {
                     double value = Channel(v.color, shift);
-                    if (state.specular) {
+                    if (brightens) {
+                        value = Brightened(v.color >> shift & 0xFF, shift);
+                    }
+                    if (addsAtVertices) {
                         value = std::min(255.0, value + Channel(v.specular, shift));
                     }
                     return value;
                 };
                 colour[i] = state.gouraud ? mix(of(a), of(b), of(c)) : of(a);
             }
-            const double alpha = (state.gouraud ? mix(Channel(a.color, 24), Channel(b.color, 24),
-                                                      Channel(c.color, 24))
-                                                : Channel(a.color, 24)) /
-                                 255;
+            double alpha = (state.gouraud ? mix(Channel(a.color, 24), Channel(b.color, 24),
+                                                Channel(c.color, 24))
+                                          : Channel(a.color, 24)) /
+                           255;
+            uint64_t texelNumber = 0;
+            if (texture != nullptr) {
+                double u = mix(a.u, b.u, c.u), v = mix(a.v, b.v, c.v);
+                if (state.perspective) {
+                    const double q = mix(a.rhw, b.rhw, c.rhw);
+                    u = mix(double(a.u) * a.rhw, double(b.u) * b.rhw, double(c.u) * c.rhw) / q;
+                    v = mix(double(a.v) * a.rhw, double(b.v) * b.rhw, double(c.v) * c.rhw) / q;
+                }
+                const bool linear = state.filter == D3DFILTER_LINEAR;
+                const int s = static_cast<int>(std::floor(u * texture->width));
+                const int t = static_cast<int>(std::floor(v * texture->height));
+                if (!linear) {
+                    // Other texels are other layers: their edges are as sharp as a triangle's.
+                    texelNumber = (static_cast<uint64_t>(static_cast<uint32_t>(t)) << 32 |
+                                   static_cast<uint32_t>(s)) *
+                                  0xD6E8FEB86659FD93u;
+                }
+                const Texel texel = linear ? SampleLinear(*texture, u, v, state.address)
+                                           : SampleNearest(*texture, u, v, state.address);
+                if (texture->KeyedAt(Addressed(s, texture->width, state.address),
+                                     Addressed(t, texture->height, state.address))) {
+                    layers_[at] = layers_[at] * 31 + texelNumber;
+                    continue;
+                }
+                const Texel lit = Textured(state.textureBlend, texel,
+                                           {colour[0], colour[1], colour[2], alpha * 255});
+                colour = {lit[0], lit[1], lit[2]};
+                alpha = lit[3] / 255;
+                if (state.specular && !traits_.losesTexturedSpecular) {
+                    for (int i = 0; i < 3; ++i) {
+                        const int shift = 16 - 8 * i;
+                        const double added = state.gouraud ? mix(Channel(a.specular, shift),
+                                                                 Channel(b.specular, shift),
+                                                                 Channel(c.specular, shift))
+                                                           : Channel(a.specular, shift);
+                        colour[i] = std::min(255.0, colour[i] + added);
+                    }
+                }
+            }
             if (state.fog) {
                 const double f =
                     mix(Channel(a.specular, 24), Channel(b.specular, 24), Channel(c.specular, 24)) /
@@ -165,7 +249,8 @@ void Reference::Draw(const Triangle3& triangle) {
             if (state.zEnable && state.zWrite) {
                 depth_[at] = z;
             }
-            layers_[at] = state.blend ? layers_[at] * 0x9E3779B97F4A7C15u + drawn_ : drawn_;
+            layers_[at] =
+                (state.blend ? layers_[at] * 0x9E3779B97F4A7C15u : 0) + drawn_ + texelNumber;
         }
     }
 }

@@ -2,15 +2,17 @@
 // A plain rasteriser in doubles, written from what the interface promises and not from how the
 // driver sets triangles up: what a picture of the same vertices should look like.
 #include "driver/platform/d3dhal.h"
+#include "tests/system/texture.h"
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace test {
 
-// The render states that matter for untextured triangles.
+// The render states that matter for triangles.
 struct DrawState {
     uint32_t cull = D3DCULL_NONE;
     bool gouraud = true;
@@ -24,12 +26,19 @@ struct DrawState {
     uint32_t source = D3DBLEND_ONE;
     uint32_t dest = D3DBLEND_ZERO;
     bool stippledAlpha = false;
+    std::shared_ptr<const Texture> texture;
+    uint32_t filter = D3DFILTER_NEAREST; // that or D3DFILTER_LINEAR
+    uint32_t address = D3DTADDRESS_WRAP;
+    uint32_t textureBlend = D3DTBLEND_MODULATE;
+    bool perspective = false;
+    bool operator==(const DrawState&) const = default;
 };
 
 struct Vertex {
     float x, y, z = 0;
     uint32_t color; // D3DCOLOR
     uint32_t specular = 0xFF000000;
+    float rhw = 1, u = 0, v = 0;
 };
 
 struct Triangle3 {
@@ -39,9 +48,26 @@ struct Triangle3 {
 
 using Channels = std::array<double, 3>; // red, green, blue, 0 to 255
 
+// What the interface leaves to a chip, or a chip has of its own.
+struct ChipTraits {
+    // Colours of textured triangles are brightened on their way to the chip.
+    bool brightensGouraud = false, brightensFlat = false;
+    // How far below its middle a row is sampled, in pixels. Where the driver sets triangles up, the
+    // values at the bottom corner's row go to the first row above it: half a pixel.
+    double rowShift = 0;
+    // Stippled alpha goes by the first corner's alpha, not the bottom one's.
+    bool stipplesByFirst = false;
+    // Specular light on a texture is lost.
+    bool losesTexturedSpecular = false;
+};
+
+// A channel as a chip that brightens gets it: the root of its fraction of full scale, one less in
+// green and one more in red.
+double Brightened(uint32_t channel, int shift);
+
 class Reference {
   public:
-    Reference(uint32_t width, uint32_t height, uint32_t background);
+    Reference(uint32_t width, uint32_t height, uint32_t background, const ChipTraits& traits = {});
     void Draw(const Triangle3& triangle);
 
     // Samples across a pixel, each way: edges that pass between two pixel centres are seen too.
@@ -61,6 +87,7 @@ class Reference {
 
   private:
     uint32_t width_, height_;
+    ChipTraits traits_;
     // By samples.
     std::vector<Channels> colour_;
     std::vector<double> depth_;

@@ -77,6 +77,27 @@ std::vector<Triangle3> SeparateTriangles(uint32_t seed, const DrawState& state) 
     return list;
 }
 
+std::vector<Triangle3> TexturedTriangles(uint32_t count, float size, uint32_t seed,
+                                         const DrawState& state, float from, float reach) {
+    Dice dice(seed);
+    std::vector<Triangle3> list;
+    for (uint32_t i = 0; i < count; ++i) {
+        const float x = dice.Between(size, kWidth - size);
+        const float y = dice.Between(size, kHeight - size);
+        Triangle3 triangle = Gentle(dice, x, y, size, state);
+        const float turn = dice.Between(0, 2 * kPi);
+        for (Vertex* v : {&triangle.a, &triangle.b, &triangle.c}) {
+            v->y = std::round(v->y);
+            const float dx = (v->x - x) / (2 * size), dy = (v->y - y) / (2 * size);
+            v->u = from + reach * (0.5f + dx * std::cos(turn) - dy * std::sin(turn));
+            v->v = from + reach * (0.5f + dx * std::sin(turn) + dy * std::cos(turn));
+            v->rhw = state.perspective ? dice.Between(0.25f, 1) : 1;
+        }
+        list.push_back(triangle);
+    }
+    return list;
+}
+
 std::vector<Triangle3> Ball(float centreX, float centreY, float radius, uint32_t rings,
                             uint32_t tint, const DrawState& state) {
     const uint32_t slices = rings * 2;

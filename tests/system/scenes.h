@@ -14,6 +14,13 @@ std::vector<Triangle3> GentleTriangles(uint32_t count, float size, uint32_t seed
 // Six of them side by side, none touching another.
 std::vector<Triangle3> SeparateTriangles(uint32_t seed, const DrawState& state);
 
+// Well-shaped triangles with a turned texture on each, `reach` times across 2 * `size` pixels, that
+// starts at (`from`, `from`). With state.perspective the corners lie at different distances. All
+// lie on whole rows: without a setup unit the driver moves corners there, and the texture with
+// them.
+std::vector<Triangle3> TexturedTriangles(uint32_t count, float size, uint32_t seed,
+                                         const DrawState& state, float from = 0, float reach = 1);
+
 // A ball of Gouraud-shaded triangles with depth, front faces clockwise.
 std::vector<Triangle3> Ball(float centreX, float centreY, float radius, uint32_t rings,
                             uint32_t tint, const DrawState& state);

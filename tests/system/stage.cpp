@@ -15,12 +15,13 @@ host::DisplayConfig ConfigOf(const StageOptions& options) {
     host::PowerCycle();
     host::DisplayConfig config;
     config.deviceId = options.deviceId;
+    config.delta = options.delta;
     config.width = options.width;
     config.height = options.height;
     config.bits = options.bits;
     config.timing = options.timing;
     config.registry = options.registry;
-    config.registry["Direct3DHAL.NoDMA"] = options.carrier.fifo ? "1" : "0";
+    config.registry["Direct3DHAL.NoDMA"] = std::to_string(options.carrier.fifo);
     config.registry["Direct3DHAL.SubBuffers"] = std::to_string(options.carrier.subBuffers);
     return config;
 }
@@ -38,19 +39,12 @@ D3DTLVERTEX TLVertex(const Vertex& v) {
     out.sx = v.x;
     out.sy = v.y;
     out.sz = v.z;
-    out.rhw = 1;
+    out.rhw = v.rhw;
     out.color = v.color;
     out.specular = v.specular;
+    out.tu = v.u;
+    out.tv = v.v;
     return out;
-}
-
-bool Same(const DrawState& left, const DrawState& right) {
-    return left.cull == right.cull && left.gouraud == right.gouraud &&
-           left.specular == right.specular && left.zEnable == right.zEnable &&
-           left.zWrite == right.zWrite && left.zFunc == right.zFunc && left.fog == right.fog &&
-           left.fogColor == right.fogColor && left.blend == right.blend &&
-           left.source == right.source && left.dest == right.dest &&
-           left.stippledAlpha == right.stippledAlpha;
 }
 
 } // namespace
@@ -82,6 +76,57 @@ void Stage::Apply(const DrawState& state) {
     set(D3DRENDERSTATE_SRCBLEND, state.source);
     set(D3DRENDERSTATE_DESTBLEND, state.dest);
     set(D3DRENDERSTATE_STIPPLEDALPHA, state.stippledAlpha);
+    if (state.texture != nullptr || !textures_.empty()) {
+        ApplyTexture(state);
+    }
+}
+
+void Stage::ApplyTexture(const DrawState& state) {
+    host::Device3D& device = *device_;
+    const auto set = [&](D3DRENDERSTATETYPE type, uint32_t value) { device.SetState(type, value); };
+    set(D3DRENDERSTATE_TEXTUREHANDLE, HandleOf(state.texture));
+    if (state.texture == nullptr) {
+        // The driver gives plain triangles their colours back by the blend that it finds here.
+        return;
+    }
+    set(D3DRENDERSTATE_TEXTUREMAG, state.filter);
+    set(D3DRENDERSTATE_TEXTUREMIN, state.filter);
+    set(D3DRENDERSTATE_TEXTUREADDRESS, state.address);
+    set(D3DRENDERSTATE_TEXTUREMAPBLEND, state.textureBlend);
+    set(D3DRENDERSTATE_TEXTUREPERSPECTIVE, state.perspective);
+}
+
+uint32_t Stage::HandleOf(const std::shared_ptr<const Texture>& texture) {
+    if (texture == nullptr) {
+        return 0;
+    }
+    uint32_t& handle = textures_[texture];
+    if (handle != 0) {
+        return handle;
+    }
+    const auto& [width, height, format, raw, palette, key] = *texture;
+    host::Surface& surface = directDraw_->CreateTexture(width, height, format);
+    host::Surface& source = directDraw_->CreateSystem(width, height, format, DDSCAPS_TEXTURE);
+    for (uint32_t y = 0; y < height; ++y) {
+        for (uint32_t x = 0; x < width; ++x) {
+            source.SetPixel(x, y, raw[y * width + x]);
+        }
+    }
+    if (!palette.empty()) {
+        std::vector<PALETTEENTRY> entries;
+        for (const uint32_t c : palette) {
+            entries.push_back(
+                {static_cast<BYTE>(c >> 16), static_cast<BYTE>(c >> 8), static_cast<BYTE>(c), 0});
+        }
+        directDraw_->SetPalette(surface, entries);
+    }
+    if (key) {
+        directDraw_->SetSourceKey(surface, {*key, *key});
+    }
+    directDraw_->LoadTexture(surface, source);
+    directDraw_->Destroy(source);
+    handle = device_->CreateTexture(surface);
+    return handle;
 }
 
 void Stage::Draw(const std::vector<Triangle3>& triangles) {
@@ -90,7 +135,7 @@ void Stage::Draw(const std::vector<Triangle3>& triangles) {
         Apply(triangles[i].state);
         std::vector<D3DTLVERTEX> vertices;
         for (const DrawState& state = triangles[i].state;
-             i < triangles.size() && Same(state, triangles[i].state); ++i) {
+             i < triangles.size() && state == triangles[i].state; ++i) {
             for (const Vertex* v : {&triangles[i].a, &triangles[i].b, &triangles[i].c}) {
                 vertices.push_back(TLVertex(*v));
             }
@@ -106,21 +151,6 @@ Image Stage::Picture() {
     device_->Finish();
     const host::Picture picture = host::ReadPicture(*target_);
     return {picture.width, picture.height, picture.rgba};
-}
-
-std::string ChipName(uint32_t deviceId) {
-    switch (deviceId) {
-    case DeviceSX:
-        return "SX";
-    case DeviceTX:
-        return "TX";
-    case DeviceMX:
-        return "MX";
-    case DevicePermedia:
-        return "Permedia";
-    default:
-        return "Device" + std::to_string(deviceId);
-    }
 }
 
 } // namespace test

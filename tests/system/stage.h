@@ -6,7 +6,9 @@
 #include "host/display/display.h"
 #include "tests/system/reference.h"
 
+#include <map>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -20,6 +22,7 @@ struct Carrier {
 
 struct StageOptions {
     uint32_t deviceId = DevicePermedia;
+    bool delta = false; // a setup unit in front
     uint32_t bits = 32;
     uint32_t width = 320;
     uint32_t height = 240;
@@ -47,16 +50,42 @@ class Stage {
 
   private:
     void Apply(const DrawState& state);
+    void ApplyTexture(const DrawState& state);
+    // The handle of a texture, loaded when it is first met.
+    uint32_t HandleOf(const std::shared_ptr<const Texture>& texture);
 
     host::Display display_;
     std::unique_ptr<host::DirectDraw> directDraw_;
     host::Surface* target_ = nullptr;
     host::Surface* depth_ = nullptr;
     std::unique_ptr<host::Device3D> device_;
+    std::map<std::shared_ptr<const Texture>, uint32_t> textures_;
 };
 
-// The chips that draw without a setup unit, and their names for test parameters.
-inline constexpr uint32_t kHostSetupChips[] = {DeviceSX, DeviceTX, DeviceMX, DevicePermedia};
-std::string ChipName(uint32_t deviceId);
+// A board to test on.
+struct TestBoard {
+    const char* name;
+    uint32_t deviceId;
+    bool delta;
+    bool HasSetupUnit() const { return delta; }
+    bool IsPermedia() const { return deviceId == DevicePermedia || deviceId == DevicePermedia2; }
+};
+
+inline constexpr TestBoard kTestBoards[] = {
+    {"SX", DeviceSX, false},
+    {"TX", DeviceTX, false},
+    {"MX", DeviceMX, false},
+    {"Permedia", DevicePermedia, false},
+    {"SXWithDelta", DeviceSX, true},
+    {"TXWithDelta", DeviceTX, true},
+    {"MXWithDelta", DeviceMX, true},
+    {"PermediaWithDelta", DevicePermedia, true},
+    {"Permedia2", DevicePermedia2, true},
+};
+
+// For test parameters.
+inline void PrintTo(const TestBoard& board, std::ostream* out) {
+    *out << board.name;
+}
 
 } // namespace test

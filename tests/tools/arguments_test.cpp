@@ -8,6 +8,8 @@
 #include "tools/korv/canvas.h"
 #include "tools/korv/commands.h"
 #include "tools/korv/errors.h"
+#include "tools/korv/patterns.h"
+#include "tools/korv/png.h"
 
 namespace korv {
 namespace {
@@ -59,26 +61,29 @@ TEST(Arguments, UnknownNamesAreRefusedWithThoseThatExist) {
                   "tx-delta, mx-delta, permedia-delta, permedia2");
     ExpectRefusal({"demo", "-o", out, "--scene", "teapot"},
                   "unknown scene 'teapot': expected one of knot, knot-flat, fog-floor, stipple, "
-                  "blend, crossing, slivers");
+                  "blend, crossing, slivers, texture-floor, formats, sprites, tiles, "
+                  "texture-blend, texture-fog, tunnel, landscape, wireframe");
     ExpectRefusal({"info", "--chip", "SX"},
                   "unknown chip 'SX': expected one of sx, tx, mx, permedia, sx-delta, tx-delta, "
                   "mx-delta, permedia-delta, permedia2");
     ExpectRefusal({"model", "teapot", "-o", folder / "t.obj"},
                   "unknown model 'teapot': expected one of torus-knot, torus, icosphere, cube, "
                   "ripples");
+    ExpectRefusal({"texture", "marble", "-o", folder / "t.png"},
+                  "unknown texture 'marble': expected one of bricks, checker, letter, wheel, "
+                  "stripes, face, ground");
+    ExpectRefusal({"texture", "bricks", "--side", "100", "-o", folder / "t.png"},
+                  "bad side 100: expected a power of two from 32 to 1024");
     EXPECT_EQ(folder.Files(), 0u);
 }
 
-TEST(Arguments, ChipsThatCannotDrawYetSaySo) {
+TEST(Arguments, ScenesWithTexturesNeedAChipThatDrawsThem) {
     TemporaryFolder folder;
-    const std::string model = folder.Write("m.obj", kTriangle);
-    ExpectRefusal({"render", model, "--chip", "permedia2", "-o", folder / "m.png"},
-                  "drawing on Permedia 2 ('permedia2') is not there yet: expected one of sx, tx, "
-                  "mx, permedia");
-    ExpectRefusal({"demo", "-o", folder / "demo", "--chip", "sx-delta"},
-                  "drawing on GLINT 300SX with Delta ('sx-delta') is not there yet: expected one "
-                  "of sx, tx, mx, permedia");
-    EXPECT_EQ(folder.Files(), 1u);
+    ExpectRefusal(
+        {"demo", "-o", folder / "demo", "--chip", "sx", "--chip", "tx", "--scene", "tiles"},
+        "'tiles' needs a chip that draws textures: expected one of permedia, tx-delta, "
+        "mx-delta, permedia-delta, permedia2");
+    EXPECT_EQ(folder.Files(), 0u);
 }
 
 TEST(Arguments, BadModelsAreRefusedWithTheirLine) {
@@ -119,6 +124,11 @@ TEST(Arguments, MisusedOptionsAreRefusedInOneLine) {
         {"render", "x.obj", "--chip", "sx", "-o", "x.png", "--shade", "phong"},
         {"render", "x.obj", "--chip", "sx", "-o", "x.png", "--cull", "all"},
         {"render", "x.obj", "--chip", "sx", "-o", "x.png", "--zoom", "0"},
+        {"render", "x.obj", "--chip", "sx", "-o", "x.png", "--filter", "cubic"},
+        {"render", "x.obj", "--chip", "sx", "-o", "x.png", "--wrap", "border"},
+        {"render", "x.obj", "--chip", "sx", "-o", "x.png", "--perspective", "maybe"},
+        {"render", "x.obj", "--chip", "sx", "-o", "x.png", "--blend", "add"},
+        {"render", "x.obj", "--chip", "sx", "-o", "x.png", "--texture"},
         {"info"},
         {"model", "cube"},
     };
@@ -138,6 +148,7 @@ TEST(Arguments, HelpGoesToStandardOutputWithExamples) {
                                                                        {"demo", "--help"},
                                                                        {"render", "-h"},
                                                                        {"info", "--help"},
+                                                                       {"texture", "--help"},
                                                                        {"model", "--help"}}) {
         const ToolResult result = RunTool(arguments);
         EXPECT_EQ(result.code, 0);
@@ -150,9 +161,22 @@ TEST(Arguments, HelpGoesToStandardOutputWithExamples) {
 
 TEST(Arguments, EveryOptionIsExplained) {
     const std::string help = RunTool({"render", "--help"}).out;
-    for (const char* option : {"--chip", "--size", "--depth", "--shade", "--zbuffer", "--fog",
-                               "--cull", "--fifo", "--subbuffers", "--words", "--events", "-o"})
+    for (const char* option :
+         {"--chip", "--size", "--depth", "--shade", "--zbuffer", "--fog", "--cull", "--texture",
+          "--filter", "--wrap", "--perspective", "--blend", "--colorkey", "--texformat", "--fifo",
+          "--subbuffers", "--words", "--events", "-o"})
         EXPECT_NE(help.find(option), std::string::npos) << option;
+}
+
+TEST(Arguments, TextureCommandWritesTheTextureWithItsAlpha) {
+    TemporaryFolder folder;
+    for (const Pattern& pattern : NamedPatterns()) {
+        const std::string path = folder / "t.png";
+        const ToolResult result =
+            RunTool({"texture", std::string(pattern.name), "--side", "64", "-o", path});
+        EXPECT_EQ(result.code, 0) << result.err;
+        EXPECT_EQ(ReadPng(path).rgba, pattern.make(64).rgba) << pattern.name;
+    }
 }
 
 TEST(Arguments, ModelCommandWritesTheModel) {

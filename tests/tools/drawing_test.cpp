@@ -11,8 +11,6 @@
 namespace korv {
 namespace {
 
-constexpr const char* kDrawingChips[] = {"sx", "tx", "mx", "permedia"};
-
 TEST(Demo, WritesAPictureForEachChipAndSceneAndASheet) {
     TemporaryFolder folder;
     const ToolResult result =
@@ -30,15 +28,23 @@ TEST(Demo, WritesAPictureForEachChipAndSceneAndASheet) {
 TEST(Demo, PictureIsTheSameByFifoAndByDmaWithAnyNumberOfSubBuffers) {
     const std::vector<std::vector<std::string>> roads{
         {"--fifo"}, {"--subbuffers", "2"}, {"--subbuffers", "8"}};
-    for (const char* chip : kDrawingChips)
+    for (const auto& [chip, about, device, setupUnit, factors, drawsTextures] : Chips())
         for (const Scene& scene : Scenes()) {
+            if (scene.needsTextures && !drawsTextures)
+                continue;
             SCOPED_TRACE(std::string(chip) + " " + std::string(scene.name));
             TemporaryFolder folder;
             std::vector<std::string> pictures;
             for (const auto& road : roads) {
-                std::vector<std::string> arguments{"demo",   "-o",      folder.Path(),
-                                                   "--size", "160x120", "--chip",
-                                                   chip,     "--scene", std::string(scene.name)};
+                std::vector<std::string> arguments{"demo",
+                                                   "-o",
+                                                   folder.Path(),
+                                                   "--size",
+                                                   "120x90",
+                                                   "--chip",
+                                                   std::string(chip),
+                                                   "--scene",
+                                                   std::string(scene.name)};
                 arguments.insert(arguments.end(), road.begin(), road.end());
                 const ToolResult result = RunTool(arguments);
                 ASSERT_EQ(result.code, 0) << result.err;
@@ -49,6 +55,17 @@ TEST(Demo, PictureIsTheSameByFifoAndByDmaWithAnyNumberOfSubBuffers) {
             EXPECT_EQ(pictures[0], pictures[1]);
             EXPECT_EQ(pictures[0], pictures[2]);
         }
+}
+
+TEST(Demo, LeavesCellsEmptyWhereAChipHasNoTextures) {
+    TemporaryFolder folder;
+    const ToolResult result =
+        RunTool({"demo", "-o", folder / "d", "--size", "64x48", "--scene", "tiles", "--scene",
+                 "crossing", "--chip", "sx", "--chip", "permedia"});
+    EXPECT_EQ(result.code, 0) << result.err;
+    EXPECT_EQ(result.out.substr(0, 10), "3 pictures");
+    EXPECT_TRUE(std::filesystem::exists(folder / "d/permedia-tiles.png"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "d/sx-tiles.png"));
 }
 
 TEST(Demo, RecordsAFileForEachPicture) {
@@ -67,8 +84,9 @@ TEST(Demo, RecordsAFileForEachPicture) {
 TEST(Render, DrawsAShippedModelOnEachChip) {
     TemporaryFolder folder;
     RunTool({"model", "icosphere", "-o", folder / "m.obj"});
-    for (const char* chip : kDrawingChips)
+    for (const ChipChoice& choice : Chips())
         for (const char* depth : {"8", "16", "32"}) {
+            const std::string chip(choice.name);
             const ToolResult result =
                 RunTool({"render", folder / "m.obj", "--chip", chip, "--depth", depth, "--size",
                          "80x60", "--zbuffer", "-o", folder / "m.png"});

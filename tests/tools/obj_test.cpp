@@ -66,6 +66,42 @@ TEST(Obj, TakesDiffuseColoursOfMaterials) {
     EXPECT_EQ(mesh.vertices[mesh.triangles[1][0]].colour, (Vec3{0, 0, 1}));
 }
 
+TEST(Obj, TakesTextureCoordinatesWithVDownwards) {
+    TemporaryFolder folder;
+    const Mesh mesh = LoadObj(
+        folder.Write("m.obj", std::string(kThreeVertices) +
+                                  "vt 0.25 0.75\nvt 1 0\nvt 2 -1\nf 1/1 2/2 3/3\nf 1/3 3/2 2/2\n"));
+    ASSERT_EQ(mesh.triangles.size(), 2u);
+    EXPECT_TRUE(mesh.hasCoordinates);
+    const auto at = [&](int triangle, int corner) {
+        const Vertex& v = mesh.vertices[mesh.triangles[triangle][corner]];
+        return std::pair(v.u, v.v);
+    };
+    EXPECT_EQ(at(0, 0), std::pair(0.25, 0.25));
+    EXPECT_EQ(at(0, 1), std::pair(1.0, 1.0));
+    EXPECT_EQ(at(0, 2), std::pair(2.0, 2.0));
+    EXPECT_EQ(at(1, 0), std::pair(2.0, 2.0)); // the first vertex again, elsewhere on the image
+}
+
+TEST(Obj, TellsWhenAFaceHasNoTextureCoordinates) {
+    TemporaryFolder folder;
+    EXPECT_FALSE(LoadObj(folder.Write("m.obj", std::string(kThreeVertices) + "vt 0 0\n" +
+                                                   "f 1/1 2/1 3/1\nf 1 2 3\n"))
+                     .hasCoordinates);
+}
+
+TEST(Obj, TakesImagesOfMaterialsFromItsOwnFolder) {
+    TemporaryFolder folder;
+    folder.Write("paint.mtl", "newmtl a\nmap_Kd bricks.png\nnewmtl plain\nKd 0 0 1\n"
+                              "newmtl b\nmap_Kd wood.png\nnewmtl c\nmap_Kd bricks.png\n");
+    const Mesh mesh = LoadObj(
+        folder.Write("m.obj", std::string("mtllib paint.mtl\n") + kThreeVertices +
+                                  "usemtl a\nf 1 2 3\nusemtl plain\nf 1 2 3\nusemtl b\nf 1 2 3\n"
+                                  "usemtl c\nf 1 2 3\n"));
+    EXPECT_EQ(mesh.images, (std::vector<std::string>{folder / "bricks.png", folder / "wood.png"}));
+    EXPECT_EQ(mesh.imageOf, (std::vector<int>{0, -1, 1, 0}));
+}
+
 TEST(Obj, TakesVertexColours) {
     TemporaryFolder folder;
     const Mesh mesh = LoadObj(
@@ -94,12 +130,15 @@ TEST(Obj, WrittenModelReadsBackTheSame) {
         EXPECT_EQ(text.str().find("-0.00000"), std::string::npos);
         const Mesh read = LoadObj(folder.Write("model.obj", text.str()));
         ASSERT_EQ(read.triangles.size(), made.triangles.size());
+        EXPECT_TRUE(read.hasCoordinates);
         for (size_t i = 0; i < made.triangles.size(); ++i)
             for (int corner = 0; corner < 3; ++corner) {
                 const Vertex& a = made.vertices[made.triangles[i][corner]];
                 const Vertex& b = read.vertices[read.triangles[i][corner]];
                 EXPECT_LT(Length(a.position - b.position), 2e-5);
                 EXPECT_LT(Length(a.normal - b.normal), 2e-4);
+                EXPECT_NEAR(a.u, b.u, 2e-5);
+                EXPECT_NEAR(a.v, b.v, 2e-5);
             }
     }
 }

@@ -69,6 +69,36 @@ TEST(Pipeline, LightIsAmbientPlusDiffuseByTheCosine) {
     EXPECT_EQ(batches[0].vertices[2].color & 0xFF, 64u);  // 0.25
 }
 
+TEST(Pipeline, TextureCoordinatesAreCutWithTheTriangle) {
+    // The lower edge is cut where it leaves the view, at equal shares of u and v.
+    Mesh mesh = OneTriangle({0, 2, 0}, {-8, 2, -1}, {8, 2, -1});
+    mesh.vertices[0].u = mesh.vertices[0].v = 0.5;
+    mesh.vertices[1].v = mesh.vertices[2].v = 1;
+    mesh.vertices[2].u = 1;
+    // At the sides of the picture x is 4: half of the way out.
+    for (const Batch& batch : Process(mesh, Straight(), kSize, FullLight()))
+        for (const D3DTLVERTEX& v : batch.vertices) {
+            const double x = (v.sx / 100 - 1) * 4;
+            const double z = (1 - v.sy / 50) * 2;
+            EXPECT_NEAR(v.tu, 0.5 + x / 16, 1e-6);
+            EXPECT_NEAR(v.tv, 0.5 - z / 2, 1e-6);
+        }
+}
+
+TEST(Pipeline, HighlightStandsWhereTheLampIsMirrored) {
+    DrawOptions options = FullLight();
+    options.light.gloss = 0.5;
+    options.light.shininess = 10;
+    // Seen from the lamp, the first vertex faces both; the second leans by 60 degrees.
+    Mesh mesh = OneTriangle({0, 2, 0}, {-0.01, 2, 0}, {0.01, 2, -0.01});
+    mesh.vertices[1].normal = {0, -0.5, std::sqrt(0.75)};
+    const auto batches = Process(mesh, Straight(), kSize, options);
+    EXPECT_EQ(batches[0].vertices[0].specular, 0xFF808080u);
+    EXPECT_EQ(batches[0].vertices[1].specular, 0xFF000000u); // 0.5 / 1024
+    options.light.gloss = 0;
+    EXPECT_EQ(Process(mesh, Straight(), kSize, options)[0].vertices[0].specular, 0xFF000000u);
+}
+
 TEST(Pipeline, NormalsAwayFromTheLampGetAmbientLightOnly) {
     Mesh mesh = OneTriangle({0, 2, 1}, {-1, 2, -1}, {1, 2, -1});
     mesh.vertices[1].normal = {0, 1, 0};
@@ -172,7 +202,8 @@ TEST(Pipeline, FogIsTurnedOnBeforeItsColourIsTold) {
     const std::vector<RecordingPainter::StateChange> expected{
         {D3DRENDERSTATE_SHADEMODE, D3DSHADE_GOURAUD},
         {D3DRENDERSTATE_FOGENABLE, 1},
-        {D3DRENDERSTATE_FOGCOLOR, 0x123456}};
+        {D3DRENDERSTATE_FOGCOLOR, 0x123456},
+        {D3DRENDERSTATE_SPECULARENABLE, 0}};
     EXPECT_EQ(painter.states, expected);
 }
 

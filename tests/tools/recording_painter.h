@@ -13,6 +13,11 @@ struct RecordingPainter : Painter {
 
     Extent Size() const override { return size; }
     bool HasAllBlendFactors() const override { return allFactors; }
+    std::vector<std::string> TextureFormats() const override { return formats; }
+    TextureHandle MakeTexture(const TextureRequest& request) override {
+        textures.push_back(request);
+        return static_cast<TextureHandle>(textures.size());
+    }
     void Clear(D3DCOLOR colour) override { clears.push_back(colour); }
     void State(D3DRENDERSTATETYPE type, DWORD value) override { states.push_back({type, value}); }
     void Triangles(std::span<const D3DTLVERTEX> newVertices,
@@ -35,6 +40,8 @@ struct RecordingPainter : Painter {
     };
     Extent size;
     bool allFactors;
+    std::vector<std::string> formats{"rgb555", "pal4", "argb1555", "argb4444", "rgb565"};
+    std::vector<TextureRequest> textures; // the first has handle 1
     std::vector<D3DCOLOR> clears;
     std::vector<StateChange> states;
     std::vector<D3DTLVERTEX> corners; // three for each triangle, in drawing order

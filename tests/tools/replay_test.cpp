@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "tests/tools/replay_rig.h"
 #include "tests/tools/run_tool.h"
 #include "tests/tools/scene_scripts.h"
-#include "tests/tools/temporary_folder.h"
 
 namespace korv {
 namespace {
@@ -38,49 +38,6 @@ INSTANTIATE_TEST_SUITE_P(Scenes, SceneScript, testing::ValuesIn(SceneScripts()),
 TEST(SceneScripts, AreThere) {
     EXPECT_GE(SceneScripts().size(), 20u);
 }
-
-// A script of two lines of preamble, then a step a line from line 3 on.
-std::string Script(const std::vector<std::string>& steps) {
-    std::string text = "{ \"version\": 1,\n\"steps\": [\n";
-    for (size_t i = 0; i < steps.size(); ++i)
-        text += steps[i] + (i + 1 < steps.size() ? ",\n" : "\n");
-    return text + "] }\n";
-}
-
-constexpr const char* kDisplay =
-    R"({"do": "display", "name": "main", "chip": "permedia", "width": 64, "height": 64})";
-constexpr const char* kStart = R"({"do": "start"})";
-constexpr const char* kMemory =
-    R"({"do": "surface", "name": "s", "caps": "DDSCAPS_OFFSCREENPLAIN|DDSCAPS_SYSTEMMEMORY", )"
-    R"("width": 4, "height": 4})";
-constexpr const char* kTarget =
-    R"({"do": "surface", "name": "t", "caps": "DDSCAPS_OFFSCREENPLAIN|DDSCAPS_3DDEVICE", )"
-    R"("width": 32, "height": 32})";
-constexpr const char* kContext = R"({"do": "context", "name": "c", "target": "t"})";
-constexpr const char* kTriangle =
-    R"({"do": "triangles", "context": "c", "vertices": [[1, 1], [20, 1], [1, 20]])"; // open
-
-class ReplayTest : public testing::Test {
-  protected:
-    ToolResult Replay(const std::string& text, std::vector<std::string> options = {}) {
-        path_ = folder_.Write("script.json", text);
-        options.insert(options.begin(), {"replay", path_});
-        return RunTool(options);
-    }
-    // Exit `code` and one line that starts with the script's place.
-    void ExpectLine(const std::string& text, int code, const std::string& rest) {
-        const ToolResult result = Replay(text);
-        EXPECT_EQ(result.code, code);
-        EXPECT_EQ(result.out, "");
-        EXPECT_EQ(result.err, "korv: " + path_ + ":" + rest + "\n");
-    }
-    void ExpectMalformed(const std::vector<std::string>& steps, const std::string& rest) {
-        ExpectLine(Script(steps), 2, rest);
-    }
-
-    TemporaryFolder folder_;
-    std::string path_;
-};
 
 TEST_F(ReplayTest, AWrongRecordFieldPrintsStepFieldAndBothValues) {
     ExpectLine(
@@ -245,7 +202,7 @@ TEST_F(ReplayTest, IndicesMustFitTheVertices) {
 TEST_F(ReplayTest, WhatIsGoneIsToldAtItsStep) {
     ExpectMalformed({kDisplay, kStart, kMemory, R"({"do": "destroySurface", "surface": "s"})",
                      R"({"do": "pixels", "surface": "s"})"},
-                    "7: /steps/4: surface 's' is not there any more");
+                    "7: /steps/4: surface 's' is not there");
     ExpectMalformed({kDisplay, kTarget}, "4: /steps/1: display 'main' has not been started");
 }
 

@@ -10,7 +10,7 @@
 namespace korv {
 namespace {
 
-class ScenePicture : public testing::TestWithParam<const char*> {
+class ScenePicture : public testing::TestWithParam<std::string> {
   protected:
     host::Picture Draw(void (*scene)(Painter&)) {
         Recording none({});
@@ -92,8 +92,18 @@ TEST_P(ScenePicture, FogHidesTheHorizonAndSparesTheForeground) {
     EXPECT_GT(darkest, 300);
 }
 
-INSTANTIATE_TEST_SUITE_P(Chips, ScenePicture, testing::Values("sx", "tx", "mx", "permedia"),
-                         [](const auto& info) { return std::string(info.param); });
+std::vector<std::string> AllChips() {
+    std::vector<std::string> names;
+    for (const ChipChoice& chip : Chips())
+        names.emplace_back(chip.name);
+    return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(Chips, ScenePicture, testing::ValuesIn(AllChips()), [](const auto& info) {
+    std::string name = info.param;
+    std::erase(name, '-');
+    return name;
+});
 
 } // namespace
 } // namespace korv

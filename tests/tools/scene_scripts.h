@@ -13,12 +13,11 @@ inline std::filesystem::path ScenesFolder() {
     return std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "scenes";
 }
 
-// Names of the HAL scripts there, without ending. The "corner-" files are data that scripts read.
+// Names of the HAL scripts there, without ending. Data that scripts read lies in folders.
 inline std::vector<std::string> SceneScripts() {
     std::vector<std::string> scripts;
     for (const auto& entry : std::filesystem::directory_iterator(ScenesFolder()))
-        if (entry.path().extension() == ".json" &&
-            !entry.path().stem().string().starts_with("corner-"))
+        if (entry.path().extension() == ".json")
             scripts.push_back(entry.path().stem().string());
     std::ranges::sort(scripts);
     return scripts;

@@ -1,7 +1,7 @@
 // KORV32.dll as Windows 95 on a plain Pentium needs it, read from the file.
 #include "driver/platform/win32.h"
+#include "host/loader/image.h"
 #include "host/win32/win32.h"
-#include "tests/windows95/loaded_image.h"
 #include "tests/windows95/pe_image.h"
 #include "tests/windows95/pentium.h"
 
@@ -217,15 +217,24 @@ TEST_F(Korv32Dll, CarriesNoTimeStamp) {
     EXPECT_EQ(image.exportTimeStamp, 0u);
 }
 
-TEST_F(Korv32Dll, AnswersWhenLoadedAtAnotherBase) {
-    host::ResetWin32();
-    const LoadedImage loaded(image);
-    ASSERT_NE(reinterpret_cast<uint32_t>(loaded.Base()), image.imageBase);
-    auto* dllMain = loaded.Entry<BOOL KORV_STDCALL(HINSTANCE, DWORD, void*)>();
-    EXPECT_EQ(dllMain(reinterpret_cast<HINSTANCE>(loaded.Base()), DLL_PROCESS_ATTACH, nullptr), 1);
-    // No mini VDD, hence no display; and no client without one.
-    EXPECT_EQ(loaded.Export<void * KORV_STDCALL(uint32_t)>("DriverInit")(0), nullptr);
-    EXPECT_EQ(loaded.Export<int32_t KORV_STDCALL(void*)>("KORV_Initialize")(nullptr), -1);
+// Loaded where it wants to lie, and again while that is taken.
+TEST_F(Korv32Dll, AnswersAtItsBaseAndAtAnother) {
+    host::loader::Image first(DllPath()), second(DllPath());
+    for (host::loader::Image* loaded : {&first, &second}) {
+        host::ResetWin32();
+        loaded->Load();
+        auto* dllMain =
+            reinterpret_cast<BOOL(KORV_STDCALL*)(HINSTANCE, DWORD, void*)>(loaded->Entry());
+        EXPECT_EQ(dllMain(reinterpret_cast<HINSTANCE>(loaded->Base()), DLL_PROCESS_ATTACH, nullptr),
+                  1);
+        // No mini VDD, hence no display; and no client without one.
+        auto* driverInit = reinterpret_cast<void*(KORV_STDCALL*)(uint32_t)>(loaded->Export(1));
+        EXPECT_EQ(driverInit(0), nullptr);
+        auto* initialize = reinterpret_cast<int32_t(KORV_STDCALL*)(void*)>(loaded->Export(14));
+        EXPECT_EQ(initialize(nullptr), -1);
+    }
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(first.Base()), image.imageBase);
+    EXPECT_NE(second.Base(), first.Base());
 }
 
 } // namespace

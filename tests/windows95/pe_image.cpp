@@ -50,7 +50,6 @@ void PEImage::ReadHeaders() {
     subsystemMajor = At<uint16_t>(optional + 48);
     subsystemMinor = At<uint16_t>(optional + 50);
     imageBytes = At<uint32_t>(optional + 56);
-    headerBytes = At<uint32_t>(optional + 60);
     subsystem = At<uint16_t>(optional + 68);
     dllCharacteristics = At<uint16_t>(optional + 70);
     for (uint32_t i = 0; i < kDirectories; ++i) {
@@ -90,13 +89,6 @@ uint32_t PEImage::Word(uint32_t address) const {
     return At<uint32_t>(OffsetOf(address));
 }
 
-const uint8_t* PEImage::Raw(const PESection& section) const {
-    if (section.rawOffset > bytes_.size() || section.rawSize > bytes_.size() - section.rawOffset) {
-        throw std::out_of_range("section outside the file");
-    }
-    return bytes_.data() + section.rawOffset;
-}
-
 std::string PEImage::Text(uint32_t address) const {
     std::string text;
     for (uint32_t at = OffsetOf(address); At<char>(at) != 0; ++at) {
@@ -131,7 +123,7 @@ void PEImage::ReadImports() {
             if ((entryWord & 0x80000000) != 0) {
                 ++importsByOrdinal;
             } else {
-                imports.push_back({dll, Text(entryWord + 2), Word(at + 16) + i});
+                imports.push_back({dll, Text(entryWord + 2)});
             }
         }
     }

@@ -20,7 +20,6 @@ struct PEExport {
 
 struct PEImport {
     std::string dll, name;
-    uint32_t slot; // address of the place that the loader fills
 };
 
 // Addresses are relative to the image base unless told otherwise. Reading outside the file throws
@@ -37,7 +36,7 @@ class PEImage {
     // Fields of the headers.
     uint16_t machine, characteristics, magic, osMajor, osMinor, subsystemMajor, subsystemMinor,
         subsystem, dllCharacteristics;
-    uint32_t timeStamp, symbolTable, symbolCount, entry, imageBase, imageBytes, headerBytes;
+    uint32_t timeStamp, symbolTable, symbolCount, entry, imageBase, imageBytes;
     PEDirectory directories[kDirectories];
     std::vector<PESection> sections;
 
@@ -54,9 +53,6 @@ class PEImage {
 
     const PESection* SectionAt(uint32_t address) const;
     uint32_t Word(uint32_t address) const;
-    // The bytes of a section as they lie in the file.
-    const uint8_t* Raw(const PESection& section) const;
-    const uint8_t* Headers() const { return bytes_.data(); }
 
   private:
     template <class T>

@@ -1,7 +1,12 @@
 // packaging/windows95/korv32.reg against what the driver reads.
 
+#include "driver/d3d/dcontext.h"
+#include "host/d3d/direct3d.h"
+#include "host/display/machine.h"
+
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -32,8 +37,7 @@ std::map<std::string, std::string> Sample() {
 
 TEST(RegistrySample, HoldsEveryValueThatTheDriverReads) {
     static const std::regex quoted(R"re("((Direct3DHAL|OpenGL)\.\w+)")re");
-    // The service that reads it comes with the exported interface.
-    std::set<std::string> read = {"OpenGL.NumberOfSubBuffers"};
+    std::set<std::string> read;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(kProject / "driver")) {
         if (entry.is_regular_file()) {
             const std::string text = Read(entry.path());
@@ -55,6 +59,61 @@ TEST(RegistrySample, HoldsTheDefaults) {
                                      : name == "OpenGL.NumberOfSubBuffers" ? "2"
                                                                            : "0";
         EXPECT_EQ(value, expected) << name;
+    }
+}
+
+TEST(RegistrySample, ExplainsEachValueInTheLineAboveIt) {
+    const std::string text = Read(kProject / "packaging/windows95/korv32.reg");
+    static const std::regex explained(R"re(\n; [^\r\n]+\.\r\n;?"[^"]+"="[^"]*"\r)re");
+    EXPECT_EQ(std::distance(std::sregex_iterator(text.begin(), text.end(), explained), {}),
+              static_cast<ptrdiff_t>(Sample().size()));
+}
+
+TEST(RegistrySample, HoldsTheSwitchesOfTheDocument) {
+    const std::string text = Read(kProject / "docs/windows95.md");
+    static const std::regex row(R"re(\n\| `((?:Direct3DHAL|OpenGL)\.\w+)` \| (\S+) \|)re");
+    std::map<std::string, std::string> documented;
+    for (std::sregex_iterator it(text.begin(), text.end(), row), end; it != end; ++it) {
+        documented[(*it)[1]] = (*it)[2] == "missing" ? "0" : (*it)[2].str();
+    }
+    EXPECT_EQ(documented, Sample());
+}
+
+// A display that comes up with the sample imported is like one on a machine without the key.
+TEST(RegistrySample, ChangesNothing) {
+    for (const uint32_t device : {DeviceSX, DeviceTX, DeviceMX, DevicePermedia, DevicePermedia2}) {
+        struct Result {
+            DXGlobalsRecord globals;
+            DDCORECAPS caps;
+            D3DHAL_GLOBALDRIVERDATA direct3D;
+            uint32_t contextSubBuffers, contextMode;
+        };
+        const auto bringUp = [&](bool sampled) {
+            host::PowerCycle();
+            host::DisplayConfig config;
+            config.deviceId = device;
+            const std::string text = Read(kProject / "packaging/windows95/korv32.reg");
+            for (const auto& [name, value] : Sample()) {
+                // Commented ones act by their mere presence.
+                if (sampled && text.find("\n;\"" + name) == std::string::npos) {
+                    config.registry[name] = value;
+                }
+            }
+            host::Display display(config);
+            EXPECT_TRUE(display.Start());
+            host::DirectDraw directDraw(display);
+            const host::Device3D context(directDraw, directDraw.CreateTarget(64, 64));
+            Result result{
+                DXGlobals, display.Driver()->HALInfo.ddCaps, *display.Driver()->D3DGlobalData,
+                context.Context()->Stream.SubBufferCount, context.Context()->Stream.CommandMode};
+            // Addresses differ from run to run.
+            result.globals.Instance = nullptr;
+            result.globals.Heap = nullptr;
+            result.direct3D.lpTextureFormats = nullptr;
+            return result;
+        };
+        const Result without = bringUp(false), with = bringUp(true);
+        EXPECT_EQ(std::memcmp(&without, &with, sizeof(Result)), 0) << device;
     }
 }
 

@@ -32,7 +32,7 @@ Camera LookAt(const Vec3& eye, const Vec3& target, double fieldOfView, double ne
                             {0, focal * smaller / extent.height, 0, 0},
                             {0, 0, -depth, -depth * nearPlane},
                             {0, 0, -1, 0}}}};
-    return {projection * view, nearPlane, farPlane};
+    return {projection * view, nearPlane, farPlane, eye};
 }
 
 Camera FitCamera(const Sphere& sphere, const Orbit& orbit, Extent extent) {

@@ -11,6 +11,7 @@ struct Camera {
     Mat4 modelToClip;
     double nearPlane = 0; // distances from the eye along the line of sight
     double farPlane = 0;
+    Vec3 eye; // in model space
 };
 
 struct Extent {

@@ -26,6 +26,8 @@ class Canvas : public Painter {
 
     Extent Size() const override { return settings_.size; }
     bool HasAllBlendFactors() const override { return chip_.allBlendFactors; }
+    std::vector<std::string> TextureFormats() const override;
+    TextureHandle MakeTexture(const TextureRequest& request) override;
     void Clear(D3DCOLOR colour) override;
     void State(D3DRENDERSTATETYPE type, DWORD value) override;
     void Triangles(std::span<const D3DTLVERTEX> vertices,
@@ -37,6 +39,9 @@ class Canvas : public Painter {
     std::string Faults();
 
   private:
+    // The formats that the driver announces for textures that can be drawn.
+    std::span<const DDSURFACEDESC> Formats() const;
+    const DDPIXELFORMAT& FormatFor(const TextureRequest& request) const;
     // Fills the whole surface unless the driver has done it, as `answer` tells.
     void FinishFill(const host::HalAnswer& answer, host::Surface& surface, uint32_t value);
 

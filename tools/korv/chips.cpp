@@ -12,16 +12,25 @@ namespace korv {
 namespace {
 
 constexpr ChipChoice kChips[] = {
-    {"sx", "GLINT 300SX", DeviceSX, false, true, true},
-    {"tx", "GLINT 500TX", DeviceTX, false, true, true},
-    {"mx", "GLINT MX", DeviceMX, false, true, true},
-    {"permedia", "Permedia without setup unit", DevicePermedia, false, true, false},
-    {"sx-delta", "GLINT 300SX with Delta", DeviceSX, true, false, true},
-    {"tx-delta", "GLINT 500TX with Delta", DeviceTX, true, false, true},
-    {"mx-delta", "GLINT MX with Delta", DeviceMX, true, false, true},
-    {"permedia-delta", "Permedia with Delta", DevicePermedia, true, false, false},
-    {"permedia2", "Permedia 2", DevicePermedia2, true, false, false},
+    {"sx", "GLINT 300SX", DeviceSX, false, true, false},
+    {"tx", "GLINT 500TX", DeviceTX, false, true, false},
+    {"mx", "GLINT MX", DeviceMX, false, true, false},
+    {"permedia", "Permedia without setup unit", DevicePermedia, false, false, true},
+    {"sx-delta", "GLINT 300SX with Delta", DeviceSX, true, true, false},
+    {"tx-delta", "GLINT 500TX with Delta", DeviceTX, true, true, true},
+    {"mx-delta", "GLINT MX with Delta", DeviceMX, true, true, true},
+    {"permedia-delta", "Permedia with Delta", DevicePermedia, true, false, true},
+    {"permedia2", "Permedia 2", DevicePermedia2, true, false, true},
 };
+
+template <typename Condition>
+std::string NamesIf(Condition condition) {
+    std::string names;
+    for (const ChipChoice& chip : kChips)
+        if (condition(chip))
+            names += fmt::format("{}{}", names.empty() ? "" : ", ", chip.name);
+    return names;
+}
 
 } // namespace
 
@@ -36,20 +45,12 @@ const ChipChoice& ChipByName(std::string_view name) {
     return *found;
 }
 
-const ChipChoice& DrawingChipByName(std::string_view name) {
-    const ChipChoice& chip = ChipByName(name);
-    if (!chip.canDraw)
-        throw UserError(fmt::format("drawing on {} ('{}') is not there yet: expected one of {}",
-                                    chip.about, chip.name, ChipNames(true)));
-    return chip;
+std::string ChipNames() {
+    return NamesIf([](const ChipChoice&) { return true; });
 }
 
-std::string ChipNames(bool drawingOnly) {
-    std::string names;
-    for (const ChipChoice& chip : kChips)
-        if (chip.canDraw || !drawingOnly)
-            names += fmt::format("{}{}", names.empty() ? "" : ", ", chip.name);
-    return names;
+std::string TexturingChipNames() {
+    return NamesIf([](const ChipChoice& chip) { return chip.drawsTextures; });
 }
 
 } // namespace korv

@@ -12,20 +12,19 @@ struct ChipChoice {
     std::string_view about;
     uint32_t deviceId;
     bool setupUnit; // a setup unit in front of the rasteriser
-    bool canDraw;   // the driver's renderers for it are there
     bool allBlendFactors;
+    bool drawsTextures;
 };
 
-// All chips, those that draw first.
+// All chips, those without a setup unit first.
 std::span<const ChipChoice> Chips();
 
 // The chip of that name. UserError, with the names that exist, for any other.
 const ChipChoice& ChipByName(std::string_view name);
 
-// The same for a chip that is to draw. UserError for one that cannot yet.
-const ChipChoice& DrawingChipByName(std::string_view name);
-
-// "sx, tx, mx, ..." of all chips, or of those that draw.
-std::string ChipNames(bool drawingOnly = false);
+// "sx, tx, mx, ..." of all chips.
+std::string ChipNames();
+// The same of those that draw textures.
+std::string TexturingChipNames();
 
 } // namespace korv

@@ -27,8 +27,10 @@ double Inside(const Vec4& p, int plane) {
 }
 
 ClipVertex Between(const ClipVertex& a, const ClipVertex& b, double t) {
-    return {a.position + (b.position - a.position) * t, a.colour + (b.colour - a.colour) * t,
-            a.alpha + (b.alpha - a.alpha) * t, a.visibility + (b.visibility - a.visibility) * t};
+    const auto mix = [t](const auto& from, const auto& to) { return from + (to - from) * t; };
+    return {mix(a.position, b.position),     mix(a.colour, b.colour), mix(a.alpha, b.alpha),
+            mix(a.visibility, b.visibility), mix(a.u, b.u),           mix(a.v, b.v),
+            mix(a.highlight, b.highlight)};
 }
 
 } // namespace

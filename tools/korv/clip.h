@@ -14,6 +14,8 @@ struct ClipVertex {
     Vec3 colour;           // red, green, blue, 0 to 1
     double alpha = 1;      // 0 to 1
     double visibility = 1; // 1 clear to 0 all fog
+    double u = 0, v = 0;   // texture coordinates
+    double highlight = 0;  // white light that is reflected, 0 to 1
 };
 
 // One bit for each of the six planes that `position` lies outside of; 0 inside the view.

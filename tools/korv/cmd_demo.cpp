@@ -6,6 +6,7 @@
 
 #include "tools/korv/commands.h"
 #include "tools/korv/contact_sheet.h"
+#include "tools/korv/errors.h"
 #include "tools/korv/png.h"
 #include "tools/korv/progress.h"
 #include "tools/korv/scene.h"
@@ -22,13 +23,13 @@ struct DemoArguments {
     DrawArguments draw;
 };
 
-// The chips asked for, each once, in the order of the list of all; all that draw when none is.
+// The chips asked for, each once, in the order of the list of all; all when none is.
 std::vector<const ChipChoice*> ChosenChips(const std::vector<std::string>& names) {
     for (const std::string& name : names)
-        DrawingChipByName(name);
+        ChipByName(name);
     std::vector<const ChipChoice*> chosen;
     for (const ChipChoice& chip : Chips())
-        if (names.empty() ? chip.canDraw : std::ranges::find(names, chip.name) != names.end())
+        if (names.empty() || std::ranges::find(names, chip.name) != names.end())
             chosen.push_back(&chip);
     return chosen;
 }
@@ -51,11 +52,28 @@ std::vector<std::string> Names(const std::vector<const Item*>& items) {
     return names;
 }
 
+bool CanDraw(const ChipChoice& chip, const Scene& scene) {
+    return chip.drawsTextures || !scene.needsTextures;
+}
+
+// UserError if no chip can draw any of the scenes.
+size_t CountPictures(const std::vector<const ChipChoice*>& chips,
+                     const std::vector<const Scene*>& scenes) {
+    size_t pictures = 0;
+    for (const ChipChoice* chip : chips)
+        for (const Scene* scene : scenes)
+            pictures += CanDraw(*chip, *scene);
+    if (pictures == 0)
+        throw UserError(fmt::format("'{}' needs a chip that draws textures: expected one of {}",
+                                    scenes.front()->name, TexturingChipNames()));
+    return pictures;
+}
+
 void Demo(const DemoArguments& arguments, Console& console) {
     const Settings settings = arguments.draw.ToSettings();
     const auto chips = ChosenChips(arguments.chips);
     const auto scenes = ChosenScenes(arguments.scenes);
-    const size_t pictures = chips.size() * scenes.size();
+    const size_t pictures = CountPictures(chips, scenes);
     const std::filesystem::path folder = arguments.folder;
     MakeFolder(folder);
 
@@ -64,6 +82,8 @@ void Demo(const DemoArguments& arguments, Console& console) {
     Progress progress(console.err, pictures);
     for (size_t row = 0; row < scenes.size(); ++row)
         for (size_t column = 0; column < chips.size(); ++column) {
+            if (!CanDraw(*chips[column], *scenes[row]))
+                continue;
             const std::string name = fmt::format("{}-{}", chips[column]->name, scenes[row]->name);
             progress.Begin(name);
             Recording recording(pictures > 1 ? arguments.draw.record.With(name)
@@ -89,9 +109,11 @@ void Demo(const DemoArguments& arguments, Console& console) {
 std::string Footer() {
     std::string text = "Scenes:\n";
     for (const Scene& scene : Scenes())
-        text += fmt::format("  {:<12}{}\n", scene.name, scene.about);
+        text += fmt::format("  {:<15}{}\n", scene.name, scene.about);
     text += fmt::format(R"(
-Chips that draw: {}
+Chips: {}
+Chips that draw textures: {}
+Scenes that need textures leave the other chips out.
 
 With --words or --events and more than one picture, each picture has a file of its
 own, with chip and scene before the extension (words-tx-knot.bin).
@@ -101,7 +123,7 @@ Examples:
   korv demo -o pictures --chip permedia --scene knot --scene blend
   korv demo --chip tx --scene slivers --fifo --events slivers.txt
 )",
-                        ChipNames(true));
+                        ChipNames(), TexturingChipNames());
     return text;
 }
 

@@ -20,8 +20,6 @@ void Info(const std::string& name, Console& console) {
         throw UserError(fmt::format("the driver refused the {} board", chip.name));
     host::DirectDraw directDraw(display);
     fmt::print(console.out, "{} ('{}'), device 0x{:X}\n", chip.about, chip.name, chip.deviceId);
-    if (!chip.canDraw)
-        fmt::print(console.out, "Drawing on this chip is not there yet.\n");
     fmt::print(console.out, "{}", DescribeCaps(directDraw.HalInfo().ddCaps));
     const auto* device = reinterpret_cast<const D3DHAL_GLOBALDRIVERDATA*>(
         directDraw.Global()->lpD3DGlobalDriverData);

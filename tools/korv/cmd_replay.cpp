@@ -5,6 +5,7 @@
 
 #include "host/driver_module.h"
 #include "tools/korv/commands.h"
+#include "tools/korv/crash_note.h"
 #include "tools/korv/errors.h"
 #include "tools/korv/script.h"
 
@@ -40,6 +41,8 @@ void Replay(const ReplayArguments& arguments, Console& console) {
     options.displays = script.Displays();
     options.fifo = arguments.fifo;
     options.subBuffers = arguments.subBuffers;
+    // Around the player, as the trap of an aperture relies on the handlers that it found.
+    const CrashNote crashes;
     Player player(std::move(options));
     try {
         script.Play(player);

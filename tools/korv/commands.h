@@ -19,6 +19,7 @@ void AddDemo(CLI::App& app, Console& console);
 void AddRender(CLI::App& app, Console& console);
 void AddInfo(CLI::App& app, Console& console);
 void AddModel(CLI::App& app, Console& console);
+void AddTexture(CLI::App& app, Console& console);
 void AddReplay(CLI::App& app, Console& console);
 
 // What every command that draws can be told.

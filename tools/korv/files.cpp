@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <sstream>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -49,6 +50,19 @@ void OutputFile::Commit() {
     if (error)
         Fail(path_, error.message());
     temporary_.clear();
+}
+
+std::string ReadFile(const std::filesystem::path& path) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error))
+        throw UserError(fmt::format("cannot read '{}': it is a folder", path.string()));
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream bytes;
+    if (!file || !(bytes << file.rdbuf()))
+        throw UserError(fmt::format("cannot read '{}': {}", path.string(),
+                                    file ? "it is empty" : std::strerror(errno)));
+    return bytes.str();
 }
 
 void WriteFile(const std::filesystem::path& path, std::span<const std::byte> bytes) {

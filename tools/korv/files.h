@@ -25,6 +25,9 @@ class OutputFile {
     std::ofstream stream_;
 };
 
+// All of a file's bytes. UserError if it cannot be read.
+std::string ReadFile(const std::filesystem::path& path);
+
 // Writes `bytes` to `path`, whole or not at all. UserError if that fails.
 void WriteFile(const std::filesystem::path& path, std::span<const std::byte> bytes);
 

@@ -2,6 +2,7 @@
 // Triangle meshes in model space.
 #include <array>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "tools/korv/vec.h"
@@ -12,12 +13,18 @@ struct Vertex {
     Vec3 position;
     Vec3 normal;          // length 1
     Vec3 colour{1, 1, 1}; // red, green, blue, 0 to 1
+    double u = 0, v = 0;  // texture coordinates: 0 to 1 across the image, v downwards
 };
 
 // Front faces run counter-clockwise seen from outside.
 struct Mesh {
     std::vector<Vertex> vertices;
     std::vector<std::array<uint32_t, 3>> triangles;
+    // What a model file may add: whether it gives texture coordinates to every vertex, the image
+    // files of its materials, and each triangle's among them, -1 for none.
+    bool hasCoordinates = false;
+    std::vector<std::string> images;
+    std::vector<int> imageOf;
 };
 
 struct Sphere {

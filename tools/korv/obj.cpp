@@ -61,8 +61,20 @@ Mesh LoadObj(const std::filesystem::path& path) {
 
     Mesh mesh;
     bool hasAllNormals = true;
+    mesh.hasCoordinates = true;
     const bool hasColours = !attrib.colors.empty();
-    std::map<std::tuple<int, int, int>, uint32_t> known;
+    std::vector<int> imageOfMaterial;
+    for (const tinyobj::material_t& material : reader.GetMaterials()) {
+        imageOfMaterial.push_back(-1);
+        if (material.diffuse_texname.empty())
+            continue;
+        const std::string image = (path.parent_path() / material.diffuse_texname).string();
+        const auto found = std::ranges::find(mesh.images, image);
+        imageOfMaterial.back() = static_cast<int>(found - mesh.images.begin());
+        if (found == mesh.images.end())
+            mesh.images.push_back(image);
+    }
+    std::map<std::tuple<int, int, int, int>, uint32_t> known;
     for (const tinyobj::shape_t& shape : reader.GetShapes()) {
         const std::vector<tinyobj::index_t>& corners = shape.mesh.indices;
         for (size_t i = 0; i + 2 < corners.size(); i += 3) {
@@ -70,9 +82,9 @@ Mesh LoadObj(const std::filesystem::path& path) {
             std::array<uint32_t, 3> triangle;
             for (int corner = 0; corner < 3; ++corner) {
                 const tinyobj::index_t& index = corners[i + corner];
-                const auto [found, isNew] =
-                    known.try_emplace({index.vertex_index, index.normal_index, material},
-                                      static_cast<uint32_t>(mesh.vertices.size()));
+                const auto [found, isNew] = known.try_emplace(
+                    {index.vertex_index, index.normal_index, index.texcoord_index, material},
+                    static_cast<uint32_t>(mesh.vertices.size()));
                 triangle[corner] = found->second;
                 if (!isNew)
                     continue;
@@ -82,6 +94,13 @@ Mesh LoadObj(const std::filesystem::path& path) {
                     vertex.normal = Normalised(triple(attrib.normals, index.normal_index));
                 else
                     hasAllNormals = false;
+                if (index.texcoord_index >= 0) {
+                    // Files count v upwards.
+                    vertex.u = attrib.texcoords[2 * index.texcoord_index];
+                    vertex.v = 1 - attrib.texcoords[2 * index.texcoord_index + 1];
+                } else {
+                    mesh.hasCoordinates = false;
+                }
                 if (material >= 0) {
                     const auto& diffuse = reader.GetMaterials()[material].diffuse;
                     vertex.colour = {diffuse[0], diffuse[1], diffuse[2]};
@@ -92,6 +111,7 @@ Mesh LoadObj(const std::filesystem::path& path) {
                 mesh.vertices.push_back(vertex);
             }
             mesh.triangles.push_back(triangle);
+            mesh.imageOf.push_back(material >= 0 ? imageOfMaterial[material] : -1);
         }
     }
     if (mesh.triangles.empty())
@@ -115,11 +135,19 @@ void WriteObj(std::ostream& out, const Mesh& mesh, const std::string& title) {
             fmt::print(out, " {:.3f} {:.3f} {:.3f}", v.colour.x, v.colour.y, v.colour.z);
         fmt::print(out, "\n");
     }
+    const bool mapped =
+        std::ranges::any_of(mesh.vertices, [](const Vertex& v) { return v.u != 0 || v.v != 0; });
+    if (mapped)
+        for (const Vertex& v : mesh.vertices)
+            fmt::print(out, "vt {:.5f} {:.5f}\n", tidy(v.u), tidy(1 - v.v));
     for (const Vertex& v : mesh.vertices)
         fmt::print(out, "vn {:.5f} {:.5f} {:.5f}\n", tidy(v.normal.x), tidy(v.normal.y),
                    tidy(v.normal.z));
     for (const auto& [a, b, c] : mesh.triangles)
-        fmt::print(out, "f {0}//{0} {1}//{1} {2}//{2}\n", a + 1, b + 1, c + 1);
+        fmt::print(out,
+                   fmt::runtime(mapped ? "f {0}/{0}/{0} {1}/{1}/{1} {2}/{2}/{2}\n"
+                                       : "f {0}//{0} {1}//{1} {2}//{2}\n"),
+                   a + 1, b + 1, c + 1);
 }
 
 } // namespace korv

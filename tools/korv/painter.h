@@ -1,11 +1,27 @@
 #pragma once
 // What scenes and models are drawn on.
+#include <optional>
 #include <span>
+#include <string>
+#include <vector>
 
 #include "driver/platform/d3dhal.h"
+#include "host/picture.h"
 #include "tools/korv/camera.h"
 
 namespace korv {
+
+// What a texture is made of.
+struct TextureRequest {
+    host::Picture image;               // its sides are powers of two
+    std::string format;                // one of TextureFormats(); empty for one that suits
+    bool mipMapped = false;            // with smaller levels below
+    std::optional<D3DCOLOR> colourKey; // texels of this colour are not drawn
+};
+
+// A value of D3DRENDERSTATE_TEXTUREHANDLE.
+using TextureHandle = DWORD;
+constexpr TextureHandle kNoTexture = 0;
 
 // A colour target with a depth buffer of the same size and the device that draws into them. Calls
 // between the start and the end of a scene reach the device in order.
@@ -16,6 +32,13 @@ class Painter {
     virtual Extent Size() const = 0;
     // All factors of Direct3D's blending exist; otherwise only those of a chip without them.
     virtual bool HasAllBlendFactors() const = 0;
+    // Names of the formats that the device announces (see TexelFormatName); none on a device
+    // without textures.
+    virtual std::vector<std::string> TextureFormats() const = 0;
+
+    // Loads a texture, which lasts as long as the painter. UserError for what the device cannot
+    // have.
+    virtual TextureHandle MakeTexture(const TextureRequest& request) = 0;
 
     // Fills the target with `colour` and the depth buffer with the farthest depth.
     virtual void Clear(D3DCOLOR colour) = 0;

@@ -18,6 +18,13 @@ Vec3 Lit(const Vec3& colour, const Vec3& normal, const Light& light) {
     return colour * (light.ambient + light.diffuse * lambert);
 }
 
+double Highlight(const Vec3& position, const Vec3& normal, const Vec3& eye, const Light& light) {
+    if (light.gloss == 0)
+        return 0;
+    const Vec3 half = Normalised(Normalised(light.towards) + Normalised(eye - position));
+    return light.gloss * std::pow(std::max(0.0, Dot(normal, half)), light.shininess);
+}
+
 double Visibility(double distance, const std::optional<Fog>& fog) {
     return fog ? std::clamp((fog->end - distance) / (fog->end - fog->start), 0.0, 1.0) : 1.0;
 }
@@ -109,20 +116,27 @@ D3DTLVERTEX Project(const ClipVertex& vertex, Extent extent) {
             static_cast<float>(std::clamp(p.z * inverse, 0.0, 1.0)),
             static_cast<float>(inverse),
             PackColour(vertex.colour, vertex.alpha),
-            PackColour({0, 0, 0}, vertex.visibility),
-            0,
-            0};
+            PackColour(Vec3{1, 1, 1} * vertex.highlight, vertex.visibility),
+            static_cast<float>(vertex.u),
+            static_cast<float>(vertex.v)};
 }
 
-std::vector<Batch> Process(const Mesh& mesh, const Camera& camera, Extent extent,
-                           const DrawOptions& options) {
+std::vector<ClipVertex> Transform(const Mesh& mesh, const Camera& camera,
+                                  const DrawOptions& options) {
     std::vector<ClipVertex> vertices;
     vertices.reserve(mesh.vertices.size());
     for (const Vertex& v : mesh.vertices) {
         const Vec4 clip = camera.modelToClip * Vec4{v.position.x, v.position.y, v.position.z, 1};
         vertices.push_back({clip, Lit(v.colour, v.normal, options.light), options.alpha,
-                            Visibility(clip.w, options.fog)});
+                            Visibility(clip.w, options.fog), v.u, v.v,
+                            Highlight(v.position, v.normal, camera.eye, options.light)});
     }
+    return vertices;
+}
+
+std::vector<Batch> Process(const Mesh& mesh, const Camera& camera, Extent extent,
+                           const DrawOptions& options) {
+    const std::vector<ClipVertex> vertices = Transform(mesh, camera, options);
     std::vector<uint32_t> order;
     if (options.backToFront)
         order = BackToFront(mesh, vertices);
@@ -135,10 +149,12 @@ std::vector<Batch> Process(const Mesh& mesh, const Camera& camera, Extent extent
                                           vertices[triangle[2]]};
         if (flat) {
             // The device takes a flat triangle's colour from its first vertex.
-            const Vec3 colour =
-                Lit(mesh.vertices[triangle[0]].colour, FaceNormal(mesh, triangle), options.light);
-            for (ClipVertex& corner : corners)
-                corner.colour = colour;
+            const Vertex& first = mesh.vertices[triangle[0]];
+            const Vec3 normal = FaceNormal(mesh, triangle);
+            for (ClipVertex& corner : corners) {
+                corner.colour = Lit(first.colour, normal, options.light);
+                corner.highlight = Highlight(first.position, normal, camera.eye, options.light);
+            }
         }
         const uint32_t codes[3] = {Outcode(corners[0].position), Outcode(corners[1].position),
                                    Outcode(corners[2].position)};
@@ -155,13 +171,18 @@ std::vector<Batch> Process(const Mesh& mesh, const Camera& camera, Extent extent
     return builder.Take();
 }
 
-void DrawMesh(Painter& painter, const Mesh& mesh, const Camera& camera,
-              const DrawOptions& options) {
+void SetLightStates(Painter& painter, const DrawOptions& options) {
     painter.State(D3DRENDERSTATE_SHADEMODE,
                   options.shading == Shading::Flat ? D3DSHADE_FLAT : D3DSHADE_GOURAUD);
     painter.State(D3DRENDERSTATE_FOGENABLE, options.fog.has_value());
     if (options.fog)
         painter.State(D3DRENDERSTATE_FOGCOLOR, options.fog->colour);
+    painter.State(D3DRENDERSTATE_SPECULARENABLE, options.light.gloss > 0);
+}
+
+void DrawMesh(Painter& painter, const Mesh& mesh, const Camera& camera,
+              const DrawOptions& options) {
+    SetLightStates(painter, options);
     for (const Batch& batch : Process(mesh, camera, painter.Size(), options))
         painter.Triangles(batch.vertices, batch.triangles);
 }

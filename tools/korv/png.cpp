@@ -1,20 +1,49 @@
 #include "tools/korv/png.h"
 
+#include <memory>
 #include <vector>
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #include <stb_image_write.h>
 
+#define STB_IMAGE_IMPLEMENTATION
+#define STBI_ONLY_PNG
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wunused-function"
+#include <stb_image.h>
+#pragma GCC diagnostic pop
+
+#include <fmt/format.h>
+
+#include "tools/korv/errors.h"
 #include "tools/korv/files.h"
 
 namespace korv {
 
-void WritePng(const std::filesystem::path& path, const host::Picture& picture) {
-    constexpr int kChannels = 3;
-    std::vector<uint8_t> rgb;
-    rgb.reserve(picture.rgba.size() / 4 * kChannels);
+host::Picture ReadPng(const std::filesystem::path& path) {
+    constexpr int kRgba = 4;
+    const std::string bytes = ReadFile(path);
+    int width = 0, height = 0, channels = 0;
+    const std::unique_ptr<stbi_uc, decltype(&stbi_image_free)> pixels(
+        stbi_load_from_memory(reinterpret_cast<const stbi_uc*>(bytes.data()),
+                              static_cast<int>(bytes.size()), &width, &height, &channels, kRgba),
+        &stbi_image_free);
+    if (!pixels)
+        throw UserError(fmt::format("cannot read '{}': {}, expected a PNG", path.string(),
+                                    stbi_failure_reason()));
+    const auto size = static_cast<size_t>(width) * static_cast<size_t>(height) * kRgba;
+    return {static_cast<uint32_t>(width),
+            static_cast<uint32_t>(height),
+            {pixels.get(), pixels.get() + size}};
+}
+
+void WritePng(const std::filesystem::path& path, const host::Picture& picture,
+              PngChannels channels) {
+    const int count = static_cast<int>(channels);
+    std::vector<uint8_t> pixels;
+    pixels.reserve(picture.rgba.size());
     for (size_t i = 0; i < picture.rgba.size(); i += 4)
-        rgb.insert(rgb.end(), {picture.rgba[i], picture.rgba[i + 1], picture.rgba[i + 2]});
+        pixels.insert(pixels.end(), &picture.rgba[i], &picture.rgba[i] + count);
     std::vector<std::byte> png;
     const auto append = [](void* context, void* data, int size) {
         const auto* bytes = static_cast<const std::byte*>(data);
@@ -22,7 +51,7 @@ void WritePng(const std::filesystem::path& path, const host::Picture& picture) {
         all.insert(all.end(), bytes, bytes + size);
     };
     const int width = static_cast<int>(picture.width), height = static_cast<int>(picture.height);
-    stbi_write_png_to_func(append, &png, width, height, kChannels, rgb.data(), width * kChannels);
+    stbi_write_png_to_func(append, &png, width, height, count, pixels.data(), width * count);
     WriteFile(path, png);
 }
 

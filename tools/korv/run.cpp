@@ -47,6 +47,7 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
     AddRender(app, console);
     AddInfo(app, console);
     AddModel(app, console);
+    AddTexture(app, console);
     AddReplay(app, console);
     try {
         app.parse(argc, argv);

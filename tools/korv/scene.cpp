@@ -18,6 +18,15 @@ constexpr Scene kScenes[] = {
     {"blend", "every pair of blend factors of the chip over a pattern", DrawBlendFactors},
     {"crossing", "triangles that cut through each other", DrawCrossing},
     {"slivers", "fans of thin triangles: no gap, no pixel twice", DrawSlivers},
+    {"texture-floor", "floor in perspective beside one without", DrawTextureFloor, true},
+    {"formats", "every texture format of the chip, by name", DrawTextureFormats, true},
+    {"sprites", "faces cut out by a colour key, which the TX has not", DrawSprites, true},
+    {"tiles", "repeated, mirrored, clamped; nearest and mixed texels", DrawTiles, true},
+    {"texture-blend", "every way to mix texture and light", DrawTextureBlends, true},
+    {"texture-fog", "fog and gloss over textures", DrawTextureFog, true},
+    {"tunnel", "tunnel with mip maps above and without below", DrawTunnel, true},
+    {"landscape", "25,088 triangles in strips, textured where the chip can", DrawLandscape},
+    {"wireframe", "a ball as edges and as corners", DrawWireframe},
 };
 
 } // namespace

@@ -12,6 +12,7 @@ struct Scene {
     std::string_view name;
     std::string_view about;
     void (*draw)(Painter& painter);
+    bool needsTextures = false;
 };
 
 // All scenes, in the order of the contact sheet.
@@ -32,5 +33,14 @@ void DrawStippledAlpha(Painter& painter);
 void DrawBlendFactors(Painter& painter);
 void DrawCrossing(Painter& painter);
 void DrawSlivers(Painter& painter);
+void DrawTextureFloor(Painter& painter);
+void DrawTextureFormats(Painter& painter);
+void DrawSprites(Painter& painter);
+void DrawTiles(Painter& painter);
+void DrawTextureBlends(Painter& painter);
+void DrawTextureFog(Painter& painter);
+void DrawTunnel(Painter& painter);
+void DrawLandscape(Painter& painter);
+void DrawWireframe(Painter& painter);
 
 } // namespace korv

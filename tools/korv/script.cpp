@@ -9,6 +9,7 @@
 #include "board/explain.h"
 #include "driver/d3d/dcontext.h"
 #include "host/ddraw/results.h"
+#include "tools/korv/crash_note.h"
 #include "tools/korv/errors.h"
 
 namespace korv {
@@ -19,7 +20,7 @@ namespace {
 
 const StepKind* FindStep(std::string_view name) {
     for (const std::span<const StepKind> kinds :
-         {BringUpSteps(), SurfaceSteps(), BlitSteps(), ContextSteps(), StateSteps(),
+         {BringUpSteps(), SurfaceSteps(), ContentSteps(), BlitSteps(), ContextSteps(), StateSteps(),
           PrimitiveSteps(), ModeSteps(), FlipSteps(), CheckSteps(), OutputSteps(), CallSteps(),
           ExportSteps()})
         for (const StepKind& kind : kinds)
@@ -224,6 +225,9 @@ void HalScript::Play(Player& player) const {
             if (!step.words.empty())
                 before[name] = Pending(one.display->Chip());
         }
+        const auto place = fmt::format("{}step {} '{}'", file_.Place(step.node.Pointer()),
+                                       step.node.Pointer(), step.kind);
+        CrashNote::Set(place);
         Outcome outcome;
         try {
             step.plan.play(player, outcome);
@@ -232,9 +236,9 @@ void HalScript::Play(Player& player) const {
         } catch (const std::invalid_argument& error) {
             step.node.Fail(error.what());
         } catch (const host::ResultError& error) {
-            throw UnexpectedError(fmt::format("{}step {} '{}': {}",
-                                              file_.Place(step.node.Pointer()), step.node.Pointer(),
-                                              step.kind, error.what()));
+            throw UnexpectedError(fmt::format("{}: {}", place, error.what()));
+        } catch (const std::bad_alloc&) {
+            step.node.Fail("out of memory");
         }
 
         std::string lines;

@@ -95,7 +95,7 @@ StepPlan ReadStart(Fields& fields, Names& names) {
     return {[name](Player& player, Outcome& outcome) {
                 PlayedDisplay& one = player.Display(name);
                 const bool started = one.display->Start();
-                if (started)
+                if (started && !one.directDraw) // each process that uses the display starts it
                     one.directDraw = std::make_unique<host::DirectDraw>(*one.display);
                 outcome.Set("result", started ? DD_OK : DDERR_GENERIC);
             },

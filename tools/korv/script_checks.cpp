@@ -1,4 +1,5 @@
 // Looks into memory from the host's side: records, pixels, blocks of memory, faults of the board.
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <functional>
@@ -19,7 +20,16 @@ struct RecordChoice {
     RecordFinder find;
 };
 
-// "record" by its type's name, of a "display", a "surface" or a "context".
+bool IsOfSurface(std::string_view record) {
+    return record == "PrivateSurfaceData" || record.starts_with("DDRAWI_DDRAWSURFACE");
+}
+
+bool IsOfDisplay(std::string_view record) {
+    return record == "DriverData" || record == "ChipInfo" || record == "D3DHAL_GLOBALDRIVERDATA" ||
+           record == "D3DHAL_CALLBACKS";
+}
+
+// "record" by its type's name, of a "display", a "surface" or a "context", or in a "memory".
 RecordChoice ReadRecordChoice(Fields& fields, const Names& names) {
     const Node record = fields["record"];
     const RecordType* type = FindRecord(record.Name());
@@ -32,14 +42,27 @@ RecordChoice ReadRecordChoice(Fields& fields, const Names& names) {
                     return const_cast<D3DContext*>(player.ContextRecord(context));
                 }};
     }
-    if (name == "PrivateSurfaceData" || name.starts_with("DDRAWI_DDRAWSURFACE")) {
+    if (IsOfSurface(name)) {
         const std::string surface = names.Refer(NameKind::Surface, fields["surface"]);
         return {type, [surface, name](Player& player) -> void* {
                     host::Surface& one = player.Surface(surface);
                     if (name == "PrivateSurfaceData")
                         return PrivateOf(one.Local());
+                    if (name == "DDRAWI_DDRAWSURFACE_LCL")
+                        return one.Local();
                     return name == "DDRAWI_DDRAWSURFACE_GBL" ? static_cast<void*>(one.Global())
                                                              : one.GlobalMore();
+                }};
+    }
+    if (!IsOfDisplay(name)) {
+        const Node memory = fields["memory"];
+        const std::string block = names.Refer(NameKind::Memory, memory);
+        return {type, [block, memory, type](Player& player) -> void* {
+                    std::vector<uint32_t>& words = player.Memory(block);
+                    if (words.size() * 4 < type->size)
+                        memory.Fail(fmt::format("{} bytes are too few for a {} of {}",
+                                                words.size() * 4, type->name, type->size));
+                    return words.data();
                 }};
     }
     const std::string display = names.DisplayOf(fields);
@@ -118,7 +141,7 @@ StepPlan ReadPixels(Fields& fields, Names& names) {
             if (const auto place = ParsePlace(field))
                 places.emplace_back(field, *place);
     return {[=](Player& player, Outcome& outcome) {
-                host::Surface& surface = player.Surface(name);
+                host::Surface& surface = player.SurfaceWithMemory(name);
                 if (finish && surface.HasVideoMemory())
                     player.DisplayOf(name).directDraw->Finish(surface);
                 for (const auto& [field, place] : places)
@@ -138,54 +161,86 @@ StepPlan ReadPixels(Fields& fields, Names& names) {
             }};
 }
 
-// A block of memory of its own, for exports and raw records.
+// A block of memory of its own, for exports and raw records: words, or a record.
 StepPlan ReadMemory(Fields& fields, Names& names) {
     std::vector<Bits> words;
-    if (const auto list = fields.Find("words"))
+    RecordValues values;
+    size_t needed = 0;
+    if (const auto record = fields.Find("record")) {
+        const RecordType* type = FindRecord(record->Name());
+        if (type == nullptr)
+            record->Fail(fmt::format("unknown record '{}'", record->Text()));
+        needed = (type->size + 3) / 4;
+        if (const auto node = fields.Find("fields"))
+            values = ReadRecord(*node, *type, names);
+    } else if (const auto list = fields.Find("words")) {
         for (const Node& word : list->List())
-            words.push_back(word.IsObject() || word.IsNull()
-                                ? ReadAddress(word, names)
-                                : ReadBits(word, FieldKind::Word, names));
-    const uint32_t count = fields.Has("count") ? fields["count"].Number(1, 1u << 20)
-                                               : static_cast<uint32_t>(words.size());
+            words.push_back(ReadWordOrAddress(word, names));
+        needed = words.size();
+    }
+    size_t count = needed;
+    if (const auto node = fields.Find("count"))
+        count = std::max<size_t>(needed, node->Number(1, 1u << 20));
     const std::string name = names.Declare(NameKind::Memory, fields["name"]);
+    if (count == 0)
+        fields.Object().Fail("expected 'words', 'count' or 'record'");
     return {[=](Player& player, Outcome&) {
-                std::vector<uint32_t>& block = player.memory[name];
-                block.assign(std::max<size_t>(count, words.size()), 0);
+                std::vector<uint32_t> block(count, 0);
                 for (size_t i = 0; i < words.size(); ++i)
                     block[i] = words[i](player);
+                WriteRecord(block.data(), values, player);
+                player.memory[name] = std::move(block);
             },
             Only({})};
 }
 
-// 32-bit words at byte offsets from an address: "expect": {"0x10": 5}.
+// Bytes: "12" or "0xC".
+std::optional<uint32_t> ParseOffset(const std::string& text) {
+    uint32_t offset = 0;
+    const bool hex = text.starts_with("0x");
+    const char* const end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data() + (hex ? 2 : 0), end, offset, hex ? 16 : 10);
+    if (parsed.ec != std::errc() || parsed.ptr != end)
+        return {};
+    return offset;
+}
+
+// 32-bit words at byte offsets from an address: "expect": {"0x10": 5}, "save": {"name": "0x10"}.
 StepPlan ReadPeek(Fields& fields, Names& names) {
-    const Bits address = ReadAddress(fields["at"], names);
-    const auto offsetOf = [](const std::string& field) -> std::optional<uint32_t> {
-        uint32_t offset = 0;
-        const bool hex = field.starts_with("0x");
-        const char* const end = field.data() + field.size();
-        const auto parsed =
-            std::from_chars(field.data() + (hex ? 2 : 0), end, offset, hex ? 16 : 10);
-        if (parsed.ec != std::errc() || parsed.ptr != end)
-            return {};
-        return offset;
-    };
-    std::vector<std::pair<std::string, uint32_t>> offsets;
+    const Node at = fields["at"];
+    const Bits address = ReadAddress(at, names);
+    std::vector<std::pair<std::string, uint32_t>> offsets, saved;
     if (const auto expect = fields.Find("expect"); expect && expect->IsObject())
         for (const auto& [field, value] : Fields(*expect).All())
-            if (const auto offset = offsetOf(field))
+            if (const auto offset = ParseOffset(field))
                 offsets.emplace_back(field, *offset);
+    if (const auto save = fields.Find("save")) {
+        Fields list(*save);
+        for (const auto& [name, place] : list.All()) {
+            const auto offset = ParseOffset(place.Text());
+            if (!offset)
+                place.Fail(fmt::format("'{}' is no offset in bytes", place.Text()));
+            names.Declare(NameKind::Value, name, place);
+            saved.emplace_back(name, *offset);
+        }
+    }
     return {[=](Player& player, Outcome& outcome) {
-                const auto* bytes = reinterpret_cast<const uint8_t*>(address(player));
-                for (const auto& [field, offset] : offsets) {
-                    uint32_t word;
-                    std::memcpy(&word, bytes + offset, 4);
-                    outcome.Set(field, word);
-                }
+                const auto word = [&](uint32_t offset) {
+                    const uint32_t place = address(player) + offset;
+                    if (!player.Holds(place, 4))
+                        at.Fail(fmt::format("no memory that has a name here is at {} + 0x{:X}",
+                                            player.DescribeAddress(address(player)), offset));
+                    uint32_t bits;
+                    std::memcpy(&bits, reinterpret_cast<const void*>(place), 4);
+                    return bits;
+                };
+                for (const auto& [field, offset] : offsets)
+                    outcome.Set(field, word(offset));
+                for (const auto& [name, offset] : saved)
+                    player.values[name] = word(offset);
             },
-            [offsetOf](const std::string& field) -> std::optional<FieldKind> {
-                return offsetOf(field) ? std::optional(FieldKind::Word) : std::nullopt;
+            [](const std::string& field) -> std::optional<FieldKind> {
+                return ParseOffset(field) ? std::optional(FieldKind::Word) : std::nullopt;
             }};
 }
 

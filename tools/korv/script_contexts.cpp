@@ -1,4 +1,6 @@
 // Direct3D contexts, scenes and texture handles.
+#include <fmt/format.h>
+
 #include "host/driver_module.h"
 #include "tools/korv/script_step.h"
 
@@ -23,13 +25,17 @@ StepPlan ReadContext(Fields& fields, Names& names) {
     const std::string name = names.Declare(NameKind::Context, fields["name"]);
     return {[=](Player& player, Outcome& outcome) {
                 host::DirectDraw& directDraw = player.DirectDraw(display);
+                for (const std::string& surface : {target, zBuffer})
+                    if (!surface.empty() && player.DisplayOf(surface).name != display)
+                        throw NotThereError(
+                            fmt::format("surface '{}' is not of display '{}'", surface, display));
                 host::Surface* depth = zBuffer.empty() ? nullptr : &player.Surface(zBuffer);
                 try {
                     auto device = std::make_unique<host::Device3D>(
                         directDraw, player.Surface(target), depth, process);
                     outcome.Set("handle", device->Handle());
                     outcome.Set("result", DD_OK);
-                    player.contexts[name] = {display, std::move(device)};
+                    player.AddContext(name, {display, target, zBuffer, process, std::move(device)});
                 } catch (const host::ResultError& error) {
                     outcome.Set("result", error.Result());
                 }
@@ -67,13 +73,20 @@ StepPlan ReadContexts(Fields& fields, Names& names) {
 
 StepPlan ReadDestroyContext(Fields& fields, Names& names) {
     const std::string name = names.Refer(NameKind::Context, fields["context"]);
-    return Resultful([=](Player& player) { return player.Device(name).Destroy(); });
+    return Resultful([=](Player& player) {
+        const HRESULT result = player.Device(name).Destroy();
+        player.contexts.at(name).live = false;
+        return result;
+    });
 }
 
 StepPlan ReadDestroyProcess(Fields& fields, Names& names) {
     const std::string display = names.DisplayOf(fields);
     const uint32_t process = fields["process"].Number(0, ~0u);
     return Resultful([=](Player& player) {
+        for (auto& [name, one] : player.contexts)
+            if (one.display == display && one.process == process)
+                one.live = false;
         return host::Device3D::DestroyAll(player.DirectDraw(display), process);
     });
 }
@@ -133,7 +146,7 @@ StepPlan ReadTextureSurface(Fields& fields, Names& names) {
                 outcome.Set("result", result);
                 outcome.Set("surface", reinterpret_cast<uintptr_t>(surface));
             },
-            Only({{"result", FieldKind::Result}, {"surface", FieldKind::SurfaceInterface}}), true};
+            Only({{"result", FieldKind::Result}, {"surface", FieldKind::SurfaceLocal}}), true};
 }
 
 constexpr StepKind kSteps[] = {

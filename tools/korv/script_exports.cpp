@@ -4,6 +4,7 @@
 #include <utility>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "host/driver_module.h"
 #include "tools/korv/script_step.h"
@@ -13,32 +14,32 @@ namespace korv {
 namespace {
 
 struct Export {
-    std::string_view name; // by ordinal, from 1
-    bool takesDriver;      // as its first argument
-    uint32_t arguments;    // behind that
+    std::string_view name;              // by ordinal, from 1
+    bool takesDriver;                   // as its first argument
+    std::vector<const char*> arguments; // behind that
 };
 
-constexpr Export kExports[] = {
-    {"DriverInit", false, 1},
-    {"KORV_AllocateVideoMemory", true, 1},
-    {"KORV_CopyBlt", true, 3},
-    {"KORV_CreateContext", true, 1},
-    {"KORV_DebugHelp", false, 1},
-    {"KORV_DeleteContext", true, 1},
-    {"KORV_DriverIsLocked", true, 0},
-    {"KORV_FreeDMABuffer", true, 1},
-    {"KORV_FreeDriverLock", true, 1},
-    {"KORV_FreeVideoMemory", true, 1},
-    {"KORV_GetDMABuffer", true, 1},
-    {"KORV_GetDriverLock", true, 3},
-    {"KORV_GetInfo", true, 1},
-    {"KORV_Initialize", true, 0},
-    {"KORV_Service", false, 3},
-    {"KORV_StartDMA", true, 5},
-    {"KORV_StartSoftwareCursor", true, 0},
-    {"KORV_StopSoftwareCursor", true, 0},
-    {"KORV_SwitchContext", true, 1},
-    {"KORV_WaitForDMA", true, 0},
+const Export kExports[] = {
+    {"DriverInit", false, {"display"}},
+    {"KORV_AllocateVideoMemory", true, {"request"}},
+    {"KORV_CopyBlt", true, {"rect", "destOffset", "srcRelative"}},
+    {"KORV_CreateContext", true, {"subBuffers"}},
+    {"KORV_DebugHelp", false, {"request"}},
+    {"KORV_DeleteContext", true, {"id"}},
+    {"KORV_DriverIsLocked", true, {}},
+    {"KORV_FreeDMABuffer", true, {"index"}},
+    {"KORV_FreeDriverLock", true, {"surface"}},
+    {"KORV_FreeVideoMemory", true, {"address"}},
+    {"KORV_GetDMABuffer", true, {"out"}},
+    {"KORV_GetDriverLock", true, {"surface", "useDCI", "rect"}},
+    {"KORV_GetInfo", true, {"info"}},
+    {"KORV_Initialize", true, {}},
+    {"KORV_Service", false, {"code", "request", "buffer"}},
+    {"KORV_StartDMA", true, {"context", "words", "physical", "linear", "reserved"}},
+    {"KORV_StartSoftwareCursor", true, {}},
+    {"KORV_StopSoftwareCursor", true, {}},
+    {"KORV_SwitchContext", true, {"id"}},
+    {"KORV_WaitForDMA", true, {}},
 };
 static_assert(std::size(kExports) == host::kExportOrdinals);
 
@@ -67,15 +68,6 @@ uint32_t Call(void* entry, const std::vector<uint32_t>& arguments) {
     }
 }
 
-// A number, or {"value": name}, or an address: null, a name, or an object that names one.
-Bits ReadArgument(const Node& node, const Names& names) {
-    if (node.IsNull() || (node.IsObject() && !node.Json().contains("value")) ||
-        (node.IsText() && (names.Of(NameKind::Memory).contains(node.Text()) ||
-                           names.Of(NameKind::Surface).contains(node.Text()))))
-        return ReadAddress(node, names);
-    return ReadBits(node, FieldKind::Word, names);
-}
-
 StepPlan ReadExport(Fields& fields, Names& names) {
     const Node name = fields["name"];
     const auto found = std::ranges::find(kExports, name.Name(), &Export::name);
@@ -94,15 +86,15 @@ StepPlan ReadExport(Fields& fields, Names& names) {
                 return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(player.Driver(one)));
             });
     }
-    uint32_t given = 0;
-    if (const auto list = fields.Find("arguments"))
-        for (const Node& argument : list->List()) {
-            arguments.push_back(ReadArgument(argument, names));
-            ++given;
-        }
-    if (given != entry.arguments)
-        name.Fail(fmt::format("{} takes {} arguments behind the display, got {}", entry.name,
-                              entry.arguments, given));
+    if (const auto given = fields.Find("arguments")) {
+        Fields values(*given);
+        for (const char* argument : entry.arguments)
+            arguments.push_back(ReadWordOrAddress(values[argument], names));
+        values.Done();
+    } else if (!entry.arguments.empty()) {
+        name.Fail(
+            fmt::format("{} takes arguments: {}", entry.name, fmt::join(entry.arguments, ", ")));
+    }
     std::string save;
     if (const auto node = fields.Find("save"))
         save = names.Declare(NameKind::Value, *node);

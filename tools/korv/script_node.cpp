@@ -1,5 +1,6 @@
 #include "tools/korv/script_node.h"
 
+#include <bit>
 #include <cmath>
 #include <fstream>
 #include <limits>
@@ -28,6 +29,30 @@ std::string ReadText(const std::filesystem::path& path) {
     return text.str();
 }
 
+// Place of the first bracket that is nested deeper than any script needs; none for healthy texts.
+std::optional<size_t> TooDeep(std::string_view text) {
+    constexpr int kMaxDepth = 64;
+    int depth = 0;
+    bool inText = false;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (inText) {
+            if (c == '\\')
+                ++i;
+            else
+                inText = c != '"';
+        } else if (c == '"') {
+            inText = true;
+        } else if (c == '[' || c == '{') {
+            if (++depth > kMaxDepth)
+                return i;
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return {};
+}
+
 const char* TypeName(const nlohmann::json& value) {
     return value.is_null()      ? "nothing"
            : value.is_boolean() ? "true or false"
@@ -41,6 +66,9 @@ const char* TypeName(const nlohmann::json& value) {
 
 ScriptFile::ScriptFile(const std::filesystem::path& path) : path_(path) {
     const std::string text = ReadText(path);
+    if (const auto place = TooDeep(text))
+        throw UserError(
+            fmt::format("{}:{}: nested too deeply", path.string(), LineAt(text, *place)));
     try {
         root_ = nlohmann::json::parse(text);
     } catch (const nlohmann::json::parse_error& error) {
@@ -49,6 +77,14 @@ ScriptFile::ScriptFile(const std::filesystem::path& path) : path_(path) {
         const size_t reason = what.find(": ");
         throw UserError(fmt::format("{}:{}: no JSON: {}", path.string(), LineAt(text, error.byte),
                                     reason == std::string::npos ? what : what.substr(reason + 2)));
+    } catch (const nlohmann::json::out_of_range& error) {
+        // A number beyond all types, in quotes at the end of the text.
+        const std::string what = error.what();
+        const size_t quote = what.find('\'');
+        const std::string number =
+            quote == std::string::npos ? "" : what.substr(quote + 1, what.size() - quote - 2);
+        throw UserError(fmt::format("{}:{}: no JSON: the number {} is out of range", path.string(),
+                                    LineAt(text, text.find(number)), number));
     }
     lines_.emplace(text);
     if (!lines_->Duplicate().empty())
@@ -98,6 +134,15 @@ double Node::Real() const {
     if (!value_->is_number())
         Fail(fmt::format("expected a number, got {}", TypeName(*value_)));
     return value_->get<double>();
+}
+
+float Node::Single() const {
+    if (IsText())
+        return std::bit_cast<float>(Word());
+    const auto single = static_cast<float>(Real());
+    if (!std::isfinite(single))
+        Fail(fmt::format("{} does not fit a single: give its bits as a text", value_->dump()));
+    return single;
 }
 
 bool Node::Flag() const {

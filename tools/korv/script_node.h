@@ -54,6 +54,8 @@ class Node {
     // A JSON integer from `low` to `high`.
     uint32_t Number(uint32_t low, uint32_t high) const;
     double Real() const;
+    // A number, rounded to a single, or the exact bits as a text.
+    float Single() const;
     bool Flag() const;
     std::string Text() const;
     // A text that is not empty.

@@ -17,7 +17,7 @@ StepPlan ReadPicture(Fields& fields, Names& names) {
     if (path != path.filename())
         file.Fail(fmt::format("'{}' is no bare file name", path.string()));
     return {[=](Player& player, Outcome&) {
-                host::Surface& surface = player.Surface(name);
+                host::Surface& surface = player.SurfaceWithMemory(name);
                 if (surface.HasVideoMemory())
                     player.DisplayOf(name).directDraw->Finish(surface);
                 if (!player.Options().pictures.empty())

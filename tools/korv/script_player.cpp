@@ -14,7 +14,7 @@ template <class Map>
 auto& Named(Map& map, const char* kind, const std::string& name) {
     const auto found = map.find(name);
     if (found == map.end())
-        throw NotThereError(fmt::format("{} '{}' is not there any more", kind, name));
+        throw NotThereError(fmt::format("{} '{}' is not there", kind, name));
     return found->second;
 }
 
@@ -74,6 +74,13 @@ host::Surface& Player::Surface(const std::string& name) {
     return *Named(surfaces_, "surface", name).surface;
 }
 
+host::Surface& Player::SurfaceWithMemory(const std::string& name) {
+    host::Surface& surface = Surface(name);
+    if (surface.Lost())
+        throw NotThereError(fmt::format("surface '{}' has lost its memory", name));
+    return surface;
+}
+
 PlayedDisplay& Player::DisplayOf(const std::string& surface) {
     return Display(Named(surfaces_, "surface", surface).display);
 }
@@ -118,6 +125,10 @@ void Player::AddDisplay(const std::string& name, host::DisplayConfig config) {
 
 void Player::AddSurface(const std::string& name, const std::string& display,
                         host::Surface& surface) {
+    if (surfaces_.contains(name)) {
+        DirectDraw(display).Destroy(surface);
+        throw NotThereError(fmt::format("there is a surface '{}' already", name));
+    }
     surfaces_[name] = {display, &surface};
     for (size_t i = 0; i < surface.Chain().size(); ++i)
         surfaces_[fmt::format("{}.{}", name, i + 1)] = {display, surface.Chain()[i]};
@@ -125,6 +136,11 @@ void Player::AddSurface(const std::string& name, const std::string& display,
 
 void Player::DestroySurface(const std::string& name) {
     host::Surface& surface = Surface(name);
+    for (const auto& [context, one] : contexts)
+        for (const std::string& used : {one.target, one.zBuffer})
+            if (one.live && !used.empty() && &Surface(used) == &surface)
+                throw NotThereError(
+                    fmt::format("context '{}' still uses surface '{}'", context, name));
     const std::vector<host::Surface*> chain = surface.Chain();
     DirectDraw(surfaces_[name].display).Destroy(surface);
     std::erase_if(surfaces_, [&](const auto& one) {
@@ -133,38 +149,60 @@ void Player::DestroySurface(const std::string& name) {
     });
 }
 
+void Player::AddContext(const std::string& name, PlayedContext context) {
+    const auto found = contexts.find(name);
+    if (found != contexts.end() && found->second.live)
+        throw NotThereError(fmt::format("there is a context '{}' already", name));
+    contexts[name] = std::move(context);
+}
+
 void* Player::Scratch(size_t bytes) {
     return scratch_.emplace_back(std::make_unique<uint8_t[]>(bytes)).get();
 }
 
-std::string Player::DescribeAddress(uint32_t address) {
-    const auto within = [&](const void* start, size_t bytes) {
-        return address >= AddressOf(start) && address - AddressOf(start) < bytes;
-    };
-    const auto describe = [&](const std::string& what, const void* start) {
-        const uint32_t offset = address - AddressOf(start);
-        return offset == 0 ? what : fmt::format("{} + 0x{:X}", what, offset);
-    };
-    if (address == 0)
-        return "null";
+std::vector<Player::NamedMemory> Player::NamedMemories() {
+    std::vector<NamedMemory> all;
     for (const auto& [name, one] : surfaces_)
-        if (within(one.surface->Bytes(), size_t(one.surface->Pitch()) * one.surface->Height()))
-            return describe(fmt::format("surface '{}'", name), one.surface->Bytes());
+        if (!one.surface->Lost())
+            all.push_back({fmt::format("surface '{}'", name), one.surface->Bytes(),
+                           size_t(one.surface->Pitch()) * one.surface->Height()});
     for (const auto& [name, words] : memory)
-        if (within(words.data(), words.size() * 4))
-            return describe(fmt::format("memory '{}'", name), words.data());
+        all.push_back({fmt::format("memory '{}'", name), words.data(), words.size() * 4});
     for (const auto& [name, one] : displays_) {
         const auto frame = one.display->Board().FrameBuffer();
-        if (within(frame.data(), frame.size()))
-            return describe(fmt::format("frame buffer of '{}'", name), frame.data());
+        all.push_back({fmt::format("frame buffer of '{}'", name), frame.data(), frame.size()});
         const auto local = one.display->Board().LocalBuffer();
-        if (within(local.data(), local.size()))
-            return describe(fmt::format("local buffer of '{}'", name), local.data());
+        all.push_back({fmt::format("local buffer of '{}'", name), local.data(), local.size()});
         for (uint32_t i = 0; i < one.display->Config().dmaBufferCount; ++i)
-            if (within(one.display->DmaBuffer(i), one.display->Config().dmaBufferBytes))
-                return describe(fmt::format("DMA buffer {} of '{}'", i, name),
-                                one.display->DmaBuffer(i));
+            all.push_back({fmt::format("DMA buffer {} of '{}'", i, name), one.display->DmaBuffer(i),
+                           one.display->Config().dmaBufferBytes});
     }
+    return all;
+}
+
+bool Player::Holds(uint32_t address, size_t bytes) {
+    for (const NamedMemory& one : NamedMemories()) {
+        const uint32_t offset = address - AddressOf(one.start);
+        if (offset <= one.bytes && one.bytes - offset >= bytes)
+            return true;
+    }
+    return false;
+}
+
+std::string Player::DescribeAddress(uint32_t address) {
+    if (address == 0)
+        return "null";
+    for (const NamedMemory& one : NamedMemories()) {
+        const uint32_t offset = address - AddressOf(one.start);
+        if (offset < one.bytes)
+            return offset == 0 ? one.name : fmt::format("{} + 0x{:X}", one.name, offset);
+    }
+    for (const auto& [name, one] : displays_)
+        for (uint32_t i = 0; i < one.display->Config().dmaBufferCount; ++i)
+            if (const uint32_t offset = address - host::Display::DmaBusAddress(i);
+                offset < one.display->Config().dmaBufferBytes)
+                return fmt::format("bus address of DMA buffer {} of '{}' + 0x{:X}", i, name,
+                                   offset);
     return "an address that has no name here";
 }
 

@@ -23,7 +23,7 @@ struct PlayOptions {
     int subBuffers = 0;  // of every DMA ring; 0 leaves it to the script
 };
 
-// A step wants something that is no more, or never came to be: `what()` names it.
+// A step wants something that is no more, never came to be, or can't be had: `what()` names it.
 struct NotThereError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -54,8 +54,10 @@ struct PlayedDisplay {
 };
 
 struct PlayedContext {
-    std::string display;
+    std::string display, target, zBuffer; // names; no Z buffer: empty
+    uint32_t process = 1;
     std::unique_ptr<host::Device3D> device;
+    bool live = true; // until it is destroyed
 };
 
 class Player {
@@ -73,6 +75,8 @@ class Player {
     host::DirectDraw& DirectDraw(const std::string& display); // of a display that has started
     DriverData* Driver(const std::string& display);
     host::Surface& Surface(const std::string& name);
+    // A surface whose bytes can be read and written.
+    host::Surface& SurfaceWithMemory(const std::string& name);
     // The display that a surface lives on.
     PlayedDisplay& DisplayOf(const std::string& surface);
     host::Device3D& Device(const std::string& context);
@@ -85,8 +89,14 @@ class Player {
     // Powers a board on with the options applied. std::invalid_argument if no board is like that.
     void AddDisplay(const std::string& name, host::DisplayConfig config);
     // Names a surface, and those behind it as "name.1", "name.2" and so on.
+    // NotThereError if the name is in use.
     void AddSurface(const std::string& name, const std::string& display, host::Surface& surface);
+    // NotThereError if a context still draws to it.
     void DestroySurface(const std::string& name);
+    // NotThereError if there is a live context of that name.
+    void AddContext(const std::string& name, PlayedContext context);
+    // Whether so many bytes from an address on belong to something that a script can name.
+    bool Holds(uint32_t address, size_t bytes);
     std::map<std::string, PlayedContext> contexts;
     std::map<std::string, uint32_t> textures;
     std::map<std::string, std::vector<uint32_t>> memory;
@@ -104,6 +114,13 @@ class Player {
     void CommitRecordings();
 
   private:
+    struct NamedMemory {
+        std::string name; // as people are told
+        const void* start;
+        size_t bytes;
+    };
+    // All that a script's addresses can lie in.
+    std::vector<NamedMemory> NamedMemories();
     struct NamedSurface {
         std::string display;
         host::Surface* surface;

@@ -1,6 +1,4 @@
 // Triangles, lines, points, models and whole execute buffers.
-#include <bit>
-
 #include <fmt/format.h>
 
 #include "tools/korv/errors.h"
@@ -41,10 +39,7 @@ D3DTLVERTEX ReadVertex(const Node& node) {
     if (parts.size() < 2 || parts.size() > 8)
         node.Fail("expected [sx, sy, sz, rhw, color, specular, tu, tv], from two parts up");
     const auto real = [&](size_t i, float missing) {
-        if (i >= parts.size())
-            return missing;
-        return parts[i].IsText() ? std::bit_cast<float>(parts[i].Word())
-                                 : static_cast<float>(parts[i].Real());
+        return i < parts.size() ? parts[i].Single() : missing;
     };
     const auto word = [&](size_t i, uint32_t missing) {
         return i < parts.size() ? parts[i].Word() : missing;

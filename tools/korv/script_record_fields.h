@@ -2,6 +2,8 @@
 // Making of field tables.
 #include <type_traits>
 
+#include "driver/services/OpenGL.h"
+#include "driver/services/services.h"
 #include "tools/korv/script_records.h"
 
 namespace korv {
@@ -36,6 +38,10 @@ template <>
 const RecordType& RecordOf<DDHAL_DDKERNELCALLBACKS>();
 template <>
 const RecordType& RecordOf<DDHALINFO>();
+template <>
+const RecordType& RecordOf<DBLNODE>();
+template <>
+const RecordType& RecordOf<DDRAWI_DDRAWSURFACE_LCL>();
 template <>
 const RecordType& RecordOf<DDRAWI_DDRAWSURFACE_GBL>();
 template <>
@@ -138,6 +144,18 @@ template <>
 const RecordType& RecordOf<D3DContext::RegisterCopies>();
 template <>
 const RecordType& RecordOf<D3DContext>();
+template <>
+const RecordType& RecordOf<HeapRequest>();
+template <>
+const RecordType& RecordOf<ServiceInfo>();
+template <>
+const RecordType& RecordOf<ServiceDMABuffer>();
+template <>
+const RecordType& RecordOf<ServiceRequest>();
+template <>
+const RecordType& RecordOf<DebugHelpRequest>();
+template <>
+const RecordType& RecordOf<DCISURFACEINFO>();
 
 // What a member holds, by its name where the type alone doesn't tell.
 template <class T>
@@ -165,7 +183,7 @@ constexpr FieldKind KindOf(std::string_view name) {
     else if constexpr (std::is_same_v<T, DDSURFACEDESC*>)
         return FieldKind::Description;
     else if constexpr (std::is_same_v<T, void*> || std::is_same_v<T, uint32_t*> ||
-                       std::is_same_v<T, uint8_t*>)
+                       std::is_same_v<T, uint8_t*> || std::is_same_v<T, RECT*>)
         return FieldKind::Address;
     else if constexpr (std::is_pointer_v<T>)
         return FieldKind::Present;
@@ -194,6 +212,11 @@ constexpr RecordField MakeField(const char* name, uint32_t offset) {
 } // namespace korv
 
 #define KORV_FIELD(member) MakeField<decltype(R::member)>(#member, offsetof(R, member))
+// A member whose type doesn't tell that it is an address.
+#define KORV_ADDRESS(member)                                                                       \
+    RecordField {                                                                                  \
+#member, offsetof(R, member), FieldKind::Address, nullptr, 0, sizeof(R::member)            \
+    }
 #define KORV_RECORD(T, ...)                                                                        \
     template <>                                                                                    \
     const RecordType& RecordOf<T>() {                                                              \

@@ -18,10 +18,19 @@ constexpr const RecordType& (*kRecords[])() = {
     RecordOf<ChipInfo>,
     RecordOf<D3DHAL_GLOBALDRIVERDATA>,
     RecordOf<D3DHAL_CALLBACKS>,
+    RecordOf<DDRAWI_DDRAWSURFACE_LCL>,
     RecordOf<DDRAWI_DDRAWSURFACE_GBL>,
     RecordOf<DDRAWI_DDRAWSURFACE_GBL_MORE>,
     RecordOf<PrivateSurfaceData>,
     RecordOf<D3DContext>,
+    // In memory of the script's own, for exports.
+    RecordOf<HeapRequest>,
+    RecordOf<ServiceInfo>,
+    RecordOf<ServiceDMABuffer>,
+    RecordOf<ServiceRequest>,
+    RecordOf<DebugHelpRequest>,
+    RecordOf<DCISURFACEINFO>,
+    RecordOf<RECT>,
 };
 
 // A table that the driver hands out on request; empty if it doesn't.

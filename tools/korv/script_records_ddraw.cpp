@@ -86,6 +86,23 @@ KORV_RECORD(DDHALINFO, KORV_FIELD(dwSize), KORV_FIELD(lpDDCallbacks),
             KORV_FIELD(lpModeInfo), KORV_FIELD(dwFlags), KORV_FIELD(lpPDevice),
             KORV_FIELD(hInstance), KORV_FIELD(lpD3DGlobalDriverData), KORV_FIELD(lpD3DHALCallbacks),
             KORV_FIELD(lpDDExeBufCallbacks))
+KORV_RECORD(DBLNODE, KORV_FIELD(next), KORV_FIELD(prev), KORV_FIELD(object), KORV_FIELD(object_int))
+KORV_RECORD(DDRAWI_DDRAWSURFACE_LCL, KORV_FIELD(lpSurfMore), KORV_FIELD(lpGbl),
+            KORV_FIELD(hDDSurface), KORV_FIELD(lpAttachList), KORV_FIELD(lpAttachListFrom),
+            KORV_FIELD(dwLocalRefCnt), KORV_FIELD(dwProcessId), KORV_FIELD(dwFlags),
+            KORV_FIELD(ddsCaps), KORV_FIELD(lpDDPalette), KORV_FIELD(lpDDClipper),
+            KORV_FIELD(dwModeCreatedIn), KORV_FIELD(dwBackBufferCount), KORV_FIELD(ddckCKDestBlt),
+            KORV_FIELD(ddckCKSrcBlt), KORV_FIELD(hDC), KORV_FIELD(dwReserved1),
+            KORV_FIELD(ddckCKSrcOverlay), KORV_FIELD(ddckCKDestOverlay),
+            KORV_FIELD(lpSurfaceOverlaying), KORV_FIELD(dbnOverlayNode), KORV_FIELD(rcOverlaySrc),
+            KORV_FIELD(rcOverlayDest), KORV_FIELD(dwClrXparent), KORV_FIELD(dwAlpha),
+            KORV_FIELD(lOverlayX), KORV_FIELD(lOverlayY))
+KORV_RECORD(DCISURFACEINFO, KORV_FIELD(dwSize), KORV_FIELD(dwDCICaps), KORV_FIELD(dwCompression),
+            KORV_FIELD(dwMask), KORV_FIELD(dwWidth), KORV_FIELD(dwHeight), KORV_FIELD(lStride),
+            KORV_FIELD(dwBitCount), KORV_FIELD(dwOffSurface), KORV_FIELD(wSelSurface),
+            KORV_FIELD(wReserved), KORV_FIELD(dwReserved1), KORV_FIELD(dwReserved2),
+            KORV_FIELD(dwReserved3), KORV_FIELD(BeginAccess), KORV_FIELD(EndAccess),
+            KORV_FIELD(DestroySurface))
 KORV_RECORD(DDRAWI_DDRAWSURFACE_GBL, KORV_FIELD(dwRefCnt), KORV_FIELD(dwGlobalFlags),
             KORV_FIELD(lpRectList), KORV_FIELD(dwBlockSizeY), KORV_FIELD(lpVidMemHeap),
             KORV_FIELD(dwBlockSizeX), KORV_FIELD(lpDD), KORV_FIELD(lpDDHandle),

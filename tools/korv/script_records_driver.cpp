@@ -37,7 +37,10 @@ KORV_RECORD(DriverData, KORV_FIELD(RegisterBase), KORV_FIELD(FrameBufferBase),
             KORV_FIELD(D3DGlobalDataHandle), KORV_FIELD(D3DCallbacksHandle),
             KORV_FIELD(TextureFormats), KORV_FIELD(HeapActive), KORV_FIELD(Win16Lock),
             KORV_FIELD(DriverLockKind), KORV_FIELD(Heap), KORV_FIELD(NonLocalHeapLinear),
-            KORV_FIELD(NonLocalHeapPhysical), KORV_FIELD(VideoPortActive), KORV_FIELD(HALInfo))
+            KORV_FIELD(NonLocalHeapPhysical), KORV_FIELD(VideoCurrentBuffer),
+            KORV_FIELD(VideoPortActive), KORV_FIELD(VideoNeedSample), KORV_FIELD(VideoLastLine),
+            KORV_FIELD(VideoLastBuffer), KORV_FIELD(VideoLastTime), KORV_FIELD(VideoFailures),
+            KORV_FIELD(HALInfo))
 KORV_RECORD(PrivateSurfaceData, KORV_FIELD(MagicNo), KORV_FIELD(Flags), KORV_FIELD(PartialProduct0),
             KORV_FIELD(PartialProduct1), KORV_FIELD(PartialProduct2), KORV_FIELD(PartialProduct3),
             KORV_FIELD(PPCode), KORV_FIELD(PackedPP0), KORV_FIELD(PackedPP1), KORV_FIELD(PackedPP2),
@@ -79,5 +82,17 @@ KORV_RECORD(D3DContext, KORV_FIELD(Magic), KORV_FIELD(MemHandle), KORV_FIELD(Mem
             KORV_FIELD(TextureHandle), KORV_FIELD(CurrentTexture), KORV_FIELD(WindowBaseColour),
             KORV_FIELD(WindowBaseDepth), KORV_FIELD(ProcessId), KORV_FIELD(StippleIndex),
             KORV_FIELD(ModeStamp), KORV_FIELD(TextureBuckets), KORV_FIELD(NextTextureHandle))
+KORV_RECORD(HeapRequest, KORV_FIELD(Size), KORV_FIELD(Flags), KORV_FIELD(Alignment),
+            KORV_FIELD(Bytes), KORV_ADDRESS(Address))
+KORV_RECORD(ServiceInfo, KORV_FIELD(Size), KORV_FIELD(Registers), KORV_FIELD(FrameBuffer),
+            KORV_FIELD(LocalBuffer), KORV_FIELD(Flags), KORV_FIELD(MemoryA), KORV_FIELD(MemoryB),
+            KORV_FIELD(BusBits), KORV_FIELD(ClientByte), KORV_FIELD(DeviceId), KORV_FIELD(Revision),
+            KORV_FIELD(ClientWords), KORV_FIELD(ClientWord), KORV_FIELD(RegistryName))
+KORV_RECORD(ServiceDMABuffer, KORV_FIELD(Size), KORV_ADDRESS(Physical), KORV_ADDRESS(Linear),
+            KORV_FIELD(SubBuffers))
+KORV_RECORD(ServiceRequest, KORV_FIELD(Half), KORV_FIELD(RegisterCount), KORV_FIELD(FirstRegister),
+            KORV_FIELD(Context), KORV_FIELD(CountOrHandle))
+KORV_RECORD(DebugHelpRequest, KORV_FIELD(Kind), KORV_FIELD(ContextOrRegion), KORV_FIELD(Out),
+            KORV_FIELD(Count), KORV_FIELD(Rest))
 
 } // namespace korv

@@ -47,9 +47,7 @@ uint32_t WordUpTo(const Node& node, uint32_t most) {
 }
 
 Bits ReadFloat(const Node& node) {
-    if (node.IsText()) // exact bits
-        return Constant(node.Word());
-    return Constant(std::bit_cast<uint32_t>(static_cast<float>(node.Real())));
+    return Constant(std::bit_cast<uint32_t>(node.Single()));
 }
 
 Bits ReadSurface(const Node& node, const Names& names, bool interface) {
@@ -80,7 +78,9 @@ void AddFields(const Node& node, const RecordType& type, const std::string& pref
     Fields fields(node);
     for (const auto& [name, value] : fields.All()) {
         const std::string path = prefix.empty() ? name : prefix + "." + name;
-        if (const auto place = FindField(type, path))
+        if (const auto place = FindField(type, path); place && place->kind == FieldKind::Present)
+            value.Fail(fmt::format("'{}' of {} cannot be given, only looked at", path, type.name));
+        else if (place)
             out.emplace_back(*place, ReadBits(value, place->kind, names));
         else if (value.IsObject())
             AddFields(value, type, path, names, out);
@@ -116,7 +116,7 @@ Bits ReadDisplay(const Node& node, const Names& names, FieldKind kind) {
 Bits ReadBase(Fields& fields, const Names& names) {
     if (const auto surface = fields.Find("surface"))
         return [name = names.Refer(NameKind::Surface, *surface)](Player& player) {
-            return AddressOf(player.Surface(name).Bytes());
+            return AddressOf(player.SurfaceWithMemory(name).Bytes());
         };
     if (const auto memory = fields.Find("memory"))
         return [name = names.Refer(NameKind::Memory, *memory)](Player& player) {
@@ -151,8 +151,14 @@ Bits ReadBase(Fields& fields, const Names& names) {
 
 std::string Names::Declare(NameKind kind, const Node& name) {
     const std::string text = name.Name();
-    names_[kind].insert(text);
+    Declare(kind, text, name);
     return text;
+}
+
+void Names::Declare(NameKind kind, const std::string& name, const Node& place) {
+    // Displays stay; the others may go and come again.
+    if (!names_[kind].insert(name).second && kind == NameKind::Display)
+        place.Fail(fmt::format("there is a display '{}' already", name));
 }
 
 const std::set<std::string>& Names::Of(NameKind kind) const {
@@ -192,7 +198,7 @@ Bits ReadAddress(const Node& node, const Names& names) {
         if (names.Of(NameKind::Memory).contains(name))
             return [name](Player& player) { return AddressOf(player.Memory(name).data()); };
         return [name = names.Refer(NameKind::Surface, node)](Player& player) {
-            return AddressOf(player.Surface(name).Bytes());
+            return AddressOf(player.SurfaceWithMemory(name).Bytes());
         };
     }
     if (!node.IsObject())
@@ -202,6 +208,14 @@ Bits ReadAddress(const Node& node, const Names& names) {
     const Bits base = ReadBase(fields, names);
     fields.Done();
     return [base, offset](Player& player) { return base(player) + offset; };
+}
+
+Bits ReadWordOrAddress(const Node& node, const Names& names) {
+    if (node.IsNull() || (node.IsObject() && !node.Json().contains("value")) ||
+        (node.IsText() && (names.Of(NameKind::Memory).contains(node.Text()) ||
+                           names.Of(NameKind::Surface).contains(node.Text()))))
+        return ReadAddress(node, names);
+    return ReadBits(node, FieldKind::Word, names);
 }
 
 Bits ReadBits(const Node& node, FieldKind kind, const Names& names) {
@@ -278,6 +292,8 @@ std::string ShowBits(Player& player, FieldKind kind, uint32_t bits) {
     case FieldKind::Result:
         return host::ResultName(bits);
     case FieldKind::Address:
+    case FieldKind::SurfaceList:
+    case FieldKind::Description:
         return player.DescribeAddress(bits);
     case FieldKind::Global:
     case FieldKind::Local:

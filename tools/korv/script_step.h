@@ -24,7 +24,8 @@ class Names {
   public:
     // The field "name" of a step that makes something.
     std::string Declare(NameKind kind, const Node& name);
-    void Declare(NameKind kind, const std::string& name) { names_[kind].insert(name); }
+    // The same for a name that stands elsewhere; `place` is where complaints point to.
+    void Declare(NameKind kind, const std::string& name, const Node& place);
     // A name that must have been given.
     std::string Refer(NameKind kind, const Node& name) const;
     // The field "display" of a step; it may be left out while there is but one.
@@ -43,6 +44,9 @@ Bits ReadBits(const Node& node, FieldKind kind, const Names& names);
 // Reads an address: null, the name of a surface or of memory, or an object with one of "surface",
 // "memory", "frameBuffer", "localBuffer", "dmaBuffer", "dmaBus" and an "offset" in bytes.
 Bits ReadAddress(const Node& node, const Names& names);
+// Reads null, an address as above, {"value": name}, or the name of a surface or of memory; anything
+// else as a number.
+Bits ReadWordOrAddress(const Node& node, const Names& names);
 // Values for fields of a record.
 using RecordValues = std::vector<std::pair<FieldPlace, Bits>>;
 // Reads an object of fields, plain, nested or by path.
@@ -92,6 +96,7 @@ struct StepKind {
 // The kinds by what they are about.
 std::span<const StepKind> BringUpSteps();
 std::span<const StepKind> SurfaceSteps();
+std::span<const StepKind> ContentSteps();
 std::span<const StepKind> BlitSteps();
 std::span<const StepKind> ContextSteps();
 std::span<const StepKind> StateSteps();

@@ -28,7 +28,8 @@ constexpr NamedFormat kFormats[] = {
     {"z32", [] { return host::DepthFormat(32); }},
 };
 
-// A name, {"fourCC": "YUY2", "bits": 16} or {"bits", "red", "green", "blue", "alpha"}.
+// A name, {"fourCC": "YUY2", "bits": 16}, {"bits", "red", "green", "blue", "alpha"}, or the fields
+// of a DDPIXELFORMAT.
 DDPIXELFORMAT ReadFormat(const Node& node) {
     if (node.IsText()) {
         std::string names;
@@ -40,6 +41,27 @@ DDPIXELFORMAT ReadFormat(const Node& node) {
         node.Fail(fmt::format("unknown format '{}': expected one of {}", node.Text(), names));
     }
     Fields fields(node);
+    if (const auto flags = fields.Find("dwFlags")) {
+        DDPIXELFORMAT format{};
+        format.dwSize = sizeof(format);
+        format.dwFlags = flags->Word();
+        const auto word = [&](const char* name, DWORD& out) {
+            if (const auto field = fields.Find(name))
+                out = field->Word();
+        };
+        word("dwFourCC", format.dwFourCC);
+        word("dwRGBBitCount", format.dwRGBBitCount);
+        word("dwRBitMask", format.dwRBitMask);
+        word("dwGBitMask", format.dwGBitMask);
+        word("dwBBitMask", format.dwBBitMask);
+        word("dwRGBAlphaBitMask", format.dwRGBAlphaBitMask);
+        fields.Done();
+        // The host counts a surface's bytes by it.
+        if (format.dwRGBBitCount < 4 || format.dwRGBBitCount > 32)
+            node.Fail(fmt::format("dwRGBBitCount {} is out of range: expected 4 to 32",
+                                  format.dwRGBBitCount));
+        return format;
+    }
     const uint32_t bits = fields["bits"].Number(4, 32);
     DDPIXELFORMAT format;
     if (const auto fourCC = fields.Find("fourCC")) {
@@ -139,36 +161,14 @@ StepPlan ReadSourceKey(Fields& fields, Names& names) {
             Only({})};
 }
 
-// Pixels that the processor writes: the whole surface, or rows from a place on.
-StepPlan ReadWrite(Fields& fields, Names& names) {
+// The runtime's own part of a destination key: nobody tells the driver.
+StepPlan ReadDestKey(Fields& fields, Names& names) {
     const std::string name = names.Refer(NameKind::Surface, fields["surface"]);
-    if (const auto value = fields.Find("value")) {
-        const uint32_t pixel = value->Word();
-        return {[=](Player& player, Outcome&) {
-                    host::Surface& surface = player.Surface(name);
-                    for (uint32_t y = 0; y < surface.Height(); ++y)
-                        for (uint32_t x = 0; x < surface.Width(); ++x)
-                            surface.SetPixel(x, y, pixel);
-                },
-                Only({})};
-    }
-    const uint32_t left = fields.Has("x") ? fields["x"].Number(0, 0xFFFF) : 0;
-    const uint32_t top = fields.Has("y") ? fields["y"].Number(0, 0xFFFF) : 0;
-    std::vector<std::vector<uint32_t>> rows;
-    for (const Node& row : fields["rows"].List()) {
-        rows.emplace_back();
-        for (const Node& pixel : row.List())
-            rows.back().push_back(pixel.Word());
-    }
+    const DDCOLORKEY key{fields["low"].Word(), fields["high"].Word()};
     return {[=](Player& player, Outcome&) {
-                host::Surface& surface = player.Surface(name);
-                for (size_t y = 0; y < rows.size(); ++y)
-                    for (size_t x = 0; x < rows[y].size(); ++x) {
-                        if (left + x >= surface.Width() || top + y >= surface.Height())
-                            throw NotThereError(fmt::format("surface '{}' has no pixel {},{}", name,
-                                                            left + x, top + y));
-                        surface.SetPixel(left + x, top + y, rows[y][x]);
-                    }
+                DDRAWI_DDRAWSURFACE_LCL* local = player.Surface(name).Local();
+                local->ddckCKDestBlt = key;
+                local->dwFlags |= DDRAWISURF_HASCKEYDESTBLT;
             },
             Only({})};
 }
@@ -177,8 +177,9 @@ StepPlan ReadLoadTexture(Fields& fields, Names& names) {
     const std::string texture = names.Refer(NameKind::Surface, fields["surface"]);
     const std::string source = names.Refer(NameKind::Surface, fields["from"]);
     return {[=](Player& player, Outcome&) {
-                player.DisplayOf(texture).directDraw->LoadTexture(player.Surface(texture),
-                                                                  player.Surface(source));
+                host::Surface &to = player.SurfaceWithMemory(texture),
+                              &from = player.SurfaceWithMemory(source);
+                player.DisplayOf(texture).directDraw->LoadTexture(to, from);
             },
             Only({})};
 }
@@ -187,7 +188,7 @@ constexpr StepKind kSteps[] = {
     {"surface", ReadSurface},     {"destroySurface", ReadDestroySurface},
     {"attach", ReadAttach<true>}, {"detach", ReadAttach<false>},
     {"palette", ReadPalette},     {"sourceKey", ReadSourceKey},
-    {"write", ReadWrite},         {"loadTexture", ReadLoadTexture},
+    {"destKey", ReadDestKey},     {"loadTexture", ReadLoadTexture},
 };
 
 } // namespace

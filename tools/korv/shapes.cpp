@@ -13,15 +13,18 @@ namespace {
 constexpr double kTurn = 2 * std::numbers::pi;
 constexpr Vec3 kWhite{1, 1, 1};
 
-// A closed tube: `at(i, j)` gives vertex j of ring i. Both ways wrap around.
-Mesh Tube(int along, int around, const std::function<Vertex(int, int)>& at) {
+// A closed tube: `at(i, j)` gives vertex j of ring i. Both ways wrap around, with vertices of
+// their own at the seam. The texture goes `uRepeat` times along and once around.
+Mesh Tube(int along, int around, int uRepeat, const std::function<Vertex(int, int)>& at) {
     Mesh mesh;
-    for (int i = 0; i < along; ++i)
-        for (int j = 0; j < around; ++j)
-            mesh.vertices.push_back(at(i, j));
-    const auto index = [&](int i, int j) {
-        return static_cast<uint32_t>((i % along) * around + j % around);
-    };
+    for (int i = 0; i <= along; ++i)
+        for (int j = 0; j <= around; ++j) {
+            Vertex vertex = at(i % along, j % around);
+            vertex.u = 1.0 * uRepeat * i / along;
+            vertex.v = 1.0 * j / around;
+            mesh.vertices.push_back(vertex);
+        }
+    const auto index = [&](int i, int j) { return static_cast<uint32_t>(i * (around + 1) + j); };
     for (int i = 0; i < along; ++i)
         for (int j = 0; j < around; ++j) {
             const uint32_t a = index(i, j), b = index(i + 1, j), c = index(i + 1, j + 1),
@@ -33,12 +36,16 @@ Mesh Tube(int along, int around, const std::function<Vertex(int, int)>& at) {
 }
 
 // A grid of quads over (u, v) in -1 to 1: front faces are seen from where u to v runs
-// counter-clockwise.
+// counter-clockwise. The texture lies upright over all of it.
 void AddGrid(Mesh& mesh, int cells, const std::function<Vertex(double, double)>& at) {
     const auto first = static_cast<uint32_t>(mesh.vertices.size());
     for (int j = 0; j <= cells; ++j)
-        for (int i = 0; i <= cells; ++i)
-            mesh.vertices.push_back(at(2.0 * i / cells - 1, 2.0 * j / cells - 1));
+        for (int i = 0; i <= cells; ++i) {
+            Vertex vertex = at(2.0 * i / cells - 1, 2.0 * j / cells - 1);
+            vertex.u = 1.0 * i / cells;
+            vertex.v = 1 - 1.0 * j / cells;
+            mesh.vertices.push_back(vertex);
+        }
     const auto index = [&](int i, int j) {
         return first + static_cast<uint32_t>(j * (cells + 1) + i);
     };
@@ -65,7 +72,7 @@ Mesh TorusKnot(int p, int q, double tube, int along, int around) {
         const double r = 2 + std::cos(q * t);
         return Vec3{r * std::cos(p * t), r * std::sin(p * t), -std::sin(q * t)};
     };
-    return Tube(along, around, [&](int i, int j) {
+    return Tube(along, around, 4 * p, [&](int i, int j) {
         constexpr double kStep = 1e-4;
         const double t = kTurn * i / along, angle = kTurn * j / around;
         const Vec3 centre = curve(t);
@@ -80,7 +87,7 @@ Mesh TorusKnot(int p, int q, double tube, int along, int around) {
 }
 
 Mesh Torus(double major, double minor, int along, int around) {
-    return Tube(along, around, [&](int i, int j) {
+    return Tube(along, around, 3, [&](int i, int j) {
         const double t = kTurn * i / along, angle = kTurn * j / around;
         const Vec3 outward{std::cos(t), std::sin(t), 0};
         const Vec3 normal = outward * std::cos(angle) + Vec3{0, 0, std::sin(angle)};
@@ -96,7 +103,10 @@ Mesh Icosphere(int splits) {
     Mesh mesh;
     const auto add = [&](const Vec3& direction) {
         const Vec3 p = Normalised(direction);
-        mesh.vertices.push_back({p, p, kWhite});
+        // From the z axis downwards, and around it once there and once back: no seam.
+        const double u = std::abs(std::atan2(p.x, -p.y)) / std::numbers::pi;
+        const double v = std::acos(std::clamp(p.z, -1.0, 1.0)) / std::numbers::pi;
+        mesh.vertices.push_back({p, p, kWhite, u, v});
         return static_cast<uint32_t>(mesh.vertices.size() - 1);
     };
     for (const Vec3& corner : corners)

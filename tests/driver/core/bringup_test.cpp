@@ -1,5 +1,5 @@
-#include "driver/blit/glintblt.h"
 #include "driver/blit/pmdirecx.h"
+#include "driver/blit/txdirecx.h"
 #include "driver/core/korv32.h"
 #include "driver/core/korv32_flip.h"
 

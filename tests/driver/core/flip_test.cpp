@@ -90,7 +90,7 @@ TEST(Flip, OnPermediaWithInterruptsTheSeenBitIsUsedInstead) {
 TEST(Flip, WhileDmaRunsAnswersStillDrawing) {
     FlipRig rig(kGlint);
     rig.bus->readDMACount = [] { return 5u; };
-    EXPECT_EQ(rig.Flip(), kStillDrawing);
+    EXPECT_EQ(rig.Flip(), kStillDrawing); // the system asks again, also for those that will wait
     EXPECT_TRUE(rig.bus->Writes().empty());
     EXPECT_EQ(rig.driver->TargetLost, 0u);
 }
@@ -102,6 +102,42 @@ TEST(Flip, WithNoFlipSetStillSyncsAndLosesTheTarget) {
     EXPECT_EQ(rig.bus->Writes().size(), 3u); // the sync alone
     EXPECT_EQ(rig.driver->TargetLost, 1u);
     EXPECT_EQ(flipRecord.InProgress, 0u);
+}
+
+TEST(Flip, WhileAnotherIsUnderWayTouchesNothing) {
+    FlipRig rig(kGlint);
+    rig.Flip();
+    rig.driver->TargetLost = 0;
+    rig.bus->Clear();
+    EXPECT_EQ(rig.Flip(), kStillDrawing);
+    EXPECT_TRUE(rig.bus->Writes().empty());
+    EXPECT_EQ(rig.driver->TargetLost, 0u);
+}
+
+TEST(FlipStatus, AFramesTimeIsWorkedOutOnceAfterAStart) {
+    FlipRig rig(kGlint);
+    rig.chip->RefreshRate = 72;
+    EXPECT_EQ(rig.Status(), 0u);
+    EXPECT_EQ(flipRecord.Duration, 13u); // 1000 / 72
+    EXPECT_EQ(flipRecord.DurationStale, 0u);
+    rig.chip->RefreshRate = 100;
+    rig.Status();
+    EXPECT_EQ(flipRecord.Duration, 13u);
+    flipRecord.DurationStale = 1;
+    rig.Status();
+    EXPECT_EQ(flipRecord.Duration, 10u);
+}
+
+TEST(FlipStatus, OnPermediaTheRecordIsNotUsed) {
+    FlipRig rig(kPermedia);
+    rig.bus->registers[reg::IntFlags] = 16;
+    flipRecord.InProgress = 1;
+    flipRecord.Surface = rig.FrontAddress();
+    EXPECT_EQ(rig.Status(rig.FrontAddress()), 0u);
+    EXPECT_EQ(flipRecord.InProgress, 1u);
+    EXPECT_EQ(flipRecord.DurationStale, 1u);
+    rig.bus->registers[reg::IntFlags] = 0xFFEF; // all but the retrace flag
+    EXPECT_EQ(rig.Status(1), kStillDrawing);
 }
 
 TEST(FlipStatus, WithNoVBlankWaitIsDoneAndTheRecordStays) {

@@ -124,6 +124,21 @@ TEST_F(Direct3DTest, PermediaMipChangesOnlyTheTriangleFilters) {
     EXPECT_EQ(TXCaps.dpcTriCaps.dwTextureFilterCaps, 3u);
 }
 
+TEST_F(Direct3DTest, MipFiltersOnceAddedStayForLaterCalls) {
+    Rig first(Chip(4));
+    first.Ready();
+    first.SetRegistry("Direct3DHAL.PermediaMip", "1");
+    Create(first);
+    first.SetRegistry("Direct3DHAL.PermediaMip", "0");
+    EXPECT_EQ(WordsOf(Create(first).global->hwCaps), Device(0x25B, kPermedia, 0x3F, 0x500, 0x400));
+    Rig mx(Chip(6));
+    mx.Ready();
+    Create(mx);
+    Rig tx(Chip(2));
+    tx.Ready();
+    EXPECT_EQ(WordsOf(Create(tx).global->hwCaps), Device(0x25B, kTX, 0x3F, 0x500, 0x500));
+}
+
 TEST_F(Direct3DTest, MXAddsMipFiltersToTheTriangles) {
     Rig tx(Chip(2));
     tx.Ready();

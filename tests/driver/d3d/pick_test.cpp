@@ -238,6 +238,37 @@ TEST(RendererPick, GlintChoosesByItsTables) {
     }
 }
 
+const std::vector<Row>& RowsFor(const StateChip& chip) {
+    if (chip.IsP2()) {
+        return kP2;
+    }
+    if (chip.IsGlint()) {
+        return chip.delta ? kGlintDelta : kGlintHost;
+    }
+    return chip.delta ? kPermediaDelta : kPermediaHost;
+}
+
+TEST(RendererPick, TheFlushChoosesByChipAndByTheContextsFlags) {
+    for (const StateChip& chip : AllStateChips()) {
+        WatchedContext c(chip);
+        D3DContext* ctx = c.ctx;
+        uint32_t wrong = 0;
+        for (uint32_t fill = 1; fill != 4; ++fill) {
+            ctx->FillMode = fill;
+            for (uint32_t flags = 0; flags != 0x8000; ++flags) {
+                ctx->RenderFlags = flags;
+                ctx->DirtyFlags = DIRTY_RENDERERS;
+                ctx->HandleDirtyState(c.rig.driver, ctx);
+                const Input in = {fill, flags, false, false, chip.IsFirst(), true};
+                wrong += ctx->TriangleRenderer != Expected(RowsFor(chip), in);
+                wrong += ctx->RenderFlags != flags;
+            }
+        }
+        EXPECT_EQ(wrong, 0u) << chip.name;
+        EXPECT_TRUE(c.Take().empty()) << chip.name;
+    }
+}
+
 TEST(RendererPick, FastTexturedZOnPermedia2IsForDMAOnly) {
     WatchedContext dma({"Permedia2", 7, true}, true);
     PickP2RenderProcs(dma.ctx, 0x33);

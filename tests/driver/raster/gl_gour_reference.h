@@ -3,6 +3,7 @@
 // Slopes are singles combined in the required order; words come from the reference conversions.
 #include "driver/d3d/dcontext.h"
 #include "tests/driver/raster/conversion_reference.h"
+#include "tests/driver/raster/texcoord_reference.h"
 
 #include <array>
 #include <cmath>
@@ -16,7 +17,8 @@ struct Member {
     bool depth;
     bool gouraud;
     bool fog;
-    bool block; // FBBlockColor and the ColorDDAMode bracket
+    bool block;      // FBBlockColor and the ColorDDAMode bracket
+    int texture = 0; // coordinates sent: none, 2 (S, T) or 3 (S, T, Q)
 };
 
 // One thing a renderer does: a word, or a wait for entries.
@@ -66,6 +68,7 @@ class TriangleReference {
         float x, y, z;
         int row;
         uint32_t color, specular;
+        float q, u, v;
     };
 
     float gradA_ = 0, gradB_ = 0, invHeight_ = 0;
@@ -134,9 +137,9 @@ class TriangleReference {
         if (ctx.CullMode != 3 && ctx.CullMode != 1 && !(det < 0)) {
             return;
         }
-        Corner v[3] = {{a.sx, a.sy, a.sz, rowA, a.color, a.specular},
-                       {b.sx, b.sy, b.sz, rowB, b.color, b.specular},
-                       {c.sx, c.sy, c.sz, rowC, c.color, c.specular}};
+        Corner v[3] = {{a.sx, a.sy, a.sz, rowA, a.color, a.specular, a.rhw, a.tu, a.tv},
+                       {b.sx, b.sy, b.sz, rowB, b.color, b.specular, b.rhw, b.tu, b.tv},
+                       {c.sx, c.sy, c.sz, rowC, c.color, c.specular, c.rhw, c.tu, c.tv}};
         int swaps = 0;
         const int pairs[3][2] = {{0, 1}, {0, 2}, {1, 2}};
         for (const auto& [low, high] : pairs) {
@@ -156,10 +159,17 @@ class TriangleReference {
         invHeight_ = Reciprocal(v[0].row - v[2].row);
 
         const bool specular = (ctx.RenderFlags & 0x04) != 0;
+        const bool textured = member.texture != 0;
         if (member.gouraud) {
-            GouraudWords(ctx, v, specular);
+            uint32_t colours[3];
+            for (int i = 0; i < 3; ++i) {
+                colours[i] = textured   ? Gamma(v[i].color)
+                             : specular ? Add(v[i].color, v[i].specular)
+                                        : v[i].color;
+            }
+            GouraudWords(ctx, colours);
         } else {
-            const uint32_t colour = specular ? Add(a.color, a.specular) : a.color;
+            const uint32_t colour = specular && !textured ? Add(a.color, a.specular) : a.color;
             Wait(2);
             if (member.block) {
                 const uint32_t r = (colour >> 19) & 31, g = (colour >> 11) & 31,
@@ -178,7 +188,18 @@ class TriangleReference {
             Wait(7);
             Words({0x0FC08130, start.upper, start.lower, dx.upper, dx.lower, dy.upper, dy.lower});
         }
-        if (member.fog) {
+        if (textured) {
+            TextureWords(member.texture, ctx, v);
+        }
+        if (textured && specular) {
+            float f[3];
+            for (int i = 0; i < 3; ++i) {
+                f[i] = 1.0f - Strength(member.gouraud ? v[i].specular : a.specular);
+            }
+            Wait(4);
+            Words({0x007080D0, Fix2_22(f[0]), Fix2_22(StepX(f[0], f[1], f[2])),
+                   Fix2_22(StepY(f[0], f[2]))});
+        } else if (member.fog) {
             const float f0 = Channel(v[0].specular, 24), f1 = Channel(v[1].specular, 24),
                         f2 = Channel(v[2].specular, 24);
             Wait(4);
@@ -192,11 +213,47 @@ class TriangleReference {
         EdgeWords(v, render);
     }
 
-    void GouraudWords(const D3DContext& ctx, const Corner (&v)[3], bool specular) {
-        uint32_t c[3];
-        for (int i = 0; i < 3; ++i) {
-            c[i] = specular ? Add(v[i].color, v[i].specular) : v[i].color;
+    void TextureWords(int count, const D3DContext& ctx, const Corner (&v)[3]) {
+        std::vector<float> u = {v[0].u, v[1].u, v[2].u}, t = {v[0].v, v[1].v, v[2].v};
+        std::vector<float> q = {v[0].q, v[1].q, v[2].q};
+        Reduce(u, ctx.TextureRepeatU, static_cast<int>(ctx.TextureRepeatMaskU));
+        Reduce(t, ctx.TextureRepeatV, static_cast<int>(ctx.TextureRepeatMaskV));
+        if ((ctx.RenderFlags & 0x100) != 0) {
+            Wrap(u);
         }
+        if ((ctx.RenderFlags & 0x200) != 0) {
+            Wrap(t);
+        }
+        if (count == 3) {
+            int top = 2;
+            if (q[0] > q[1]) {
+                top = q[0] > q[2] ? 0 : 2;
+            } else if (q[1] > q[2]) {
+                top = 1;
+            }
+            const float inv = 1.0f / q[top];
+            for (int i = 0; i < 3; ++i) {
+                q[i] = i == top ? 1.0f : q[i] * inv;
+                u[i] = u[i] * q[i];
+                t[i] = t[i] * q[i];
+            }
+        }
+        Wait(count == 3 ? 10 : 7);
+        Words({count == 3 ? 0x03FE8070u : 0x007E8070u});
+        for (std::vector<float>* p : {&u, &t}) {
+            for (float& value : *p) {
+                value *= p == &u ? ctx.TextureWidth : ctx.TextureHeight;
+            }
+            Words({Fix12_20((*p)[0]), Fix12_20(StepX((*p)[0], (*p)[1], (*p)[2])),
+                   Fix12_20(StepY((*p)[0], (*p)[2]))});
+        }
+        if (count == 3) {
+            Words({Rounded(q[0], Two(30)), Rounded(StepX(q[0], q[1], q[2]), Two(30)),
+                   Rounded(StepY(q[0], q[2]), Two(30))});
+        }
+    }
+
+    void GouraudWords(const D3DContext& ctx, const uint32_t (&c)[3]) {
         const auto words = [&](int shift, uint32_t mask = 0xFF) {
             const float p0 = Channel(c[0], shift), p1 = Channel(c[1], shift),
                         p2 = Channel(c[2], shift);

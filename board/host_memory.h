@@ -1,0 +1,27 @@
+#pragma once
+// Memory of the host that the board reads over the bus: DMA buffers and AGP textures.
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace board {
+
+class HostMemory {
+  public:
+    // Makes `bytes` at `memory` readable at `busAddress`. A later range hides an earlier one where
+    // they overlap; one at the same address replaces it.
+    void Map(uint32_t busAddress, const void* memory, size_t bytes);
+
+    // The bytes from `busAddress` to the end of their range; empty when nobody mapped the address.
+    std::span<const uint8_t> From(uint32_t busAddress) const;
+
+  private:
+    struct Range {
+        uint32_t busAddress;
+        std::span<const uint8_t> bytes;
+    };
+    std::vector<Range> ranges_;
+};
+
+} // namespace board

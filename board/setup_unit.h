@@ -1,0 +1,33 @@
+#pragma once
+// The setup unit: takes vertices instead of edges and slopes, and works those out itself.
+#include <cstdint>
+#include <optional>
+
+#include "board/board.h"
+#include "board/interpolants.h"
+#include "board/lines.h"
+#include "board/registers.h"
+#include "board/setup_line.h"
+#include "board/setup_triangle.h"
+#include "board/vertex_store.h"
+
+namespace board {
+
+class SetupUnit {
+  public:
+    // Registers that this unit keeps: the vertex groups and AStart.
+    static bool Takes(uint32_t tagNumber);
+    void Write(RegisterWrite write, const RegisterFile& registers, Faults& faults);
+
+    // The triangle of the stored vertices, or the line from slot `from` to slot `to`. Quantities
+    // that DeltaMode has on replace those in `interpolants`. Empty: a vertex has no coordinates.
+    std::optional<SetupTriangle> Triangle(const RegisterFile& registers, Interpolants& interpolants,
+                                          Faults& faults) const;
+    std::optional<SetupLine> Line(uint32_t from, uint32_t to, const RegisterFile& registers,
+                                  Interpolants& interpolants, Faults& faults) const;
+
+  private:
+    VertexStore store_;
+};
+
+} // namespace board

@@ -1,0 +1,90 @@
+#pragma once
+// The plane of a triangle on a chip with no setup unit: its vertices in the order of their rows,
+// and from that the steps of any quantity over it.
+#include "driver/platform/d3dhal.h"
+#include "driver/raster/inline.h"
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <utility>
+
+namespace glint {
+
+// A triangle ready to be interpolated: vertex 0 is the bottom one, vertex 2 the top one.
+struct Setup {
+    D3DTLVERTEX* v0;
+    D3DTLVERTEX* v1;
+    D3DTLVERTEX* v2;
+    uint32_t row0, row1, row2;
+    float gradA, gradB; // of the plane, per pixel
+    float invHeight;    // -1 / rows of the long edge
+};
+
+// Steps of a quantity per pixel from the long edge towards the other two, and per row up along the
+// long edge.
+struct Slopes {
+    float dx;
+    float dyDom;
+};
+
+// From the differences of the quantity at vertices 0 and 1 to that at vertex 2.
+KORV_INLINE Slopes SlopesOf(const Setup& setup, float d02, float d12) {
+    const float along = d02 * setup.gradB;
+    const float across = d12 * setup.gradA;
+    return {along - across, d02 * setup.invHeight};
+}
+
+// Of a quantity in whole numbers, such as a colour channel.
+KORV_INLINE Slopes SlopesOfBytes(const Setup& setup, uint32_t p0, uint32_t p1, uint32_t p2) {
+    return SlopesOf(setup, static_cast<float>(static_cast<int32_t>(p0 - p2)),
+                    static_cast<float>(static_cast<int32_t>(p1 - p2)));
+}
+
+// Which vertex of the record comes in which place from the bottom row to the top one, and whether
+// that took an odd number of swaps.
+struct RowOrder {
+    uint8_t place[3];
+    uint8_t oddSwaps;
+};
+
+// How the rows compare, as an index of kRowOrders.
+KORV_INLINE constexpr uint32_t CompareRows(uint32_t row0, uint32_t row1, uint32_t row2) {
+    return uint32_t{row0 < row1} * 8 + uint32_t{row1 < row0} * 4 + uint32_t{row0 < row2} * 2 +
+           uint32_t{row1 < row2};
+}
+
+// Three strict swaps, so that equal rows mostly stay in record order; X never breaks a tie.
+constexpr RowOrder SortByRow(const uint32_t (&row)[3]) {
+    RowOrder order{{0, 1, 2}, 0};
+    constexpr uint8_t kPairs[][2] = {{0, 1}, {0, 2}, {1, 2}};
+    for (const auto& [low, high] : kPairs) {
+        if (row[order.place[low]] < row[order.place[high]]) {
+            std::swap(order.place[low], order.place[high]);
+            order.oddSwaps ^= 1;
+        }
+    }
+    return order;
+}
+
+// A table, as no branch could be predicted.
+inline constexpr auto kRowOrders = [] {
+    std::array<RowOrder, 16> orders{};
+    for (uint32_t rows = 0; rows < 27; ++rows) {
+        const uint32_t row[3] = {rows / 9, rows / 3 % 3, rows % 3};
+        orders[CompareRows(row[0], row[1], row[2])] = SortByRow(row);
+    }
+    return orders;
+}();
+
+// -1/|det|. With det of zero, its sign changed for an odd number of swaps decides the sign of the
+// infinity, and with det NaN the sign of the result.
+KORV_INLINE float InverseArea(float det, uint32_t oddSwaps) {
+    const float size = __builtin_fabsf(det);
+    if (size > 0.0f) [[likely]] {
+        return -1.0f / size;
+    }
+    return -1.0f / std::bit_cast<float>(std::bit_cast<uint32_t>(det) ^ (oddSwaps << 31));
+}
+
+} // namespace glint

@@ -1,0 +1,6 @@
+#pragma once
+// Points of untextured triangles for a chip with no setup unit.
+#include "driver/raster/renderer.h"
+
+// Always with depth, and with alpha 0. No state selects it.
+void RenderRGBPoint(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices, void* records);

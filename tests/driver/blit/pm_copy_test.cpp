@@ -1,0 +1,340 @@
+// Copies of the Permedia family, word for word.
+#include "driver/blit/pmblit32.h"
+
+#include "driver/blit/pmdirecx.h"
+#include "tests/driver/blit/primitive_rig.h"
+
+namespace {
+
+using namespace test;
+
+constexpr uint32_t kDestProducts = 0x11B;
+constexpr uint32_t kSourceProducts = 0x0A5;
+constexpr uint32_t kBase = 0x90000;    // destination, pixels
+constexpr int32_t kRelative = 0xF0000; // from there to the source, pixels
+
+struct CopyRig : PrimitiveRig {
+    explicit CopyRig(uint32_t bits = 16)
+        : PrimitiveRig({.deviceId = DevicePermedia2, .bits = bits}) {
+        driver->RenderCopy = 0x10040;
+    }
+
+    // The words of one copy, with a logic op that nothing looks at.
+    Words Run(SurfaceCopyFunction copy, int32_t relative = kRelative, int32_t sourceStride = 512) {
+        copy(driver, 640, sourceStride, &dest.priv, &source.priv, &to, &from, kBase, relative, 9);
+        return Take();
+    }
+    Words RunOnScreen(int32_t relative = kRelative) {
+        vPermediaCopyBlt(driver, &to, &from, 512, kBase, relative, 9);
+        return Take();
+    }
+
+    RigSurface& dest = Surface(0x120000, kDestProducts);
+    RigSurface& source = Surface(0x300000, kSourceProducts);
+    RECTL to = {10, 20, 26, 28};
+    RECTL from = {31, 40, 47, 48};
+};
+
+bool operator==(const RECTL& a, const RECTL& b) {
+    return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
+}
+
+TEST(PackedCopy, SendsBothSidesAndWalksForward) {
+    CopyRig rig;
+    // An even column from an odd one: -1, which three bits hold as 7.
+    EXPECT_EQ(rig.Run(PackedPermediaCopyBlt),
+              (Words{W(12), 0x156, kBase, 0x150, 0x7802A5, 0x15D, 0x78031B, 0x105, 0,
+                     // 20 lines of 512, columns 30 and 10 of whole words
+                     0x151, 0xF2814, 0x000, 0x50000, 0x002, 0xE0000, 0x02A, 0xE01A000A, 0x004,
+                     0x140000, 0x005, 0x10000, 0x006, 8, 0x007, 0x10040}));
+}
+
+TEST(PackedCopy, ASourceInFrontIsWalkedFromItsEndInBothAxes) {
+    CopyRig rig;
+    rig.from = {10, 19, 26, 27}; // one line above, in one surface
+    EXPECT_EQ(rig.Run(PackedPermediaCopyBlt, 0, 640),
+              (Words{W(12),   0x156, kBase,      0x150,      0x802A5,  0x15D,   0x8031B,
+                     0x105,   0,     0x151,      0xFFFFFD80, 0x000,    0xE0000, 0x002,
+                     0x50000, 0x02A, 0x000A001A, 0x004,      0x1B0000, 0x005,   0xFFFF0000,
+                     0x006,   8,     0x007,      0x10040}));
+}
+
+TEST(PackedCopy, DirectionGoesByTheSignOfTheDistance) {
+    struct Row {
+        LONG dx, dy; // from destination to source
+        int32_t distance;
+    };
+    for (const Row& row : {Row{0, 0, 0},
+                           {0, 1, 640},
+                           {0, -1, -640},
+                           {2, 0, 2},
+                           {-2, 0, -2},
+                           {-2, 1, 638},
+                           {2, -1, -638}}) {
+        CopyRig rig;
+        rig.from = {10 + row.dx, 20 + row.dy, 26 + row.dx, 28 + row.dy};
+        const Words words = rig.Run(PackedPermediaCopyBlt, 0, 640);
+        EXPECT_EQ(WordOf(words, 0x151), static_cast<uint32_t>(row.distance));
+        EXPECT_EQ(WordOf(words, 0x005), row.distance < 0 ? 0xFFFF0000u : 0x10000u);
+        EXPECT_EQ(WordOf(words, 0x000), row.distance < 0 ? 0xE0000u : 0x50000u);
+    }
+}
+
+TEST(PackedCopy, ADistanceWithinOneWordIsNone) {
+    CopyRig rig;
+    rig.from = {10, 20, 26, 28};
+    rig.to = {11, 20, 27, 28};
+    const Words words = rig.Run(PackedPermediaCopyBlt, 0, 640);
+    EXPECT_EQ(WordOf(words, 0x151), 0u); // and so forward
+    EXPECT_EQ(WordOf(words, 0x005), 0x10000u);
+    EXPECT_EQ(WordOf(words, 0x150), 0x1802A5u);
+}
+
+TEST(PackedCopy, Of8BitPixelsTakesFourToTheWord) {
+    CopyRig rig(8);
+    rig.to = {5, 20, 23, 28};
+    rig.from = {11, 40, 29, 48};
+    const Words words = rig.Run(PackedPermediaCopyBlt);
+    EXPECT_EQ(WordOf(words, 0x150), 0x6802A5u); // 1 - 3
+    EXPECT_EQ(WordOf(words, 0x15D), 0x68031Bu);
+    EXPECT_EQ(WordOf(words, 0x151), 0xF0000u + 20 * 512 + 8 - 4);
+    EXPECT_EQ(WordOf(words, 0x000), 1u << 16);
+    EXPECT_EQ(WordOf(words, 0x002), 8u << 16);
+    EXPECT_EQ(WordOf(words, 0x02A), 0xC0170005u);
+}
+
+TEST(PackedCopy, Of32BitPixelsTakesOneToTheWord) {
+    CopyRig rig(32);
+    const Words words = rig.Run(PackedPermediaCopyBlt);
+    EXPECT_EQ(WordOf(words, 0x150), 0x802A5u);
+    EXPECT_EQ(WordOf(words, 0x151), 0xF0000u + 20 * 512 + 31 - 10);
+    EXPECT_EQ(WordOf(words, 0x000), 10u << 16);
+    EXPECT_EQ(WordOf(words, 0x002), 26u << 16);
+    EXPECT_EQ(WordOf(words, 0x02A), 0x001A000Au);
+}
+
+TEST(PackedCopy, TheDistanceCountsWordsOfTheDestinationAndTheColumnsThoseOfTheDisplay) {
+    CopyRig rig;
+    rig.dest.priv.PixelSize = PixelSize8;
+    const Words words = rig.Run(PackedPermediaCopyBlt);
+    EXPECT_EQ(WordOf(words, 0x151), 0xF0000u + 20 * 512 + 28 - 8);
+    EXPECT_EQ(WordOf(words, 0x150), 0x7802A5u);
+    EXPECT_EQ(WordOf(words, 0x000), 5u << 16);
+}
+
+TEST(PackedCopy, TheRelativeOffsetIsTakenWithThreeBits) {
+    for (LONG to = 0; to != 4; ++to) {
+        for (LONG from = 0; from != 4; ++from) {
+            CopyRig rig(8);
+            rig.to = {to, 0, to + 4, 1};
+            rig.from = {from, 0, from + 4, 1};
+            const Words words = rig.Run(PackedPermediaCopyBlt);
+            const uint32_t relative = static_cast<uint32_t>(to - from + 8) % 8;
+            EXPECT_EQ(WordOf(words, 0x150) >> 20, relative);
+            EXPECT_EQ(WordOf(words, 0x15D) >> 20, relative);
+            EXPECT_EQ(WordOf(words, 0x02A) >> 29, relative);
+        }
+    }
+}
+
+TEST(Packed24BitCopy, MeasuresColumnsByThreeQuarters) {
+    CopyRig rig(24);
+    rig.to = {6, 2, 17, 5};
+    rig.from = {9, 4, 20, 7};
+    EXPECT_EQ(rig.Run(Packed24BitPermediaCopyBlt, 0x1000, 640),
+              (Words{W(12), 0x156, kBase, 0x150, 0x1802A5, 0x15D, 0x18031B, 0x105, 0,
+                     // 1280 - 4 + 4096 + 9
+                     0x151, 0x1505, 0x000, 4u << 16, 0x002, 13u << 16, 0x02A, 0x20110006, 0x004,
+                     0x20000, 0x005, 0x10000, 0x006, 3, 0x007, 0x10040}));
+}
+
+TEST(Packed24BitCopy, RunsBackwardWithTheColumnsExchanged) {
+    CopyRig rig(24);
+    rig.to = {6, 2, 17, 5};
+    rig.from = {9, 1, 20, 4};
+    // -640 - 4 + 9, and the same offset within the word as above.
+    EXPECT_EQ(rig.Run(Packed24BitPermediaCopyBlt, 0, 640), (Words{W(12),
+                                                                  0x156,
+                                                                  kBase,
+                                                                  0x150,
+                                                                  0x1802A5,
+                                                                  0x15D,
+                                                                  0x18031B,
+                                                                  0x105,
+                                                                  0,
+                                                                  0x151,
+                                                                  static_cast<uint32_t>(-635),
+                                                                  0x000,
+                                                                  13u << 16,
+                                                                  0x002,
+                                                                  4u << 16,
+                                                                  0x02A,
+                                                                  0x20060011,
+                                                                  0x004,
+                                                                  0x40000,
+                                                                  0x005,
+                                                                  0xFFFF0000,
+                                                                  0x006,
+                                                                  3,
+                                                                  0x007,
+                                                                  0x10040}));
+}
+
+TEST(Packed24BitCopy, TheRelativeOffsetComesFromWholeWordsOfTheSource) {
+    struct Row {
+        LONG to, from;
+        uint32_t relative;
+    };
+    for (const Row& row : {Row{0, 0, 0},
+                           {1, 0, 1},
+                           {3, 0, 3},
+                           {4, 0, 0},
+                           {0, 1, 7},
+                           {0, 4, 0},
+                           {7, 10, 2},
+                           {8, 11, 7},
+                           {8, 3, 7}}) {
+        CopyRig rig(24);
+        rig.to = {row.to, 0, row.to + 5, 1};
+        rig.from = {row.from, 0, row.from + 5, 1};
+        EXPECT_EQ(WordOf(rig.Run(Packed24BitPermediaCopyBlt), 0x150) >> 20, row.relative)
+            << row.to << " " << row.from;
+    }
+}
+
+TEST(PatchedCopy, IntoAPatchedSurfaceConvertsOnTheDestinationsSide) {
+    CopyRig rig;
+    rig.dest.priv.Flags |= SURFACE_PATCHED;
+    EXPECT_EQ(rig.Run(PatchedPermediaCopyBlt),
+              (Words{W(12),    0x156, kBase,   0x150, 0x2A5,   0x15D, 0x204011B, 0x105,
+                     0,        0x151, 0xF2814, 0x000, 0xA0000, 0x002, 0x1A0000,  0x004,
+                     0x140000, 0x005, 0x10000, 0x006, 8,       0x007, 0x10040}));
+    EXPECT_EQ(rig.dest.priv.Flags & SURFACE_PATCHED_NOW, uint32_t{SURFACE_PATCHED_NOW});
+}
+
+TEST(PatchedCopy, OutOfAPatchedSurfaceConvertsOnTheSourcesSide) {
+    CopyRig rig;
+    rig.source.priv.Flags |= SURFACE_PATCHED;
+    rig.dest.priv.Flags |= SURFACE_PATCHED_NOW;
+    rig.from = {10, 19, 26, 27};
+    EXPECT_EQ(rig.Run(PatchedPermediaCopyBlt, 0, 640),
+              (Words{W(12),    0x156, kBase,      0x150, 0x20402A5, 0x15D, 0x11B,   0x105,
+                     0,        0x151, 0xFFFFFD80, 0x000, 0x1A0000,  0x002, 0xA0000, 0x004,
+                     0x1B0000, 0x005, 0xFFFF0000, 0x006, 8,         0x007, 0x10040}));
+    EXPECT_EQ(rig.dest.priv.Flags & SURFACE_PATCHED_NOW, 0u);
+}
+
+TEST(ScreenCopy, WritesTheRegistersPastTheStream) {
+    CopyRig rig;
+    EXPECT_EQ(rig.RunOnScreen(),
+              (Words{W(10),    M(0x156), kBase,    M(0x150), 0x78022E, M(0x151),   0xF2814,
+                     M(0x000), 0x50000,  M(0x002), 0xE0000,  M(0x02A), 0xE01A000A, M(0x004),
+                     0x140000, M(0x005), 0x10000,  M(0x006), 8,        M(0x007),   0x10040}));
+    EXPECT_EQ(rig.driver->Stream.WritePointer, rig.driver->Stream.Current().Linear);
+}
+
+TEST(ScreenCopy, RunsForwardWhateverTheDistance) {
+    CopyRig rig;
+    rig.from = {10, 19, 26, 27};
+    const Words words = rig.RunOnScreen(0);
+    EXPECT_EQ(WordOf(words, 0x151), static_cast<uint32_t>(-512));
+    EXPECT_EQ(WordOf(words, 0x000), 0x50000u);
+    EXPECT_EQ(WordOf(words, 0x004), 0x140000u);
+    EXPECT_EQ(WordOf(words, 0x005), 0x10000u);
+}
+
+// The head that all four have.
+
+struct Copier {
+    const char* name;
+    Words (*run)(CopyRig&);
+    uint32_t bits;
+};
+const Copier kCopiers[] = {
+    {"packed", [](CopyRig& rig) { return rig.Run(PackedPermediaCopyBlt); }, 16},
+    {"24", [](CopyRig& rig) { return rig.Run(Packed24BitPermediaCopyBlt); }, 24},
+    {"patched", [](CopyRig& rig) { return rig.Run(PatchedPermediaCopyBlt); }, 16},
+    {"screen", [](CopyRig& rig) { return rig.RunOnScreen(); }, 16},
+};
+
+TEST(CopyHead, ASourceWhollyAboveOrLeftDoesNothing) {
+    for (const Copier& copier : kCopiers) {
+        for (const RECTL& from : {RECTL{31, -9, 47, -1}, {-17, 40, -1, 48}}) {
+            CopyRig rig(copier.bits);
+            rig.from = from;
+            rig.driver->FBDepth = PixelSize8; // not even the depth is set
+            rig.dest.priv.Flags |= SURFACE_PATCHED;
+            EXPECT_EQ(copier.run(rig), Words{}) << copier.name;
+            EXPECT_EQ(rig.dest.priv.Flags & SURFACE_PATCHED_NOW, 0u);
+        }
+    }
+}
+
+TEST(CopyHead, PartsAboveAndLeftAreTakenAwayFromBothAndGivenBack) {
+    for (const Copier& copier : kCopiers) {
+        CopyRig rig(copier.bits);
+        rig.from = {-2, -3, 14, 5};
+        const Words words = copier.run(rig);
+        EXPECT_EQ(WordOf(words, 0x151), 0xF0000u - 23 * 512 - 12) << copier.name;
+        EXPECT_EQ(WordOf(words, 0x004), 23u << 16) << copier.name;
+        EXPECT_EQ(WordOf(words, 0x006), 5u) << copier.name;
+        EXPECT_TRUE((rig.from == RECTL{-2, -3, 14, 5})) << copier.name;
+        EXPECT_TRUE((rig.to == RECTL{10, 20, 26, 28})) << copier.name;
+    }
+    CopyRig rig;
+    rig.from = {-2, -3, 14, 5};
+    EXPECT_EQ(WordOf(rig.Run(PackedPermediaCopyBlt), 0x02A), 0x001A000Cu);
+}
+
+TEST(CopyHead, ASourceThatEndsOnTheEdgeIsStillDrawn) {
+    CopyRig rig;
+    rig.from = {0, -8, 16, 0};
+    const Words words = rig.Run(PackedPermediaCopyBlt);
+    EXPECT_EQ(WordOf(words, 0x004), 28u << 16);
+    EXPECT_EQ(WordOf(words, 0x006), 0u);
+}
+
+TEST(CopyHead, AnotherDepthIsSetFirst) {
+    for (const Copier& copier : kCopiers) {
+        CopyRig rig(copier.bits);
+        rig.driver->FBDepth = PixelSize8;
+        rig.driver->DepthTable[1].word = 0x77;
+        rig.driver->DepthRow24.word = 0x77;
+        const Words words = copier.run(rig);
+        ASSERT_GT(words.size(), 4u);
+        EXPECT_EQ(Words(words.begin(), words.begin() + 3),
+                  (Words{W(1), 0x15A, rig.driver->PixelSize}))
+            << copier.name;
+        EXPECT_EQ(rig.driver->FBDepth, rig.driver->PixelSize);
+        if (std::string(copier.name) == "screen") {
+            EXPECT_EQ(WordOf(words, 0x150), 0x780277u); // with the new depth's products
+        }
+        EXPECT_FALSE(Has(copier.run(rig), 0x15A)) << copier.name;
+    }
+}
+
+// Through the callback, with the table as it is filled.
+
+TEST(CopyByCallback, ReachesTheChip) {
+    CopyRig rig;
+    DDHAL_BLTDATA data{};
+    data.lpDD = &rig.directDraw;
+    data.lpDDDestSurface = &rig.dest.local;
+    data.lpDDSrcSurface = &rig.source.local;
+    data.rDest = {10, 20, 26, 28};
+    data.rSrc = {-2, -3, 14, 5};
+    data.dwFlags = DDBLT_ROP;
+    data.bltFX.dwROP = SRCCOPY;
+    rig.bus->registers[reg::IntFlags] = 16;
+    rig.driver->ModeKey = 0x1234;
+    EXPECT_EQ(PermediaBlt32(&data), DDHAL_DRIVER_HANDLED);
+    EXPECT_EQ(data.ddRVal, DD_OK);
+    const Words words = rig.Take();
+    EXPECT_EQ(WordOf(words, 0x156), 0x90000u);
+    EXPECT_EQ(WordOf(words, 0x151), 0xF0000u - 23 * 640 - 12);
+    EXPECT_EQ(data.rSrc.left, -2);
+    EXPECT_EQ(data.rDest.top, 20);
+    CHIPRender = {};
+}
+
+} // namespace

@@ -1,0 +1,563 @@
+// The untextured members of Permedia 2.
+#include "driver/raster/p2_gour.h"
+#include "driver/raster/stipple.h"
+#include "tests/driver/raster/p2_rig.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <vector>
+
+namespace {
+
+using test::DrawRecords;
+using test::P2Random;
+using test::P2Rig;
+using test::TriangleRecord;
+using test::Vertex;
+using Words = std::vector<uint32_t>;
+
+constexpr uint32_t kEven = D3DTRIFLAG_EVEN;
+
+Words operator+(Words left, const Words& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+uint32_t Bits(float value) {
+    return std::bit_cast<uint32_t>(value);
+}
+
+// A fan around vertex 0: 0, 1, 2 and 0, 2, 3 and 0, 3, 4 have areas of one sign, det 300 for the
+// first.
+std::vector<D3DTLVERTEX> FanVertices() {
+    return {
+        Vertex(20, 10, 0.5f, 0x40102030, 0x10000000), Vertex(30, 20, 0.25f, 0x80405060, 0x20000000),
+        Vertex(10, 30, 1.0f, 0xC0708090, 0x30000000), Vertex(0, 20, 0.0f, 0xF0A0B0C0, 0xFF000000),
+        Vertex(2, 5, 0.125f, 0x00D0E0F0, 0x01020304)};
+}
+
+Words XYZ(uint32_t slot, const D3DTLVERTEX& v) {
+    return {0x1C008230 + slot, Bits(v.sx), Bits(v.sy), Bits(v.sz)};
+}
+
+Words Draw(P2Rig& rig, Renderer member, std::vector<D3DTLVERTEX> vertices,
+           const std::vector<D3DTRIANGLE>& records) {
+    DrawRecords(rig, member, vertices, records);
+    return rig.Take();
+}
+
+Words FullPlain(const std::vector<D3DTLVERTEX>& v, int a, int b, int c) {
+    return XYZ(0, v[a]) + XYZ(0x10, v[b]) + XYZ(0x20, v[c]);
+}
+
+TEST(P2Triangle, TheVerticesSignsAreAsTheTestsAssume) {
+    const auto v = FanVertices();
+    EXPECT_EQ(reference::P2Reference::Det(v[0], v[1], v[2]), 300.0f);
+    EXPECT_GT(reference::P2Reference::Det(v[0], v[2], v[3]), 0.0f);
+    EXPECT_GT(reference::P2Reference::Det(v[0], v[3], v[4]), 0.0f);
+}
+
+TEST(P2Triangle, FlatSendsVerticesConstantColourAndDrawWord) {
+    P2Rig rig;
+    const auto v = FanVertices();
+    EXPECT_EQ(Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2)}),
+              (Words{0x1C008230, 0x41A00000, 0x41200000, 0x3F000000, 0x1C008240, 0x41F00000,
+                     0x41A00000, 0x3E800000, 0x1C008250, 0x41200000, 0x41F00000, 0x3F800000, 0x0FD,
+                     0x40302010, 0x261, 0x10040}));
+}
+
+TEST(P2Triangle, FogGoesAheadAndGouraudColoursBehindTheVertices) {
+    P2Rig rig;
+    rig.ctx.RenderFlags = RF_GOURAUD | RF_FOG;
+    const auto v = FanVertices();
+    EXPECT_EQ(Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2)}),
+              ((Words{0x209, 0x40000, 0x219, 0x80000, 0x229, 0xC0000}) + FullPlain(v, 0, 1, 2) +
+               Words{0x40008200, 0x40102030, 0x40008210, 0x80405060, 0x40008220, 0xC0708090, 0x261,
+                     0x10040}));
+}
+
+TEST(P2Triangle, SpecularIsAddedOnTheHostToEachVertexsColour) {
+    P2Rig rig;
+    rig.ctx.RenderFlags = RF_GOURAUD | RF_SPECULAR;
+    auto v = FanVertices();
+    v[0].specular = 0x00020202;
+    v[1].specular = 0x00F00000; // red stops at 0xFE and carries into alpha's low bit
+    v[2].specular = 0xFF000000; // alpha is not added
+    const Words words = Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2)});
+    EXPECT_EQ(Words(words.end() - 8, words.end()),
+              (Words{0x40008200, 0x40122232, 0x40008210, 0x81FE5060, 0x40008220, 0xC0708090, 0x261,
+                     0x10040}));
+    rig.ctx.RenderFlags = RF_SPECULAR;
+    const Words flat = Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2)});
+    EXPECT_EQ(Words(flat.end() - 4, flat.end()), (Words{0x0FD, 0x40322212, 0x261, 0x10040}));
+}
+
+TEST(P2Triangle, WithCullModeNoneEveryTriangleIsSentInFullWhateverItsStripCode) {
+    P2Rig rig;
+    const auto v = FanVertices();
+    for (uint32_t code = 0; code < 32; ++code) {
+        const Words words = Draw(rig, P2_Tri_XYZ_RGBFS, v,
+                                 {TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, code),
+                                  TriangleRecord(0, 3, 4, code)});
+        EXPECT_EQ(words.size(), 3 * 16u) << code;
+    }
+}
+
+TEST(P2Triangle, AKeptTriangleContinuesWithOneVertexInTurnInSlotsOneAndTwo) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CCW);
+    rig.ctx.RenderFlags = RF_GOURAUD | RF_FOG;
+    const auto v = FanVertices();
+    const Words words = Draw(
+        rig, P2_Tri_XYZ_RGBFS, v,
+        {TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven), TriangleRecord(0, 3, 4, kEven)});
+    EXPECT_EQ(Words(words.begin() + 26, words.end()),
+              ((Words{0x219, 0x3FC000}) + XYZ(0x10, v[3]) +
+               Words{0x40008240, 0xF0A0B0C0, 0x261, 0x10040, 0x229, 0x4000} + XYZ(0x20, v[4]) +
+               Words{0x40008250, 0x00D0E0F0, 0x261, 0x10040}));
+}
+
+TEST(P2Triangle, AFlatContinuationTakesTheFirstVertexsColour) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CCW);
+    const auto v = FanVertices();
+    // 2, 0, 3 faces away, within a promised run.
+    const Words words =
+        Draw(rig, P2_Tri_XYZ_RGBFS, v,
+             {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 2, 1), TriangleRecord(2, 0, 3, kEven)});
+    EXPECT_EQ(Words(words.begin() + 32, words.end()),
+              XYZ(0x10, v[3]) + (Words{0x0FD, 0xC0908070, 0x261, 0x10040}));
+}
+
+TEST(P2Triangle, OddTrianglesTakeTheFullPath) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CCW);
+    const auto v = FanVertices();
+    const Words words = Draw(rig, P2_Tri_XYZ_RGBFS, v,
+                             {TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, D3DTRIFLAG_ODD)});
+    EXPECT_EQ(words.size(), 2 * 16u);
+}
+
+TEST(P2Triangle, AnEvenTriangleThatComesFirstIsSentInFull) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CCW);
+    const auto v = FanVertices();
+    EXPECT_EQ(Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2, kEven)}).size(), 16u);
+}
+
+TEST(P2Triangle, ACulledStartFlatSkipsItsFollowersAndTheNextTriangleIsSentInFull) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CCW);
+    const auto v = FanVertices();
+    const D3DTRIANGLE kept = TriangleRecord(0, 1, 2), keptEven = TriangleRecord(0, 2, 3, kEven);
+    for (const Renderer member : {P2_Tri_XYZ_RGBFS, P2_Tri_XY_FLATS}) {
+        const size_t full = member == P2_Tri_XYZ_RGBFS ? 16 : 13;
+        const size_t bracket = member == P2_Tri_XYZ_RGBFS ? 0 : 4;
+        // After a kept one, as only then is the promise looked at.
+        const Words words = Draw(rig, member, v,
+                                 {kept, TriangleRecord(1, 0, 2, D3DTRIFLAG_STARTFLAT(3)), keptEven,
+                                  keptEven, keptEven, keptEven});
+        EXPECT_EQ(words.size(), bracket + 2 * full);
+        // One that comes first, or follows a culled one, takes nothing with it.
+        const Words first = Draw(rig, member, v,
+                                 {TriangleRecord(1, 0, 2, D3DTRIFLAG_STARTFLAT(3)), kept,
+                                  TriangleRecord(1, 0, 2, 0),
+                                  TriangleRecord(1, 0, 2, D3DTRIFLAG_STARTFLAT(29)), kept});
+        EXPECT_EQ(first.size(), bracket + 2 * full);
+    }
+}
+
+TEST(P2Triangle, ACulledRunOfAnyLengthGoesWhole) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CCW);
+    auto v = FanVertices();
+    for (const Renderer member : {P2_Tri_XYZ_RGBFS, P2_Tri_XY_FLATS}) {
+        for (uint32_t n = 1; n <= 29; ++n) {
+            std::vector<D3DTRIANGLE> records = {TriangleRecord(0, 1, 2),
+                                                TriangleRecord(1, 0, 2, n)};
+            records.insert(records.end(), n, TriangleRecord(0, 2, 3, kEven));
+            records.push_back(TriangleRecord(0, 3, 4, kEven)); // in full, as nothing is there
+            DrawRecords(rig, member, v, records);
+            test::VertexStore store;
+            store.Replay(rig.Take());
+            ASSERT_EQ(store.drawn.size(), 2u) << n;
+            EXPECT_EQ(store.verticesSent, 6u) << n;
+            EXPECT_TRUE(test::HoldsTriangle(store.drawn[1], v, records.back())) << n;
+        }
+    }
+}
+
+TEST(P2Triangle, ARunThatIsPromisedPastTheEndEndsTheBatch) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CCW);
+    const auto v = FanVertices();
+    for (const uint32_t n : {1u, 2u, 29u}) {
+        const Words words =
+            Draw(rig, P2_Tri_XYZ_RGBFS, v,
+                 {TriangleRecord(0, 1, 2), TriangleRecord(1, 0, 2, n), TriangleRecord(0, 1, 2)});
+        EXPECT_EQ(words.size(), 16u) << n;
+    }
+}
+
+TEST(P2Triangle, AKeptStartFlatSparesItsFollowersTheCullTest) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CCW);
+    const auto v = FanVertices();
+    // The three that follow face away, the first two of them within the run.
+    const D3DTRIANGLE away = TriangleRecord(2, 0, 3, kEven);
+    const Words words =
+        Draw(rig, P2_Tri_XYZ_RGBFS, v,
+             {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 2, D3DTRIFLAG_STARTFLAT(2)), away, away,
+              away, TriangleRecord(0, 2, 3, kEven)});
+    // The third is culled: nothing is sent, but the slots have swapped.
+    EXPECT_EQ(words.size(), 2 * 16u + 3 * 8u);
+    EXPECT_EQ(words[32], 0x1C008240u);
+    EXPECT_EQ(words[40], 0x1C008250u);
+    EXPECT_EQ(words[48], 0x1C008250u);
+}
+
+TEST(P2Triangle, ACulledContinuationSendsNothingAndTheNextOneStillContinues) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CCW);
+    const auto v = FanVertices();
+    const Words words = Draw(
+        rig, P2_Tri_XYZ_RGBFS, v,
+        {TriangleRecord(0, 1, 2), TriangleRecord(2, 0, 3, kEven), TriangleRecord(0, 3, 4, kEven)});
+    EXPECT_EQ(words, (FullPlain(v, 0, 1, 2) + Words{0x0FD, 0x40302010, 0x261, 0x10040} +
+                      XYZ(0x20, v[4]) + Words{0x0FD, 0x40302010, 0x261, 0x10040}));
+}
+
+TEST(P2Triangle, CullingIsByTheSignBitSoThatAnAreaOfZeroSurvivesOneDirection) {
+    const auto v = FanVertices();
+    const D3DTRIANGLE positive = TriangleRecord(0, 1, 2), negative = TriangleRecord(1, 0, 2);
+    const D3DTRIANGLE zero = TriangleRecord(0, 0, 0); // det +0
+    const struct {
+        uint32_t mode;
+        bool positive, negative, zero;
+    } cases[] = {{1, true, true, true}, {2, false, true, false}, {3, true, false, true}};
+    for (const auto& expected : cases) {
+        P2Rig rig;
+        rig.SetCull(expected.mode);
+        EXPECT_EQ(!Draw(rig, P2_Tri_XYZ_RGBFS, v, {positive}).empty(), expected.positive);
+        EXPECT_EQ(!Draw(rig, P2_Tri_XYZ_RGBFS, v, {negative}).empty(), expected.negative);
+        EXPECT_EQ(!Draw(rig, P2_Tri_XYZ_RGBFS, v, {zero}).empty(), expected.zero);
+    }
+    // -0: 0 * 1 - 0 * -1 is +0, and 0 * -1 - 0 * 1 is -0.
+    std::vector<D3DTLVERTEX> flat = {Vertex(1, 5), Vertex(3, 5), Vertex(2, 5)};
+    ASSERT_TRUE(std::signbit(reference::P2Reference::Det(flat[0], flat[1], flat[2])));
+    P2Rig rig;
+    rig.SetCull(2);
+    EXPECT_FALSE(Draw(rig, P2_Tri_XYZ_RGBFS, flat, {TriangleRecord(0, 1, 2)}).empty());
+    rig.SetCull(3);
+    EXPECT_TRUE(Draw(rig, P2_Tri_XYZ_RGBFS, flat, {TriangleRecord(0, 1, 2)}).empty());
+}
+
+TEST(P2Triangle, UntexturedTrianglesAreNotTestedForSlivers) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CCW);
+    std::vector<D3DTLVERTEX> tiny = {Vertex(10.1f, 10), Vertex(10.2f, 10.1f), Vertex(10, 10.2f)};
+    ASSERT_GT(reference::P2Reference::Det(tiny[0], tiny[1], tiny[2]), 0.0f);
+    EXPECT_FALSE(Draw(rig, P2_Tri_XYZ_RGBFS, tiny, {TriangleRecord(0, 1, 2)}).empty());
+    EXPECT_EQ(Draw(rig, P2_Tri_XY_FLATS, tiny, {TriangleRecord(0, 1, 2)}).size(), 4u + 13u);
+}
+
+TEST(P2Triangle, ABlendedContinuationKeepsItsAlphaWhileTheFullPathStripsIt) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CCW);
+    rig.ctx.RenderFlags = RF_GOURAUD | RF_BLEND;
+    rig.ctx.BlendForcesZeroAlpha = 1;
+    const auto v = FanVertices();
+    const std::vector<D3DTRIANGLE> strip = {TriangleRecord(0, 1, 2),
+                                            TriangleRecord(0, 2, 3, kEven)};
+    Words words = Draw(rig, P2_Tri_XYZ_RGBFS, v, strip);
+    EXPECT_EQ(words[13], 0x00102030u);
+    EXPECT_EQ(words[15], 0x00405060u);
+    EXPECT_EQ(words[17], 0x00708090u);
+    EXPECT_EQ(words[25], 0xF0A0B0C0u);
+    rig.ctx.RenderFlags = RF_BLEND;
+    words = Draw(rig, P2_Tri_XYZ_RGBFS, v, strip);
+    EXPECT_EQ(words[13], 0x00302010u);
+    EXPECT_EQ(words[21], 0x40302010u);
+    // Neither the field nor the flag alone strips alpha.
+    rig.ctx.RenderFlags = 0;
+    EXPECT_EQ(Draw(rig, P2_Tri_XYZ_RGBFS, v, strip)[13], 0x40302010u);
+    rig.ctx.RenderFlags = RF_BLEND;
+    rig.ctx.BlendForcesZeroAlpha = 0;
+    EXPECT_EQ(Draw(rig, P2_Tri_XYZ_RGBFS, v, strip)[13], 0x40302010u);
+}
+
+TEST(P2Triangle, StippleIsTheFirstVertexsAndLoadedOnce) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CCW);
+    rig.ctx.RenderFlags = RF_STIPPLEDALPHA;
+    const auto v = FanVertices();
+    const Words words =
+        Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
+    const Words four = {0x00FF8040, 0xAA, 0x44, 0xAA, 0x00, 0xAA, 0x44, 0xAA, 0x00};
+    EXPECT_EQ(words, (FullPlain(v, 0, 1, 2) + four + Words{0x0FD, 0x40302010, 0x261, 0x10041} +
+                      XYZ(0x10, v[3]) + Words{0x0FD, 0x40302010, 0x261, 0x10041}));
+    EXPECT_EQ(rig.ctx.StippleIndex, 4u);
+    EXPECT_EQ(rig.ctx.RenderCommand, 0x10000u);
+    // A continuation loads its own first vertex's.
+    rig.ctx.StippleIndex = 4;
+    const Words other =
+        Draw(rig, P2_Tri_XYZ_RGBFS, v,
+             {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 2, 1), TriangleRecord(2, 0, 3, kEven)});
+    const Words twelve = {0x00FF8040, 0xFF, 0xDD, 0xFF, 0x55, 0xFF, 0xDD, 0xFF, 0x55};
+    EXPECT_EQ(Words(other.begin() + 32, other.end()),
+              (XYZ(0x10, v[3]) + twelve + Words{0x0FD, 0xC0908070, 0x261, 0x10041}));
+}
+
+TEST(P2Triangle, BlockFilledTrianglesAreBracketedAndSendTheirColourBehindTheVertices) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CCW);
+    rig.ctx.RenderCommand = 0x50000;
+    rig.ctx.RenderFlags = RF_STIPPLEDALPHA | RF_FOG; // neither is looked at
+    const auto v = FanVertices();
+    const Words words =
+        Draw(rig, P2_Tri_XY_FLATS, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
+    // 0x102030 is red 2, green 4, blue 6 in 5:5:5.
+    EXPECT_EQ(words, (Words{0x0FC,      0,          0x0C008230, Bits(20),   Bits(10), 0x0C008240,
+                            Bits(30),   Bits(20),   0x0C008250, Bits(10),   Bits(30), 0x159,
+                            0x08860886, 0x261,      0x10048,    0x0C008240, Bits(0),  Bits(20),
+                            0x159,      0x08860886, 0x261,      0x10048,    0x0FC,    3}));
+    rig.chip.Family = FamilyGlint;
+    rig.ctx.BytesPerPixel = 4;
+    rig.ctx.RenderFlags = RF_SPECULAR;
+    auto lit = v;
+    lit[0].specular = 0x00020406;
+    const Words glint = Draw(rig, P2_Tri_XY_FLATS, lit, {TriangleRecord(0, 1, 2)});
+    EXPECT_EQ(Words(glint.begin() + 11, glint.end()),
+              (Words{0x159, 0x122436, 0x261, 0x50048, 0x0FC, 3}));
+}
+
+TEST(P2Triangle, SYIsNeverRewritten) {
+    P2Rig rig;
+    auto v = FanVertices();
+    v[0].sy = 10.4f;
+    DrawRecords(rig, P2_Tri_XYZ_RGBFS, v, std::vector{TriangleRecord(0, 1, 2)});
+    EXPECT_EQ(v[0].sy, 10.4f);
+    EXPECT_EQ(rig.Take()[2], Bits(10.4f));
+}
+
+TEST(P2Triangle, ReservesFor512BytesPerDrawnTriangle) {
+    for (const Renderer member : {P2_Tri_XYZ_RGBFS, P2_TriWire_XYZ_RGBFS, P2_TriPoint_XYZ_RGBFS}) {
+        P2Rig rig;
+        const auto v = FanVertices();
+        const auto one =
+            static_cast<uint32_t>(Draw(rig, member, v, {TriangleRecord(0, 1, 2)}).size());
+        static std::vector<uint32_t> counts;
+        counts.clear();
+        CommandStream& stream = rig.ctx.Stream;
+        stream.StartDMA = [](DriverData*, uint32_t, uint32_t count, uint32_t, uint32_t*, uint32_t) {
+            counts.push_back(count);
+            return 0;
+        };
+        stream.SubBufferWords = stream.SubBufferFlushWords = 128 + one - 1;
+        Draw(rig, member, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 2)});
+        EXPECT_EQ(counts, Words{one});
+        counts.clear();
+        stream.SubBufferWords = stream.SubBufferFlushWords = 128 + one;
+        Draw(rig, member, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 2)});
+        EXPECT_TRUE(counts.empty());
+    }
+}
+
+TEST(P2Triangle, RecordsAdvanceByTheInstructionsSizeAlsoOverASkippedRun) {
+    for (const uint32_t bytes : {8u, 12u, 20u}) {
+        P2Rig rig;
+        rig.SetCull(D3DCULL_CCW);
+        auto v = FanVertices();
+        DrawRecords(
+            rig, P2_Tri_XYZ_RGBFS, v,
+            std::vector{TriangleRecord(0, 1, 2), TriangleRecord(1, 0, 2, D3DTRIFLAG_STARTFLAT(2)),
+                        TriangleRecord(4, 4, 4), TriangleRecord(4, 4, 4), TriangleRecord(0, 3, 4)},
+            bytes);
+        EXPECT_EQ(rig.Take(), (FullPlain(v, 0, 1, 2) + Words{0x0FD, 0x40302010, 0x261, 0x10040} +
+                               FullPlain(v, 0, 3, 4) + Words{0x0FD, 0x40302010, 0x261, 0x10040}))
+            << bytes;
+    }
+}
+
+TEST(P2Wire, DrawsThreeEdgesFromLeftToRightWithTheStippleRestartedOnTheFirst) {
+    P2Rig rig;
+    rig.ctx.RenderCommand = 0x10040;
+    rig.ctx.RenderFlags = RF_GOURAUD | RF_FOG;
+    const auto v = FanVertices();
+    // A is left of B: 01. C, then in slot 0, is left of B: 01. C is left of A, now in slot 1: 01.
+    EXPECT_EQ(Draw(rig, P2_TriWire_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2, 0x700)}),
+              (XYZ(0, v[0]) + XYZ(0x10, v[1]) +
+               Words{0x209, 0x40000, 0x219, 0x80000, 0x40008200, 0x40102030, 0x40008210, 0x80405060,
+                     0x263, 0x10004} +
+               XYZ(0, v[2]) + Words{0x209, 0xC0000, 0x40008200, 0xC0708090, 0x263, 0x10000} +
+               XYZ(0x10, v[0]) + Words{0x219, 0x40000, 0x40008210, 0x40102030, 0x263, 0x10000}));
+}
+
+TEST(P2Wire, EdgesTheOtherWayRoundAndVerticalOnesStartFromSlotOne) {
+    P2Rig rig;
+    const auto lines = [&rig](float a, float b, float c) {
+        const Words words =
+            Draw(rig, P2_TriWire_XYZ_RGBFS, {Vertex(a, 1), Vertex(b, 2), Vertex(c, 3)},
+                 {TriangleRecord(0, 1, 2, 0x700)});
+        return Words{words[10], words[16], words[22]};
+    };
+    EXPECT_EQ(lines(1, 2, 3), (Words{0x263, 0x264, 0x264}));
+    EXPECT_EQ(lines(3, 2, 1), (Words{0x264, 0x263, 0x263}));
+    EXPECT_EQ(lines(2, 2, 2), (Words{0x264, 0x264, 0x264}));
+}
+
+TEST(P2Wire, EdgeFlagsDecideOnDrawingAndOnTheThirdLoad) {
+    P2Rig rig;
+    const auto v = FanVertices();
+    const Words head = XYZ(0, v[0]) + XYZ(0x10, v[1]) + Words{0x0FD, 0x40302010};
+    const auto draw = [&](uint32_t edges) {
+        return Draw(rig, P2_TriWire_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2, edges)});
+    };
+    EXPECT_EQ(draw(0), head + XYZ(0, v[2]));
+    // The first edge's stipple bit is gone though it was not drawn.
+    EXPECT_EQ(draw(0x200), (head + XYZ(0, v[2]) + Words{0x263, 0x10000}));
+    EXPECT_EQ(draw(0x400), (head + XYZ(0, v[2]) + XYZ(0x10, v[0]) + Words{0x263, 0x10000}));
+    EXPECT_EQ(draw(0x100), (head + Words{0x263, 0x10004} + XYZ(0, v[2])));
+}
+
+TEST(P2Wire, ACulledTriangleSendsNothing) {
+    P2Rig rig;
+    rig.SetCull(D3DCULL_CW);
+    const auto v = FanVertices();
+    const D3DTRIANGLE away = TriangleRecord(0, 1, 2, 0x700);
+    EXPECT_TRUE(Draw(rig, P2_TriWire_XYZ_RGBFS, v, {away}).empty());
+    EXPECT_TRUE(Draw(rig, P2_TriPoint_XYZ_RGBFS, v, {away}).empty());
+}
+
+TEST(P2Point, EachVertexIsALineOneRowLongDrawnByItsEdgeFlag) {
+    P2Rig rig;
+    rig.ctx.RenderCommand = 0x16040;
+    rig.ctx.RenderFlags = RF_FOG;
+    const auto v = FanVertices();
+    const auto point = [&v](int i, uint32_t fog, uint32_t colour) {
+        D3DTLVERTEX below = v[i];
+        below.sy += 1.0f;
+        return XYZ(0, v[i]) + XYZ(0x10, below) + Words{0x209, fog, 0x219, fog, 0x0FD, colour};
+    };
+    EXPECT_EQ(Draw(rig, P2_TriPoint_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2, 0x500)}),
+              (point(0, 0x40000, 0x40302010) + Words{0x263, 0x14000} +
+               point(1, 0x80000, 0x80605040) + point(2, 0xC0000, 0xC0908070) +
+               Words{0x263, 0x14000}));
+}
+
+TEST(P2Point, BothEndsOfAGouraudPointHaveItsLitColour) {
+    P2Rig rig;
+    rig.ctx.RenderFlags = RF_GOURAUD | RF_SPECULAR;
+    auto v = FanVertices();
+    v[0].specular = 0x00020202;
+    const Words words = Draw(rig, P2_TriPoint_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2, 0x100)});
+    EXPECT_EQ(Words(words.begin() + 8, words.begin() + 14),
+              (Words{0x40008200, 0x40122232, 0x40008210, 0x40122232, 0x263, 0x10000}));
+}
+
+TEST(P2Untextured, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
+    P2Random random(11);
+    P2Rig rig;
+    for (int round = 0; round < 1000; ++round) {
+        random.State(rig, random.Pick(0x800) & ~(RF_TEXTURE | RF_PERSPECTIVE));
+        const auto vertices = random.Vertices(9);
+        const auto records = random.Records(vertices.size());
+        using Reference = reference::P2Reference;
+        test::ExpectLikeReference(rig, P2_Tri_XYZ_RGBFS, vertices, records, true,
+                                  [&](Reference& r) { r.Strips(true, vertices, records); });
+        test::ExpectLikeReference(rig, P2_Tri_XY_FLATS, vertices, records, true,
+                                  [&](Reference& r) { r.Strips(false, vertices, records); });
+        test::ExpectLikeReference(rig, P2_TriWire_XYZ_RGBFS, vertices, records, true,
+                                  [&](Reference& r) { r.Wire(false, vertices, records); });
+        test::ExpectLikeReference(rig, P2_TriPoint_XYZ_RGBFS, vertices, records, true,
+                                  [&](Reference& r) { r.Points(vertices, records); });
+        ASSERT_FALSE(HasFatalFailure()) << round;
+    }
+}
+
+// Which records a batch draws, worked out with no strip logic: a triangle is drawn unless its own
+// facing drops it, or a promise covers it.
+struct Fate {
+    size_t record;
+    bool trusted; // the store has all its vertices
+};
+std::vector<Fate> DrawnRecords(const P2Rig& rig, const std::vector<D3DTLVERTEX>& vertices,
+                               const std::vector<D3DTRIANGLE>& records) {
+    std::vector<Fate> fates;
+    bool inStrip = false; // a kept triangle is there to go on from
+    bool trusted = false; // no continuation since was culled
+    size_t safeUntil = 0; // continuations before this record are not tested
+    for (size_t i = 0; i < records.size(); ++i) {
+        const D3DTRIANGLE& record = records[i];
+        const float det = reference::P2Reference::Det(vertices[record.v1], vertices[record.v2],
+                                                      vertices[record.v3]);
+        const bool away =
+            rig.ctx.CullMode != 1 && std::signbit(det) != (rig.ctx.CullMode == D3DCULL_CW);
+        const uint32_t code = record.wFlags & 31;
+        if (inStrip && code == D3DTRIFLAG_EVEN) {
+            if (away && i >= safeUntil) {
+                trusted = false;
+            } else {
+                fates.push_back({i, trusted});
+            }
+            continue;
+        }
+        const uint32_t run = inStrip && code < D3DTRIFLAG_ODD ? code : 0;
+        if (away) {
+            inStrip = false;
+            i += run;
+            continue;
+        }
+        fates.push_back({i, true});
+        inStrip = rig.ctx.CullMode != 1;
+        trusted = true;
+        safeUntil = i + 1 + run;
+    }
+    return fates;
+}
+
+// Strips whose records really share what their flags say, cut anywhere by culled triangles and runs
+// of every length. The one case in which the store does not hold the record's vertices is a
+// continuation behind a culled continuation: the culled one's vertex was never sent.
+TEST(P2Untextured, TheStoreHoldsEachDrawnRecordsVerticesButBehindACulledContinuation) {
+    P2Random random(12);
+    size_t trusted = 0, behindCulled = 0;
+    P2Rig rig;
+    for (int round = 0; round < 300; ++round) {
+        random.State(rig, RF_GOURAUD | random.Pick(2) * RF_FOG);
+        auto vertices = random.Vertices(40);
+        std::vector<D3DTRIANGLE> records;
+        while (records.size() < 60) {
+            // Continuations go on from the first vertex of the full triangle and the newest one.
+            uint32_t centre = random.Pick(40), other = random.Pick(40), newest = random.Pick(40);
+            const uint32_t starts[] = {D3DTRIFLAG_START, random.Pick(30), D3DTRIFLAG_ODD};
+            records.push_back(TriangleRecord(centre, other, newest, starts[random.Pick(3)]));
+            for (uint32_t length = random.Pick(8); length != 0; --length) {
+                other = newest;
+                newest = random.Pick(40);
+                records.push_back(TriangleRecord(centre, other, newest, kEven));
+            }
+        }
+        for (const bool depth : {true, false}) {
+            DrawRecords(rig, depth ? P2_Tri_XYZ_RGBFS : P2_Tri_XY_FLATS, vertices, records);
+            test::VertexStore store;
+            store.Replay(rig.Take());
+            const auto fates = DrawnRecords(rig, vertices, records);
+            ASSERT_EQ(store.drawn.size(), fates.size());
+            for (size_t i = 0; i < fates.size(); ++i) {
+                if (!fates[i].trusted) {
+                    ++behindCulled;
+                    continue;
+                }
+                ++trusted;
+                ASSERT_TRUE(test::HoldsTriangle(store.drawn[i], vertices, records[fates[i].record]))
+                    << round << " triangle " << i;
+            }
+        }
+    }
+    EXPECT_GT(trusted, 5000u);
+    EXPECT_GT(behindCulled, 500u);
+}
+
+} // namespace

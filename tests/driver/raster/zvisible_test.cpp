@@ -1,0 +1,161 @@
+#include "driver/raster/ZVisible.h"
+
+#include "tests/driver/raster/raster_rig.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+using test::RasterRig;
+using test::Vertex;
+using Words = std::vector<uint32_t>;
+
+Words operator+(Words left, const Words& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+// For a target of 320 by 200.
+const Words kBegin = {0x157,      0,     0x118, 0,     0x182, 0,     0x183,
+                      0x00C80140, 0x180, 0xC00, 0x181, 5,     0x184, 0};
+const Words kAsk = {0x180, 0x3C00, 0x187, 0};
+
+class ZPick : public testing::TestWithParam<bool> {
+  protected:
+    ZPick() : rig(GetParam()) {
+        target.lpGbl = &global;
+        global.wWidth = 320;
+        global.wHeight = 200;
+        rig.ctx.RenderTargetSurface = &target;
+        sent.clear();
+        transfers = 0;
+        rig.ctx.Stream.StartDMA = [](DriverData*, uint32_t, uint32_t count, uint32_t,
+                                     uint32_t* linear, uint32_t) {
+            sent.insert(sent.end(), linear, linear + count);
+            ++transfers;
+            return 0;
+        };
+    }
+    // What the chip will say, after a word of somebody else's.
+    void Answer(uint32_t result) { rig.bus.output = {0x188, 0, 0x187, result}; }
+    // All words, sent or waiting.
+    Words All() {
+        const Words rest = rig.Take();
+        return sent + rest;
+    }
+    uint32_t Test(uint32_t (*facility)(D3DContext*, D3DINSTRUCTION*, D3DTLVERTEX*, void*),
+                  std::vector<D3DTLVERTEX> vertices, uint16_t count) {
+        std::vector<D3DTRIANGLE> records(count, {0, 1, 2, 0});
+        D3DINSTRUCTION ins{D3DOP_TRIANGLE, sizeof(D3DTRIANGLE), count};
+        return facility(&rig.ctx, &ins, vertices.data(), records.data());
+    }
+
+    inline static Words sent;
+    inline static int transfers;
+    RasterRig rig;
+    DDRAWI_DDRAWSURFACE_LCL target{};
+    DDRAWI_DDRAWSURFACE_GBL global{};
+};
+
+TEST_P(ZPick, BeginTurnsWritesOffAndClearsTheResult) {
+    BeginZPickTest(&rig.driver, &rig.ctx);
+    EXPECT_EQ(All(), kBegin);
+    EXPECT_EQ(transfers, 0);
+}
+
+TEST_P(ZPick, EndSendsTheBatchAndGivesTheAnswersLowestBit) {
+    for (const uint32_t answer : {0u, 1u, 2u, 0xFFFFFFFFu}) {
+        Answer(answer);
+        EXPECT_EQ(EndZPickTest(&rig.driver, &rig.ctx), answer & 1);
+        EXPECT_TRUE(rig.bus.output.empty());
+    }
+    EXPECT_EQ(transfers, GetParam() ? 4 : 0);
+}
+
+TEST_P(ZPick, EndTurnsOnDepthWritesOnlyForAContextThatWritesDepth) {
+    Answer(1);
+    rig.ctx.Copies.LBWriteMode = 0xFFFFFFFE;
+    EndZPickTest(&rig.driver, &rig.ctx);
+    EXPECT_EQ(All(), kAsk + Words({0x157, 1}));
+    sent.clear();
+
+    Answer(1);
+    rig.ctx.Copies.LBWriteMode = 0x81;
+    EndZPickTest(&rig.driver, &rig.ctx);
+    EXPECT_EQ(All(), kAsk + Words({0x157, 1, 0x118, 1}));
+}
+
+TEST_P(ZPick, TheQuestionReachesTheChipBeforeTheAnswerIsAwaited) {
+    rig.ctx.Copies.LBWriteMode = 1;
+    Answer(0);
+    EndZPickTest(&rig.driver, &rig.ctx);
+    if (GetParam()) {
+        EXPECT_EQ(sent, kAsk);
+    } else {
+        size_t words = 0;
+        for (const test::BusEvent& event : rig.bus.events) {
+            words += event.kind == 'f';
+            if (event.kind == 'r' && event.offset == 0x20) {
+                break;
+            }
+        }
+        EXPECT_EQ(words, kAsk.size());
+    }
+}
+
+TEST_P(ZPick, DeltaSendsThreeVerticesAndADrawWordForEachKeptTriangle) {
+    Answer(1);
+    EXPECT_EQ(
+        Test(Delta_Tri_Z_Visible, {Vertex(1, 2, 0.5f), Vertex(5, 2, 0.25f), Vertex(1, 8, 1.0f)}, 2),
+        1u);
+    const Words triangle = {0x1C008230, 0x3F800000, 0x40000000, 0x3F000000, 0x1C008240,
+                            0x40A00000, 0x40000000, 0x3E800000, 0x1C008250, 0x3F800000,
+                            0x41000000, 0x3F800000, 0x261,      0x10040};
+    EXPECT_EQ(All(), kBegin + triangle + triangle + kAsk + Words({0x157, 1}));
+}
+
+TEST_P(ZPick, GlintSendsDepthAndEdgesButNeitherColourNorStipple) {
+    rig.ctx.RenderFlags = RF_STIPPLEDALPHA | RF_SPECULAR | RF_GOURAUD | RF_FOG;
+    Answer(0);
+    // Depth 1.0 all over; the left edge is vertical at 4, the bottom one lies in row 8.
+    EXPECT_EQ(
+        Test(Glint_Tri_Z_Visible, {Vertex(4, 4, 1.0f), Vertex(12, 8, 1.0f), Vertex(4, 8, 1.0f)}, 1),
+        0u);
+    const Words words = All();
+    const Words depth = {0x0FC08130, 0xFFFF, 0, 0, 0, 0, 0};
+    ASSERT_GT(words.size(), kBegin.size() + depth.size());
+    EXPECT_EQ(Words(words.begin(), words.begin() + kBegin.size()), kBegin);
+    EXPECT_EQ(Words(words.begin() + kBegin.size(), words.begin() + kBegin.size() + 7), depth);
+    // One trapezoid up from row 7, 4 rows: B, in its record's place, is the start.
+    EXPECT_EQ(
+        Words(words.begin() + kBegin.size() + 7, words.end()),
+        Words({0x00FF8000, 0xC0000, 0xFFFE0000, 0x40000, 0, 0x70000, 0xFFFF0000, 4, 0x10040}) +
+            kAsk + Words({0x157, 1}));
+}
+
+TEST_P(ZPick, AllCulledDrawsNothingAndIsNotVisible) {
+    rig.ctx.CullMode = 2;
+    const std::vector<D3DTLVERTEX> line = {Vertex(0, 0), Vertex(4, 4), Vertex(8, 8)};
+    for (const auto facility : {Delta_Tri_Z_Visible, Glint_Tri_Z_Visible}) {
+        Answer(0);
+        EXPECT_EQ(Test(facility, line, 3), 0u);
+        EXPECT_EQ(All(), kBegin + kAsk + Words({0x157, 1}));
+        sent.clear();
+    }
+}
+
+TEST_P(ZPick, WithoutTrianglesDeltaSaysVisibleAndGlintAsksTheChip) {
+    EXPECT_EQ(Test(Delta_Tri_Z_Visible, {}, 0), 1u);
+    EXPECT_TRUE(All().empty());
+    EXPECT_TRUE(rig.bus.events.empty());
+    Answer(0);
+    EXPECT_EQ(Test(Glint_Tri_Z_Visible, {}, 0), 0u);
+    EXPECT_EQ(All(), kBegin + kAsk + Words({0x157, 1}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Carriers, ZPick, testing::Bool(),
+                         [](const auto& info) { return info.param ? "DMA" : "FIFO"; });
+
+} // namespace

@@ -1,0 +1,107 @@
+#include "tests/system/blit_stage.h"
+
+#include "host/display/machine.h"
+
+namespace test {
+
+namespace {
+
+void CompareMemory(const char* name, const uint8_t* memory, const std::vector<uint8_t>& wanted) {
+    if (std::memcmp(memory, wanted.data(), wanted.size()) == 0) {
+        return;
+    }
+    size_t first = 0;
+    while (memory[first] == wanted[first]) {
+        ++first;
+    }
+    FAIL() << name << ": byte " << first << " is " << int{memory[first]} << " for "
+           << int{wanted[first]};
+}
+
+const char* ChipName(uint32_t deviceId) {
+    switch (deviceId) {
+    case DeviceSX:
+        return "SX";
+    case DeviceTX:
+        return "TX";
+    case DeviceMX:
+        return "MX";
+    case DevicePermedia:
+        return "Permedia";
+    default:
+        return "Permedia2";
+    }
+}
+
+} // namespace
+
+void PrintTo(const BlitMode& mode, std::ostream* out) {
+    *out << ChipName(mode.deviceId) << "At" << mode.bits << "Wide" << mode.width;
+}
+
+BlitStage::BlitStage(const BlitMode& mode, const board::Timing& timing)
+    : mode_(mode), display_(Config(timing)), directDraw_(Started()) {
+    Scatter(display_.FrameBuffer(), screen);
+    Scatter(display_.LocalBuffer(), local);
+}
+
+Place BlitStage::PlaceOf(host::Surface& surface) {
+    const bool inScreen = surface.Bytes() >= display_.FrameBuffer() &&
+                          surface.Bytes() < display_.FrameBuffer() + screen.size();
+    return {inScreen ? &screen : &local,
+            surface.Bytes() - (inScreen ? display_.FrameBuffer() : display_.LocalBuffer()),
+            surface.Pitch(), static_cast<int>(surface.Bits() / 8)};
+}
+
+void BlitStage::Compare(host::Surface& surface) {
+    directDraw_.Finish(surface);
+    ASSERT_EQ(display_.Board().FaultReport().Describe(), "");
+    CompareMemory("frame buffer", display_.FrameBuffer(), screen);
+    CompareMemory("local buffer", display_.LocalBuffer(), local);
+}
+
+host::DisplayConfig BlitStage::Config(const board::Timing& timing) {
+    host::PowerCycle();
+    host::DisplayConfig config;
+    config.deviceId = mode_.deviceId;
+    config.bits = mode_.bits;
+    config.width = mode_.width;
+    config.height = 120;
+    config.timing = timing;
+    config.frameBufferBytes = 2u << 20;
+    config.localBufferBytes = 1u << 20;
+    screen.resize(config.frameBufferBytes);
+    const bool permedia = mode_.deviceId == DevicePermedia || mode_.deviceId == DevicePermedia2;
+    local.resize(permedia ? 0 : config.localBufferBytes);
+    return config;
+}
+
+host::Display& BlitStage::Started() {
+    EXPECT_TRUE(display_.Start());
+    return display_;
+}
+
+void BlitStage::Scatter(uint8_t* memory, std::vector<uint8_t>& copy) {
+    for (uint8_t& byte : copy) {
+        byte = static_cast<uint8_t>(engine_());
+    }
+    std::memcpy(memory, copy.data(), copy.size());
+}
+
+void FillPlainly(const Place& place, const RECT& area, uint32_t pixel) {
+    for (LONG y = area.top; y != area.bottom; ++y) {
+        for (LONG x = area.left; x != area.right; ++x) {
+            place.Set(x, y, pixel);
+        }
+    }
+}
+
+void CopyForward(const Place& dest, const RECT& to, const Place& source, const RECT& from) {
+    for (LONG y = 0; y != to.bottom - to.top; ++y) {
+        for (LONG x = 0; x != to.right - to.left; ++x) {
+            dest.Set(to.left + x, to.top + y, source.Get(from.left + x, from.top + y));
+        }
+    }
+}
+
+} // namespace test
