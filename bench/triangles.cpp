@@ -5,6 +5,7 @@
 //   bench_triangles --count N [MEMBER [MESH]]
 //                                just renders about N triangles, for an instruction counter
 #include "driver/core/dma.h"
+#include "driver/raster/del_tex.h"
 #include "driver/raster/gl_gour.h"
 #include "driver/raster/gl_tex.h"
 #include "driver/raster/p2_fast.h"
@@ -174,6 +175,7 @@ constexpr MemberKind kMembers[] = {
     {"Glint_Tri_XYZ_RGBF", Glint_Tri_XYZ_RGBF, kPlainFlags, {kGrid, kRandom}},
     {"Glint_Tri_XYZ_RGB", Glint_Tri_XYZ_RGB, kPlainFlags, {kGrid, kRandom}},
     {"Glint_Tri_XYZ_STQ_RGBF", Glint_Tri_XYZ_STQ_RGBF, kPlainFlags, {kGrid, kRandom}},
+    {"Delta_Tri_XYZ_STQ_RGBF", Delta_Tri_XYZ_STQ_RGBF, kTextureFlags | RF_FOG, {kRandom, kStrip}},
     {"P2_GouraudTextureZ", P2_GouraudTextureZ, kTextureFlags, {kRandom, kStrip}},
     {"P2_Tri_XYZ_STQ_RGBFS", P2_Tri_XYZ_STQ_RGBFS, kTextureFlags, {kRandom, kStrip}},
 };

@@ -27,6 +27,12 @@ void SendCurrent(CommandStream& stream, StartDMAFunction start, DriverData* driv
     start(driver, context, stream.WordsWritten(), current.Physical, current.Linear, 0);
 }
 
+// Nothing is reserved there yet.
+void BeginSubBuffer(CommandStream& stream) {
+    stream.WritePointer = stream.Current().Linear;
+    stream.Guard.Allow(stream.WritePointer);
+}
+
 // Sends the sub-buffer of the display's own stream and goes on in the next.
 void SendAndMoveOn(DriverData* driver) {
     CommandStream& stream = driver->Stream;
@@ -34,12 +40,12 @@ void SendAndMoveOn(DriverData* driver) {
     if (++stream.SubBufferIndex == stream.SubBufferCount) {
         stream.SubBufferIndex = 0;
     }
-    stream.WritePointer = stream.Current().Linear;
+    BeginSubBuffer(stream);
 }
 
 // Goes on at the start of the sub-buffer that SubBufferIndex names.
 void OpenSubBuffer(D3DContext* ctx) {
-    ctx->Stream.WritePointer = ctx->Stream.Current().Linear;
+    BeginSubBuffer(ctx->Stream);
     if (IsFirstPermedia(ctx->Driver->ChipInfo)) {
         WriteSubBufferHead(ctx);
     }

@@ -6,11 +6,14 @@
 #include "driver/heap/linalloc.h"
 #include "driver/platform/d3dhal.h"
 #include "driver/platform/ddhal.h"
+#include "driver/platform/videoport.h"
 
 #include <cstdint>
 
 // Capacity of DriverData.TextureFormats.
 inline constexpr uint32_t kMaxTextureFormats = 15;
+// Buffers that the video port fills in turn.
+inline constexpr uint32_t kMaxVideoBuffers = 3;
 
 // A row of DepthTable: the screen stride and depth select at one depth code.
 struct DepthRow {
@@ -68,13 +71,21 @@ struct DriverData {
     VideoHeap Heap;
     uint32_t NonLocalHeapLinear;
     uint32_t NonLocalHeapPhysical;
-    uint32_t VideoCurrentBuffer; // the video port's buffer handed out as current
+    uint32_t VideoSurfaceCount;           // of the video port: buffers in use, 1 to 3
+    uint32_t VideoBase[kMaxVideoBuffers]; // their linear addresses
+    uint32_t VideoFlags;                  // VideoFlag bits
+    uint32_t VideoStartLine;
+    uint32_t VideoHeight;        // lines of a field
+    uint32_t VideoWidth;         // pixels
+    uint32_t VideoCurrentBuffer; // number of the buffer handed out as current
     uint32_t VideoPortActive;
     uint32_t VideoNeedSample; // the watchdog takes a new sample at its next call
     uint32_t VideoLastLine;   // the sample
     uint32_t VideoLastBuffer;
     uint32_t VideoLastTime;
-    uint32_t VideoFailures; // samples in a row without progress
+    uint32_t VideoFailures;        // samples in a row without progress
+    uint32_t VideoPortCreated;     // 1 between create and destroy
+    DDVIDEOPORTDESC VideoPortDesc; // as it was created
     DDHALINFO HALInfo;
 };
 

@@ -23,8 +23,19 @@
     X(0x3040, BlankEndPermedia)                                                                    \
     X(0x3068, ScreenBaseGlint)                                                                     \
     X(0x3070, LineCounter)                                                                         \
+    X(0x5800, VSControl)                                                                           \
+    X(0x5900, VSStreamControl)                                                                     \
     X(0x5910, VSCurrentLine)                                                                       \
+    X(0x5918, VSNextBuffer)                                                                        \
     X(0x5920, VSCurrentBuffer)                                                                     \
+    X(0x5928, VSBufferBase0)                                                                       \
+    X(0x5930, VSBufferBase1)                                                                       \
+    X(0x5938, VSBufferBase2)                                                                       \
+    X(0x5940, VSBufferStride)                                                                      \
+    X(0x5948, VSStartLine)                                                                         \
+    X(0x5950, VSEndLine)                                                                           \
+    X(0x5958, VSStartPixel)                                                                        \
+    X(0x5960, VSEndPixel)                                                                          \
     X(0x6008, ScreenBank)                                                                          \
     X(0x8000, MappedRegisters)
 
@@ -40,6 +51,8 @@ inline constexpr uint32_t OutFIFOWord = FIFOWindow;
 inline constexpr uint32_t OutFIFOSecondWord = FIFOWindow + 4;
 // The video block: its registers lie 8 bytes apart from here on.
 inline constexpr uint32_t VideoRegisters = 0x5800;
+// One register per capture buffer: its offset in video memory, in units of 8 bytes.
+inline constexpr uint32_t VSBufferBase[3] = {VSBufferBase0, VSBufferBase1, VSBufferBase2};
 // Bytes of the whole aperture: up to the mapped register of the highest tag.
 inline constexpr uint32_t ApertureBytes = MappedRegisters + 0x400 * 8;
 } // namespace reg

@@ -30,12 +30,12 @@ TEST(Aperture, UnknownRegistersAreCounted) {
     r.Send(0x3AB, 1);
     r.Send(0x3AB, 1);
     r.board.Write(0x8000 + 0x3AC * 8, 1);
-    r.board.Write(0x5800, 1);
+    r.board.Write(0x5700, 1);
     r.board.Write(0xA000, 1);
     r.board.Write(0x8004, 1);
     const board::Faults faults = r.board.FaultReport();
     const std::map<uint32_t, uint64_t> expected = {
-        {0x3AB, 2}, {0x5800, 1}, {0x8004, 1}, {0x8000 + 0x3AC * 8, 1}, {0xA000, 1}};
+        {0x3AB, 2}, {0x5700, 1}, {0x8004, 1}, {0x8000 + 0x3AC * 8, 1}, {0xA000, 1}};
     EXPECT_EQ(faults.unknownRegisters, expected);
     EXPECT_TRUE(faults.Any());
 }
@@ -46,11 +46,11 @@ TEST(Aperture, FaultsDescribeThemselves) {
     EXPECT_EQ(faults.Describe(), "");
     faults.fifoOverflows = 3;
     faults.unknownRegisters[0x3AB] = 2;
-    faults.unknownRegisters[0x5800] = 1;
+    faults.unknownRegisters[0x5700] = 1;
     faults.unmodelled["setup unit"] = 7;
     EXPECT_EQ(faults.Describe(), "3 register writes lost in a full input FIFO\n"
                                  "2 writes to unknown tag 3AB\n"
-                                 "1 writes to unknown offset 5800\n"
+                                 "1 writes to unknown offset 5700\n"
                                  "7 uses of setup unit, which is not modelled\n");
 }
 

@@ -19,7 +19,7 @@ void Play(board::Board& board) {
     board.Write(reg::FIFOWindow + 8, tag::V1Float + 9);
     board.Write(reg::FIFOWindow + 12, 0x3F800000);
     board.Write(MappedOffset(tag::Sync), 0);
-    board.Write(0x5800, 1);
+    board.Write(0x5700, 1);
     board.Read(0x2004);
     const uint32_t bad = 0x00000400;
     board.WriteFifo(&bad, 1);
@@ -47,7 +47,7 @@ TEST(Events, TextHasOneLineAnEvent) {
                          "f 00000249 ; V1Float+9\n"
                          "f 3F800000 ; V1Float+9 = 3F800000\n"
                          "w 8C40 00000000 Sync\n"
-                         "w 5800 00000001 offset 5800\n"
+                         "w 5700 00000001 offset 5700\n"
                          "r 2004 00000000 FIFOWindow+4\n"
                          "f 00000400 ; malformed\n");
 }

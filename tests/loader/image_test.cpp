@@ -47,6 +47,25 @@ class ImageTest : public testing::Test {
         std::memcpy(&at, &bytes[0x3C], 4);
         return at;
     }
+    uint32_t Word(uint32_t at) const {
+        uint32_t value;
+        std::memcpy(&value, &bytes.at(at), 4);
+        return value;
+    }
+    void SetWord(uint32_t at, uint32_t value) { std::memcpy(&bytes.at(at), &value, 4); }
+    // Place in the file of a directory's address; its size follows.
+    uint32_t Directory(uint32_t index) const { return Header() + 24 + 96 + 8 * index; }
+    // Place in the file of a place in the image.
+    uint32_t InFile(uint32_t address) const {
+        const uint32_t table = Header() + 24 + (Word(Header() + 20) & 0xFFFF);
+        for (uint32_t i = 0; i < (Word(Header() + 4) >> 16); ++i) {
+            const uint32_t section = table + 40 * i, start = Word(section + 12);
+            if (address - start < Word(section + 16)) {
+                return Word(section + 20) + address - start;
+            }
+        }
+        throw std::out_of_range("no section holds this place");
+    }
     void ExpectRefusal(const std::string& reason) {
         const std::string path = Path();
         EXPECT_THAT(
@@ -97,6 +116,55 @@ TEST_F(ImageTest, AnImportThatTheHostLacksIsNamed) {
     ASSERT_NE(at, std::string::npos);
     bytes.replace(at, 11, "timeSetTime");
     ExpectRefusal("needs timeSetTime of WINMM.DLL");
+}
+
+TEST_F(ImageTest, RelocationsWhoseSizeWrapsAroundAreRefused) {
+    constexpr uint32_t kRelocations = 5;
+    const std::string whole = bytes;
+    const uint32_t at = Word(Directory(kRelocations));
+    ASSERT_NE(at, 0u);
+    // Their end is small again, or the largest that there is.
+    for (const uint32_t size : {16 - at, 0xFFFFFFFF - at, 0xFFFFFFFFu}) {
+        bytes = whole;
+        SetWord(Directory(kRelocations) + 4, size);
+        ExpectRefusal("its relocations lead out of the image");
+    }
+    for (const uint32_t size : {0u, 7u, 16 - at, 0xFFFFFFF8u}) {
+        bytes = whole;
+        SetWord(InFile(at) + 4, size);
+        ExpectRefusal("a relocation block has an impossible size");
+    }
+}
+
+TEST_F(ImageTest, StorageForEachThreadIsRefused) {
+    constexpr uint32_t kThreadStorage = 9;
+    ASSERT_EQ(Word(Directory(kThreadStorage)), 0u);
+    SetWord(Directory(kThreadStorage), 0x1000);
+    SetWord(Directory(kThreadStorage) + 4, 24);
+    ExpectRefusal("wants storage of its own for each thread");
+}
+
+TEST_F(ImageTest, AnExportThatIsAnotherLibrarysIsRefused) {
+    // An address within the export directory is the name of a function elsewhere.
+    const uint32_t exports = Word(Directory(0)), size = Word(Directory(0) + 4);
+    const uint32_t functions = InFile(Word(InFile(exports) + 28));
+    const std::string whole = bytes;
+    for (const uint32_t address : {exports, exports + size - 1}) {
+        bytes = whole;
+        SetWord(functions + 4, address);
+        ExpectRefusal("an export is another library's");
+    }
+}
+
+TEST_F(ImageTest, ADllMainThatReturnsZeroIsTold) {
+    const std::string refuses("\x31\xC0\xC2\x0C\x00", 5); // xor %eax,%eax; ret $12
+    bytes.replace(InFile(Word(Header() + 24 + 16)), refuses.size(), refuses);
+    host::UseDriverDll(Path());
+    EXPECT_THAT([] { host::PowerCycle(); },
+                ThrowsMessage<std::runtime_error>("the driver's DllMain refused to be loaded"));
+    EXPECT_EQ(host::loader::ControlWord(), host::loader::kHostControlWord);
+    PowerOn(Driver::Dll);
+    EXPECT_TRUE(host::Display({}).Start()) << "another choice does away with it";
 }
 
 TEST_F(ImageTest, ARefusalLeavesTheChoiceAsItWas) {

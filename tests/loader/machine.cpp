@@ -4,11 +4,11 @@
 #include "host/ddraw/ddraw.h"
 #include "host/display/machine.h"
 #include "host/driver_module.h"
+#include "tests/support_host/surfaces.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <random>
 #include <stdexcept>
 
@@ -137,20 +137,7 @@ std::vector<uint8_t> BytesOf(const host::Surface& surface) {
     return bytes;
 }
 
-void Fill(host::Surface& surface, uint32_t value) {
-    for (uint32_t y = 0; y < surface.Height(); ++y) {
-        for (uint32_t x = 0; x < surface.Width(); ++x) {
-            surface.SetPixel(x, y, value);
-        }
-    }
-}
-
 } // namespace
-
-std::string DllPath() {
-    const char* named = std::getenv("KORV_DLL");
-    return named != nullptr ? named : KORV_DLL_PATH;
-}
 
 std::string Difference(const std::vector<Event>& library, const std::vector<Event>& dll) {
     const auto [left, right] =

@@ -2,16 +2,13 @@
 // A machine that runs once with the linked driver or with KORV32.dll, and what it left behind.
 #include "driver/platform/d3dhal.h"
 #include "host/display/display.h"
+#include "tests/support_host/dll_path.h"
 
 #include <cstdint>
-#include <iosfwd>
 #include <string>
 #include <vector>
 
 namespace test {
-
-// The DLL under test: $KORV_DLL, or what the preset windows95 has built.
-std::string DllPath();
 
 struct Event {
     char kind; // r, w, f (word into the FIFO window), d (word by DMA)

@@ -2,6 +2,7 @@
 
 #include "host/display/machine.h"
 #include "host/picture.h"
+#include "tests/support_host/surfaces.h"
 
 #include <algorithm>
 #include <cstring>
@@ -24,14 +25,6 @@ host::DisplayConfig ConfigOf(const StageOptions& options) {
     config.registry["Direct3DHAL.NoDMA"] = std::to_string(options.carrier.fifo);
     config.registry["Direct3DHAL.SubBuffers"] = std::to_string(options.carrier.subBuffers);
     return config;
-}
-
-void Fill(host::Surface& surface, uint32_t pixel) {
-    for (uint32_t y = 0; y < surface.Height(); ++y) {
-        for (uint32_t x = 0; x < surface.Width(); ++x) {
-            surface.SetPixel(x, y, pixel);
-        }
-    }
 }
 
 D3DTLVERTEX TLVertex(const Vertex& v) {

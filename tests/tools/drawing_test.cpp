@@ -28,10 +28,11 @@ TEST(Demo, WritesAPictureForEachChipAndSceneAndASheet) {
 TEST(Demo, PictureIsTheSameByFifoAndByDmaWithAnyNumberOfSubBuffers) {
     const std::vector<std::vector<std::string>> roads{
         {"--fifo"}, {"--subbuffers", "2"}, {"--subbuffers", "8"}};
-    for (const auto& [chip, about, device, setupUnit, factors, drawsTextures] : Chips())
+    for (const ChipChoice& choice : Chips())
         for (const Scene& scene : Scenes()) {
-            if (scene.needsTextures && !drawsTextures)
+            if (!CanDraw(choice, scene))
                 continue;
+            const std::string_view chip = choice.name;
             SCOPED_TRACE(std::string(chip) + " " + std::string(scene.name));
             TemporaryFolder folder;
             std::vector<std::string> pictures;

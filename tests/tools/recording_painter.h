@@ -33,6 +33,27 @@ struct RecordingPainter : Painter {
             }
     }
 
+    ImageHandle MakeImage(const host::Picture& picture) override {
+        images.push_back(picture);
+        return images.size() - 1;
+    }
+    void Blit(const RECT& to, ImageHandle image, const RECT& from,
+              const BlitEffects& effects) override {
+        blits.push_back({to, image, from, effects});
+    }
+    void Fill(const RECT& area, D3DCOLOR colour) override { fills.push_back({area, colour}); }
+    void Flip() override { ++flips; }
+
+    struct BlitCall {
+        RECT to;
+        ImageHandle image;
+        RECT from;
+        BlitEffects effects;
+    };
+    struct FillCall {
+        RECT area;
+        D3DCOLOR colour;
+    };
     struct StateChange {
         D3DRENDERSTATETYPE type;
         DWORD value;
@@ -44,7 +65,11 @@ struct RecordingPainter : Painter {
     std::vector<TextureRequest> textures; // the first has handle 1
     std::vector<D3DCOLOR> clears;
     std::vector<StateChange> states;
-    std::vector<D3DTLVERTEX> corners; // three for each triangle, in drawing order
+    std::vector<D3DTLVERTEX> corners;  // three for each triangle, in drawing order
+    std::vector<host::Picture> images; // by handle
+    std::vector<BlitCall> blits;
+    std::vector<FillCall> fills;
+    size_t flips = 0;
     size_t calls = 0, largestCall = 0, badIndices = 0;
 };
 

@@ -25,7 +25,7 @@ TEST(Scenes, EveryVertexLiesInsideTheTarget) {
                 SCOPED_TRACE(scene.name);
                 RecordingPainter painter(size, allFactors);
                 scene.draw(painter);
-                ASSERT_FALSE(painter.corners.empty());
+                ASSERT_FALSE(painter.corners.empty() && painter.blits.empty());
                 EXPECT_EQ(painter.badIndices, 0u);
                 for (const D3DTLVERTEX& v : painter.corners) {
                     ASSERT_GE(v.sx, 0);
@@ -43,8 +43,30 @@ TEST(Scenes, ClearBeforeTheyDraw) {
     for (const Scene& scene : Scenes()) {
         RecordingPainter painter({64, 48});
         scene.draw(painter);
-        EXPECT_EQ(painter.clears.size(), 1u) << scene.name;
+        EXPECT_EQ(painter.clears.size(), scene.flips ? painter.flips : 1u) << scene.name;
     }
+}
+
+TEST(Scenes, EveryBlitAndFillLiesInsideTargetAndImage) {
+    const auto inside = [](const RECT& rect, LONG width, LONG height) {
+        return rect.left >= 0 && rect.top >= 0 && rect.left < rect.right &&
+               rect.top < rect.bottom && rect.right <= width && rect.bottom <= height;
+    };
+    for (const Scene& scene : Scenes())
+        for (const Extent size : {Extent{640, 480}, {320, 1000}, {64, 64}, {17, 9}, {1, 1}}) {
+            SCOPED_TRACE(scene.name);
+            RecordingPainter painter(size);
+            scene.draw(painter);
+            for (const auto& blit : painter.blits) {
+                EXPECT_TRUE(inside(blit.to, size.width, size.height));
+                const host::Picture& image = painter.images.at(blit.image);
+                EXPECT_TRUE(inside(blit.from, static_cast<LONG>(image.width),
+                                   static_cast<LONG>(image.height)));
+                EXPECT_EQ(image.width % 2, 0u);
+            }
+            for (const auto& fill : painter.fills)
+                EXPECT_TRUE(inside(fill.area, size.width, size.height));
+        }
 }
 
 TEST(Scenes, DrawTheSameEveryTime) {

@@ -2,24 +2,20 @@
 #include "driver/platform/win32.h"
 #include "host/loader/image.h"
 #include "host/win32/win32.h"
+#include "tests/support_host/dll_path.h"
 #include "tests/windows95/pe_image.h"
 #include "tests/windows95/pentium.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <map>
 #include <set>
 #include <string>
 
 namespace {
 
-// The file under test: $KORV_DLL, or what the preset windows95 has built.
-std::string DllPath() {
-    const char* path = std::getenv("KORV_DLL");
-    return path != nullptr ? path : KORV_DLL_PATH;
-}
+using test::DllPath;
 
 class Korv32Dll : public testing::Test {
   protected:

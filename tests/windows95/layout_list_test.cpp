@@ -44,8 +44,9 @@ std::set<std::string> ComparedRecords() {
 // Records that a header of the cross compiler gives a body.
 std::set<std::string> PublishedRecords() {
     std::set<std::string> names;
-    for (const char* header : {"ddraw.h", "ddrawi.h", "d3d.h", "d3dtypes.h", "d3dcaps.h",
-                               "d3dhal.h", "dciman.h", "dmemmgr.h"}) {
+    for (const char* header :
+         {"ddraw.h", "ddrawi.h", "d3d.h", "d3dtypes.h", "d3dcaps.h", "d3dhal.h", "dciman.h",
+          "dmemmgr.h", "dciddi.h", "guiddef.h", "windef.h", "wingdi.h", "sysinfoapi.h"}) {
         static const std::regex pattern(R"re(struct\s+_?(\w+)\s*\{)re"),
             typedefs(R"re(\}\s*(\w+)\s*(?:,\s*\*\s*\w+\s*)*;)re");
         const std::string text = Read(std::filesystem::path(KORV_PUBLISHED_HEADERS) / header);
@@ -60,6 +61,8 @@ TEST(PublishedLayout, ComparesEveryRecordThatIsPublished) {
     EXPECT_GT(OwnRecords().size(), 60u);
     EXPECT_TRUE(published.contains("DDHAL_BLTDATA"));
     EXPECT_TRUE(published.contains("D3DTLVERTEX"));
+    EXPECT_TRUE(published.contains("RECT"));
+    EXPECT_TRUE(published.contains("SYSTEM_INFO"));
     for (const std::string& record : OwnRecords()) {
         EXPECT_TRUE(compared.contains(record) || !published.contains(record))
             << record << " is published and not compared";

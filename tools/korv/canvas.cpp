@@ -62,10 +62,22 @@ void CheckSides(const host::Picture& image) {
                                         image.width, image.height, kMaxTexels));
 }
 
-void Fill(host::Surface& surface, const host::Picture& level, const TexelEncoder& encode) {
-    for (uint32_t y = 0; y < level.height; ++y)
-        for (uint32_t x = 0; x < level.width; ++x)
-            surface.SetPixel(x, y, encode(level.At(x, y)));
+// Writes a picture into a surface of its size; `encode` gives the raw value of a colour.
+template <typename Encode>
+void Write(host::Surface& surface, const host::Picture& picture, const Encode& encode) {
+    for (uint32_t y = 0; y < picture.height; ++y)
+        for (uint32_t x = 0; x < picture.width; ++x)
+            surface.SetPixel(x, y, encode(picture.At(x, y)));
+}
+
+// The upper left part of a picture.
+host::Picture Corner(const host::Picture& picture, Extent size) {
+    host::Picture corner{static_cast<uint32_t>(size.width), static_cast<uint32_t>(size.height), {}};
+    for (uint32_t y = 0; y < corner.height; ++y) {
+        const auto* row = &picture.rgba[size_t{y} * picture.width * 4];
+        corner.rgba.insert(corner.rgba.end(), row, row + corner.width * 4);
+    }
+    return corner;
 }
 
 // The narrowest screen that has room for `width` pixels: not every width is a pitch.
@@ -137,9 +149,9 @@ Canvas::Canvas(const ChipChoice& chip, const Settings& settings, Recording& reco
         throw UserError(fmt::format("the driver refused the {} board", chip.name));
     try {
         directDraw_ = std::make_unique<host::DirectDraw>(*display_);
-        directDraw_->CreatePrimary();
-        target_ = &directDraw_->CreateTarget(width, height);
-        zBuffer_ = &directDraw_->CreateZBuffer(width, height);
+        primary_ = &directDraw_->CreatePrimary(settings.flips ? 1 : 0);
+        target_ = settings.flips ? primary_->Chain()[0] : &directDraw_->CreateTarget(width, height);
+        zBuffer_ = &directDraw_->CreateZBuffer(target_->Width(), target_->Height());
         directDraw_->Attach(*target_, *zBuffer_);
     } catch (const host::ResultError& error) {
         throw UserError(fmt::format("the {} board cannot hold screen, target and depth buffer of "
@@ -208,7 +220,7 @@ TextureHandle Canvas::MakeTexture(const TextureRequest& request) {
         host::Surface& source =
             directDraw_->CreateSystem(image.width, image.height, format, DDSCAPS_TEXTURE, count);
         for (uint32_t level = 0; level < count; ++level)
-            Fill(level == 0 ? source : *source.Chain()[level - 1], levels[level], encode);
+            Write(level == 0 ? source : *source.Chain()[level - 1], levels[level], encode);
         if (HasPalette(format))
             directDraw_->SetPalette(texture, encode.Palette());
         if (key)
@@ -225,24 +237,23 @@ TextureHandle Canvas::MakeTexture(const TextureRequest& request) {
 
 void Canvas::Clear(D3DCOLOR colour) {
     const RECT all{0, 0, settings_.size.width, settings_.size.height};
-    const uint32_t pixel = RawPixel(colour, target_->Format());
-    FinishFill(directDraw_->Patiently([&] { return directDraw_->ColorFill(*target_, all, pixel); }),
-               *target_, pixel);
+    Fill(all, colour);
     const uint32_t farthest = zBuffer_->Bits() == 32 ? ~0u : 0xFFFF;
     FinishFill(
         directDraw_->Patiently([&] { return directDraw_->DepthFill(*zBuffer_, all, farthest); }),
-        *zBuffer_, farthest);
+        *zBuffer_, all, farthest);
 }
 
-void Canvas::FinishFill(const host::HalAnswer& answer, host::Surface& surface, uint32_t value) {
+void Canvas::FinishFill(const host::HalAnswer& answer, host::Surface& surface, const RECT& area,
+                        uint32_t value) {
     if (answer.handled) {
         host::Check("filling a surface", answer.result);
         return;
     }
     // What the driver does not take, the processor does.
     directDraw_->Finish(surface);
-    for (uint32_t y = 0; y < surface.Height(); ++y)
-        for (uint32_t x = 0; x < surface.Width(); ++x)
+    for (LONG y = area.top; y < area.bottom; ++y)
+        for (LONG x = area.left; x < area.right; ++x)
             surface.SetPixel(x, y, value);
 }
 
@@ -253,6 +264,59 @@ void Canvas::State(D3DRENDERSTATETYPE type, DWORD value) {
 void Canvas::Triangles(std::span<const D3DTLVERTEX> vertices,
                        std::span<const D3DTRIANGLE> triangles) {
     host::Check("drawing triangles", device_->Triangles(vertices, triangles));
+}
+
+ImageHandle Canvas::MakeImage(const host::Picture& picture) {
+    try {
+        host::Surface& image = directDraw_->CreateOffscreen(picture.width, picture.height);
+        host::Surface& source = directDraw_->CreateSystem(picture.width, picture.height);
+        Write(source, picture, [&](const Rgba& pixel) {
+            return RawPixel(pixel[0] << 16 | pixel[1] << 8 | pixel[2], source.Format());
+        });
+        directDraw_->LoadTexture(image, source);
+        directDraw_->Destroy(source);
+        images_.push_back(&image);
+    } catch (const host::ResultError& error) {
+        throw UserError(fmt::format("the {} board cannot hold an image of {}x{} pixels: {}",
+                                    chip_.name, picture.width, picture.height,
+                                    host::ResultName(error.Result())));
+    }
+    return images_.size() - 1;
+}
+
+void Canvas::Blit(const RECT& to, ImageHandle image, const RECT& from, const BlitEffects& effects) {
+    host::BltOptions options;
+    options.mirrorLeftRight = effects.mirrorLeftRight;
+    options.mirrorUpDown = effects.mirrorUpDown;
+    if (effects.colourKey) {
+        const uint32_t key = RawPixel(*effects.colourKey, target_->Format());
+        options.sourceKey = DDCOLORKEY{key, key};
+    }
+    const host::HalAnswer answer = directDraw_->Patiently(
+        [&] { return directDraw_->Blt(*target_, to, *images_.at(image), from, options); });
+    host::Check("a blit", answer.handled ? answer.result : DDERR_UNSUPPORTED);
+}
+
+void Canvas::Fill(const RECT& area, D3DCOLOR colour) {
+    const uint32_t pixel = RawPixel(colour, target_->Format());
+    FinishFill(
+        directDraw_->Patiently([&] { return directDraw_->ColorFill(*target_, area, pixel); }),
+        *target_, area, pixel);
+}
+
+void Canvas::Flip() {
+    if (!settings_.flips)
+        throw std::logic_error("a canvas without a back buffer cannot flip");
+    device_->Finish();
+    const host::HalAnswer answer =
+        directDraw_->Patiently([&] { return directDraw_->Flip(*primary_, *target_); });
+    host::Check("a flip", answer.handled ? answer.result : DDERR_UNSUPPORTED);
+    const host::HalAnswer done = directDraw_->Patiently(
+        [&] { return directDraw_->GetFlipStatus(*primary_, DDGFS_ISFLIPDONE); });
+    host::Check("the end of a flip", done.handled ? done.result : DDERR_UNSUPPORTED);
+    // Not every width is one of a screen: it may be wider.
+    frames_.push_back(Corner(host::ReadScreen(*display_), settings_.size));
+    host::Check("BeginScene", device_->BeginScene());
 }
 
 host::Picture Canvas::Finish() {

@@ -15,6 +15,7 @@ struct Settings {
     int depth = 16;     // bits per pixel: 8, 16 or 32
     bool fifo = false;  // write the stream to the FIFO instead of DMA
     int subBuffers = 0; // of the DMA ring; 0 leaves the number to the driver
+    bool flips = false; // draw on the back buffer of a screen of this size
 };
 
 class Canvas : public Painter {
@@ -32,9 +33,17 @@ class Canvas : public Painter {
     void State(D3DRENDERSTATETYPE type, DWORD value) override;
     void Triangles(std::span<const D3DTLVERTEX> vertices,
                    std::span<const D3DTRIANGLE> triangles) override;
+    ImageHandle MakeImage(const host::Picture& picture) override;
+    void Blit(const RECT& to, ImageHandle image, const RECT& from,
+              const BlitEffects& effects) override;
+    void Fill(const RECT& area, D3DCOLOR colour) override;
+    // Keeps a picture of what the monitor shows.
+    void Flip() override;
 
     // Waits for the board and reads the target.
     host::Picture Finish();
+    // What the monitor showed after each flip.
+    const std::vector<host::Picture>& Frames() const { return frames_; }
     // What went wrong on the board, one line a fault; empty if nothing did.
     std::string Faults();
 
@@ -42,16 +51,20 @@ class Canvas : public Painter {
     // The formats that the driver announces for textures that can be drawn.
     std::span<const DDSURFACEDESC> Formats() const;
     const DDPIXELFORMAT& FormatFor(const TextureRequest& request) const;
-    // Fills the whole surface unless the driver has done it, as `answer` tells.
-    void FinishFill(const host::HalAnswer& answer, host::Surface& surface, uint32_t value);
+    // Fills the area unless the driver has done it, as `answer` tells.
+    void FinishFill(const host::HalAnswer& answer, host::Surface& surface, const RECT& area,
+                    uint32_t value);
 
     const ChipChoice& chip_;
     Settings settings_;
     std::unique_ptr<host::Display> display_;
     std::unique_ptr<host::DirectDraw> directDraw_;
-    host::Surface* target_ = nullptr;
+    host::Surface* primary_ = nullptr;
+    host::Surface* target_ = nullptr; // the back buffer where there are flips
     host::Surface* zBuffer_ = nullptr;
     std::unique_ptr<host::Device3D> device_;
+    std::vector<host::Surface*> images_; // by handle
+    std::vector<host::Picture> frames_;
 };
 
 // Configuration of a display for `chip`.

@@ -12,15 +12,15 @@ namespace korv {
 namespace {
 
 constexpr ChipChoice kChips[] = {
-    {"sx", "GLINT 300SX", DeviceSX, false, true, false},
-    {"tx", "GLINT 500TX", DeviceTX, false, true, false},
-    {"mx", "GLINT MX", DeviceMX, false, true, false},
-    {"permedia", "Permedia without setup unit", DevicePermedia, false, false, true},
-    {"sx-delta", "GLINT 300SX with Delta", DeviceSX, true, true, false},
-    {"tx-delta", "GLINT 500TX with Delta", DeviceTX, true, true, true},
-    {"mx-delta", "GLINT MX with Delta", DeviceMX, true, true, true},
-    {"permedia-delta", "Permedia with Delta", DevicePermedia, true, false, true},
-    {"permedia2", "Permedia 2", DevicePermedia2, true, false, true},
+    {"sx", "GLINT 300SX", DeviceSX, false, true, false, false},
+    {"tx", "GLINT 500TX", DeviceTX, false, true, false, false},
+    {"mx", "GLINT MX", DeviceMX, false, true, false, true},
+    {"permedia", "Permedia without setup unit", DevicePermedia, false, false, true, true},
+    {"sx-delta", "GLINT 300SX with Delta", DeviceSX, true, true, false, false},
+    {"tx-delta", "GLINT 500TX with Delta", DeviceTX, true, true, true, false},
+    {"mx-delta", "GLINT MX with Delta", DeviceMX, true, true, true, true},
+    {"permedia-delta", "Permedia with Delta", DevicePermedia, true, false, true, true},
+    {"permedia2", "Permedia 2", DevicePermedia2, true, false, true, true},
 };
 
 template <typename Condition>
@@ -51,6 +51,10 @@ std::string ChipNames() {
 
 std::string TexturingChipNames() {
     return NamesIf([](const ChipChoice& chip) { return chip.drawsTextures; });
+}
+
+std::string StretchingChipNames() {
+    return NamesIf([](const ChipChoice& chip) { return chip.stretches; });
 }
 
 } // namespace korv

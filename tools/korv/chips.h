@@ -14,6 +14,7 @@ struct ChipChoice {
     bool setupUnit; // a setup unit in front of the rasteriser
     bool allBlendFactors;
     bool drawsTextures;
+    bool stretches; // blits can stretch, mirror and leave a colour out
 };
 
 // All chips, those without a setup unit first.
@@ -26,5 +27,7 @@ const ChipChoice& ChipByName(std::string_view name);
 std::string ChipNames();
 // The same of those that draw textures.
 std::string TexturingChipNames();
+// The same of those whose blits stretch.
+std::string StretchingChipNames();
 
 } // namespace korv

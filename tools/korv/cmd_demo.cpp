@@ -16,6 +16,9 @@ namespace korv {
 namespace {
 
 constexpr const char* kSheetName = "contact-sheet.png";
+// All frames of an animation, side by side.
+constexpr int kFilmColumns = 4, kFilmRows = 3;
+static_assert(kFilmColumns * kFilmRows == kAnimationFrames);
 
 struct DemoArguments {
     std::string folder = "korv-demo";
@@ -52,8 +55,13 @@ std::vector<std::string> Names(const std::vector<const Item*>& items) {
     return names;
 }
 
-bool CanDraw(const ChipChoice& chip, const Scene& scene) {
-    return chip.drawsTextures || !scene.needsTextures;
+// What a scene's chip must be able to do, and which chips are.
+std::string NeedOf(const Scene& scene) {
+    return scene.needs == Needs::Stretches
+               ? fmt::format("a chip whose blits stretch: expected one of {}",
+                             StretchingChipNames())
+               : fmt::format("a chip that draws textures: expected one of {}",
+                             TexturingChipNames());
 }
 
 // UserError if no chip can draw any of the scenes.
@@ -64,9 +72,24 @@ size_t CountPictures(const std::vector<const ChipChoice*>& chips,
         for (const Scene* scene : scenes)
             pictures += CanDraw(*chip, *scene);
     if (pictures == 0)
-        throw UserError(fmt::format("'{}' needs a chip that draws textures: expected one of {}",
-                                    scenes.front()->name, TexturingChipNames()));
+        throw UserError(
+            fmt::format("'{}' needs {}", scenes.front()->name, NeedOf(*scenes.front())));
     return pictures;
+}
+
+// Animations are shown on small screens, so that all frames together make a picture like others.
+Settings FilmSettings(Settings settings) {
+    settings.size.width = std::max(settings.size.width / kFilmColumns, 1);
+    settings.size.height = std::max(settings.size.height / kFilmRows, 1);
+    settings.flips = true;
+    return settings;
+}
+
+// Numbers the frames from 00: "tx-animation-00.png".
+void WriteFrames(const std::filesystem::path& folder, const std::string& name,
+                 const std::vector<host::Picture>& frames) {
+    for (size_t i = 0; i < frames.size(); ++i)
+        WritePng(folder / fmt::format("{}-{:02}.png", name, i), frames[i]);
 }
 
 void Demo(const DemoArguments& arguments, Console& console) {
@@ -80,6 +103,7 @@ void Demo(const DemoArguments& arguments, Console& console) {
     ContactSheet sheet(Names(chips), Names(scenes), static_cast<uint32_t>(settings.size.width),
                        static_cast<uint32_t>(settings.size.height));
     Progress progress(console.err, pictures);
+    size_t frames = 0;
     for (size_t row = 0; row < scenes.size(); ++row)
         for (size_t column = 0; column < chips.size(); ++column) {
             if (!CanDraw(*chips[column], *scenes[row]))
@@ -88,9 +112,15 @@ void Demo(const DemoArguments& arguments, Console& console) {
             progress.Begin(name);
             Recording recording(pictures > 1 ? arguments.draw.record.With(name)
                                              : arguments.draw.record);
-            Canvas canvas(*chips[column], settings, recording);
+            Canvas canvas(*chips[column], scenes[row]->flips ? FilmSettings(settings) : settings,
+                          recording);
             scenes[row]->draw(canvas);
-            const host::Picture picture = canvas.Finish();
+            host::Picture picture = canvas.Finish();
+            if (scenes[row]->flips) {
+                WriteFrames(folder, name, canvas.Frames());
+                frames += canvas.Frames().size();
+                picture = Strip(canvas.Frames(), kFilmColumns);
+            }
             WritePng(folder / (name + ".png"), picture);
             recording.Commit();
             sheet.Put(column, row, picture);
@@ -101,8 +131,9 @@ void Demo(const DemoArguments& arguments, Console& console) {
         }
     progress.Wipe();
     WritePng(folder / kSheetName, sheet.Draw());
-    fmt::print(console.out, "{} {} in {}, all on one sheet in {}\n", pictures,
-               pictures == 1 ? "picture" : "pictures", folder.string(),
+    fmt::print(console.out, "{} {}{} in {}, all on one sheet in {}\n", pictures,
+               pictures == 1 ? "picture" : "pictures",
+               frames == 0 ? "" : fmt::format(" and {} frames", frames), folder.string(),
                (folder / kSheetName).string());
 }
 
@@ -113,7 +144,10 @@ std::string Footer() {
     text += fmt::format(R"(
 Chips: {}
 Chips that draw textures: {}
-Scenes that need textures leave the other chips out.
+Chips whose blits stretch and leave a colour out: {}
+Scenes that need textures or such blits leave the other chips out.
+Each frame of the animation, as the monitor shows it, has a file of its own beside the picture of
+all (tx-animation-00.png).
 
 With --words or --events and more than one picture, each picture has a file of its
 own, with chip and scene before the extension (words-tx-knot.bin).
@@ -123,7 +157,7 @@ Examples:
   korv demo -o pictures --chip permedia --scene knot --scene blend
   korv demo --chip tx --scene slivers --fifo --events slivers.txt
 )",
-                        ChipNames(), TexturingChipNames());
+                        ChipNames(), TexturingChipNames(), StretchingChipNames());
     return text;
 }
 

@@ -16,6 +16,13 @@ namespace {
 constexpr uint32_t kGap = 12, kHeadingHeight = 24;
 constexpr uint8_t kPaper[4] = {0x28, 0x2C, 0x34, 0xFF};
 
+// Copies a picture, its upper left corner to (left, top).
+void Paste(host::Picture& sheet, const host::Picture& picture, uint32_t left, uint32_t top) {
+    for (uint32_t y = 0; y < picture.height; ++y)
+        std::copy_n(&picture.rgba[y * picture.width * 4], picture.width * 4,
+                    &sheet.rgba[((top + y) * sheet.width + left) * 4]);
+}
+
 } // namespace
 
 host::Picture Scaled(const host::Picture& picture, uint32_t width, uint32_t height) {
@@ -25,6 +32,16 @@ host::Picture Scaled(const host::Picture& picture, uint32_t width, uint32_t heig
                             static_cast<int>(width), static_cast<int>(height), 0, 4,
                             STBIR_ALPHA_CHANNEL_NONE, 0);
     return scaled;
+}
+
+host::Picture Strip(const std::vector<host::Picture>& pictures, uint32_t columns) {
+    const uint32_t width = pictures.front().width, height = pictures.front().height;
+    const auto rows = (static_cast<uint32_t>(pictures.size()) + columns - 1) / columns;
+    host::Picture strip{width * columns, height * rows, {}};
+    strip.rgba.resize(size_t{strip.width} * strip.height * 4);
+    for (uint32_t i = 0; i < pictures.size(); ++i)
+        Paste(strip, pictures[i], i % columns * width, i / columns * height);
+    return strip;
 }
 
 ContactSheet::ContactSheet(std::vector<std::string> columns, std::vector<std::string> rows,
@@ -64,12 +81,8 @@ host::Picture ContactSheet::Draw() const {
         DrawText(sheet, CellX(column), kGap, columns_[column]);
     for (size_t row = 0; row < rows_.size(); ++row)
         DrawText(sheet, kGap, CellY(row), rows_[row]);
-    for (const auto& [place, cell] : cells_) {
-        const uint32_t left = CellX(place.first), top = CellY(place.second);
-        for (uint32_t y = 0; y < cell.height; ++y)
-            std::copy_n(&cell.rgba[y * cell.width * 4], cell.width * 4,
-                        &sheet.rgba[((top + y) * sheet.width + left) * 4]);
-    }
+    for (const auto& [place, cell] : cells_)
+        Paste(sheet, cell, CellX(place.first), CellY(place.second));
     return sheet;
 }
 

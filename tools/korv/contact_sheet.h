@@ -39,6 +39,9 @@ class ContactSheet {
 // Scales to `width` by `height` pixels.
 host::Picture Scaled(const host::Picture& picture, uint32_t width, uint32_t height);
 
+// Pictures of one size side by side, `columns` in a row, from the upper left.
+host::Picture Strip(const std::vector<host::Picture>& pictures, uint32_t columns);
+
 // Width in pixels of `text` as DrawText sets it.
 uint32_t TextWidth(std::string_view text);
 

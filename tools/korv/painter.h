@@ -23,6 +23,14 @@ struct TextureRequest {
 using TextureHandle = DWORD;
 constexpr TextureHandle kNoTexture = 0;
 
+// A picture in video memory, for Blit.
+using ImageHandle = size_t;
+
+struct BlitEffects {
+    bool mirrorLeftRight = false, mirrorUpDown = false;
+    std::optional<D3DCOLOR> colourKey = {}; // pixels of this colour are left out
+};
+
 // A colour target with a depth buffer of the same size and the device that draws into them. Calls
 // between the start and the end of a scene reach the device in order.
 class Painter {
@@ -46,6 +54,19 @@ class Painter {
     // `triangles` index into `vertices`.
     virtual void Triangles(std::span<const D3DTLVERTEX> vertices,
                            std::span<const D3DTRIANGLE> triangles) = 0;
+
+    // Loads a picture of an even width, which lasts as long as the painter. UserError for what the
+    // board cannot hold.
+    virtual ImageHandle MakeImage(const host::Picture& picture) = 0;
+    // Draws the part `from` of an image, in its pixels, to `to` in the target, stretched to its
+    // size. Both lie inside. Stretches and effects are for chips that have them alone.
+    virtual void Blit(const RECT& to, ImageHandle image, const RECT& from,
+                      const BlitEffects& effects = {}) = 0;
+    // Fills a part of the target.
+    virtual void Fill(const RECT& area, D3DCOLOR colour) = 0;
+    // Shows what was drawn on the monitor, and goes on with an undefined picture. Only where the
+    // target can be shown.
+    virtual void Flip() = 0;
 };
 
 } // namespace korv

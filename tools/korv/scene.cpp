@@ -18,18 +18,36 @@ constexpr Scene kScenes[] = {
     {"blend", "every pair of blend factors of the chip over a pattern", DrawBlendFactors},
     {"crossing", "triangles that cut through each other", DrawCrossing},
     {"slivers", "fans of thin triangles: no gap, no pixel twice", DrawSlivers},
-    {"texture-floor", "floor in perspective beside one without", DrawTextureFloor, true},
-    {"formats", "every texture format of the chip, by name", DrawTextureFormats, true},
-    {"sprites", "faces cut out by a colour key, which the TX has not", DrawSprites, true},
-    {"tiles", "repeated, mirrored, clamped; nearest and mixed texels", DrawTiles, true},
-    {"texture-blend", "every way to mix texture and light", DrawTextureBlends, true},
-    {"texture-fog", "fog and gloss over textures", DrawTextureFog, true},
-    {"tunnel", "tunnel with mip maps above and without below", DrawTunnel, true},
+    {"texture-floor", "floor in perspective beside one without", DrawTextureFloor, Needs::Textures},
+    {"formats", "every texture format of the chip, by name", DrawTextureFormats, Needs::Textures},
+    {"sprites", "faces cut out by a colour key, which the TX has not", DrawSprites,
+     Needs::Textures},
+    {"tiles", "repeated, mirrored, clamped; nearest and mixed texels", DrawTiles, Needs::Textures},
+    {"texture-blend", "every way to mix texture and light", DrawTextureBlends, Needs::Textures},
+    {"texture-fog", "fog and gloss over textures", DrawTextureFog, Needs::Textures},
+    {"tunnel", "tunnel with mip maps above and without below", DrawTunnel, Needs::Textures},
     {"landscape", "25,088 triangles in strips, textured where the chip can", DrawLandscape},
     {"wireframe", "a ball as edges and as corners", DrawWireframe},
+    {"stretch", "a picture copied, stretched and mirrored by blits", DrawStretches,
+     Needs::Stretches},
+    {"keyed-blits", "faces blitted over the knot, all but their key", DrawKeyedBlits,
+     Needs::Stretches},
+    {"animation", "twelve pictures of a turning knot, shown by flips", DrawAnimation,
+     Needs::Nothing, true},
 };
 
 } // namespace
+
+bool CanDraw(const ChipChoice& chip, const Scene& scene) {
+    switch (scene.needs) {
+    case Needs::Textures:
+        return chip.drawsTextures;
+    case Needs::Stretches:
+        return chip.stretches;
+    default:
+        return true;
+    }
+}
 
 std::span<const Scene> Scenes() {
     return kScenes;

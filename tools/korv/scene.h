@@ -4,16 +4,22 @@
 #include <string>
 #include <string_view>
 
+#include "tools/korv/chips.h"
 #include "tools/korv/painter.h"
 
 namespace korv {
+
+enum class Needs { Nothing, Textures, Stretches };
 
 struct Scene {
     std::string_view name;
     std::string_view about;
     void (*draw)(Painter& painter);
-    bool needsTextures = false;
+    Needs needs = Needs::Nothing; // of the chip
+    bool flips = false;           // draws a picture after the other, each with a flip
 };
+
+bool CanDraw(const ChipChoice& chip, const Scene& scene);
 
 // All scenes, in the order of the contact sheet.
 std::span<const Scene> Scenes();
@@ -42,5 +48,12 @@ void DrawTextureFog(Painter& painter);
 void DrawTunnel(Painter& painter);
 void DrawLandscape(Painter& painter);
 void DrawWireframe(Painter& painter);
+void DrawStretches(Painter& painter);
+void DrawKeyedBlits(Painter& painter);
+void DrawAnimation(Painter& painter);
+
+// The pictures of the animation, counted from 0.
+constexpr int kAnimationFrames = 12;
+void DrawAnimationFrame(Painter& painter, int frame);
 
 } // namespace korv

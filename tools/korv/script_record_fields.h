@@ -125,6 +125,12 @@ const RecordType& RecordOf<D3DHAL_CALLBACKS>();
 template <>
 const RecordType& RecordOf<D3DHAL_CALLBACKS2>();
 template <>
+const RecordType& RecordOf<GUID>();
+template <>
+const RecordType& RecordOf<DDVIDEOPORTCONNECT>();
+template <>
+const RecordType& RecordOf<DDVIDEOPORTDESC>();
+template <>
 const RecordType& RecordOf<SubBuffer>();
 template <>
 const RecordType& RecordOf<CommandStream>();

@@ -172,6 +172,14 @@ KORV_RECORD(DDHAL_SYNCSURFACEDATA, KORV_FIELD(dwSize), KORV_FIELD(lpDD), KORV_FI
             KORV_FIELD(dwOverlaySrcHeight), KORV_FIELD(dwOverlayDestWidth),
             KORV_FIELD(dwOverlayDestHeight), KORV_FIELD(dwDriverReserved1),
             KORV_FIELD(dwDriverReserved2), KORV_FIELD(dwDriverReserved3), KORV_FIELD(ddRVal))
+KORV_RECORD(GUID, KORV_FIELD(Data1), KORV_FIELD(Data2), KORV_FIELD(Data3), KORV_FIELD(Data4))
+KORV_RECORD(DDVIDEOPORTCONNECT, KORV_FIELD(dwSize), KORV_FIELD(dwPortWidth), KORV_FIELD(guidTypeID),
+            KORV_FIELD(dwFlags))
+KORV_RECORD(DDVIDEOPORTDESC, KORV_FIELD(dwSize), KORV_FIELD(dwFieldWidth), KORV_FIELD(dwVBIWidth),
+            KORV_FIELD(dwFieldHeight), KORV_FIELD(dwMicrosecondsPerField),
+            KORV_FIELD(dwMaxPixelsPerSecond), KORV_FIELD(dwVideoPortID), KORV_FIELD(dwReserved1),
+            KORV_FIELD(VideoPortType), KORV_FIELD(dwReserved2), KORV_FIELD(dwReserved3),
+            KORV_FIELD(dwReserved4))
 KORV_RECORD(DDHAL_SYNCVIDEOPORTDATA, KORV_FIELD(dwSize), KORV_FIELD(lpDD), KORV_FIELD(lpVideoPort),
             KORV_FIELD(dwOriginOffset), KORV_FIELD(dwHeight), KORV_FIELD(dwVBIHeight),
             KORV_FIELD(dwDriverReserved1), KORV_FIELD(dwDriverReserved2),
