@@ -168,7 +168,7 @@ void vPermediaCopyBlt(DriverData* driver, RECTL* destRect, RECTL* srcRect, int32
     MappedWriter out(driver);
     out.Wait(kScreenCopyEntries);
     out.Tag(tag::FBWindowBase, destOffset);
-    // The destination's side has no word of its own: it goes by what FBWriteConfig was last.
+    // No FBWriteConfig is sent here: both sides go by the one word.
     out.Tag(tag::FBReadMode, PackedMode(driver->PartialProducts, columns));
     out.Tag(tag::FBSourceOffset, static_cast<uint32_t>(distance));
     // Whatever the sign of the distance.

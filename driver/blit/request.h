@@ -3,6 +3,7 @@
 // and how it ends.
 #include "driver/core/driverdata.h"
 #include "driver/heap/surface.h"
+#include "driver/heap/surface_format.h"
 
 #include <cstdint>
 
@@ -54,10 +55,6 @@ inline uint32_t FrameBufferBytes(const BlitRequest& blit, const DDRAWI_DDRAWSURF
 // Signed bytes from destination to source.
 inline int32_t BytesToSource(const BlitRequest& blit) {
     return static_cast<int32_t>(blit.source->lpGbl->fpVidMem - blit.dest->lpGbl->fpVidMem);
-}
-
-inline bool HasCaps(const DDRAWI_DDRAWSURFACE_LCL* surface, uint32_t caps) {
-    return (surface->ddsCaps.dwCaps & caps) != 0;
 }
 
 // True when one of the surfaces is in patched layout and the other is not.
