@@ -41,11 +41,6 @@ ChromaBounds BoundsOf(const DDHAL_BLTDATA* data, const PrivateSurfaceData* sourc
     return ChromaBoundsOf(data->bltFX.ddckSrcColorkey, source, kLayouts, kSwappedBytes);
 }
 
-void WriteBounds(StreamWriter<DriverData>& out, const ChromaBounds& bounds) {
-    out.Tag(tag::ChromaLowerBound, bounds.Low);
-    out.Tag(tag::ChromaUpperBound, bounds.High);
-}
-
 // Texels for each pixel of a destination that is taken one pixel larger than it is.
 float Step(int32_t source, int32_t dest) {
     return static_cast<float>(source) / static_cast<float>(dest + 1);
@@ -68,7 +63,7 @@ void DrawStretch(DriverData* driver, const DDHAL_BLTDATA* data,
     out.Wait(16);
     if (bounds != nullptr) {
         out.Tag(tag::ChromaTestMode, kRejectInside);
-        WriteBounds(out, *bounds);
+        WriteChromaBounds(out, *bounds);
     }
     out.Tag(tag::FBReadMode, driver->PartialProducts | kReadTexels);
     out.Tag(tag::LogicalOpMode, 0);
@@ -113,7 +108,7 @@ void MXSourceChromaBlt(DriverData* driver, DDHAL_BLTDATA* bltData, int32_t strid
     out.Tag(tag::ChromaTestMode, kRejectInside);
     out.Tag(tag::FBReadMode, driver->PartialProducts | field::FBReadMode_ReadSource.Mask());
     out.Tag(tag::LogicalOpMode, 0);
-    WriteBounds(out, BoundsOf(bltData, srcPriv));
+    WriteChromaBounds(out, BoundsOf(bltData, srcPriv));
     out.Tag(tag::FBSourceOffset, static_cast<uint32_t>(distance));
     out.Tag(tag::FBWindowBase, destOffset);
     DrawRectangle(out, distance < 0 ? BlitDirection::Backward : BlitDirection::Forward, at.Dest,
