@@ -16,6 +16,7 @@
 #include "board/memory.h"
 #include "board/output_fifo.h"
 #include "board/registers.h"
+#include "board/video_port.h"
 
 namespace board {
 
@@ -25,9 +26,11 @@ namespace {
 // board.
 constexpr uint32_t kThreadBurst = 64;
 constexpr uint32_t kUnlimited = 0xFFFFFFFF;
+// FreeRunningTimer counts the cycles of a chip clocked at 50 MHz.
+constexpr uint32_t kTimerCyclesPerMicrosecond = 50;
 
 bool InFifoWindow(uint32_t offset) {
-    return offset >= reg::FIFOWindow && offset < reg::FIFOWindow + reg::FIFOWindowBytes;
+    return offset >= reg::FIFOWindow && offset < reg::FIFOWindow + reg::FIFOPageBytes;
 }
 
 bool IsMapped(uint32_t offset) {
@@ -46,12 +49,13 @@ struct Board::Parts {
     explicit Parts(const Config& configuration)
         : config(configuration), beam{config.refreshRate, config.linesTotal},
           commands(config.chip, config.setupUnit, registers, memories, host, output, faults),
-          dma(host) {
+          dma(host), video(config.chip, registers, memories, interrupts, faults) {
         memories.frameBuffer.resize(config.frameBufferBytes);
         memories.localBuffer.resize(config.localBufferBytes);
         registers.SetAperture(reg::BlankEndGlint, config.linesBlank);
         registers.SetAperture(reg::BlankEndPermedia, config.linesBlank);
         nextFrameStart = beam.FrameStart(1);
+        nextEvent = nextFrameStart;
         ApplyTiming();
     }
 
@@ -68,10 +72,12 @@ struct Board::Parts {
     StreamDecoder decoder;
     DmaEngine dma;
     InterruptLine interrupts;
+    VideoPort video;
     uint32_t errorFlags = 0;
     uint64_t clock = 0;          // microseconds
     uint64_t clockRemainder = 0; // microseconds on the clock that made no whole tick yet
     uint64_t nextFrameStart = 0; // microseconds
+    uint64_t nextEvent = 0;      // microseconds: a frame starts or a line of video
     BusRecorder* recorder = nullptr;
     std::function<void()> handler;
     bool handlerRunning = false;
@@ -105,10 +111,19 @@ struct Board::Parts {
 
     void MoveClock(uint64_t microseconds) {
         clock += microseconds;
+        if (clock >= nextEvent) {
+            FollowClock();
+        }
+    }
+
+    // What happens at certain times whatever the processor does.
+    void FollowClock() {
         if (clock >= nextFrameStart) {
             nextFrameStart = beam.FrameStart(beam.Frame(clock) + 1);
             interrupts.Raise(kRetraceInterrupt);
         }
+        video.Run(clock);
+        nextEvent = std::min(nextFrameStart, video.NextLine());
     }
 
     // One unit of time.
@@ -133,8 +148,8 @@ struct Board::Parts {
             return 0;
         }
         const uint32_t length = config.timing.microsecondsPerTick;
-        const uint64_t untilFrame = length == 0 ? ticks : (nextFrameStart - clock) / length;
-        return static_cast<uint32_t>(std::min<uint64_t>(ticks, untilFrame));
+        const uint64_t untilEvent = length == 0 ? ticks : (nextEvent - clock) / length;
+        return static_cast<uint32_t>(std::min<uint64_t>(ticks, untilEvent));
     }
 
     // --- input ---
@@ -274,6 +289,8 @@ struct Board::Parts {
             return errorFlags;
         case reg::LineCounter:
             return beam.Line(clock);
+        case reg::FreeRunningTimer:
+            return static_cast<uint32_t>(clock * kTimerCyclesPerMicrosecond);
         default:
             return offset < reg::MappedRegisters ? registers.Aperture(offset) : 0;
         }
@@ -309,7 +326,14 @@ struct Board::Parts {
         case reg::InFIFOSpace:
         case reg::OutFIFOWords:
         case reg::LineCounter:
+        case reg::FreeRunningTimer:
+        case reg::VSCurrentLine:
+        case reg::VSCurrentBuffer:
             break; // read only
+        case reg::VSStreamControl:
+            registers.SetAperture(offset, value);
+            video.OnStreamControl();
+            break;
         case reg::DMACount:
             StartDma(value);
             break;
@@ -476,6 +500,12 @@ void Board::SetInterruptHandler(std::function<void()> handler) {
 void Board::SetRecorder(BusRecorder* recorder) {
     const std::lock_guard lock(parts_->mutex);
     parts_->recorder = recorder;
+}
+
+void Board::SetVideoSource(VideoSource* source) {
+    const std::lock_guard lock(parts_->mutex);
+    parts_->video.Plug(source, parts_->clock);
+    parts_->nextEvent = std::min(parts_->nextFrameStart, parts_->video.NextLine());
 }
 
 std::span<uint8_t> Board::FrameBuffer() {

@@ -11,6 +11,8 @@
 
 namespace board {
 
+class VideoSource;
+
 enum class Chip { SX, TX, MX, Permedia, Permedia2 };
 
 // How the board keeps time. A tick is one register access by the processor, or one unit of Idle().
@@ -22,7 +24,7 @@ struct Timing {
     uint32_t fifoReportCap = 0;       // InFIFOSpace never reports more than this (0 = no cap)
     uint32_t dmaWordsPerTick = 0;     // words moved from memory per tick
     uint32_t interruptLatency = 0;    // ticks from the raising of the line to the handler
-    uint32_t strayOutputWords = 0;    // words of other tags put before each Sync answer
+    uint32_t strayOutputWords = 0;    // words of other tags put before each answer
     uint32_t microsecondsPerTick = 1; // how far the board's clock moves per tick
     bool dmaThread = false;           // DMA engine and interrupt handler on a thread of their own
 };
@@ -86,6 +88,9 @@ class Board {
     void SetInterruptHandler(std::function<void()> handler);
     // Records all bus events until replaced; null for none. The recorder must outlive its use.
     void SetRecorder(BusRecorder* recorder);
+    // Plugs a source into the video port, which the Permedia family has; null unplugs it. The
+    // source must outlive its use.
+    void SetVideoSource(VideoSource* source);
 
     std::span<uint8_t> FrameBuffer();
     std::span<uint8_t> LocalBuffer();

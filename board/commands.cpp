@@ -78,11 +78,6 @@ void CommandUnit::Execute(RegisterWrite write) {
                field::FilterMode_StatisticsData);
         break;
     case tag::Sync:
-        if (registers_.Get(field::FilterMode_SyncTag) != 0) {
-            for (uint32_t i = 0; i < strayWords_; ++i) {
-                output_.Push(tag::PickResult);
-            }
-        }
         Answer(tag::Sync, write.data, field::FilterMode_SyncTag, field::FilterMode_SyncData);
         break;
     default:
@@ -93,6 +88,9 @@ void CommandUnit::Execute(RegisterWrite write) {
 void CommandUnit::Answer(uint32_t tagNumber, uint32_t data, const Field& tagField,
                          const Field& dataField) {
     if (registers_.Get(tagField) != 0) {
+        for (uint32_t i = 0; i < strayWords_; ++i) {
+            output_.Push(tagNumber == tag::Sync ? tag::PickResult : tag::Sync);
+        }
         output_.Push(tagNumber);
     }
     if (registers_.Get(dataField) != 0) {

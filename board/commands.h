@@ -30,7 +30,7 @@ class CommandUnit {
         }
     }
 
-    // Words of other tags before each Sync answer.
+    // Words of other tags before each answer.
     void SetStrayWords(uint32_t words) { strayWords_ = words; }
 
     void Execute(RegisterWrite write);

@@ -29,10 +29,10 @@ bool CheckPacked(const RegisterFile& registers, const CopyState& copy, const Pla
            registers.Get(field::Render_Primitive) == 1;
 }
 
-// Coordinates that the MX reads pixels by.
-bool CheckTexels(Chip chip, const RegisterFile& registers, uint32_t bytes) {
+// Coordinates that TX and MX read pixels by.
+bool CheckTexels(const RegisterFile& registers, uint32_t bytes) {
     const uint32_t logBits = registers.Get(field::GlintTextureReadMode_TexelSize);
-    return chip == Chip::MX && registers.Get(field::Render_Texture) != 0 &&
+    return registers.Get(field::Render_Texture) != 0 &&
            registers.Get(field::TextureAddressMode_Enable) != 0 &&
            registers.Get(field::TextureAddressMode_Perspective) == 0 &&
            registers.Get(field::GlintTextureReadMode_Enable) != 0 &&
@@ -52,7 +52,11 @@ CopyState DecodeCopy(Chip chip, const RegisterFile& registers, const Plane& targ
     copy.source = target;
     copy.source.pitch = PitchFromProducts(registers[tag::FBReadMode]);
     if (!IsPermedia(chip) && registers.Get(field::FBReadMode_ReadTexels) != 0) {
-        if (!CheckTexels(chip, registers, target.bytesPerElement)) {
+        if (chip == Chip::SX) {
+            ++faults.unmodelled["texture unit"];
+            return copy;
+        }
+        if (!CheckTexels(registers, target.bytesPerElement)) {
             ++faults.unmodelled["texels of the frame buffer in this mode"];
             return copy;
         }
@@ -72,8 +76,10 @@ CopyState DecodeCopy(Chip chip, const RegisterFile& registers, const Plane& targ
         copy.source.patched = IsPermedia(chip) && registers.Get(field::FBReadMode_Patched) != 0;
         copy.source.base += distance;
     }
-    if (chip == Chip::MX) {
+    if (chip == Chip::TX || chip == Chip::MX) {
         copy.key = DecodeSourceKey(registers, target.bytesPerElement, faults);
+    } else if (chip == Chip::SX && registers.Get(field::ChromaTestMode_Enable) != 0) {
+        ++faults.unmodelled["chroma test"];
     }
     return copy;
 }

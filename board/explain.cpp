@@ -24,7 +24,7 @@ std::string OffsetText(uint32_t offset) {
             return entry.name;
         }
     }
-    if (offset > reg::FIFOWindow && offset < reg::FIFOWindow + reg::FIFOWindowBytes) {
+    if (offset > reg::FIFOWindow && offset < reg::FIFOWindow + reg::FIFOPageBytes) {
         return fmt::format("FIFOWindow+{:X}", offset - reg::FIFOWindow);
     }
     return fmt::format("offset {:04X}", offset);

@@ -8,6 +8,7 @@ namespace board {
 inline constexpr uint32_t kDmaInterrupt = 0x01;
 inline constexpr uint32_t kErrorInterrupt = 0x08;
 inline constexpr uint32_t kRetraceInterrupt = 0x10;
+inline constexpr uint32_t kVideoInterrupt = 0x200; // the video port has taken a field
 
 // Bits of ErrorFlags.
 inline constexpr uint32_t kInputFifoError = 0x1;  // a write was lost

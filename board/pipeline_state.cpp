@@ -127,6 +127,10 @@ PipelineState DecodePipeline(Chip chip, const RegisterFile& registers, Memories&
     state.constantWrite = (registers[tag::LogicalOpMode] & kConstantWriteData) != 0;
     if (!state.constantWrite) {
         state.copy = DecodeCopy(chip, registers, state.pixels, faults);
+        if (on(field::FBReadMode_ReadSource) && state.copy.way == CopyState::Way::None) {
+            state.drawsPixels = false; // a copy that cannot be done
+            return state;
+        }
     }
     // With this bit a copy goes as fast as a fill, and is no fill.
     state.blockFill = on(field::Render_FastFill) && state.copy.way == CopyState::Way::None;

@@ -41,11 +41,19 @@ bool SetupUnit::Takes(uint32_t tagNumber) {
            tagNumber == tag::AStart;
 }
 
-void SetupUnit::Write(RegisterWrite write, const RegisterFile& registers, Faults& faults) {
+void SetupUnit::Write(RegisterWrite write, RegisterFile& registers, Faults& faults) {
     if (write.tag == tag::AStart) {
         store_.SetAlpha(write.data);
     } else if (!store_.Write(write, registers.Get(field::DeltaMode_ColorOrder) != 0)) {
         ++faults.unmodelled[TagText(write.tag)];
+    }
+    if (write.tag != tag::AStart && !VertexStore::HoldsAlpha(write.tag)) {
+        return;
+    }
+    // Alpha comes by several words, one of them for all three vertices: the fixed ones read as it
+    // is.
+    for (uint32_t slot = 0; slot < 3; ++slot) {
+        registers.Set(VertexStore::FixedAlphaTag(slot), store_.FixedAlpha(slot));
     }
 }
 

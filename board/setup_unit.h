@@ -17,7 +17,8 @@ class SetupUnit {
   public:
     // Registers that this unit keeps: the vertex groups and AStart.
     static bool Takes(uint32_t tagNumber);
-    void Write(RegisterWrite write, const RegisterFile& registers, Faults& faults);
+    // Takes a word. The fixed alpha words of `registers` follow what the vertices then have.
+    void Write(RegisterWrite write, RegisterFile& registers, Faults& faults);
 
     // The triangle of the stored vertices, or the line from slot `from` to slot `to`. Quantities
     // that DeltaMode has on replace those in `interpolants`. Empty: a vertex has no coordinates.

@@ -196,10 +196,14 @@ TextureState DecodeTexture(Chip chip, const RegisterFile& registers, const Memor
     const auto on = [&registers](const Field& field) { return registers.Get(field) != 0; };
     const bool permedia = chip == Chip::Permedia || chip == Chip::Permedia2;
     TextureState state{};
-    state.enabled =
-        chip != Chip::SX && on(field::Render_Texture) && on(field::TextureAddressMode_Enable) &&
+    const bool asked =
+        on(field::Render_Texture) && on(field::TextureAddressMode_Enable) &&
         on(permedia ? field::TextureReadMode_Enable : field::GlintTextureReadMode_Enable);
+    state.enabled = asked && chip != Chip::SX;
     if (!state.enabled) {
+        if (asked) {
+            ++faults.unmodelled["texture unit"];
+        }
         return state;
     }
     state.perspective = on(field::TextureAddressMode_Perspective);

@@ -1,5 +1,6 @@
 #include "board/vertex_store.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 
@@ -12,7 +13,7 @@ namespace {
 
 constexpr uint32_t kSlots = 3;
 constexpr uint32_t kGroupWords = 16;
-constexpr uint32_t kPackedColour = 0xE; // word of a group
+constexpr uint32_t kAlpha = 0x8, kPackedColour = 0xE; // words of a group
 // A channel of 256 stands for 1.0.
 constexpr double kChannelsPerOne = 256.0;
 constexpr int kColourStartFraction = 23; // 9.15, and 256 for 1.0
@@ -32,7 +33,7 @@ constexpr std::array<Word, kGroupWords> kWords = [] {
     words[0x5] = {Quantity::Red, 30};
     words[0x6] = {Quantity::Green, 30};
     words[0x7] = {Quantity::Blue, 30};
-    words[0x8] = {Quantity::Alpha, 30};
+    words[kAlpha] = {Quantity::Alpha, 30};
     words[0x9] = {Quantity::Fog, 22};
     words[0xA] = {Quantity::X, 16};
     words[0xB] = {Quantity::Y, 16};
@@ -81,6 +82,22 @@ void VertexStore::SetAlpha(uint32_t word) {
         vertex[Quantity::Alpha] =
             std::ldexp(static_cast<double>(Signed(word)), -kColourStartFraction);
     }
+}
+
+bool VertexStore::HoldsAlpha(uint32_t tagNumber) {
+    const uint32_t offset = (tagNumber - kVertexStoreFirst) % kGroupWords;
+    return offset == kAlpha || offset == kPackedColour;
+}
+
+uint32_t VertexStore::FixedAlphaTag(uint32_t slot) {
+    return kVertexStoreFirst + slot * kGroupWords + kAlpha;
+}
+
+uint32_t VertexStore::FixedAlpha(uint32_t slot) const {
+    const double word = std::ldexp(vertices_[slot][Quantity::Alpha], kWords[kAlpha].fraction);
+    constexpr double kLimit = 0x7FFFFFFF;
+    return static_cast<uint32_t>(
+        static_cast<int32_t>(std::isnan(word) ? 0 : std::clamp(word, -kLimit, kLimit)));
 }
 
 } // namespace board

@@ -31,6 +31,11 @@ class VertexStore {
     bool Write(RegisterWrite write, bool redHigh);
     // Gives all vertices the alpha of a colour start word (9.15), until they get one of their own.
     void SetAlpha(uint32_t word);
+    // Whether a word of the vertex groups brings alpha.
+    static bool HoldsAlpha(uint32_t tagNumber);
+    // A vertex's alpha as its fixed word, and that word's tag.
+    uint32_t FixedAlpha(uint32_t slot) const;
+    static uint32_t FixedAlphaTag(uint32_t slot);
 
     const StoredVertex& operator[](uint32_t slot) const { return vertices_[slot]; }
 

@@ -10,6 +10,7 @@
 #include "driver/services/OpenGL.h"
 #include "driver/services/context.h"
 #include "driver/services/services.h"
+#include "driver/video/video.h"
 #include "host/loader/image.h"
 #include "host/loader/imports.h"
 
@@ -55,6 +56,7 @@ DriverModule LinkedModule() {
                         Address(KORV_StopSoftwareCursor),
                         Address(KORV_SwitchContext),
                         Address(KORV_WaitForDMA)},
+            .videoPort = &kVideoPortEntries,
             .linked = true};
 }
 
@@ -78,6 +80,7 @@ void ResetLinkedGlobals() {
     CHIPRender = {};
     HeapStats = {};
     functionList = nullptr;
+    TermTrace();
     DXGlobals = {};
     pDriverData = nullptr;
     D3DInitialised = 0;
@@ -91,6 +94,7 @@ void ResetLinkedGlobals() {
 struct State {
     DriverModule module = LinkedModule();
     std::shared_ptr<loader::Image> inForce, chosen; // null: the linked library
+    std::function<void()> afterCall;
 };
 
 State& TheState() {
@@ -145,6 +149,13 @@ DriverCall::~DriverCall() {
     if (!TheDriverModule().linked) {
         loader::SetControlWord(saved_);
     }
+    if (const auto& hook = TheState().afterCall) {
+        hook();
+    }
+}
+
+void SetAfterDriverCall(std::function<void()> hook) {
+    TheState().afterCall = std::move(hook);
 }
 
 } // namespace host

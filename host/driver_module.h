@@ -5,7 +5,10 @@
 #include "driver/core/driverdata.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
+
+struct VideoPortEntries;
 
 namespace host {
 
@@ -15,7 +18,9 @@ struct DriverModule {
     BOOL(KORV_STDCALL* dllMain)(HINSTANCE instance, DWORD reason, void* reserved);
     DriverData*(KORV_STDCALL* driverInit)(uint32_t display);
     void* exports[kExportOrdinals + 1]; // by ordinal, from 1; null where there is none
-    bool linked;                        // the library in this program
+    // The video port entries, which no table of the driver holds: null with a DLL.
+    const VideoPortEntries* videoPort;
+    bool linked; // the library in this program
 };
 
 // The driver in force. The linked library until told otherwise.
@@ -44,6 +49,9 @@ class DriverCall {
   private:
     uint16_t saved_ = 0;
 };
+
+// Called after every call into the driver; null for none.
+void SetAfterDriverCall(std::function<void()> hook);
 
 // Calls one of the driver's callbacks with its record; its answer.
 template <class Record>

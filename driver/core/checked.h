@@ -9,26 +9,21 @@
 class ReserveGuard {
   public:
 #ifdef KORV_CHECKED
-    // Words may be stored up to `limit`.
+    // Words may be stored up to `limit`. Called by the reservations, and by the few routines that
+    // are required to reserve less than they write.
     void Allow(const uint32_t* limit) {
         limit_ = limit;
     }
     void Check(const uint32_t* at) const {
-        if (at > limit_ && limit_ != nullptr && !exempt_) {
+        if (at > limit_ && limit_ != nullptr) {
             ReserveExceeded(at, limit_);
         }
-    }
-    // For the few routines that are required to reserve less than they write.
-    void Exempt(bool on) {
-        exempt_ = on;
     }
 #else
     void Allow(const uint32_t*) {}
     void Check(const uint32_t*) const {}
-    void Exempt(bool) {}
 #endif
 
   private:
     [[maybe_unused]] const uint32_t* limit_;
-    [[maybe_unused]] bool exempt_;
 };

@@ -75,7 +75,7 @@ void HandOverWords(const uint32_t* from, const uint32_t* to) {
     const ChipBus& bus = BusAt(from, &offset);
     const auto count = static_cast<uint32_t>(to - from);
     if (to < from || offset < reg::FIFOWindow ||
-        offset + count * 4 > reg::FIFOWindow + reg::FIFOWindowBytes) {
+        offset + count * 4 > reg::FIFOWindow + reg::FIFOPageBytes) {
         Fail("words outside the FIFO window", from);
     }
     bus.Words(bus.self, from, count);

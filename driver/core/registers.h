@@ -46,6 +46,9 @@ KORV_REGISTERS(KORV_X)
 
 // Bytes of FIFOWindow: a word written anywhere in it enters the input FIFO.
 inline constexpr uint32_t FIFOWindowBytes = 0xFA0;
+// So does one in the rest of the window's page: the few writers that reserve less than they write
+// run up to 20 bytes past the window's end.
+inline constexpr uint32_t FIFOPageBytes = 0x1000;
 // Reads here give the next output FIFO word and the one after it.
 inline constexpr uint32_t OutFIFOWord = FIFOWindow;
 inline constexpr uint32_t OutFIFOSecondWord = FIFOWindow + 4;

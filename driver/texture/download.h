@@ -33,9 +33,9 @@ inline void SendLines(DriverData* driver, uint32_t tagNumber, const uint8_t* fro
     }
 }
 
-// Room for the few pairs behind the data, so that they don't run out of the FIFO window.
-inline void ReserveTail(StreamWriter<DriverData>& out) {
-    constexpr uint32_t kTailBytes = 3 * 8;
+// Goes on behind the data. No space is reserved for the pairs there, three at most.
+inline void ContinueUnreserved(DriverData* driver, StreamWriter<DriverData>& out) {
+    constexpr uint32_t kTailWords = 3 * 2;
+    driver->Stream.Guard.Allow(driver->Stream.WritePointer + kTailWords);
     out.Reload();
-    out.Reserve(kTailBytes);
 }

@@ -164,7 +164,7 @@ void SendPackedLines(DriverData* driver, StreamWriter<DriverData>& out,
                      int32_t words) {
     out.Store();
     SendLines<RawWords>(driver, tag::Color, from, source->lpGbl->lPitch, height, words);
-    ReserveTail(out);
+    ContinueUnreserved(driver, out);
     out.Tag(tag::FBReadPixel, driver->PixelSize);
     out.Store();
     EndDisconnect(driver);
@@ -237,7 +237,7 @@ void PermediaPatchedTextureDownload(DriverData* driver, PrivateSurfaceData* dest
     DrawRows(out, 0, height, kRenderFromHost);
     out.Store();
     SendPixels(driver, destPrivate, source, width, height, pixels);
-    ReserveTail(out);
+    ContinueUnreserved(driver, out);
     if (pixelSize != PixelSize8) {
         out.Tag(tag::DitherMode, 0);
     }

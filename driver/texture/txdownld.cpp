@@ -76,7 +76,7 @@ void TXPatchedTextureDownload(DriverData* driver, PrivateSurfaceData* destPrivat
     out.Store();
     SendLines<RawWords>(driver, tag::TextureData, LineOf(source, 0), source->lpGbl->lPitch, height,
                         WordsPerLine(destPrivate->PixelSize, WidthOf(*destRect)));
-    ReserveTail(out);
+    ContinueUnreserved(driver, out);
     out.Tag(tag::WaitForCompletion, 0);
     out.Store();
     EndDisconnect(driver);
@@ -115,7 +115,7 @@ void TXPackedDownload(DriverData* driver, PrivateSurfaceData* destPrivate,
     SendLines<RawWords>(driver, tag::Color,
                         LineOf(source, at.Source.top) + (at.Source.left << pixelSize),
                         source->lpGbl->lPitch, height, lines.Words);
-    ReserveTail(out);
+    ContinueUnreserved(driver, out);
     out.Tag(tag::ScissorMode, 0);
     out.Tag(tag::WaitForCompletion, 0);
     out.Store();

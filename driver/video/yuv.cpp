@@ -25,14 +25,15 @@ void YUVtoRGB(DriverData* driver, DDBLTFX*, PrivateSurfaceData* destPriv,
     constexpr uint32_t kDither = field::DitherMode_UnitEnable.Mask() |
                                  field::DitherMode_Enable.Mask() |
                                  field::DitherMode_ColorOrder.Mask();
-    constexpr uint32_t kUnitBytes = 200;
-    constexpr uint32_t kRectangleBytes = 12 * 8;
+    // In bytes: less is reserved than may be written.
+    constexpr uint32_t kReserved = 200, kWritten = 224;
     const uint32_t stepX = StepOf(WidthOf(*srcRect), WidthOf(*destRect));
     const uint32_t stepY = StepOf(HeightOf(*srcRect), HeightOf(*destRect));
     const bool converts = srcPriv->PixelSize != PixelSize8;
     MatchFBDepth(driver);
     StreamWriter<DriverData> out(driver);
-    out.Reserve(kUnitBytes);
+    out.Reserve(kReserved);
+    driver->Stream.Guard.Allow(driver->Stream.WritePointer + kWritten / 4);
     out.Wait(16);
     if (converts) {
         // Unlike in other textured blits, by the destination's format.
@@ -55,8 +56,6 @@ void YUVtoRGB(DriverData* driver, DDBLTFX*, PrivateSurfaceData* destPriv,
     out.Tag(tag::TStart, FixedTexel(srcRect->top));
     out.Tag(tag::dSdx, stepX);
     out.Tag(tag::dSdyDom, 0);
-    // The first reservation falls short of all the words.
-    out.Reserve(kRectangleBytes);
     out.Wait(12);
     out.Tag(tag::dTdx, 0);
     out.Tag(tag::dTdyDom, stepY);

@@ -37,8 +37,10 @@ constexpr uint32_t kCommands[] = {
 // Halves of FBBlockColor, which sets both.
 constexpr uint32_t kAliases[] = {tag::FBBlockColorU, tag::FBBlockColorL};
 
-// Contexts change between drawing instructions, and each instruction loads its vertices anew.
+// Contexts change between drawing instructions, and each instruction loads its vertices anew. Alpha
+// alone may stay from an earlier one.
 constexpr uint32_t kVertexStoreFirst = tag::V0Fixed, kVertexStoreLast = tag::V2Float + 15;
+constexpr uint32_t kVertexAlphas[] = {tag::V0Fixed + 8, tag::V1Fixed + 8, tag::V2Fixed + 8};
 
 template <size_t N>
 bool IsIn(const uint32_t (&list)[N], uint32_t tagNumber) {
@@ -95,12 +97,18 @@ void Add(std::vector<uint16_t>& list, uint32_t tagNumber) {
 
 } // namespace
 
-std::vector<uint16_t> StateRegisters(uint32_t deviceId) {
+std::vector<uint16_t> StateRegisters(uint32_t deviceId, bool delta) {
     std::vector<uint16_t> list;
     for (const RegisterName& name : kRegisterNames) {
         if (!IsIn(kCommands, name.tag) && !IsIn(kAliases, name.tag) &&
             !IsBetween(name.tag, kVertexStoreFirst, kVertexStoreLast) && Has(deviceId, name.tag)) {
             Add(list, name.tag);
+        }
+    }
+    // Behind AStart, which sets all three.
+    if (delta || IsPermedia2(deviceId)) {
+        for (const uint32_t alpha : kVertexAlphas) {
+            Add(list, alpha);
         }
     }
     // Last, as this one fills the lookup table again from where the registers before it say.
@@ -110,8 +118,8 @@ std::vector<uint16_t> StateRegisters(uint32_t deviceId) {
     return list;
 }
 
-std::vector<uint16_t> ScreenRegisters(uint32_t deviceId) {
-    std::vector<uint16_t> list = StateRegisters(deviceId);
+std::vector<uint16_t> ScreenRegisters(uint32_t deviceId, bool delta) {
+    std::vector<uint16_t> list = StateRegisters(deviceId, delta);
     std::erase_if(
         list, [](uint16_t offset) { return IsInterpolant((offset - reg::MappedRegisters) / 8); });
     return list;

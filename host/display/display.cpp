@@ -347,8 +347,8 @@ void Display::BuildContextTable() {
             std::memcpy(data + 4 * i, &value, 4);
         }
     };
-    const std::vector<uint16_t> all = StateRegisters(config_.deviceId);
-    const std::vector<uint16_t> screen = ScreenRegisters(config_.deviceId);
+    const std::vector<uint16_t> all = StateRegisters(config_.deviceId, config_.delta);
+    const std::vector<uint16_t> screen = ScreenRegisters(config_.deviceId, config_.delta);
     addList(all);
     addList(screen);
     addList(all);

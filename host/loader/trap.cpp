@@ -72,7 +72,7 @@ const Aperture* Find(const void* address) {
 }
 
 void Write(const Aperture& aperture, uint32_t offset, uint32_t value) {
-    if (offset >= reg::FIFOWindow && offset < reg::FIFOWindow + reg::FIFOWindowBytes) {
+    if (offset >= reg::FIFOWindow && offset < reg::FIFOWindow + reg::FIFOPageBytes) {
         aperture.bus.Words(aperture.bus.self, &value, 1);
     } else {
         aperture.bus.Write(aperture.bus.self, offset, value);

@@ -7,7 +7,10 @@ namespace host {
 namespace {
 
 // Bits of IntFlags.
-constexpr uint32_t kDmaInterrupt = 0x01, kErrorInterrupt = 0x08, kRetraceInterrupt = 0x10;
+constexpr uint32_t kDmaInterrupt = 0x01, kErrorInterrupt = 0x08, kRetraceInterrupt = 0x10,
+                   kVideoInterrupt = 0x200;
+// What this handler answers for. The end of a field of video has no other meaning here.
+constexpr uint32_t kAnswered = kDmaInterrupt | kErrorInterrupt | kVideoInterrupt;
 
 uint32_t Load(const volatile uint32_t& word) {
     return __atomic_load_n(&word, __ATOMIC_SEQ_CST);
@@ -40,8 +43,8 @@ DmaQueueCounters DmaQueueHandler::Counters() const {
 void DmaQueueHandler::Service() {
     // The flags go first: what happens from here on raises the line again.
     const uint32_t flags = ReadChip(registers_, reg::IntFlags);
-    if ((flags & (kDmaInterrupt | kErrorInterrupt)) != 0) {
-        WriteChip(registers_, reg::IntFlags, flags & (kDmaInterrupt | kErrorInterrupt));
+    if ((flags & kAnswered) != 0) {
+        WriteChip(registers_, reg::IntFlags, flags & kAnswered);
     }
     NoteBlank(flags);
     Drain();

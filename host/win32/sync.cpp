@@ -1,68 +1,37 @@
 #include "host/win32/sync.h"
 
 #include "host/win32/handles.h"
+#include "host/win32/shared_object.h"
+#include "host/win32/shared_semaphore.h"
 
-#include <chrono>
-#include <condition_variable>
+#include <algorithm>
 #include <map>
 #include <mutex>
-#include <vector>
+#include <new>
 
 namespace host {
 
 namespace {
 
-// Names of these objects, unlike file names, distinguish case.
-struct Semaphore : handles::Object {
-    Semaphore(std::string n, int32_t c, int32_t m) : name(std::move(n)), count(c), maximum(m) {}
+using Kind = SharedObject::Kind;
 
-    bool Release(int32_t n, int32_t* previous) {
-        std::lock_guard lock(mutex);
-        if (n <= 0 || n > maximum - count) {
-            return false;
-        }
-        if (previous != nullptr) {
-            *previous = count;
-        }
-        count += n;
-        released.notify_all();
-        return true;
-    }
-
-    bool Wait(DWORD milliseconds) {
-        std::unique_lock lock(mutex);
-        const auto free = [&] { return count > 0; };
-        if (milliseconds == INFINITE) {
-            released.wait(lock, free);
-        } else if (!released.wait_for(lock, std::chrono::milliseconds(milliseconds), free)) {
-            return false;
-        }
-        --count;
-        return true;
-    }
-
-    int32_t Count() {
-        std::lock_guard lock(mutex);
-        return count;
-    }
-
-    const std::string name;
-    std::mutex mutex;
-    std::condition_variable released;
-    int32_t count;
-    const int32_t maximum;
-};
-
-struct Mapping : handles::Object {
-    explicit Mapping(size_t bytes) : memory(bytes) {}
-    std::vector<uint8_t> memory;
-};
+// How often a wait without limit looks whether anybody is left who could end it.
+constexpr DWORD kMakerCheck = 50; // milliseconds
 
 struct State {
     std::mutex mutex;
-    std::map<std::string, std::shared_ptr<handles::Object>> named;
-    std::multimap<const void*, std::shared_ptr<Mapping>> views;
-    std::function<void(const std::string&)> idle;
+    std::map<std::string, std::shared_ptr<SharedObject>> made; // by this process
+    std::multimap<const void*, std::shared_ptr<SharedObject>> views;
+    std::vector<std::string> closed;
+    SemaphoreHooks hooks;
+
+    ~State() { Unname(); }
+    void Unname() {
+        for (const auto& [name, object] : made) {
+            object->Unname();
+        }
+        made.clear();
+    }
 };
 
 State& TheState() {
@@ -70,56 +39,110 @@ State& TheState() {
     return state;
 }
 
-template <class T>
-std::shared_ptr<T> Named(const std::string& name) {
-    State& state = TheState();
-    std::lock_guard lock(state.mutex);
-    const auto it = state.named.find(name);
-    return it != state.named.end() ? std::dynamic_pointer_cast<T>(it->second) : nullptr;
+// What handles of these objects name. Names, unlike file names, distinguish case.
+struct Named : handles::Object {
+    explicit Named(std::shared_ptr<SharedObject> o) : object(std::move(o)) {}
+    void HandleClosed() override {
+        State& state = TheState();
+        std::lock_guard lock(state.mutex);
+        state.closed.push_back(object->Name());
+    }
+    const std::shared_ptr<SharedObject> object;
+};
+
+SharedSemaphore& SemaphoreOf(SharedObject& object) {
+    return *reinterpret_cast<SharedSemaphore*>(object.Memory());
 }
 
-void Name(const std::string& name, std::shared_ptr<handles::Object> object) {
+struct Semaphore : Named {
+    using Named::Named;
+    SharedSemaphore& Words() const { return SemaphoreOf(*object); }
+};
+
+struct Mapping : Named {
+    using Named::Named;
+};
+
+// Keeps what this process has made; its memory.
+uint8_t* Keep(std::shared_ptr<SharedObject> object) {
     State& state = TheState();
     std::lock_guard lock(state.mutex);
-    state.named[name] = std::move(object);
+    uint8_t* memory = object->Memory();
+    state.made[object->Name()] = std::move(object);
+    return memory;
+}
+
+void Tell(const std::function<void(const std::string&)>& hook, const std::string& name) {
+    if (hook) {
+        hook(name);
+    }
+}
+
+DWORD WaitFor(const Semaphore& semaphore, DWORD milliseconds) {
+    const std::string& name = semaphore.object->Name();
+    if (semaphore.Words().count == 0) {
+        Tell(TheState().hooks.idle, name);
+    }
+    if (milliseconds != INFINITE) {
+        return semaphore.Words().Wait(milliseconds) ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
+    }
+    while (!semaphore.Words().Wait(kMakerCheck)) {
+        if (!semaphore.object->MakerRuns()) {
+            Tell(TheState().hooks.makerLost, name);
+            return WAIT_FAILED;
+        }
+    }
+    return WAIT_OBJECT_0;
 }
 
 } // namespace
 
 void CreateNamedSemaphore(const std::string& name, int32_t count, int32_t maximum) {
-    Name(name, std::make_shared<Semaphore>(name, count, maximum));
+    Keep(SharedObject::Create(name, Kind::Semaphore, sizeof(SharedSemaphore), [&](uint8_t* memory) {
+        new (memory) SharedSemaphore{count, maximum};
+    }));
 }
 
 int32_t SemaphoreCount(const std::string& name) {
-    const auto semaphore = Named<Semaphore>(name);
-    return semaphore != nullptr ? semaphore->Count() : -1;
+    const auto object = SharedObject::Open(name, Kind::Semaphore);
+    return object != nullptr ? SemaphoreOf(*object).count.load() : -1;
 }
 
 bool SignalSemaphore(const std::string& name) {
-    const auto semaphore = Named<Semaphore>(name);
-    return semaphore != nullptr && semaphore->Release(1, nullptr);
+    const auto object = SharedObject::Open(name, Kind::Semaphore);
+    return object != nullptr && SemaphoreOf(*object).Release(1, nullptr);
 }
 
 bool AwaitSemaphore(const std::string& name, DWORD milliseconds) {
-    const auto semaphore = Named<Semaphore>(name);
-    return semaphore != nullptr && semaphore->Wait(milliseconds);
+    const auto object = SharedObject::Open(name, Kind::Semaphore);
+    return object != nullptr && SemaphoreOf(*object).Wait(milliseconds);
 }
 
-void SetSemaphoreIdle(std::function<void(const std::string&)> idle) {
-    TheState().idle = std::move(idle);
+void SetSemaphoreHooks(SemaphoreHooks hooks) {
+    TheState().hooks = std::move(hooks);
 }
 
 void* CreateNamedMapping(const std::string& name, size_t bytes) {
-    auto mapping = std::make_shared<Mapping>(bytes);
-    void* memory = mapping->memory.data();
-    Name(name, std::move(mapping));
-    return memory;
+    return Keep(SharedObject::Create(name, Kind::Mapping, bytes));
+}
+
+std::shared_ptr<void> NamedMapping(const std::string& name) {
+    auto object = SharedObject::Open(name, Kind::Mapping);
+    if (object == nullptr) {
+        return nullptr;
+    }
+    void* memory = object->Memory();
+    return {std::move(object), memory};
 }
 
 void RemoveNamedObject(const std::string& name) {
     State& state = TheState();
     std::lock_guard lock(state.mutex);
-    state.named.erase(name);
+    const auto it = state.made.find(name);
+    if (it != state.made.end()) {
+        it->second->Unname();
+        state.made.erase(it);
+    }
 }
 
 size_t MappedViews() {
@@ -129,18 +152,23 @@ size_t MappedViews() {
 }
 
 size_t OpenSyncHandles() {
-    return handles::Count([](const handles::Object& o) {
-        return dynamic_cast<const Semaphore*>(&o) != nullptr ||
-               dynamic_cast<const Mapping*>(&o) != nullptr;
-    });
+    return handles::Count(
+        [](const handles::Object& o) { return dynamic_cast<const Named*>(&o) != nullptr; });
+}
+
+std::vector<std::string> ClosedSyncHandles() {
+    State& state = TheState();
+    std::lock_guard lock(state.mutex);
+    return state.closed;
 }
 
 void ResetSync() {
     State& state = TheState();
     std::lock_guard lock(state.mutex);
-    state.named.clear();
+    state.Unname();
     state.views.clear();
-    state.idle = nullptr;
+    state.closed.clear();
+    state.hooks = {};
 }
 
 } // namespace host
@@ -148,42 +176,42 @@ void ResetSync() {
 using namespace host;
 
 extern "C" HANDLE KORV_STDCALL OpenSemaphoreA(DWORD, BOOL, const char* name) {
-    const auto semaphore = Named<Semaphore>(name);
-    return semaphore != nullptr ? handles::Open(semaphore) : nullptr;
+    auto object = SharedObject::Open(name, Kind::Semaphore);
+    return object != nullptr ? handles::Open(std::make_shared<Semaphore>(std::move(object)))
+                             : nullptr;
 }
 
 extern "C" DWORD KORV_STDCALL WaitForSingleObject(HANDLE object, DWORD milliseconds) {
     const auto semaphore = handles::FindAs<Semaphore>(object);
-    if (semaphore == nullptr) {
-        return WAIT_FAILED;
-    }
-    if (TheState().idle && semaphore->Count() == 0) {
-        TheState().idle(semaphore->name);
-    }
-    return semaphore->Wait(milliseconds) ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
+    return semaphore != nullptr ? WaitFor(*semaphore, milliseconds) : WAIT_FAILED;
 }
 
 extern "C" BOOL KORV_STDCALL ReleaseSemaphore(HANDLE object, LONG count, LONG* previous) {
     const auto semaphore = handles::FindAs<Semaphore>(object);
-    return semaphore != nullptr && semaphore->Release(count, previous) ? 1 : 0;
+    if (semaphore == nullptr) {
+        return 0;
+    }
+    Tell(TheState().hooks.release, semaphore->object->Name());
+    return semaphore->Words().Release(count, previous) ? 1 : 0;
 }
 
 extern "C" HANDLE KORV_STDCALL OpenFileMappingA(DWORD, BOOL, const char* name) {
-    const auto mapping = Named<Mapping>(name);
-    return mapping != nullptr ? handles::Open(mapping) : nullptr;
+    auto object = SharedObject::Open(name, Kind::Mapping);
+    return object != nullptr ? handles::Open(std::make_shared<Mapping>(std::move(object)))
+                             : nullptr;
 }
 
 extern "C" void* KORV_STDCALL MapViewOfFile(HANDLE object, DWORD, DWORD offsetHigh, DWORD offsetLow,
                                             DWORD bytes) {
     const auto mapping = handles::FindAs<Mapping>(object);
-    if (mapping == nullptr || offsetHigh != 0 || offsetLow > mapping->memory.size() ||
-        bytes > mapping->memory.size() - offsetLow) {
+    if (mapping == nullptr || offsetHigh != 0 || offsetLow > mapping->object->Bytes() ||
+        bytes > mapping->object->Bytes() - offsetLow) {
         return nullptr;
     }
-    void* view = mapping->memory.data() + offsetLow;
+    void* view = mapping->object->Memory() + offsetLow;
     State& state = TheState();
     std::lock_guard lock(state.mutex);
-    state.views.emplace(view, mapping);
+    state.views.emplace(view, mapping->object);
     return view;
 }
 

@@ -1,10 +1,12 @@
-// MX: copies that leave out key-coloured pixels, and stretches whose texels lie in the frame
-// buffer.
+// TX and MX: copies that leave out key-coloured pixels, and stretches whose texels lie in the frame
+// buffer. SX has neither.
 #include "board/source_key.h"
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <random>
+#include <string>
 
 #include "tests/board/rig.h"
 
@@ -17,7 +19,10 @@ constexpr uint32_t kSource = 16384, kDest = 4096; // pixels
 template <typename T>
 class KeyRig : public rig::Rig {
   public:
-    KeyRig() : Rig(rig::SmallConfig(board::Chip::MX)) {
+    explicit KeyRig(board::Chip chip = board::Chip::MX) : Rig(rig::SmallConfig(chip)) {
+        if (chip == board::Chip::SX) {
+            board.Write(reg::FBModeSel, sizeof(T) == 1 ? 4 : sizeof(T) == 2 ? 2 : 0);
+        }
         Send({{tag::PixelSize, sizeof(T) == 1   ? 2
                                : sizeof(T) == 2 ? 1
                                                 : 0},
@@ -47,10 +52,12 @@ class KeyRig : public rig::Rig {
     std::vector<T> before;
 };
 
+constexpr board::Chip kChips[] = {board::Chip::TX, board::Chip::MX};
+
 // Copies 64 by 32 pixels of which every third is `key`.
 template <typename T, typename IsKey>
-void KeyedCopy(T key, uint32_t low, uint32_t high, IsKey isKey) {
-    KeyRig<T> r;
+void KeyedCopyOn(board::Chip chip, T key, uint32_t low, uint32_t high, IsKey isKey) {
+    KeyRig<T> r(chip);
     for (size_t i = 0; i < 64 * 32; i += 3) {
         r.template SetElement<T>(kSource + i, key);
     }
@@ -71,6 +78,13 @@ void KeyedCopy(T key, uint32_t low, uint32_t high, IsKey isKey) {
     }
     EXPECT_GE(dropped, 64 * 32 / 3);
     r.ExpectMemory(expected);
+}
+
+template <typename T, typename IsKey>
+void KeyedCopy(T key, uint32_t low, uint32_t high, IsKey isKey) {
+    for (const board::Chip chip : kChips) {
+        KeyedCopyOn<T>(chip, key, low, high, isKey);
+    }
 }
 
 TEST(SourceKey, PixelsInsideTheBoundsAreNotCopied) {
@@ -134,10 +148,10 @@ void SendStretch(KeyRig<T>& r, uint32_t s, uint32_t dS, uint32_t t, uint32_t dT,
 }
 
 template <typename T>
-void StretchBothWays() {
+void StretchBothWays(board::Chip chip) {
     for (const bool backward : {false, true}) {
         for (const auto& [from, to] : {std::pair{10, 37}, {60, 13}, {20, 20}}) {
-            KeyRig<T> r;
+            KeyRig<T> r(chip);
             const auto step = static_cast<uint32_t>((int64_t{from} << 21) / (to + 1));
             const uint32_t start = static_cast<uint32_t>(backward ? 2 + from : 2) << 21;
             const uint32_t startT = static_cast<uint32_t>(backward ? 1 + from : 2) << 21;
@@ -171,9 +185,43 @@ TEST(SourceKey, FragmentsPassUntested) {
 }
 
 TEST(SourceKey, StretchReadsTheFrameBufferByCoordinates) {
-    StretchBothWays<uint8_t>();
-    StretchBothWays<uint16_t>();
-    StretchBothWays<uint32_t>();
+    for (const board::Chip chip : kChips) {
+        StretchBothWays<uint8_t>(chip);
+        StretchBothWays<uint16_t>(chip);
+        StretchBothWays<uint32_t>(chip);
+    }
+}
+
+TEST(SourceKey, TheSXCopiesKeyColouredPixelsTooAndCountsTheTest) {
+    KeyRig<uint32_t> r(board::Chip::SX);
+    r.SetKey(0, 0xFFFFFFFF);
+    r.Send({{tag::FBReadMode, rig::kPitch64 | kReadSource}, {tag::FBSourceOffset, kSource}});
+    r.Rectangle(0, 0, 4, 2);
+    for (const size_t pixel : {0, 3, 64, 67}) {
+        EXPECT_EQ(r.Element<uint32_t>(pixel), r.before[kSource + pixel]);
+    }
+    EXPECT_EQ(r.board.FaultReport().unmodelled.at("chroma test"), 1u);
+}
+
+TEST(SourceKey, TheSXDrawsNoStretchAndCountsTheTextureUnit) {
+    KeyRig<uint16_t> r(board::Chip::SX);
+    r.Send(tag::Color, 0x1234);
+    SendStretch(r, 0, 1u << 20, 0, 1u << 20, 0, 0, 64, 32, false);
+    EXPECT_EQ(std::memcmp(r.before.data(), r.board.FrameBuffer().data(), r.before.size() * 2), 0);
+    EXPECT_EQ(r.board.FaultReport().unmodelled,
+              (std::map<std::string, uint64_t>{{"texture unit", 1}}));
+}
+
+TEST(SourceKey, TheSXDrawsTexturedFragmentsPlainAndCountsTheTextureUnit) {
+    KeyRig<uint32_t> r(board::Chip::SX);
+    r.Send({{tag::Color, 0x123456},
+            {tag::FBReadMode, rig::kPitch64},
+            {tag::GlintTextureReadMode, 0x4400001 | 5 << 9 | 11 << 5 | 11 << 1},
+            {tag::TextureAddressMode, 1}});
+    r.Rectangle(0, 0, 1, 1, 0x2000);
+    EXPECT_EQ(r.Element<uint32_t>(0), 0x123456u);
+    EXPECT_EQ(r.board.FaultReport().unmodelled,
+              (std::map<std::string, uint64_t>{{"texture unit", 1}}));
 }
 
 TEST(SourceKey, StretchLeavesOutTheKey) {
@@ -203,6 +251,7 @@ TEST(SourceKey, TexelsOfTheFrameBufferWantTheDisplaysDepth) {
             {tag::TextureAddressMode, 1}});
     r.Rectangle(0, 0, 1, 1, 0x2000);
     EXPECT_EQ(r.board.FaultReport().unmodelled.at("texels of the frame buffer in this mode"), 1u);
+    EXPECT_EQ(r.Element<uint16_t>(0), r.before[0]) << "and draw nothing else";
 }
 
 } // namespace

@@ -87,6 +87,19 @@ TEST(Statistics, NothingDrawnIsNothingPicked) {
     EXPECT_EQ(r.End() & 1, 0u) << "with the unit off";
 }
 
+TEST(Statistics, StrayWordsComeBeforeTheAnswer) {
+    board::Config config = rig::SmallConfig();
+    config.timing.strayOutputWords = 3;
+    rig::Rig r(config);
+    r.Send({{tag::FilterMode, 0x3C00}, {tag::PickResult, 0}});
+    EXPECT_EQ(r.board.Read(reg::OutFIFOWords), 5u);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_NE(r.board.Read(0x2000), 0x187u);
+    }
+    EXPECT_EQ(r.board.Read(0x2000), 0x187u);
+    EXPECT_EQ(r.board.Read(0x2004), 0u);
+}
+
 TEST(Statistics, WorksWithTheLocalBuffersDepth) {
     rig::Rig r(rig::SmallConfig(board::Chip::TX));
     auto* depth = reinterpret_cast<uint32_t*>(r.board.LocalBuffer().data());

@@ -251,10 +251,10 @@ TEST_F(SyncTest, TheOtherProgramGetsItsTurnWhenAWaitWouldBlock) {
     host::CreateNamedSemaphore("S", 0);
     const HANDLE semaphore = OpenSemaphoreA(SEMAPHORE_ALL_ACCESS, 1, "S");
     std::string asked;
-    host::SetSemaphoreIdle([&](const std::string& name) {
+    host::SetSemaphoreHooks({.idle = [&](const std::string& name) {
         asked = name;
         host::SignalSemaphore(name);
-    });
+    }});
     EXPECT_EQ(WaitForSingleObject(semaphore, INFINITE), WAIT_OBJECT_0);
     EXPECT_EQ(asked, "S");
 }

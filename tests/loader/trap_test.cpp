@@ -69,9 +69,10 @@ TEST_F(TrapTest, PlainLoadsAndStoresGoToTheBusInOrder) {
 TEST_F(TrapTest, StoresInTheWindowAreWordsAndLoadsThereAreReads) {
     At(0x2000) = 1;
     At(0x2F9C) = 2;
-    At(0x2FA0) = 3; // behind the window
+    At(0x2FFC) = 3; // the rest of the window's page
+    At(0x3000) = 4;
     EXPECT_EQ(At(0x2004), 0x2104u);
-    EXPECT_THAT(log, ElementsAre("f 0 1", "f 0 2", "w 2fa0 3", "r 2004 2104"));
+    EXPECT_THAT(log, ElementsAre("f 0 1", "f 0 2", "f 0 3", "w 3000 4", "r 2004 2104"));
 }
 
 TEST_F(TrapTest, EveryRegisterCanBeStoredAndLoaded) {

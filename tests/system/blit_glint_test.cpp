@@ -25,7 +25,8 @@ std::vector<BlitMode> Modes() {
 }
 
 class GlintBlits : public testing::TestWithParam<BlitMode> {};
-class MXBlits : public GlintBlits {};
+class SXBlits : public GlintBlits {};
+class UnitBlits : public GlintBlits {};
 
 TEST_P(GlintBlits, FillAnyRectangleOfTheScreenAndOfSurfacesBehindIt) {
     BlitStage stage(GetParam());
@@ -152,7 +153,7 @@ TEST_P(GlintBlits, ASlowBoardHoldsTheSamePicture) {
 INSTANTIATE_TEST_SUITE_P(EachMode, GlintBlits, testing::ValuesIn(Modes()),
                          testing::PrintToStringParamName());
 
-// Keyed copies and stretches, on MX alone.
+// Keyed copies and stretches, by chroma test and texture unit of TX and MX.
 
 // A plain key: every field of the pixel lies between those of the two ends.
 bool InsideKey(uint32_t bits, const DDCOLORKEY& key, uint32_t pixel) {
@@ -181,7 +182,7 @@ DDCOLORKEY Key(uint32_t bits) {
     }
 }
 
-TEST_P(MXBlits, KeyedCopiesLeaveOutTheKeyAndRunByTheSignOfTheirDistance) {
+TEST_P(UnitBlits, KeyedCopiesLeaveOutTheKeyAndRunByTheSignOfTheirDistance) {
     BlitStage stage(GetParam());
     Surfaces surfaces(stage.DirectDraw());
     const DDCOLORKEY key = Key(GetParam().bits);
@@ -281,7 +282,7 @@ StretchCase RandomStretch(BlitStage& stage, host::Surface& dest, host::Surface& 
     return result;
 }
 
-TEST_P(MXBlits, StretchAndMirrorWithStepsThatStopShortOfTheFarEdge) {
+TEST_P(UnitBlits, StretchAndMirrorWithStepsThatStopShortOfTheFarEdge) {
     BlitStage stage(GetParam());
     Surfaces surfaces(stage.DirectDraw());
     for (int batch = 0; batch != kBatches; ++batch) {
@@ -297,7 +298,7 @@ TEST_P(MXBlits, StretchAndMirrorWithStepsThatStopShortOfTheFarEdge) {
     }
 }
 
-TEST_P(MXBlits,
+TEST_P(UnitBlits,
        KeyedStretchesReadTheirSourceAsManyPixelsEarlierAsTheDestinationLiesBehindTheStart) {
     // The source's place is told as a distance and taken as a place: they agree on the primary.
     BlitStage stage(GetParam());
@@ -321,13 +322,53 @@ TEST_P(MXBlits,
     }
 }
 
-std::vector<BlitMode> MXModes() {
+std::vector<BlitMode> UnitModes() {
     std::vector<BlitMode> modes = Modes();
-    std::erase_if(modes, [](const BlitMode& mode) { return mode.deviceId != DeviceMX; });
+    std::erase_if(modes, [](const BlitMode& mode) {
+        return mode.deviceId == DeviceSX || (mode.deviceId == DeviceTX && mode.width == 640);
+    });
     return modes;
 }
 
-INSTANTIATE_TEST_SUITE_P(EachMode, MXBlits, testing::ValuesIn(MXModes()),
+INSTANTIATE_TEST_SUITE_P(EachMode, UnitBlits, testing::ValuesIn(UnitModes()),
+                         testing::PrintToStringParamName());
+
+// The driver's dispatch sends the same words to an SX, which has neither unit. Nothing announces
+// such blits there, and no picture is promised: the board counts what it was asked for.
+
+TEST_P(SXBlits, AKeyedCopyTakesKeyColouredPixelsTooAndTheBoardCountsTheChromaTest) {
+    BlitStage stage(GetParam());
+    Surfaces surfaces(stage.DirectDraw());
+    const RECT from = {3, 5, 63, 45}, to = {20, 11, 80, 51};
+    stage.Blt(surfaces.back, to, surfaces.sprite, from, {.sourceKey = Key(GetParam().bits)});
+    CopyForward(stage.PlaceOf(surfaces.back), to, stage.PlaceOf(surfaces.sprite), from);
+    stage.CompareMemory(surfaces.primary);
+    EXPECT_EQ(stage.Unmodelled(), (std::map<std::string, uint64_t>{{"chroma test", 1}}));
+}
+
+TEST_P(SXBlits, AStretchDrawsNothingAndTheBoardCountsTheTextureUnit) {
+    BlitStage stage(GetParam());
+    Surfaces surfaces(stage.DirectDraw());
+    stage.Blt(surfaces.back, {20, 11, 80, 51}, surfaces.sprite, {3, 5, 33, 45});
+    stage.Blt(surfaces.back, {20, 11, 80, 51}, surfaces.sprite, {3, 5, 63, 45},
+              {.sourceKey = {}, .mirrorUpDown = true});
+    stage.Blt(surfaces.back, {0, 0, 80, 51}, surfaces.sprite, {3, 5, 63, 45},
+              {.sourceKey = Key(GetParam().bits)});
+    stage.CompareMemory(surfaces.primary);
+    EXPECT_EQ(stage.Unmodelled(), (std::map<std::string, uint64_t>{{"texture unit", 3}}));
+    // And the chip is as ready as ever.
+    stage.ColorFill(surfaces.back, {5, 5, 70, 60}, 0x5A);
+    FillPlainly(stage.PlaceOf(surfaces.back), {5, 5, 70, 60}, 0x5A);
+    const RECT from = {3, 5, 63, 45}, to = {20, 11, 80, 51};
+    stage.Blt(surfaces.back, to, surfaces.sprite, from);
+    CopyForward(stage.PlaceOf(surfaces.back), to, stage.PlaceOf(surfaces.sprite), from);
+    stage.CompareMemory(surfaces.primary);
+    EXPECT_EQ(stage.Unmodelled().size(), 1u);
+}
+
+INSTANTIATE_TEST_SUITE_P(EachMode, SXBlits,
+                         testing::Values(BlitMode{DeviceSX, 8, 320}, BlitMode{DeviceSX, 16, 416},
+                                         BlitMode{DeviceSX, 32, 640}),
                          testing::PrintToStringParamName());
 
 // Textures, on the chips that have a texture unit.

@@ -6,7 +6,7 @@ namespace test {
 
 namespace {
 
-void CompareMemory(const char* name, const uint8_t* memory, const std::vector<uint8_t>& wanted) {
+void CompareBytes(const char* name, const uint8_t* memory, const std::vector<uint8_t>& wanted) {
     if (std::memcmp(memory, wanted.data(), wanted.size()) == 0) {
         return;
     }
@@ -53,11 +53,16 @@ Place BlitStage::PlaceOf(host::Surface& surface) {
             surface.Pitch(), static_cast<int>(surface.Bits() / 8)};
 }
 
+void BlitStage::CompareMemory(host::Surface& surface) {
+    directDraw_.Finish(surface);
+    CompareBytes("frame buffer", display_.FrameBuffer(), screen);
+    CompareBytes("local buffer", display_.LocalBuffer(), local);
+}
+
 void BlitStage::Compare(host::Surface& surface) {
     directDraw_.Finish(surface);
     ASSERT_EQ(display_.Board().FaultReport().Describe(), "");
-    CompareMemory("frame buffer", display_.FrameBuffer(), screen);
-    CompareMemory("local buffer", display_.LocalBuffer(), local);
+    CompareMemory(surface);
 }
 
 host::DisplayConfig BlitStage::Config(const board::Timing& timing) {

@@ -7,8 +7,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <map>
 #include <ostream>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace test {
@@ -76,7 +78,13 @@ class BlitStage {
         Do([&] { return directDraw_.RopFill(dest, area, white ? kWhiteness : kBlackness); });
     }
     // Waits for the board and compares all its memory with the copies.
+    void CompareMemory(host::Surface& surface);
+    // The same of a board that complains of nothing.
     void Compare(host::Surface& surface);
+    // What the board was asked for and does not have.
+    std::map<std::string, uint64_t> Unmodelled() {
+        return display_.Board().FaultReport().unmodelled;
+    }
 
     host::DirectDraw& DirectDraw() { return directDraw_; }
 

@@ -88,14 +88,13 @@ uint32_t Addressed(int position, uint32_t size, uint32_t address) {
 }
 
 Texel SampleNearest(const Texture& texture, double u, double v, uint32_t address) {
-    return texture.At(
-        Addressed(static_cast<int>(std::floor(u * texture.width)), texture.width, address),
-        Addressed(static_cast<int>(std::floor(v * texture.height)), texture.height, address));
+    return texture.At(Addressed(Floor(u * texture.width), texture.width, address),
+                      Addressed(Floor(v * texture.height), texture.height, address));
 }
 
 Texel SampleLinear(const Texture& texture, double u, double v, uint32_t address) {
     const double s = u * texture.width - 0.5, t = v * texture.height - 0.5;
-    const int s0 = static_cast<int>(std::floor(s)), t0 = static_cast<int>(std::floor(t));
+    const int s0 = Floor(s), t0 = Floor(t);
     const double fs = s - s0, ft = t - t0;
     Texel mixed{};
     for (int dt = 0; dt < 2; ++dt) {

@@ -35,6 +35,12 @@ std::shared_ptr<Texture> MakeTexture(uint32_t width, uint32_t height, const DDPI
 // Raw value of a D3DCOLOR in a format that is not indexed.
 uint32_t RawTexel(uint32_t colour, const DDPIXELFORMAT& format);
 
+// Rounded down. The C library's floor takes the greater part of a textured picture's time here.
+inline int Floor(double value) {
+    const int whole = static_cast<int>(value);
+    return whole - (value < whole);
+}
+
 // Where a texture coordinate of `position` texels, rounded down, falls by D3DTADDRESS.
 uint32_t Addressed(int position, uint32_t size, uint32_t address);
 

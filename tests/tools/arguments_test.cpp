@@ -62,8 +62,8 @@ TEST(Arguments, UnknownNamesAreRefusedWithThoseThatExist) {
     ExpectRefusal({"demo", "-o", out, "--scene", "teapot"},
                   "unknown scene 'teapot': expected one of knot, knot-flat, fog-floor, stipple, "
                   "blend, crossing, slivers, texture-floor, formats, sprites, tiles, "
-                  "texture-blend, texture-fog, tunnel, landscape, wireframe, stretch, keyed-blits, "
-                  "animation");
+                  "texture-blend, texture-fog, tunnel, landscape, wireframe, visibility, stretch, "
+                  "keyed-blits, client, animation, video");
     ExpectRefusal({"info", "--chip", "SX"},
                   "unknown chip 'SX': expected one of sx, tx, mx, permedia, sx-delta, tx-delta, "
                   "mx-delta, permedia-delta, permedia2");

@@ -28,9 +28,11 @@ TEST(Demo, WritesAPictureForEachChipAndSceneAndASheet) {
 TEST(Demo, PictureIsTheSameByFifoAndByDmaWithAnyNumberOfSubBuffers) {
     const std::vector<std::vector<std::string>> roads{
         {"--fifo"}, {"--subbuffers", "2"}, {"--subbuffers", "8"}};
+    // Every third pair: each board and each scene has its turns.
+    size_t pair = 0;
     for (const ChipChoice& choice : Chips())
         for (const Scene& scene : Scenes()) {
-            if (!CanDraw(choice, scene))
+            if (!CanDraw(choice, scene) || pair++ % 3 != 0)
                 continue;
             const std::string_view chip = choice.name;
             SCOPED_TRACE(std::string(chip) + " " + std::string(scene.name));

@@ -32,6 +32,13 @@ struct RecordingPainter : Painter {
                     corners.push_back(newVertices[index]);
             }
     }
+    bool WouldShow(std::span<const D3DTLVERTEX> vertices,
+                   std::span<const D3DTRIANGLE> triangles) override {
+        for (const D3DTRIANGLE& t : triangles)
+            for (const WORD index : {t.v1, t.v2, t.v3})
+                badIndices += index >= vertices.size();
+        return ++questions % 2 != 0;
+    }
 
     ImageHandle MakeImage(const host::Picture& picture) override {
         images.push_back(picture);
@@ -42,7 +49,14 @@ struct RecordingPainter : Painter {
         blits.push_back({to, image, from, effects});
     }
     void Fill(const RECT& area, D3DCOLOR colour) override { fills.push_back({area, colour}); }
+    host::ClientDrawing* Client() override { return nullptr; }
     void Flip() override { ++flips; }
+    bool ShowsVideo() const override { return true; }
+    void PlayVideo(board::VideoSource&, Extent, const VideoEffects& newEffects) override {
+        videoEffects.push_back(newEffects);
+    }
+    void DrawField(const RECT& to) override { fields.push_back(to); }
+    void StopVideo() override { ++videoStops; }
 
     struct BlitCall {
         RECT to;
@@ -66,10 +80,14 @@ struct RecordingPainter : Painter {
     std::vector<D3DCOLOR> clears;
     std::vector<StateChange> states;
     std::vector<D3DTLVERTEX> corners;  // three for each triangle, in drawing order
+    size_t questions = 0;              // of which every other one has the answer yes
     std::vector<host::Picture> images; // by handle
     std::vector<BlitCall> blits;
     std::vector<FillCall> fills;
     size_t flips = 0;
+    std::vector<VideoEffects> videoEffects; // each time that video was started
+    std::vector<RECT> fields;
+    size_t videoStops = 0;
     size_t calls = 0, largestCall = 0, badIndices = 0;
 };
 

@@ -289,6 +289,21 @@ TEST_F(ReplaySteps, RecordsLieInMemoryToo) {
                     "6: /steps/3/memory: 4 bytes are too few for a HeapRequest of 20");
 }
 
+TEST_F(ReplaySteps, WordsArePokedIntoMemoryOfAllKinds) {
+    ExpectPlays({kDisplay, kStart, R"({"do": "memory", "name": "m", "words": [1, 2, 3]})",
+                 R"({"do": "poke", "at": {"memory": "m", "offset": 4}, "words": ["0xABCD"]})",
+                 R"({"do": "peek", "at": "m", "expect": {"0": 1, "4": "0xABCD", "8": 3},
+                     "save": {"word": "4"}})",
+                 R"({"do": "poke", "at": {"dmaBuffer": 0}, "words": [5, {"value": "word"}]})",
+                 R"({"do": "peek", "at": {"dmaBuffer": 0}, "expect": {"0": 5, "4": "0xABCD"}})",
+                 R"({"do": "poke", "at": {"frameBuffer": "main", "offset": 8}, "words": [6]})",
+                 R"({"do": "peek", "at": {"frameBuffer": "main"}, "expect": {"8": 6}})"});
+    ExpectMalformed({kDisplay, kStart, R"({"do": "memory", "name": "m", "words": [1, 2, 3]})",
+                     R"({"do": "poke", "at": {"memory": "m", "offset": 4}, "words": [1, 2, 3]})"},
+                    "6: /steps/3/at: no memory that has a name here holds 3 words from memory 'm' "
+                    "+ 0x4 on");
+}
+
 TEST_F(ReplaySteps, NothingIsReadWhereNothingIs) {
     ExpectMalformed({kDisplay, kStart, R"({"do": "memory", "name": "m", "words": [1]})",
                      R"({"do": "peek", "at": "m", "expect": {"4": 0}})"},

@@ -25,7 +25,8 @@ TEST(Scenes, EveryVertexLiesInsideTheTarget) {
                 SCOPED_TRACE(scene.name);
                 RecordingPainter painter(size, allFactors);
                 scene.draw(painter);
-                ASSERT_FALSE(painter.corners.empty() && painter.blits.empty());
+                ASSERT_FALSE(painter.corners.empty() && painter.blits.empty() &&
+                             painter.fields.empty());
                 EXPECT_EQ(painter.badIndices, 0u);
                 for (const D3DTLVERTEX& v : painter.corners) {
                     ASSERT_GE(v.sx, 0);

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "host/d3d/visibility.h"
 #include "host/display/machine.h"
 #include "tools/korv/errors.h"
 #include "tools/korv/texel_format.h"
@@ -150,7 +151,9 @@ Canvas::Canvas(const ChipChoice& chip, const Settings& settings, Recording& reco
     try {
         directDraw_ = std::make_unique<host::DirectDraw>(*display_);
         primary_ = &directDraw_->CreatePrimary(settings.flips ? 1 : 0);
-        target_ = settings.flips ? primary_->Chain()[0] : &directDraw_->CreateTarget(width, height);
+        target_ = settings.flips      ? primary_->Chain()[0]
+                  : settings.onScreen ? primary_
+                                      : &directDraw_->CreateTarget(width, height);
         zBuffer_ = &directDraw_->CreateZBuffer(target_->Width(), target_->Height());
         directDraw_->Attach(*target_, *zBuffer_);
     } catch (const host::ResultError& error) {
@@ -266,6 +269,11 @@ void Canvas::Triangles(std::span<const D3DTLVERTEX> vertices,
     host::Check("drawing triangles", device_->Triangles(vertices, triangles));
 }
 
+bool Canvas::WouldShow(std::span<const D3DTLVERTEX> vertices,
+                       std::span<const D3DTRIANGLE> triangles) {
+    return host::AskVisibility(*device_, vertices, triangles) != 0;
+}
+
 ImageHandle Canvas::MakeImage(const host::Picture& picture) {
     try {
         host::Surface& image = directDraw_->CreateOffscreen(picture.width, picture.height);
@@ -304,24 +312,87 @@ void Canvas::Fill(const RECT& area, D3DCOLOR colour) {
         *target_, area, pixel);
 }
 
+host::ClientDrawing* Canvas::Client() {
+    if (settings_.depth <= 8)
+        return nullptr;
+    if (clientDrawing_ == nullptr) {
+        client_ = std::make_unique<host::ServiceClient>(
+            display_->Driver(), host::ClientOptions{.fifo = settings_.fifo});
+        clientDrawing_ =
+            std::make_unique<host::ClientDrawing>(*client_, host::TargetOf(*client_, *target_));
+        clientDrawing_->State();
+    }
+    return clientDrawing_.get();
+}
+
 void Canvas::Flip() {
-    if (!settings_.flips)
+    if (!settings_.flips && !settings_.onScreen)
         throw std::logic_error("a canvas without a back buffer cannot flip");
     device_->Finish();
+    if (settings_.flips)
+        FlipScreen();
+    // Not every width is one of a screen: it may be wider.
+    frames_.push_back(Corner(host::ReadScreen(*display_), settings_.size));
+    host::Check("BeginScene", device_->BeginScene());
+}
+
+void Canvas::FlipScreen() {
     const host::HalAnswer answer =
         directDraw_->Patiently([&] { return directDraw_->Flip(*primary_, *target_); });
     host::Check("a flip", answer.handled ? answer.result : DDERR_UNSUPPORTED);
     const host::HalAnswer done = directDraw_->Patiently(
         [&] { return directDraw_->GetFlipStatus(*primary_, DDGFS_ISFLIPDONE); });
     host::Check("the end of a flip", done.handled ? done.result : DDERR_UNSUPPORTED);
-    // Not every width is one of a screen: it may be wider.
-    frames_.push_back(Corner(host::ReadScreen(*display_), settings_.size));
-    host::Check("BeginScene", device_->BeginScene());
+}
+
+bool Canvas::ShowsVideo() const {
+    return HasVideoPort(chip_) && settings_.depth > 8 && settings_.onScreen;
+}
+
+void Canvas::PlayVideo(board::VideoSource& source, Extent size, const VideoEffects& effects) {
+    const auto width = static_cast<uint32_t>(size.width);
+    const auto height = static_cast<uint32_t>(size.height);
+    try {
+        if (videoPort_ == nullptr) {
+            videoBuffers_ = host::CreateVideoBuffers(*directDraw_, width, height, 2);
+            videoPort_ = std::make_unique<host::VideoPort>(*directDraw_,
+                                                           host::DescribeVideoPort(width, height));
+        }
+    } catch (const host::ResultError& error) {
+        throw UserError(fmt::format("the {} board cannot hold video of {}x{} pixels: {}",
+                                    chip_.name, width, height, host::ResultName(error.Result())));
+    }
+    DDVIDEOPORTINFO info{};
+    info.dwVPFlags = DDVP_AUTOFLIP | (effects.mirrorLeftRight ? DDVP_MIRRORLEFTRIGHT : 0) |
+                     (effects.mirrorUpDown ? DDVP_MIRRORUPDOWN : 0) |
+                     (effects.halved ? DDVP_PRESCALE : 0);
+    videoSize_ = effects.halved ? Extent{size.width / 2, size.height / 2} : size;
+    info.dwPrescaleWidth = static_cast<DWORD>(videoSize_.width);
+    info.dwPrescaleHeight = static_cast<DWORD>(videoSize_.height);
+    display_->Board().SetVideoSource(&source);
+    host::Check("starting the video port", videoPort_->Start(videoBuffers_, info).result);
+}
+
+void Canvas::DrawField(const RECT& to) {
+    host::Surface* const field = videoPort_->NextField();
+    if (field == nullptr)
+        throw UserError(fmt::format("no video comes in on the {} board", chip_.name));
+    const RECT all{0, 0, videoSize_.width, videoSize_.height};
+    const host::HalAnswer answer =
+        directDraw_->Patiently([&] { return directDraw_->Blt(*target_, to, *field, all); });
+    host::Check("showing a field", answer.handled ? answer.result : DDERR_UNSUPPORTED);
 }
 
 host::Picture Canvas::Finish() {
+    if (client_ != nullptr)
+        client_->Finish();
     device_->Finish();
     return host::ReadPicture(*target_);
+}
+
+void Canvas::StopVideo() {
+    videoPort_.reset();
+    display_->Board().SetVideoSource(nullptr);
 }
 
 std::string Canvas::Faults() {

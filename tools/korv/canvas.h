@@ -2,7 +2,9 @@
 // A machine with one board, set up for drawing: display mode, target, depth buffer, device.
 #include <memory>
 
+#include "host/client/client_drawing.h"
 #include "host/d3d/direct3d.h"
+#include "host/ddraw/video_port.h"
 #include "host/picture.h"
 #include "tools/korv/chips.h"
 #include "tools/korv/painter.h"
@@ -16,6 +18,8 @@ struct Settings {
     bool fifo = false;  // write the stream to the FIFO instead of DMA
     int subBuffers = 0; // of the DMA ring; 0 leaves the number to the driver
     bool flips = false; // draw on the back buffer of a screen of this size
+    // Or draw on the visible screen itself, and keep what is to be seen at each flip.
+    bool onScreen = false;
 };
 
 class Canvas : public Painter {
@@ -33,12 +37,20 @@ class Canvas : public Painter {
     void State(D3DRENDERSTATETYPE type, DWORD value) override;
     void Triangles(std::span<const D3DTLVERTEX> vertices,
                    std::span<const D3DTRIANGLE> triangles) override;
+    bool WouldShow(std::span<const D3DTLVERTEX> vertices,
+                   std::span<const D3DTRIANGLE> triangles) override;
     ImageHandle MakeImage(const host::Picture& picture) override;
     void Blit(const RECT& to, ImageHandle image, const RECT& from,
               const BlitEffects& effects) override;
     void Fill(const RECT& area, D3DCOLOR colour) override;
+    // By DMA, unless the canvas goes without it.
+    host::ClientDrawing* Client() override;
     // Keeps a picture of what the monitor shows.
     void Flip() override;
+    bool ShowsVideo() const override;
+    void PlayVideo(board::VideoSource& source, Extent size, const VideoEffects& effects) override;
+    void DrawField(const RECT& to) override;
+    void StopVideo() override;
 
     // Waits for the board and reads the target.
     host::Picture Finish();
@@ -51,6 +63,7 @@ class Canvas : public Painter {
     // The formats that the driver announces for textures that can be drawn.
     std::span<const DDSURFACEDESC> Formats() const;
     const DDPIXELFORMAT& FormatFor(const TextureRequest& request) const;
+    void FlipScreen();
     // Fills the area unless the driver has done it, as `answer` tells.
     void FinishFill(const host::HalAnswer& answer, host::Surface& surface, const RECT& area,
                     uint32_t value);
@@ -63,8 +76,13 @@ class Canvas : public Painter {
     host::Surface* target_ = nullptr; // the back buffer where there are flips
     host::Surface* zBuffer_ = nullptr;
     std::unique_ptr<host::Device3D> device_;
+    std::unique_ptr<host::ServiceClient> client_;
+    std::unique_ptr<host::ClientDrawing> clientDrawing_;
     std::vector<host::Surface*> images_; // by handle
     std::vector<host::Picture> frames_;
+    std::unique_ptr<host::VideoPort> videoPort_;
+    std::vector<host::Surface*> videoBuffers_;
+    Extent videoSize_{}; // of what lies in them
 };
 
 // Configuration of a display for `chip`.

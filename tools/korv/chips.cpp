@@ -45,6 +45,10 @@ const ChipChoice& ChipByName(std::string_view name) {
     return *found;
 }
 
+bool HasVideoPort(const ChipChoice& chip) {
+    return chip.deviceId == DevicePermedia || chip.deviceId == DevicePermedia2;
+}
+
 std::string ChipNames() {
     return NamesIf([](const ChipChoice&) { return true; });
 }
@@ -55,6 +59,10 @@ std::string TexturingChipNames() {
 
 std::string StretchingChipNames() {
     return NamesIf([](const ChipChoice& chip) { return chip.stretches; });
+}
+
+std::string VideoChipNames() {
+    return NamesIf(HasVideoPort);
 }
 
 } // namespace korv

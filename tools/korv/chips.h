@@ -23,11 +23,16 @@ std::span<const ChipChoice> Chips();
 // The chip of that name. UserError, with the names that exist, for any other.
 const ChipChoice& ChipByName(std::string_view name);
 
+// Whether the board takes video in.
+bool HasVideoPort(const ChipChoice& chip);
+
 // "sx, tx, mx, ..." of all chips.
 std::string ChipNames();
 // The same of those that draw textures.
 std::string TexturingChipNames();
 // The same of those whose blits stretch.
 std::string StretchingChipNames();
+// The same of those with a video port.
+std::string VideoChipNames();
 
 } // namespace korv

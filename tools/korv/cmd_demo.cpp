@@ -1,6 +1,7 @@
 #include <memory>
 #include <vector>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fmt/ostream.h>
 
@@ -57,11 +58,14 @@ std::vector<std::string> Names(const std::vector<const Item*>& items) {
 
 // What a scene's chip must be able to do, and which chips are.
 std::string NeedOf(const Scene& scene) {
-    return scene.needs == Needs::Stretches
-               ? fmt::format("a chip whose blits stretch: expected one of {}",
-                             StretchingChipNames())
-               : fmt::format("a chip that draws textures: expected one of {}",
-                             TexturingChipNames());
+    switch (scene.needs) {
+    case Needs::Stretches:
+        return fmt::format("a chip whose blits stretch: expected one of {}", StretchingChipNames());
+    case Needs::Video:
+        return fmt::format("a chip with a video port: expected one of {}", VideoChipNames());
+    default:
+        return fmt::format("a chip that draws textures: expected one of {}", TexturingChipNames());
+    }
 }
 
 // UserError if no chip can draw any of the scenes.
@@ -78,10 +82,12 @@ size_t CountPictures(const std::vector<const ChipChoice*>& chips,
 }
 
 // Animations are shown on small screens, so that all frames together make a picture like others.
-Settings FilmSettings(Settings settings) {
+Settings FilmSettings(const Scene& scene, Settings settings) {
     settings.size.width = std::max(settings.size.width / kFilmColumns, 1);
     settings.size.height = std::max(settings.size.height / kFilmRows, 1);
-    settings.flips = true;
+    // Video is converted on its way to the visible screen alone.
+    settings.onScreen = scene.needs == Needs::Video;
+    settings.flips = !settings.onScreen;
     return settings;
 }
 
@@ -112,7 +118,8 @@ void Demo(const DemoArguments& arguments, Console& console) {
             progress.Begin(name);
             Recording recording(pictures > 1 ? arguments.draw.record.With(name)
                                              : arguments.draw.record);
-            Canvas canvas(*chips[column], scenes[row]->flips ? FilmSettings(settings) : settings,
+            const Scene& scene = *scenes[row];
+            Canvas canvas(*chips[column], scene.flips ? FilmSettings(scene, settings) : settings,
                           recording);
             scenes[row]->draw(canvas);
             host::Picture picture = canvas.Finish();
@@ -145,8 +152,9 @@ std::string Footer() {
 Chips: {}
 Chips that draw textures: {}
 Chips whose blits stretch and leave a colour out: {}
-Scenes that need textures or such blits leave the other chips out.
-Each frame of the animation, as the monitor shows it, has a file of its own beside the picture of
+Chips with a video port: {}
+Scenes that need textures, such blits or video leave the other chips out.
+Each frame of the animation and of the video, as the monitor shows it, has a file of its own beside the picture of
 all (tx-animation-00.png).
 
 With --words or --events and more than one picture, each picture has a file of its
@@ -157,7 +165,7 @@ Examples:
   korv demo -o pictures --chip permedia --scene knot --scene blend
   korv demo --chip tx --scene slivers --fifo --events slivers.txt
 )",
-                        ChipNames(), TexturingChipNames(), StretchingChipNames());
+                        ChipNames(), TexturingChipNames(), StretchingChipNames(), VideoChipNames());
     return text;
 }
 

@@ -1,5 +1,6 @@
 #include <memory>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fmt/ostream.h>
 

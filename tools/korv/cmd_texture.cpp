@@ -2,6 +2,7 @@
 #include <bit>
 #include <memory>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fmt/ostream.h>
 

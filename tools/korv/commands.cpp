@@ -3,6 +3,7 @@
 #include <charconv>
 #include <sstream>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fmt/ostream.h>
 

@@ -4,9 +4,11 @@
 #include <ostream>
 #include <string>
 
-#include <CLI/CLI.hpp>
-
 #include "tools/korv/canvas.h"
+
+namespace CLI {
+class App;
+}
 
 namespace korv {
 
@@ -21,6 +23,7 @@ void AddInfo(CLI::App& app, Console& console);
 void AddModel(CLI::App& app, Console& console);
 void AddTexture(CLI::App& app, Console& console);
 void AddReplay(CLI::App& app, Console& console);
+void AddTrace(CLI::App& app, Console& console);
 
 // What every command that draws can be told.
 struct DrawArguments {

@@ -19,4 +19,9 @@ struct UnexpectedError : std::runtime_error {
     explicit UnexpectedError(const std::string& lines) : std::runtime_error(lines) {}
 };
 
+// Ends the tool with this exit code and no further word.
+struct ExitStatus {
+    int code;
+};
+
 } // namespace korv

@@ -5,9 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "board/video_source.h"
 #include "driver/platform/d3dhal.h"
 #include "host/picture.h"
 #include "tools/korv/camera.h"
+
+namespace host {
+class ClientDrawing;
+}
 
 namespace korv {
 
@@ -29,6 +34,12 @@ using ImageHandle = size_t;
 struct BlitEffects {
     bool mirrorLeftRight = false, mirrorUpDown = false;
     std::optional<D3DCOLOR> colourKey = {}; // pixels of this colour are left out
+};
+
+// What the video port does to a picture on its way into memory.
+struct VideoEffects {
+    bool mirrorLeftRight = false, mirrorUpDown = false;
+    bool halved = false; // in width and height
 };
 
 // A colour target with a depth buffer of the same size and the device that draws into them. Calls
@@ -54,6 +65,9 @@ class Painter {
     // `triangles` index into `vertices`.
     virtual void Triangles(std::span<const D3DTLVERTEX> vertices,
                            std::span<const D3DTRIANGLE> triangles) = 0;
+    // Whether any pixel of these triangles would pass the depth test. Draws nothing.
+    virtual bool WouldShow(std::span<const D3DTLVERTEX> vertices,
+                           std::span<const D3DTRIANGLE> triangles) = 0;
 
     // Loads a picture of an even width, which lasts as long as the painter. UserError for what the
     // board cannot hold.
@@ -64,9 +78,23 @@ class Painter {
                       const BlitEffects& effects = {}) = 0;
     // Fills a part of the target.
     virtual void Fill(const RECT& area, D3DCOLOR colour) = 0;
+    // Another client of the board, by the driver's exported services, that draws on the same target
+    // under a hardware context of its own. Null where it can't run, as in modes of 8 bits.
+    virtual host::ClientDrawing* Client() = 0;
     // Shows what was drawn on the monitor, and goes on with an undefined picture. Only where the
     // target can be shown.
     virtual void Flip() = 0;
+
+    // Whether the board and its mode can show video.
+    virtual bool ShowsVideo() const = 0;
+    // Plugs `source` into the board's video port until StopVideo(), or changes what is done to its
+    // pictures of `size` pixels. Only where ShowsVideo().
+    virtual void PlayVideo(board::VideoSource& source, Extent size,
+                           const VideoEffects& effects) = 0;
+    // Draws the next whole field to `to` in the target, stretched to its size.
+    virtual void DrawField(const RECT& to) = 0;
+    // Does nothing without video.
+    virtual void StopVideo() = 0;
 };
 
 } // namespace korv

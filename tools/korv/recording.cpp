@@ -1,5 +1,7 @@
 #include "tools/korv/recording.h"
 
+#include "tools/korv/trace_client.h"
+
 namespace korv {
 
 namespace {
@@ -16,7 +18,7 @@ RecordPaths RecordPaths::With(const std::string& suffix) const {
     return {Suffixed(words, suffix), Suffixed(events, suffix)};
 }
 
-Recording::Recording(const RecordPaths& paths) {
+Recording::Recording(const RecordPaths& paths) : trace_(trace::NewTap()) {
     if (!paths.words.empty())
         words_.emplace(paths.words);
     if (!paths.events.empty())
@@ -38,6 +40,8 @@ void Recording::OnRead(uint32_t offset, uint32_t value) {
 void Recording::OnWrite(uint32_t offset, uint32_t value) {
     if (events_)
         events_->recorder.OnWrite(offset, value);
+    if (trace_)
+        trace_->OnWrite(offset, value);
 }
 
 void Recording::OnFifoWord(uint32_t word) {
@@ -45,6 +49,8 @@ void Recording::OnFifoWord(uint32_t word) {
         words_->recorder.OnFifoWord(word);
     if (events_)
         events_->recorder.OnFifoWord(word);
+    if (trace_)
+        trace_->OnFifoWord(word);
 }
 
 void Recording::OnDmaWord(uint32_t word) {
@@ -52,6 +58,8 @@ void Recording::OnDmaWord(uint32_t word) {
         words_->recorder.OnDmaWord(word);
     if (events_)
         events_->recorder.OnDmaWord(word);
+    if (trace_)
+        trace_->OnDmaWord(word);
 }
 
 } // namespace korv

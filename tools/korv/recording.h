@@ -1,6 +1,8 @@
 #pragma once
-// Recording of what reaches the board: the words of the stream, all events as text, or both.
+// Recording of what reaches the board: the words of the stream, all events as text, or both; and
+// what `korv trace` wants to know.
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -24,7 +26,7 @@ class Recording : public board::BusRecorder {
     // Opens the files. UserError if one cannot be written.
     explicit Recording(const RecordPaths& paths);
 
-    bool Wanted() const { return words_ || events_; }
+    bool Wanted() const { return words_ || events_ || trace_; }
     // Puts the files in place; without it they go away.
     void Commit();
 
@@ -42,6 +44,7 @@ class Recording : public board::BusRecorder {
     };
     std::optional<Sink<board::RawWords>> words_;
     std::optional<Sink<board::EventText>> events_;
+    std::unique_ptr<board::BusRecorder> trace_; // of a tool that traces this program
 };
 
 } // namespace korv

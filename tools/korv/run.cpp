@@ -5,6 +5,7 @@
 #include <sstream>
 #include <string>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fmt/ostream.h>
 
@@ -23,6 +24,7 @@ constexpr const char* kExamples = R"(Examples:
   korv render scenes/torus-knot.obj --chip tx -o knot.png
   korv info --chip permedia2                   what the driver says the chip can do
   korv replay scenes/two-displays.json         plays a HAL script and checks its expectations
+  korv trace --step -- demo --chip tx          shows the words of each DMA batch before the next
   korv COMMAND --help                          all options of a command
 )";
 
@@ -49,6 +51,7 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
     AddModel(app, console);
     AddTexture(app, console);
     AddReplay(app, console);
+    AddTrace(app, console);
     try {
         app.parse(argc, argv);
         return kExitOk;
@@ -59,6 +62,8 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
         const auto chosen = app.get_subcommands();
         return Complain(err, fmt::format("{} (try 'korv {}--help')", FirstLine(error.what()),
                                          chosen.empty() ? "" : chosen.front()->get_name() + " "));
+    } catch (const ExitStatus& status) {
+        return status.code;
     } catch (const UnexpectedError& error) {
         std::istringstream lines(error.what());
         for (std::string line; std::getline(lines, line);)

@@ -28,12 +28,16 @@ constexpr Scene kScenes[] = {
     {"tunnel", "tunnel with mip maps above and without below", DrawTunnel, Needs::Textures},
     {"landscape", "25,088 triangles in strips, textured where the chip can", DrawLandscape},
     {"wireframe", "a ball as edges and as corners", DrawWireframe},
+    {"visibility", "balls behind towers: those that the chip says are hidden stay undrawn",
+     DrawVisibility},
     {"stretch", "a picture copied, stretched and mirrored by blits", DrawStretches,
      Needs::Stretches},
     {"keyed-blits", "faces blitted over the knot, all but their key", DrawKeyedBlits,
      Needs::Stretches},
+    {"client", "Direct3D's knot, and a ring by another client of the chip", DrawTwoClients},
     {"animation", "twelve pictures of a turning knot, shown by flips", DrawAnimation,
      Needs::Nothing, true},
+    {"video", "twelve fields of a test card through the video port", DrawVideo, Needs::Video, true},
 };
 
 } // namespace
@@ -44,6 +48,8 @@ bool CanDraw(const ChipChoice& chip, const Scene& scene) {
         return chip.drawsTextures;
     case Needs::Stretches:
         return chip.stretches;
+    case Needs::Video:
+        return HasVideoPort(chip);
     default:
         return true;
     }

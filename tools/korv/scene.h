@@ -9,7 +9,7 @@
 
 namespace korv {
 
-enum class Needs { Nothing, Textures, Stretches };
+enum class Needs { Nothing, Textures, Stretches, Video };
 
 struct Scene {
     std::string_view name;
@@ -48,11 +48,14 @@ void DrawTextureFog(Painter& painter);
 void DrawTunnel(Painter& painter);
 void DrawLandscape(Painter& painter);
 void DrawWireframe(Painter& painter);
+void DrawVisibility(Painter& painter);
 void DrawStretches(Painter& painter);
 void DrawKeyedBlits(Painter& painter);
 void DrawAnimation(Painter& painter);
+void DrawVideo(Painter& painter);
+void DrawTwoClients(Painter& painter);
 
-// The pictures of the animation, counted from 0.
+// The pictures of the animation, and those of the video, counted from 0.
 constexpr int kAnimationFrames = 12;
 void DrawAnimationFrame(Painter& painter, int frame);
 

@@ -21,8 +21,8 @@ namespace {
 const StepKind* FindStep(std::string_view name) {
     for (const std::span<const StepKind> kinds :
          {BringUpSteps(), SurfaceSteps(), ContentSteps(), BlitSteps(), ContextSteps(), StateSteps(),
-          PrimitiveSteps(), ModeSteps(), FlipSteps(), CheckSteps(), OutputSteps(), CallSteps(),
-          ExportSteps()})
+          PrimitiveSteps(), ModeSteps(), FlipSteps(), VideoSteps(), CheckSteps(), OutputSteps(),
+          CallSteps(), ExportSteps()})
         for (const StepKind& kind : kinds)
             if (kind.name == name)
                 return &kind;
@@ -204,7 +204,7 @@ HalScript::HalScript(const std::filesystem::path& path) : file_(path) {
     const Node version = fields["version"];
     if (version.Number(0, ~0u >> 1) != kScriptVersion)
         version.Fail(fmt::format("unknown version {}: this is a player of version {}",
-                                 version.Json().dump(), kScriptVersion));
+                                 version.Number(0, ~0u >> 1), kScriptVersion));
     if (const auto title = fields.Find("title"))
         title->Text();
     if (const auto note = fields.Find("note"))

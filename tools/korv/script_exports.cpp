@@ -1,5 +1,6 @@
-// Calls of the exported functions.
+// Calls of the exported functions, and what their caller writes by hand.
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <utility>
 
@@ -114,7 +115,27 @@ StepPlan ReadExport(Fields& fields, Names& names) {
             Only({{"result", FieldKind::Signed}, {"address", FieldKind::Address}})};
 }
 
-constexpr StepKind kSteps[] = {{"export", ReadExport}};
+// Words that a client of the exports puts into memory by hand: a batch for the chip, or pixels.
+StepPlan ReadPoke(Fields& fields, Names& names) {
+    const Node at = fields["at"];
+    const Bits address = ReadAddress(at, names);
+    std::vector<Bits> words;
+    for (const Node& word : fields["words"].List())
+        words.push_back(ReadWordOrAddress(word, names));
+    return {[=](Player& player, Outcome&) {
+                const uint32_t place = address(player);
+                if (!player.Holds(place, words.size() * 4))
+                    at.Fail(fmt::format("no memory that has a name here holds {} words from {} on",
+                                        words.size(), player.DescribeAddress(place)));
+                for (size_t i = 0; i < words.size(); ++i) {
+                    const uint32_t word = words[i](player);
+                    std::memcpy(reinterpret_cast<uint8_t*>(place) + 4 * i, &word, 4);
+                }
+            },
+            Only({})};
+}
+
+constexpr StepKind kSteps[] = {{"export", ReadExport}, {"poke", ReadPoke}};
 
 } // namespace
 

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "tools/korv/errors.h"
 #include "tools/korv/script_constants.h"
@@ -70,7 +71,7 @@ ScriptFile::ScriptFile(const std::filesystem::path& path) : path_(path) {
         throw UserError(
             fmt::format("{}:{}: nested too deeply", path.string(), LineAt(text, *place)));
     try {
-        root_ = nlohmann::json::parse(text);
+        root_ = std::make_unique<nlohmann::json>(nlohmann::json::parse(text));
     } catch (const nlohmann::json::parse_error& error) {
         // The library's own text starts with a code and a place of its own.
         const std::string what = error.what();
@@ -92,6 +93,8 @@ ScriptFile::ScriptFile(const std::filesystem::path& path) : path_(path) {
             fmt::format("{}{}: given twice", Place(lines_->Duplicate()), lines_->Duplicate()));
 }
 
+ScriptFile::~ScriptFile() = default;
+
 std::string ScriptFile::Place(const std::string& pointer) const {
     return fmt::format("{}:{}: ", path_.string(), lines_->Of(pointer));
 }
@@ -99,6 +102,30 @@ std::string ScriptFile::Place(const std::string& pointer) const {
 void Node::Fail(const std::string& what) const {
     throw UserError(
         fmt::format("{}{}: {}", file_->Place(pointer_), pointer_.empty() ? "/" : pointer_, what));
+}
+
+bool Node::IsNull() const {
+    return value_->is_null();
+}
+
+bool Node::IsText() const {
+    return value_->is_string();
+}
+
+bool Node::IsFlag() const {
+    return value_->is_boolean();
+}
+
+bool Node::IsObject() const {
+    return value_->is_object();
+}
+
+bool Node::IsArray() const {
+    return value_->is_array();
+}
+
+bool Node::Contains(const std::string& name) const {
+    return value_->contains(name);
 }
 
 uint32_t Node::Word() const {

@@ -2,12 +2,14 @@
 // Reading a script's JSON by type: whatever is wrong is a UserError with file, line and path.
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include "tools/korv/script_lines.h"
 
@@ -18,15 +20,16 @@ class ScriptFile {
   public:
     // UserError for a file that cannot be read or is no JSON.
     explicit ScriptFile(const std::filesystem::path& path);
+    ~ScriptFile();
 
     const std::filesystem::path& Path() const { return path_; }
-    const nlohmann::json& Root() const { return root_; }
+    const nlohmann::json& Root() const { return *root_; }
     // "FILE:LINE: " of an element.
     std::string Place(const std::string& pointer) const;
 
   private:
     std::filesystem::path path_;
-    nlohmann::json root_;
+    std::unique_ptr<const nlohmann::json> root_;
     std::optional<ScriptLines> lines_;
 };
 
@@ -43,10 +46,13 @@ class Node {
     const nlohmann::json& Json() const { return *value_; }
     const std::string& Pointer() const { return pointer_; }
     const ScriptFile& File() const { return *file_; }
-    bool IsNull() const { return value_->is_null(); }
-    bool IsText() const { return value_->is_string(); }
-    bool IsObject() const { return value_->is_object(); }
-    bool IsArray() const { return value_->is_array(); }
+    bool IsNull() const;
+    bool IsText() const;
+    bool IsFlag() const;
+    bool IsObject() const;
+    bool IsArray() const;
+    // True for an object that has this field; not a way of asking for it.
+    bool Contains(const std::string& name) const;
 
     // A 32-bit number: a JSON integer (negative ones in two's complement), "0x1F", or published
     // names joined by "|".

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "board/video_source.h"
 #include "host/d3d/direct3d.h"
 #include "host/ddraw/ddraw.h"
 #include "tools/korv/recording.h"
@@ -49,6 +50,7 @@ class StepTap : public board::BusRecorder {
 struct PlayedDisplay {
     std::string name;
     std::unique_ptr<StepTap> tap;
+    std::unique_ptr<board::VideoSource> videoSource; // plugged in last
     std::unique_ptr<host::Display> display;
     std::unique_ptr<host::DirectDraw> directDraw; // once started
 };

@@ -4,6 +4,7 @@
 
 #include "driver/services/OpenGL.h"
 #include "driver/services/services.h"
+#include "driver/video/video.h"
 #include "tools/korv/script_records.h"
 
 namespace korv {
@@ -131,6 +132,38 @@ const RecordType& RecordOf<DDVIDEOPORTCONNECT>();
 template <>
 const RecordType& RecordOf<DDVIDEOPORTDESC>();
 template <>
+const RecordType& RecordOf<DDVIDEOPORTINFO>();
+template <>
+const RecordType& RecordOf<DDRAWI_DDVIDEOPORT_LCL>();
+template <>
+const RecordType& RecordOf<DDHAL_CANCREATEVPORTDATA>();
+template <>
+const RecordType& RecordOf<DDHAL_CREATEVPORTDATA>();
+template <>
+const RecordType& RecordOf<DDHAL_DESTROYVPORTDATA>();
+template <>
+const RecordType& RecordOf<DDHAL_FLIPVPORTDATA>();
+template <>
+const RecordType& RecordOf<DDHAL_GETVPORTBANDWIDTHDATA>();
+template <>
+const RecordType& RecordOf<DDHAL_GETVPORTINPUTFORMATDATA>();
+template <>
+const RecordType& RecordOf<DDHAL_GETVPORTOUTPUTFORMATDATA>();
+template <>
+const RecordType& RecordOf<DDHAL_GETVPORTFIELDDATA>();
+template <>
+const RecordType& RecordOf<DDHAL_GETVPORTLINEDATA>();
+template <>
+const RecordType& RecordOf<DDHAL_GETVPORTCONNECTDATA>();
+template <>
+const RecordType& RecordOf<DDHAL_GETVPORTFLIPSTATUSDATA>();
+template <>
+const RecordType& RecordOf<DDHAL_UPDATEVPORTDATA>();
+template <>
+const RecordType& RecordOf<DDHAL_WAITFORVPORTSYNCDATA>();
+template <>
+const RecordType& RecordOf<DDHAL_GETVPORTSIGNALDATA>();
+template <>
 const RecordType& RecordOf<SubBuffer>();
 template <>
 const RecordType& RecordOf<CommandStream>();
@@ -186,6 +219,8 @@ constexpr FieldKind KindOf(std::string_view name) {
         return FieldKind::SurfaceInterface;
     else if constexpr (std::is_same_v<T, DDRAWI_DDRAWSURFACE_LCL**>)
         return FieldKind::SurfaceList;
+    else if constexpr (std::is_same_v<T, DDRAWI_DDRAWSURFACE_INT**>)
+        return FieldKind::InterfaceList;
     else if constexpr (std::is_same_v<T, DDSURFACEDESC*>)
         return FieldKind::Description;
     else if constexpr (std::is_same_v<T, void*> || std::is_same_v<T, uint32_t*> ||

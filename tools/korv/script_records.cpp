@@ -31,6 +31,12 @@ constexpr const RecordType& (*kRecords[])() = {
     RecordOf<DebugHelpRequest>,
     RecordOf<DCISURFACEINFO>,
     RecordOf<RECT>,
+    // For the video port.
+    RecordOf<DDVIDEOPORTDESC>,
+    RecordOf<DDVIDEOPORTCONNECT>,
+    RecordOf<DDVIDEOPORTINFO>,
+    RecordOf<DDRAWI_DDVIDEOPORT_LCL>,
+    RecordOf<DDPIXELFORMAT>,
 };
 
 // A table that the driver hands out on request; empty if it doesn't.
@@ -48,6 +54,13 @@ Table Extension(DriverData* driver, const GUID& guid) {
     return table;
 }
 
+// An entry of the video port set, which no table of the driver holds.
+template <auto member>
+void* VideoEntry(DriverData*) {
+    const VideoPortEntries* const entries = host::TheDriverModule().videoPort;
+    return entries != nullptr ? reinterpret_cast<void*>(entries->*member) : nullptr;
+}
+
 #define ENTRY(table, member, record)                                                               \
     {                                                                                              \
 #member, RecordOf < record>,                                                               \
@@ -62,6 +75,9 @@ Table Extension(DriverData* driver, const GUID& guid) {
         }       \
     }
 
+#define ENTRY_VIDEO(member, record)                                                                \
+    { #member, RecordOf < record>, VideoEntry < &VideoPortEntries::member> }
+
 constexpr CallbackType kCallbacks[] = {
     ENTRY(DDCallbacks, CreateSurface, DDHAL_CREATESURFACEDATA),
     ENTRY(DDCallbacks, CanCreateSurface, DDHAL_CANCREATESURFACEDATA),
@@ -75,7 +91,6 @@ constexpr CallbackType kCallbacks[] = {
     ENTRY(SurfaceCallbacks, SetColorKey, DDHAL_SETCOLORKEYDATA),
     ENTRY(SurfaceCallbacks, GetBltStatus, DDHAL_GETBLTSTATUSDATA),
     ENTRY(SurfaceCallbacks, GetFlipStatus, DDHAL_GETFLIPSTATUSDATA),
-    ENTRY(SurfaceCallbacks, UpdateOverlay, DDHAL_UPDATEOVERLAYDATA),
     ENTRY_3D(ContextCreate, D3DHAL_CONTEXTCREATEDATA),
     ENTRY_3D(ContextDestroy, D3DHAL_CONTEXTDESTROYDATA),
     ENTRY_3D(ContextDestroyAll, D3DHAL_CONTEXTDESTROYALLDATA),
@@ -86,6 +101,21 @@ constexpr CallbackType kCallbacks[] = {
     ENTRY_3D(TextureDestroy, D3DHAL_TEXTUREDESTROYDATA),
     ENTRY_3D(TextureSwap, D3DHAL_TEXTURESWAPDATA),
     ENTRY_3D(TextureGetSurf, D3DHAL_TEXTUREGETSURFDATA),
+    ENTRY_VIDEO(CanCreateVideoPort, DDHAL_CANCREATEVPORTDATA),
+    ENTRY_VIDEO(CreateVideoPort, DDHAL_CREATEVPORTDATA),
+    ENTRY_VIDEO(DestroyVideoPort, DDHAL_DESTROYVPORTDATA),
+    ENTRY_VIDEO(FlipVideoPort, DDHAL_FLIPVPORTDATA),
+    ENTRY_VIDEO(GetVideoPortBandwidth, DDHAL_GETVPORTBANDWIDTHDATA),
+    ENTRY_VIDEO(GetVideoPortInputFormats, DDHAL_GETVPORTINPUTFORMATDATA),
+    ENTRY_VIDEO(GetVideoPortOutputFormats, DDHAL_GETVPORTOUTPUTFORMATDATA),
+    ENTRY_VIDEO(GetVideoPortField, DDHAL_GETVPORTFIELDDATA),
+    ENTRY_VIDEO(GetVideoPortLine, DDHAL_GETVPORTLINEDATA),
+    ENTRY_VIDEO(GetVideoPortConnectInfo, DDHAL_GETVPORTCONNECTDATA),
+    ENTRY_VIDEO(GetVideoPortFlipStatus, DDHAL_GETVPORTFLIPSTATUSDATA),
+    ENTRY_VIDEO(UpdateVideoPort, DDHAL_UPDATEVPORTDATA),
+    ENTRY_VIDEO(WaitForVideoPortSync, DDHAL_WAITFORVPORTSYNCDATA),
+    ENTRY_VIDEO(GetVideoSignalStatus, DDHAL_GETVPORTSIGNALDATA),
+    ENTRY_VIDEO(UpdateOverlay, DDHAL_UPDATEOVERLAYDATA),
     {"GetHeapAlignment", RecordOf<DDHAL_GETHEAPALIGNMENTDATA>,
      [](DriverData* driver) {
          return reinterpret_cast<void*>(
@@ -118,6 +148,7 @@ constexpr CallbackType kCallbacks[] = {
 
 #undef ENTRY
 #undef ENTRY_3D
+#undef ENTRY_VIDEO
 
 // Takes "name" or "name[index]" off the front of a path.
 struct Step {

@@ -30,6 +30,7 @@ enum class FieldKind {
     SurfaceLocal,     // a surface
     SurfaceInterface, // a surface
     SurfaceList,      // list of surfaces
+    InterfaceList,    // list of surfaces
     Description,      // a DDSURFACEDESC
     // Numbers that the driver gives out, given as names or as numbers.
     Context,

@@ -13,7 +13,8 @@ namespace {
 D3DRENDERSTATETYPE ReadType(const Node& node) {
     if (!node.IsText())
         return node.Number(0, 0xFFFF);
-    std::string_view name = node.Json().get_ref<const std::string&>();
+    const std::string text = node.Text();
+    std::string_view name = text;
     constexpr std::string_view kOverride = "OVERRIDE ";
     const bool override = name.starts_with(kOverride);
     if (override)
@@ -25,7 +26,7 @@ D3DRENDERSTATETYPE ReadType(const Node& node) {
 }
 
 Bits ReadValue(const Node& node, const Names& names) {
-    if (node.Json().is_boolean())
+    if (node.IsFlag())
         return [value = node.Flag()](Player&) { return uint32_t{value}; };
     if (!node.IsObject())
         return [word = node.Word()](Player&) { return word; };

@@ -59,16 +59,15 @@ Bits ReadSurface(const Node& node, const Names& names, bool interface) {
     };
 }
 
-Bits ReadSurfaceList(const Node& node, const Names& names) {
-    std::vector<std::string> list;
+Bits ReadSurfaceList(const Node& node, const Names& names, bool interfaces) {
+    std::vector<Bits> list;
     for (const Node& one : node.List())
-        list.push_back(names.Refer(NameKind::Surface, one));
+        list.push_back(ReadSurface(one, names, interfaces));
     return [list](Player& player) {
-        auto* locals = static_cast<DDRAWI_DDRAWSURFACE_LCL**>(
-            player.Scratch(list.size() * sizeof(DDRAWI_DDRAWSURFACE_LCL*)));
+        auto* surfaces = static_cast<uint32_t*>(player.Scratch(list.size() * sizeof(uint32_t)));
         for (size_t i = 0; i < list.size(); ++i)
-            locals[i] = player.Surface(list[i]).Local();
-        return AddressOf(locals);
+            surfaces[i] = list[i](player);
+        return AddressOf(surfaces);
     };
 }
 
@@ -211,7 +210,7 @@ Bits ReadAddress(const Node& node, const Names& names) {
 }
 
 Bits ReadWordOrAddress(const Node& node, const Names& names) {
-    if (node.IsNull() || (node.IsObject() && !node.Json().contains("value")) ||
+    if (node.IsNull() || (node.IsObject() && !node.Contains("value")) ||
         (node.IsText() && (names.Of(NameKind::Memory).contains(node.Text()) ||
                            names.Of(NameKind::Surface).contains(node.Text()))))
         return ReadAddress(node, names);
@@ -250,7 +249,9 @@ Bits ReadBits(const Node& node, FieldKind kind, const Names& names) {
     case FieldKind::SurfaceInterface:
         return ReadSurface(node, names, true);
     case FieldKind::SurfaceList:
-        return ReadSurfaceList(node, names);
+        return ReadSurfaceList(node, names, false);
+    case FieldKind::InterfaceList:
+        return ReadSurfaceList(node, names, true);
     case FieldKind::Description:
         return ReadDescription(node, names);
     case FieldKind::Context:
@@ -293,6 +294,7 @@ std::string ShowBits(Player& player, FieldKind kind, uint32_t bits) {
         return host::ResultName(bits);
     case FieldKind::Address:
     case FieldKind::SurfaceList:
+    case FieldKind::InterfaceList:
     case FieldKind::Description:
         return player.DescribeAddress(bits);
     case FieldKind::Global:

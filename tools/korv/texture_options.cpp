@@ -4,6 +4,7 @@
 #include <charconv>
 #include <span>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "tools/korv/errors.h"

@@ -2,10 +2,12 @@
 // What `korv render` can be told about textures.
 #include <string>
 
-#include <CLI/CLI.hpp>
-
 #include "tools/korv/painter.h"
 #include "tools/korv/texture_state.h"
+
+namespace CLI {
+class App;
+}
 
 namespace korv {
 

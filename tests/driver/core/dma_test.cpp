@@ -28,9 +28,8 @@ D3DContext* ContextOfId5(Rig& rig, bool dma, uint32_t subBuffers = 2) {
 
 // Fills the stream with `count` single words, unchecked by any reservation.
 void Fill(CommandStream& stream, uint32_t count) {
-    stream.Guard.Exempt(true);
+    stream.Guard.Allow(stream.WritePointer + count);
     StoreWritePointer(stream, stream.WritePointer + count);
-    stream.Guard.Exempt(false);
 }
 
 TEST(DriverStream, IsFifoModeOverTheWindow) {

@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 namespace {
 
 using test::Rig;
@@ -51,33 +54,64 @@ class DMATrace : public testing::Test {
     uint32_t words[3] = {0x7, 0x40, 0x17};
 };
 
+using Names = std::vector<std::string>;
+
 TEST_F(DMATrace, OpensAllThreeObjects) {
     OfferAll(0);
     EXPECT_EQ(InitTrace(), 1u);
     EXPECT_EQ(host::OpenSyncHandles(), 3u);
     EXPECT_EQ(host::MappedViews(), 1u);
+    EXPECT_EQ(host::SemaphoreCount("GTraceSemC"), 0);
+}
+
+TEST_F(DMATrace, EndsByClosingMappingThenReportThenLeave) {
+    OfferAll(0);
+    InitTrace();
+    size_t openAtTheRelease = 0;
+    host::SetSemaphoreHooks({.release = [&](const std::string& name) {
+        EXPECT_EQ(name, "GTraceSemC");
+        openAtTheRelease = host::OpenSyncHandles() + host::MappedViews();
+    }});
     TermTrace();
+    EXPECT_EQ(openAtTheRelease, 4u);
+    EXPECT_EQ(host::ClosedSyncHandles(), (Names{"GTraceShm", "GTraceSemC", "GTraceSemP"}));
     EXPECT_EQ(host::OpenSyncHandles(), 0u);
     EXPECT_EQ(host::MappedViews(), 0u);
 }
 
-TEST_F(DMATrace, LeavesNothingOpenWhenAnObjectIsMissing) {
+TEST_F(DMATrace, WithoutTheLeaveNothingIsOpened) {
     EXPECT_EQ(InitTrace(), 0u);
+    EXPECT_EQ(host::ClosedSyncHandles(), Names{});
+}
+
+TEST_F(DMATrace, WithoutTheReportTheLeaveIsClosed) {
     host::CreateNamedSemaphore("GTraceSemP", 0);
     EXPECT_EQ(InitTrace(), 0u);
+    EXPECT_EQ(host::ClosedSyncHandles(), Names{"GTraceSemP"});
     EXPECT_EQ(host::OpenSyncHandles(), 0u);
+}
+
+TEST_F(DMATrace, WithoutTheRecordBothSemaphoresAreClosedTheReportFirst) {
+    host::CreateNamedSemaphore("GTraceSemP", 0);
     host::CreateNamedSemaphore("GTraceSemC", 0);
     EXPECT_EQ(InitTrace(), 0u);
+    EXPECT_EQ(host::ClosedSyncHandles(), (Names{"GTraceSemC", "GTraceSemP"}));
     EXPECT_EQ(host::OpenSyncHandles(), 0u);
     EXPECT_EQ(host::SemaphoreCount("GTraceSemC"), 0);
 }
 
-TEST_F(DMATrace, LeavesNothingOpenWhenTheRecordIsTooSmallToMap) {
+TEST_F(DMATrace, ARecordOfLessThan16BytesClosesMappingThenReportThenLeave) {
     host::CreateNamedSemaphore("GTraceSemP", 0);
     host::CreateNamedSemaphore("GTraceSemC", 0);
-    host::CreateNamedMapping("GTraceShm", 8);
+    host::CreateNamedMapping("GTraceShm", 15);
     EXPECT_EQ(InitTrace(), 0u);
+    EXPECT_EQ(host::ClosedSyncHandles(), (Names{"GTraceShm", "GTraceSemC", "GTraceSemP"}));
     EXPECT_EQ(host::OpenSyncHandles(), 0u);
+    // All is forgotten: what comes next is a trace of its own.
+    TermTrace();
+    EXPECT_EQ(host::SemaphoreCount("GTraceSemC"), 0);
+    host::CreateNamedMapping("GTraceShm", 16);
+    EXPECT_EQ(InitTrace(), 1u);
 }
 
 TEST_F(DMATrace, EndsByWakingAToolThatWaits) {
@@ -87,14 +121,31 @@ TEST_F(DMATrace, EndsByWakingAToolThatWaits) {
     EXPECT_EQ(host::SemaphoreCount("GTraceSemC"), 1);
 }
 
-TEST_F(DMATrace, EndsOnlyOnce) {
+TEST_F(DMATrace, TermTraceWithNoOpenTraceDoesNothing) {
     OfferAll(0);
     TermTrace();
     EXPECT_EQ(host::SemaphoreCount("GTraceSemC"), 0);
+    EXPECT_EQ(host::ClosedSyncHandles(), Names{});
+}
+
+TEST_F(DMATrace, EndsOnlyOnce) {
+    OfferAll(0);
     InitTrace();
     TermTrace();
     TermTrace();
     EXPECT_EQ(host::SemaphoreCount("GTraceSemC"), 1);
+    EXPECT_EQ(host::ClosedSyncHandles().size(), 3u);
+}
+
+TEST_F(DMATrace, CanBeOpenedAgain) {
+    DMATraceRecord* shared = OfferAll(1);
+    InitTrace();
+    TermTrace();
+    ASSERT_EQ(InitTrace(), 1u);
+    shared->Active = 1;
+    EXPECT_EQ(Start(), 0);
+    EXPECT_EQ(host::SemaphoreCount("GTraceSemP"), 0);
+    EXPECT_EQ(host::SemaphoreCount("GTraceSemC"), 2); // the end and the report
 }
 
 TEST_F(DMATrace, ABatchGoesByTheToolsLeaveAndIsReported) {
@@ -116,11 +167,11 @@ TEST_F(DMATrace, TheBatchIsSentOnlyWithTheToolsLeaveAndDoneBeforeTheReport) {
     shared->Active = 1;
     ASSERT_EQ(InitTrace(), 1u);
     size_t sentAtLeave = 99;
-    host::SetSemaphoreIdle([&](const std::string& name) {
+    host::SetSemaphoreHooks({.idle = [&](const std::string& name) {
         EXPECT_EQ(name, "GTraceSemP");
         sentAtLeave = rig.bus->transfers.size();
         host::SignalSemaphore(name);
-    });
+    }});
     int32_t reportsWhileRunning = -1;
     uint32_t left = 4;
     rig.bus->readDMACount = [&] {
@@ -134,7 +185,7 @@ TEST_F(DMATrace, TheBatchIsSentOnlyWithTheToolsLeaveAndDoneBeforeTheReport) {
     EXPECT_EQ(host::SemaphoreCount("GTraceSemC"), 1);
 }
 
-TEST_F(DMATrace, WhenTheToolLeavesDuringABatchNothingIsReported) {
+TEST_F(DMATrace, ActiveClearedBetweenLeaveAndReportMakesNoReportAndReleasesNothing) {
     DMATraceRecord* shared = OfferAll(1);
     shared->Active = 1;
     ASSERT_EQ(InitTrace(), 1u);
@@ -142,23 +193,56 @@ TEST_F(DMATrace, WhenTheToolLeavesDuringABatchNothingIsReported) {
         shared->Active = 0;
         return 0u;
     };
+    host::SetSemaphoreHooks({.release = [](const std::string& name) { ADD_FAILURE() << name; }});
     EXPECT_EQ(Start(), 0);
+    EXPECT_EQ(host::SemaphoreCount("GTraceSemP"), 0); // the leave was taken
     EXPECT_EQ(host::SemaphoreCount("GTraceSemC"), 0);
     EXPECT_EQ(shared->TraceFirst, 0u);
+    EXPECT_EQ(shared->TraceLast, 0u);
+    host::SetSemaphoreHooks({});
 }
 
-TEST_F(DMATrace, WithNoToolListeningItStillWaitsForTheChip) {
+TEST_F(DMATrace, ActiveSetDuringABatchMakesAReport) {
+    DMATraceRecord* shared = OfferAll(0);
+    ASSERT_EQ(InitTrace(), 1u);
+    rig.bus->readDMACount = [&] {
+        shared->Active = 1;
+        return 0u;
+    };
+    EXPECT_EQ(Start(), 0);
+    EXPECT_EQ(host::SemaphoreCount("GTraceSemC"), 1);
+    EXPECT_EQ(shared->TraceFirst, 1000u);
+}
+
+TEST_F(DMATrace, WithActive0ItStillWaitsForTheChipAfterEveryBatch) {
     OfferAll(0);
     ASSERT_EQ(InitTrace(), 1u);
-    uint32_t left = 3;
-    rig.bus->readDMACount = [&] { return left == 0 ? 0 : --left; };
-    EXPECT_EQ(Start(), 0);
-    EXPECT_EQ(left, 0u);
+    for (int batch = 0; batch < 2; ++batch) {
+        uint32_t left = 3;
+        bool begun = false; // before it the register tells of the batch before
+        rig.bus->readDMACount = [&] {
+            begun = rig.bus->transfers.size() > static_cast<size_t>(batch);
+            return !begun || left == 0 ? 0 : --left;
+        };
+        EXPECT_EQ(Start(), 0);
+        EXPECT_EQ(left, 0u);
+        EXPECT_NE(rig.chip->DMAState & DMAIdle, 0u);
+    }
     EXPECT_EQ(host::SemaphoreCount("GTraceSemC"), 0);
 }
 
 TEST_F(DMATrace, GivesTheResultOfTheStart) {
+    EXPECT_EQ(Start(), 0);
     EXPECT_EQ(StartDMA_Trace(rig.driver, 5, 0, 0, words, 0), -1);
+}
+
+TEST_F(DMATrace, ABatchOfNoWordsIsReportedToo) {
+    DMATraceRecord* shared = OfferAll(1);
+    shared->Active = 1;
+    ASSERT_EQ(InitTrace(), 1u);
+    EXPECT_EQ(StartDMA_Trace(rig.driver, 5, 0, 0, words, 0), -1);
+    EXPECT_EQ(host::SemaphoreCount("GTraceSemP"), 0);
+    EXPECT_EQ(host::SemaphoreCount("GTraceSemC"), 1);
 }
 
 TEST(DebugStubs, TouchNothing) {

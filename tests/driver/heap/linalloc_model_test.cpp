@@ -173,11 +173,15 @@ TEST_P(HeapRun, AgreesWithAMapOfIntervals) {
             }
             ASSERT_EQ(FreeVideoMemory(rig.driver, address), model.Free(address));
         }
-        ASSERT_NO_FATAL_FAILURE(ExpectSame(rig, model)) << "step " << step;
-        ASSERT_NO_FATAL_FAILURE(rig.CheckSets()) << "step " << step;
+        // Whatever has gone apart stays apart: the whole is compared now and then.
+        if (step % 16 == 0) {
+            ASSERT_NO_FATAL_FAILURE(ExpectSame(rig, model)) << "step " << step;
+            ASSERT_NO_FATAL_FAILURE(rig.CheckSets()) << "step " << step;
+        }
         mostGroups = std::max(mostGroups, rig.Groups().size());
     }
     EXPECT_GE(mostGroups, 3u);
+    ASSERT_NO_FATAL_FAILURE(ExpectSame(rig, model));
 
     FreeAllVideoMemory(rig.driver);
     ASSERT_NO_FATAL_FAILURE(rig.CheckSets());

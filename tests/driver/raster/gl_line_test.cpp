@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -100,6 +101,32 @@ TEST(GlintLine, WithLastPixelOneOfNoLengthStartsAPixelHigherAndRunsDown) {
     EXPECT_EQ(words, (Words{0x014, 0, 0x0FD, 0, 0x00F38000, 0xA4000, 0, 0x40000, 0x10000, 1,
                             0x10000, 0x014, 0x20})); // and no further pixel
     EXPECT_EQ(vertices[0].sy, 5.0f);
+}
+
+TEST(GlintLine, EndsInOneColumnAreDroppedUnlessLastPixelLoweredTheStartWhichTurnsTheLineAlongY) {
+    RasterRig rig;
+    const D3DTLVERTEX a = Vertex(9.75f, 5.25f), b = Vertex(10.25f, 5.25f);
+    EXPECT_EQ(WalkOf(rig, a, b), Words{});
+    rig.ctx.RenderFlags = RF_LASTPIXEL;
+    // From (9.75, 4.25): half a column for one row.
+    EXPECT_EQ(WalkOf(rig, a, b),
+              (Words{0x00F38000, 0x9C000, 0x8000, 0x44000, 0x10000, 1, 0x10000}));
+    // Of one column but of two rows: 5.5 rounds to 6. Nothing is lowered, and x stays the longer
+    // axis.
+    EXPECT_EQ(WalkOf(rig, a, Vertex(10.25f, 5.5f)), Words{});
+}
+
+TEST(GlintLine, ADroppedOneHasAskedForItsRoomAllTheSame) {
+    RasterRig rig;
+    CommandStream& stream = rig.ctx.Stream;
+    stream.SubBufferFlushWords = 600;
+    stream.SubBufferWords = 600;
+    // The bracket's pair leaves one word less than 512 bytes.
+    stream.WritePointer = stream.Current().Linear + 600 - 2 - 127;
+    std::vector<D3DTLVERTEX> vertices = {Vertex(10, 5), Vertex(10, 5)};
+    EXPECT_EQ(DrawLines(rig, vertices, {0, 1}), (Words{0x014, 0x20}));
+    stream.WritePointer = stream.Current().Linear + 600 - 2 - 128;
+    EXPECT_EQ(DrawLines(rig, vertices, {0, 1}).size(), 600 - 128 + 2u);
 }
 
 TEST(GlintLine, WithLastPixelALongerOneIsContinuedByOne) {
@@ -206,6 +233,30 @@ struct RandomRun {
 };
 
 class GlintLineCarriers : public testing::TestWithParam<bool> {};
+
+bool SameVertices(const std::vector<D3DTLVERTEX>& left, const std::vector<D3DTLVERTEX>& right) {
+    return left.size() == right.size() &&
+           std::memcmp(left.data(), right.data(), left.size() * sizeof(D3DTLVERTEX)) == 0;
+}
+
+TEST_P(GlintLineCarriers, NoMemberWritesToTheVertexArray) {
+    std::mt19937 random(76);
+    for (int round = 0; round < 100; ++round) {
+        RandomRun run(random, GetParam());
+        const std::vector<D3DTLVERTEX> before = run.batch.vertices;
+        std::vector<uint16_t> indices;
+        for (const uint32_t index : run.batch.indices) {
+            indices.push_back(static_cast<uint16_t>(index));
+        }
+        indices.resize(indices.size() / 2 * 2);
+        DrawLines(run.rig, run.batch.vertices, indices);
+        for (const Renderer member :
+             {Glint_TriWire_XYZ_STQ_RGBF, Glint_TriPoint_XYZ_STQ_RGBF, RenderRGBPoint}) {
+            run.Draw(member);
+        }
+        ASSERT_TRUE(SameVertices(run.batch.vertices, before)) << round;
+    }
+}
 
 TEST_P(GlintLineCarriers, RandomLinesAreAsTheReferenceSays) {
     std::mt19937 random(77);

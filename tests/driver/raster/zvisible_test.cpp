@@ -155,7 +155,120 @@ TEST_P(ZPick, WithoutTrianglesDeltaSaysVisibleAndGlintAsksTheChip) {
     EXPECT_EQ(All(), kBegin + kAsk + Words({0x157, 1}));
 }
 
+TEST_P(ZPick, GlintDropsAFlatTriangleAndLeavesItsVerticesOnWholeRows) {
+    Answer(0);
+    std::vector<D3DTLVERTEX> vertices = {Vertex(1, 10.4f), Vertex(5, 10.2f), Vertex(9, 9.6f)};
+    D3DTRIANGLE record{0, 1, 2, 0};
+    D3DINSTRUCTION ins{D3DOP_TRIANGLE, sizeof record, 1};
+    EXPECT_EQ(Glint_Tri_Z_Visible(&rig.ctx, &ins, vertices.data(), &record), 0u);
+    EXPECT_EQ(All(), kBegin + kAsk + Words({0x157, 1}));
+    for (const D3DTLVERTEX& vertex : vertices) {
+        EXPECT_EQ(vertex.sy, 10.0f);
+    }
+}
+
+TEST_P(ZPick, DeltaLeavesTheVerticesAsTheyAre) {
+    Answer(1);
+    std::vector<D3DTLVERTEX> vertices = {Vertex(1, 10.4f), Vertex(5, 20.2f), Vertex(9, 9.6f)};
+    D3DTRIANGLE record{0, 1, 2, 0};
+    D3DINSTRUCTION ins{D3DOP_TRIANGLE, sizeof record, 1};
+    Delta_Tri_Z_Visible(&rig.ctx, &ins, vertices.data(), &record);
+    EXPECT_EQ(vertices[0].sy, 10.4f);
+    EXPECT_EQ(vertices[1].sy, 20.2f);
+    EXPECT_EQ(vertices[2].sy, 9.6f);
+}
+
 INSTANTIATE_TEST_SUITE_P(Carriers, ZPick, testing::Bool(),
                          [](const auto& info) { return info.param ? "DMA" : "FIFO"; });
+
+using ZPickFIFO = ZPick;
+INSTANTIATE_TEST_SUITE_P(Carriers, ZPickFIFO, testing::Values(false));
+
+// Waits as they were made: words written before, entries waited for.
+using Waits = std::vector<std::pair<size_t, uint32_t>>;
+
+TEST_P(ZPickFIFO, WaitsAreForSevenEntriesThenForEachGroupThenForFour) {
+    // One entry more at each read between two words: a wait for n takes n reads and leaves none.
+    uint32_t granted = 0;
+    rig.bus.readFIFOSpace = [&] {
+        granted = rig.bus.events.empty() || rig.bus.events.back().kind != 'r' ? 1 : granted + 1;
+        return granted;
+    };
+    const auto waits = [&] {
+        Waits found;
+        size_t words = 0;
+        for (const test::BusEvent& event : rig.bus.events) {
+            words += event.kind == 'f';
+            if (event.kind == 'r' && event.offset == reg::InFIFOSpace) {
+                if (found.empty() || found.back().first != words) {
+                    found.emplace_back(words, 0);
+                }
+                ++found.back().second;
+            }
+        }
+        rig.bus.Clear();
+        return found;
+    };
+    const std::vector<D3DTLVERTEX> triangle = {Vertex(4, 4), Vertex(12, 8), Vertex(4, 8)};
+    Answer(0);
+    Test(Delta_Tri_Z_Visible, triangle, 2);
+    EXPECT_EQ(waits(), (Waits{{0, 7}, {14, 12}, {28, 12}, {42, 4}}));
+    Answer(0);
+    Test(Glint_Tri_Z_Visible, triangle, 2);
+    EXPECT_EQ(waits(), (Waits{{0, 7}, {14, 7}, {21, 9}, {30, 7}, {37, 9}, {46, 4}}));
+}
+
+using ZPickDMA = ZPick;
+INSTANTIATE_TEST_SUITE_P(Carriers, ZPickDMA, testing::Values(true));
+
+TEST_P(ZPickDMA, ReservationsAreOf128And512And64Bytes) {
+    CommandStream& stream = rig.ctx.Stream;
+    stream.SubBufferWords = stream.SubBufferFlushWords = 1000;
+    // Transfers made by `call` with `room` words left in the sub-buffer.
+    const auto sent = [&](size_t room, const auto& call) {
+        rig.Take();
+        stream.WritePointer = stream.Current().Linear + 1000 - room;
+        stream.Guard.Allow(stream.WritePointer);
+        transfers = 0;
+        Answer(0);
+        call();
+        return transfers;
+    };
+    const auto begin = [&] { BeginZPickTest(&rig.driver, &rig.ctx); };
+    EXPECT_EQ(sent(32, begin), 0);
+    EXPECT_EQ(sent(31, begin), 1);
+    const auto end = [&] { EndZPickTest(&rig.driver, &rig.ctx); };
+    EXPECT_EQ(sent(16, end), 1);
+    EXPECT_EQ(sent(15, end), 2);
+    const std::vector<D3DTLVERTEX> triangle = {Vertex(4, 4), Vertex(12, 8), Vertex(4, 8)};
+    for (const auto facility : {Delta_Tri_Z_Visible, Glint_Tri_Z_Visible}) {
+        const auto all = [&] { Test(facility, triangle, 1); };
+        EXPECT_EQ(sent(14 + 128, all), 1);
+        EXPECT_EQ(sent(14 + 127, all), 2);
+    }
+}
+
+TEST_P(ZPickDMA, EndGoesOnInTheNextSubBufferAndFromTheLastOneInTheFirst) {
+    CommandStream& stream = rig.ctx.Stream;
+    std::vector<uint32_t> second(1024);
+    stream.SubBufferCount = 2;
+    stream.SubBuffers[1] = {0, second.data(), second.data() + 1023};
+    for (const uint32_t next : {1u, 0u}) {
+        Answer(0);
+        EndZPickTest(&rig.driver, &rig.ctx);
+        EXPECT_EQ(stream.SubBufferIndex, next);
+        EXPECT_EQ(rig.Take(), (Words{0x157, 1}));
+    }
+}
+
+TEST_P(ZPickDMA, OnTheFirstPermediaTheNextSubBufferBeginsWithItsHead) {
+    rig.chip.Family = FamilyPermedia;
+    rig.chip.DeviceId = DevicePermedia;
+    Answer(1);
+    EndZPickTest(&rig.driver, &rig.ctx);
+    EXPECT_EQ(sent, kAsk);
+    EXPECT_EQ(rig.Take(), (Words{0x0D2, 0, 0x070, 0, 0x0D0, 0, 0x0CE, 0, 0x102, 0, 0x0D3,
+                                 0xFFFFFFFF, 0x157, 1}));
+}
 
 } // namespace

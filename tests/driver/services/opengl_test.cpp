@@ -122,10 +122,13 @@ TEST_F(Info, CallsTheFirstRevisionOne) {
 }
 
 TEST_F(Info, AddsTheClientWordAboveSixtyAndTheNameAboveSixtyFour) {
-    Record word(64);
-    KORV_GetInfo(rig.driver, word.Info());
-    EXPECT_EQ(word.Word(0x3C), 0xFACEu);
-    EXPECT_EQ(word.Word(0x40), 0xEEEEEEEEu);
+    for (const uint32_t size : {61u, 63u, 64u}) {
+        Record word(size);
+        KORV_GetInfo(rig.driver, word.Info());
+        EXPECT_EQ(word.Word(0x00), size);
+        EXPECT_EQ(word.Word(0x3C), 0xFACEu);
+        EXPECT_EQ(word.Word(0x40), 0xEEEEEEEEu);
+    }
 
     Record name(65);
     KORV_GetInfo(rig.driver, name.Info());

@@ -90,6 +90,30 @@ TEST_F(ServiceTest, ReadsTheVideoBlock) {
     EXPECT_EQ(Answer(4), (Words{0, 0x33, 1, 0x44}));
 }
 
+TEST_F(ServiceTest, ReadsTheVideoBlockUnderAnotherContextAndGoesBackUnlessThatIsZero) {
+    const auto id = static_cast<uint32_t>(KORV_CreateContext(rig.driver, 2));
+    EXPECT_EQ(Service(3, {0, 1, 0, id}), 0);
+    EXPECT_EQ(rig.chip->CurrentContext, 5u);
+    rig.chip->CurrentContext = 0;
+    EXPECT_EQ(Service(3, {0, 1, 0, id}), 0);
+    EXPECT_EQ(rig.chip->CurrentContext, id);
+}
+
+TEST_F(ServiceTest, FromNoContextItGoesBackToNone) {
+    rig.chip->CurrentContext = kNoContext;
+    EXPECT_EQ(Service(0, {0, 1, 0, 5}), 0);
+    EXPECT_EQ(rig.chip->CurrentContext, kNoContext);
+}
+
+TEST_F(ServiceTest, NoRegistersAtAllAreReadAndTheContextStillChanges) {
+    const auto id = static_cast<uint32_t>(KORV_CreateContext(rig.driver, 2));
+    rig.bus->Clear();
+    EXPECT_EQ(Service(0, {0, 0, 0x103, id}), 0);
+    EXPECT_EQ(buffer[0], kUntouched);
+    EXPECT_EQ(rig.bus->ReadsOf(0x8000 + 0x103 * 8), 0u);
+    EXPECT_FALSE(rig.bus->Writes().empty());
+}
+
 TEST_F(ServiceTest, CountsAndListsTheHardwareContexts) {
     // Six slots of the rig, then a client's and a Direct3D context's.
     const uint32_t client = CreateContext(rig.driver, rig.chip, 2, 0, 0);

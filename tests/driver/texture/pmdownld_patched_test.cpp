@@ -232,8 +232,20 @@ TEST(PatchedDownload, TheFirstWordWaitsForOneFreeEntry) {
     EXPECT_EQ(load.rig.bus->events[4], (BusEvent{'w', 0x68, 1}));
 }
 
-// The words of a load are the same wherever in the window it begins, up to the window's very end.
-TEST(PatchedDownload, NoWordFallsOutOfTheWindow) {
+// The pairs behind the data are not reserved, so a load may end past the window of 1000 words: 24
+// words, a run of 9, 4 behind it.
+TEST(PatchedDownload, ReservesNothingBehindTheLastRun) {
+    for (const auto& [start, end] : {std::pair{900u, 937u}, {966u, 1003u}, {967u, 13u}}) {
+        Loading load(DevicePermedia);
+        load.SetDest(PixelSize8, 64, 0);
+        load.SetSource(Pattern(8), 8);
+        load.rig.driver->Stream.WritePointer += start;
+        load.Run(PermediaPatchedTextureDownload, {0, 0, 8, 1});
+        EXPECT_EQ(load.rig.driver->Stream.WordsWritten(), end);
+    }
+}
+
+TEST(PatchedDownload, SendsTheSameWordsWhereverInTheWindowItStarts) {
     for (uint32_t words = 950; words != 980; ++words) {
         Loading load(DevicePermedia);
         load.SetDest(PixelSize8, 64, 0);

@@ -176,6 +176,17 @@ TEST(VideoPort, FlipsGoRoundTheBuffers) {
     }
 }
 
+TEST(VideoPort, AFlipFromAboveTheLastBufferGoesToTheFirst) {
+    PortRig rig;
+    rig.driver->VideoPortActive = 1;
+    rig.driver->VideoSurfaceCount = 2;
+    rig.driver->VideoCurrentBuffer = 0x11; // a start without a front buffer
+    auto data = DataOf<DDHAL_FLIPVPORTDATA>(rig);
+    FlipVideoPort32(&data);
+    EXPECT_EQ(rig.driver->VideoCurrentBuffer, 0u);
+    EXPECT_EQ(rig.Register(0x5918), 0u);
+}
+
 TEST(VideoPort, AFlipLetsTheChipFinishFirst) {
     PortRig rig;
     rig.driver->VideoPortActive = 1;
@@ -209,9 +220,10 @@ TEST(VideoPort, AFlipIsDueWhileTheCurrentBufferIsFilled) {
     EXPECT_EQ(GetVideoPortFlipStatus32(&data), 1u);
     EXPECT_EQ(data.ddRVal, 0u); // off
     rig.driver->VideoPortActive = 1;
+    rig.bus->registers[kTimer] = 5000;
     GetVideoPortFlipStatus32(&data);
     EXPECT_EQ(data.ddRVal, kStillDrawing);
-    EXPECT_EQ(rig.driver->VideoLastTime, 0u);
+    EXPECT_EQ(rig.driver->VideoLastTime, 0u); // no sample was taken
     rig.bus->registers[kBuffer] = 1;
     GetVideoPortFlipStatus32(&data);
     EXPECT_EQ(data.ddRVal, 0u);

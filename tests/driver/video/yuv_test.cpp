@@ -71,9 +71,19 @@ TEST(YUVtoRGB, BringsTheChipToTheDisplaysDepthFirst) {
     EXPECT_EQ(rig.driver->FBDepth, 1u);
 }
 
-TEST(YUVtoRGB, NoWordFallsOutOfTheWindowWhereverItStarts) {
+// 50 words are reserved and 56 written, so a blit may end past the window of 1000 words.
+TEST(YUVtoRGB, ReservesLessThanItWrites) {
+    for (const auto& [start, end] : {std::pair{900u, 956u}, {949u, 1005u}, {950u, 56u}}) {
+        YuvRig rig;
+        rig.driver->Stream.WritePointer += start;
+        rig.Run();
+        EXPECT_EQ(rig.driver->Stream.WordsWritten(), end);
+    }
+}
+
+TEST(YUVtoRGB, SendsTheSameWordsWhereverItStarts) {
     const Words want = YuvRig().Run();
-    for (uint32_t start = 900; start < 1000; start += 3) {
+    for (uint32_t start = 900; start < 1000; ++start) {
         YuvRig rig;
         rig.driver->Stream.WritePointer += start;
         const Words words = rig.Run();
