@@ -1,4 +1,3 @@
-#define FMT_HEADER_ONLY
 #include "board/events.h"
 
 #include <fmt/format.h>

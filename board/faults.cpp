@@ -1,4 +1,3 @@
-#define FMT_HEADER_ONLY
 #include <fmt/format.h>
 
 #include "board/board.h"

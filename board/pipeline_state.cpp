@@ -1,5 +1,4 @@
 // Mode words to pipeline state.
-#define FMT_HEADER_ONLY
 #include <fmt/format.h>
 
 #include "board/pipeline.h"

@@ -1,5 +1,4 @@
 // Mode words to the state of the texture unit.
-#define FMT_HEADER_ONLY
 #include <fmt/format.h>
 
 #include <algorithm>

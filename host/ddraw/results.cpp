@@ -2,7 +2,6 @@
 
 #include "driver/platform/d3dhal.h"
 
-#define FMT_HEADER_ONLY
 #include <fmt/format.h>
 
 namespace host {

@@ -49,7 +49,7 @@ std::vector<const Scene*> ChosenScenes(const std::vector<std::string>& names) {
 }
 
 template <typename Item>
-std::vector<std::string> Names(const std::vector<const Item*>& items) {
+std::vector<std::string> NamesOf(const std::vector<const Item*>& items) {
     std::vector<std::string> names;
     for (const Item* item : items)
         names.emplace_back(item->name);
@@ -106,7 +106,7 @@ void Demo(const DemoArguments& arguments, Console& console) {
     const std::filesystem::path folder = arguments.folder;
     MakeFolder(folder);
 
-    ContactSheet sheet(Names(chips), Names(scenes), static_cast<uint32_t>(settings.size.width),
+    ContactSheet sheet(NamesOf(chips), NamesOf(scenes), static_cast<uint32_t>(settings.size.width),
                        static_cast<uint32_t>(settings.size.height));
     Progress progress(console.err, pictures);
     size_t frames = 0;
@@ -144,7 +144,7 @@ void Demo(const DemoArguments& arguments, Console& console) {
                (folder / kSheetName).string());
 }
 
-std::string Footer() {
+std::string DemoFooter() {
     std::string text = "Scenes:\n";
     for (const Scene& scene : Scenes())
         text += fmt::format("  {:<15}{}\n", scene.name, scene.about);
@@ -182,7 +182,7 @@ void AddDemo(CLI::App& app, Console& console) {
     command->add_option("--scene", arguments->scenes, "Only this scene; may be repeated")
         ->type_name("NAME");
     AddDrawArguments(*command, arguments->draw);
-    command->footer(Footer());
+    command->footer(DemoFooter());
     command->callback([arguments, &console] { Demo(*arguments, console); });
 }
 

@@ -37,7 +37,7 @@ void Model(const ModelArguments& arguments, Console& console) {
                mesh.triangles.size());
 }
 
-std::string Footer() {
+std::string ModelFooter() {
     std::string text = "Models:\n";
     for (const Shape& shape : NamedShapes())
         text += fmt::format("  {:<12}{}\n", shape.name, shape.about);
@@ -57,7 +57,7 @@ void AddModel(CLI::App& app, Console& console) {
     command->add_option("-o,--output", arguments->output, "The file")
         ->type_name("FILE.obj")
         ->required();
-    command->footer(Footer());
+    command->footer(ModelFooter());
     command->callback([arguments, &console] { Model(*arguments, console); });
 }
 

@@ -120,7 +120,7 @@ void Render(const RenderArguments& arguments, Console& console) {
                mesh.triangles.size(), arguments.model, chip.about);
 }
 
-constexpr const char* kFooter =
+constexpr const char* kRenderFooter =
     R"(Front faces run counter-clockwise, so '--cull cw' drops what faces away. Without
 --zbuffer the triangles are drawn from back to front; models with several textures
 always have a depth buffer.
@@ -173,7 +173,7 @@ void AddRender(CLI::App& app, Console& console) {
         ->check(CLI::Range(0.1, 100.0).description(""));
     AddTextureArguments(*command, arguments->texture);
     AddDrawArguments(*command, arguments->draw);
-    command->footer(kFooter);
+    command->footer(kRenderFooter);
     command->callback([arguments, &console] { Render(*arguments, console); });
 }
 

@@ -59,7 +59,7 @@ void Replay(const ReplayArguments& arguments, Console& console) {
     fmt::print(console.out, "{}: {} steps, all as expected\n", arguments.script, script.Steps());
 }
 
-constexpr const char* kFooter =
+constexpr const char* kReplayFooter =
     R"(The script says what the system does with the driver and what must come of it;
 docs/hal-scripts.md describes the format. The exit code is 0 if all expectations hold, 1 if one
 does not, 2 for a script that cannot be played. With two displays, --words and --events write a
@@ -102,7 +102,7 @@ void AddReplay(CLI::App& app, Console& console) {
         ->type_name("N")
         ->check(CLI::Range(2, 32).description(""))
         ->excludes(fifo);
-    command->footer(kFooter);
+    command->footer(kReplayFooter);
     command->callback([arguments, &console] { Replay(*arguments, console); });
 }
 

@@ -42,7 +42,7 @@ void Texture(const PatternArguments& arguments, Console& console) {
                picture.width, picture.height);
 }
 
-std::string Footer() {
+std::string TextureFooter() {
     std::string text = "Textures:\n";
     for (const Pattern& pattern : NamedPatterns())
         text += fmt::format("  {:<12}{}\n", pattern.name, pattern.about);
@@ -64,7 +64,7 @@ void AddTexture(CLI::App& app, Console& console) {
     command->add_option("--side", arguments->side, "Width and height in texels (default 128)")
         ->type_name("N")
         ->check(CLI::Range(32, 1024).description(""));
-    command->footer(Footer());
+    command->footer(TextureFooter());
     command->callback([arguments, &console] { Texture(*arguments, console); });
 }
 

@@ -51,7 +51,7 @@ void Trace(const TraceArguments& arguments, Console& console) {
     throw ExitStatus{code};
 }
 
-constexpr const char* kFooter =
+constexpr const char* kTraceFooter =
     R"(The command runs in a process of its own. Each DMA batch of its Direct3D contexts waits until
 this tool lets it go, and its words are listed once the chip has taken them; docs/trace.md tells how.
 What the command prints goes to standard error. The exit code is the command's; 128 and the
@@ -85,7 +85,7 @@ void AddTrace(CLI::App& app, Console& console) {
     command->add_option("COMMAND", arguments->command, "The command and its arguments, behind '--'")
         ->type_name("")
         ->required();
-    command->footer(kFooter);
+    command->footer(kTraceFooter);
     command->callback([arguments, &console] { Trace(*arguments, console); });
 }
 
