@@ -77,6 +77,7 @@ struct Board::Parts {
     uint64_t clock = 0;          // microseconds
     uint64_t clockRemainder = 0; // microseconds on the clock that made no whole tick yet
     uint64_t nextFrameStart = 0; // microseconds
+    uint32_t shownBase = 0;      // bytes
     uint64_t nextEvent = 0;      // microseconds: a frame starts or a line of video
     BusRecorder* recorder = nullptr;
     std::function<void()> handler;
@@ -116,10 +117,18 @@ struct Board::Parts {
         }
     }
 
+    // In bytes, as the registers say.
+    uint32_t ScreenBase() const {
+        const bool permedia = config.chip == Chip::Permedia || config.chip == Chip::Permedia2;
+        return permedia ? registers.Aperture(reg::ScreenBasePermedia) << 3
+                        : registers.Aperture(reg::ScreenBaseGlint) << 13;
+    }
+
     // What happens at certain times whatever the processor does.
     void FollowClock() {
         if (clock >= nextFrameStart) {
             nextFrameStart = beam.FrameStart(beam.Frame(clock) + 1);
+            shownBase = ScreenBase();
             interrupts.Raise(kRetraceInterrupt);
         }
         video.Run(clock);
@@ -510,6 +519,11 @@ void Board::SetVideoSource(VideoSource* source) {
 
 std::span<uint8_t> Board::FrameBuffer() {
     return parts_->memories.frameBuffer;
+}
+
+uint32_t Board::ShownBase() const {
+    const std::lock_guard lock(parts_->mutex);
+    return parts_->shownBase;
 }
 
 std::span<uint8_t> Board::LocalBuffer() {

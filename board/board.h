@@ -94,6 +94,9 @@ class Board {
 
     std::span<uint8_t> FrameBuffer();
     std::span<uint8_t> LocalBuffer();
+    // Byte offset in the frame buffer of the image that the monitor shows: the screen base as it
+    // stood when the present frame began.
+    uint32_t ShownBase() const;
 
     // Board clock in microseconds since power on.
     uint64_t Microseconds() const;

@@ -18,23 +18,7 @@ void DisableAllUnits(DriverData* driver) {
     StreamWriter<DriverData> out(driver);
     out.Reserve(800);
     SetFlag(chip, CursorExclude);
-    out.Wait(16);
-    WriteZeros(out, kRasterUnits);
-    out.Wait(16);
-    WriteZeros(out, kBufferUnits);
-    out.Wait(16);
-    if (chip->Family == FamilyPermedia) {
-        WriteZeros(out, kPermediaTextureUnits);
-        out.Tag(tag::AStart, kOpaqueAlpha);
-        if (IsPermedia2(chip)) {
-            WriteZeros(out, kPermedia2Units);
-        }
-    } else if (chip->Family == FamilyGlint) {
-        WriteZeros(out, kGlintTextureUnits);
-        if (chip->DeviceId == DeviceMX) {
-            WriteZeros(out, kMXUnits);
-        }
-    }
+    TurnUnitsOff(out, chip, kBufferUnits, kPermediaTextureUnits, kGlintTextureUnits);
     out.Store();
     ClearFlag(chip, CursorExclude);
 }

@@ -43,3 +43,29 @@ inline void WriteZeros(StreamWriter<Owner>& out, const uint16_t (&tags)[N]) {
         out.Tag(tagNumber, 0);
     }
 }
+
+// Turns all units off, with a wait for 16 entries in front of each of three groups. What differs
+// between the display's own stream and a context's is told: the buffer units' registers in their
+// order, and the texture units of either family. The caller has reserved.
+template <class Owner, size_t B, size_t P, size_t G>
+inline void TurnUnitsOff(StreamWriter<Owner>& out, const ChipInfo* chip,
+                         const uint16_t (&bufferUnits)[B], const uint16_t (&permediaUnits)[P],
+                         const uint16_t (&glintUnits)[G]) {
+    out.Wait(16);
+    WriteZeros(out, kRasterUnits);
+    out.Wait(16);
+    WriteZeros(out, bufferUnits);
+    out.Wait(16);
+    if (chip->Family == FamilyPermedia) {
+        WriteZeros(out, permediaUnits);
+        out.Tag(tag::AStart, kOpaqueAlpha);
+        if (IsPermedia2(chip)) {
+            WriteZeros(out, kPermedia2Units);
+        }
+    } else if (chip->Family == FamilyGlint) {
+        WriteZeros(out, glintUnits);
+        if (chip->DeviceId == DeviceMX) {
+            WriteZeros(out, kMXUnits);
+        }
+    }
+}

@@ -303,23 +303,7 @@ void __GlintDisableUnits(D3DContext* ctx) {
     const ChipInfo* chip = ctx->Driver->ChipInfo;
     Writer out(ctx);
     out.Reserve(0x200);
-    out.Wait(16);
-    WriteZeros(out, kRasterUnits);
-    out.Wait(16);
-    WriteZeros(out, kBufferUnits);
-    out.Wait(16);
-    if (chip->Family == FamilyPermedia) {
-        WriteZeros(out, kPermediaUnits);
-        out.Tag(tag::AStart, kOpaqueAlpha);
-        if (IsPermedia2(chip)) {
-            WriteZeros(out, kPermedia2Units);
-        }
-    } else if (chip->Family == FamilyGlint) {
-        WriteZeros(out, kGlintUnits);
-        if (chip->DeviceId == DeviceMX) {
-            WriteZeros(out, kMXUnits);
-        }
-    }
+    TurnUnitsOff(out, chip, kBufferUnits, kPermediaUnits, kGlintUnits);
     out.Store();
 }
 

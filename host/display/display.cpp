@@ -225,13 +225,6 @@ uint32_t Display::DmaBusAddress(uint32_t index) {
     return kDmaBusBase + index * kDmaBusStep;
 }
 
-uint32_t Display::VisibleOffset() {
-    if (!IsGlint()) {
-        return board_->Read(reg::ScreenBasePermedia) << 3;
-    }
-    return board_->Read(reg::ScreenBaseGlint) << 13;
-}
-
 bool Display::Start() {
     const DriverCall call;
     return TheDriverModule().driverInit(config_.number) == &driver_->data;

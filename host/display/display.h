@@ -73,8 +73,9 @@ class Display {
     uint32_t ScreenBytes() const { return pitch_ * config_.height; }
     uint8_t* FrameBuffer() { return driver_->data.FrameBufferBase; }
     uint8_t* LocalBuffer() { return driver_->data.LocalBufferBase; }
-    // Byte offset in the frame buffer of the image that is on show.
-    uint32_t VisibleOffset();
+    // Byte offset in the frame buffer of the image that is on show. A flip shows with the next
+    // frame.
+    uint32_t VisibleOffset() const { return board_->ShownBase(); }
 
     // DMA buffer `index`: where it lies on the bus and in memory.
     static uint32_t DmaBusAddress(uint32_t index);

@@ -331,10 +331,12 @@ TEST(DirectDrawTest, AFlipShowsTheBackBufferAndSwapsTheMemory) {
     ASSERT_TRUE(answer.Done()) << host::ResultName(answer.result);
     EXPECT_EQ(primary.Bytes(), behind);
     EXPECT_EQ(back.Bytes(), front);
-    EXPECT_EQ(machine.display.VisibleOffset(), machine.FrameOffset(primary));
     EXPECT_EQ(host::ResultName(directDraw.Flip(primary, back).result), "DDERR_WASSTILLDRAWING");
+    EXPECT_EQ(machine.display.VisibleOffset(), 0u);
     directDraw.Finish(back);
+    EXPECT_EQ(machine.display.VisibleOffset(), machine.FrameOffset(primary));
     EXPECT_TRUE(directDraw.Flip(primary, back).Done());
+    machine.display.Board().Advance(20000);
     EXPECT_EQ(machine.display.VisibleOffset(), 0u);
 }
 

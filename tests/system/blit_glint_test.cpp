@@ -12,49 +12,9 @@ namespace {
 
 using namespace test;
 
-std::vector<BlitMode> Modes() {
-    std::vector<BlitMode> modes;
-    for (const uint32_t device : {DeviceSX, DeviceTX, DeviceMX}) {
-        for (const uint32_t bits : {8u, 16u, 32u}) {
-            for (const uint32_t width : {320u, 416u, 640u}) { // of two and three products
-                modes.push_back({device, bits, width});
-            }
-        }
-    }
-    return modes;
-}
-
 class GlintBlits : public testing::TestWithParam<BlitMode> {};
 class SXBlits : public GlintBlits {};
 class UnitBlits : public GlintBlits {};
-
-TEST_P(GlintBlits, FillAnyRectangleOfTheScreenAndOfSurfacesBehindIt) {
-    BlitStage stage(GetParam());
-    Surfaces surfaces(stage.DirectDraw());
-    for (int batch = 0; batch != kBatches; ++batch) {
-        for (int i = 0; i != kBatch; ++i) {
-            host::Surface& surface = surfaces.Any(stage.Random(0, 2));
-            const RECT area = stage.Area(surface);
-            const uint32_t pixel = stage.Pixel();
-            stage.ColorFill(surface, area, pixel);
-            FillPlainly(stage.PlaceOf(surface), area, pixel);
-        }
-        ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
-    }
-}
-
-TEST_P(GlintBlits, BlacknessAndWhitenessFillWithZerosAndOnes) {
-    BlitStage stage(GetParam());
-    Surfaces surfaces(stage.DirectDraw());
-    for (int i = 0; i != kBatch; ++i) {
-        host::Surface& surface = surfaces.Any(stage.Random(0, 2));
-        const RECT area = stage.Area(surface);
-        const bool white = i % 2 != 0;
-        stage.RopFill(surface, area, white);
-        FillPlainly(stage.PlaceOf(surface), area, white ? 0xFFFFFFFF : 0);
-    }
-    ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
-}
 
 TEST_P(GlintBlits, CopyBetweenSurfacesAtAnyPlace) {
     BlitStage stage(GetParam());
@@ -150,7 +110,7 @@ TEST_P(GlintBlits, ASlowBoardHoldsTheSamePicture) {
     ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
 }
 
-INSTANTIATE_TEST_SUITE_P(EachMode, GlintBlits, testing::ValuesIn(Modes()),
+INSTANTIATE_TEST_SUITE_P(EachMode, GlintBlits, testing::ValuesIn(GlintModes()),
                          testing::PrintToStringParamName());
 
 // Keyed copies and stretches, by chroma test and texture unit of TX and MX.
@@ -323,7 +283,7 @@ TEST_P(UnitBlits,
 }
 
 std::vector<BlitMode> UnitModes() {
-    std::vector<BlitMode> modes = Modes();
+    std::vector<BlitMode> modes = GlintModes();
     std::erase_if(modes, [](const BlitMode& mode) {
         return mode.deviceId == DeviceSX || (mode.deviceId == DeviceTX && mode.width == 640);
     });
@@ -373,7 +333,7 @@ INSTANTIATE_TEST_SUITE_P(EachMode, SXBlits,
 
 // Textures, on the chips that have a texture unit.
 
-std::vector<BlitMode> TextureModes() {
+std::vector<BlitMode> TextureGlintModes() {
     return {{DeviceTX, 16, 320},
             {DeviceTX, 32, 640},
             {DeviceMX, 8, 320},
@@ -489,7 +449,7 @@ TEST_P(GlintTextureBlits, CopiesOf32BitPixelsHaveNoPitchAndLandInTheFirstLine) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(EachMode, GlintTextureBlits, testing::ValuesIn(TextureModes()),
+INSTANTIATE_TEST_SUITE_P(EachMode, GlintTextureBlits, testing::ValuesIn(TextureGlintModes()),
                          testing::PrintToStringParamName());
 
 } // namespace

@@ -1,5 +1,5 @@
-// Copies and fills of the Permedia family over all of the board's memory: overlaps to all sides,
-// stripes of surfaces at every place in the word, fills by raster operation and of Z buffers.
+// Copies of the Permedia family over all of the board's memory: overlaps to all sides, stripes of
+// surfaces at every place in the word. Fills of its Z buffers.
 #include "tests/system/blit_stage.h"
 
 #include <gtest/gtest.h>
@@ -10,47 +10,7 @@ namespace {
 
 using namespace test;
 
-std::vector<BlitMode> PermediaModes() {
-    std::vector<BlitMode> modes;
-    for (const uint32_t width : {320u, 416u, 640u}) {
-        for (const uint32_t bits : {8u, 16u, 32u}) {
-            modes.push_back({DevicePermedia, bits, width});
-            modes.push_back({DevicePermedia2, bits, width});
-        }
-        modes.push_back({DevicePermedia2, 24, width});
-    }
-    return modes;
-}
-
 class PermediaMemory : public testing::TestWithParam<BlitMode> {};
-
-TEST_P(PermediaMemory, FillsTouchTheirRectangleAlone) {
-    BlitStage stage(GetParam());
-    Surfaces surfaces(stage.DirectDraw());
-    for (int batch = 0; batch != kBatches; ++batch) {
-        for (int i = 0; i != kBatch; ++i) {
-            host::Surface& surface = surfaces.Any(stage.Random(0, 2));
-            const RECT area = stage.Area(surface);
-            const uint32_t pixel = stage.Pixel();
-            stage.ColorFill(surface, area, pixel);
-            FillPlainly(stage.PlaceOf(surface), area, pixel);
-        }
-        ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
-    }
-}
-
-TEST_P(PermediaMemory, BlacknessAndWhitenessFillWithZerosAndOnes) {
-    BlitStage stage(GetParam());
-    Surfaces surfaces(stage.DirectDraw());
-    for (int i = 0; i != kBatch; ++i) {
-        host::Surface& surface = surfaces.Any(stage.Random(0, 2));
-        const RECT area = stage.Area(surface);
-        const bool white = i % 2 != 0;
-        stage.RopFill(surface, area, white);
-        FillPlainly(stage.PlaceOf(surface), area, white ? 0xFFFFFFFF : 0);
-    }
-    ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
-}
 
 // A copy that reads all before it writes.
 void CopyWhole(const Place& dest, const RECT& to, const Place& source, const RECT& from) {

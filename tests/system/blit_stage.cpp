@@ -39,6 +39,30 @@ void PrintTo(const BlitMode& mode, std::ostream* out) {
     *out << ChipName(mode.deviceId) << "At" << mode.bits << "Wide" << mode.width;
 }
 
+std::vector<BlitMode> GlintModes() {
+    std::vector<BlitMode> modes;
+    for (const uint32_t device : {DeviceSX, DeviceTX, DeviceMX}) {
+        for (const uint32_t bits : {8u, 16u, 32u}) {
+            for (const uint32_t width : {320u, 416u, 640u}) {
+                modes.push_back({device, bits, width});
+            }
+        }
+    }
+    return modes;
+}
+
+std::vector<BlitMode> PermediaModes() {
+    std::vector<BlitMode> modes;
+    for (const uint32_t width : {320u, 416u, 640u}) {
+        for (const uint32_t bits : {8u, 16u, 32u}) {
+            modes.push_back({DevicePermedia, bits, width});
+            modes.push_back({DevicePermedia2, bits, width});
+        }
+        modes.push_back({DevicePermedia2, 24, width});
+    }
+    return modes;
+}
+
 BlitStage::BlitStage(const BlitMode& mode, const board::Timing& timing)
     : mode_(mode), display_(Config(timing)), directDraw_(Started()) {
     Scatter(display_.FrameBuffer(), screen);

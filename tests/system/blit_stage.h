@@ -23,6 +23,10 @@ struct BlitMode {
 // As a test's name has it: MXAt16Wide320.
 void PrintTo(const BlitMode& mode, std::ostream* out);
 
+// Every device and depth of a family, with pitches of two and of three partial products.
+std::vector<BlitMode> GlintModes();
+std::vector<BlitMode> PermediaModes();
+
 // A surface's place in a copy of the memory that it lies in.
 struct Place {
     std::vector<uint8_t>* memory;

@@ -343,6 +343,11 @@ void Canvas::FlipScreen() {
     const host::HalAnswer done = directDraw_->Patiently(
         [&] { return directDraw_->GetFlipStatus(*primary_, DDGFS_ISFLIPDONE); });
     host::Check("the end of a flip", done.handled ? done.result : DDERR_UNSUPPORTED);
+    // A Glint's driver may go by the clock and be early.
+    const auto offset = static_cast<uint32_t>(primary_->Bytes() - display_->FrameBuffer());
+    constexpr int kFrame = 20; // milliseconds, a little more than a frame
+    for (int i = 0; i < kFrame && display_->VisibleOffset() != offset; ++i)
+        display_->Board().Advance(1000);
 }
 
 bool Canvas::ShowsVideo() const {

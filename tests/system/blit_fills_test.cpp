@@ -1,0 +1,45 @@
+// Fills by colour and by raster operation, of both families, over all of the board's memory.
+#include "tests/system/blit_stage.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace test;
+
+class Fills : public testing::TestWithParam<BlitMode> {};
+
+TEST_P(Fills, AnyRectangleOfTheScreenAndOfSurfacesBehindIt) {
+    BlitStage stage(GetParam());
+    Surfaces surfaces(stage.DirectDraw());
+    for (int batch = 0; batch != kBatches; ++batch) {
+        for (int i = 0; i != kBatch; ++i) {
+            host::Surface& surface = surfaces.Any(stage.Random(0, 2));
+            const RECT area = stage.Area(surface);
+            const uint32_t pixel = stage.Pixel();
+            stage.ColorFill(surface, area, pixel);
+            FillPlainly(stage.PlaceOf(surface), area, pixel);
+        }
+        ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
+    }
+}
+
+TEST_P(Fills, BlacknessAndWhitenessAreZerosAndOnes) {
+    BlitStage stage(GetParam());
+    Surfaces surfaces(stage.DirectDraw());
+    for (int i = 0; i != kBatch; ++i) {
+        host::Surface& surface = surfaces.Any(stage.Random(0, 2));
+        const RECT area = stage.Area(surface);
+        const bool white = i % 2 != 0;
+        stage.RopFill(surface, area, white);
+        FillPlainly(stage.PlaceOf(surface), area, white ? 0xFFFFFFFF : 0);
+    }
+    ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
+}
+
+INSTANTIATE_TEST_SUITE_P(Glint, Fills, testing::ValuesIn(GlintModes()),
+                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Permedia, Fills, testing::ValuesIn(PermediaModes()),
+                         testing::PrintToStringParamName());
+
+} // namespace
