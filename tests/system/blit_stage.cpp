@@ -2,12 +2,14 @@
 
 #include "host/display/machine.h"
 
+#include <algorithm>
+
 namespace test {
 
 namespace {
 
 void CompareBytes(const char* name, const uint8_t* memory, const std::vector<uint8_t>& wanted) {
-    if (std::memcmp(memory, wanted.data(), wanted.size()) == 0) {
+    if (std::equal(wanted.begin(), wanted.end(), memory)) {
         return;
     }
     size_t first = 0;
@@ -114,7 +116,7 @@ void BlitStage::Scatter(uint8_t* memory, std::vector<uint8_t>& copy) {
     for (uint8_t& byte : copy) {
         byte = static_cast<uint8_t>(engine_());
     }
-    std::memcpy(memory, copy.data(), copy.size());
+    std::copy(copy.begin(), copy.end(), memory);
 }
 
 void FillPlainly(const Place& place, const RECT& area, uint32_t pixel) {
