@@ -17,7 +17,7 @@ inline constexpr const char* kWords = "KorvTraceWords"; // a WordLog
 // Words of the command stream on their way from the traced program to the tool, in the order in
 // which the boards took them. Positions count words and run over at 2^32.
 struct WordLog {
-    static constexpr uint32_t kCapacity = 1u << 22; // words
+    static constexpr uint32_t kCapacity = 1u << 21; // words
     static constexpr uint8_t kByDma = 1;            // a bit of the origin
     static constexpr uint32_t kStreamShift = 1;     // above it, the number of the board
 
