@@ -37,6 +37,23 @@ TEST_P(Fills, BlacknessAndWhitenessAreZerosAndOnes) {
     ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
 }
 
+TEST_P(Fills, AndCopiesBetweenThemGiveTheSameOnASlowBoard) {
+    // The smallest FIFO, slowly drained.
+    BlitStage stage(GetParam(), {.fifoDepth = 16, .fifoDrainPerTick = 1});
+    Surfaces surfaces(stage.DirectDraw());
+    for (int i = 0; i != kBatch; ++i) {
+        const RECT to = stage.Area(surfaces.back, 30, 20);
+        const RECT from = stage.Area(surfaces.sprite, 30, 20);
+        stage.Blt(surfaces.back, to, surfaces.sprite, from);
+        CopyForward(stage.PlaceOf(surfaces.back), to, stage.PlaceOf(surfaces.sprite), from);
+        const RECT area = stage.Area(surfaces.primary);
+        const uint32_t pixel = stage.Pixel();
+        stage.ColorFill(surfaces.primary, area, pixel);
+        FillPlainly(stage.PlaceOf(surfaces.primary), area, pixel);
+    }
+    ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
+}
+
 INSTANTIATE_TEST_SUITE_P(Glint, Fills, testing::ValuesIn(GlintModes()),
                          testing::PrintToStringParamName());
 INSTANTIATE_TEST_SUITE_P(Permedia, Fills, testing::ValuesIn(PermediaModes()),

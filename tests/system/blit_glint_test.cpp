@@ -93,23 +93,6 @@ TEST_P(GlintBlits, DepthFillAnyRectangleOfAZBuffer) {
     ASSERT_NO_FATAL_FAILURE(stage.Compare(primary));
 }
 
-TEST_P(GlintBlits, ASlowBoardHoldsTheSamePicture) {
-    // The smallest FIFO, slowly drained.
-    BlitStage stage(GetParam(), {.fifoDepth = 16, .fifoDrainPerTick = 1});
-    Surfaces surfaces(stage.DirectDraw());
-    for (int i = 0; i != kBatch; ++i) {
-        const RECT to = stage.Area(surfaces.back, 30, 20);
-        const RECT from = stage.Area(surfaces.sprite, 30, 20);
-        stage.Blt(surfaces.back, to, surfaces.sprite, from);
-        CopyForward(stage.PlaceOf(surfaces.back), to, stage.PlaceOf(surfaces.sprite), from);
-        const RECT area = stage.Area(surfaces.primary);
-        const uint32_t pixel = stage.Pixel();
-        stage.ColorFill(surfaces.primary, area, pixel);
-        FillPlainly(stage.PlaceOf(surfaces.primary), area, pixel);
-    }
-    ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
-}
-
 INSTANTIATE_TEST_SUITE_P(EachMode, GlintBlits, testing::ValuesIn(GlintModes()),
                          testing::PrintToStringParamName());
 
