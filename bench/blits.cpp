@@ -3,7 +3,6 @@
 // no time and is never busy. `store` is the same words stored from a ready-made array, handed over
 // in the same runs; register reads and writes of a call are counted beside.
 #include "bench/measure.h"
-
 #include "driver/core/dma.h"
 #include "driver/core/korv32_flip.h"
 #include "host/ddraw/ddraw.h"

@@ -2,7 +2,6 @@
 // a ready-made array into the same window, run by run. Both are timed in turn, in one process, and
 // both hand each run over to a bus that takes it in no time.
 #include "bench/measure.h"
-
 #include "driver/core/dma.h"
 #include "driver/texture/pmdownld.h"
 #include "driver/texture/txdownld.h"

@@ -1,6 +1,5 @@
 // Cost of allocating and freeing in a heap of 1,000 live blocks.
 #include "bench/measure.h"
-
 #include "driver/core/driverdata.h"
 #include "host/win32/device.h"
 #include "host/win32/win32.h"

@@ -1,6 +1,5 @@
 // Cost of one RenderPrimitive call with one triangle in the steady state: no dirty state, DMA mode.
 #include "bench/measure.h"
-
 #include "driver/d3d/execute.h"
 #include "host/d3d/direct3d.h"
 #include "host/ddraw/ddraw.h"

@@ -1,8 +1,8 @@
 // Cost of a texture bind and of a batch of eight render states, as ratios to storing the same words
 // from a ready-made array into the same sub-buffers. Timed in turn, in one process, in DMA mode.
-#include "bench/measure.h"
-
 #include "driver/d3d/states.h"
+
+#include "bench/measure.h"
 #include "driver/texture/textures_bind.h"
 #include "host/d3d/direct3d.h"
 #include "host/ddraw/ddraw.h"

@@ -1,22 +1,22 @@
 #include "board/board.h"
 
+#include "board/bus/beam.h"
+#include "board/bus/decoder.h"
+#include "board/bus/dma.h"
+#include "board/bus/fifo.h"
+#include "board/bus/interrupts.h"
+#include "board/bus/output_fifo.h"
+#include "board/commands.h"
+#include "board/values/host_memory.h"
+#include "board/values/memory.h"
+#include "board/values/registers.h"
+#include "board/video/video_port.h"
+
 #include <algorithm>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
 #include <utility>
-
-#include "board/beam.h"
-#include "board/commands.h"
-#include "board/decoder.h"
-#include "board/dma.h"
-#include "board/fifo.h"
-#include "board/host_memory.h"
-#include "board/interrupts.h"
-#include "board/memory.h"
-#include "board/output_fifo.h"
-#include "board/registers.h"
-#include "board/video_port.h"
 
 namespace board {
 

@@ -1,6 +1,6 @@
 #include "board/commands.h"
 
-#include "board/texture_download.h"
+#include "board/pixel/texture_download.h"
 
 namespace board {
 

@@ -1,21 +1,21 @@
 #pragma once
 // The end of the input FIFO: stores register writes and carries out those that are commands.
+#include "board/board.h"
+#include "board/bus/output_fifo.h"
+#include "board/pixel/host_download.h"
+#include "board/pixel/pick.h"
+#include "board/pixel/pipeline.h"
+#include "board/raster/interpolants.h"
+#include "board/raster/lines.h"
+#include "board/raster/rasteriser.h"
+#include "board/setup/setup_unit.h"
+#include "board/texture/lookup_table.h"
+#include "board/values/host_memory.h"
+#include "board/values/memory.h"
+#include "board/values/registers.h"
+
 #include <cstdint>
 #include <optional>
-
-#include "board/board.h"
-#include "board/host_download.h"
-#include "board/host_memory.h"
-#include "board/interpolants.h"
-#include "board/lines.h"
-#include "board/lookup_table.h"
-#include "board/memory.h"
-#include "board/output_fifo.h"
-#include "board/pipeline.h"
-#include "board/rasteriser.h"
-#include "board/registers.h"
-#include "board/setup_unit.h"
-#include "board/statistics.h"
 
 namespace board {
 

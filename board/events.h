@@ -1,9 +1,9 @@
 #pragma once
 // Recorders of bus events: readable text, and the bare words of the command stream.
-#include <ostream>
-
 #include "board/board.h"
 #include "board/explain.h"
+
+#include <ostream>
 
 namespace board {
 

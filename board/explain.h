@@ -1,9 +1,9 @@
 #pragma once
 // Words of the command stream and aperture offsets in readable form.
+#include "board/bus/decoder.h"
+
 #include <cstdint>
 #include <string>
-
-#include "board/decoder.h"
 
 namespace board {
 

@@ -1,7 +1,7 @@
-#include <fmt/format.h>
-
 #include "board/board.h"
 #include "board/explain.h"
+
+#include <fmt/format.h>
 
 namespace board {
 

@@ -1,6 +1,5 @@
 // Copies by the processor, for memory that the chip's frame buffer path does not reach.
 #include "driver/blit/pmblitfx.h"
-
 #include "driver/heap/surface_format.h"
 
 #include <cstdint>

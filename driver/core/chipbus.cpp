@@ -2,6 +2,7 @@
 #ifndef _WIN32
 
 #include "driver/core/chipbus.h"
+
 #include "driver/core/checked.h"
 
 #include <cstdio>

@@ -1,7 +1,6 @@
 // The texture formats that a display offers.
-#include "driver/d3d/direct3d.h"
-
 #include "driver/core/registry.h"
+#include "driver/d3d/direct3d.h"
 
 namespace {
 

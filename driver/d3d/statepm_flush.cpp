@@ -1,8 +1,7 @@
 // The dirty flush on Permedia and Permedia 2.
-#include "driver/d3d/statepm.h"
-
 #include "driver/core/units.h"
 #include "driver/d3d/execute.h"
+#include "driver/d3d/statepm.h"
 #include "driver/d3d/states_flush.h"
 #include "driver/texture/textures_bind.h"
 

@@ -1,6 +1,5 @@
 // Choice of the triangle renderer on Permedia and Permedia 2.
 #include "driver/d3d/statepm.h"
-
 #include "driver/d3d/states_pick.h"
 #include "driver/heap/surface.h"
 #include "driver/raster/del_gour.h"

@@ -1,8 +1,7 @@
 // The dirty flush on the Glint family.
-#include "driver/d3d/statesx.h"
-
 #include "driver/d3d/execute.h"
 #include "driver/d3d/states_flush.h"
+#include "driver/d3d/statesx.h"
 #include "driver/texture/textures_bind.h"
 
 namespace {

@@ -1,7 +1,6 @@
 // Choice of the renderers on the Glint family.
-#include "driver/d3d/statesx.h"
-
 #include "driver/d3d/states_pick.h"
+#include "driver/d3d/statesx.h"
 #include "driver/raster/del_gour.h"
 #include "driver/raster/del_tex.h"
 #include "driver/raster/gl_line.h"

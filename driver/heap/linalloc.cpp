@@ -1,5 +1,6 @@
 // Which free stretch serves a request, how it is split, and how a freed stretch goes back.
 #include "driver/heap/linalloc.h"
+
 #include "driver/core/driverdata.h"
 
 uint32_t pointer;

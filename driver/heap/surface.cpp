@@ -1,5 +1,6 @@
 // DirectDraw's surface callbacks.
 #include "driver/heap/surface.h"
+
 #include "driver/core/dma.h"
 #include "driver/core/driverdata.h"
 #include "driver/core/korv32.h"

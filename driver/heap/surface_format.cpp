@@ -1,5 +1,6 @@
 // What a pixel format is to the chip.
 #include "driver/heap/surface_format.h"
+
 #include "driver/core/driverdata.h"
 
 namespace {

@@ -1,4 +1,5 @@
 #include "driver/heap/surface_pitch.h"
+
 #include "driver/core/driverdata.h"
 #include "driver/core/glintutl.h"
 

@@ -33,8 +33,9 @@ static_assert(sizeof(GUID) == 16);
 /// True if all 128 bits of a and b agree.
 constexpr bool IsEqualGuid(const GUID& a, const GUID& b) {
     bool equal = a.Data1 == b.Data1 && a.Data2 == b.Data2 && a.Data3 == b.Data3;
-    for (int i = 0; i < 8; ++i)
+    for (int i = 0; i < 8; ++i) {
         equal = equal && a.Data4[i] == b.Data4[i];
+    }
     return equal;
 }
 

@@ -3,9 +3,8 @@
 // sent.
 #include "driver/blit/blit_clip.h"
 #include "driver/blit/blit_rect.h"
-#include "driver/texture/chunked_burst.h"
-
 #include "driver/heap/surface.h"
+#include "driver/texture/chunked_burst.h"
 
 // Reserved for the state in front of the data, in bytes.
 inline constexpr uint32_t kPatchedSetupBytes = 120;

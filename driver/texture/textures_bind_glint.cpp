@@ -1,7 +1,6 @@
 // Binding on TX and MX.
-#include "driver/texture/textures_bind.h"
-
 #include "driver/texture/lut_download.h"
+#include "driver/texture/textures_bind.h"
 #include "driver/texture/textures_bind_shared.h"
 #include "driver/texture/textures_key.h"
 

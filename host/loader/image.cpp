@@ -7,7 +7,6 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
-
 #include <sys/mman.h>
 
 namespace host::loader {

@@ -13,7 +13,6 @@
 #include <cstring>
 #include <memory>
 #include <stdexcept>
-
 #include <sys/mman.h>
 #include <ucontext.h>
 

@@ -1,7 +1,6 @@
 #include "host/vdd/processor_barrier.h"
 
 #include <atomic>
-
 #include <linux/membarrier.h>
 #include <sys/syscall.h>
 #include <unistd.h>

@@ -1,9 +1,8 @@
 #include "host/win32/process_mark.h"
 
+#include <fcntl.h>
 #include <sstream>
 #include <string>
-
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace host {

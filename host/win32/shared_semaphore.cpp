@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <ctime>
-
 #include <linux/futex.h>
 #include <sys/syscall.h>
 #include <unistd.h>

@@ -1,8 +1,8 @@
+#include "tests/board/rig.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
-
-#include "tests/board/rig.h"
 
 namespace {
 

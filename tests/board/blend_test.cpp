@@ -1,4 +1,5 @@
-#include "board/blend.h"
+#include "board/pixel/blend.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
 
@@ -6,8 +7,6 @@
 #include <array>
 #include <cmath>
 #include <random>
-
-#include "tests/board/rig.h"
 
 namespace {
 

@@ -1,10 +1,9 @@
-#include "board/chroma_test.h"
+#include "board/texture/chroma_key.h"
+#include "tests/board/texture_rig.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
-
-#include "tests/board/texture_rig.h"
 
 namespace {
 

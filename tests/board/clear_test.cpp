@@ -1,7 +1,7 @@
 // Fills with the words that a driver sends for clears.
-#include <gtest/gtest.h>
-
 #include "tests/board/rig.h"
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,12 +1,11 @@
 // Copies of pixels inside the frame buffer, one by one.
-#include "board/copy.h"
+#include "board/pixel/copy.h"
+#include "board/values/patch.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
-
-#include "board/patch.h"
-#include "tests/board/rig.h"
 
 namespace {
 

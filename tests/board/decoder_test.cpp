@@ -1,8 +1,7 @@
-#include "board/decoder.h"
+#include "board/bus/decoder.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
-
-#include "tests/board/rig.h"
 
 using board::RegisterWrite;
 using board::StreamDecoder;

@@ -1,9 +1,9 @@
+#include "tests/board/rig.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <memory>
-
-#include "tests/board/rig.h"
 
 namespace {
 

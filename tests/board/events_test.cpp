@@ -1,10 +1,9 @@
 #include "board/events.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
-
-#include "tests/board/rig.h"
 
 namespace {
 

@@ -1,10 +1,9 @@
-#include "board/fifo.h"
-
-#include <algorithm>
+#include "board/bus/fifo.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
 
-#include "tests/board/rig.h"
+#include <algorithm>
 
 namespace {
 

@@ -1,11 +1,10 @@
-#include "board/fog.h"
+#include "board/pixel/fog.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
-
-#include "tests/board/rig.h"
 
 namespace {
 

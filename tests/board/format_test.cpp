@@ -1,10 +1,9 @@
-#include "board/format.h"
+#include "board/values/format.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-
-#include "tests/board/rig.h"
 
 namespace {
 

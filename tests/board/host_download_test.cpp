@@ -1,11 +1,10 @@
-#include "board/host_download.h"
+#include "board/pixel/host_download.h"
+#include "board/values/patch.h"
+#include "tests/board/texture_rig.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
-
-#include "board/patch.h"
-#include "tests/board/texture_rig.h"
 
 namespace {
 

@@ -1,11 +1,10 @@
-#include "board/interpolants.h"
+#include "board/raster/interpolants.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
-
-#include "tests/board/rig.h"
 
 namespace {
 

@@ -1,12 +1,11 @@
-#include "board/lines.h"
+#include "board/raster/lines.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
 #include <set>
-
-#include "tests/board/rig.h"
 
 namespace {
 

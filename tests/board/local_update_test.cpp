@@ -1,11 +1,10 @@
 // Fills and copies of the local buffer, with the words that a driver sends for them.
-#include "board/local_update.h"
+#include "board/pixel/local_update.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
-
-#include "tests/board/rig.h"
 
 namespace {
 

@@ -1,8 +1,7 @@
-#include "board/logic_op.h"
+#include "board/values/logic_op.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
-
-#include "tests/board/rig.h"
 
 namespace {
 

@@ -1,9 +1,8 @@
-#include "board/memory.h"
+#include "board/values/memory.h"
+#include "board/values/registers.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
-
-#include "board/registers.h"
-#include "tests/board/rig.h"
 
 namespace {
 

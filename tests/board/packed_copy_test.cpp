@@ -1,10 +1,10 @@
 // Packed copies: rectangles between any two places, with the words that a driver sends for them,
 // against a copy of the pixels one by one through a second memory.
+#include "tests/board/rig.h"
+
 #include <gtest/gtest.h>
 
 #include <random>
-
-#include "tests/board/rig.h"
 
 namespace {
 

@@ -1,11 +1,10 @@
-#include "board/patch.h"
+#include "board/texture/texture_address.h"
+#include "board/values/patch.h"
+#include "tests/board/texture_rig.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
-
-#include "board/texture_address.h"
-#include "tests/board/texture_rig.h"
 
 namespace {
 

@@ -1,12 +1,11 @@
-#include "board/rasteriser.h"
+#include "board/raster/rasteriser.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <random>
-
-#include "tests/board/rig.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
 #pragma once
 // A board set up for drawing, with short ways to send registers and look at pixels.
+#include "board/board.h"
+#include "chip/aperture.h"
+#include "chip/words.h"
+
 #include <cstring>
 #include <initializer_list>
 #include <utility>
 #include <vector>
-
-#include "board/board.h"
-#include "driver/core/registers.h"
-#include "driver/core/tags.h"
 
 namespace rig {
 

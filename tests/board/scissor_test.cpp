@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include "tests/board/rig.h"
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,12 +1,11 @@
-#include "board/setup_line.h"
+#include "board/setup/setup_line.h"
+#include "tests/board/setup_rig.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 #include <random>
 #include <set>
-
-#include "tests/board/setup_rig.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 #pragma once
 // A board with a setup unit, ways to fill its vertices, and plain geometry to compare with.
+#include "tests/board/rig.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
-
-#include "tests/board/rig.h"
 
 namespace rig {
 

@@ -1,12 +1,11 @@
 // Texture coordinates of the setup unit, taken where they leave it.
-#include "board/setup_unit.h"
+#include "board/setup/setup_unit.h"
+#include "tests/board/setup_rig.h"
+#include "tests/board/texture_rig.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
-
-#include "tests/board/setup_rig.h"
-#include "tests/board/texture_rig.h"
 
 namespace {
 

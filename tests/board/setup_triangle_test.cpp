@@ -1,11 +1,10 @@
-#include "board/setup_triangle.h"
+#include "board/setup/setup_triangle.h"
+#include "tests/board/setup_rig.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 #include <random>
-
-#include "tests/board/setup_rig.h"
 
 namespace {
 

@@ -1,14 +1,13 @@
 // TX and MX: copies that leave out key-coloured pixels, and stretches whose texels lie in the frame
 // buffer. SX has neither.
-#include "board/source_key.h"
+#include "board/pixel/source_key.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
 
 #include <map>
 #include <random>
 #include <string>
-
-#include "tests/board/rig.h"
 
 namespace {
 

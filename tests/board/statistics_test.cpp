@@ -1,9 +1,8 @@
 // The pick result: has a pixel inside the region passed all tests, with all writes off?
-#include "board/statistics.h"
+#include "board/pixel/pick.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
-
-#include "tests/board/rig.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
+#include "tests/board/rig.h"
+
 #include <gtest/gtest.h>
 
 #include <bit>
-
-#include "tests/board/rig.h"
 
 namespace {
 

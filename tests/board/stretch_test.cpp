@@ -1,11 +1,11 @@
 // Stretches on the Permedia family: a rectangle textured with a surface, raw or converted back to
 // the surface's own format.
+#include "tests/board/texture_rig.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
-
-#include "tests/board/texture_rig.h"
 
 namespace {
 

@@ -1,11 +1,10 @@
-#include "board/texel_format.h"
+#include "board/texture/texel_format.h"
+#include "tests/board/texture_rig.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
-
-#include "tests/board/texture_rig.h"
 
 namespace {
 

@@ -1,10 +1,9 @@
-#include "board/texture_address.h"
+#include "board/texture/texture_address.h"
+#include "tests/board/texture_rig.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-
-#include "tests/board/texture_rig.h"
 
 namespace {
 

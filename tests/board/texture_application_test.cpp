@@ -1,11 +1,10 @@
-#include "board/texture_application.h"
+#include "board/texture/texture_application.h"
+#include "tests/board/texture_rig.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
-
-#include "tests/board/texture_rig.h"
 
 namespace {
 

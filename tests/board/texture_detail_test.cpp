@@ -1,9 +1,9 @@
 // The level of detail on TX and MX.
+#include "tests/board/texture_rig.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
-
-#include "tests/board/texture_rig.h"
 
 namespace {
 

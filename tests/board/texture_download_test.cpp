@@ -1,8 +1,7 @@
-#include "board/texture_download.h"
+#include "board/pixel/texture_download.h"
+#include "tests/board/texture_rig.h"
 
 #include <gtest/gtest.h>
-
-#include "tests/board/texture_rig.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 #pragma once
 // A board with a map in its texture memory and a 64 pixels wide 32-bit target for raw colours.
+#include "tests/board/rig.h"
+
 #include <cmath>
 #include <cstdint>
 #include <vector>
-
-#include "tests/board/rig.h"
 
 namespace rig {
 

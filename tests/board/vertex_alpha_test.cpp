@@ -1,8 +1,7 @@
 // The alpha of stored vertices reads back, by whatever word it came.
 #include "board/board.h"
-
-#include "driver/core/registers.h"
-#include "driver/core/tags.h"
+#include "chip/aperture.h"
+#include "chip/words.h"
 
 #include <gtest/gtest.h>
 

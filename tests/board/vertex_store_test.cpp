@@ -1,8 +1,7 @@
-#include "board/vertex_store.h"
+#include "board/setup/vertex_store.h"
+#include "tests/board/setup_rig.h"
 
 #include <gtest/gtest.h>
-
-#include "tests/board/setup_rig.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The video port, programmed word by word. 100 fields a second of 20 lines: 500 microseconds a
 // line, 10000 a field.
-#include "board/video_source.h"
+#include "board/video/video_source.h"
 #include "tests/board/rig.h"
 
 #include <gtest/gtest.h>

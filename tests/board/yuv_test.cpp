@@ -1,12 +1,11 @@
-#include "board/yuv.h"
+#include "board/texture/yuv.h"
+#include "tests/board/texture_rig.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <random>
-
-#include "tests/board/texture_rig.h"
 
 namespace {
 

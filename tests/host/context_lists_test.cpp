@@ -1,8 +1,7 @@
-#include "host/display/context_lists.h"
-
 #include "driver/core/chipinfo.h"
 #include "driver/core/registers.h"
 #include "driver/core/tags.h"
+#include "host/display/context_lists.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,5 @@
-#include "host/ddraw/ddraw.h"
-
 #include "driver/heap/surface.h"
+#include "host/ddraw/ddraw.h"
 #include "host/display/machine.h"
 #include "host/win32/heap.h"
 

@@ -1,6 +1,5 @@
-#include "host/d3d/direct3d.h"
-
 #include "driver/d3d/dcontext.h"
+#include "host/d3d/direct3d.h"
 #include "host/display/machine.h"
 #include "host/picture.h"
 #include "host/vdd/minivdd.h"

@@ -1,9 +1,8 @@
-#include "host/display/display.h"
-
 #include "driver/core/tags.h"
 #include "driver/heap/linalloc.h"
 #include "driver/services/context.h"
 #include "host/display/context_lists.h"
+#include "host/display/display.h"
 #include "host/display/machine.h"
 #include "host/vdd/minivdd.h"
 #include "host/win32/registry.h"

@@ -1,7 +1,6 @@
-#include "host/vdd/minivdd.h"
-
 #include "driver/core/chipbus.h"
 #include "driver/heap/linalloc.h"
+#include "host/vdd/minivdd.h"
 #include "host/win32/win32.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
-#include "host/picture.h"
-
 #include "host/ddraw/format.h"
+#include "host/picture.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,7 @@
 // Driver, mini VDD and board together: whatever the board's pace and whichever thread the handler
 // runs on, the picture is the same and nothing gets lost.
-#include "host/d3d/direct3d.h"
-
 #include "driver/services/context.h"
+#include "host/d3d/direct3d.h"
 #include "host/display/machine.h"
 #include "host/picture.h"
 #include "host/vdd/minivdd.h"

@@ -1,5 +1,4 @@
 #include "host/win32/registry.h"
-
 #include "host/win32/win32.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,8 @@
 // KORV32.dll and the linked driver are the same program: on equal boards they do the same, access
 // by access and word by word.
-#include "tests/loader/machine.h"
-
 #include "host/display/machine.h"
 #include "host/driver_module.h"
+#include "tests/loader/machine.h"
 
 #include <gtest/gtest.h>
 

@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-
 #include <sys/mman.h>
 
 namespace {

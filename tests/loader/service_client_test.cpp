@@ -3,9 +3,8 @@
 #include "host/client/client_drawing.h"
 #include "host/d3d/direct3d.h"
 #include "host/ddraw/ddraw.h"
-#include "tests/loader/machine.h"
-
 #include "host/driver_module.h"
+#include "tests/loader/machine.h"
 
 #include <gtest/gtest.h>
 

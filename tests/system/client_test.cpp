@@ -1,11 +1,10 @@
 // A client of the exported services beside Direct3D and the screen's own drawing: whoever draws
 // when, each one's picture and each one's registers are as if it had the chip alone.
-#include "tests/system/client_stage.h"
-
 #include "driver/core/tags.h"
 #include "host/display/machine.h"
 #include "host/win32/dci.h"
 #include "host/win32/system.h"
+#include "tests/system/client_stage.h"
 
 #include <gtest/gtest.h>
 

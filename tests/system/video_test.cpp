@@ -2,7 +2,7 @@
 // converts it, to what the monitor shows. The board's clock moves only when a test says so: 50
 // fields of 100 lines a second, 20000 microseconds a field, 200 a line. What should arrive is
 // worked out from the source's own pixels with the standard conversion.
-#include "board/video_source.h"
+#include "board/video/video_source.h"
 #include "host/ddraw/ddraw.h"
 #include "host/ddraw/video_port.h"
 #include "host/display/display.h"

@@ -1,15 +1,15 @@
 // Command lines that are refused before anything is drawn, and help.
+#include "tests/tools/run_tool.h"
+#include "tests/tools/temporary_folder.h"
+#include "tools/korv/base/errors.h"
+#include "tools/korv/commands/commands.h"
+#include "tools/korv/images/patterns.h"
+#include "tools/korv/images/png.h"
+#include "tools/korv/painting/canvas.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
-
-#include "tests/tools/run_tool.h"
-#include "tests/tools/temporary_folder.h"
-#include "tools/korv/canvas.h"
-#include "tools/korv/commands.h"
-#include "tools/korv/errors.h"
-#include "tools/korv/patterns.h"
-#include "tools/korv/png.h"
 
 namespace korv {
 namespace {
@@ -28,10 +28,12 @@ TEST(Arguments, SizeIsWidthTimesHeight) {
     EXPECT_EQ(ParseSize("640x480"), (Extent{640, 480}));
     EXPECT_EQ(ParseSize("1x2048"), (Extent{1, 2048}));
     for (const char* bad : {"", "640", "640x", "x480", "640x480x2", "640 x 480", "a x b", "6e2x480",
-                            "640X480", "99999999999x1"})
+                            "640X480", "99999999999x1"}) {
         EXPECT_THROW(ParseSize(bad), UserError) << bad;
-    for (const char* impossible : {"0x480", "640x0", "-1x5", "640x2049", "8192x10"})
+    }
+    for (const char* impossible : {"0x480", "640x0", "-1x5", "640x2049", "8192x10"}) {
         EXPECT_THROW(ParseSize(impossible), UserError) << impossible;
+    }
 }
 
 TEST(Arguments, RawPixelFollowsTheFormat) {
@@ -165,8 +167,9 @@ TEST(Arguments, EveryOptionIsExplained) {
     for (const char* option :
          {"--chip", "--size", "--depth", "--shade", "--zbuffer", "--fog", "--cull", "--texture",
           "--filter", "--wrap", "--perspective", "--blend", "--colorkey", "--texformat", "--fifo",
-          "--subbuffers", "--words", "--events", "-o"})
+          "--subbuffers", "--words", "--events", "-o"}) {
         EXPECT_NE(help.find(option), std::string::npos) << option;
+    }
 }
 
 TEST(Arguments, TextureCommandWritesTheTextureWithItsAlpha) {

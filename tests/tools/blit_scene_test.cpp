@@ -1,16 +1,16 @@
 // What the scenes made by blits and flips must look like on every chip that draws them.
+#include "tests/tools/recording_painter.h"
+#include "tests/tools/run_tool.h"
+#include "tests/tools/temporary_folder.h"
+#include "tools/korv/images/contact_sheet.h"
+#include "tools/korv/painting/canvas.h"
+#include "tools/korv/scenes/scene.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <set>
-
-#include "tests/tools/recording_painter.h"
-#include "tests/tools/run_tool.h"
-#include "tests/tools/temporary_folder.h"
-#include "tools/korv/canvas.h"
-#include "tools/korv/contact_sheet.h"
-#include "tools/korv/scene.h"
 
 namespace korv {
 namespace {
@@ -35,8 +35,9 @@ Pixel Held(const Pixel& colour, int depth) {
     for (int channel = 0; channel < 3; ++channel) {
         const int top = colour[channel] >> (8 - bits[channel]);
         int wide = 0;
-        for (int have = 0; have < 8; have += bits[channel])
+        for (int have = 0; have < 8; have += bits[channel]) {
             wide = wide << bits[channel] | top;
+        }
         const int extra = (8 + bits[channel] - 1) / bits[channel] * bits[channel] - 8;
         held[channel] = static_cast<uint8_t>(wide >> extra);
     }
@@ -68,7 +69,7 @@ int Reach(LONG fromSize, LONG toSize) {
 bool FitsImage(const host::Picture& image, double x, double y, int reachX, int reachY,
                const Pixel& seen, int depth) {
     Pixel low{255, 255, 255, 255}, high{};
-    for (int dy = -reachY; dy <= reachY; ++dy)
+    for (int dy = -reachY; dy <= reachY; ++dy) {
         for (int dx = -reachX; dx <= reachX; ++dx) {
             const auto column = std::clamp<int>(static_cast<int>(x + dx), 0, image.width - 1);
             const auto row = std::clamp<int>(static_cast<int>(y + dy), 0, image.height - 1);
@@ -78,9 +79,12 @@ bool FitsImage(const host::Picture& image, double x, double y, int reachX, int r
                 high[channel] = std::max(high[channel], near[channel]);
             }
         }
-    for (int channel = 0; channel < 3; ++channel)
-        if (seen[channel] < low[channel] || seen[channel] > high[channel])
+    }
+    for (int channel = 0; channel < 3; ++channel) {
+        if (seen[channel] < low[channel] || seen[channel] > high[channel]) {
             return false;
+        }
+    }
     return true;
 }
 
@@ -94,7 +98,7 @@ TEST_P(BlitScene, StretchesAndMirrorsShowEachPixelWhereItFalls) {
         const LONG width = to.right - to.left, height = to.bottom - to.top;
         const bool plain = width == from.right - from.left && height == from.bottom - from.top &&
                            !effects.mirrorLeftRight && !effects.mirrorUpDown;
-        for (LONG y = to.top; y < to.bottom; ++y)
+        for (LONG y = to.top; y < to.bottom; ++y) {
             for (LONG x = to.left; x < to.right; ++x) {
                 const Pixel seen = picture.At(x, y);
                 if (plain) {
@@ -110,6 +114,7 @@ TEST_P(BlitScene, StretchesAndMirrorsShowEachPixelWhereItFalls) {
                         << x << "," << y;
                 }
             }
+        }
     }
 }
 
@@ -154,7 +159,7 @@ TEST_P(BlitScene, KeyedCopiesChangeWhatLiesUnderAllButTheirKey) {
                                   static_cast<uint8_t>(key), 255},
                                  Depth());
         ASSERT_EQ(to.right - to.left, from.right - from.left);
-        for (LONG y = to.top; y < to.bottom; ++y)
+        for (LONG y = to.top; y < to.bottom; ++y) {
             for (LONG x = to.left; x < to.right; ++x) {
                 const Pixel pixel =
                     Held(asked.images.at(handle).At(from.left + x - to.left, from.top + y - to.top),
@@ -166,19 +171,24 @@ TEST_P(BlitScene, KeyedCopiesChangeWhatLiesUnderAllButTheirKey) {
                     std::copy(pixel.begin(), pixel.end(), &wanted.rgba[(y * 640 + x) * 4]);
                 }
             }
+        }
     }
     EXPECT_GT(drawn, 10000u);
     EXPECT_GT(left, 3000u);
-    for (uint32_t y = 0; y < 480; ++y)
-        for (uint32_t x = 0; x < 640; ++x)
+    for (uint32_t y = 0; y < 480; ++y) {
+        for (uint32_t x = 0; x < 640; ++x) {
             ASSERT_EQ(picture.At(x, y), wanted.At(x, y)) << x << "," << y;
+        }
+    }
 }
 
 std::vector<std::string> ChipNamesIf(bool stretches) {
     std::vector<std::string> names;
-    for (const ChipChoice& chip : Chips())
-        if (!stretches || chip.stretches)
+    for (const ChipChoice& chip : Chips()) {
+        if (!stretches || chip.stretches) {
             names.emplace_back(chip.name);
+        }
+    }
     return names;
 }
 
@@ -212,10 +222,12 @@ TEST_P(Animation, MonitorShowsEachFrameInItsTurn) {
         ASSERT_EQ(frames[frame].width, 100u);
         ASSERT_EQ(frames[frame].height, 75u);
         const auto reached = static_cast<uint32_t>(100 * (frame + 1) / 12);
-        for (uint32_t y = 71; y < 75; ++y)
-            for (uint32_t x = 0; x < 100; ++x)
+        for (uint32_t y = 71; y < 75; ++y) {
+            for (uint32_t x = 0; x < 100; ++x) {
                 ASSERT_EQ(frames[frame].At(x, y), x < reached ? bar : rail)
                     << frame << ": " << x << "," << y;
+            }
+        }
     }
 }
 
@@ -247,18 +259,20 @@ TEST(Strip, SetsPicturesSideBySideFromTheUpperLeft) {
     std::vector<host::Picture> pictures;
     for (uint8_t i = 0; i < 5; ++i) {
         host::Picture plain{2, 3, {}};
-        for (int n = 0; n < 6; ++n)
+        for (int n = 0; n < 6; ++n) {
             plain.rgba.insert(plain.rgba.end(), {i, i, i, 255});
+        }
         pictures.push_back(plain);
     }
     const host::Picture strip = Strip(pictures, 2);
     ASSERT_EQ(strip.width, 4u);
     ASSERT_EQ(strip.height, 9u);
-    for (uint32_t y = 0; y < 9; ++y)
+    for (uint32_t y = 0; y < 9; ++y) {
         for (uint32_t x = 0; x < 4; ++x) {
             const auto number = static_cast<uint8_t>(y / 3 * 2 + x / 2);
             EXPECT_EQ(strip.At(x, y), (number < 5 ? Pixel{number, number, number, 255} : Pixel{}));
         }
+    }
 }
 
 TEST(Demo, WritesTheFramesOfTheAnimationByNumber) {
@@ -274,8 +288,9 @@ TEST(Demo, WritesTheFramesOfTheAnimationByNumber) {
         return png.size() < 20 ? -1 : static_cast<uint8_t>(png[19]); // the low byte in the header
     };
     for (const char* number :
-         {"00", "01", "02", "03", "04", "05", "06", "07", "08", "09", "10", "11"})
+         {"00", "01", "02", "03", "04", "05", "06", "07", "08", "09", "10", "11"}) {
         EXPECT_EQ(width(std::string("-") + number), 32) << number;
+    }
     EXPECT_EQ(width(""), 128);
     EXPECT_FALSE(std::filesystem::exists(folder / "d/tx-animation-12.png"));
 }

@@ -1,11 +1,10 @@
-#include "tools/korv/camera.h"
+#include "tools/korv/model/camera.h"
+#include "tools/korv/model/shapes.h"
+#include "tools/korv/painting/clip.h"
 
 #include <gtest/gtest.h>
 
 #include <numbers>
-
-#include "tools/korv/clip.h"
-#include "tools/korv/shapes.h"
 
 namespace korv {
 namespace {
@@ -51,13 +50,16 @@ TEST(Camera, LooksStraightDownWithoutLosingItself) {
 
 TEST(Camera, FittedCameraShowsTheWholeModelFromEverySide) {
     const Mesh mesh = Torus(1, 0.4, 24, 12);
-    for (const Extent extent : {Extent{640, 480}, Extent{100, 300}, Extent{64, 64}})
-        for (double yaw = 0; yaw < 360; yaw += 45)
+    for (const Extent extent : {Extent{640, 480}, Extent{100, 300}, Extent{64, 64}}) {
+        for (double yaw = 0; yaw < 360; yaw += 45) {
             for (double pitch = -90; pitch <= 90; pitch += 45) {
                 const Camera camera = FitCamera(BoundingSphere(mesh), {yaw, pitch, 1}, extent);
-                for (const Vertex& v : mesh.vertices)
+                for (const Vertex& v : mesh.vertices) {
                     EXPECT_EQ(Outcode(ToClip(camera, v.position)), 0u);
+                }
             }
+        }
+    }
 }
 
 TEST(Camera, ZoomEnlarges) {
@@ -71,8 +73,9 @@ TEST(Camera, ZoomEnlarges) {
 
 TEST(Mesh, BoundingSphereHoldsAllUsedVertices) {
     Mesh mesh;
-    for (const Vec3& p : {Vec3{0, 0, 0}, Vec3{2, 0, 0}, Vec3{0, 2, 0}, Vec3{100, 0, 0}})
+    for (const Vec3& p : {Vec3{0, 0, 0}, Vec3{2, 0, 0}, Vec3{0, 2, 0}, Vec3{100, 0, 0}}) {
         mesh.vertices.push_back({p, {}, {}});
+    }
     mesh.triangles = {{0, 1, 2}};
     const Sphere sphere = BoundingSphere(mesh);
     EXPECT_EQ(sphere.centre, (Vec3{1, 1, 0}));
@@ -83,14 +86,16 @@ TEST(Mesh, SmoothNormalsWeighByAreaAndJoinAtSeams) {
     // Two triangles at a right angle along the x axis, each with vertices of its own; the second
     // has three times the area.
     Mesh mesh;
-    for (const Vec3& p :
-         {Vec3{0, 0, 0}, Vec3{1, 0, 0}, Vec3{0, 1, 0}, Vec3{1, 0, 0}, Vec3{0, 0, 0}, Vec3{0, 0, 3}})
+    for (const Vec3& p : {Vec3{0, 0, 0}, Vec3{1, 0, 0}, Vec3{0, 1, 0}, Vec3{1, 0, 0}, Vec3{0, 0, 0},
+                          Vec3{0, 0, 3}}) {
         mesh.vertices.push_back({p, {}, {}});
+    }
     mesh.triangles = {{0, 1, 2}, {3, 4, 5}};
     SmoothNormals(mesh);
     const Vec3 expected = Normalised({0, 3, 1});
-    for (const int seam : {0, 1, 3, 4})
+    for (const int seam : {0, 1, 3, 4}) {
         EXPECT_NEAR(Length(mesh.vertices[seam].normal - expected), 0, 1e-12);
+    }
     EXPECT_EQ(mesh.vertices[2].normal, (Vec3{0, 0, 1}));
 }
 
@@ -109,9 +114,11 @@ TEST(Shapes, TrianglesTurnTheirFrontsOutwards) {
 }
 
 TEST(Shapes, HaveNoBlackVertices) {
-    for (const Shape& shape : NamedShapes())
-        for (const Vertex& v : shape.make().vertices)
+    for (const Shape& shape : NamedShapes()) {
+        for (const Vertex& v : shape.make().vertices) {
             EXPECT_GT(Dot(v.colour, {1, 1, 1}), 1) << shape.name;
+        }
+    }
 }
 
 TEST(Shapes, HaveTheTrianglesTheyTell) {

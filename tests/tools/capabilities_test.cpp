@@ -1,8 +1,7 @@
-#include "tools/korv/capabilities.h"
+#include "tools/korv/chips/capabilities.h"
+#include "tools/korv/chips/flag_names.h"
 
 #include <gtest/gtest.h>
-
-#include "tools/korv/flag_names.h"
 
 namespace korv {
 namespace {

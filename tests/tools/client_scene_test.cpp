@@ -1,9 +1,9 @@
 // The scene in which two clients of the chip take turns, on every chip.
-#include <gtest/gtest.h>
+#include "tools/korv/images/patterns.h"
+#include "tools/korv/painting/canvas.h"
+#include "tools/korv/scenes/scene.h"
 
-#include "tools/korv/canvas.h"
-#include "tools/korv/patterns.h"
-#include "tools/korv/scene.h"
+#include <gtest/gtest.h>
 
 namespace korv {
 namespace {
@@ -26,8 +26,9 @@ class ClientScene : public testing::TestWithParam<std::string> {
 
 std::vector<std::string> AllChips() {
     std::vector<std::string> names;
-    for (const ChipChoice& chip : Chips())
+    for (const ChipChoice& chip : Chips()) {
         names.emplace_back(chip.name);
+    }
     return names;
 }
 
@@ -43,13 +44,15 @@ TEST_P(ClientScene, EachSideHasItsFigureOnItsGround) {
     EXPECT_EQ(left, (Pixel{0x18, 0x20, 0x30, 255}));
     EXPECT_EQ(right, (Pixel{0x21, 0x31, 0x18, 255}));
     int knot = 0, ring = 0;
-    for (uint32_t y = 0; y < kHeight; ++y)
+    for (uint32_t y = 0; y < kHeight; ++y) {
         for (uint32_t x = 0; x < kWidth; ++x) {
-            if (x < kWidth / 2)
+            if (x < kWidth / 2) {
                 knot += picture.At(x, y) != left;
-            else if (y < kHeight - 40)
+            } else if (y < kHeight - 40) {
                 ring += picture.At(x, y) != right;
+            }
         }
+    }
     EXPECT_GT(knot, 20000);
     EXPECT_LT(knot, 80000);
     EXPECT_GT(ring, 40000);
@@ -63,10 +66,12 @@ TEST_P(ClientScene, TheSignPaintedByHandArrivesPixelByPixel) {
     for (const bool fifo : {false, true}) {
         const host::Picture picture = Draw({.depth = 32, .fifo = fifo});
         const host::Picture sign = Sign(kWidth / 2, kHeight / 12, "BY HAND");
-        for (uint32_t y = 0; y < sign.height; ++y)
-            for (uint32_t x = 0; x < sign.width; ++x)
+        for (uint32_t y = 0; y < sign.height; ++y) {
+            for (uint32_t x = 0; x < sign.width; ++x) {
                 ASSERT_EQ(picture.At(kWidth / 2 + x, kHeight - sign.height + y), sign.At(x, y))
                     << x << " " << y;
+            }
+        }
     }
 }
 
@@ -79,9 +84,11 @@ TEST_P(ClientScene, IsTheSameByEveryRoad) {
 TEST_P(ClientScene, AtEightBitsDirect3DIsAlone) {
     const host::Picture picture = Draw({.depth = 8});
     const Pixel ground = picture.At(0, 0);
-    for (uint32_t y = 0; y < kHeight; ++y)
-        for (uint32_t x = kWidth / 2; x < kWidth; ++x)
+    for (uint32_t y = 0; y < kHeight; ++y) {
+        for (uint32_t x = kWidth / 2; x < kWidth; ++x) {
             ASSERT_EQ(picture.At(x, y), ground) << x << " " << y;
+        }
+    }
     EXPECT_NE(picture.At(20, 260), ground);
 }
 

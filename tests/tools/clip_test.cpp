@@ -1,4 +1,4 @@
-#include "tools/korv/clip.h"
+#include "tools/korv/painting/clip.h"
 
 #include <gtest/gtest.h>
 
@@ -97,8 +97,9 @@ TEST(Clip, AnyTriangleEndsUpInsideAndKeepsItsTurn) {
     size_t kept = 0;
     for (int round = 0; round < 2000; ++round) {
         ClipVertex corner[3];
-        for (ClipVertex& c : corner)
+        for (ClipVertex& c : corner) {
             c = At(place(random), place(random), depth(random), 1);
+        }
         const auto polygon = ClipTriangle(corner[0], corner[1], corner[2]);
         const double whole = Area({corner[0], corner[1], corner[2]});
         for (const ClipVertex& v : polygon) {
@@ -107,8 +108,9 @@ TEST(Clip, AnyTriangleEndsUpInsideAndKeepsItsTurn) {
             EXPECT_GE(v.position.z, -1e-9);
             EXPECT_LE(v.position.z, v.position.w + 1e-9);
         }
-        if (polygon.empty())
+        if (polygon.empty()) {
             continue;
+        }
         ++kept;
         EXPECT_GE(Area(polygon) * whole, -1e-9);
         EXPECT_LE(std::abs(Area(polygon)), std::abs(whole) + 1e-9);

@@ -1,4 +1,4 @@
-#include "tools/korv/contact_sheet.h"
+#include "tools/korv/images/contact_sheet.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,9 @@ namespace {
 
 host::Picture Plain(uint32_t width, uint32_t height, std::array<uint8_t, 3> colour) {
     host::Picture picture{width, height, {}};
-    for (uint32_t i = 0; i < width * height; ++i)
+    for (uint32_t i = 0; i < width * height; ++i) {
         picture.rgba.insert(picture.rgba.end(), {colour[0], colour[1], colour[2], 255});
+    }
     return picture;
 }
 
@@ -65,10 +66,13 @@ TEST(ContactSheet, HeadingsAreSetAboveAndBeside) {
     const ContactSheet sheet({"tx"}, {"knot"}, 40, 30);
     const host::Picture drawn = sheet.Draw();
     size_t above = 0, beside = 0, elsewhere = 0;
-    for (uint32_t y = 0; y < drawn.height; ++y)
-        for (uint32_t x = 0; x < drawn.width; ++x)
-            if (drawn.At(x, y) == kWhite)
+    for (uint32_t y = 0; y < drawn.height; ++y) {
+        for (uint32_t x = 0; x < drawn.width; ++x) {
+            if (drawn.At(x, y) == kWhite) {
                 ++(x >= sheet.CellX(0) ? (y < sheet.CellY(0) ? above : elsewhere) : beside);
+            }
+        }
+    }
     EXPECT_GT(above, 20u);
     EXPECT_GT(beside, 40u);
     EXPECT_EQ(elsewhere, 0u);

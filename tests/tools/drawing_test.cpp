@@ -1,12 +1,12 @@
 // Whole commands on the software boards.
+#include "tests/tools/run_tool.h"
+#include "tests/tools/temporary_folder.h"
+#include "tools/korv/chips/chips.h"
+#include "tools/korv/scenes/scene.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
-
-#include "tests/tools/run_tool.h"
-#include "tests/tools/temporary_folder.h"
-#include "tools/korv/chips.h"
-#include "tools/korv/scene.h"
 
 namespace korv {
 namespace {
@@ -21,8 +21,9 @@ TEST(Demo, WritesAPictureForEachChipAndSceneAndASheet) {
     EXPECT_EQ(result.out, "4 pictures in " + (folder / "d") + ", all on one sheet in " +
                               (folder / "d/contact-sheet.png") + "\n");
     for (const char* name :
-         {"sx-crossing", "sx-stipple", "permedia-crossing", "permedia-stipple", "contact-sheet"})
+         {"sx-crossing", "sx-stipple", "permedia-crossing", "permedia-stipple", "contact-sheet"}) {
         EXPECT_EQ(ReadAll(folder / "d/" + name + ".png").substr(1, 3), "PNG") << name;
+    }
 }
 
 TEST(Demo, PictureIsTheSameByFifoAndByDmaWithAnyNumberOfSubBuffers) {
@@ -30,10 +31,11 @@ TEST(Demo, PictureIsTheSameByFifoAndByDmaWithAnyNumberOfSubBuffers) {
         {"--fifo"}, {"--subbuffers", "2"}, {"--subbuffers", "8"}};
     // Every third pair: each board and each scene has its turns.
     size_t pair = 0;
-    for (const ChipChoice& choice : Chips())
+    for (const ChipChoice& choice : Chips()) {
         for (const Scene& scene : Scenes()) {
-            if (!CanDraw(choice, scene) || pair++ % 3 != 0)
+            if (!CanDraw(choice, scene) || pair++ % 3 != 0) {
                 continue;
+            }
             const std::string_view chip = choice.name;
             SCOPED_TRACE(std::string(chip) + " " + std::string(scene.name));
             TemporaryFolder folder;
@@ -58,6 +60,7 @@ TEST(Demo, PictureIsTheSameByFifoAndByDmaWithAnyNumberOfSubBuffers) {
             EXPECT_EQ(pictures[0], pictures[1]);
             EXPECT_EQ(pictures[0], pictures[2]);
         }
+    }
 }
 
 TEST(Demo, LeavesCellsEmptyWhereAChipHasNoTextures) {
@@ -87,7 +90,7 @@ TEST(Demo, RecordsAFileForEachPicture) {
 TEST(Render, DrawsAShippedModelOnEachChip) {
     TemporaryFolder folder;
     RunTool({"model", "icosphere", "-o", folder / "m.obj"});
-    for (const ChipChoice& choice : Chips())
+    for (const ChipChoice& choice : Chips()) {
         for (const char* depth : {"8", "16", "32"}) {
             const std::string chip(choice.name);
             const ToolResult result =
@@ -97,6 +100,7 @@ TEST(Render, DrawsAShippedModelOnEachChip) {
             EXPECT_EQ(result.err, "") << chip << " " << depth;
             EXPECT_EQ(ReadAll(folder / "m.png").substr(1, 3), "PNG");
         }
+    }
 }
 
 TEST(Render, SortedTrianglesShowTheSameAsTheDepthBuffer) {
@@ -122,8 +126,9 @@ TEST(Render, RecordsEventsWithMeanings) {
     const std::string events = ReadAll(folder / "e.txt");
     EXPECT_NE(events.find("StartXDom"), std::string::npos);
     size_t words = 0;
-    for (size_t at = events.find("\nf "); at != events.npos; at = events.find("\nf ", at + 1))
+    for (size_t at = events.find("\nf "); at != events.npos; at = events.find("\nf ", at + 1)) {
         ++words;
+    }
     words += events.starts_with("f ");
     EXPECT_EQ(ReadAll(folder / "w.bin").size(), words * 4);
 }

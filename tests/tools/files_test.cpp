@@ -1,12 +1,11 @@
-#include "tools/korv/files.h"
+#include "tests/tools/temporary_folder.h"
+#include "tools/korv/base/errors.h"
+#include "tools/korv/base/files.h"
+#include "tools/korv/capture/recording.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-
-#include "tests/tools/temporary_folder.h"
-#include "tools/korv/errors.h"
-#include "tools/korv/recording.h"
 
 namespace korv {
 namespace {

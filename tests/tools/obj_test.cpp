@@ -1,12 +1,11 @@
-#include "tools/korv/obj.h"
+#include "tests/tools/temporary_folder.h"
+#include "tools/korv/base/errors.h"
+#include "tools/korv/model/obj.h"
+#include "tools/korv/model/shapes.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
-
-#include "tests/tools/temporary_folder.h"
-#include "tools/korv/errors.h"
-#include "tools/korv/shapes.h"
 
 namespace korv {
 namespace {
@@ -51,8 +50,9 @@ TEST(Obj, LoadsPolygonsAndMakesNormals) {
     const Mesh mesh =
         LoadObj(folder.Write("square.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n"));
     ASSERT_EQ(mesh.triangles.size(), 2u);
-    for (const Vertex& v : mesh.vertices)
+    for (const Vertex& v : mesh.vertices) {
         EXPECT_EQ(v.normal, (Vec3{0, 0, 1}));
+    }
 }
 
 TEST(Obj, TakesDiffuseColoursOfMaterials) {
@@ -114,9 +114,11 @@ TEST(Obj, TakesVertexColours) {
 TEST(Obj, ModelWithoutColoursGetsOneThatShows) {
     TemporaryFolder folder;
     for (const char* text : {"v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n",
-                             "v 0 0 0\nv 1 0 0\nv 0 1 0\nvn 0 0 1\nf 1//1 2//1 3//1\n"})
-        for (const Vertex& v : LoadObj(folder.Write("m.obj", text)).vertices)
+                             "v 0 0 0\nv 1 0 0\nv 0 1 0\nvn 0 0 1\nf 1//1 2//1 3//1\n"}) {
+        for (const Vertex& v : LoadObj(folder.Write("m.obj", text)).vertices) {
             EXPECT_GT(Dot(v.colour, {1, 1, 1}), 1.5);
+        }
+    }
 }
 
 TEST(Obj, WrittenModelReadsBackTheSame) {
@@ -131,7 +133,7 @@ TEST(Obj, WrittenModelReadsBackTheSame) {
         const Mesh read = LoadObj(folder.Write("model.obj", text.str()));
         ASSERT_EQ(read.triangles.size(), made.triangles.size());
         EXPECT_TRUE(read.hasCoordinates);
-        for (size_t i = 0; i < made.triangles.size(); ++i)
+        for (size_t i = 0; i < made.triangles.size(); ++i) {
             for (int corner = 0; corner < 3; ++corner) {
                 const Vertex& a = made.vertices[made.triangles[i][corner]];
                 const Vertex& b = read.vertices[read.triangles[i][corner]];
@@ -140,6 +142,7 @@ TEST(Obj, WrittenModelReadsBackTheSame) {
                 EXPECT_NEAR(a.u, b.u, 2e-5);
                 EXPECT_NEAR(a.v, b.v, 2e-5);
             }
+        }
     }
 }
 

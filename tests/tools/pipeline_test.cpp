@@ -1,11 +1,10 @@
-#include "tools/korv/pipeline.h"
+#include "tests/tools/recording_painter.h"
+#include "tools/korv/model/shapes.h"
+#include "tools/korv/painting/pipeline.h"
 
 #include <gtest/gtest.h>
 
 #include <numbers>
-
-#include "tests/tools/recording_painter.h"
-#include "tools/korv/shapes.h"
 
 namespace korv {
 namespace {
@@ -20,8 +19,9 @@ Camera Straight() {
 
 Mesh OneTriangle(const Vec3& a, const Vec3& b, const Vec3& c) {
     Mesh mesh;
-    for (const Vec3& p : {a, b, c})
+    for (const Vec3& p : {a, b, c}) {
         mesh.vertices.push_back({p, {0, -1, 0}, {1, 0.5, 0}});
+    }
     mesh.triangles = {{0, 1, 2}};
     return mesh;
 }
@@ -61,8 +61,9 @@ TEST(Pipeline, LightIsAmbientPlusDiffuseByTheCosine) {
     mesh.vertices[0].normal = {0, -1, 0};                 // straight at the lamp
     mesh.vertices[1].normal = {0, -0.5, std::sqrt(0.75)}; // 60 degrees
     mesh.vertices[2].normal = Normalised({0, -1e-9, -1}); // almost across
-    for (Vertex& v : mesh.vertices)
+    for (Vertex& v : mesh.vertices) {
         v.colour = {1, 1, 1};
+    }
     const auto batches = Process(mesh, Straight(), kSize, options);
     EXPECT_EQ(batches[0].vertices[0].color & 0xFF, 191u); // 0.75
     EXPECT_EQ(batches[0].vertices[1].color & 0xFF, 128u); // 0.5
@@ -76,13 +77,14 @@ TEST(Pipeline, TextureCoordinatesAreCutWithTheTriangle) {
     mesh.vertices[1].v = mesh.vertices[2].v = 1;
     mesh.vertices[2].u = 1;
     // At the sides of the picture x is 4: half of the way out.
-    for (const Batch& batch : Process(mesh, Straight(), kSize, FullLight()))
+    for (const Batch& batch : Process(mesh, Straight(), kSize, FullLight())) {
         for (const D3DTLVERTEX& v : batch.vertices) {
             const double x = (v.sx / 100 - 1) * 4;
             const double z = (1 - v.sy / 50) * 2;
             EXPECT_NEAR(v.tu, 0.5 + x / 16, 1e-6);
             EXPECT_NEAR(v.tv, 0.5 - z / 2, 1e-6);
         }
+    }
 }
 
 TEST(Pipeline, HighlightStandsWhereTheLampIsMirrored) {
@@ -112,8 +114,9 @@ TEST(Pipeline, NormalsAwayFromTheLampGetAmbientLightOnly) {
 TEST(Pipeline, FlatTrianglesAreLitByTheirOwnPlane) {
     // Counter-clockwise from the front: the plane faces the lamp, whatever the vertices say.
     Mesh mesh = OneTriangle({0, 2, 1}, {-1, 2, -1}, {1, 2, -1});
-    for (Vertex& v : mesh.vertices)
+    for (Vertex& v : mesh.vertices) {
         v.normal = {0, 1, 0};
+    }
     DrawOptions options;
     options.shading = Shading::Flat;
     options.light = {{0, -1, 0}, 0, 1};
@@ -168,8 +171,9 @@ TEST(Pipeline, InvisibleMeshGivesNoBatch) {
 
 TEST(Pipeline, BackToFrontPutsTheFarTriangleFirst) {
     Mesh mesh = OneTriangle({0, 2, 1}, {-1, 2, -1}, {1, 2, -1});
-    for (const Vec3& p : {Vec3{0, 5, 1}, Vec3{-1, 5, -1}, Vec3{1, 5, -1}})
+    for (const Vec3& p : {Vec3{0, 5, 1}, Vec3{-1, 5, -1}, Vec3{1, 5, -1}}) {
         mesh.vertices.push_back({p, {0, -1, 0}, {0, 1, 0}});
+    }
     mesh.triangles.push_back({3, 4, 5});
     DrawOptions options = FullLight();
     const auto asGiven = Process(mesh, Straight(), kSize, options);

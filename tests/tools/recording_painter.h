@@ -1,9 +1,9 @@
 #pragma once
 // A painter that draws nothing and keeps what it was told.
+#include "tools/korv/painting/painter.h"
+
 #include <algorithm>
 #include <vector>
-
-#include "tools/korv/painter.h"
 
 namespace korv {
 
@@ -24,19 +24,23 @@ struct RecordingPainter : Painter {
                    std::span<const D3DTRIANGLE> triangles) override {
         ++calls;
         largestCall = std::max({largestCall, newVertices.size(), triangles.size()});
-        for (const D3DTRIANGLE& t : triangles)
+        for (const D3DTRIANGLE& t : triangles) {
             for (const WORD index : {t.v1, t.v2, t.v3}) {
-                if (index >= newVertices.size())
+                if (index >= newVertices.size()) {
                     ++badIndices;
-                else
+                } else {
                     corners.push_back(newVertices[index]);
+                }
             }
+        }
     }
     bool WouldShow(std::span<const D3DTLVERTEX> vertices,
                    std::span<const D3DTRIANGLE> triangles) override {
-        for (const D3DTRIANGLE& t : triangles)
-            for (const WORD index : {t.v1, t.v2, t.v3})
+        for (const D3DTRIANGLE& t : triangles) {
+            for (const WORD index : {t.v1, t.v2, t.v3}) {
                 badIndices += index >= vertices.size();
+            }
+        }
         return ++questions % 2 != 0;
     }
 

@@ -1,16 +1,16 @@
 // What ships is what was tested: every scene script gives the same words, the same register events
 // and the same pictures by KORV32.dll and by the linked driver.
+#include "host/driver_module.h"
+#include "tests/tools/run_tool.h"
+#include "tests/tools/scene_scripts.h"
+#include "tests/tools/temporary_folder.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <map>
-
-#include "host/driver_module.h"
-#include "tests/tools/run_tool.h"
-#include "tests/tools/scene_scripts.h"
-#include "tests/tools/temporary_folder.h"
 
 namespace korv {
 namespace {
@@ -27,8 +27,9 @@ Outcome Replay(const std::string& script, std::vector<std::string> options) {
     const ToolResult result = RunTool(arguments);
     EXPECT_EQ(result.code, 0) << result.err;
     Outcome outcome;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.Path()))
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
         outcome[entry.path().filename().string()] = ReadAll(entry.path().string());
+    }
     return outcome;
 }
 
@@ -49,9 +50,11 @@ class SceneByDll : public testing::TestWithParam<std::string> {
 
     // Whether a word came by that road, as event text tells it.
     static bool HasEvent(const Outcome& outcome, const char* kind) {
-        for (const auto& [name, contents] : outcome)
-            if (name.starts_with("events") && contents.find(kind) != std::string::npos)
+        for (const auto& [name, contents] : outcome) {
+            if (name.starts_with("events") && contents.find(kind) != std::string::npos) {
                 return true;
+            }
+        }
         return false;
     }
     static bool DrawsByDma(const Outcome& outcome) { return HasEvent(outcome, "\nd "); }

@@ -1,20 +1,21 @@
 #pragma once
 // Scripts made of steps, and what `korv replay` says of them.
+#include "tests/tools/run_tool.h"
+#include "tests/tools/temporary_folder.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
-
-#include "tests/tools/run_tool.h"
-#include "tests/tools/temporary_folder.h"
 
 namespace korv {
 
 // A script of two lines of preamble, then a step a line from line 3 on.
 inline std::string Script(const std::vector<std::string>& steps) {
     std::string text = "{ \"version\": 1,\n\"steps\": [\n";
-    for (size_t i = 0; i < steps.size(); ++i)
+    for (size_t i = 0; i < steps.size(); ++i) {
         text += steps[i] + (i + 1 < steps.size() ? ",\n" : "\n");
+    }
     return text + "] }\n";
 }
 

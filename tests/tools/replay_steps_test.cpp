@@ -1,11 +1,10 @@
 // The steps of HAL scripts: that each carries what it says to the driver and brings back what came.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "tests/tools/replay_rig.h"
+#include "tools/korv/images/png.h"
 
 #include <fmt/format.h>
-
-#include "tests/tools/replay_rig.h"
-#include "tools/korv/png.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace korv {
 namespace {

@@ -1,13 +1,13 @@
 // HAL scripts: every one in scenes/ plays, and what is wrong with a script or its expectations is
 // told with file, line and path.
+#include "tests/tools/replay_rig.h"
+#include "tests/tools/run_tool.h"
+#include "tests/tools/scene_scripts.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
-
-#include "tests/tools/replay_rig.h"
-#include "tests/tools/run_tool.h"
-#include "tests/tools/scene_scripts.h"
 
 namespace korv {
 namespace {

@@ -1,7 +1,7 @@
 // Steps of HAL scripts for video. What comes of them is told by the scripts in scenes/.
-#include <gtest/gtest.h>
-
 #include "tests/tools/replay_rig.h"
+
+#include <gtest/gtest.h>
 
 namespace korv {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
+#include "tools/korv/commands/run.h"
+
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include "tools/korv/run.h"
 
 namespace korv {
 
@@ -14,8 +14,9 @@ struct ToolResult {
 
 inline ToolResult RunTool(const std::vector<std::string>& arguments) {
     std::vector<const char*> argv{"korv"};
-    for (const std::string& argument : arguments)
+    for (const std::string& argument : arguments) {
         argv.push_back(argument.c_str());
+    }
     std::ostringstream out, err;
     const int code = Run(static_cast<int>(argv.size()), argv.data(), out, err);
     return {code, out.str(), err.str()};

@@ -16,9 +16,11 @@ inline std::filesystem::path ScenesFolder() {
 // Names of the HAL scripts there, without ending. Data that scripts read lies in folders.
 inline std::vector<std::string> SceneScripts() {
     std::vector<std::string> scripts;
-    for (const auto& entry : std::filesystem::directory_iterator(ScenesFolder()))
-        if (entry.path().extension() == ".json")
+    for (const auto& entry : std::filesystem::directory_iterator(ScenesFolder())) {
+        if (entry.path().extension() == ".json") {
             scripts.push_back(entry.path().stem().string());
+        }
+    }
     std::ranges::sort(scripts);
     return scripts;
 }

@@ -1,11 +1,10 @@
-#include "tools/korv/scene.h"
+#include "tests/tools/recording_painter.h"
+#include "tools/korv/scenes/scene.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <set>
-
-#include "tests/tools/recording_painter.h"
 
 namespace korv {
 namespace {
@@ -14,13 +13,14 @@ constexpr Extent kSizes[] = {{640, 480}, {64, 64}, {320, 1000}, {17, 9}};
 
 TEST(Scenes, NamesAreDistinct) {
     std::set<std::string_view> names;
-    for (const Scene& scene : Scenes())
+    for (const Scene& scene : Scenes()) {
         EXPECT_TRUE(names.insert(scene.name).second) << scene.name;
+    }
 }
 
 TEST(Scenes, EveryVertexLiesInsideTheTarget) {
-    for (const Scene& scene : Scenes())
-        for (const Extent size : kSizes)
+    for (const Scene& scene : Scenes()) {
+        for (const Extent size : kSizes) {
             for (const bool allFactors : {false, true}) {
                 SCOPED_TRACE(scene.name);
                 RecordingPainter painter(size, allFactors);
@@ -38,6 +38,8 @@ TEST(Scenes, EveryVertexLiesInsideTheTarget) {
                     ASSERT_GT(v.rhw, 0);
                 }
             }
+        }
+    }
 }
 
 TEST(Scenes, ClearBeforeTheyDraw) {
@@ -53,7 +55,7 @@ TEST(Scenes, EveryBlitAndFillLiesInsideTargetAndImage) {
         return rect.left >= 0 && rect.top >= 0 && rect.left < rect.right &&
                rect.top < rect.bottom && rect.right <= width && rect.bottom <= height;
     };
-    for (const Scene& scene : Scenes())
+    for (const Scene& scene : Scenes()) {
         for (const Extent size : {Extent{640, 480}, {320, 1000}, {64, 64}, {17, 9}, {1, 1}}) {
             SCOPED_TRACE(scene.name);
             RecordingPainter painter(size);
@@ -65,9 +67,11 @@ TEST(Scenes, EveryBlitAndFillLiesInsideTargetAndImage) {
                                    static_cast<LONG>(image.height)));
                 EXPECT_EQ(image.width % 2, 0u);
             }
-            for (const auto& fill : painter.fills)
+            for (const auto& fill : painter.fills) {
                 EXPECT_TRUE(inside(fill.area, size.width, size.height));
+            }
         }
+    }
 }
 
 TEST(Scenes, DrawTheSameEveryTime) {
@@ -89,10 +93,12 @@ std::set<std::pair<DWORD, DWORD>> BlendPairs(bool allFactors) {
     std::set<std::pair<DWORD, DWORD>> pairs;
     DWORD source = 0;
     for (const auto& state : painter.states) {
-        if (state.type == D3DRENDERSTATE_SRCBLEND)
+        if (state.type == D3DRENDERSTATE_SRCBLEND) {
             source = state.value;
-        if (state.type == D3DRENDERSTATE_DESTBLEND)
+        }
+        if (state.type == D3DRENDERSTATE_DESTBLEND) {
             pairs.insert({source, state.value});
+        }
     }
     return pairs;
 }
@@ -121,8 +127,9 @@ TEST(StippleScene, ShowsAllSixteenPatterns) {
     RecordingPainter painter({640, 480});
     DrawStippledAlpha(painter);
     std::set<uint32_t> patterns;
-    for (const D3DTLVERTEX& v : painter.corners)
+    for (const D3DTLVERTEX& v : painter.corners) {
         patterns.insert(v.color >> 28);
+    }
     EXPECT_EQ(patterns.size(), 16u);
 }
 
@@ -130,8 +137,9 @@ TEST(FogScene, GoesFromClearToAllFog) {
     RecordingPainter painter({640, 480});
     DrawFogFloor(painter);
     std::set<uint32_t> fog;
-    for (const D3DTLVERTEX& v : painter.corners)
+    for (const D3DTLVERTEX& v : painter.corners) {
         fog.insert(v.specular >> 24);
+    }
     EXPECT_TRUE(fog.contains(0));
     EXPECT_TRUE(fog.contains(255));
     EXPECT_GT(fog.size(), 100u);

@@ -1,11 +1,10 @@
-#include "tools/korv/terrain.h"
+#include "tests/tools/recording_painter.h"
+#include "tools/korv/model/terrain.h"
+#include "tools/korv/scenes/scene.h"
 
 #include <gtest/gtest.h>
 
 #include <numbers>
-
-#include "tests/tools/recording_painter.h"
-#include "tools/korv/scene.h"
 
 namespace korv {
 namespace {
@@ -47,8 +46,9 @@ TEST(Terrain, LandscapeIsMoreThanTwentyThousandTrianglesInStrips) {
     for (const auto& strip : painter.strips) {
         ExpectFlagsTellTheTruth(strip);
         EXPECT_EQ(strip.front().wFlags & 0x1F, D3DTRIFLAG_START);
-        for (const D3DTRIANGLE& t : strip)
+        for (const D3DTRIANGLE& t : strip) {
             shared += (t.wFlags & 0x1F) == D3DTRIFLAG_EVEN;
+        }
     }
     EXPECT_GT(shared, 12000u);
 }
@@ -61,8 +61,9 @@ TEST(Terrain, AStripThatLeavesTheViewBeginsAnew) {
     DrawStrips(painter, Terrain(40), 40, camera, {});
     ASSERT_FALSE(painter.strips.empty());
     EXPECT_LT(painter.corners.size(), 3u * 40 * 40 * 2);
-    for (const auto& strip : painter.strips)
+    for (const auto& strip : painter.strips) {
         ExpectFlagsTellTheTruth(strip);
+    }
 }
 
 } // namespace

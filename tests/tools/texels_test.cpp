@@ -1,12 +1,11 @@
-#include "tools/korv/texels.h"
+#include "host/ddraw/format.h"
+#include "tools/korv/images/patterns.h"
+#include "tools/korv/images/texel_format.h"
+#include "tools/korv/images/texels.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
-
-#include "host/ddraw/format.h"
-#include "tools/korv/patterns.h"
-#include "tools/korv/texel_format.h"
 
 namespace korv {
 namespace {
@@ -66,7 +65,7 @@ TEST(Texels, ManyColoursShareThePaletteAndStayNear) {
         const TexelEncoder encode(host::PaletteFormat(bits), wheel, {});
         EXPECT_EQ(encode.Palette().size(), 1u << bits);
         std::set<uint32_t> used;
-        for (uint32_t y = 0; y < 64; ++y)
+        for (uint32_t y = 0; y < 64; ++y) {
             for (uint32_t x = 0; x < 64; ++x) {
                 const Rgba colour = wheel.At(x, y);
                 const uint32_t raw = encode(colour);
@@ -77,6 +76,7 @@ TEST(Texels, ManyColoursShareThePaletteAndStayNear) {
                 EXPECT_NEAR(entry.peGreen, colour[1], within);
                 EXPECT_NEAR(entry.peBlue, colour[2], within);
             }
+        }
         EXPECT_GT(used.size(), (1u << bits) * 3 / 4);
     }
 }
@@ -106,11 +106,12 @@ TEST(Patterns, RepeatingOnesHaveNoSeam) {
     // Across the border neighbours differ no more than elsewhere.
     const host::Picture ground = Ground(64);
     int inside = 0, seam = 0;
-    for (uint32_t y = 0; y < 64; ++y)
+    for (uint32_t y = 0; y < 64; ++y) {
         for (uint32_t x = 0; x < 64; ++x) {
             const int step = std::abs(ground.At(x, y)[1] - ground.At((x + 1) % 64, y)[1]);
             (x == 63 ? seam : inside) = std::max(x == 63 ? seam : inside, step);
         }
+    }
     EXPECT_LE(seam, inside);
 }
 

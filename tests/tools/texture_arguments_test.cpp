@@ -1,12 +1,12 @@
 // `korv render` with textures: what it refuses, and that what it takes reaches the picture.
-#include <gtest/gtest.h>
-
 #include "tests/tools/run_tool.h"
 #include "tests/tools/temporary_folder.h"
-#include "tools/korv/errors.h"
-#include "tools/korv/patterns.h"
-#include "tools/korv/png.h"
-#include "tools/korv/texture_options.h"
+#include "tools/korv/base/errors.h"
+#include "tools/korv/commands/texture_options.h"
+#include "tools/korv/images/patterns.h"
+#include "tools/korv/images/png.h"
+
+#include <gtest/gtest.h>
 
 namespace korv {
 namespace {
@@ -48,8 +48,9 @@ class TexturedRender : public testing::Test {
 
 TEST_F(TexturedRender, ColoursAreSixHexadecimalDigits) {
     EXPECT_EQ(ParseColour("FF00fe"), 0xFF00FEu);
-    for (const char* bad : {"", "FF00F", "FF00FF0", "GG0000", "#FF00FF", "-12345", "0xFF00"})
+    for (const char* bad : {"", "FF00F", "FF00FF0", "GG0000", "#FF00FF", "-12345", "0xFF00"}) {
         EXPECT_THROW(ParseColour(bad), UserError) << bad;
+    }
     ExpectRefusal(Run({"--texture", image_, "--colorkey", "pink"}),
                   "bad colour 'pink': expected six hexadecimal digits, as in FF00FF");
 }

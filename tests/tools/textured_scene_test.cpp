@@ -1,23 +1,25 @@
 // What the textured scenes must look like on every chip that draws textures.
+#include "tools/korv/images/patterns.h"
+#include "tools/korv/images/texels.h"
+#include "tools/korv/painting/canvas.h"
+#include "tools/korv/scenes/scene.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <set>
 
-#include "tools/korv/canvas.h"
-#include "tools/korv/patterns.h"
-#include "tools/korv/scene.h"
-#include "tools/korv/texels.h"
-
 namespace korv {
 namespace {
 
 std::vector<std::string> TexturingChips() {
     std::vector<std::string> names;
-    for (const ChipChoice& chip : Chips())
-        if (chip.drawsTextures)
+    for (const ChipChoice& chip : Chips()) {
+        if (chip.drawsTextures) {
             names.emplace_back(chip.name);
+        }
+    }
     return names;
 }
 
@@ -59,8 +61,9 @@ bool FitsTile(const host::Picture& image, int column, int x, int y, const Rgba& 
     for (int channel = 0; channel < 3; ++channel) {
         const int bits = channel == 1 ? 6 : 5;
         const int a = ThroughBits(here[channel], bits), b = ThroughBits(below[channel], bits);
-        if (seen[channel] < std::min(a, b) - within || seen[channel] > std::max(a, b) + within)
+        if (seen[channel] < std::min(a, b) - within || seen[channel] > std::max(a, b) + within) {
             return false;
+        }
     }
     return true;
 }
@@ -68,8 +71,8 @@ bool FitsTile(const host::Picture& image, int column, int x, int y, const Rgba& 
 TEST_P(TexturedScene, TilesShowEachTexelWhereItsAddressFalls) {
     const host::Picture picture = Draw(DrawTiles, {.size = {600, 400}, .depth = 32});
     const host::Picture image = LetterTile(64);
-    for (int column = 0; column < 3; ++column)
-        for (int y = 0; y < 192; ++y)
+    for (int column = 0; column < 3; ++column) {
+        for (int y = 0; y < 192; ++y) {
             for (int x = 0; x < 192; ++x) {
                 // At this size a texel is a pixel, and mixing finds one texel in each column.
                 const uint32_t left = 200 * column + 4 + x;
@@ -78,20 +81,24 @@ TEST_P(TexturedScene, TilesShowEachTexelWhereItsAddressFalls) {
                 ASSERT_TRUE(FitsTile(image, column, x, y, picture.At(left, 204 + y), 3))
                     << column << " " << x << "," << y << ", mixed";
             }
+        }
+    }
 }
 
 TEST_P(TexturedScene, SpritesLetTheWallThroughAndNothingOfTheirKey) {
     const host::Picture picture = Draw(DrawSprites, {.depth = 32});
-    if (GetParam() == "tx-delta")
+    if (GetParam() == "tx-delta") {
         GTEST_SKIP() << "this chip has no colour key";
+    }
     int faces = 0;
-    for (uint32_t y = 0; y < picture.height; ++y)
+    for (uint32_t y = 0; y < picture.height; ++y) {
         for (uint32_t x = 0; x < picture.width; ++x) {
             const auto pixel = picture.At(x, y);
             // Neither brick nor face has much more blue than green, but the key has.
             ASSERT_LT(pixel[2], pixel[1] + 60) << x << "," << y;
             faces += pixel[1] > 150 && pixel[2] < 90;
         }
+    }
     EXPECT_GT(faces, 5000);
 }
 
@@ -106,10 +113,12 @@ TEST_P(TexturedScene, FloorWithoutPerspectiveHasFieldsOfUnequalWidth) {
                 const auto p = picture.At(at, y);
                 return p[0] + p[1] + p[2] > 3 * 145;
             };
-            if (bright(x) == bright(x - 1))
+            if (bright(x) == bright(x - 1)) {
                 continue;
-            if (start != 0)
+            }
+            if (start != 0) {
                 found.insert(x - start);
+            }
             start = x;
         }
         return found;

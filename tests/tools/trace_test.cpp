@@ -1,20 +1,4 @@
 // `korv trace`: the tool and the program that it traces are processes of their own.
-#include "tools/korv/trace_tool.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <csignal>
-#include <cstring>
-#include <filesystem>
-#include <iostream>
-#include <sstream>
-
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include "driver/d3d/dcontext.h"
 #include "host/win32/shared_object.h"
 #include "host/win32/sync.h"
@@ -22,10 +6,24 @@
 #include "tests/tools/run_tool.h"
 #include "tests/tools/scene_scripts.h"
 #include "tests/tools/temporary_folder.h"
-#include "tools/korv/canvas.h"
-#include "tools/korv/errors.h"
-#include "tools/korv/trace_client.h"
-#include "tools/korv/trace_listing.h"
+#include "tools/korv/base/errors.h"
+#include "tools/korv/capture/trace_client.h"
+#include "tools/korv/capture/trace_listing.h"
+#include "tools/korv/capture/trace_tool.h"
+#include "tools/korv/painting/canvas.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <iostream>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace korv {
 namespace {
@@ -36,8 +34,9 @@ using Lines = std::vector<std::string>;
 Lines LinesOf(const std::string& text) {
     std::istringstream stream(text);
     Lines lines;
-    for (std::string line; std::getline(stream, line);)
+    for (std::string line; std::getline(stream, line);) {
         lines.push_back(line);
+    }
     return lines;
 }
 
@@ -56,8 +55,9 @@ uint32_t WordOf(const std::string& line) {
 
 Words WordsIn(const std::string& text) {
     Words words;
-    for (const std::string& line : WordLines(text))
+    for (const std::string& line : WordLines(text)) {
         words.push_back(WordOf(line));
+    }
     return words;
 }
 
@@ -82,12 +82,14 @@ std::vector<Batch> BatchesOf(const std::string& listing) {
     for (const std::string& line : LinesOf(listing)) {
         Batch batch;
         if (std::sscanf(line.c_str(), "; batch %u: context %u, %u words", &batch.number,
-                        &batch.context, &batch.told) == 3)
+                        &batch.context, &batch.told) == 3) {
             batches.push_back(batch);
-        if (line.starts_with(";"))
+        }
+        if (line.starts_with(";")) {
             inBatch = line.starts_with("; batch");
-        else if (inBatch)
+        } else if (inBatch) {
             batches.back().words.push_back(WordOf(line));
+        }
     }
     return batches;
 }
@@ -95,11 +97,13 @@ std::vector<Batch> BatchesOf(const std::string& listing) {
 // The words of each DMA transfer in the event text of an untraced run.
 std::vector<Words> TransfersOf(const std::string& events) {
     std::vector<Words> transfers;
-    for (const std::string& line : LinesOf(events))
-        if (line.starts_with("w 0030 "))
+    for (const std::string& line : LinesOf(events)) {
+        if (line.starts_with("w 0030 ")) {
             transfers.emplace_back();
-        else if (line.starts_with("d "))
+        } else if (line.starts_with("d ")) {
             transfers.back().push_back(WordOf(line));
+        }
+    }
     return transfers;
 }
 
@@ -111,16 +115,19 @@ class ToolProcess {
         std::cerr.flush();
         std::fflush(nullptr);
         pid_ = fork();
-        if (pid_ != 0)
+        if (pid_ != 0) {
             return;
+        }
         dup2(in, STDIN_FILENO);
         dup2(out, STDOUT_FILENO);
         dup2(err, STDERR_FILENO);
-        for (int file = STDERR_FILENO + 1; file < 64; ++file)
+        for (int file = STDERR_FILENO + 1; file < 64; ++file) {
             close(file);
+        }
         std::vector<const char*> argv{"korv"};
-        for (const std::string& argument : arguments)
+        for (const std::string& argument : arguments) {
             argv.push_back(argument.c_str());
+        }
         const int code = Run(static_cast<int>(argv.size()), argv.data(), std::cout, std::cerr);
         std::cout.flush();
         std::cerr.flush();
@@ -159,8 +166,9 @@ struct Pipe {
     bool ReadTo(const std::string& text) {
         char c;
         while (seen.find(text) == std::string::npos) {
-            if (read(ends[0], &c, 1) != 1)
+            if (read(ends[0], &c, 1) != 1) {
                 return false;
+            }
             seen += c;
         }
         return true;
@@ -170,8 +178,9 @@ struct Pipe {
         return seen;
     }
     static void Close(int& end) {
-        if (end >= 0)
+        if (end >= 0) {
             close(end);
+        }
         end = -1;
     }
     int ends[2];
@@ -192,8 +201,9 @@ class TraceTest : public testing::Test {
         const int out = creat((folder_ / "out").c_str(), 0600);
         const int err = creat((folder_ / "err").c_str(), 0600);
         ToolProcess process(arguments, in, out, err);
-        for (const int file : {in, out, err})
+        for (const int file : {in, out, err}) {
             close(file);
+        }
         const int code = process.Wait();
         EXPECT_FALSE(HasObjects(process.Pid()));
         return {code, ReadAll(folder_ / "out"), ReadAll(folder_ / "err")};
@@ -208,8 +218,9 @@ class TraceTest : public testing::Test {
             const double angle = 6.2831853 * i / kTriangles;
             text << "v " << std::cos(angle) << ' ' << std::sin(angle) << ' ' << i % 3 << '\n';
         }
-        for (int i = 0; i < kTriangles; ++i)
+        for (int i = 0; i < kTriangles; ++i) {
             text << "f 1 " << i + 2 << ' ' << (i + 1) % kTriangles + 2 << '\n';
+        }
         return folder_.Write("fan.obj", text.str());
     }
     std::vector<std::string> Drawing(const std::string& chip, const std::string& picture,
@@ -392,10 +403,13 @@ TEST_F(TraceTest, WordsOfEveryDisplayAreListed) {
     const ToolResult traced = Tool(Traced({}, {"replay", script}));
     EXPECT_EQ(traced.code, 0) << traced.err;
     Words recorded;
-    for (const auto& entry : std::filesystem::directory_iterator(folder_.Path()))
-        if (entry.path().filename().string().starts_with("w-"))
-            for (const uint32_t word : RawWordsOf(ReadAll(entry.path().string())))
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
+        if (entry.path().filename().string().starts_with("w-")) {
+            for (const uint32_t word : RawWordsOf(ReadAll(entry.path().string()))) {
                 recorded.push_back(word);
+            }
+        }
+    }
     Words listed = WordsIn(traced.out);
     std::ranges::sort(recorded);
     std::ranges::sort(listed);
@@ -464,8 +478,9 @@ TEST_F(TraceTest, AReleaseWithoutAReportIsNoBatch) {
             host::SignalSemaphore(trace::kAsk);
             host::AwaitSemaphore(trace::kLeave, 10000);
             const uint32_t start = log.written;
-            for (uint32_t i = 0; i < kWords; ++i)
+            for (uint32_t i = 0; i < kWords; ++i) {
                 log.Put(0x188, trace::WordLog::kByDma);
+            }
             record.TraceFirst = 1000;
             record.TraceLast = 1002;
             log.batchStart = start;
@@ -480,8 +495,9 @@ TEST_F(TraceTest, AReleaseWithoutAReportIsNoBatch) {
     EXPECT_EQ(trace::Run({}, program, out, err), 0);
     const std::vector<Batch> batches = BatchesOf(out.str());
     ASSERT_EQ(batches.size(), kBatches);
-    for (uint32_t i = 0; i < kBatches; ++i)
+    for (uint32_t i = 0; i < kBatches; ++i) {
         EXPECT_EQ(batches[i], (Batch{i + 1, i + 1, kWords, Words(kWords, 0x188)}));
+    }
 }
 
 TEST_F(TraceTest, AnInterruptEndsBothProcesses) {
@@ -538,8 +554,9 @@ TEST_F(TraceTest, ContextsTakeTheTraceRoadAndThoseWithoutDmaStayAsTheyAre) {
         settings.fifo = fifo;
         const Canvas canvas(ChipByName("permedia"), settings, recording);
         const D3DContext* context = ContextSlots[1];
-        if (fifo)
+        if (fifo) {
             return context->TraceEnabled == 0 && context->Stream.StartDMA == nullptr;
+        }
         return context->TraceEnabled == 1 && context->Stream.StartDMA == StartDMA_Trace;
     };
     const auto program = [&] { return made(false) && made(true) && made(false) ? 0 : 1; };
@@ -565,8 +582,9 @@ TEST_F(TraceTest, CommandsThatCannotBeTracedAreRefused) {
 class TraceClientTest : public testing::Test {
   protected:
     TraceClientTest() {
-        for (const char* name : {trace::kLeave, trace::kReport, trace::kAsk})
+        for (const char* name : {trace::kLeave, trace::kReport, trace::kAsk}) {
             host::CreateNamedSemaphore(name, name == trace::kLeave ? 1000 : 0);
+        }
         record = static_cast<DMATraceRecord*>(host::CreateNamedMapping(trace::kRecord, 16));
         log = static_cast<trace::WordLog*>(
             host::CreateNamedMapping(trace::kWords, sizeof(trace::WordLog)));
@@ -588,8 +606,9 @@ TEST_F(TraceClientTest, ALogThatIsFullLosesWordsAndTellsHowMany) {
     const uint32_t start = ~0u - 5; // positions run over
     log->written = start;
     log->read = start + 8 - trace::WordLog::kCapacity;
-    for (int i = 0; i < 11; ++i)
+    for (int i = 0; i < 11; ++i) {
         log->Put(0x15D, trace::WordLog::kByDma);
+    }
     EXPECT_EQ(log->lost, 3u);
     log->read = log->batchStart = start;
     log->batchEnd = start + 8;

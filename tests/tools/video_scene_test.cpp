@@ -1,17 +1,17 @@
 // The video scene on every board with a video port, and the test card that it shows.
+#include "tests/tools/recording_painter.h"
+#include "tests/tools/run_tool.h"
+#include "tests/tools/temporary_folder.h"
+#include "tools/korv/images/test_card.h"
+#include "tools/korv/painting/canvas.h"
+#include "tools/korv/scenes/scene.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <filesystem>
 #include <set>
-
-#include "tests/tools/recording_painter.h"
-#include "tests/tools/run_tool.h"
-#include "tests/tools/temporary_folder.h"
-#include "tools/korv/canvas.h"
-#include "tools/korv/scene.h"
-#include "tools/korv/test_card.h"
 
 namespace korv {
 namespace {
@@ -106,8 +106,9 @@ TEST(Video, DemoWritesEveryFieldAndRefusesBoardsWithoutAPort) {
         {"demo", "-o", folder.Path(), "--scene", "video", "--chip", "permedia2", "--chip", "tx"});
     EXPECT_EQ(result.code, 0) << result.err;
     for (const char* file : {"permedia2-video-00.png", "permedia2-video-11.png",
-                             "permedia2-video.png", "contact-sheet.png"})
+                             "permedia2-video.png", "contact-sheet.png"}) {
         EXPECT_TRUE(std::filesystem::exists(folder / file)) << file;
+    }
     const ToolResult refused =
         RunTool({"demo", "-o", folder.Path(), "--scene", "video", "--chip", "tx"});
     EXPECT_NE(refused.code, 0);

@@ -1,8 +1,8 @@
 // The scene that leaves out what the chip says is hidden.
-#include <gtest/gtest.h>
+#include "tools/korv/painting/canvas.h"
+#include "tools/korv/scenes/scene.h"
 
-#include "tools/korv/canvas.h"
-#include "tools/korv/scene.h"
+#include <gtest/gtest.h>
 
 namespace korv {
 namespace {
@@ -46,7 +46,7 @@ TEST_P(VisibilityScene, WhatIsLeftOutWouldNotHaveShown) {
     // Cut to five bits and widened again.
     constexpr Pixel kSeen{0x52, 0xE7, 0x73, 255}, kHidden{0xF7, 0x42, 0x52, 255};
     int hidden = 0;
-    for (uint32_t y = 0; y < 240; ++y)
+    for (uint32_t y = 0; y < 240; ++y) {
         for (uint32_t x = 0; x < 320; ++x) {
             if (picture.At(x, y) == kHidden) {
                 ++hidden;
@@ -55,6 +55,7 @@ TEST_P(VisibilityScene, WhatIsLeftOutWouldNotHaveShown) {
                 ASSERT_EQ(picture.At(x, y), whole.At(x, y)) << x << " " << y;
             }
         }
+    }
     EXPECT_GT(hidden, 200);
 }
 
@@ -64,8 +65,9 @@ TEST_P(VisibilityScene, IsTheSameThroughTheFifo) {
 
 std::vector<std::string> Names() {
     std::vector<std::string> names;
-    for (const ChipChoice& chip : Chips())
+    for (const ChipChoice& chip : Chips()) {
         names.emplace_back(chip.name);
+    }
     return names;
 }
 

@@ -1,6 +1,6 @@
-#include <iostream>
+#include "tools/korv/commands/run.h"
 
-#include "tools/korv/run.h"
+#include <iostream>
 
 int main(int argc, char** argv) {
     return korv::Run(argc, argv, std::cout, std::cerr);

@@ -1,6 +1,5 @@
 // Direct3D's clear of a context's buffers.
 #include "driver/blit/pmblit32.h"
-
 #include "driver/d3d/dcontext.h"
 #include "tests/driver/blit/primitive_rig.h"
 

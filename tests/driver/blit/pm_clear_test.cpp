@@ -1,6 +1,5 @@
 // Fills of the Permedia family.
 #include "driver/blit/pmblit32.h"
-
 #include "tests/driver/blit/primitive_rig.h"
 
 namespace {

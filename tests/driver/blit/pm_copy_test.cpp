@@ -1,6 +1,5 @@
 // Copies of the Permedia family, word for word.
 #include "driver/blit/pmblit32.h"
-
 #include "driver/blit/pmdirecx.h"
 #include "tests/driver/blit/primitive_rig.h"
 

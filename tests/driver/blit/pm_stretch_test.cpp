@@ -1,6 +1,5 @@
 // Blits of the Permedia family that are drawn as textured rectangles.
 #include "driver/blit/pmblitfx.h"
-
 #include "driver/blit/pmdirecx.h"
 #include "tests/driver/blit/primitive_rig.h"
 

@@ -1,6 +1,5 @@
 // Copies by the processor into AGP memory.
 #include "driver/blit/pmblitfx.h"
-
 #include "tests/support/rig.h"
 
 #include <gtest/gtest.h>

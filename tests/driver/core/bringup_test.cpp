@@ -2,7 +2,6 @@
 #include "driver/blit/txdirecx.h"
 #include "driver/core/korv32.h"
 #include "driver/core/korv32_flip.h"
-
 #include "host/win32/heap.h"
 #include "host/win32/registry.h"
 #include "host/win32/system.h"

@@ -1,5 +1,4 @@
 #include "driver/core/dma.h"
-
 #include "tests/support/rig.h"
 
 #include <gtest/gtest.h>

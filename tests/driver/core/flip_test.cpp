@@ -1,5 +1,4 @@
 #include "driver/core/korv32_flip.h"
-
 #include "host/win32/clock.h"
 #include "tests/support/rig.h"
 

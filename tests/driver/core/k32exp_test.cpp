@@ -1,5 +1,4 @@
 #include "driver/core/k32exp.h"
-
 #include "host/win32/system.h"
 #include "tests/support/rig.h"
 

@@ -1,7 +1,6 @@
 #include "driver/blit/pmdirecx.h"
 #include "driver/core/glintutl.h"
 #include "driver/core/korv32.h"
-
 #include "tests/support/rig.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
 #include "driver/core/registry.h"
-
 #include "host/win32/registry.h"
 #include "tests/support/rig.h"
 

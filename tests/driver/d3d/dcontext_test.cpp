@@ -1,6 +1,5 @@
 // The birth and death of Direct3D contexts.
 #include "driver/d3d/dcontext.h"
-
 #include "driver/diag/korvtrace.h"
 #include "driver/texture/textures.h"
 #include "host/win32/heap.h"

@@ -1,6 +1,5 @@
 // What a display announces: capabilities word for word, entry points, texture formats.
 #include "driver/d3d/direct3d.h"
-
 #include "driver/d3d/execute.h"
 #include "driver/d3d/states.h"
 #include "driver/texture/textures.h"

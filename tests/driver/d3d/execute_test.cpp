@@ -1,6 +1,5 @@
 // The render path: drawing instructions, scenes, the ring of sub-buffers, changes of context.
 #include "driver/d3d/execute.h"
-
 #include "driver/texture/textures.h"
 #include "tests/driver/d3d/context_support.h"
 

@@ -1,7 +1,6 @@
 // The words with which a new context starts the chip, for every board, and the fields it starts
 // with.
 #include "driver/d3d/dcontext_setup.h"
-
 #include "driver/d3d/dcontext_target.h"
 #include "driver/d3d/execute.h"
 #include "driver/d3d/statepm.h"

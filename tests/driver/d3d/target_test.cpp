@@ -1,6 +1,5 @@
 // Changing and describing render targets.
 #include "driver/d3d/dcontext_target.h"
-
 #include "tests/driver/d3d/context_support.h"
 
 using namespace test;

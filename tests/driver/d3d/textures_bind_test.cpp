@@ -1,7 +1,6 @@
 // Binding a texture to the chip, and switching the texture unit off.
-#include "driver/texture/textures_bind.h"
-
 #include "driver/texture/textures.h"
+#include "driver/texture/textures_bind.h"
 #include "driver/texture/textures_key.h"
 #include "tests/driver/d3d/state_support.h"
 

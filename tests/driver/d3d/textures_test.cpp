@@ -1,6 +1,5 @@
 // Texture records and handles.
 #include "driver/texture/textures.h"
-
 #include "host/win32/heap.h"
 #include "tests/support/rig.h"
 

@@ -1,7 +1,6 @@
-#include "driver/diag/korvtrace.h"
-
 #include "driver/core/dma.h"
 #include "driver/diag/debug.h"
+#include "driver/diag/korvtrace.h"
 #include "host/win32/sync.h"
 #include "tests/support/rig.h"
 

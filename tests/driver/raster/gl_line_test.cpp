@@ -1,6 +1,5 @@
 // Lines, outlines and points of the host set-up.
 #include "driver/raster/gl_line.h"
-
 #include "driver/raster/gl_point.h"
 #include "driver/raster/gl_wire.h"
 #include "driver/raster/tri_rgb.h"

@@ -1,5 +1,4 @@
 #include "driver/raster/ZVisible.h"
-
 #include "tests/driver/raster/raster_rig.h"
 
 #include <gtest/gtest.h>

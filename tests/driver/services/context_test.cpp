@@ -1,6 +1,5 @@
-#include "driver/services/context.h"
-
 #include "driver/core/dma.h"
+#include "driver/services/context.h"
 #include "tests/support/rig.h"
 
 #include <gtest/gtest.h>

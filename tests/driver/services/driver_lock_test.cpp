@@ -1,6 +1,5 @@
-#include "driver/services/driver_lock.h"
-
 #include "driver/services/OpenGL.h"
+#include "driver/services/driver_lock.h"
 #include "host/win32/dci.h"
 #include "host/win32/system.h"
 #include "tests/support/rig.h"

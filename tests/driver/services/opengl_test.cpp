@@ -1,6 +1,5 @@
-#include "driver/services/OpenGL.h"
-
 #include "driver/blit/pmdirecx.h"
+#include "driver/services/OpenGL.h"
 #include "driver/services/context.h"
 #include "tests/support/rig.h"
 

@@ -1,8 +1,7 @@
-#include "driver/services/services.h"
-
 #include "driver/core/registers.h"
 #include "driver/d3d/dcontext.h"
 #include "driver/services/context.h"
+#include "driver/services/services.h"
 #include "host/win32/system.h"
 #include "tests/support/rig.h"
 

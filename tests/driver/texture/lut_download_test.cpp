@@ -1,6 +1,5 @@
 // Palette loads on a context's own stream, under both carriers.
 #include "driver/texture/lut_download.h"
-
 #include "tests/driver/texture/download_support.h"
 
 using namespace test;

@@ -1,6 +1,5 @@
 // The patched 4-bit layout that the processor writes.
 #include "driver/texture/pmdownld.h"
-
 #include "tests/driver/texture/download_support.h"
 
 #include <cstring>

@@ -1,5 +1,4 @@
 #include "driver/texture/pmdownld.h"
-
 #include "tests/driver/texture/download_support.h"
 
 using namespace test;

@@ -1,5 +1,4 @@
 #include "driver/texture/txdownld.h"
-
 #include "tests/driver/texture/download_support.h"
 
 using namespace test;

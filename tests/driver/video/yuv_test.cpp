@@ -1,5 +1,4 @@
 #include "driver/video/video.h"
-
 #include "tests/driver/blit/primitive_rig.h"
 
 namespace {

@@ -56,18 +56,17 @@ namespace ours {
 #undef INVALID_HANDLE_VALUE
 #undef HKEY_LOCAL_MACHINE
 
+// Each of these builds on those before it.
+// clang-format off
 #include <windows.h>
-// Behind it, as the rest builds on it.
 #include <mmsystem.h>
-
 #include <ddraw.h>
 #include <dmemmgr.h>
-
 #include <ddrawi.h>
-
 #include <d3d.h>
 #include <d3dhal.h>
 #include <dciman.h>
+// clang-format on
 
 namespace {
 

@@ -1,0 +1,39 @@
+#include "board/bus/decoder.h"
+
+#include <bit>
+
+namespace board {
+
+namespace {
+constexpr uint32_t kUnusedTagBits = 0xFFFF & ~(kIndexedForm | kTagMask);
+constexpr uint32_t kGroupIndexBits = 0xF;
+} // namespace
+
+StreamDecoder::Kind StreamDecoder::Feed(uint32_t word, RegisterWrite& write) {
+    if (maskLeft_ != 0) {
+        write = {base_ + static_cast<uint32_t>(std::countr_zero(maskLeft_)), word};
+        maskLeft_ &= maskLeft_ - 1;
+        return Kind::Data;
+    }
+    if (holdLeft_ != 0) {
+        write = {base_, word};
+        --holdLeft_;
+        return Kind::Data;
+    }
+    if ((word & kUnusedTagBits) != 0) {
+        return Kind::Malformed;
+    }
+    base_ = word & kTagMask;
+    if ((word & kIndexedForm) == 0) {
+        holdLeft_ = (word >> 16) + 1;
+        return Kind::Tag;
+    }
+    maskLeft_ = word >> 16;
+    if (maskLeft_ == 0 || (base_ & kGroupIndexBits) != 0) {
+        maskLeft_ = 0;
+        return Kind::Malformed;
+    }
+    return Kind::Tag;
+}
+
+} // namespace board

@@ -1,0 +1,26 @@
+#pragma once
+// Turns the command stream into register writes: plain pairs, hold bursts, indexed bursts.
+#include "board/values/registers.h"
+
+#include <cstdint>
+
+namespace board {
+
+class StreamDecoder {
+  public:
+    enum class Kind { Tag, Data, Malformed };
+
+    // True when the next word is data for a register.
+    bool ExpectsData() const { return holdLeft_ != 0 || maskLeft_ != 0; }
+
+    // Takes one word. For Data, `write` becomes the register write it makes. A malformed word is
+    // skipped: the next word is taken for a tag word again.
+    Kind Feed(uint32_t word, RegisterWrite& write);
+
+  private:
+    uint32_t base_ = 0; // tag of a hold burst, group of an indexed one
+    uint32_t holdLeft_ = 0;
+    uint32_t maskLeft_ = 0;
+};
+
+} // namespace board

@@ -1,0 +1,28 @@
+#pragma once
+// The DMA engine: the transfer under way.
+#include "board/values/host_memory.h"
+
+#include <cstdint>
+
+namespace board {
+
+class DmaEngine {
+  public:
+    explicit DmaEngine(const HostMemory& host) : host_(host) {}
+
+    // Starts a transfer of `words` words. A transfer still under way is lost.
+    void Start(uint32_t busAddress, uint32_t words);
+
+    bool Busy() const { return wordsLeft_ != 0; }
+    uint32_t WordsLeft() const { return wordsLeft_; }
+
+    // Fetches the next word. False when nobody mapped its address: the transfer ends there.
+    bool Next(uint32_t& word);
+
+  private:
+    const HostMemory& host_;
+    uint32_t address_ = 0;
+    uint32_t wordsLeft_ = 0;
+};
+
+} // namespace board

@@ -1,0 +1,56 @@
+#include "board/pixel/local_update.h"
+
+#include "board/pixel/pipeline.h"
+
+namespace board {
+
+LocalUpdate DecodeLocalUpdate(Chip chip, const RegisterFile& registers, Memories& memories,
+                              Faults& faults) {
+    LocalUpdate update{};
+    const bool copies = registers.Get(field::LBReadMode_ReadSource) != 0;
+    const bool forced = !IsPermedia(chip) && registers.Get(field::Window_ForceUpdate) != 0 &&
+                        registers.Get(field::LBWriteMode_Enable) != 0;
+    if (!forced) {
+        if (copies) {
+            ++faults.unmodelled["local buffer copy that the window does not force"];
+        }
+        return update;
+    }
+    const bool fromRegister = registers.Get(field::Window_UpdateFromRegister) != 0;
+    constexpr uint32_t kRegister = 2; // DepthMode Source
+    if (fromRegister == copies ||
+        (fromRegister && registers.Get(field::DepthMode_Source) != kRegister)) {
+        ++faults.unmodelled["forced local buffer update in this mode"];
+        return update;
+    }
+    update.way = fromRegister ? LocalUpdate::Way::Fill : LocalUpdate::Way::Copy;
+    update.fill = registers[tag::Depth];
+    update.target.memory = memories.localBuffer.data();
+    update.target.bytesPerElement = sizeof(uint32_t);
+    update.target.elements =
+        static_cast<int64_t>(memories.localBuffer.size() / update.target.bytesPerElement);
+    update.target.base = Signed(registers[tag::LBWindowBase]);
+    update.target.pitch = PitchFromProducts(registers[tag::LBReadMode]);
+    update.sourceBase = update.target.base + Signed(registers[tag::LBSourceOffset]);
+    return update;
+}
+
+void UpdateLocalSpan(const LocalUpdate& update, const Span& span, Faults& faults) {
+    Plane source = update.target;
+    source.base = update.sourceBase;
+    const int64_t direction = span.leftward ? -1 : 1;
+    int64_t x = span.First();
+    for (int64_t left = span.right - span.left; left > 0; --left, x += direction) {
+        const int64_t to = update.target.Index(x, span.y);
+        const int64_t from = source.Index(x, span.y);
+        const bool copies = update.way == LocalUpdate::Way::Copy;
+        if (to < 0 || to >= source.elements || (copies && (from < 0 || from >= source.elements))) {
+            ++faults.badMemoryAccesses;
+            continue;
+        }
+        const uint32_t word = copies ? LoadElement<4>(source.memory + from * 4) : update.fill;
+        StoreElement<4>(source.memory + to * 4, word);
+    }
+}
+
+} // namespace board

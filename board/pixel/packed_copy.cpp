@@ -1,0 +1,126 @@
+#include "board/pixel/packed_copy.h"
+
+#include "board/values/logic_op.h"
+
+#include <array>
+
+namespace board {
+
+namespace {
+
+constexpr int64_t kWordBytes = 4;
+
+// The source words of a row that were fetched last.
+class FetchedWords {
+  public:
+    explicit FetchedWords(const Plane& source)
+        : memory_(source.memory), bytes_(source.elements * source.bytesPerElement) {
+        slots_.fill({kNothing, {}});
+    }
+
+    // Reads the word with this index in the memory, unless it is at hand.
+    void Fetch(int64_t index) {
+        Slot& slot = slots_[static_cast<uint64_t>(index) % slots_.size()];
+        if (slot.index == index) {
+            return;
+        }
+        slot = {index, {}};
+        for (int64_t i = 0; i < kWordBytes; ++i) {
+            const int64_t place = index * kWordBytes + i;
+            slot.bytes[static_cast<size_t>(i)] = InMemory(place) ? memory_[place] : uint8_t{0};
+        }
+    }
+    // A byte of a fetched word, by its place in the memory.
+    uint8_t At(int64_t place) const {
+        const Slot& slot = slots_[static_cast<uint64_t>(place >> 2) % slots_.size()];
+        return slot.bytes[static_cast<size_t>(place & 3)];
+    }
+    bool InMemory(int64_t place) const { return place >= 0 && place < bytes_; }
+
+  private:
+    static constexpr int64_t kNothing = INT64_MIN;
+    struct Slot {
+        int64_t index;
+        std::array<uint8_t, kWordBytes> bytes;
+    };
+    // The largest shift inside words is three pixels of 24 bits.
+    std::array<Slot, 8> slots_;
+    const uint8_t* memory_;
+    int64_t bytes_;
+};
+
+uint8_t HardwareMask(const PipelineState& state, int64_t place) {
+    const int64_t bytes = state.pixels.bytesPerElement;
+    const int64_t lane = bytes == 3 ? place % bytes : place & 3;
+    return static_cast<uint8_t>(state.hardwareMask >> (8 * lane));
+}
+
+class RowCopy {
+  public:
+    RowCopy(const PipelineState& state, int64_t y, Faults& faults)
+        : state_(state), faults_(faults), words_(state.copy.source),
+          pixelBytes_(state.pixels.bytesPerElement),
+          destRow_(state.pixels.Index(0, y) * pixelBytes_),
+          sourceRow_(state.copy.source.Index(0, y) * pixelBytes_) {}
+
+    void CopyColumn(int64_t column) {
+        words_.Fetch((sourceRow_ >> 2) + column + state_.copy.wordShift);
+        const int64_t first = column * kWordBytes;
+        const int64_t source = sourceRow_ + state_.copy.byteShift + first;
+        words_.Fetch(source >> 2);
+        words_.Fetch((source + kWordBytes - 1) >> 2);
+        for (int64_t i = first; i < first + kWordBytes; ++i) {
+            if (i >= 0 && Written(i / pixelBytes_)) {
+                CopyByte(i);
+            }
+        }
+    }
+
+  private:
+    bool Written(int64_t x) const {
+        return state_.copy.limits.Contains(x) && x >= state_.clip.left && x < state_.clip.right;
+    }
+
+    // `offset` in bytes from the start of the rows.
+    void CopyByte(int64_t offset) {
+        const int64_t to = destRow_ + offset;
+        const int64_t from = sourceRow_ + state_.copy.byteShift + offset;
+        if (to < 0 || to >= state_.pixels.elements * pixelBytes_ || !words_.InMemory(from)) {
+            ++faults_.badMemoryAccesses;
+            return;
+        }
+        uint8_t& place = state_.pixels.memory[to];
+        uint32_t value = words_.At(from);
+        if (state_.logical) {
+            value = LogicOp(state_.logicOp, value, state_.readsPixels ? place : 0u);
+        }
+        const uint32_t mask = HardwareMask(state_, to);
+        place = static_cast<uint8_t>((place & ~mask) | (value & mask));
+    }
+
+    const PipelineState& state_;
+    Faults& faults_;
+    FetchedWords words_;
+    int64_t pixelBytes_;
+    int64_t destRow_, sourceRow_; // bytes
+};
+
+} // namespace
+
+void CopyPackedSpan(const PipelineState& state, const Span& span, Faults& faults) {
+    if (!state.drawsPixels || span.y < state.clip.top || span.y >= state.clip.bottom) {
+        return;
+    }
+    RowCopy row(state, span.y, faults);
+    if (span.leftward) {
+        for (int64_t column = span.right; column-- != span.left;) {
+            row.CopyColumn(column);
+        }
+    } else {
+        for (int64_t column = span.left; column != span.right; ++column) {
+            row.CopyColumn(column);
+        }
+    }
+}
+
+} // namespace board

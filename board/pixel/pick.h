@@ -1,0 +1,28 @@
+#pragma once
+// Picking: has any pixel inside a region been drawn since the last reset?
+#include "board/pixel/scissor.h"
+#include "board/values/registers.h"
+
+#include <cstdint>
+
+namespace board {
+
+class PickUnit {
+  public:
+    // Takes the region from MinRegion (inclusive) and MaxRegion (exclusive).
+    void Configure(const RegisterFile& registers);
+    bool Enabled() const { return enabled_; }
+    // A pixel has passed every test.
+    void Note(int64_t x, int64_t y) {
+        picked_ |= x >= region_.left && x < region_.right && y >= region_.top && y < region_.bottom;
+    }
+    void Reset() { picked_ = false; }
+    bool Picked() const { return picked_; }
+
+  private:
+    ClipRectangle region_{};
+    bool enabled_ = false;
+    bool picked_ = false;
+};
+
+} // namespace board

@@ -1,0 +1,200 @@
+#include "board/pixel/pipeline.h"
+
+#include "board/pixel/block_fill.h"
+#include "board/pixel/copy.h"
+#include "board/pixel/fog.h"
+#include "board/pixel/packed_copy.h"
+#include "board/pixel/write_pixel.h"
+
+#include <algorithm>
+
+namespace board {
+
+namespace {
+
+constexpr Colour kUnreadPixel{0, 0, 0, 255};
+
+// Interpolated values at one pixel, and their steps to the next.
+struct FragmentWalk {
+    int64_t value[Interpolants::kCount];
+    int64_t step[Interpolants::kCount];
+
+    FragmentWalk(const Interpolants& row, const Span& span, const PipelineState& state) {
+        // The texture unit's values come last.
+        const int count = state.texture.enabled ? Interpolants::kCount : Interpolants::S;
+        for (int i = 0; i < count; ++i) {
+            value[i] = row.channels[i].At(state.subPixel ? span.lead : 0, span.skipped);
+            step[i] = row.channels[i].dx;
+        }
+        if (state.depth.constant) {
+            value[Interpolants::Depth] = int64_t{state.depth.constantValue} << kDepthFractionBits;
+            step[Interpolants::Depth] = 0;
+        }
+    }
+    void Step(int channel) { value[channel] = WrapAdd(value[channel], step[channel]); }
+    int32_t ColourChannel(int channel) const {
+        return static_cast<int32_t>(
+            std::clamp<int64_t>((value[channel] + kHalfColour) >> kColourFractionBits, 0, 255));
+    }
+};
+
+// The fragment's colour before the tests. False: the chroma test drops the fragment.
+bool ShadeFragment(const PipelineState& state, const FragmentWalk& walk,
+                   const TextureSlopes& slopes, Faults& faults, Colour& colour) {
+    colour = state.flatColour;
+    if (state.gouraud) {
+        colour = {walk.ColourChannel(Interpolants::Red), walk.ColourChannel(Interpolants::Green),
+                  walk.ColourChannel(Interpolants::Blue), walk.ColourChannel(Interpolants::Alpha)};
+    }
+    if (state.texture.enabled) {
+        const TextureSample texel =
+            SampleTexture(state.texture, walk.value[Interpolants::S], walk.value[Interpolants::T],
+                          walk.value[Interpolants::Q], slopes, faults.badMemoryAccesses);
+        if (texel.dropped) {
+            return false;
+        }
+        if (state.texture.applied) {
+            colour = ApplyTexture(state.texture.application, colour, texel.colour);
+        }
+        if (state.texture.highlighted) {
+            colour = AddHighlight(colour, walk.value[Interpolants::Ks]);
+        }
+    }
+    if (state.fogged) {
+        colour = ApplyFog(colour, state.fogColour, walk.value[Interpolants::Fog]);
+    }
+    return true;
+}
+
+// Writes a fragment that has passed all tests to the pixel at `place`.
+template <int Bytes>
+void WritePixel(const PipelineState& state, Colour colour, int64_t x, int64_t y, uint8_t* place) {
+    const uint32_t under = LoadElement<Bytes>(place);
+    if (state.blended) {
+        const Colour dest =
+            state.readsPixels ? ExpandPixel(state.blendFormat, under) : kUnreadPixel;
+        colour = Blend(colour, dest, state.sourceFactor, state.destFactor);
+    }
+    uint32_t pixel = WordOfColour(colour);
+    if (state.constantWrite) {
+        pixel = state.writeData;
+    } else if (state.dithered) {
+        pixel = EncodeDithered(state.writeFormat, colour, static_cast<uint32_t>(x),
+                               static_cast<uint32_t>(y));
+    } else if (state.formatted) {
+        pixel = EncodePixel(state.writeFormat, colour);
+    }
+    WriteRawPixel<Bytes>(state, pixel, state.pixels.Index(x, y), place);
+}
+
+template <int Bytes>
+void DrawPixels(const PipelineState& state, const Span& span, const Interpolants& row,
+                PickUnit& pick, Faults& faults) {
+    const int direction = span.leftward ? -1 : 1;
+    FragmentWalk walk(row, span, state);
+    const TextureSlopes slopes = state.texture.enabled && state.texture.NeedsDetail()
+                                     ? SlopesOf(row, span.leftward)
+                                     : TextureSlopes{};
+    int64_t x = span.First();
+    int64_t place = state.pixels.Index(x, span.y) * Bytes;
+    const int64_t depthBytes = state.depth.plane.bytesPerElement;
+    int64_t depthPlace = state.depth.plane.Index(x, span.y) * depthBytes;
+
+    const auto draw = [&] {
+        if (state.stippled && !state.stipple.Draws(x, span.y)) {
+            return;
+        }
+        Colour colour{};
+        if (!ShadeFragment(state, walk, slopes, faults, colour)) {
+            return;
+        }
+        if (state.alphaTested && !Passes(state.alphaCompare, static_cast<uint32_t>(colour.alpha),
+                                         state.alphaReference)) {
+            return;
+        }
+        if (state.depth.enabled && !state.depth.Test(walk.value[Interpolants::Depth], depthPlace)) {
+            return;
+        }
+        if (pick.Enabled()) {
+            pick.Note(x, span.y);
+        }
+        if (state.drawsPixels) {
+            WritePixel<Bytes>(state, colour, x, span.y, state.pixels.memory + place);
+        }
+    };
+    for (int64_t left = span.right - span.left; left != 0; --left) {
+        draw();
+        x += direction;
+        place = state.pixels.patched ? state.pixels.Index(x, span.y) * Bytes
+                                     : place + direction * Bytes;
+        depthPlace += direction * depthBytes;
+        if (state.gouraud) {
+            walk.Step(Interpolants::Red);
+            walk.Step(Interpolants::Green);
+            walk.Step(Interpolants::Blue);
+            walk.Step(Interpolants::Alpha);
+        }
+        walk.Step(Interpolants::Fog);
+        walk.Step(Interpolants::Depth);
+        if (state.texture.enabled) {
+            walk.Step(Interpolants::S);
+            walk.Step(Interpolants::T);
+            walk.Step(Interpolants::Q);
+            walk.Step(Interpolants::Ks);
+        }
+    }
+}
+
+} // namespace
+
+void DrawSpan(const PipelineState& state, const Span& whole, const Interpolants& row,
+              PickUnit& pick, Faults& faults) {
+    if (state.copy.way == CopyState::Way::Packed) {
+        CopyPackedSpan(state, whole, faults);
+        return;
+    }
+    Span span = whole;
+    if (span.Empty() || span.y < state.clip.top || span.y >= state.clip.bottom) {
+        return;
+    }
+    span.Clip(state.clip.left, state.clip.right);
+    if (span.Empty()) {
+        return;
+    }
+    if (state.localUpdate.way != LocalUpdate::Way::None) {
+        UpdateLocalSpan(state.localUpdate, span, faults);
+    }
+    if (state.drawsPixels) {
+        faults.badMemoryAccesses += state.pixels.ClipToMemory(span);
+    }
+    if (!span.Empty() && state.depth.Touches()) {
+        faults.badMemoryAccesses += state.depth.plane.ClipToMemory(span);
+    }
+    if (span.Empty()) {
+        return;
+    }
+    if (state.blockFill) {
+        if (state.drawsPixels) {
+            FillSpan(state, span);
+        }
+        return;
+    }
+    if (state.copy.way != CopyState::Way::None) {
+        if (state.drawsPixels) {
+            CopySpan(state, span, row, faults);
+        }
+        return;
+    }
+    switch (state.pixels.bytesPerElement) {
+    case 1:
+        return DrawPixels<1>(state, span, row, pick, faults);
+    case 2:
+        return DrawPixels<2>(state, span, row, pick, faults);
+    case 3:
+        return DrawPixels<3>(state, span, row, pick, faults);
+    default:
+        return DrawPixels<4>(state, span, row, pick, faults);
+    }
+}
+
+} // namespace board

@@ -1,0 +1,51 @@
+#include "board/pixel/texture_download.h"
+
+#include "board/texture/texture_unit.h"
+
+namespace board {
+
+namespace {
+
+// TexelLUTTransfer: take the table from memory.
+constexpr uint32_t kTransfer = 0x10000;
+
+bool IsGlint(Chip chip) {
+    return chip == Chip::SX || chip == Chip::TX || chip == Chip::MX;
+}
+
+} // namespace
+
+void StoreTextureData(Chip chip, RegisterFile& registers, Memories& memories, uint32_t word,
+                      Faults& faults) {
+    const uint32_t offset = registers[tag::TextureDownloadOffset];
+    registers.Set(tag::TextureDownloadOffset, offset + 1);
+    std::vector<uint8_t>& memory = IsGlint(chip) ? memories.localBuffer : memories.frameBuffer;
+    const uint32_t base = IsGlint(chip) ? registers[tag::LBWindowBase] : 0;
+    const uint64_t place = (uint64_t{base} + offset) * sizeof word;
+    if (place + sizeof word > memory.size()) {
+        ++faults.badMemoryAccesses;
+        return;
+    }
+    StoreElement<4>(memory.data() + place, word);
+}
+
+void TransferLookupTable(Chip chip, const RegisterFile& registers, const Memories& memories,
+                         const HostMemory& host, LookupTable& table, Faults& faults) {
+    if ((registers[tag::TexelLUTTransfer] & kTransfer) == 0) {
+        return;
+    }
+    const uint64_t place = uint64_t{registers[tag::TexelLUTAddress]} * sizeof(uint32_t);
+    std::span<const uint8_t> memory = IsGlint(chip) ? memories.localBuffer : memories.frameBuffer;
+    // The table lies behind its map, so in the same memory.
+    if (!IsGlint(chip) && (registers[tag::TextureBaseAddress] & kTextureBaseInAGP) != 0) {
+        memory = host.From(registers.Aperture(reg::AGPTextureBase) + static_cast<uint32_t>(place));
+    } else {
+        memory = place < memory.size() ? memory.subspan(static_cast<size_t>(place))
+                                       : std::span<const uint8_t>{};
+    }
+    if (!table.Load(memory)) {
+        ++faults.badMemoryAccesses;
+    }
+}
+
+} // namespace board

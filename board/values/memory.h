@@ -1,0 +1,77 @@
+#pragma once
+// Frame buffer and local buffer, and how pixels and depth elements lie in them.
+#include "board/values/patch.h"
+#include "board/values/span.h"
+
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+namespace board {
+
+struct Memories {
+    std::vector<uint8_t> frameBuffer;
+    std::vector<uint8_t> localBuffer;
+};
+
+// Loads and stores of `Bytes` (1 to 4) bytes, low byte first.
+template <int Bytes>
+uint32_t LoadElement(const uint8_t* place) {
+    uint32_t value = 0;
+    std::memcpy(&value, place, Bytes);
+    return value;
+}
+
+template <int Bytes>
+void StoreElement(uint8_t* place, uint32_t value) {
+    std::memcpy(place, &value, Bytes);
+}
+
+// A two-dimensional view of a memory: elements of one size, rows `pitch` elements apart, or patched
+// with that width.
+struct Plane {
+    uint8_t* memory;
+    int64_t elements; // whole elements in the memory
+    int64_t base;     // element of pixel (0, 0)
+    int64_t pitch;
+    uint32_t bytesPerElement;
+    bool patched;
+
+    int64_t Index(int64_t x, int64_t y) const {
+        return base + (patched ? PatchedOffset(x, y, pitch) : y * pitch + x);
+    }
+    uint8_t* Address(int64_t x, int64_t y) const { return memory + Index(x, y) * bytesPerElement; }
+    // Cuts away what lies outside the memory; the number of pixels cut.
+    uint64_t ClipToMemory(Span& span) const {
+        const int64_t before = span.right - span.left;
+        if (patched) {
+            while (!span.Empty() && Index(span.left, span.y) < 0) {
+                span.Clip(span.left + 1, span.right);
+            }
+            while (!span.Empty() && Index(span.right - 1, span.y) >= elements) {
+                span.Clip(span.left, span.right - 1);
+            }
+        } else {
+            const int64_t rowStart = base + span.y * pitch;
+            span.Clip(-rowStart, elements - rowStart);
+        }
+        return static_cast<uint64_t>(before - (span.Empty() ? 0 : span.right - span.left));
+    }
+};
+
+// The bits of a 32-bit memory word that fall on the element with this index: the word repeats over
+// the memory. 24-bit elements do not line up with words and take its low three bytes.
+template <int Bytes>
+uint32_t WordLane(uint32_t word, int64_t index) {
+    if constexpr (Bytes == 1) {
+        return word >> (8 * (index & 3)) & 0xFF;
+    } else if constexpr (Bytes == 2) {
+        return word >> (16 * (index & 1)) & 0xFFFF;
+    } else if constexpr (Bytes == 3) {
+        return word & 0xFFFFFF;
+    } else {
+        return word;
+    }
+}
+
+} // namespace board

@@ -1,0 +1,58 @@
+#pragma once
+// The board's register state: one word per tag, and the words of the aperture below the mapped
+// registers.
+#include "chip/aperture.h"
+#include "chip/words.h"
+
+#include <array>
+#include <cstdint>
+
+namespace board {
+
+inline constexpr uint32_t kTagCount = kTagMask + 1;
+
+// One write to a register by tag: an entry of the input FIFO.
+struct RegisterWrite {
+    uint32_t tag;
+    uint32_t data;
+};
+
+class RegisterFile {
+  public:
+    // Power-on state: all zero, but both frame buffer write masks are open.
+    RegisterFile();
+
+    uint32_t operator[](uint32_t tagNumber) const { return tags_[tagNumber & kTagMask]; }
+    uint32_t Get(const Field& field) const { return field.Get(tags_[field.tag]); }
+    void Set(uint32_t tagNumber, uint32_t value) { tags_[tagNumber & kTagMask] = value; }
+
+    // `offset` is a byte offset below the mapped registers, a multiple of 4.
+    uint32_t Aperture(uint32_t offset) const { return aperture_[offset / 4]; }
+    void SetAperture(uint32_t offset, uint32_t value) { aperture_[offset / 4] = value; }
+
+    // True for tags of the vocabulary and for the setup unit's vertex store.
+    static bool HasTag(uint32_t tagNumber);
+    // True for named offsets below the mapped registers, the FIFO window apart.
+    static bool HasAperture(uint32_t offset);
+
+  private:
+    std::array<uint32_t, kTagCount> tags_{};
+    std::array<uint32_t, reg::MappedRegisters / 4> aperture_{};
+};
+
+// The vertex store: six groups of 16 registers.
+inline constexpr uint32_t kVertexStoreFirst = tag::V0Fixed;
+inline constexpr uint32_t kVertexStoreEnd = tag::V2Float + 16;
+
+// Sum of the three partial products in bits 0-8 of a mode word, in pixels (or depth elements):
+// code c stands for 2^(c+4), code 0 for nothing.
+constexpr uint32_t PitchFromProducts(uint32_t modeWord) {
+    uint32_t pitch = 0;
+    for (uint32_t shift = 0; shift < 9; shift += 3) {
+        const uint32_t code = (modeWord >> shift) & 7;
+        pitch += code != 0 ? 1u << (code + 4) : 0;
+    }
+    return pitch;
+}
+
+} // namespace board

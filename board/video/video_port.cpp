@@ -1,0 +1,167 @@
+#include "board/video/video_port.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace board {
+
+namespace {
+
+// VSControl.
+constexpr uint32_t kFormatMask = 7, kFormat8Bits = 3, kFormat16Bits = 4;
+constexpr uint32_t kLineReferenceHigh = 1u << 9, kFieldReferenceHigh = 1u << 10;
+constexpr uint32_t kNotInverted = 1u << 13;
+
+// VSStreamControl.
+constexpr uint32_t kEnable = 1u << 0, kThreeBuffers = 1u << 2;
+constexpr uint32_t kScaleXShift = 3, kScaleYShift = 5, kScaleMask = 3;
+constexpr uint32_t kMirrorX = 1u << 7, kMirrorY = 1u << 8, kInterleave = 1u << 11;
+
+constexpr uint32_t kUnitBytes = 8; // of bases and stride
+constexpr uint32_t kBuffers = 3;
+
+} // namespace
+
+void VideoPort::Plug(VideoSource* source, uint64_t now) {
+    source_ = present_ ? source : nullptr;
+    taking_ = false;
+    if (source_ == nullptr) {
+        nextLine_ = kNever;
+        return;
+    }
+    signal_ = source_->Signal();
+    line_ = now * signal_.fieldsPerSecond * signal_.linesPerField / Beam::kMicrosecondsPerSecond;
+    nextLine_ = StartOf(++line_);
+}
+
+uint64_t VideoPort::StartOf(uint64_t line) const {
+    const uint64_t linesPerSecond = uint64_t{signal_.fieldsPerSecond} * signal_.linesPerField;
+    return (line * Beam::kMicrosecondsPerSecond + linesPerSecond - 1) / linesPerSecond;
+}
+
+void VideoPort::Run(uint64_t now) {
+    while (nextLine_ <= now) {
+        End(line_ - 1);
+        Begin(line_);
+        nextLine_ = StartOf(++line_);
+    }
+}
+
+void VideoPort::OnStreamControl() {
+    taking_ = false;
+    if (!present_ && (Register(reg::VSStreamControl) & kEnable) != 0) {
+        ++faults_.unmodelled["video port"];
+    }
+}
+
+// The stream is on, and the port understands what the source sends.
+bool VideoPort::On() const {
+    const uint32_t control = Register(reg::VSControl);
+    const uint32_t format = signal_.portWidth == 8 ? kFormat8Bits : kFormat16Bits;
+    return (Register(reg::VSStreamControl) & kEnable) != 0 && (control & kFormatMask) == format &&
+           ((control & kLineReferenceHigh) != 0) == signal_.lineReferenceHigh &&
+           ((control & kFieldReferenceHigh) != 0) == signal_.fieldReferenceHigh;
+}
+
+bool VideoPort::Interleaves() const {
+    return (Register(reg::VSStreamControl) & kInterleave) != 0;
+}
+
+uint32_t VideoPort::ParityOf(uint64_t field) const {
+    const bool inverted = (Register(reg::VSControl) & kNotInverted) == 0;
+    return static_cast<uint32_t>(field & 1) ^ (inverted ? 1 : 0);
+}
+
+void VideoPort::Begin(uint64_t line) {
+    if (!On()) {
+        taking_ = false;
+        return;
+    }
+    const auto lineOfField = static_cast<uint32_t>(line % signal_.linesPerField);
+    if (lineOfField == 0) {
+        BeginField(line / signal_.linesPerField);
+    }
+    registers_.SetAperture(reg::VSCurrentLine, lineOfField);
+}
+
+void VideoPort::BeginField(uint64_t field) {
+    // Two interleaved fields share a buffer.
+    if (Interleaves() && ParityOf(field) != 0) {
+        return;
+    }
+    const bool three = (Register(reg::VSStreamControl) & kThreeBuffers) != 0;
+    const uint32_t buffer = Register(reg::VSNextBuffer) & (three ? 3 : 1);
+    registers_.SetAperture(reg::VSCurrentBuffer, buffer);
+    taking_ = buffer < kBuffers;
+    if (!taking_) {
+        ++faults_.unmodelled["fourth video buffer"];
+    }
+}
+
+void VideoPort::End(uint64_t line) {
+    if (!taking_ || !On()) {
+        return;
+    }
+    const auto lineOfField = static_cast<uint32_t>(line % signal_.linesPerField);
+    Store(line / signal_.linesPerField, lineOfField);
+    if (lineOfField + 1 == std::min(Register(reg::VSEndLine), signal_.linesPerField)) {
+        interrupts_.Raise(kVideoInterrupt);
+    }
+}
+
+int64_t VideoPort::AddressOf(uint32_t row, uint64_t field) const {
+    const int64_t stride = int64_t{Register(reg::VSBufferStride)} * kUnitBytes;
+    const int64_t base =
+        int64_t{Register(reg::VSBufferBase[Register(reg::VSCurrentBuffer)])} * kUnitBytes;
+    const int64_t place = Interleaves() ? 2 * int64_t{row} + ParityOf(field) : row;
+    const bool upwards = (Register(reg::VSStreamControl) & kMirrorY) != 0;
+    return base + (upwards ? -place - 1 : place) * stride;
+}
+
+void VideoPort::Store(uint64_t field, uint32_t line) {
+    const uint32_t start = Register(reg::VSStartLine);
+    if (line < start || line >= Register(reg::VSEndLine)) {
+        return;
+    }
+    const uint32_t scale = Register(reg::VSStreamControl) >> kScaleYShift & kScaleMask;
+    const uint32_t lineOfPicture = line - start;
+    if ((lineOfPicture & ((1u << scale) - 1)) != 0) {
+        return;
+    }
+    pixels_.clear();
+    source_->Line(field, line, pixels_);
+    Pack();
+    const int64_t address = AddressOf(lineOfPicture >> scale, field);
+    const auto bytes = static_cast<int64_t>(row_.size() * sizeof(uint16_t));
+    const auto memory = static_cast<int64_t>(memories_.frameBuffer.size());
+    if (address < 0 || address + bytes > memory) {
+        ++faults_.badMemoryAccesses;
+        return;
+    }
+    std::memcpy(memories_.frameBuffer.data() + address, row_.data(), static_cast<size_t>(bytes));
+}
+
+// Turns the line in pixels_ into the row of the buffer: whole pairs, scaled and mirrored.
+void VideoPort::Pack() {
+    const uint32_t control = Register(reg::VSStreamControl);
+    // A port of 16 bits counts each pixel twice.
+    const uint32_t shift = signal_.portWidth == 8 ? 0 : 1;
+    const size_t end = std::min<size_t>(Register(reg::VSEndPixel) >> shift, pixels_.size());
+    const size_t start = std::min<size_t>(Register(reg::VSStartPixel) >> shift, end);
+    const uint32_t scale = control >> kScaleXShift & kScaleMask;
+    const size_t pairs = (end - start) >> (scale + 1);
+    const bool mirrored = (control & kMirrorX) != 0;
+    row_.resize(pairs * 2);
+    for (size_t pair = 0; pair < pairs; ++pair) {
+        const uint16_t* from = &pixels_[start + (pair << (scale + 1))];
+        const uint16_t left = from[0], right = from[size_t{1} << scale];
+        // Colours of the pair that the left pixel belongs to.
+        const auto u = static_cast<uint16_t>(from[0] & 0xFF00);
+        const auto v = static_cast<uint16_t>(from[1] & 0xFF00);
+        uint16_t* to = &row_[2 * (mirrored ? pairs - 1 - pair : pair)];
+        to[0] = static_cast<uint16_t>(u | ((mirrored ? right : left) & 0xFF));
+        to[1] = static_cast<uint16_t>(v | ((mirrored ? left : right) & 0xFF));
+    }
+}
+
+} // namespace board

@@ -1,0 +1,61 @@
+#pragma once
+// The video port of the Permedia boards: takes the fields of a source into the frame buffer, line
+// by line, by the board's clock.
+#include "board/board.h"
+#include "board/bus/beam.h"
+#include "board/bus/interrupts.h"
+#include "board/values/memory.h"
+#include "board/values/registers.h"
+#include "board/video/video_source.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace board {
+
+class VideoPort {
+  public:
+    static constexpr uint64_t kNever = ~uint64_t{0};
+
+    VideoPort(Chip chip, RegisterFile& registers, Memories& memories, InterruptLine& interrupts,
+              Faults& faults)
+        : present_(chip == Chip::Permedia || chip == Chip::Permedia2), registers_(registers),
+          memories_(memories), interrupts_(interrupts), faults_(faults) {}
+
+    // Plugs a source in at `now` (microseconds), or with null unplugs it. Its field and line at a
+    // time are counted from power on, plugged in or not.
+    void Plug(VideoSource* source, uint64_t now);
+    // When the source's next line begins, in microseconds. kNever without a source.
+    uint64_t NextLine() const { return nextLine_; }
+    // Takes all lines that have begun by `now`.
+    void Run(uint64_t now);
+    // VSStreamControl was written.
+    void OnStreamControl();
+
+  private:
+    uint64_t StartOf(uint64_t line) const; // microseconds
+    uint32_t Register(uint32_t offset) const { return registers_.Aperture(offset); }
+    bool On() const;
+    bool Interleaves() const;
+    uint32_t ParityOf(uint64_t field) const;
+    void Begin(uint64_t line);
+    void BeginField(uint64_t field);
+    void End(uint64_t line);
+    void Store(uint64_t field, uint32_t line);
+    void Pack();
+    int64_t AddressOf(uint32_t row, uint64_t field) const;
+
+    const bool present_;
+    RegisterFile& registers_;
+    Memories& memories_;
+    InterruptLine& interrupts_;
+    Faults& faults_;
+    VideoSource* source_ = nullptr;
+    VideoSignal signal_;
+    uint64_t nextLine_ = kNever; // microseconds
+    uint64_t line_ = 0;          // that begins then, counted from power on
+    bool taking_ = false;        // the present field goes into a buffer
+    std::vector<uint16_t> pixels_, row_;
+};
+
+} // namespace board

@@ -1,0 +1,79 @@
+#include "tools/korv/capture/recording.h"
+
+#include "tools/korv/capture/trace_client.h"
+
+namespace korv {
+
+namespace {
+
+std::filesystem::path Suffixed(const std::filesystem::path& path, const std::string& suffix) {
+    if (path.empty()) {
+        return path;
+    }
+    return path.parent_path() / (path.stem().string() + "-" + suffix + path.extension().string());
+}
+
+} // namespace
+
+RecordPaths RecordPaths::With(const std::string& suffix) const {
+    return {Suffixed(words, suffix), Suffixed(events, suffix)};
+}
+
+Recording::Recording(const RecordPaths& paths) : trace_(trace::NewTap()) {
+    if (!paths.words.empty()) {
+        words_.emplace(paths.words);
+    }
+    if (!paths.events.empty()) {
+        events_.emplace(paths.events);
+    }
+}
+
+void Recording::Commit() {
+    if (words_) {
+        words_->file.Commit();
+    }
+    if (events_) {
+        events_->file.Commit();
+    }
+}
+
+void Recording::OnRead(uint32_t offset, uint32_t value) {
+    if (events_) {
+        events_->recorder.OnRead(offset, value);
+    }
+}
+
+void Recording::OnWrite(uint32_t offset, uint32_t value) {
+    if (events_) {
+        events_->recorder.OnWrite(offset, value);
+    }
+    if (trace_) {
+        trace_->OnWrite(offset, value);
+    }
+}
+
+void Recording::OnFifoWord(uint32_t word) {
+    if (words_) {
+        words_->recorder.OnFifoWord(word);
+    }
+    if (events_) {
+        events_->recorder.OnFifoWord(word);
+    }
+    if (trace_) {
+        trace_->OnFifoWord(word);
+    }
+}
+
+void Recording::OnDmaWord(uint32_t word) {
+    if (words_) {
+        words_->recorder.OnDmaWord(word);
+    }
+    if (events_) {
+        events_->recorder.OnDmaWord(word);
+    }
+    if (trace_) {
+        trace_->OnDmaWord(word);
+    }
+}
+
+} // namespace korv

@@ -1,0 +1,50 @@
+#pragma once
+// Recording of what reaches the board: the words of the stream, all events as text, or both; and
+// what `korv trace` wants to know.
+#include "board/board.h"
+#include "board/events.h"
+#include "tools/korv/base/files.h"
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace korv {
+
+// Files to record to; empty paths record nothing.
+struct RecordPaths {
+    std::filesystem::path words;  // stream words, little-endian
+    std::filesystem::path events; // event text
+
+    // The same names with "-" and `suffix` put before the extension.
+    RecordPaths With(const std::string& suffix) const;
+};
+
+class Recording : public board::BusRecorder {
+  public:
+    // Opens the files. UserError if one cannot be written.
+    explicit Recording(const RecordPaths& paths);
+
+    bool Wanted() const { return words_ || events_ || trace_; }
+    // Puts the files in place; without it they go away.
+    void Commit();
+
+    void OnRead(uint32_t offset, uint32_t value) override;
+    void OnWrite(uint32_t offset, uint32_t value) override;
+    void OnFifoWord(uint32_t word) override;
+    void OnDmaWord(uint32_t word) override;
+
+  private:
+    template <typename Recorder>
+    struct Sink {
+        explicit Sink(const std::filesystem::path& path) : file(path), recorder(file.Stream()) {}
+        OutputFile file;
+        Recorder recorder;
+    };
+    std::optional<Sink<board::RawWords>> words_;
+    std::optional<Sink<board::EventText>> events_;
+    std::unique_ptr<board::BusRecorder> trace_; // of a tool that traces this program
+};
+
+} // namespace korv

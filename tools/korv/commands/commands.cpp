@@ -1,0 +1,64 @@
+#include "tools/korv/commands/commands.h"
+
+#include "tools/korv/base/errors.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <fmt/ostream.h>
+
+#include <charconv>
+#include <sstream>
+
+namespace korv {
+
+Extent ParseSize(const std::string& text) {
+    Extent size;
+    const char* const end = text.data() + text.size();
+    const auto width = std::from_chars(text.data(), end, size.width);
+    if (width.ec == std::errc() && width.ptr != end && *width.ptr == 'x') {
+        const auto height = std::from_chars(width.ptr + 1, end, size.height);
+        if (height.ec == std::errc() && height.ptr == end) {
+            CheckSize(size);
+            return size;
+        }
+    }
+    throw UserError(
+        fmt::format("bad size '{}': expected WIDTHxHEIGHT in pixels, as in 640x480", text));
+}
+
+Settings DrawArguments::ToSettings() const {
+    return {ParseSize(size), depth, fifo, subBuffers};
+}
+
+void AddDrawArguments(CLI::App& command, DrawArguments& arguments) {
+    command.add_option("--size", arguments.size, "Picture size in pixels (default 640x480)")
+        ->type_name("WxH");
+    command.add_option("--depth", arguments.depth, "Bits per pixel: 8, 16 or 32 (default 16)")
+        ->type_name("BITS")
+        ->check(CLI::IsMember({8, 16, 32}).description(""));
+    auto* fifo =
+        command.add_flag("--fifo", arguments.fifo, "Feed the chip through its FIFO instead of DMA");
+    command
+        .add_option("--subbuffers", arguments.subBuffers,
+                    "Cut the DMA buffer into N pieces, 2 to 32 (default: the driver's own, 8)")
+        ->type_name("N")
+        ->check(CLI::Range(2, 32).description(""))
+        ->excludes(fifo);
+    command
+        .add_option("--words", arguments.record.words,
+                    "Also write the words of the command stream, 32-bit little-endian")
+        ->type_name("FILE");
+    command
+        .add_option("--events", arguments.record.events,
+                    "Also write all bus events as text, one a line, explained")
+        ->type_name("FILE");
+}
+
+void WarnOfFaults(Console& console, const std::string& where, const std::string& faults) {
+    std::istringstream lines(faults);
+    for (std::string line; std::getline(lines, line);) {
+        fmt::print(console.err, "korv: warning: {}: {}\n", where, line);
+    }
+}
+
+} // namespace korv

@@ -1,0 +1,203 @@
+#include "tools/korv/base/errors.h"
+#include "tools/korv/base/progress.h"
+#include "tools/korv/commands/commands.h"
+#include "tools/korv/images/contact_sheet.h"
+#include "tools/korv/images/png.h"
+#include "tools/korv/scenes/scene.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <fmt/ostream.h>
+
+#include <memory>
+#include <vector>
+
+namespace korv {
+
+namespace {
+
+constexpr const char* kSheetName = "contact-sheet.png";
+// All frames of an animation, side by side.
+constexpr int kFilmColumns = 4, kFilmRows = 3;
+static_assert(kFilmColumns * kFilmRows == kAnimationFrames);
+
+struct DemoArguments {
+    std::string folder = "korv-demo";
+    std::vector<std::string> chips, scenes;
+    DrawArguments draw;
+};
+
+// The chips asked for, each once, in the order of the list of all; all when none is.
+std::vector<const ChipChoice*> ChosenChips(const std::vector<std::string>& names) {
+    for (const std::string& name : names) {
+        ChipByName(name);
+    }
+    std::vector<const ChipChoice*> chosen;
+    for (const ChipChoice& chip : Chips()) {
+        if (names.empty() || std::ranges::find(names, chip.name) != names.end()) {
+            chosen.push_back(&chip);
+        }
+    }
+    return chosen;
+}
+
+std::vector<const Scene*> ChosenScenes(const std::vector<std::string>& names) {
+    for (const std::string& name : names) {
+        SceneByName(name);
+    }
+    std::vector<const Scene*> chosen;
+    for (const Scene& scene : Scenes()) {
+        if (names.empty() || std::ranges::find(names, scene.name) != names.end()) {
+            chosen.push_back(&scene);
+        }
+    }
+    return chosen;
+}
+
+template <typename Item>
+std::vector<std::string> NamesOf(const std::vector<const Item*>& items) {
+    std::vector<std::string> names;
+    for (const Item* item : items) {
+        names.emplace_back(item->name);
+    }
+    return names;
+}
+
+// What a scene's chip must be able to do, and which chips are.
+std::string NeedOf(const Scene& scene) {
+    switch (scene.needs) {
+    case Needs::Stretches:
+        return fmt::format("a chip whose blits stretch: expected one of {}", StretchingChipNames());
+    case Needs::Video:
+        return fmt::format("a chip with a video port: expected one of {}", VideoChipNames());
+    default:
+        return fmt::format("a chip that draws textures: expected one of {}", TexturingChipNames());
+    }
+}
+
+// UserError if no chip can draw any of the scenes.
+size_t CountPictures(const std::vector<const ChipChoice*>& chips,
+                     const std::vector<const Scene*>& scenes) {
+    size_t pictures = 0;
+    for (const ChipChoice* chip : chips) {
+        for (const Scene* scene : scenes) {
+            pictures += CanDraw(*chip, *scene);
+        }
+    }
+    if (pictures == 0) {
+        throw UserError(
+            fmt::format("'{}' needs {}", scenes.front()->name, NeedOf(*scenes.front())));
+    }
+    return pictures;
+}
+
+// Animations are shown on small screens, so that all frames together make a picture like others.
+Settings FilmSettings(const Scene& scene, Settings settings) {
+    settings.size.width = std::max(settings.size.width / kFilmColumns, 1);
+    settings.size.height = std::max(settings.size.height / kFilmRows, 1);
+    // Video is converted on its way to the visible screen alone.
+    settings.onScreen = scene.needs == Needs::Video;
+    settings.flips = !settings.onScreen;
+    return settings;
+}
+
+// Numbers the frames from 00: "tx-animation-00.png".
+void WriteFrames(const std::filesystem::path& folder, const std::string& name,
+                 const std::vector<host::Picture>& frames) {
+    for (size_t i = 0; i < frames.size(); ++i) {
+        WritePng(folder / fmt::format("{}-{:02}.png", name, i), frames[i]);
+    }
+}
+
+void Demo(const DemoArguments& arguments, Console& console) {
+    const Settings settings = arguments.draw.ToSettings();
+    const auto chips = ChosenChips(arguments.chips);
+    const auto scenes = ChosenScenes(arguments.scenes);
+    const size_t pictures = CountPictures(chips, scenes);
+    const std::filesystem::path folder = arguments.folder;
+    MakeFolder(folder);
+
+    ContactSheet sheet(NamesOf(chips), NamesOf(scenes), static_cast<uint32_t>(settings.size.width),
+                       static_cast<uint32_t>(settings.size.height));
+    Progress progress(console.err, pictures);
+    size_t frames = 0;
+    for (size_t row = 0; row < scenes.size(); ++row) {
+        for (size_t column = 0; column < chips.size(); ++column) {
+            if (!CanDraw(*chips[column], *scenes[row])) {
+                continue;
+            }
+            const std::string name = fmt::format("{}-{}", chips[column]->name, scenes[row]->name);
+            progress.Begin(name);
+            Recording recording(pictures > 1 ? arguments.draw.record.With(name)
+                                             : arguments.draw.record);
+            const Scene& scene = *scenes[row];
+            Canvas canvas(*chips[column], scene.flips ? FilmSettings(scene, settings) : settings,
+                          recording);
+            scenes[row]->draw(canvas);
+            host::Picture picture = canvas.Finish();
+            if (scenes[row]->flips) {
+                WriteFrames(folder, name, canvas.Frames());
+                frames += canvas.Frames().size();
+                picture = Strip(canvas.Frames(), kFilmColumns);
+            }
+            WritePng(folder / (name + ".png"), picture);
+            recording.Commit();
+            sheet.Put(column, row, picture);
+            if (const std::string faults = canvas.Faults(); !faults.empty()) {
+                progress.Wipe();
+                WarnOfFaults(console, name, faults);
+            }
+        }
+    }
+    progress.Wipe();
+    WritePng(folder / kSheetName, sheet.Draw());
+    fmt::print(console.out, "{} {}{} in {}, all on one sheet in {}\n", pictures,
+               pictures == 1 ? "picture" : "pictures",
+               frames == 0 ? "" : fmt::format(" and {} frames", frames), folder.string(),
+               (folder / kSheetName).string());
+}
+
+std::string DemoFooter() {
+    std::string text = "Scenes:\n";
+    for (const Scene& scene : Scenes()) {
+        text += fmt::format("  {:<15}{}\n", scene.name, scene.about);
+    }
+    text += fmt::format(R"(
+Chips: {}
+Chips that draw textures: {}
+Chips whose blits stretch and leave a colour out: {}
+Chips with a video port: {}
+Scenes that need textures, such blits or video leave the other chips out.
+Each frame of the animation and of the video, as the monitor shows it, has a file of its own beside the picture of
+all (tx-animation-00.png).
+
+With --words or --events and more than one picture, each picture has a file of its
+own, with chip and scene before the extension (words-tx-knot.bin).
+
+Examples:
+  korv demo
+  korv demo -o pictures --chip permedia --scene knot --scene blend
+  korv demo --chip tx --scene slivers --fifo --events slivers.txt
+)",
+                        ChipNames(), TexturingChipNames(), StretchingChipNames(), VideoChipNames());
+    return text;
+}
+
+} // namespace
+
+void AddDemo(CLI::App& app, Console& console) {
+    auto arguments = std::make_shared<DemoArguments>();
+    CLI::App* command =
+        app.add_subcommand("demo", "Draw a set of scenes on each chip, into a folder of PNGs");
+    command->add_option("-o,--output", arguments->folder, "Folder (default korv-demo)")
+        ->type_name("DIR");
+    command->add_option("--chip", arguments->chips, "Only this chip; may be repeated")
+        ->type_name("CHIP");
+    command->add_option("--scene", arguments->scenes, "Only this scene; may be repeated")
+        ->type_name("NAME");
+    AddDrawArguments(*command, arguments->draw);
+    command->footer(DemoFooter());
+    command->callback([arguments, &console] { Demo(*arguments, console); });
+}
+
+} // namespace korv

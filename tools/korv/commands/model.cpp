@@ -1,0 +1,67 @@
+#include "tools/korv/base/errors.h"
+#include "tools/korv/commands/commands.h"
+#include "tools/korv/model/obj.h"
+#include "tools/korv/model/shapes.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <fmt/ostream.h>
+
+#include <memory>
+
+namespace korv {
+
+namespace {
+
+struct ModelArguments {
+    std::string name, output;
+};
+
+std::string ShapeNames() {
+    std::string names;
+    for (const Shape& shape : NamedShapes()) {
+        names += fmt::format("{}{}", names.empty() ? "" : ", ", shape.name);
+    }
+    return names;
+}
+
+void Model(const ModelArguments& arguments, Console& console) {
+    const Shape* shape = FindShape(arguments.name);
+    if (shape == nullptr) {
+        throw UserError(
+            fmt::format("unknown model '{}': expected one of {}", arguments.name, ShapeNames()));
+    }
+    const Mesh mesh = shape->make();
+    OutputFile file(arguments.output);
+    WriteObj(file.Stream(), mesh, fmt::format("{}, by korv model", shape->about));
+    file.Commit();
+    fmt::print(console.out, "{}: {}, {} triangles\n", arguments.output, shape->about,
+               mesh.triangles.size());
+}
+
+std::string ModelFooter() {
+    std::string text = "Models:\n";
+    for (const Shape& shape : NamedShapes()) {
+        text += fmt::format("  {:<12}{}\n", shape.name, shape.about);
+    }
+    return text + R"(
+Example:
+  korv model torus-knot -o torus-knot.obj
+)";
+}
+
+} // namespace
+
+void AddModel(CLI::App& app, Console& console) {
+    auto arguments = std::make_shared<ModelArguments>();
+    CLI::App* command =
+        app.add_subcommand("model", "Write one of the built-in models as Wavefront OBJ");
+    command->add_option("NAME", arguments->name, "The model")->type_name("")->required();
+    command->add_option("-o,--output", arguments->output, "The file")
+        ->type_name("FILE.obj")
+        ->required();
+    command->footer(ModelFooter());
+    command->callback([arguments, &console] { Model(*arguments, console); });
+}
+
+} // namespace korv

@@ -1,0 +1,112 @@
+#include "host/driver_module.h"
+#include "tools/korv/base/crash_note.h"
+#include "tools/korv/base/errors.h"
+#include "tools/korv/commands/commands.h"
+#include "tools/korv/replay/script.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <fmt/ostream.h>
+
+#include <memory>
+
+namespace korv {
+
+namespace {
+
+struct ReplayArguments {
+    std::string script, dll, pictures;
+    bool fifo = false;
+    int subBuffers = 0;
+    RecordPaths record;
+};
+
+// The driver of one replay: the DLL, if there is one, and the linked library again afterwards.
+class DriverChoice {
+  public:
+    explicit DriverChoice(const std::string& dll) {
+        if (!dll.empty()) {
+            host::UseDriverDll(dll);
+        }
+    }
+    ~DriverChoice() { host::UseLinkedDriver(); }
+};
+
+void Replay(const ReplayArguments& arguments, Console& console) {
+    const HalScript script(arguments.script);
+    const DriverChoice driver(arguments.dll);
+    if (!arguments.pictures.empty()) {
+        MakeFolder(arguments.pictures);
+    }
+    PlayOptions options;
+    options.pictures = arguments.pictures;
+    options.record = arguments.record;
+    options.displays = script.Displays();
+    options.fifo = arguments.fifo;
+    options.subBuffers = arguments.subBuffers;
+    // Around the player, as the trap of an aperture relies on the handlers that it found.
+    const CrashNote crashes;
+    Player player(std::move(options));
+    try {
+        script.Play(player);
+    } catch (const UnexpectedError&) {
+        // What led to the failure is what the user wants to look at.
+        player.CommitRecordings();
+        throw;
+    }
+    player.CommitRecordings();
+    for (auto& [name, one] : player.Displays()) {
+        WarnOfFaults(console, fmt::format("{}: display '{}'", arguments.script, name),
+                     one.display->Board().FaultReport().Describe());
+    }
+    fmt::print(console.out, "{}: {} steps, all as expected\n", arguments.script, script.Steps());
+}
+
+constexpr const char* kReplayFooter =
+    R"(The script says what the system does with the driver and what must come of it;
+docs/hal-scripts.md describes the format. The exit code is 0 if all expectations hold, 1 if one
+does not, 2 for a script that cannot be played. With two displays, --words and --events write a
+file for each, with the display's name before the extension.
+
+Examples:
+  korv replay scenes/triangles-tx.json --pictures out
+  korv replay scenes/triangles-tx.json --fifo --words words.bin
+  korv replay scenes/bring-up-tx.json --dll build/windows95/KORV32.dll --events events.txt
+)";
+
+} // namespace
+
+void AddReplay(CLI::App& app, Console& console) {
+    auto arguments = std::make_shared<ReplayArguments>();
+    CLI::App* command = app.add_subcommand("replay", "Play a HAL script and check what it expects");
+    command->add_option("SCRIPT", arguments->script, "The script, a JSON file")
+        ->type_name("")
+        ->required();
+    command
+        ->add_option("--dll", arguments->dll, "Play it with this KORV32.dll instead of the library")
+        ->type_name("PATH");
+    command
+        ->add_option("--words", arguments->record.words,
+                     "Write the words of the command stream, 32-bit little-endian")
+        ->type_name("FILE");
+    command
+        ->add_option("--events", arguments->record.events,
+                     "Write all bus events as text, one a line, explained")
+        ->type_name("FILE");
+    command
+        ->add_option("--pictures", arguments->pictures,
+                     "Write the script's pictures into this folder")
+        ->type_name("DIR");
+    auto* fifo = command->add_flag("--fifo", arguments->fifo,
+                                   "Feed the chip through its FIFO, whatever the script says");
+    command
+        ->add_option("--subbuffers", arguments->subBuffers,
+                     "Cut the DMA buffer into N pieces, 2 to 32, whatever the script says")
+        ->type_name("N")
+        ->check(CLI::Range(2, 32).description(""))
+        ->excludes(fifo);
+    command->footer(kReplayFooter);
+    command->callback([arguments, &console] { Replay(*arguments, console); });
+}
+
+} // namespace korv

@@ -1,0 +1,98 @@
+#include "tools/korv/base/errors.h"
+#include "tools/korv/base/files.h"
+#include "tools/korv/capture/trace_tool.h"
+#include "tools/korv/commands/commands.h"
+#include "tools/korv/commands/run.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <iostream>
+#include <memory>
+#include <optional>
+
+namespace korv {
+
+namespace {
+
+struct TraceArguments {
+    trace::Options options;
+    std::string output;
+    std::vector<std::string> command;
+};
+
+// What the driver shares with a tool is found in the linked driver alone.
+void CheckCommand(const std::vector<std::string>& command) {
+    if (command.front() == "trace") {
+        throw UserError("'trace' cannot be traced itself: expected another command of korv");
+    }
+    for (const std::string& word : command) {
+        if (word == "--dll" || word.starts_with("--dll=")) {
+            throw UserError("a driver DLL cannot be traced: its contexts are not to be found");
+        }
+    }
+}
+
+int RunCommand(const std::vector<std::string>& command) {
+    std::vector<const char*> argv{"korv"};
+    for (const std::string& word : command) {
+        argv.push_back(word.c_str());
+    }
+    // Standard output is the listing's.
+    return Run(static_cast<int>(argv.size()), argv.data(), std::cerr, std::cerr);
+}
+
+void Trace(const TraceArguments& arguments, Console& console) {
+    CheckCommand(arguments.command);
+    std::optional<OutputFile> file;
+    if (!arguments.output.empty()) {
+        file.emplace(arguments.output);
+    }
+    const int code = trace::Run(
+        arguments.options, [&] { return RunCommand(arguments.command); },
+        file ? file->Stream() : console.out, console.err);
+    if (file) {
+        file->Commit();
+    }
+    throw ExitStatus{code};
+}
+
+constexpr const char* kTraceFooter =
+    R"(The command runs in a process of its own. Each DMA batch of its Direct3D contexts waits until
+this tool lets it go, and its words are listed once the chip has taken them; docs/trace.md tells how.
+What the command prints goes to standard error. The exit code is the command's; 128 and the
+number of a signal, if one ended it.
+
+With --step, a line on standard input lets the next batch go: Enter for one, r for all the
+others, q to list no more.
+
+Examples:
+  korv trace -- render scenes/cube.obj --chip permedia -o cube.png
+  korv trace --limit 3 -o batches.txt -- replay scenes/triangles-tx.json
+  korv trace --step -- replay scenes/triangles-permedia.json --subbuffers 4
+)";
+
+} // namespace
+
+void AddTrace(CLI::App& app, Console& console) {
+    auto arguments = std::make_shared<TraceArguments>();
+    CLI::App* command =
+        app.add_subcommand("trace", "Run another command and list its DMA batches one by one");
+    command->add_flag("--step", arguments->options.step, "Ask before each batch");
+    command
+        ->add_option("--limit", arguments->options.limit,
+                     "List this many batches, and let the command run on")
+        ->type_name("N")
+        ->check(CLI::Range(1, 1000000000).description(""));
+    command
+        ->add_option("-o,--output", arguments->output,
+                     "Write the listing there (default: standard output)")
+        ->type_name("FILE");
+    command->add_option("COMMAND", arguments->command, "The command and its arguments, behind '--'")
+        ->type_name("")
+        ->required();
+    command->footer(kTraceFooter);
+    command->callback([arguments, &console] { Trace(*arguments, console); });
+}
+
+} // namespace korv

@@ -1,0 +1,52 @@
+#pragma once
+// Many small pictures on one sheet, with headings.
+#include "host/picture.h"
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace korv {
+
+class ContactSheet {
+  public:
+    // For pictures of `width` by `height` pixels, scaled down, never up, to at most `longest`
+    // pixels on their longer side.
+    ContactSheet(std::vector<std::string> columns, std::vector<std::string> rows, uint32_t width,
+                 uint32_t height, uint32_t longest = 240);
+
+    // Puts a picture of the size given above into a cell. Cells without one stay empty.
+    void Put(size_t column, size_t row, const host::Picture& picture);
+
+    // Where a cell's upper left corner lies on the sheet, in pixels.
+    uint32_t CellX(size_t column) const;
+    uint32_t CellY(size_t row) const;
+    // Size of the scaled pictures. Cells may be larger, to make room for headings.
+    uint32_t PictureWidth() const { return pictureWidth_; }
+    uint32_t PictureHeight() const { return pictureHeight_; }
+
+    // The sheet with its headings: columns at the top, rows at the left.
+    host::Picture Draw() const;
+
+  private:
+    std::vector<std::string> columns_, rows_;
+    uint32_t pictureWidth_, pictureHeight_, cellWidth_, cellHeight_, headingWidth_;
+    std::map<std::pair<size_t, size_t>, host::Picture> cells_;
+};
+
+// Scales to `width` by `height` pixels.
+host::Picture Scaled(const host::Picture& picture, uint32_t width, uint32_t height);
+
+// Pictures of one size side by side, `columns` in a row, from the upper left.
+host::Picture Strip(const std::vector<host::Picture>& pictures, uint32_t columns);
+
+// Width in pixels of `text` as DrawText sets it.
+uint32_t TextWidth(std::string_view text);
+
+// Sets one line of ASCII text in white with its upper left corner at (x, y); what lies outside the
+// picture is left out.
+void DrawText(host::Picture& picture, uint32_t x, uint32_t y, std::string_view text);
+
+} // namespace korv

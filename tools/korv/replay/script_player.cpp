@@ -1,0 +1,277 @@
+#include "tools/korv/replay/script_player.h"
+
+#include "driver/d3d/dcontext.h"
+#include "driver/services/context.h"
+#include "host/display/machine.h"
+
+#include <fmt/format.h>
+
+namespace korv {
+
+namespace {
+
+template <class Map>
+auto& Named(Map& map, const char* kind, const std::string& name) {
+    const auto found = map.find(name);
+    if (found == map.end()) {
+        throw NotThereError(fmt::format("{} '{}' is not there", kind, name));
+    }
+    return found->second;
+}
+
+uint32_t AddressOf(const void* object) {
+    return reinterpret_cast<uintptr_t>(object);
+}
+
+} // namespace
+
+void StepTap::OnRead(uint32_t offset, uint32_t value) {
+    recording.OnRead(offset, value);
+}
+
+void StepTap::OnWrite(uint32_t offset, uint32_t value) {
+    writes.push_back({offset, value});
+    recording.OnWrite(offset, value);
+}
+
+void StepTap::OnFifoWord(uint32_t word) {
+    words.push_back(word);
+    recording.OnFifoWord(word);
+}
+
+void StepTap::OnDmaWord(uint32_t word) {
+    words.push_back(word);
+    recording.OnDmaWord(word);
+}
+
+Player::Player(PlayOptions options) : options_(std::move(options)) {
+    host::PowerCycle();
+}
+
+Player::~Player() {
+    for (auto& [name, one] : displays_) {
+        one.display->Board().SetRecorder(nullptr);
+    }
+    contexts.clear();
+    for (auto& [name, one] : displays_) {
+        one.directDraw.reset();
+    }
+}
+
+PlayedDisplay& Player::Display(const std::string& name) {
+    return Named(displays_, "display", name);
+}
+
+host::DirectDraw& Player::DirectDraw(const std::string& display) {
+    PlayedDisplay& one = Display(display);
+    if (!one.directDraw) {
+        throw NotThereError(fmt::format("display '{}' has not been started", display));
+    }
+    return *one.directDraw;
+}
+
+DriverData* Player::Driver(const std::string& display) {
+    return Display(display).display->Driver();
+}
+
+host::Surface& Player::Surface(const std::string& name) {
+    return *Named(surfaces_, "surface", name).surface;
+}
+
+host::Surface& Player::SurfaceWithMemory(const std::string& name) {
+    host::Surface& surface = Surface(name);
+    if (surface.Lost()) {
+        throw NotThereError(fmt::format("surface '{}' has lost its memory", name));
+    }
+    return surface;
+}
+
+PlayedDisplay& Player::DisplayOf(const std::string& surface) {
+    return Display(Named(surfaces_, "surface", surface).display);
+}
+
+host::Device3D& Player::Device(const std::string& context) {
+    return *Named(contexts, "context", context).device;
+}
+
+const D3DContext* Player::ContextRecord(const std::string& context) {
+    const PlayedContext& one = Named(contexts, "context", context);
+    for (const D3DContext* record : LiveContexts(Driver(one.display)->ChipInfo)) {
+        if (record->ContextHandle == one.device->Handle()) {
+            return record;
+        }
+    }
+    return nullptr;
+}
+
+uint32_t Player::Texture(const std::string& name) {
+    return Named(textures, "texture", name);
+}
+
+std::vector<uint32_t>& Player::Memory(const std::string& name) {
+    return Named(memory, "memory", name);
+}
+
+uint32_t Player::Value(const std::string& name) {
+    return Named(values, "value", name);
+}
+
+void Player::AddDisplay(const std::string& name, host::DisplayConfig config) {
+    if (options_.fifo) {
+        config.registry["Direct3DHAL.NoDMA"] = std::string("1");
+    }
+    if (options_.subBuffers != 0) {
+        config.registry["Direct3DHAL.SubBuffers"] = fmt::to_string(options_.subBuffers);
+    }
+    PlayedDisplay one;
+    one.name = name;
+    one.tap = std::make_unique<StepTap>(options_.displays > 1 ? options_.record.With(name)
+                                                              : options_.record);
+    one.display = std::make_unique<host::Display>(std::move(config));
+    one.display->Board().SetRecorder(one.tap.get());
+    displays_.emplace(name, std::move(one));
+}
+
+void Player::AddSurface(const std::string& name, const std::string& display,
+                        host::Surface& surface) {
+    if (surfaces_.contains(name)) {
+        DirectDraw(display).Destroy(surface);
+        throw NotThereError(fmt::format("there is a surface '{}' already", name));
+    }
+    surfaces_[name] = {display, &surface};
+    for (size_t i = 0; i < surface.Chain().size(); ++i) {
+        surfaces_[fmt::format("{}.{}", name, i + 1)] = {display, surface.Chain()[i]};
+    }
+}
+
+void Player::DestroySurface(const std::string& name) {
+    host::Surface& surface = Surface(name);
+    for (const auto& [context, one] : contexts) {
+        for (const std::string& used : {one.target, one.zBuffer}) {
+            if (one.live && !used.empty() && &Surface(used) == &surface) {
+                throw NotThereError(
+                    fmt::format("context '{}' still uses surface '{}'", context, name));
+            }
+        }
+    }
+    const std::vector<host::Surface*> chain = surface.Chain();
+    DirectDraw(surfaces_[name].display).Destroy(surface);
+    std::erase_if(surfaces_, [&](const auto& one) {
+        return one.second.surface == &surface ||
+               std::find(chain.begin(), chain.end(), one.second.surface) != chain.end();
+    });
+}
+
+void Player::AddContext(const std::string& name, PlayedContext context) {
+    const auto found = contexts.find(name);
+    if (found != contexts.end() && found->second.live) {
+        throw NotThereError(fmt::format("there is a context '{}' already", name));
+    }
+    contexts[name] = std::move(context);
+}
+
+void* Player::Scratch(size_t bytes) {
+    return scratch_.emplace_back(std::make_unique<uint8_t[]>(bytes)).get();
+}
+
+std::vector<Player::NamedMemory> Player::NamedMemories() {
+    std::vector<NamedMemory> all;
+    for (const auto& [name, one] : surfaces_) {
+        if (!one.surface->Lost()) {
+            all.push_back({fmt::format("surface '{}'", name), one.surface->Bytes(),
+                           size_t(one.surface->Pitch()) * one.surface->Height()});
+        }
+    }
+    for (const auto& [name, words] : memory) {
+        all.push_back({fmt::format("memory '{}'", name), words.data(), words.size() * 4});
+    }
+    for (const auto& [name, one] : displays_) {
+        const auto frame = one.display->Board().FrameBuffer();
+        all.push_back({fmt::format("frame buffer of '{}'", name), frame.data(), frame.size()});
+        const auto local = one.display->Board().LocalBuffer();
+        all.push_back({fmt::format("local buffer of '{}'", name), local.data(), local.size()});
+        for (uint32_t i = 0; i < one.display->Config().dmaBufferCount; ++i) {
+            all.push_back({fmt::format("DMA buffer {} of '{}'", i, name), one.display->DmaBuffer(i),
+                           one.display->Config().dmaBufferBytes});
+        }
+    }
+    return all;
+}
+
+bool Player::Holds(uint32_t address, size_t bytes) {
+    for (const NamedMemory& one : NamedMemories()) {
+        const uint32_t offset = address - AddressOf(one.start);
+        if (offset <= one.bytes && one.bytes - offset >= bytes) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string Player::DescribeAddress(uint32_t address) {
+    if (address == 0) {
+        return "null";
+    }
+    for (const NamedMemory& one : NamedMemories()) {
+        const uint32_t offset = address - AddressOf(one.start);
+        if (offset < one.bytes) {
+            return offset == 0 ? one.name : fmt::format("{} + 0x{:X}", one.name, offset);
+        }
+    }
+    for (const auto& [name, one] : displays_) {
+        for (uint32_t i = 0; i < one.display->Config().dmaBufferCount; ++i) {
+            if (const uint32_t offset = address - host::Display::DmaBusAddress(i);
+                offset < one.display->Config().dmaBufferBytes) {
+                return fmt::format("bus address of DMA buffer {} of '{}' + 0x{:X}", i, name,
+                                   offset);
+            }
+        }
+    }
+    return "an address that has no name here";
+}
+
+std::string Player::DescribeObject(uint32_t address) {
+    if (address == 0) {
+        return "null";
+    }
+    for (const auto& [name, one] : surfaces_) {
+        if (address == AddressOf(one.surface->Local()) ||
+            address == AddressOf(one.surface->Interface())) {
+            return fmt::format("surface '{}'", name);
+        }
+    }
+    for (const auto& [name, one] : displays_) {
+        if (address == AddressOf(one.display->Driver()) ||
+            (one.directDraw && (address == AddressOf(one.directDraw->Global()) ||
+                                address == AddressOf(one.directDraw->Local())))) {
+            return fmt::format("display '{}'", name);
+        }
+    }
+    return "an object that has no name here";
+}
+
+void Player::CommitRecordings() {
+    for (auto& [name, one] : displays_) {
+        one.tap->recording.Commit();
+    }
+}
+
+std::vector<const D3DContext*> LiveContexts(const ChipInfo* chip) {
+    std::vector<const D3DContext*> contexts;
+    for (const ContextBlock* block = chip->ContextBlocks; block != nullptr;
+         block = block->NextBlock) {
+        for (uint32_t slot = 0; slot < block->SlotCount; ++slot) {
+            // The size of a free slot is negative.
+            if (block->Size[slot] <= 0 || block->Type[slot] != kContextTypeDirect3D) {
+                continue;
+            }
+            const auto* record = reinterpret_cast<const D3DContext*>(block->Owner[slot]);
+            if (record != nullptr && record->Magic == kContextMagic) {
+                contexts.push_back(record);
+            }
+        }
+    }
+    return contexts;
+}
+
+} // namespace korv
