@@ -5,11 +5,17 @@
 namespace board {
 
 void EventText::OnRead(uint32_t offset, uint32_t value) {
-    out_ << fmt::format("r {:04X} {:08X} {}\n", offset, value, OffsetText(offset));
+    OnAccess('r', offset, value);
 }
 
 void EventText::OnWrite(uint32_t offset, uint32_t value) {
-    out_ << fmt::format("w {:04X} {:08X} {}\n", offset, value, OffsetText(offset));
+    OnAccess('w', offset, value);
+}
+
+void EventText::OnAccess(char kind, uint32_t offset, uint32_t value) {
+    const std::string fields = FieldsText(offset, value);
+    out_ << fmt::format("{} {:04X} {:08X} {}{}{}\n", kind, offset, value, OffsetText(offset),
+                        fields.empty() ? "" : " ;", fields);
 }
 
 void EventText::OnFifoWord(uint32_t word) {

@@ -23,6 +23,8 @@ class EventText : public BusRecorder {
     void OnDmaWord(uint32_t word) override;
 
   private:
+    void OnAccess(char kind, uint32_t offset, uint32_t value);
+
     std::ostream& out_;
     StreamExplainer explainer_; // both carriers feed the one input FIFO
 };

@@ -18,10 +18,8 @@ std::string OffsetText(uint32_t offset) {
     if (offset >= reg::MappedRegisters && offset < reg::ApertureBytes && offset % 8 == 0) {
         return TagText((offset - reg::MappedRegisters) / 8);
     }
-    for (const ApertureName& entry : kApertureNames) {
-        if (entry.offset == offset) {
-            return entry.name;
-        }
+    if (const Register* entry = FindRegister(offset)) {
+        return entry->name;
     }
     if (offset > reg::FIFOWindow && offset < reg::FIFOWindow + reg::FIFOPageBytes) {
         return fmt::format("FIFOWindow+{:X}", offset - reg::FIFOWindow);
@@ -29,10 +27,10 @@ std::string OffsetText(uint32_t offset) {
     return fmt::format("offset {:04X}", offset);
 }
 
-std::string FieldsText(uint32_t tagNumber, uint32_t word) {
+std::string FieldsText(uint32_t offset, uint32_t word) {
     std::string text;
-    for (const Field& field : kRegisterFields) {
-        if (field.tag == tagNumber && field.Get(word) != 0) {
+    for (const Field& field : kFields) {
+        if (field.offset == offset && field.Get(word) != 0) {
             text += fmt::format(" {}={:X}", field.name, field.Get(word));
         }
     }
@@ -44,7 +42,7 @@ std::string StreamExplainer::Explain(uint32_t word) {
     switch (decoder_.Feed(word, write)) {
     case StreamDecoder::Kind::Data:
         return fmt::format("{} = {:X}{}", TagText(write.tag), write.data,
-                           FieldsText(write.tag, write.data));
+                           FieldsText(MappedOffset(write.tag), write.data));
     case StreamDecoder::Kind::Malformed:
         return "malformed";
     case StreamDecoder::Kind::Tag:

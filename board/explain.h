@@ -15,8 +15,9 @@ std::string TagText(uint32_t tagNumber);
 // from its start ("FIFOWindow+4"), an offset without a name is "offset 5800".
 std::string OffsetText(uint32_t offset);
 
-// " Field=value" for each named field of the register's word that is not zero, values in hex.
-std::string FieldsText(uint32_t tagNumber, uint32_t word);
+// " Field=value" for each named field that is not zero in a word of the register at the aperture
+// offset, values in hex.
+std::string FieldsText(uint32_t offset, uint32_t word);
 
 // Follows a command stream and explains it word by word.
 class StreamExplainer {

@@ -1,6 +1,7 @@
 #pragma once
-// Word forms of the command stream. A plain pair is the hold form with count 1, that is, the bare tag.
-#include "chip/tags.h"
+// Word forms of the command stream. A plain pair is the hold form with count 1, that is, the bare
+// tag.
+#include "chip/registers.h"
 
 #include <cstdint>
 

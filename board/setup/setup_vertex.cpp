@@ -15,8 +15,8 @@ namespace {
 constexpr uint32_t kAlwaysSet = 0x800;
 constexpr uint32_t KnownBits() {
     uint32_t bits = kAlwaysSet;
-    for (const Field& field : kRegisterFields) {
-        bits |= field.tag == tag::DeltaMode ? field.Mask() : 0;
+    for (const Field& field : kFields) {
+        bits |= field.offset == MappedOffset(tag::DeltaMode) ? field.Mask() : 0;
     }
     return bits;
 }

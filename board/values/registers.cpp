@@ -6,8 +6,10 @@ namespace {
 
 constexpr std::array<bool, kTagCount> KnownTags() {
     std::array<bool, kTagCount> known{};
-    for (const RegisterName& entry : kRegisterNames) {
-        known[entry.tag] = true;
+    for (const Register& entry : kRegisters) {
+        if (entry.HasTag()) {
+            known[entry.Tag()] = true;
+        }
     }
     for (uint32_t number = kVertexStoreFirst; number < kVertexStoreEnd; ++number) {
         known[number] = true;
@@ -29,12 +31,7 @@ bool RegisterFile::HasTag(uint32_t tagNumber) {
 }
 
 bool RegisterFile::HasAperture(uint32_t offset) {
-    for (const ApertureName& entry : kApertureNames) {
-        if (entry.offset == offset) {
-            return true;
-        }
-    }
-    return false;
+    return offset < reg::MappedRegisters && FindRegister(offset) != nullptr;
 }
 
 } // namespace board

@@ -1,7 +1,7 @@
 #pragma once
 // The board's register state: one word per tag, and the words of the aperture below the mapped
 // registers.
-#include "chip/aperture.h"
+#include "chip/registers.h"
 #include "chip/words.h"
 
 #include <array>
@@ -23,7 +23,7 @@ class RegisterFile {
     RegisterFile();
 
     uint32_t operator[](uint32_t tagNumber) const { return tags_[tagNumber & kTagMask]; }
-    uint32_t Get(const Field& field) const { return field.Get(tags_[field.tag]); }
+    uint32_t Get(const Field& field) const { return field.Get(tags_[field.Tag()]); }
     void Set(uint32_t tagNumber, uint32_t value) { tags_[tagNumber & kTagMask] = value; }
 
     // `offset` is a byte offset below the mapped registers, a multiple of 4.
@@ -39,10 +39,6 @@ class RegisterFile {
     std::array<uint32_t, kTagCount> tags_{};
     std::array<uint32_t, reg::MappedRegisters / 4> aperture_{};
 };
-
-// The vertex store: six groups of 16 registers.
-inline constexpr uint32_t kVertexStoreFirst = tag::V0Fixed;
-inline constexpr uint32_t kVertexStoreEnd = tag::V2Float + 16;
 
 // Sum of the three partial products in bits 0-8 of a mode word, in pixels (or depth elements):
 // code c stands for 2^(c+4), code 0 for nothing.

@@ -1,5 +1,5 @@
 #pragma once
-// Editing of flag words and mode words.
+// Editing of flag words; mode words are edited by their fields (PutField).
 #include "driver/core/tags.h"
 
 #include <cstdint>
@@ -7,9 +7,4 @@
 // Turns all of `bits` on or off.
 inline void AssignBits(uint32_t& word, uint32_t bits, bool on) {
     word = on ? word | bits : word & ~bits;
-}
-
-// Replaces a field of a mode word by the low bits of `value`.
-inline void PutField(uint32_t& word, const Field& field, uint32_t value) {
-    word = field.Put(word, value);
 }

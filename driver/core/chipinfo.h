@@ -1,6 +1,8 @@
 #pragma once
 // The block shared with the 16-bit display driver and the mini VDD. Three binaries read it, so the
 // byte offsets are the format. Words that the mini VDD's interrupt handler changes are volatile.
+#include "chip/devices.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -96,25 +98,8 @@ enum DMAStateBit : uint32_t {
     DMAQueueOn = 0x8, // transfers go through the queue
 };
 
-// ChipInfo.DeviceId.
-enum ChipDevice : uint32_t {
-    DeviceSX = 1,
-    DeviceTX = 2,
-    DeviceMX = 6,
-    DevicePermedia = 4,
-    DevicePermediaSecond = 0x3D04, // under a second vendor id
-    DevicePermedia2 = 7,
-    DevicePermedia2Second = 0x3D07,
-};
-
 // ChipInfo.Revision of the first revision.
 inline constexpr uint32_t kRevisionOne = 0x10000;
-
-// ChipInfo.Family.
-enum ChipFamily : uint32_t {
-    FamilyGlint = 1,
-    FamilyPermedia = 4,
-};
 
 inline constexpr uint32_t kNoContext = 0xFFFF;
 // The two-dimensional context; it exists before the driver starts.

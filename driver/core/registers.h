@@ -1,3 +1,3 @@
 #pragma once
 // The driver's door to the chip's register aperture.
-#include "chip/aperture.h" // IWYU pragma: export
+#include "chip/registers.h" // IWYU pragma: export

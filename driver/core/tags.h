@@ -1,4 +1,4 @@
 #pragma once
 // The driver's door to the chip's vocabulary: registers by tag, mode fields, word forms.
-#include "chip/tags.h"  // IWYU pragma: export
-#include "chip/words.h" // IWYU pragma: export
+#include "chip/registers.h" // IWYU pragma: export
+#include "chip/words.h"     // IWYU pragma: export

@@ -51,6 +51,24 @@ TEST(Events, TextHasOneLineAnEvent) {
                          "f 00000400 ; malformed\n");
 }
 
+TEST(Events, AccessesTellTheFieldsThatAreNotZero) {
+    rig::Rig r;
+    std::ostringstream out;
+    board::EventText text(out);
+    r.board.SetRecorder(&text);
+    r.board.Write(reg::IntEnable, 0x11);
+    r.board.Read(reg::IntEnable);
+    r.board.Write(reg::IntEnable, 0);
+    r.board.Write(MappedOffset(tag::DepthMode), 0x33);
+    r.board.Write(reg::VSStreamControl, 0x8A9);
+    EXPECT_EQ(out.str(), "w 0008 00000011 IntEnable ; DMA=1 Retrace=1\n"
+                         "r 0008 00000011 IntEnable ; DMA=1 Retrace=1\n"
+                         "w 0008 00000000 IntEnable\n"
+                         "w 89A0 00000033 DepthMode ; Enable=1 WriteEnable=1 Compare=3\n"
+                         "w 5900 000008A9 VSStreamControl ; Enable=1 ScaleX=1 ScaleY=1 MirrorX=1 "
+                         "Interleave=1\n");
+}
+
 TEST(Events, RawFormIsTheStreamWordsLittleEndian) {
     rig::Rig r;
     std::ostringstream out;

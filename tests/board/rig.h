@@ -1,7 +1,7 @@
 #pragma once
 // A board set up for drawing, with short ways to send registers and look at pixels.
 #include "board/board.h"
-#include "chip/aperture.h"
+#include "chip/registers.h"
 #include "chip/words.h"
 
 #include <cstring>

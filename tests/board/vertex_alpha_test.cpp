@@ -1,6 +1,6 @@
 // The alpha of stored vertices reads back, by whatever word it came.
 #include "board/board.h"
-#include "chip/aperture.h"
+#include "chip/registers.h"
 #include "chip/words.h"
 
 #include <gtest/gtest.h>
