@@ -9,7 +9,9 @@ if [ "${1-}" = --asan ]; then
   preset=hosted-asan
   shift
 fi
-install_missing
-build windows95
-build "$preset"
+install_missing "${korv_packages[@]}" "${korv_test_packages[@]}"
+configure windows95
+cmake --build --preset windows95
+configure "$preset" -DBUILD_TESTING=ON
+cmake --build --preset "$preset"
 exec ctest --preset "$preset" -j2 "$@"

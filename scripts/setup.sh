@@ -1,9 +1,11 @@
 # Sourced by demo.sh and test.sh: installs what is missing on a Debian machine, configures, builds.
 
+# What the tool is built with, and what the tests and KORV32.dll need besides.
 korv_packages=(
-  cmake g++ g++-mingw-w64-i686 g++-multilib googletest libcli11-dev libfmt-dev libstb-dev
-  libtinyobjloader-dev ninja-build nlohmann-json3-dev
+  cmake g++ g++-multilib libcli11-dev libfmt-dev libstb-dev libtinyobjloader-dev ninja-build
+  nlohmann-json3-dev
 )
+korv_test_packages=(g++-mingw-w64-i686 googletest)
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
@@ -16,10 +18,11 @@ as_root() {
   fi
 }
 
+# install_missing PACKAGE...
 install_missing() {
   missing=()
   local package
-  for package in "${korv_packages[@]}"; do
+  for package; do
     if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed'; then
       missing+=("$package")
     fi
@@ -31,10 +34,9 @@ install_missing() {
     "${missing[@]}" >/dev/null
 }
 
-# build PRESET [TARGET...]
-build() {
+# configure PRESET [ARGUMENT...]
+configure() {
   local preset=$1
   shift
-  cmake --preset "$preset" >/dev/null
-  cmake --build --preset "$preset" ${1:+--target "$@"}
+  cmake --preset "$preset" "$@" >/dev/null
 }
