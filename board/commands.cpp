@@ -22,7 +22,7 @@ void CommandUnit::Execute(RegisterWrite write) {
     switch (write.tag) {
     case tag::FBReadMode:
         // Speaks for both sides of a copy, until FBWriteConfig follows with the destination's.
-        if (IsPermedia(chip_)) {
+        if (chip_.IsPermedia()) {
             registers_.Set(tag::FBWriteConfig, write.data);
         }
         break;
@@ -127,7 +127,7 @@ bool CommandUnit::CheckRender() {
     }
     constexpr uint32_t k4Bits = 3;
     const bool packedDownload = hostData && registers_.Get(field::FBReadMode_Packed) != 0;
-    if (IsPermedia(chip_) && registers_[tag::FBReadPixel] == k4Bits && !packedDownload) {
+    if (chip_.IsPermedia() && registers_[tag::FBReadPixel] == k4Bits && !packedDownload) {
         Unmodelled("4-bit pixels");
         return false;
     }

@@ -1,14 +1,12 @@
 #include "board/pixel/local_update.h"
 
-#include "board/pixel/pipeline.h"
-
 namespace board {
 
-LocalUpdate DecodeLocalUpdate(Chip chip, const RegisterFile& registers, Memories& memories,
-                              Faults& faults) {
+LocalUpdate DecodeLocalUpdate(const DeviceRow& chip, const RegisterFile& registers,
+                              Memories& memories, FaultCounts& faults) {
     LocalUpdate update{};
     const bool copies = registers.Get(field::LBReadMode_ReadSource) != 0;
-    const bool forced = !IsPermedia(chip) && registers.Get(field::Window_ForceUpdate) != 0 &&
+    const bool forced = !chip.IsPermedia() && registers.Get(field::Window_ForceUpdate) != 0 &&
                         registers.Get(field::LBWriteMode_Enable) != 0;
     if (!forced) {
         if (copies) {
@@ -35,7 +33,7 @@ LocalUpdate DecodeLocalUpdate(Chip chip, const RegisterFile& registers, Memories
     return update;
 }
 
-void UpdateLocalSpan(const LocalUpdate& update, const Span& span, Faults& faults) {
+void UpdateLocalSpan(const LocalUpdate& update, const Span& span, FaultCounts& faults) {
     Plane source = update.target;
     source.base = update.sourceBase;
     const int64_t direction = span.leftward ? -1 : 1;
