@@ -4,8 +4,6 @@ namespace board {
 
 namespace {
 
-constexpr int64_t kWordBytes = 4;
-
 // Both round towards minus infinity.
 constexpr int64_t FloorDivide(int64_t value, int64_t divisor) {
     return value / divisor - (value % divisor < 0 ? 1 : 0);
@@ -24,7 +22,7 @@ void DecodePacked(const RegisterFile& registers, int64_t distance, int64_t bytes
 bool CheckPacked(const RegisterFile& registers, const CopyState& copy, const Plane& target) {
     const uint32_t write = registers[tag::FBWriteConfig];
     return field::FBReadMode_Packed.Get(write) != 0 && !copy.source.patched && !target.patched &&
-           registers.Get(field::Render_Primitive) == 1;
+           registers.Get(field::Render_Primitive) == primitive::Trapezoid;
 }
 
 // Coordinates that TX and MX read pixels by.

@@ -4,8 +4,6 @@ namespace board {
 
 namespace {
 
-constexpr uint32_t k4BitPixels = 3; // FBReadPixel
-
 template <int Bytes>
 void StoreMasked(const PipelineState& state, int64_t index, uint32_t pixel) {
     uint8_t* place = state.pixels.memory + index * Bytes;

@@ -1,5 +1,7 @@
 #include "board/pixel/local_update.h"
 
+#include "board/pixel/depth.h"
+
 namespace board {
 
 LocalUpdate DecodeLocalUpdate(const DeviceRow& chip, const RegisterFile& registers,
@@ -15,9 +17,8 @@ LocalUpdate DecodeLocalUpdate(const DeviceRow& chip, const RegisterFile& registe
         return update;
     }
     const bool fromRegister = registers.Get(field::Window_UpdateFromRegister) != 0;
-    constexpr uint32_t kRegister = 2; // DepthMode Source
     if (fromRegister == copies ||
-        (fromRegister && registers.Get(field::DepthMode_Source) != kRegister)) {
+        (fromRegister && registers.Get(field::DepthMode_Source) != kDepthFromRegister)) {
         ++faults.unmodelled["forced local buffer update in this mode"];
         return update;
     }

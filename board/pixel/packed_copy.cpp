@@ -8,8 +8,6 @@ namespace board {
 
 namespace {
 
-constexpr int64_t kWordBytes = 4;
-
 // The source words of a row that were fetched last.
 class FetchedWords {
   public:

@@ -60,6 +60,9 @@ struct PipelineState {
     uint32_t blockColour;  // memory word
 };
 
+// FBReadPixel: pixels of 4 bits, which only downloads write.
+inline constexpr uint32_t k4BitPixels = 3;
+
 // Bytes per pixel of the target, by the register that this chip keeps it in.
 uint32_t BytesPerPixel(const DeviceRow& chip, const RegisterFile& registers);
 

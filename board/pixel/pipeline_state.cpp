@@ -40,11 +40,10 @@ DepthUnit DecodeDepth(const DeviceRow& chip, const RegisterFile& registers, Memo
         ++faults.unmodelled[fmt::format("depth width code {}", width)];
     }
     constexpr uint32_t kFragment = 0;
-    constexpr uint32_t kRegister = 2;
     const uint32_t source = registers.Get(field::DepthMode_Source);
-    depth.constant = source == kRegister;
+    depth.constant = source == kDepthFromRegister;
     depth.constantValue = registers[tag::Depth];
-    if (source != kFragment && source != kRegister) {
+    if (source != kFragment && source != kDepthFromRegister) {
         ++faults.unmodelled[fmt::format("depth source {}", source)];
     }
     depth.limit = width == k16Bits ? 0xFFFF : 0xFFFFFFFF;

@@ -10,7 +10,8 @@ namespace board {
 
 // A word of TextureData: stored at TextureDownloadOffset, which moves on by one. Offsets count
 // words, on the Permedia family from the start of the frame buffer, on Glint from LBWindowBase in
-// the local buffer. The order of the words is kept on patched loads too (see texture_state.cpp).
+// the local buffer. The order of the words is kept on patched loads too (see
+// texture/texture_state.cpp).
 void StoreTextureData(const DeviceRow& chip, RegisterFile& registers, Memories& memories,
                       uint32_t word, FaultCounts& faults);
 

@@ -17,6 +17,11 @@ struct RegisterWrite {
     uint32_t data;
 };
 
+// Codes of Render's Primitive.
+namespace primitive {
+enum : uint32_t { Line, Trapezoid, Point };
+}
+
 class RegisterFile {
   public:
     // Power-on state: all zero, but both frame buffer write masks are open.
