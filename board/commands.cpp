@@ -4,13 +4,6 @@
 
 namespace board {
 
-namespace {
-
-// Values of the Render word's primitive field.
-enum Primitive : uint32_t { Line, Trapezoid, Point };
-
-} // namespace
-
 void CommandUnit::Execute(RegisterWrite write) {
     registers_.Set(write.tag, write.data);
     if (setup_ && SetupUnit::Takes(write.tag)) {
@@ -22,7 +15,7 @@ void CommandUnit::Execute(RegisterWrite write) {
     switch (write.tag) {
     case tag::FBReadMode:
         // Speaks for both sides of a copy, until FBWriteConfig follows with the destination's.
-        if (IsPermedia(chip_)) {
+        if (chip_.IsPermedia()) {
             registers_.Set(tag::FBWriteConfig, write.data);
         }
         break;
@@ -100,10 +93,10 @@ void CommandUnit::Answer(uint32_t tagNumber, uint32_t data, const Field& tagFiel
 
 bool CommandUnit::CheckRender() {
     switch (registers_.Get(field::Render_Primitive)) {
-    case Primitive::Trapezoid:
-    case Primitive::Point:
+    case primitive::Trapezoid:
+    case primitive::Point:
         break;
-    case Primitive::Line:
+    case primitive::Line:
         if (registers_.Get(field::LineStippleMode_Enable) != 0) {
             Unmodelled("line stipple");
         }
@@ -117,7 +110,7 @@ bool CommandUnit::CheckRender() {
         Unmodelled("bit masks from the host");
         return false;
     }
-    if (hostData && registers_.Get(field::Render_Primitive) != Primitive::Trapezoid) {
+    if (hostData && registers_.Get(field::Render_Primitive) != primitive::Trapezoid) {
         Unmodelled("host data for lines and points");
         return false;
     }
@@ -125,9 +118,8 @@ bool CommandUnit::CheckRender() {
         Unmodelled("copy with host data");
         return false;
     }
-    constexpr uint32_t k4Bits = 3;
     const bool packedDownload = hostData && registers_.Get(field::FBReadMode_Packed) != 0;
-    if (IsPermedia(chip_) && registers_[tag::FBReadPixel] == k4Bits && !packedDownload) {
+    if (chip_.IsPermedia() && registers_[tag::FBReadPixel] == k4BitPixels && !packedDownload) {
         Unmodelled("4-bit pixels");
         return false;
     }
@@ -141,7 +133,7 @@ void CommandUnit::Render() {
     if (!BeginPrimitive()) {
         return;
     }
-    if (registers_.Get(field::Render_Primitive) == Primitive::Trapezoid) {
+    if (registers_.Get(field::Render_Primitive) == primitive::Trapezoid) {
         rasteriser_.Begin(registers_);
         walk_ = Walk::Rows;
         fromHost_ = registers_.Get(field::Render_SyncOnHostData) != 0;

@@ -1,6 +1,5 @@
 #pragma once
 // The end of the input FIFO: stores register writes and carries out those that are commands.
-#include "board/board.h"
 #include "board/bus/output_fifo.h"
 #include "board/pixel/host_download.h"
 #include "board/pixel/pick.h"
@@ -10,6 +9,7 @@
 #include "board/raster/rasteriser.h"
 #include "board/setup/setup_unit.h"
 #include "board/texture/lookup_table.h"
+#include "board/values/fault_counts.h"
 #include "board/values/host_memory.h"
 #include "board/values/memory.h"
 #include "board/values/registers.h"
@@ -21,8 +21,8 @@ namespace board {
 
 class CommandUnit {
   public:
-    CommandUnit(Chip chip, bool setupUnit, RegisterFile& registers, Memories& memories,
-                const HostMemory& host, OutputFifo& output, Faults& faults)
+    CommandUnit(const DeviceRow& chip, bool setupUnit, RegisterFile& registers, Memories& memories,
+                const HostMemory& host, OutputFifo& output, FaultCounts& faults)
         : chip_(chip), registers_(registers), memories_(memories), host_(host), output_(output),
           faults_(faults) {
         if (setupUnit) {
@@ -58,12 +58,12 @@ class CommandUnit {
     void Unmodelled(const char* unit) { ++faults_.unmodelled[unit]; }
     void Answer(uint32_t tagNumber, uint32_t data, const Field& tagField, const Field& dataField);
 
-    Chip chip_;
+    const DeviceRow& chip_;
     RegisterFile& registers_;
     Memories& memories_;
     const HostMemory& host_;
     OutputFifo& output_;
-    Faults& faults_;
+    FaultCounts& faults_;
     uint32_t strayWords_ = 0;
 
     std::optional<SetupUnit> setup_;

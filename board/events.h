@@ -1,7 +1,7 @@
 #pragma once
 // Recorders of bus events: readable text, and the bare words of the command stream.
-#include "board/board.h"
 #include "board/explain.h"
+#include "board/recorder.h"
 
 #include <ostream>
 

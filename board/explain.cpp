@@ -4,16 +4,6 @@
 
 namespace board {
 
-std::string TagText(uint32_t tagNumber) {
-    if (const char* name = NameOfTag(tagNumber)) {
-        return name;
-    }
-    if (tagNumber >= kVertexStoreFirst && tagNumber < kVertexStoreEnd) {
-        return fmt::format("{}+{}", NameOfTag(tagNumber & ~0xFu), tagNumber & 0xF);
-    }
-    return fmt::format("tag {:03X}", tagNumber);
-}
-
 std::string OffsetText(uint32_t offset) {
     if (offset >= reg::MappedRegisters && offset < reg::ApertureBytes && offset % 8 == 0) {
         return TagText((offset - reg::MappedRegisters) / 8);

@@ -1,15 +1,12 @@
 #pragma once
 // Words of the command stream and aperture offsets in readable form.
 #include "board/bus/decoder.h"
+#include "board/values/tag_text.h"
 
 #include <cstdint>
 #include <string>
 
 namespace board {
-
-// Name of a tag; the vertex store counts from its groups ("V1Fixed+5"), a tag outside the
-// vocabulary is "tag 3AB".
-std::string TagText(uint32_t tagNumber);
 
 // Name of an aperture offset; mapped registers by their tag, words inside the FIFO window counted
 // from its start ("FIFOWindow+4"), an offset without a name is "offset 5800".

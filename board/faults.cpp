@@ -1,4 +1,5 @@
-#include "board/board.h"
+#include "board/faults.h"
+
 #include "board/explain.h"
 
 #include <fmt/format.h>

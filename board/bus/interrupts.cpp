@@ -2,9 +2,9 @@
 
 namespace board {
 
-void InterruptLine::Raise(uint32_t flag) {
-    flags_ |= flag;
-    if ((enable_ & flag) != 0 && !pending_) {
+void InterruptLine::Raise(const Field& flag) {
+    flags_ |= flag.Mask();
+    if ((enable_ & flag.Mask()) != 0 && !pending_) {
         pending_ = true;
         ticksLeft_ = latency_;
     }

@@ -1,18 +1,10 @@
 #pragma once
 // Interrupt flags, their enables, and the line to the processor.
+#include "chip/registers.h"
+
 #include <cstdint>
 
 namespace board {
-
-// Bits of IntFlags and IntEnable.
-inline constexpr uint32_t kDmaInterrupt = 0x01;
-inline constexpr uint32_t kErrorInterrupt = 0x08;
-inline constexpr uint32_t kRetraceInterrupt = 0x10;
-inline constexpr uint32_t kVideoInterrupt = 0x200; // the video port has taken a field
-
-// Bits of ErrorFlags.
-inline constexpr uint32_t kInputFifoError = 0x1;  // a write was lost
-inline constexpr uint32_t kOutputFifoError = 0x2; // read while empty
 
 // Events are edges: each one that is enabled when it happens asks for one call of the handler,
 // whether or not its flag still stands. Enabling an interrupt later calls nobody.
@@ -25,8 +17,8 @@ class InterruptLine {
     // Ticks from an event to the call.
     void SetLatency(uint32_t ticks) { latency_ = ticks; }
 
-    // An event of the kind `flag` happens.
-    void Raise(uint32_t flag);
+    // An event happens, of the kind that a field of IntFlags stands for.
+    void Raise(const Field& flag);
     void Tick();
     bool Pending() const { return pending_; }
     bool Due() const { return pending_ && ticksLeft_ == 0; }

@@ -8,7 +8,8 @@ namespace {
 
 // `sourceOf(x, step)` is the source's index for the pixel at x, `step` pixels into the walk.
 template <int Bytes, typename SourceOf>
-void CopyPixels(const PipelineState& state, const Span& span, SourceOf sourceOf, Faults& faults) {
+void CopyPixels(const PipelineState& state, const Span& span, SourceOf sourceOf,
+                FaultCounts& faults) {
     const int64_t direction = span.leftward ? -1 : 1;
     int64_t x = span.First();
     for (int64_t step = 0; step < span.right - span.left; ++step, x += direction) {
@@ -35,7 +36,7 @@ int64_t WholeTexel(const Interpolant& coordinate, int64_t distance, int64_t pixe
 
 template <int Bytes>
 void CopyBySource(const PipelineState& state, const Span& span, const Interpolants& row,
-                  Faults& faults) {
+                  FaultCounts& faults) {
     const Plane& source = state.copy.source;
     if (state.copy.way == CopyState::Way::Pixels) {
         CopyPixels<Bytes>(
@@ -56,7 +57,7 @@ void CopyBySource(const PipelineState& state, const Span& span, const Interpolan
 } // namespace
 
 void CopySpan(const PipelineState& state, const Span& span, const Interpolants& row,
-              Faults& faults) {
+              FaultCounts& faults) {
     switch (state.pixels.bytesPerElement) {
     case 1:
         return CopyBySource<1>(state, span, row, faults);

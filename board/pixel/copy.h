@@ -8,6 +8,6 @@ namespace board {
 // Copies raw pixels over a span that lies inside clip rectangle and target. Of the pixel units
 // stipple, colour key, logic op and write masks hold.
 void CopySpan(const PipelineState& state, const Span& span, const Interpolants& row,
-              Faults& faults);
+              FaultCounts& faults);
 
 } // namespace board

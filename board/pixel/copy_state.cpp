@@ -1,12 +1,8 @@
 #include "board/pixel/copy_state.h"
 
-#include "board/pixel/pipeline.h"
-
 namespace board {
 
 namespace {
-
-constexpr int64_t kWordBytes = 4;
 
 // Both round towards minus infinity.
 constexpr int64_t FloorDivide(int64_t value, int64_t divisor) {
@@ -26,7 +22,7 @@ void DecodePacked(const RegisterFile& registers, int64_t distance, int64_t bytes
 bool CheckPacked(const RegisterFile& registers, const CopyState& copy, const Plane& target) {
     const uint32_t write = registers[tag::FBWriteConfig];
     return field::FBReadMode_Packed.Get(write) != 0 && !copy.source.patched && !target.patched &&
-           registers.Get(field::Render_Primitive) == 1;
+           registers.Get(field::Render_Primitive) == primitive::Trapezoid;
 }
 
 // Coordinates that TX and MX read pixels by.
@@ -42,8 +38,8 @@ bool CheckTexels(const RegisterFile& registers, uint32_t bytes) {
 
 } // namespace
 
-CopyState DecodeCopy(Chip chip, const RegisterFile& registers, const Plane& target,
-                     Faults& faults) {
+CopyState DecodeCopy(const DeviceRow& chip, const RegisterFile& registers, const Plane& target,
+                     FaultCounts& faults) {
     CopyState copy{};
     if (registers.Get(field::FBReadMode_ReadSource) == 0) {
         return copy;
@@ -51,8 +47,8 @@ CopyState DecodeCopy(Chip chip, const RegisterFile& registers, const Plane& targ
     const int64_t distance = Signed(registers[tag::FBSourceOffset]);
     copy.source = target;
     copy.source.pitch = PitchFromProducts(registers[tag::FBReadMode]);
-    if (!IsPermedia(chip) && registers.Get(field::FBReadMode_ReadTexels) != 0) {
-        if (chip == Chip::SX) {
+    if (!chip.IsPermedia() && registers.Get(field::FBReadMode_ReadTexels) != 0) {
+        if (!chip.textures) {
             ++faults.unmodelled["texture unit"];
             return copy;
         }
@@ -63,7 +59,7 @@ CopyState DecodeCopy(Chip chip, const RegisterFile& registers, const Plane& targ
         copy.way = CopyState::Way::Texels;
         // The source is a surface here, and no distance.
         copy.source.base = distance;
-    } else if (IsPermedia(chip) && registers.Get(field::FBReadMode_Packed) != 0) {
+    } else if (chip.IsPermedia() && registers.Get(field::FBReadMode_Packed) != 0) {
         copy.source.patched = registers.Get(field::FBReadMode_Patched) != 0;
         if (!CheckPacked(registers, copy, target)) {
             ++faults.unmodelled["packed copy that is no plain one"];
@@ -73,12 +69,12 @@ CopyState DecodeCopy(Chip chip, const RegisterFile& registers, const Plane& targ
         DecodePacked(registers, distance, target.bytesPerElement, copy);
     } else {
         copy.way = CopyState::Way::Pixels;
-        copy.source.patched = IsPermedia(chip) && registers.Get(field::FBReadMode_Patched) != 0;
+        copy.source.patched = chip.IsPermedia() && registers.Get(field::FBReadMode_Patched) != 0;
         copy.source.base += distance;
     }
-    if (chip == Chip::TX || chip == Chip::MX) {
+    if (chip.IsGlint() && chip.textures) {
         copy.key = DecodeSourceKey(registers, target.bytesPerElement, faults);
-    } else if (chip == Chip::SX && registers.Get(field::ChromaTestMode_Enable) != 0) {
+    } else if (chip.IsGlint() && registers.Get(field::ChromaTestMode_Enable) != 0) {
         ++faults.unmodelled["chroma test"];
     }
     return copy;

@@ -1,9 +1,9 @@
 #pragma once
 // Copies inside the frame buffer: where a pixel's source lies. The mode words are decoded once per
 // primitive.
-#include "board/board.h"
 #include "board/pixel/packed_limits.h"
 #include "board/pixel/source_key.h"
+#include "board/values/fault_counts.h"
 #include "board/values/memory.h"
 #include "board/values/registers.h"
 
@@ -30,6 +30,7 @@ struct CopyState {
 
 // The copy that FBReadMode asks for, if any. `target` is where it goes. Settings that the board
 // cannot honour are counted in `faults`.
-CopyState DecodeCopy(Chip chip, const RegisterFile& registers, const Plane& target, Faults& faults);
+CopyState DecodeCopy(const DeviceRow& chip, const RegisterFile& registers, const Plane& target,
+                     FaultCounts& faults);
 
 } // namespace board

@@ -10,6 +10,9 @@
 
 namespace board {
 
+// DepthMode Source: every fragment has the depth of the Depth register.
+inline constexpr uint32_t kDepthFromRegister = 2;
+
 struct DepthUnit {
     bool enabled;
     bool reads;    // the stored value counts; else it is taken for 0

@@ -1,14 +1,13 @@
 #pragma once
 // Fog: mixes the fog colour into a fragment.
 #include "board/values/colour.h"
+#include "board/values/fixed.h"
 
 #include <algorithm>
 #include <cstdint>
 
 namespace board {
 
-// Fog factors are 2.22 fixed point.
-inline constexpr uint32_t kFogFractionBits = 22;
 inline constexpr int32_t kFogOne = 1 << kFogFractionBits;
 
 // fog + factor * (colour - fog), rounded to nearest; the factor is held between 0 and 1. Alpha

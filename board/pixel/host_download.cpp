@@ -4,8 +4,6 @@ namespace board {
 
 namespace {
 
-constexpr uint32_t k4BitPixels = 3; // FBReadPixel
-
 template <int Bytes>
 void StoreMasked(const PipelineState& state, int64_t index, uint32_t pixel) {
     uint8_t* place = state.pixels.memory + index * Bytes;
@@ -22,14 +20,15 @@ void StoreHalfByte(const PipelineState& state, int64_t index, uint32_t pixel) {
 
 } // namespace
 
-void HostDownload::Begin(Chip chip, const RegisterFile& registers, const PipelineState& state) {
-    const bool halfBytes = IsPermedia(chip) && registers[tag::FBReadPixel] == k4BitPixels;
+void HostDownload::Begin(const DeviceRow& chip, const RegisterFile& registers,
+                         const PipelineState& state) {
+    const bool halfBytes = chip.IsPermedia() && registers[tag::FBReadPixel] == k4BitPixels;
     pixelBits_ = halfBytes ? 4 : state.pixels.bytesPerElement * 8;
     pixelsPerWord_ = 32 / pixelBits_;
     rowsLeft_ = 0;
     if (state.blockFill) {
         form_ = Form::Raw;
-    } else if (IsPermedia(chip) && registers.Get(field::FBReadMode_Packed) != 0) {
+    } else if (chip.IsPermedia() && registers.Get(field::FBReadMode_Packed) != 0) {
         form_ = Form::Packed;
         limits_ = LoadPackedLimits(registers);
     } else {

@@ -17,11 +17,11 @@ class HostDownload {
         Interpolants& interpolants;
         PipelineState& state;
         PickUnit& pick;
-        Faults& faults;
+        FaultCounts& faults;
     };
 
     // Takes the form of the words from the mode words; rows are added by AddRows.
-    void Begin(Chip chip, const RegisterFile& registers, const PipelineState& state);
+    void Begin(const DeviceRow& chip, const RegisterFile& registers, const PipelineState& state);
     // `rows` more rows wait for their words.
     void AddRows(uint32_t rows, const Primitive& primitive);
     // True while there are pixels without a word.

@@ -1,14 +1,14 @@
 #include "board/pixel/local_update.h"
 
-#include "board/pixel/pipeline.h"
+#include "board/pixel/depth.h"
 
 namespace board {
 
-LocalUpdate DecodeLocalUpdate(Chip chip, const RegisterFile& registers, Memories& memories,
-                              Faults& faults) {
+LocalUpdate DecodeLocalUpdate(const DeviceRow& chip, const RegisterFile& registers,
+                              Memories& memories, FaultCounts& faults) {
     LocalUpdate update{};
     const bool copies = registers.Get(field::LBReadMode_ReadSource) != 0;
-    const bool forced = !IsPermedia(chip) && registers.Get(field::Window_ForceUpdate) != 0 &&
+    const bool forced = !chip.IsPermedia() && registers.Get(field::Window_ForceUpdate) != 0 &&
                         registers.Get(field::LBWriteMode_Enable) != 0;
     if (!forced) {
         if (copies) {
@@ -17,9 +17,8 @@ LocalUpdate DecodeLocalUpdate(Chip chip, const RegisterFile& registers, Memories
         return update;
     }
     const bool fromRegister = registers.Get(field::Window_UpdateFromRegister) != 0;
-    constexpr uint32_t kRegister = 2; // DepthMode Source
     if (fromRegister == copies ||
-        (fromRegister && registers.Get(field::DepthMode_Source) != kRegister)) {
+        (fromRegister && registers.Get(field::DepthMode_Source) != kDepthFromRegister)) {
         ++faults.unmodelled["forced local buffer update in this mode"];
         return update;
     }
@@ -35,7 +34,7 @@ LocalUpdate DecodeLocalUpdate(Chip chip, const RegisterFile& registers, Memories
     return update;
 }
 
-void UpdateLocalSpan(const LocalUpdate& update, const Span& span, Faults& faults) {
+void UpdateLocalSpan(const LocalUpdate& update, const Span& span, FaultCounts& faults) {
     Plane source = update.target;
     source.base = update.sourceBase;
     const int64_t direction = span.leftward ? -1 : 1;

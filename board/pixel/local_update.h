@@ -1,7 +1,7 @@
 #pragma once
 // Words of the local buffer that are written past the depth test: fills and copies on the Glint
 // family.
-#include "board/board.h"
+#include "board/values/fault_counts.h"
 #include "board/values/memory.h"
 #include "board/values/registers.h"
 
@@ -24,10 +24,10 @@ struct LocalUpdate {
 };
 
 // Settings that the board cannot honour are counted in `faults`.
-LocalUpdate DecodeLocalUpdate(Chip chip, const RegisterFile& registers, Memories& memories,
-                              Faults& faults);
+LocalUpdate DecodeLocalUpdate(const DeviceRow& chip, const RegisterFile& registers,
+                              Memories& memories, FaultCounts& faults);
 
 // Updates the words of a span inside the clip rectangle, in the order of the walk.
-void UpdateLocalSpan(const LocalUpdate& update, const Span& span, Faults& faults);
+void UpdateLocalSpan(const LocalUpdate& update, const Span& span, FaultCounts& faults);
 
 } // namespace board

@@ -8,8 +8,6 @@ namespace board {
 
 namespace {
 
-constexpr int64_t kWordBytes = 4;
-
 // The source words of a row that were fetched last.
 class FetchedWords {
   public:
@@ -57,7 +55,7 @@ uint8_t HardwareMask(const PipelineState& state, int64_t place) {
 
 class RowCopy {
   public:
-    RowCopy(const PipelineState& state, int64_t y, Faults& faults)
+    RowCopy(const PipelineState& state, int64_t y, FaultCounts& faults)
         : state_(state), faults_(faults), words_(state.copy.source),
           pixelBytes_(state.pixels.bytesPerElement),
           destRow_(state.pixels.Index(0, y) * pixelBytes_),
@@ -99,7 +97,7 @@ class RowCopy {
     }
 
     const PipelineState& state_;
-    Faults& faults_;
+    FaultCounts& faults_;
     FetchedWords words_;
     int64_t pixelBytes_;
     int64_t destRow_, sourceRow_; // bytes
@@ -107,7 +105,7 @@ class RowCopy {
 
 } // namespace
 
-void CopyPackedSpan(const PipelineState& state, const Span& span, Faults& faults) {
+void CopyPackedSpan(const PipelineState& state, const Span& span, FaultCounts& faults) {
     if (!state.drawsPixels || span.y < state.clip.top || span.y >= state.clip.bottom) {
         return;
     }

@@ -8,6 +8,6 @@ namespace board {
 // while the words that need them are made, so a shift inside the words never reads what the same
 // pass has written; a source further back in the walk does. Of the pixel units scissor, logic op
 // and hardware mask hold.
-void CopyPackedSpan(const PipelineState& state, const Span& span, Faults& faults);
+void CopyPackedSpan(const PipelineState& state, const Span& span, FaultCounts& faults);
 
 } // namespace board

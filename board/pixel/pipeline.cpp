@@ -40,7 +40,7 @@ struct FragmentWalk {
 
 // The fragment's colour before the tests. False: the chroma test drops the fragment.
 bool ShadeFragment(const PipelineState& state, const FragmentWalk& walk,
-                   const TextureSlopes& slopes, Faults& faults, Colour& colour) {
+                   const TextureSlopes& slopes, FaultCounts& faults, Colour& colour) {
     colour = state.flatColour;
     if (state.gouraud) {
         colour = {walk.ColourChannel(Interpolants::Red), walk.ColourChannel(Interpolants::Green),
@@ -89,7 +89,7 @@ void WritePixel(const PipelineState& state, Colour colour, int64_t x, int64_t y,
 
 template <int Bytes>
 void DrawPixels(const PipelineState& state, const Span& span, const Interpolants& row,
-                PickUnit& pick, Faults& faults) {
+                PickUnit& pick, FaultCounts& faults) {
     const int direction = span.leftward ? -1 : 1;
     FragmentWalk walk(row, span, state);
     const TextureSlopes slopes = state.texture.enabled && state.texture.NeedsDetail()
@@ -148,7 +148,7 @@ void DrawPixels(const PipelineState& state, const Span& span, const Interpolants
 } // namespace
 
 void DrawSpan(const PipelineState& state, const Span& whole, const Interpolants& row,
-              PickUnit& pick, Faults& faults) {
+              PickUnit& pick, FaultCounts& faults) {
     if (state.copy.way == CopyState::Way::Packed) {
         CopyPackedSpan(state, whole, faults);
         return;

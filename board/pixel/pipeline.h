@@ -1,7 +1,6 @@
 #pragma once
 // The pixel pipeline: everything between a span of pixels and the memories. The mode words are
 // decoded once per primitive.
-#include "board/board.h"
 #include "board/pixel/blend.h"
 #include "board/pixel/copy_state.h"
 #include "board/pixel/depth.h"
@@ -11,6 +10,7 @@
 #include "board/pixel/stipple.h"
 #include "board/raster/interpolants.h"
 #include "board/texture/texture_unit.h"
+#include "board/values/fault_counts.h"
 #include "board/values/format.h"
 #include "board/values/memory.h"
 #include "board/values/registers.h"
@@ -60,20 +60,20 @@ struct PipelineState {
     uint32_t blockColour;  // memory word
 };
 
+// FBReadPixel: pixels of 4 bits, which only downloads write.
+inline constexpr uint32_t k4BitPixels = 3;
+
 // Bytes per pixel of the target, by the register that this chip keeps it in.
-uint32_t BytesPerPixel(Chip chip, const RegisterFile& registers);
+uint32_t BytesPerPixel(const DeviceRow& chip, const RegisterFile& registers);
 
 // Decodes the mode words for a primitive drawn with the Render word in `registers`. Settings that
 // the board cannot honour are counted in `faults`. The state refers to `memories` and `tables`.
-PipelineState DecodePipeline(Chip chip, const RegisterFile& registers, Memories& memories,
-                             const HostMemory& host, const LookupTables& tables, Faults& faults);
+PipelineState DecodePipeline(const DeviceRow& chip, const RegisterFile& registers,
+                             Memories& memories, const HostMemory& host, const LookupTables& tables,
+                             FaultCounts& faults);
 
 // Draws the pixels of a span, `row` being the interpolants on its dominant edge.
 void DrawSpan(const PipelineState& state, const Span& span, const Interpolants& row, PickUnit& pick,
-              Faults& faults);
-
-constexpr bool IsPermedia(Chip chip) {
-    return chip == Chip::Permedia || chip == Chip::Permedia2;
-}
+              FaultCounts& faults);
 
 } // namespace board

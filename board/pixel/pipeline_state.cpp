@@ -7,13 +7,6 @@ namespace board {
 
 namespace {
 
-// FBModeSel bits 1-2 on the SX.
-constexpr uint32_t kModeSelDepth = 6;
-constexpr uint32_t kModeSel8Bits = 4;
-constexpr uint32_t kModeSel16Bits = 2;
-// With this bit of LogicalOpMode the unit writes FBWriteData instead of the fragment's colour.
-constexpr uint32_t kConstantWriteData = 0x20;
-
 Plane PixelPlane(bool permedia, const RegisterFile& registers, Memories& memories, uint32_t bytes) {
     // The destination's side: see CommandUnit::Execute.
     const uint32_t mode = registers[permedia ? tag::FBWriteConfig : tag::FBReadMode];
@@ -27,8 +20,8 @@ Plane PixelPlane(bool permedia, const RegisterFile& registers, Memories& memorie
     return plane;
 }
 
-DepthUnit DecodeDepth(Chip chip, const RegisterFile& registers, Memories& memories,
-                      Faults& faults) {
+DepthUnit DecodeDepth(const DeviceRow& chip, const RegisterFile& registers, Memories& memories,
+                      FaultCounts& faults) {
     DepthUnit depth{};
     depth.enabled = registers.Get(field::DepthMode_Enable) != 0;
     if (!depth.enabled) {
@@ -37,7 +30,7 @@ DepthUnit DecodeDepth(Chip chip, const RegisterFile& registers, Memories& memori
     depth.reads = registers.Get(field::LBReadMode_ReadDest) != 0;
     depth.writes = registers.Get(field::DepthMode_WriteEnable) != 0 &&
                    registers.Get(field::LBWriteMode_Enable) != 0 &&
-                   !(IsPermedia(chip) && registers.Get(field::Window_DisableUpdate) != 0);
+                   !(chip.IsPermedia() && registers.Get(field::Window_DisableUpdate) != 0);
     depth.compare = static_cast<Compare>(registers.Get(field::DepthMode_Compare));
 
     constexpr uint32_t k16Bits = 0;
@@ -47,15 +40,14 @@ DepthUnit DecodeDepth(Chip chip, const RegisterFile& registers, Memories& memori
         ++faults.unmodelled[fmt::format("depth width code {}", width)];
     }
     constexpr uint32_t kFragment = 0;
-    constexpr uint32_t kRegister = 2;
     const uint32_t source = registers.Get(field::DepthMode_Source);
-    depth.constant = source == kRegister;
+    depth.constant = source == kDepthFromRegister;
     depth.constantValue = registers[tag::Depth];
-    if (source != kFragment && source != kRegister) {
+    if (source != kFragment && source != kDepthFromRegister) {
         ++faults.unmodelled[fmt::format("depth source {}", source)];
     }
     depth.limit = width == k16Bits ? 0xFFFF : 0xFFFFFFFF;
-    std::vector<uint8_t>& memory = IsPermedia(chip) ? memories.frameBuffer : memories.localBuffer;
+    std::vector<uint8_t>& memory = chip.IsPermedia() ? memories.frameBuffer : memories.localBuffer;
     depth.plane.memory = memory.data();
     depth.plane.bytesPerElement = width == k16Bits ? 2 : 4;
     depth.plane.elements = static_cast<int64_t>(memory.size() / depth.plane.bytesPerElement);
@@ -65,7 +57,7 @@ DepthUnit DecodeDepth(Chip chip, const RegisterFile& registers, Memories& memori
 }
 
 PixelFormat DecodeFormat(uint32_t bytes, uint32_t code, uint32_t extension, bool redHigh,
-                         const char* unit, Faults& faults) {
+                         const char* unit, FaultCounts& faults) {
     if (bytes == 3) {
         return PackedFormat(redHigh);
     }
@@ -77,7 +69,7 @@ PixelFormat DecodeFormat(uint32_t bytes, uint32_t code, uint32_t extension, bool
 }
 
 // Copied pixels are raw, and pass no unit that makes or tests colours.
-void CheckRawCopy(const RegisterFile& registers, Faults& faults) {
+void CheckRawCopy(const RegisterFile& registers, FaultCounts& faults) {
     for (const Field& unit : {field::AlphaBlendMode_Enable, field::DitherMode_UnitEnable,
                               field::AlphaTestMode_Enable, field::DepthMode_WriteEnable}) {
         if (registers.Get(unit) != 0) {
@@ -89,41 +81,35 @@ void CheckRawCopy(const RegisterFile& registers, Faults& faults) {
 
 } // namespace
 
-uint32_t BytesPerPixel(Chip chip, const RegisterFile& registers) {
-    switch (chip) {
-    case Chip::SX: {
-        const uint32_t select = registers.Aperture(reg::FBModeSel) & kModeSelDepth;
-        return select == kModeSel8Bits ? 1 : select == kModeSel16Bits ? 2 : 4;
+uint32_t BytesPerPixel(const DeviceRow& chip, const RegisterFile& registers) {
+    if (chip.IsGlint()) {
+        const uint32_t code = chip.model == ChipModel::SX ? registers.Get(field::FBModeSel_Depth)
+                                                          : registers[tag::PixelSize];
+        return code == 2 ? 1 : code == 1 ? 2 : 4;
     }
-    case Chip::TX:
-    case Chip::MX:
-        return registers[tag::PixelSize] == 2 ? 1 : registers[tag::PixelSize] == 1 ? 2 : 4;
-    case Chip::Permedia:
-    case Chip::Permedia2:
-        switch (registers[tag::FBReadPixel]) {
-        case 0:
-            return 1;
-        case 1:
-            return 2;
-        case 4:
-            return 3;
-        default:
-            return 4;
-        }
+    switch (registers[tag::FBReadPixel]) {
+    case 0:
+        return 1;
+    case 1:
+        return 2;
+    case 4:
+        return 3;
+    default:
+        return 4;
     }
-    return 4;
 }
 
-PipelineState DecodePipeline(Chip chip, const RegisterFile& registers, Memories& memories,
-                             const HostMemory& host, const LookupTables& tables, Faults& faults) {
+PipelineState DecodePipeline(const DeviceRow& chip, const RegisterFile& registers,
+                             Memories& memories, const HostMemory& host, const LookupTables& tables,
+                             FaultCounts& faults) {
     const auto on = [&registers](const Field& field) { return registers.Get(field) != 0; };
     PipelineState state{};
     const uint32_t bytes = BytesPerPixel(chip, registers);
     state.clip = ScissorRectangle(registers);
-    state.pixels = PixelPlane(IsPermedia(chip), registers, memories, bytes);
+    state.pixels = PixelPlane(chip.IsPermedia(), registers, memories, bytes);
     state.drawsPixels = on(field::FBWriteMode_Enable);
     state.readsPixels = on(field::FBReadMode_ReadDest);
-    state.constantWrite = (registers[tag::LogicalOpMode] & kConstantWriteData) != 0;
+    state.constantWrite = on(field::LogicalOpMode_ConstantColour);
     if (!state.constantWrite) {
         state.copy = DecodeCopy(chip, registers, state.pixels, faults);
         if (on(field::FBReadMode_ReadSource) && state.copy.way == CopyState::Way::None) {
@@ -136,7 +122,7 @@ PipelineState DecodePipeline(Chip chip, const RegisterFile& registers, Memories&
     state.subPixel = on(field::Render_SubPixelCorrection);
     state.stippled = on(field::AreaStippleMode_Enable) && on(field::Render_AreaStipple);
     if (state.stippled) {
-        state.stipple = LoadAreaStipple(registers, !IsPermedia(chip));
+        state.stipple = LoadAreaStipple(registers, !chip.IsPermedia());
     }
     state.hardwareMask = registers[tag::FBHardwareWriteMask];
     state.writeMask = state.hardwareMask & registers[tag::FBSoftwareWriteMask];
@@ -165,7 +151,7 @@ PipelineState DecodePipeline(Chip chip, const RegisterFile& registers, Memories&
 
     // The Glint family knows no format extension: its mode words carry other bits there.
     const auto extension = [&](const Field& field) {
-        return IsPermedia(chip) ? registers.Get(field) : 0;
+        return chip.IsPermedia() ? registers.Get(field) : 0;
     };
     state.blended = on(field::AlphaBlendMode_Enable);
     if (state.blended) {

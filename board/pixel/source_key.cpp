@@ -10,7 +10,7 @@ constexpr uint32_t k8888 = 0, k1555 = 1, k332 = 5;
 
 } // namespace
 
-SourceKey DecodeSourceKey(const RegisterFile& registers, uint32_t bytes, Faults& faults) {
+SourceKey DecodeSourceKey(const RegisterFile& registers, uint32_t bytes, FaultCounts& faults) {
     SourceKey key{};
     if (registers.Get(field::ChromaTestMode_Enable) == 0) {
         return key;
@@ -20,7 +20,7 @@ SourceKey DecodeSourceKey(const RegisterFile& registers, uint32_t bytes, Faults&
         return key;
     }
     key.enabled = true;
-    key.bounds = {ChromaTest::Action::DropInside, ColourOfWord(registers[tag::ChromaLowerBound]),
+    key.bounds = {ChromaKey::Action::DropInside, ColourOfWord(registers[tag::ChromaLowerBound]),
                   ColourOfWord(registers[tag::ChromaUpperBound])};
     key.indices = bytes == 1 && key.bounds.upper.alpha == 0;
     key.format = *FormatOfCode(bytes == 1 ? k332 : bytes == 2 ? k1555 : k8888, 0, true);

@@ -1,7 +1,7 @@
 #pragma once
 // The colour key of copies on MX: source pixels inside the bounds are not copied.
-#include "board/board.h"
 #include "board/texture/chroma_key.h"
+#include "board/values/fault_counts.h"
 #include "board/values/format.h"
 #include "board/values/registers.h"
 
@@ -13,7 +13,7 @@ struct SourceKey {
     bool enabled;
     bool indices; // pixels are indices, compared in the bounds' red
     PixelFormat format;
-    ChromaTest bounds;
+    ChromaKey bounds;
 
     bool Rejects(uint32_t pixel) const {
         return enabled && bounds.Inside(indices ? Colour{static_cast<int32_t>(pixel), 0, 0, 0}
@@ -33,6 +33,6 @@ struct SourceKey {
 // The key in ChromaTestMode for pixels of `bytes` bytes. Nothing names their format, so it is the
 // display's: 8:8:8:8, 1:5:5:5, or an index. Bytes compared with bounds that have an alpha, which
 // indices have not, are 3:3:2.
-SourceKey DecodeSourceKey(const RegisterFile& registers, uint32_t bytes, Faults& faults);
+SourceKey DecodeSourceKey(const RegisterFile& registers, uint32_t bytes, FaultCounts& faults);
 
 } // namespace board

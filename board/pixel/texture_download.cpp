@@ -9,18 +9,14 @@ namespace {
 // TexelLUTTransfer: take the table from memory.
 constexpr uint32_t kTransfer = 0x10000;
 
-bool IsGlint(Chip chip) {
-    return chip == Chip::SX || chip == Chip::TX || chip == Chip::MX;
-}
-
 } // namespace
 
-void StoreTextureData(Chip chip, RegisterFile& registers, Memories& memories, uint32_t word,
-                      Faults& faults) {
+void StoreTextureData(const DeviceRow& chip, RegisterFile& registers, Memories& memories,
+                      uint32_t word, FaultCounts& faults) {
     const uint32_t offset = registers[tag::TextureDownloadOffset];
     registers.Set(tag::TextureDownloadOffset, offset + 1);
-    std::vector<uint8_t>& memory = IsGlint(chip) ? memories.localBuffer : memories.frameBuffer;
-    const uint32_t base = IsGlint(chip) ? registers[tag::LBWindowBase] : 0;
+    std::vector<uint8_t>& memory = chip.IsGlint() ? memories.localBuffer : memories.frameBuffer;
+    const uint32_t base = chip.IsGlint() ? registers[tag::LBWindowBase] : 0;
     const uint64_t place = (uint64_t{base} + offset) * sizeof word;
     if (place + sizeof word > memory.size()) {
         ++faults.badMemoryAccesses;
@@ -29,15 +25,16 @@ void StoreTextureData(Chip chip, RegisterFile& registers, Memories& memories, ui
     StoreElement<4>(memory.data() + place, word);
 }
 
-void TransferLookupTable(Chip chip, const RegisterFile& registers, const Memories& memories,
-                         const HostMemory& host, LookupTable& table, Faults& faults) {
+void TransferLookupTable(const DeviceRow& chip, const RegisterFile& registers,
+                         const Memories& memories, const HostMemory& host, LookupTable& table,
+                         FaultCounts& faults) {
     if ((registers[tag::TexelLUTTransfer] & kTransfer) == 0) {
         return;
     }
     const uint64_t place = uint64_t{registers[tag::TexelLUTAddress]} * sizeof(uint32_t);
-    std::span<const uint8_t> memory = IsGlint(chip) ? memories.localBuffer : memories.frameBuffer;
+    std::span<const uint8_t> memory = chip.IsGlint() ? memories.localBuffer : memories.frameBuffer;
     // The table lies behind its map, so in the same memory.
-    if (!IsGlint(chip) && (registers[tag::TextureBaseAddress] & kTextureBaseInAGP) != 0) {
+    if (!chip.IsGlint() && (registers[tag::TextureBaseAddress] & kTextureBaseInAGP) != 0) {
         memory = host.From(registers.Aperture(reg::AGPTextureBase) + static_cast<uint32_t>(place));
     } else {
         memory = place < memory.size() ? memory.subspan(static_cast<size_t>(place))

@@ -42,13 +42,7 @@ struct Interpolants {
     void StepRow();
 };
 
-inline constexpr uint32_t kColourFractionBits = 15;
 // Colours are rounded to whole channels on their way out of the interpolators.
 inline constexpr int64_t kHalfColour = 1 << (kColourFractionBits - 1);
-inline constexpr uint32_t kDepthFractionBits = 16;
-inline constexpr uint32_t kTexelFractionBits = 20;
-inline constexpr uint32_t kGlintTexelFractionBits = 21; // without perspective
-inline constexpr uint32_t kQFractionBits = 30;          // and S, T on TX and MX with perspective
-inline constexpr uint32_t kKsFractionBits = 22;
 
 } // namespace board

@@ -1,6 +1,6 @@
 #include "board/setup/setup_unit.h"
 
-#include "board/explain.h"
+#include "board/values/tag_text.h"
 
 #include <algorithm>
 #include <array>
@@ -41,7 +41,7 @@ bool SetupUnit::Takes(uint32_t tagNumber) {
            tagNumber == tag::AStart;
 }
 
-void SetupUnit::Write(RegisterWrite write, RegisterFile& registers, Faults& faults) {
+void SetupUnit::Write(RegisterWrite write, RegisterFile& registers, FaultCounts& faults) {
     if (write.tag == tag::AStart) {
         store_.SetAlpha(write.data);
     } else if (!store_.Write(write, registers.Get(field::DeltaMode_ColorOrder) != 0)) {
@@ -58,7 +58,8 @@ void SetupUnit::Write(RegisterWrite write, RegisterFile& registers, Faults& faul
 }
 
 std::optional<SetupTriangle> SetupUnit::Triangle(const RegisterFile& registers,
-                                                 Interpolants& interpolants, Faults& faults) const {
+                                                 Interpolants& interpolants,
+                                                 FaultCounts& faults) const {
     const SetupMode mode = DecodeSetupMode(registers, faults);
     std::array<SetupVertex, 3> vertices{};
     if (!PrepareAll<3>(mode, store_, {0, 1, 2}, vertices)) {
@@ -72,7 +73,7 @@ std::optional<SetupTriangle> SetupUnit::Triangle(const RegisterFile& registers,
 }
 
 std::optional<SetupLine> SetupUnit::Line(uint32_t from, uint32_t to, const RegisterFile& registers,
-                                         Interpolants& interpolants, Faults& faults) const {
+                                         Interpolants& interpolants, FaultCounts& faults) const {
     const SetupMode mode = DecodeSetupMode(registers, faults);
     std::array<SetupVertex, 2> vertices{};
     if (!PrepareAll<2>(mode, store_, {from, to}, vertices)) {

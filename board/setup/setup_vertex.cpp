@@ -1,6 +1,6 @@
 #include "board/setup/setup_vertex.h"
 
-#include "board/pixel/fog.h"
+#include "board/values/fixed.h"
 
 #include <fmt/format.h>
 
@@ -28,7 +28,7 @@ constexpr double Unit(uint32_t fractionBits) {
 }
 
 // 1.0 of a depth format: all its bits set.
-double DepthScale(uint32_t format, Faults& faults) {
+double DepthScale(uint32_t format, FaultCounts& faults) {
     switch (format) {
     case 1:
         return 65535.0;
@@ -48,7 +48,7 @@ double HoldCoordinate(double value) {
 
 } // namespace
 
-SetupMode DecodeSetupMode(const RegisterFile& registers, Faults& faults) {
+SetupMode DecodeSetupMode(const RegisterFile& registers, FaultCounts& faults) {
     using I = Interpolants;
     const auto on = [&registers](const Field& field) { return registers.Get(field) != 0; };
     SetupMode mode{};

@@ -1,8 +1,8 @@
 #pragma once
 // A stored vertex as the interpolators take it, and what DeltaMode makes of the stored values.
-#include "board/board.h"
 #include "board/raster/interpolants.h"
 #include "board/setup/vertex_store.h"
+#include "board/values/fault_counts.h"
 
 #include <array>
 #include <cstddef>
@@ -26,7 +26,7 @@ struct SetupMode {
 };
 
 // The mode in force. Settings that the unit cannot honour are counted in `faults`.
-SetupMode DecodeSetupMode(const RegisterFile& registers, Faults& faults);
+SetupMode DecodeSetupMode(const RegisterFile& registers, FaultCounts& faults);
 
 SetupVertex Prepare(const SetupMode& mode, const StoredVertex& vertex);
 

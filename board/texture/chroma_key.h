@@ -6,7 +6,7 @@
 
 namespace board {
 
-struct ChromaTest {
+struct ChromaKey {
     enum class Action : uint8_t {
         None,
         DropInside, // texels inside the bounds are not drawn

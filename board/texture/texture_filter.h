@@ -50,7 +50,7 @@ inline Colour FetchColour(const TextureState& state, const TextureLevel& level, 
                           int64_t y, uint64_t& badReads) {
     const uint32_t texel = FetchTexel(state, level, x, y, badReads);
     Colour colour = TexelColour(state.format, *state.table, texel);
-    if (state.chroma.action == ChromaTest::Action::KeyAlpha) {
+    if (state.chroma.action == ChromaKey::Action::KeyAlpha) {
         colour.alpha = state.chroma.Inside(TexelKey(state.format, *state.table, texel)) ? 0 : 255;
     }
     return colour;

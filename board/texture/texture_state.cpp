@@ -20,7 +20,7 @@ constexpr uint32_t kBaseRGB = 0, kBaseRGBA = 1;          // TextureColorMode Bas
 // TextureColorMode bits that no driver turns on.
 constexpr uint32_t kUnknownColourModes = 0x30;
 
-Wrap DecodeWrap(uint32_t code, Faults& faults) {
+Wrap DecodeWrap(uint32_t code, FaultCounts& faults) {
     if (code > static_cast<uint32_t>(Wrap::Mirror)) {
         ++faults.unmodelled["texture wrap code 3"];
         return Wrap::Repeat;
@@ -28,7 +28,7 @@ Wrap DecodeWrap(uint32_t code, Faults& faults) {
     return static_cast<Wrap>(code);
 }
 
-TexelFormat FormatOrFault(std::optional<TexelFormat> format, uint8_t texelBits, Faults& faults,
+TexelFormat FormatOrFault(std::optional<TexelFormat> format, uint8_t texelBits, FaultCounts& faults,
                           uint32_t code, uint32_t extension) {
     if (format) {
         return *format;
@@ -38,7 +38,7 @@ TexelFormat FormatOrFault(std::optional<TexelFormat> format, uint8_t texelBits, 
 }
 
 // The application modes of Permedia and MX, and of TX when it does not copy.
-void DecodeApplication(const RegisterFile& registers, TextureState& state, Faults& faults) {
+void DecodeApplication(const RegisterFile& registers, TextureState& state, FaultCounts& faults) {
     state.applied = registers.Get(field::TextureColorMode_Enable) != 0;
     if (!state.applied) {
         return;
@@ -93,7 +93,7 @@ void DecodePermediaMemory(const RegisterFile& registers, const Memories& memorie
 }
 
 void DecodePermedia(const RegisterFile& registers, const Memories& memories, const HostMemory& host,
-                    TextureState& state, Faults& faults) {
+                    TextureState& state, FaultCounts& faults) {
     const uint32_t size = registers.Get(field::TextureMapFormat_TexelSize);
     const std::optional<uint8_t> bits = PermediaTexelBits(size);
     if (!bits) {
@@ -123,7 +123,7 @@ void DecodePermedia(const RegisterFile& registers, const Memories& memories, con
     }
     const uint32_t keyMode = registers.Get(field::YUVMode_KeyMode);
     if (keyMode == kDropInside) {
-        state.chroma = {ChromaTest::Action::DropInside,
+        state.chroma = {ChromaKey::Action::DropInside,
                         ColourOfWord(registers[tag::ChromaLowerBound]),
                         ColourOfWord(registers[tag::ChromaUpperBound])};
     } else if (keyMode != 0) {
@@ -134,13 +134,13 @@ void DecodePermedia(const RegisterFile& registers, const Memories& memories, con
 
 // Maps lie in the local buffer, rows without gaps. Their layout is linear here, though the driver
 // asks for patched downloads: no word tells the reading side which maps are patched.
-void DecodeGlintMemory(Chip chip, const RegisterFile& registers, const Memories& memories,
-                       TextureState& state) {
+void DecodeGlintMemory(const DeviceRow& chip, const RegisterFile& registers,
+                       const Memories& memories, TextureState& state) {
     state.memory = memories.localBuffer.data();
     state.bytes = static_cast<int64_t>(memories.localBuffer.size());
     const uint32_t logWidth = registers.Get(field::GlintTextureReadMode_Width);
     const uint32_t logHeight = registers.Get(field::GlintTextureReadMode_Height);
-    const bool mipMapped = chip == Chip::MX &&
+    const bool mipMapped = chip.model == ChipModel::MX &&
                            registers.Get(field::GlintTextureReadMode_MipMap) != 0 &&
                            registers.Get(field::TextureAddressMode_LevelOfDetail) != 0;
     state.levelCount = mipMapped ? std::min(std::max(logWidth, logHeight) + 1, kMaxLevels) : 1;
@@ -153,8 +153,8 @@ void DecodeGlintMemory(Chip chip, const RegisterFile& registers, const Memories&
     }
 }
 
-void DecodeGlint(Chip chip, const RegisterFile& registers, const Memories& memories,
-                 TextureState& state, Faults& faults) {
+void DecodeGlint(const DeviceRow& chip, const RegisterFile& registers, const Memories& memories,
+                 TextureState& state, FaultCounts& faults) {
     const uint32_t logBits = registers.Get(field::GlintTextureReadMode_TexelSize);
     const uint32_t components = registers.Get(field::TextureFormat_Components);
     state.format = FormatOrFault(GlintTexelFormat(logBits, components,
@@ -175,12 +175,12 @@ void DecodeGlint(Chip chip, const RegisterFile& registers, const Memories& memor
         ++faults.unmodelled[fmt::format("minification filter {}", minFilter)];
         state.minFilter = MinFilter::Nearest;
     }
-    if (chip == Chip::MX && registers.Get(field::TextureFilterMode_KeyTest) != 0) {
-        state.chroma = {ChromaTest::Action::KeyAlpha,
+    if (chip.model == ChipModel::MX && registers.Get(field::TextureFilterMode_KeyTest) != 0) {
+        state.chroma = {ChromaKey::Action::KeyAlpha,
                         ColourOfWord(registers[tag::TextureChromaLower]),
                         ColourOfWord(registers[tag::TextureChromaUpper])};
     }
-    if (chip == Chip::TX && registers.Get(field::TextureFormat_Application) == kTXCopy) {
+    if (chip.model == ChipModel::TX && registers.Get(field::TextureFormat_Application) == kTXCopy) {
         state.applied = true;
         state.application = TextureApplication::Copy;
     } else {
@@ -190,15 +190,15 @@ void DecodeGlint(Chip chip, const RegisterFile& registers, const Memories& memor
 
 } // namespace
 
-TextureState DecodeTexture(Chip chip, const RegisterFile& registers, const Memories& memories,
-                           const HostMemory& host, const LookupTables& tables, Faults& faults) {
+TextureState DecodeTexture(const DeviceRow& chip, const RegisterFile& registers,
+                           const Memories& memories, const HostMemory& host,
+                           const LookupTables& tables, FaultCounts& faults) {
     const auto on = [&registers](const Field& field) { return registers.Get(field) != 0; };
-    const bool permedia = chip == Chip::Permedia || chip == Chip::Permedia2;
     TextureState state{};
     const bool asked =
         on(field::Render_Texture) && on(field::TextureAddressMode_Enable) &&
-        on(permedia ? field::TextureReadMode_Enable : field::GlintTextureReadMode_Enable);
-    state.enabled = asked && chip != Chip::SX;
+        on(chip.IsPermedia() ? field::TextureReadMode_Enable : field::GlintTextureReadMode_Enable);
+    state.enabled = asked && chip.textures;
     if (!state.enabled) {
         if (asked) {
             ++faults.unmodelled["texture unit"];
@@ -207,7 +207,7 @@ TextureState DecodeTexture(Chip chip, const RegisterFile& registers, const Memor
     }
     state.perspective = on(field::TextureAddressMode_Perspective);
     state.centred = on(field::Render_SubPixelCorrection);
-    if (permedia) {
+    if (chip.IsPermedia()) {
         DecodePermedia(registers, memories, host, state, faults);
     } else {
         DecodeGlint(chip, registers, memories, state, faults);

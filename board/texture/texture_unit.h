@@ -1,13 +1,13 @@
 #pragma once
 // The texture unit: from interpolated coordinates to a texel's colour. The mode words are decoded
 // once per primitive.
-#include "board/board.h"
 #include "board/raster/interpolants.h"
 #include "board/texture/chroma_key.h"
 #include "board/texture/lookup_table.h"
 #include "board/texture/texel_format.h"
 #include "board/texture/texture_address.h"
 #include "board/texture/texture_application.h"
+#include "board/values/fault_counts.h"
 #include "board/values/host_memory.h"
 #include "board/values/memory.h"
 #include "board/values/registers.h"
@@ -62,7 +62,7 @@ struct TextureState {
     // Colours.
     TexelFormat format;
     const LookupTable* table;
-    ChromaTest chroma;
+    ChromaKey chroma;
     bool ignoreAlpha; // the map counts as one without alpha
     TextureApplication application;
     bool applied;     // else the fragment keeps its colour
@@ -73,8 +73,9 @@ struct TextureState {
 };
 
 // Decodes the mode words of the texture unit. What the board cannot honour is counted in `faults`.
-TextureState DecodeTexture(Chip chip, const RegisterFile& registers, const Memories& memories,
-                           const HostMemory& host, const LookupTables& tables, Faults& faults);
+TextureState DecodeTexture(const DeviceRow& chip, const RegisterFile& registers,
+                           const Memories& memories, const HostMemory& host,
+                           const LookupTables& tables, FaultCounts& faults);
 
 // How the coordinates change from pixel to pixel and from row to row, for the level of detail.
 struct TextureSlopes {

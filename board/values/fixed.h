@@ -21,4 +21,13 @@ constexpr int64_t Signed(uint32_t word) {
 // 1.0 in the 16.16 format of coordinates.
 inline constexpr int64_t kOnePixel = 0x10000;
 
+// Fraction bits of the quantities that vary over a primitive.
+inline constexpr uint32_t kColourFractionBits = 15;
+inline constexpr uint32_t kFogFractionBits = 22;
+inline constexpr uint32_t kDepthFractionBits = 16;
+inline constexpr uint32_t kTexelFractionBits = 20;
+inline constexpr uint32_t kGlintTexelFractionBits = 21; // without perspective
+inline constexpr uint32_t kQFractionBits = 30;          // and S, T on TX and MX with perspective
+inline constexpr uint32_t kKsFractionBits = 22;
+
 } // namespace board

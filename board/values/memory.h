@@ -9,6 +9,8 @@
 
 namespace board {
 
+inline constexpr int64_t kWordBytes = 4;
+
 struct Memories {
     std::vector<uint8_t> frameBuffer;
     std::vector<uint8_t> localBuffer;

@@ -17,13 +17,22 @@ struct RegisterWrite {
     uint32_t data;
 };
 
+// Codes of Render's Primitive.
+namespace primitive {
+enum : uint32_t { Line, Trapezoid, Point };
+}
+
 class RegisterFile {
   public:
     // Power-on state: all zero, but both frame buffer write masks are open.
     RegisterFile();
 
     uint32_t operator[](uint32_t tagNumber) const { return tags_[tagNumber & kTagMask]; }
-    uint32_t Get(const Field& field) const { return field.Get(tags_[field.Tag()]); }
+    // A field of either kind of register.
+    uint32_t Get(const Field& field) const {
+        return field.Get(field.offset < reg::MappedRegisters ? Aperture(field.offset)
+                                                             : tags_[field.Tag()]);
+    }
     void Set(uint32_t tagNumber, uint32_t value) { tags_[tagNumber & kTagMask] = value; }
 
     // `offset` is a byte offset below the mapped registers, a multiple of 4.
@@ -41,7 +50,9 @@ class RegisterFile {
 };
 
 // Sum of the three partial products in bits 0-8 of a mode word, in pixels (or depth elements):
-// code c stands for 2^(c+4), code 0 for nothing.
+// code c stands for 2^(c+4), code 0 for nothing. It reads what the driver's own pitch arithmetic
+// has written, and shares nothing with that: a pitch that the driver gets wrong shows in the
+// picture.
 constexpr uint32_t PitchFromProducts(uint32_t modeWord) {
     uint32_t pitch = 0;
     for (uint32_t shift = 0; shift < 9; shift += 3) {

@@ -7,17 +7,8 @@ namespace board {
 
 namespace {
 
-// VSControl.
-constexpr uint32_t kFormatMask = 7, kFormat8Bits = 3, kFormat16Bits = 4;
-constexpr uint32_t kLineReferenceHigh = 1u << 9, kFieldReferenceHigh = 1u << 10;
-constexpr uint32_t kNotInverted = 1u << 13;
-
-// VSStreamControl.
-constexpr uint32_t kEnable = 1u << 0, kThreeBuffers = 1u << 2;
-constexpr uint32_t kScaleXShift = 3, kScaleYShift = 5, kScaleMask = 3;
-constexpr uint32_t kMirrorX = 1u << 7, kMirrorY = 1u << 8, kInterleave = 1u << 11;
-
-constexpr uint32_t kUnitBytes = 8; // of bases and stride
+constexpr uint32_t kFormat8Bits = 3, kFormat16Bits = 4; // VSControl Format
+constexpr uint32_t kUnitBytes = 8;                      // of bases and stride
 constexpr uint32_t kBuffers = 3;
 
 } // namespace
@@ -49,31 +40,30 @@ void VideoPort::Run(uint64_t now) {
 
 void VideoPort::OnStreamControl() {
     taking_ = false;
-    if (!present_ && (Register(reg::VSStreamControl) & kEnable) != 0) {
+    if (!present_ && On(field::VSStreamControl_Enable)) {
         ++faults_.unmodelled["video port"];
     }
 }
 
 // The stream is on, and the port understands what the source sends.
-bool VideoPort::On() const {
-    const uint32_t control = Register(reg::VSControl);
+bool VideoPort::Receives() const {
     const uint32_t format = signal_.portWidth == 8 ? kFormat8Bits : kFormat16Bits;
-    return (Register(reg::VSStreamControl) & kEnable) != 0 && (control & kFormatMask) == format &&
-           ((control & kLineReferenceHigh) != 0) == signal_.lineReferenceHigh &&
-           ((control & kFieldReferenceHigh) != 0) == signal_.fieldReferenceHigh;
+    return On(field::VSStreamControl_Enable) && registers_.Get(field::VSControl_Format) == format &&
+           On(field::VSControl_HRefHigh) == signal_.lineReferenceHigh &&
+           On(field::VSControl_VRefHigh) == signal_.fieldReferenceHigh;
 }
 
 bool VideoPort::Interleaves() const {
-    return (Register(reg::VSStreamControl) & kInterleave) != 0;
+    return On(field::VSStreamControl_Interleave);
 }
 
 uint32_t VideoPort::ParityOf(uint64_t field) const {
-    const bool inverted = (Register(reg::VSControl) & kNotInverted) == 0;
+    const bool inverted = !On(field::VSControl_NotInverted);
     return static_cast<uint32_t>(field & 1) ^ (inverted ? 1 : 0);
 }
 
 void VideoPort::Begin(uint64_t line) {
-    if (!On()) {
+    if (!Receives()) {
         taking_ = false;
         return;
     }
@@ -89,7 +79,7 @@ void VideoPort::BeginField(uint64_t field) {
     if (Interleaves() && ParityOf(field) != 0) {
         return;
     }
-    const bool three = (Register(reg::VSStreamControl) & kThreeBuffers) != 0;
+    const bool three = On(field::VSStreamControl_ThreeBuffers);
     const uint32_t buffer = Register(reg::VSNextBuffer) & (three ? 3 : 1);
     registers_.SetAperture(reg::VSCurrentBuffer, buffer);
     taking_ = buffer < kBuffers;
@@ -99,13 +89,13 @@ void VideoPort::BeginField(uint64_t field) {
 }
 
 void VideoPort::End(uint64_t line) {
-    if (!taking_ || !On()) {
+    if (!taking_ || !Receives()) {
         return;
     }
     const auto lineOfField = static_cast<uint32_t>(line % signal_.linesPerField);
     Store(line / signal_.linesPerField, lineOfField);
     if (lineOfField + 1 == std::min(Register(reg::VSEndLine), signal_.linesPerField)) {
-        interrupts_.Raise(kVideoInterrupt);
+        interrupts_.Raise(field::IntFlags_Video);
     }
 }
 
@@ -114,7 +104,7 @@ int64_t VideoPort::AddressOf(uint32_t row, uint64_t field) const {
     const int64_t base =
         int64_t{Register(reg::VSBufferBase[Register(reg::VSCurrentBuffer)])} * kUnitBytes;
     const int64_t place = Interleaves() ? 2 * int64_t{row} + ParityOf(field) : row;
-    const bool upwards = (Register(reg::VSStreamControl) & kMirrorY) != 0;
+    const bool upwards = On(field::VSStreamControl_MirrorY);
     return base + (upwards ? -place - 1 : place) * stride;
 }
 
@@ -123,7 +113,7 @@ void VideoPort::Store(uint64_t field, uint32_t line) {
     if (line < start || line >= Register(reg::VSEndLine)) {
         return;
     }
-    const uint32_t scale = Register(reg::VSStreamControl) >> kScaleYShift & kScaleMask;
+    const uint32_t scale = registers_.Get(field::VSStreamControl_ScaleY);
     const uint32_t lineOfPicture = line - start;
     if ((lineOfPicture & ((1u << scale) - 1)) != 0) {
         return;
@@ -143,14 +133,13 @@ void VideoPort::Store(uint64_t field, uint32_t line) {
 
 // Turns the line in pixels_ into the row of the buffer: whole pairs, scaled and mirrored.
 void VideoPort::Pack() {
-    const uint32_t control = Register(reg::VSStreamControl);
     // A port of 16 bits counts each pixel twice.
     const uint32_t shift = signal_.portWidth == 8 ? 0 : 1;
     const size_t end = std::min<size_t>(Register(reg::VSEndPixel) >> shift, pixels_.size());
     const size_t start = std::min<size_t>(Register(reg::VSStartPixel) >> shift, end);
-    const uint32_t scale = control >> kScaleXShift & kScaleMask;
+    const uint32_t scale = registers_.Get(field::VSStreamControl_ScaleX);
     const size_t pairs = (end - start) >> (scale + 1);
-    const bool mirrored = (control & kMirrorX) != 0;
+    const bool mirrored = On(field::VSStreamControl_MirrorX);
     row_.resize(pairs * 2);
     for (size_t pair = 0; pair < pairs; ++pair) {
         const uint16_t* from = &pixels_[start + (pair << (scale + 1))];

@@ -1,9 +1,9 @@
 #pragma once
 // The video port of the Permedia boards: takes the fields of a source into the frame buffer, line
 // by line, by the board's clock.
-#include "board/board.h"
 #include "board/bus/beam.h"
 #include "board/bus/interrupts.h"
+#include "board/values/fault_counts.h"
 #include "board/values/memory.h"
 #include "board/values/registers.h"
 #include "board/video/video_source.h"
@@ -17,10 +17,10 @@ class VideoPort {
   public:
     static constexpr uint64_t kNever = ~uint64_t{0};
 
-    VideoPort(Chip chip, RegisterFile& registers, Memories& memories, InterruptLine& interrupts,
-              Faults& faults)
-        : present_(chip == Chip::Permedia || chip == Chip::Permedia2), registers_(registers),
-          memories_(memories), interrupts_(interrupts), faults_(faults) {}
+    VideoPort(const DeviceRow& chip, RegisterFile& registers, Memories& memories,
+              InterruptLine& interrupts, FaultCounts& faults)
+        : present_(chip.videoPort), registers_(registers), memories_(memories),
+          interrupts_(interrupts), faults_(faults) {}
 
     // Plugs a source in at `now` (microseconds), or with null unplugs it. Its field and line at a
     // time are counted from power on, plugged in or not.
@@ -35,7 +35,8 @@ class VideoPort {
   private:
     uint64_t StartOf(uint64_t line) const; // microseconds
     uint32_t Register(uint32_t offset) const { return registers_.Aperture(offset); }
-    bool On() const;
+    bool On(const Field& field) const { return registers_.Get(field) != 0; }
+    bool Receives() const;
     bool Interleaves() const;
     uint32_t ParityOf(uint64_t field) const;
     void Begin(uint64_t line);
@@ -49,7 +50,7 @@ class VideoPort {
     RegisterFile& registers_;
     Memories& memories_;
     InterruptLine& interrupts_;
-    Faults& faults_;
+    FaultCounts& faults_;
     VideoSource* source_ = nullptr;
     VideoSignal signal_;
     uint64_t nextLine_ = kNever; // microseconds

@@ -1,5 +1,6 @@
 #include "host/display/display.h"
 
+#include "board/threaded_board.h"
 #include "driver/heap/surface.h"
 #include "driver/services/context.h"
 #include "host/display/context_lists.h"
@@ -108,28 +109,31 @@ void CheckConfig(const DisplayConfig& config) {
 
 // A DLL waits in plain loops over shared memory, in which this board's clock does not move. So the
 // board must do by itself, or within the access that asks for it, what the DLL may wait for.
-void CheckTimingForDll(const board::Timing& timing) {
+void CheckTimingForDll(const DisplayConfig& config) {
+    const board::Timing& timing = config.timing;
     const bool atOnce =
         timing.dmaWordsPerTick == 0 && timing.fifoDrainPerTick == 0 && timing.interruptLatency == 0;
-    if (!timing.dmaThread && !atOnce) {
+    if (!config.dmaThread && !atOnce) {
         throw std::invalid_argument("a driver DLL needs a board with a DMA thread, or one that "
                                     "drains its FIFO, moves DMA and interrupts at once");
     }
 }
 
+// `Kind` is what the board is: its accesses are then no virtual calls.
+template <class Kind>
 ChipBus BusOf(board::Board& board) {
     ChipBus bus;
-    bus.self = &board;
+    bus.self = static_cast<Kind*>(&board);
     bus.Read = [](void* self, uint32_t offset) {
-        return static_cast<board::Board*>(self)->Read(offset);
+        return static_cast<Kind*>(self)->Kind::Read(offset);
     };
     bus.Write = [](void* self, uint32_t offset, uint32_t value) {
-        static_cast<board::Board*>(self)->Write(offset, value);
+        static_cast<Kind*>(self)->Kind::Write(offset, value);
     };
     bus.Words = [](void* self, const uint32_t* words, uint32_t count) {
-        static_cast<board::Board*>(self)->WriteFifo(words, count);
+        static_cast<Kind*>(self)->Kind::WriteFifo(words, count);
     };
-    bus.Idle = [](void* self, uint32_t rounds) { static_cast<board::Board*>(self)->Idle(rounds); };
+    bus.Idle = [](void* self, uint32_t rounds) { static_cast<Kind*>(self)->Kind::Idle(rounds); };
     return bus;
 }
 
@@ -162,11 +166,17 @@ uint32_t ScreenPitchPixels(uint32_t deviceId, uint32_t width) {
 Display::Display(DisplayConfig config) : config_(std::move(config)) {
     CheckConfig(config_);
     if (!TheDriverModule().linked) {
-        CheckTimingForDll(config_.timing);
+        CheckTimingForDll(config_);
     }
-    board_ = std::make_unique<board::Board>(BoardConfig(config_));
+    ChipBus bus;
+    if (config_.dmaThread) {
+        board_ = std::make_unique<board::ThreadedBoard>(BoardConfig(config_));
+        bus = BusOf<board::ThreadedBoard>(*board_);
+    } else {
+        board_ = std::make_unique<board::Board>(BoardConfig(config_));
+        bus = BusOf<board::Board>(*board_);
+    }
     aperture_ = std::make_unique<AlignedAperture>();
-    const ChipBus bus = BusOf(*board_);
     AttachChipBus(Aperture(), bus);
     if (!TheDriverModule().linked) {
         trap_ = std::make_unique<loader::TrappedAperture>(Aperture(), bus);

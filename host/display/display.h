@@ -34,6 +34,7 @@ struct DisplayConfig {
     std::string registryName = "Display\\Settings";
     std::map<std::string, std::string> registry; // values of the key, as text
     board::Timing timing;
+    bool dmaThread = false; // DMA engine and interrupt handler on a thread of their own
     uint32_t frameBufferBytes = 8u << 20;
     uint32_t localBufferBytes = 8u << 20; // of the Glint family; the others have none
 };

@@ -8,8 +8,8 @@
 namespace {
 
 TEST(ChromaTest, BoundsAreInclusiveInEveryChannel) {
-    const board::ChromaTest test{
-        board::ChromaTest::Action::DropInside, {10, 20, 30, 40}, {12, 22, 32, 42}};
+    const board::ChromaKey test{
+        board::ChromaKey::Action::DropInside, {10, 20, 30, 40}, {12, 22, 32, 42}};
     for (int red = 9; red <= 13; ++red) {
         for (int green = 19; green <= 23; ++green) {
             for (int blue = 29; blue <= 33; ++blue) {

@@ -1,3 +1,4 @@
+#include "board/threaded_board.h"
 #include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
@@ -7,15 +8,16 @@
 
 namespace {
 
+using ThreadedRig = rig::RigOf<board::ThreadedBoard>;
+
 board::Config ThreadedConfig() {
     board::Config config = rig::SmallConfig();
-    config.timing.dmaThread = true;
     config.timing.fifoDepth = 16;
     return config;
 }
 
 TEST(DmaThread, TransferCompletesWhileTheProcessorPolls) {
-    rig::Rig r(ThreadedConfig());
+    ThreadedRig r(ThreadedConfig());
     std::vector<uint32_t> words(4097);
     words[0] = HoldTag(tag::FogColor, 4096);
     words[4096] = 42;
@@ -30,7 +32,7 @@ TEST(DmaThread, TransferCompletesWhileTheProcessorPolls) {
 }
 
 TEST(DmaThread, HandlerRunsOnTheThreadAndQueuesTheNextTransfer) {
-    rig::Rig r(ThreadedConfig());
+    ThreadedRig r(ThreadedConfig());
     constexpr uint32_t kTransfers = 50;
     std::vector<uint32_t> words;
     for (uint32_t i = 0; i < kTransfers; ++i) {
@@ -65,7 +67,7 @@ TEST(DmaThread, HandlerRunsOnTheThreadAndQueuesTheNextTransfer) {
 TEST(DmaThread, LatencyPassesWithoutAccesses) {
     board::Config config = ThreadedConfig();
     config.timing.interruptLatency = 20;
-    rig::Rig r(config);
+    ThreadedRig r(config);
     std::atomic<bool> called{false};
     r.board.SetInterruptHandler([&] { called = true; });
     r.board.Write(reg::IntEnable, 8);
@@ -77,7 +79,7 @@ TEST(DmaThread, LatencyPassesWithoutAccesses) {
 }
 
 TEST(DmaThread, FifoWritesWithSpaceChecksArriveInOrder) {
-    rig::Rig r(ThreadedConfig());
+    ThreadedRig r(ThreadedConfig());
     r.Send(tag::FilterMode, 0xC00);
     for (uint32_t i = 0; i < 200; ++i) {
         while (r.board.Read(reg::InFIFOSpace) < 1) {
@@ -93,16 +95,32 @@ TEST(DmaThread, FifoWritesWithSpaceChecksArriveInOrder) {
     EXPECT_FALSE(r.board.FaultReport().Any());
 }
 
-TEST(DmaThread, TimingCanBeSwitchedBothWays) {
-    rig::Rig r;
-    board::Timing timing;
-    timing.dmaThread = true;
-    r.board.SetTiming(timing);
-    r.Send(tag::FogColor, 1);
+TEST(DmaThread, TimingCanBeSwitchedWhileEntriesWait) {
+    ThreadedRig r(ThreadedConfig());
+    std::vector<uint32_t> words(4097);
+    words[0] = HoldTag(tag::FogColor, 4096);
+    words[4096] = 42;
+    r.board.MapMemory(0, words.data(), words.size() * 4);
+    r.board.Write(reg::DMAAddress, 0);
+    r.board.Write(reg::DMACount, 4097);
+    r.board.SetTiming({.fifoDepth = 4, .fifoDrainPerTick = 1, .dmaWordsPerTick = 1});
     r.board.SetTiming({});
-    EXPECT_EQ(r.Register(tag::FogColor), 1u) << "waiting entries are not lost";
-    r.Send(tag::FogColor, 2);
-    EXPECT_EQ(r.Register(tag::FogColor), 2u);
+    r.board.Drain();
+    EXPECT_EQ(r.Register(tag::FogColor), 42u) << "waiting entries are not lost";
+    EXPECT_FALSE(r.board.FaultReport().Any());
+}
+
+// Whoever has only a Board& has the whole of it, lock included.
+TEST(DmaThread, IsReachedThroughTheBoardThatItIs) {
+    board::ThreadedBoard threaded(ThreadedConfig());
+    board::Board& board = threaded;
+    std::atomic<bool> onOtherThread{false};
+    const std::thread::id own = std::this_thread::get_id();
+    board.SetInterruptHandler([&] { onOtherThread = std::this_thread::get_id() != own; });
+    board.Write(reg::IntEnable, 8);
+    board.Read(0x2000); // nothing there: an error
+    board.Drain();
+    EXPECT_TRUE(onOtherThread);
 }
 
 } // namespace

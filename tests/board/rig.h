@@ -33,13 +33,14 @@ inline board::Config SmallConfig(board::Chip chip = board::Chip::Permedia) {
     return config;
 }
 
-class Rig {
+template <class Kind>
+class RigOf {
   public:
-    explicit Rig(const board::Config& config) : board(config) {}
+    explicit RigOf(const board::Config& config) : board(config) {}
 
     // A Permedia with a 64 pixels wide 32-bit target at the start of memory, raw colour words, all
     // units off but the frame buffer's writes.
-    Rig() : Rig(SmallConfig()) {
+    RigOf() : RigOf(SmallConfig()) {
         Send({{tag::FBReadPixel, k32Bits}, {tag::FBReadMode, kPitch64}, {tag::FBWriteMode, 1}});
     }
 
@@ -85,7 +86,12 @@ class Rig {
         SetElement<uint32_t>(static_cast<size_t>(y * 64 + x), value);
     }
 
-    board::Board board;
+    Kind board;
+};
+
+class Rig : public RigOf<board::Board> {
+  public:
+    using RigOf::RigOf;
 };
 
 } // namespace rig

@@ -166,7 +166,7 @@ TEST_P(PaceTest, ASlowBoardWithoutDmaGivesTheSamePicture) {
 
 TEST_P(PaceTest, TheEngineOnItsOwnThreadGivesTheSamePicture) {
     DisplayConfig config = ConfigFor(GetParam());
-    config.timing.dmaThread = true;
+    config.dmaThread = true;
     for (int i = 0; i < 3; ++i) {
         const Outcome run = Draw(config);
         ExpectSame(run);

@@ -147,7 +147,7 @@ TEST_P(NumbersTest, TheEndsOfTheRangeOfSinglesGiveTheSameWords) {
 TEST_P(NumbersTest, ADmaThreadDrawsTheSamePicture) {
     host::DisplayConfig config = ConfigFor(GetParam());
     const Outcome library = Play(Driver::Library, config, 400, 5);
-    config.timing.dmaThread = true;
+    config.dmaThread = true;
     for (int round = 0; round < 3; ++round) {
         const Outcome dll = Play(Driver::Dll, config, 400, 5);
         EXPECT_TRUE(library.picture == dll.picture);
@@ -196,7 +196,7 @@ TEST(Pace, ABoardForWhichTheDllWouldWaitForEverIsRefused) {
         host::DisplayConfig config = ConfigFor(DeviceTX);
         config.timing = timing;
         EXPECT_THROW(host::Display{config}, std::invalid_argument);
-        config.timing.dmaThread = true;
+        config.dmaThread = true;
         EXPECT_NO_THROW(host::Display{config});
     }
     PowerOn(Driver::Library);

@@ -1,5 +1,6 @@
 #pragma once
 // A machine that runs once with the linked driver or with KORV32.dll, and what it left behind.
+#include "board/recorder.h"
 #include "driver/platform/d3dhal.h"
 #include "host/display/display.h"
 #include "tests/support_host/dll_path.h"

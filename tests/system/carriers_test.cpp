@@ -89,7 +89,7 @@ TEST_P(CarrierTest, DmaAndItsHandlerOnAThreadOfTheirOwnDrawTheSamePicture) {
     const auto first = PictureBy({false, 8});
     for (int round = 0; round < 5; ++round) {
         for (const uint32_t subBuffers : {2u, 3u, 8u, 32u}) {
-            EXPECT_EQ(PictureBy({false, subBuffers}, {.dmaThread = true}), first) << subBuffers;
+            EXPECT_EQ(PictureBy({false, subBuffers, true}), first) << subBuffers;
         }
     }
 }

@@ -26,6 +26,7 @@ host::DisplayConfig ConfigOf(const TestBoard& board, const Roads& roads,
     config.dmaBufferCount = kBuffers;
     config.dmaBufferBytes = 8192;
     config.timing = timing;
+    config.dmaThread = roads.dmaThread;
     config.registry = {
         {"Direct3DHAL.NoDMA", std::to_string(roads.devicesByFifo)},
         {"Direct3DHAL.SubBuffers", std::to_string(roads.deviceSubBuffers)},

@@ -24,6 +24,7 @@ struct Roads {
     uint32_t deviceSubBuffers;
     bool clientByFifo;
     uint32_t clientSubBuffers;
+    bool dmaThread = false; // the DMA engine works beside the processor
 };
 
 inline constexpr Roads kRoads[] = {

@@ -30,6 +30,7 @@ host::DisplayConfig ConfigOf(const TestBoard& board, const Carrier& carrier,
     config.width = 320;
     config.height = 200;
     config.timing = timing;
+    config.dmaThread = carrier.dmaThread;
     config.timing.microsecondsPerTick = 0; // the beam moves only when the test says so
     config.frameBufferBytes = config.localBufferBytes = 1u << 20;
     config.registry["Direct3DHAL.NoDMA"] = std::to_string(carrier.fifo);
@@ -224,7 +225,7 @@ TEST_P(LockWhileDrawing, OfAnotherSurfaceWaitsForTheTransferAndLeavesTheRestUnse
 TEST_P(LockWhileDrawing, OnAThreadOfItsOwnDmaIsOverWhenTheLockComesBack) {
     const Bytes wanted = PictureOf(GetParam(), 150);
     for (const uint32_t subBuffers : {2u, 8u}) {
-        Machine machine(GetParam(), {false, subBuffers}, {.dmaThread = true});
+        Machine machine(GetParam(), {false, subBuffers, true});
         machine.drawing.Draw(150);
         EXPECT_EQ(machine.Lock(machine.drawing.target, DDLOCK_WAIT), DD_OK);
         EXPECT_TRUE(MemoryOf(machine.drawing.target) == wanted);

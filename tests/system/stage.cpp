@@ -21,6 +21,7 @@ host::DisplayConfig ConfigOf(const StageOptions& options) {
     config.height = options.height;
     config.bits = options.bits;
     config.timing = options.timing;
+    config.dmaThread = options.carrier.dmaThread;
     config.registry = options.registry;
     config.registry["Direct3DHAL.NoDMA"] = std::to_string(options.carrier.fifo);
     config.registry["Direct3DHAL.SubBuffers"] = std::to_string(options.carrier.subBuffers);

@@ -18,6 +18,7 @@ namespace test {
 struct Carrier {
     bool fifo = false;
     uint32_t subBuffers = 8;
+    bool dmaThread = false; // the DMA engine works beside the processor
 };
 
 struct StageOptions {

@@ -1,6 +1,7 @@
 // Two boards in one machine, both drawing. They are alike but for three things: exports without a
 // display reach the primary, unqueued DMA of the other one is dropped, and the module's globals
 // exist once.
+#include "board/recorder.h"
 #include "driver/core/korv32_flip.h"
 #include "driver/core/tags.h"
 #include "driver/d3d/dcontext.h"

@@ -51,6 +51,7 @@ host::DisplayConfig ConfigOf(const TestBoard& board, const Carrier& carrier,
     config.width = 320;
     config.height = 240;
     config.timing = timing;
+    config.dmaThread = carrier.dmaThread;
     config.frameBufferBytes = config.localBufferBytes = 1u << 20;
     config.registry["Direct3DHAL.NoDMA"] = std::to_string(carrier.fifo);
     config.registry["Direct3DHAL.SubBuffers"] = std::to_string(carrier.subBuffers);
@@ -394,33 +395,38 @@ TEST_P(Visibility, AnswersAreTheSameByEveryRoad) {
 }
 
 TEST_P(Visibility, ABoardThatMisbehavesGivesTheSameAnswers) {
-    constexpr board::Timing kTroubles[] = {
-        {.fifoDepth = 16, .fifoDrainPerTick = 1},
-        {.fifoDepth = 64, .fifoDrainPerTick = 3, .fifoReportLag = 3},
-        {.fifoDepth = 64, .fifoDrainPerTick = 3, .fifoReportCap = 16},
-        {.strayOutputWords = 1},
-        {.strayOutputWords = 4},
-        {.dmaWordsPerTick = 3},
-        {.dmaWordsPerTick = 7, .interruptLatency = 40},
-        {.dmaThread = true},
-        {.fifoDepth = 20,
-         .fifoDrainPerTick = 1,
-         .fifoReportCap = 17,
-         .dmaWordsPerTick = 2,
-         .interruptLatency = 15,
-         .strayOutputWords = 2},
+    struct Trouble {
+        board::Timing timing;
+        bool dmaThread = false;
     };
-    for (const board::Timing& timing : kTroubles) {
-        for (const Carrier& carrier : {Carrier{true, 8}, Carrier{false, 8}}) {
+    constexpr Trouble kTroubles[] = {
+        {{.fifoDepth = 16, .fifoDrainPerTick = 1}},
+        {{.fifoDepth = 64, .fifoDrainPerTick = 3, .fifoReportLag = 3}},
+        {{.fifoDepth = 64, .fifoDrainPerTick = 3, .fifoReportCap = 16}},
+        {{.strayOutputWords = 1}},
+        {{.strayOutputWords = 4}},
+        {{.dmaWordsPerTick = 3}},
+        {{.dmaWordsPerTick = 7, .interruptLatency = 40}},
+        {{}, true},
+        {{.fifoDepth = 20,
+          .fifoDrainPerTick = 1,
+          .fifoReportCap = 17,
+          .dmaWordsPerTick = 2,
+          .interruptLatency = 15,
+          .strayOutputWords = 2}},
+    };
+    for (const Trouble& trouble : kTroubles) {
+        for (const bool fifo : {true, false}) {
+            const Carrier carrier{fifo, 8, trouble.dmaThread};
             // Renderers for a setup unit wait for fewer entries than they write. On a thread of its
             // own the chip may be that far behind.
-            if (carrier.fifo && timing.dmaThread && GetParam().delta) {
+            if (carrier.fifo && carrier.dmaThread && GetParam().delta) {
                 continue;
             }
             SCOPED_TRACE(testing::Message()
-                         << "trouble " << &timing - kTroubles << ", fifo " << carrier.fifo << ", "
+                         << "trouble " << &trouble - kTroubles << ", fifo " << carrier.fifo << ", "
                          << carrier.subBuffers << " sub-buffers");
-            Machine machine(GetParam(), carrier, timing);
+            Machine machine(GetParam(), carrier, trouble.timing);
             const Tally tally = AskAtRandom(machine, 10, 43);
             EXPECT_GT(tally.visible, 2);
             EXPECT_GT(tally.hidden, 1);

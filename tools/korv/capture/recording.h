@@ -1,7 +1,7 @@
 #pragma once
 // Recording of what reaches the board: the words of the stream, all events as text, or both; and
 // what `korv trace` wants to know.
-#include "board/board.h"
+#include "board/recorder.h"
 #include "board/events.h"
 #include "tools/korv/base/files.h"
 

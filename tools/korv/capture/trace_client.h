@@ -1,6 +1,6 @@
 #pragma once
 // The traced program's side of `korv trace`.
-#include "board/board.h"
+#include "board/recorder.h"
 #include "tools/korv/capture/trace_objects.h"
 
 #include <memory>

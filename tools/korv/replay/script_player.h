@@ -1,5 +1,6 @@
 #pragma once
 // What a script has made so far: displays, surfaces, contexts, textures, memory, by their names.
+#include "board/recorder.h"
 #include "board/video/video_source.h"
 #include "host/d3d/direct3d.h"
 #include "host/ddraw/ddraw.h"

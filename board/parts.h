@@ -1,0 +1,115 @@
+#pragma once
+// Everything behind the board's interface: its units, and how they work together.
+#include "board/board.h"
+#include "board/bus/beam.h"
+#include "board/bus/decoder.h"
+#include "board/bus/dma.h"
+#include "board/bus/fifo.h"
+#include "board/bus/interrupts.h"
+#include "board/bus/output_fifo.h"
+#include "board/commands.h"
+#include "board/recorder.h"
+#include "board/values/host_memory.h"
+#include "board/values/memory.h"
+#include "board/values/registers.h"
+#include "board/video/video_port.h"
+
+namespace board {
+
+struct Board::Parts {
+    static constexpr uint32_t kUnlimited = 0xFFFFFFFF;
+
+    Parts(Board& owner, const Config& config, Pace pace);
+
+    // --- time (time.cpp) ---
+
+    void ApplyTiming();
+    void MoveClock(uint64_t microseconds) {
+        clock += microseconds;
+        if (clock >= nextEvent) {
+            FollowClock();
+        }
+    }
+    // What happens at certain times whatever the processor does.
+    void FollowClock();
+    // Sets nextEvent.
+    void LookAhead();
+    // In bytes, as the registers say.
+    uint32_t ScreenBase() const;
+    // One unit of time.
+    void Tick() {
+        MoveClock(config.timing.microsecondsPerTick);
+        TickUnits();
+    }
+    // The FIFO, the DMA engine or the interrupt line has something to do.
+    bool HasWork() const {
+        return !input.Empty() || dma.Busy() || (interrupts.Pending() && !handlerRunning);
+    }
+    // What the units do in a tick.
+    void TickUnits();
+    // Lets `ticks` pass without an access.
+    void Idle(uint32_t ticks);
+    // As many ticks at once as pass with nothing to do but moving the clock, at most `ticks`.
+    uint32_t QuietTicks(uint32_t ticks) const;
+    // Calls the handler for interrupts that are due. Whoever finds it running leaves: the one who
+    // runs it looks again afterwards.
+    void DeliverInterrupts();
+    // What every access ends with.
+    void Finish() {
+        if (pace == Pace::Ticks) {
+            DeliverInterrupts();
+        }
+    }
+
+    // --- stream (stream.cpp) ---
+
+    // Entries execute as they arrive.
+    bool Immediate() const { return pace == Pace::Ticks && config.timing.fifoDrainPerTick == 0; }
+    // Executes up to `entries` waiting entries.
+    void Execute(uint32_t entries);
+    void Enter(RegisterWrite write);
+    // The processor is held off the bus instead of losing writes.
+    bool HoldsBus() const;
+    // Room for an entry that the processor writes.
+    bool MakeRoom();
+    // A stream word at the FIFO's mouth, for which there is room.
+    void Decode(uint32_t word);
+    void WriteFifoWord(uint32_t word);
+    void WriteFifo(const uint32_t* words, size_t count);
+    void StartDma(uint32_t words);
+    // Moves up to `words` words; stops at a full FIFO.
+    void MoveDmaWords(uint32_t words);
+
+    // --- register aperture (aperture.cpp) ---
+
+    uint32_t ReadAperture(uint32_t offset);
+    void WriteAperture(uint32_t offset, uint32_t value);
+    void RaiseError(const Field& error);
+
+    Board& owner;
+    const Pace pace;
+    Config config;
+    Beam beam;
+    RegisterFile registers;
+    Memories memories;
+    HostMemory host;
+    InputFifo input;
+    OutputFifo output;
+    Faults faults;
+    CommandUnit commands;
+    StreamDecoder decoder;
+    DmaEngine dma;
+    InterruptLine interrupts;
+    VideoPort video;
+    uint32_t errorFlags = 0;
+    uint64_t clock = 0;          // microseconds
+    uint64_t clockRemainder = 0; // microseconds on the clock that made no whole tick yet
+    uint64_t nextFrameStart = 0; // microseconds
+    uint32_t shownBase = 0;      // bytes
+    uint64_t nextEvent = 0;      // microseconds: a frame starts or a line of video
+    BusRecorder* recorder = nullptr;
+    std::function<void()> handler;
+    bool handlerRunning = false;
+};
+
+} // namespace board

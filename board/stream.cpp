@@ -1,0 +1,108 @@
+// Words on their way to the pipeline: the input FIFO and the DMA engine that fills it.
+#include "board/parts.h"
+
+namespace board {
+
+void Board::Parts::Execute(uint32_t entries) {
+    for (; entries != 0 && !input.Empty(); --entries) {
+        commands.Execute(input.Pop());
+    }
+}
+
+void Board::Parts::Enter(RegisterWrite write) {
+    if (Immediate()) {
+        commands.Execute(write);
+    } else {
+        input.Push(write);
+    }
+}
+
+bool Board::Parts::HoldsBus() const {
+    return registers.Get(field::DisconnectControl_Enable) != 0 ||
+           registers.Get(field::DeltaDisconnectControl_Enable) != 0;
+}
+
+bool Board::Parts::MakeRoom() {
+    if (!input.Full() || Immediate()) {
+        return true;
+    }
+    if (HoldsBus()) {
+        Execute(1);
+        return true;
+    }
+    ++faults.fifoOverflows;
+    RaiseError(field::ErrorFlags_InputFIFO);
+    return false;
+}
+
+void Board::Parts::Decode(uint32_t word) {
+    RegisterWrite write{};
+    switch (decoder.Feed(word, write)) {
+    case StreamDecoder::Kind::Tag:
+        break;
+    case StreamDecoder::Kind::Malformed:
+        ++faults.malformedWords;
+        break;
+    case StreamDecoder::Kind::Data:
+        if (!RegisterFile::HasTag(write.tag)) {
+            ++faults.unknownRegisters[write.tag];
+        }
+        Enter(write);
+        break;
+    }
+}
+
+void Board::Parts::WriteFifoWord(uint32_t word) {
+    if (recorder != nullptr) {
+        recorder->OnFifoWord(word);
+    }
+    if (!decoder.ExpectsData() || MakeRoom()) {
+        Decode(word);
+    } else {
+        RegisterWrite lost{};
+        decoder.Feed(word, lost);
+    }
+}
+
+void Board::Parts::WriteFifo(const uint32_t* words, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        Tick();
+        WriteFifoWord(words[i]);
+        Finish();
+    }
+}
+
+void Board::Parts::StartDma(uint32_t words) {
+    if (dma.Busy()) {
+        ++faults.dmaRestarts;
+    }
+    dma.Start(registers.Aperture(reg::DMAAddress), words);
+    if (pace == Pace::Ticks && config.timing.dmaWordsPerTick == 0) {
+        MoveDmaWords(kUnlimited);
+    }
+}
+
+void Board::Parts::MoveDmaWords(uint32_t words) {
+    if (!dma.Busy()) {
+        return;
+    }
+    for (; words != 0 && dma.Busy(); --words) {
+        if (decoder.ExpectsData() && !Immediate() && input.Full()) {
+            return;
+        }
+        uint32_t word = 0;
+        if (!dma.Next(word)) {
+            ++faults.badDmaAddresses;
+            break;
+        }
+        if (recorder != nullptr) {
+            recorder->OnDmaWord(word);
+        }
+        Decode(word);
+    }
+    if (!dma.Busy()) {
+        interrupts.Raise(field::IntFlags_DMA);
+    }
+}
+
+} // namespace board

@@ -1,0 +1,141 @@
+// The board's clock, and what moves with it.
+#include "board/parts.h"
+
+#include <algorithm>
+
+namespace board {
+
+namespace {
+
+// Words that a round moves, and entries that it executes, where the timing sets no rate.
+constexpr uint32_t kRoundBurst = 64;
+
+uint32_t RateOr(uint32_t rate, uint32_t otherwise) {
+    return rate != 0 ? rate : otherwise;
+}
+
+} // namespace
+
+void Board::Parts::ApplyTiming() {
+    const Timing& timing = config.timing;
+    input.Configure(timing.fifoDepth, timing.fifoReportLag, timing.fifoReportCap);
+    interrupts.SetLatency(timing.interruptLatency);
+    commands.SetStrayWords(timing.strayOutputWords);
+    if (Immediate()) {
+        Execute(kUnlimited);
+    }
+}
+
+uint32_t Board::Parts::ScreenBase() const {
+    return DeviceOf(config.chip).IsPermedia() ? registers.Aperture(reg::ScreenBasePermedia) << 3
+                                              : registers.Aperture(reg::ScreenBaseGlint) << 13;
+}
+
+void Board::Parts::FollowClock() {
+    if (clock >= nextFrameStart) {
+        nextFrameStart = beam.FrameStart(beam.Frame(clock) + 1);
+        shownBase = ScreenBase();
+        interrupts.Raise(field::IntFlags_Retrace);
+    }
+    video.Run(clock);
+    LookAhead();
+}
+
+void Board::Parts::LookAhead() {
+    nextEvent = std::min(nextFrameStart, video.NextLine());
+}
+
+void Board::Parts::TickUnits() {
+    interrupts.Tick();
+    if (pace == Pace::Ticks) {
+        Execute(RateOr(config.timing.fifoDrainPerTick, kUnlimited));
+        MoveDmaWords(RateOr(config.timing.dmaWordsPerTick, kUnlimited));
+    }
+}
+
+uint32_t Board::Parts::QuietTicks(uint32_t ticks) const {
+    if (HasWork() || ticks == 0) {
+        return 0;
+    }
+    const uint32_t length = config.timing.microsecondsPerTick;
+    const uint64_t untilEvent = length == 0 ? ticks : (nextEvent - clock) / length;
+    return static_cast<uint32_t>(std::min<uint64_t>(ticks, untilEvent));
+}
+
+void Board::Parts::Idle(uint32_t ticks) {
+    while (ticks != 0) {
+        const uint32_t quiet = QuietTicks(ticks);
+        if (quiet != 0) {
+            MoveClock(uint64_t{quiet} * config.timing.microsecondsPerTick);
+            ticks -= quiet;
+        } else {
+            Tick();
+            --ticks;
+        }
+        Finish();
+    }
+}
+
+void Board::Parts::DeliverInterrupts() {
+    while (interrupts.Due() && !handlerRunning) {
+        interrupts.Taken();
+        if (!handler) {
+            continue;
+        }
+        // It may be replaced while it runs.
+        const std::function<void()> call = handler;
+        handlerRunning = true;
+        owner.CallHandler(call);
+        handlerRunning = false;
+    }
+}
+
+bool Board::HasWork() const {
+    return parts_->HasWork();
+}
+
+void Board::Round() {
+    const Timing& timing = parts_->config.timing;
+    parts_->interrupts.Tick();
+    parts_->MoveDmaWords(RateOr(timing.dmaWordsPerTick, kRoundBurst));
+    parts_->Execute(RateOr(timing.fifoDrainPerTick, kRoundBurst));
+    parts_->DeliverInterrupts();
+}
+
+void Board::Idle(uint32_t ticks) {
+    parts_->Idle(ticks);
+    parts_->Finish();
+}
+
+void Board::Advance(uint64_t microseconds) {
+    // With a clock that stands still between accesses a microsecond counts as a tick.
+    const uint32_t length = std::max(parts_->config.timing.microsecondsPerTick, 1u);
+    for (uint64_t ticks = microseconds / length; ticks != 0;) {
+        const auto part = static_cast<uint32_t>(std::min<uint64_t>(ticks, Parts::kUnlimited));
+        parts_->Idle(part);
+        ticks -= part;
+    }
+    if (parts_->config.timing.microsecondsPerTick == 0) {
+        parts_->MoveClock(microseconds);
+    }
+    parts_->MoveClock(microseconds % length);
+    parts_->clockRemainder += microseconds % length;
+    if (parts_->clockRemainder >= length) {
+        parts_->clockRemainder -= length;
+        parts_->TickUnits();
+    }
+    parts_->Finish();
+}
+
+void Board::Drain() {
+    while (HasWork()) {
+        if (parts_->pace == Pace::Rounds) {
+            Round();
+        } else {
+            parts_->Tick();
+            parts_->DeliverInterrupts();
+        }
+    }
+}
+
+} // namespace board

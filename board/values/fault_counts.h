@@ -1,0 +1,21 @@
+#pragma once
+// What goes wrong on the board, counted by the units that notice it. All zero on a healthy run.
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace board {
+
+struct FaultCounts {
+    uint64_t fifoOverflows = 0;     // register writes lost because the input FIFO was full
+    uint64_t badDmaAddresses = 0;   // transfers from bus addresses that nobody mapped
+    uint64_t dmaRestarts = 0;       // transfers started while another one was running
+    uint64_t badMemoryAccesses = 0; // pixel or depth accesses outside the memories
+    uint64_t malformedWords = 0;    // stream words that are no tag word
+    // Tag or aperture offset (>= 0x8000 is mapped) -> writes.
+    std::map<uint32_t, uint64_t> unknownRegisters;
+    // Unit that was asked for and does not exist here -> times.
+    std::map<std::string, uint64_t> unmodelled;
+};
+
+} // namespace board
