@@ -1,6 +1,7 @@
 // Cost of allocating and freeing in a heap of 1,000 live blocks.
 #include "bench/measure.h"
 #include "driver/core/driverdata.h"
+#include "driver/platform/minivdd.h"
 #include "host/win32/device.h"
 #include "host/win32/win32.h"
 
@@ -24,7 +25,7 @@ class MemoryService : public host::Device {
     bool Control(uint32_t, const void* in, uint32_t, void* out, uint32_t, uint32_t*) override {
         MemoryServiceRequest request;
         std::memcpy(&request, in, sizeof(request));
-        if (request.Command == 1) {
+        if (request.Command == MemoryServiceAllocate) {
             blocks_.push_back(std::make_unique<uint8_t[]>(request.Bytes));
             request.Handle = request.Linear = reinterpret_cast<uint32_t>(blocks_.back().get());
         }
@@ -84,7 +85,7 @@ void Measure(const Policy& policy) {
 int main() {
     MemoryService service;
     host::ResetWin32();
-    host::RegisterDevice("\\\\.\\glintmvd", &service);
+    host::RegisterDevice(kMiniVDDName, &service);
     std::printf("%-28s %10s %14s\n", "policy", "live", "ns a free+alloc");
     for (const Policy& policy :
          {Policy{"bottom, first fit (surfaces)", AllocateFromBottom | FirstFit},

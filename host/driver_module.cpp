@@ -11,8 +11,6 @@
 #include "driver/services/context.h"
 #include "driver/services/services.h"
 #include "driver/video/video.h"
-#include "host/loader/image.h"
-#include "host/loader/imports.h"
 
 #include <algorithm>
 #include <memory>
@@ -22,9 +20,6 @@ namespace host {
 
 namespace {
 
-// Precision 24 bits, round to nearest, all exceptions masked.
-constexpr uint16_t kRuntimeControlWord = 0x007F;
-constexpr uint32_t kDriverInitOrdinal = 1;
 constexpr uintptr_t kLinkedInstance = 0xB0000000;
 
 template <class Function>
@@ -32,44 +27,41 @@ void* Address(Function* function) {
     return reinterpret_cast<void*>(function);
 }
 
-DriverModule LinkedModule() {
-    return {.dllMain = DllMain,
-            .driverInit = DriverInit,
-            .exports = {nullptr,
-                        Address(DriverInit),
-                        Address(KORV_AllocateVideoMemory),
-                        Address(KORV_CopyBlt),
-                        Address(KORV_CreateContext),
-                        Address(KORV_DebugHelp),
-                        Address(KORV_DeleteContext),
-                        Address(KORV_DriverIsLocked),
-                        Address(KORV_FreeDMABuffer),
-                        Address(KORV_FreeDriverLock),
-                        Address(KORV_FreeVideoMemory),
-                        Address(KORV_GetDMABuffer),
-                        Address(KORV_GetDriverLock),
-                        Address(KORV_GetInfo),
-                        Address(KORV_Initialize),
-                        Address(KORV_Service),
-                        Address(KORV_StartDMA),
-                        Address(KORV_StartSoftwareCursor),
-                        Address(KORV_StopSoftwareCursor),
-                        Address(KORV_SwitchContext),
-                        Address(KORV_WaitForDMA)},
-            .videoPort = &kVideoPortEntries,
-            .linked = true};
-}
-
-DriverModule ModuleOf(const loader::Image& image) {
-    DriverModule module{};
-    module.dllMain = reinterpret_cast<decltype(module.dllMain)>(image.Entry());
-    for (uint32_t ordinal = 1; ordinal <= kExportOrdinals; ++ordinal) {
-        module.exports[ordinal] = image.Export(ordinal);
+class LinkedModule : public DriverModule {
+  public:
+    LinkedModule() {
+        instance = reinterpret_cast<HINSTANCE>(kLinkedInstance);
+        dllMain = DllMain;
+        driverInit = DriverInit;
+        void* const functions[kExportOrdinals] = {
+            Address(DriverInit),
+            Address(KORV_AllocateVideoMemory),
+            Address(KORV_CopyBlt),
+            Address(KORV_CreateContext),
+            Address(KORV_DebugHelp),
+            Address(KORV_DeleteContext),
+            Address(KORV_DriverIsLocked),
+            Address(KORV_FreeDMABuffer),
+            Address(KORV_FreeDriverLock),
+            Address(KORV_FreeVideoMemory),
+            Address(KORV_GetDMABuffer),
+            Address(KORV_GetDriverLock),
+            Address(KORV_GetInfo),
+            Address(KORV_Initialize),
+            Address(KORV_Service),
+            Address(KORV_StartDMA),
+            Address(KORV_StartSoftwareCursor),
+            Address(KORV_StopSoftwareCursor),
+            Address(KORV_SwitchContext),
+            Address(KORV_WaitForDMA),
+        };
+        std::copy(std::begin(functions), std::end(functions), exports + 1);
+        videoPort = &kVideoPortEntries;
+        linked = true;
     }
-    module.driverInit =
-        reinterpret_cast<decltype(module.driverInit)>(module.exports[kDriverInitOrdinal]);
-    return module;
-}
+    // It is there; LoadDriver() resets its globals for every module.
+    void Load() override {}
+};
 
 // The linked library's globals as they are when the module has just been loaded. What is left out
 // is set at every start before it is read.
@@ -92,8 +84,8 @@ void ResetLinkedGlobals() {
 }
 
 struct State {
-    DriverModule module = LinkedModule();
-    std::shared_ptr<loader::Image> inForce, chosen; // null: the linked library
+    const std::shared_ptr<DriverModule> linked = std::make_shared<LinkedModule>();
+    std::shared_ptr<DriverModule> inForce = linked, chosen = linked;
     std::function<void()> afterCall;
 };
 
@@ -104,51 +96,43 @@ State& TheState() {
 
 } // namespace
 
-const DriverModule& TheDriverModule() {
-    return TheState().module;
+DriverModule::DriverModule() : heap{InitialiseHeapManager, UnInitialiseHeapManager} {}
+
+std::unique_ptr<ApertureWatch> DriverModule::WatchAperture(ChipRegisters*, const ChipBus&) const {
+    return nullptr;
 }
 
-void UseDriverDll(const std::string& path) {
-    auto image = std::make_shared<loader::Image>(path);
-    if (!image->HasEntry() || !image->HasExport(kDriverInitOrdinal)) {
-        throw std::runtime_error(path + ": no display driver, as it lacks DllMain or DriverInit");
-    }
-    TheState().chosen = std::move(image);
+const DriverModule& TheDriverModule() {
+    return *TheState().inForce;
+}
+
+void UseDriver(std::shared_ptr<DriverModule> module) {
+    TheState().chosen = std::move(module);
 }
 
 void UseLinkedDriver() {
-    TheState().chosen = nullptr;
+    UseDriver(TheState().linked);
 }
 
 void LoadDriver() {
     State& state = TheState();
+    // Stays so if the chosen one cannot be loaded.
+    state.inForce = state.linked;
+    state.chosen->Load();
     state.inForce = state.chosen;
-    state.module = LinkedModule();
-    HINSTANCE instance = reinterpret_cast<HINSTANCE>(kLinkedInstance);
-    if (state.inForce != nullptr) {
-        state.inForce->Load();
-        state.module = ModuleOf(*state.inForce);
-        instance = reinterpret_cast<HINSTANCE>(state.inForce->Base());
-    }
-    // Also with a DLL, so that nothing of an earlier machine is left.
+    // Also with another module, so that nothing of an earlier machine is left.
     ResetLinkedGlobals();
+    const DriverModule& module = TheDriverModule();
     const DriverCall call;
-    if (state.module.dllMain(instance, DLL_PROCESS_ATTACH, nullptr) == 0) {
+    if (module.dllMain(module.instance, DLL_PROCESS_ATTACH, nullptr) == 0) {
         throw std::runtime_error("the driver's DllMain refused to be loaded");
     }
 }
 
-DriverCall::DriverCall() {
-    if (!TheDriverModule().linked) {
-        saved_ = loader::ControlWord();
-        loader::SetControlWord(kRuntimeControlWord);
-    }
-}
+DriverCall::DriverCall() : saved_(TheDriverModule().BeforeCall()) {}
 
 DriverCall::~DriverCall() {
-    if (!TheDriverModule().linked) {
-        loader::SetControlWord(saved_);
-    }
+    TheDriverModule().AfterCall(saved_);
     if (const auto& hook = TheState().afterCall) {
         hook();
     }

@@ -1,12 +1,18 @@
 #pragma once
-// The driver that the host talks to: the library linked into this program, or a KORV32.dll mapped
-// into it. The rest of the host calls the driver only through here and through the tables that the
-// driver fills.
+// The driver that the host talks to: the library linked into this program, or another one behind
+// the same face (host/loader makes one of a KORV32.dll). The rest of the host calls the driver only
+// through here and through the tables that the driver fills. What it calls of the linked library
+// besides are three things that no module could give:
+// - the seam of the registers (chipbus.h), on whose other side the host stands;
+// - the visibility questions (host/d3d/visibility), which none of the driver's entries calls;
+// - the driver's list of contexts, which shows a context of the linked library to those who look
+//   into one. The last two are for the linked library alone and say so.
+#include "driver/core/chipbus.h"
 #include "driver/core/driverdata.h"
 
 #include <cstdint>
 #include <functional>
-#include <string>
+#include <memory>
 
 struct VideoPortEntries;
 
@@ -14,31 +20,65 @@ namespace host {
 
 inline constexpr uint32_t kExportOrdinals = 20; // DriverInit is ordinal 1
 
-struct DriverModule {
-    BOOL(KORV_STDCALL* dllMain)(HINSTANCE instance, DWORD reason, void* reserved);
-    DriverData*(KORV_STDCALL* driverInit)(uint32_t display);
-    void* exports[kExportOrdinals + 1]; // by ordinal, from 1; null where there is none
+// The heap of video memory as the 16-bit display driver brings it up and takes it down around each
+// mode set. The driver has these routines for that side and never calls them itself, neither in
+// DriverInit nor later; they work on the heap's records in DriverData and on the mini VDD's memory
+// alone.
+struct HeapEntries {
+    uint32_t (*initialise)(DriverData* heap);
+    void (*uninitialise)(DriverData* heap);
+};
+
+// Stands between the driver's accesses of one aperture and the bus, for as long as it lives.
+class ApertureWatch {
+  public:
+    virtual ~ApertureWatch() = default;
+};
+
+class DriverModule {
+  public:
+    virtual ~DriverModule() = default;
+
+    // All but `linked` and `heap` are filled in once the module is loaded.
+    HINSTANCE instance = nullptr;
+    BOOL(KORV_STDCALL* dllMain)(HINSTANCE instance, DWORD reason, void* reserved) = nullptr;
+    DriverData*(KORV_STDCALL* driverInit)(uint32_t display) = nullptr;
+    void* exports[kExportOrdinals + 1] = {}; // by ordinal, from 1; null where there is none
     // The video port entries, which no table of the driver holds: null with a DLL.
-    const VideoPortEntries* videoPort;
-    bool linked; // the library in this program
+    const VideoPortEntries* videoPort = nullptr;
+    // No export and no table holds these either, but they need not be the module's own: the 16-bit
+    // side has its copy of them. Here it is the linked library's, whatever module is in force.
+    HeapEntries heap;
+    bool linked = false; // the library in this program
+
+    // Puts the module in memory as it is before its first instruction runs, its globals too. Throws
+    // std::runtime_error.
+    virtual void Load() = 0;
+    // Called for each aperture that is given to the bus. Null for a driver that reaches the bus by
+    // calls.
+    virtual std::unique_ptr<ApertureWatch> WatchAperture(ChipRegisters* registers,
+                                                         const ChipBus& bus) const;
+    // Stand around each call into the driver. What the first one returns goes to the second.
+    virtual uint16_t BeforeCall() const { return 0; }
+    virtual void AfterCall(uint16_t) const {}
+
+  protected:
+    DriverModule();
 };
 
 // The driver in force. The linked library until told otherwise.
 const DriverModule& TheDriverModule();
 
-// Maps the DLL at `path`; it is the driver from the next PowerCycle() on. Throws std::runtime_error
-// with one line that names the file and what is wrong with it; the choice is then unchanged.
-void UseDriverDll(const std::string& path);
-// The linked library is the driver from the next PowerCycle() on.
+// `module` is the driver from the next PowerCycle() on.
+void UseDriver(std::shared_ptr<DriverModule> module);
+// The linked library is, from then on.
 void UseLinkedDriver();
 
 // Puts the driver chosen last in force, its globals as they are when the system has just loaded it,
 // and calls its DllMain. PowerCycle() does this; no display may exist.
 void LoadDriver();
 
-// Stands around every call into the driver. A DLL then runs with the x87 control word that the
-// Direct3D runtime sets: 24-bit precision, round to nearest, all exceptions masked. The linked
-// library does not use the x87 unit, and nothing is changed for it.
+// Stands around every call into the driver.
 class DriverCall {
   public:
     DriverCall();
@@ -47,7 +87,7 @@ class DriverCall {
     DriverCall& operator=(const DriverCall&) = delete;
 
   private:
-    uint16_t saved_ = 0;
+    const uint16_t saved_;
 };
 
 // Called after every call into the driver; null for none.

@@ -9,6 +9,7 @@
 #include "driver/core/registry.h"
 #include "driver/d3d/direct3d.h"
 #include "driver/heap/surface.h"
+#include "driver/platform/minivdd.h"
 #include "driver/services/context.h"
 
 DXGlobalsRecord DXGlobals;
@@ -24,7 +25,6 @@ void* GetpWin16Lock;
 
 namespace {
 
-constexpr uint32_t kGetDriverData = 4; // mini VDD request
 constexpr DWORD kSharedHeap = 0x04000000;
 constexpr DWORD kHeapInitialBytes = 2500;
 constexpr int32_t kDMABuffers = 10;
@@ -141,7 +141,8 @@ BOOL KORV_STDCALL DllMain(HINSTANCE instance, DWORD reason, void* /*reserved*/) 
 
 DriverData* KORV_STDCALL DriverInit(uint32_t display) {
     DriverData* driver = nullptr;
-    if (DoIOCTL(kGetDriverData, &display, sizeof(display), &driver, sizeof(driver), nullptr) == 0 ||
+    if (DoIOCTL(MiniVDDGetDriverData, &display, sizeof(display), &driver, sizeof(driver),
+                nullptr) == 0 ||
         driver == nullptr) {
         return nullptr;
     }

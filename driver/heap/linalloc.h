@@ -69,16 +69,6 @@ struct VideoHeap {
 };
 static_assert(offsetof(VideoHeap, FirstGroup) == 8 && sizeof(VideoHeap) == 8 + 0x12E0 + 32);
 
-// Request to the mini VDD's memory service, both directions.
-struct MemoryServiceRequest {
-    uint32_t Size;    // 20
-    uint32_t Command; // 1 allocate, 2 free
-    uint32_t Bytes;
-    uint32_t Handle;
-    uint32_t Linear; // 0 from the mini VDD: refused
-};
-static_assert(sizeof(MemoryServiceRequest) == 20);
-
 // HeapRequest.Flags.
 enum HeapRequestFlag : uint32_t {
     AllocateFromBottom = 0x001,

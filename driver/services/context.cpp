@@ -2,14 +2,12 @@
 
 #include "driver/core/dma.h"
 #include "driver/core/driverdata.h"
+#include "driver/platform/minivdd.h"
 
 namespace {
 
 // IntEnable bits of the queue: DMA done, and error (the kick).
 constexpr uint32_t kQueueInterrupts = 9;
-
-constexpr char kMiniVDD[] = "\\\\.\\glintmvd";
-constexpr uint32_t kAddContextBlock = 2;
 
 struct Slot {
     ContextBlock* block;
@@ -68,8 +66,9 @@ void EnableInterrupts(ChipRegisters* registers, uint32_t offset) {
 
 int32_t DoIOCTL(uint32_t code, void* in, uint32_t inSize, void* out, uint32_t outSize,
                 uint32_t* returnedBytes) {
-    const HANDLE device = CreateFileA(kMiniVDD, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                      nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE device =
+        CreateFileA(kMiniVDDName, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (device == INVALID_HANDLE_VALUE) {
         return 0;
     }
@@ -84,7 +83,7 @@ int32_t DoIOCTL(uint32_t code, void* in, uint32_t inSize, void* out, uint32_t ou
 
 int32_t AddContextMemory(ChipInfo* chip) {
     uint32_t returned;
-    return DoIOCTL(kAddContextBlock, &chip, sizeof(chip), &chip, sizeof(chip), &returned);
+    return DoIOCTL(MiniVDDAddContextBlock, &chip, sizeof(chip), &chip, sizeof(chip), &returned);
 }
 
 void ReadRegisters(DriverData* driver, const RegisterList* list, uint32_t* data) {

@@ -2,6 +2,7 @@
 
 #include "driver/core/chipinfo.h"
 #include "driver/core/tags.h"
+#include "host/display/known_device.h"
 
 #include <algorithm>
 #include <array>
@@ -69,18 +70,10 @@ void Zeros(ServiceClient& client, const uint32_t (&tags)[N]) {
     }
 }
 
-// The largest power of two that a partial product of this chip can be.
-uint32_t LargestProduct(const ServiceInfo& info, bool permedia) {
-    if (!permedia) {
-        return 2048;
-    }
-    return info.DeviceId == DevicePermedia || info.DeviceId == DevicePermediaSecond ? 512 : 1024;
-}
-
-// Low nine bits of FBReadMode.
-uint32_t ProductsOf(uint32_t pitch, uint32_t largest) {
+// Low nine bits of FBReadMode. The client's own arithmetic, as it knows nothing of the driver's.
+uint32_t ProductsOf(uint32_t pitch, const DeviceRow& device) {
     uint32_t products = 0, shift = 0, rest = pitch;
-    for (uint32_t power = largest; power >= 32; power /= 2) {
+    for (uint32_t power = 1u << device.pitchTop; power >= 32; power /= 2) {
         for (; rest >= power && shift < 9; shift += 3) {
             const auto code = static_cast<uint32_t>(std::countr_zero(power)) - 4;
             products |= code << shift;
@@ -142,17 +135,17 @@ ClientTarget TargetOf(const ServiceClient& client, Surface& surface) {
 
 ClientDrawing::ClientDrawing(ServiceClient& client, const ClientTarget& target)
     : client_(client), target_(target),
-      products_(ProductsOf(target.pitch, LargestProduct(client.Info(), client.IsPermedia()))) {}
+      products_(ProductsOf(target.pitch, KnownDevice(client.Info().DeviceId))) {}
 
 void ClientDrawing::State() {
-    const uint32_t device = client_.Info().DeviceId;
+    const DeviceRow& device = KnownDevice(client_.Info().DeviceId);
     Zeros(client_, kUnusedUnits);
     if (client_.IsPermedia()) {
         Zeros(client_, kUnusedPermediaUnits);
-    } else if (device != DeviceSX) {
+    } else if (device.textures) {
         Zeros(client_, kUnusedTextureUnits);
     }
-    if (device == DeviceMX) {
+    if (device.model == ChipModel::MX) {
         Zeros(client_, kUnusedMXUnits);
     }
     Words words;

@@ -1,5 +1,6 @@
 #include "host/ddraw/video_port.h"
 
+#include "host/ddraw/runtime.h"
 #include "host/driver_module.h"
 
 namespace host {
@@ -16,12 +17,6 @@ const VideoPortEntries& Entries() {
         throw ResultError("video port of a driver DLL", DDERR_UNSUPPORTED);
     }
     return *entries;
-}
-
-template <class Record>
-HalAnswer Call(DWORD(KORV_STDCALL* entry)(Record*), Record& data) {
-    const bool handled = CallDriver(entry, &data) == DDHAL_DRIVER_HANDLED;
-    return {handled, data.ddRVal};
 }
 
 } // namespace
@@ -58,7 +53,7 @@ HRESULT VideoPort::CanCreate(DirectDraw& directDraw, const DDVIDEOPORTDESC& desc
     data.lpDD = directDraw.Local();
     data.lpDDVideoPortDesc = &copy;
     data.CanCreateVideoPort = Entries().CanCreateVideoPort;
-    const HalAnswer answer = Call(data.CanCreateVideoPort, data);
+    const HalAnswer answer = CallHal(data.CanCreateVideoPort, data);
     return answer.handled ? answer.result : DDERR_UNSUPPORTED;
 }
 
@@ -72,13 +67,13 @@ VideoPort::VideoPort(DirectDraw& directDraw, const DDVIDEOPORTDESC& description)
     data.lpDDVideoPortDesc = &local_.ddvpDesc;
     data.CreateVideoPort = Entries().CreateVideoPort;
     // Handled or not, the driver may refuse.
-    Check("video port", Call(data.CreateVideoPort, data).result);
+    Check("video port", CallHal(data.CreateVideoPort, data).result);
 }
 
 VideoPort::~VideoPort() {
     auto data = DataOf<DDHAL_DESTROYVPORTDATA>();
     data.DestroyVideoPort = Entries().DestroyVideoPort;
-    Call(data.DestroyVideoPort, data);
+    CallHal(data.DestroyVideoPort, data);
 }
 
 template <class Record>
@@ -110,7 +105,7 @@ HalAnswer VideoPort::CallUpdate(uint32_t flags, const std::vector<Surface*>& buf
     data.dwFlags = flags;
     data.dwNumAutoflip = local_.dwNumAutoflip;
     data.UpdateVideoPort = Entries().UpdateVideoPort;
-    return Call(data.UpdateVideoPort, data);
+    return CallHal(data.UpdateVideoPort, data);
 }
 
 HalAnswer VideoPort::Start(const std::vector<Surface*>& buffers, const DDVIDEOPORTINFO& info) {
@@ -131,7 +126,7 @@ HalAnswer VideoPort::Flip() {
         data.lpSurfCurr = data.lpSurfTarg = local_.lpSurface->lpLcl;
     }
     data.FlipVideoPort = Entries().FlipVideoPort;
-    return Call(data.FlipVideoPort, data);
+    return CallHal(data.FlipVideoPort, data);
 }
 
 HalAnswer VideoPort::FlipStatus() {
@@ -139,7 +134,7 @@ HalAnswer VideoPort::FlipStatus() {
     data.lpDD = directDraw_.Local();
     data.fpSurface = local_.lpSurface != nullptr ? local_.lpSurface->lpLcl->lpGbl->fpVidMem : 0;
     data.GetVideoPortFlipStatus = Entries().GetVideoPortFlipStatus;
-    return Call(data.GetVideoPortFlipStatus, data);
+    return CallHal(data.GetVideoPortFlipStatus, data);
 }
 
 Surface* VideoPort::NextField() {
@@ -167,7 +162,7 @@ Surface* VideoPort::NextField() {
 HalAnswer VideoPort::SignalStatus(uint32_t* status) {
     auto data = DataOf<DDHAL_GETVPORTSIGNALDATA>();
     data.GetVideoSignalStatus = Entries().GetVideoSignalStatus;
-    const HalAnswer answer = Call(data.GetVideoSignalStatus, data);
+    const HalAnswer answer = CallHal(data.GetVideoSignalStatus, data);
     *status = data.dwStatus;
     return answer;
 }
@@ -175,7 +170,7 @@ HalAnswer VideoPort::SignalStatus(uint32_t* status) {
 HalAnswer VideoPort::Line(uint32_t* line) {
     auto data = DataOf<DDHAL_GETVPORTLINEDATA>();
     data.GetVideoPortLine = Entries().GetVideoPortLine;
-    const HalAnswer answer = Call(data.GetVideoPortLine, data);
+    const HalAnswer answer = CallHal(data.GetVideoPortLine, data);
     *line = data.dwLine;
     return answer;
 }
@@ -183,7 +178,7 @@ HalAnswer VideoPort::Line(uint32_t* line) {
 HalAnswer VideoPort::Field(bool* field) {
     auto data = DataOf<DDHAL_GETVPORTFIELDDATA>();
     data.GetVideoPortField = Entries().GetVideoPortField;
-    const HalAnswer answer = Call(data.GetVideoPortField, data);
+    const HalAnswer answer = CallHal(data.GetVideoPortField, data);
     *field = data.bField != 0;
     return answer;
 }
@@ -192,7 +187,7 @@ HalAnswer VideoPort::WaitForSync(uint32_t flags) {
     auto data = DataOf<DDHAL_WAITFORVPORTSYNCDATA>();
     data.dwFlags = flags;
     data.WaitForVideoPortSync = Entries().WaitForVideoPortSync;
-    return Call(data.WaitForVideoPortSync, data);
+    return CallHal(data.WaitForVideoPortSync, data);
 }
 
 HalAnswer VideoPort::Bandwidth() {
@@ -202,27 +197,27 @@ HalAnswer VideoPort::Bandwidth() {
     data.dwWidth = local_.ddvpDesc.dwFieldWidth;
     data.dwHeight = local_.ddvpDesc.dwFieldHeight;
     data.GetVideoPortBandwidth = Entries().GetVideoPortBandwidth;
-    return Call(data.GetVideoPortBandwidth, data);
+    return CallHal(data.GetVideoPortBandwidth, data);
 }
 
 std::vector<DDVIDEOPORTCONNECT> VideoPort::Connections(DirectDraw& directDraw) {
     DDHAL_GETVPORTCONNECTDATA data{};
     data.lpDD = directDraw.Local();
     data.GetVideoPortConnectInfo = Entries().GetVideoPortConnectInfo;
-    Check("video port connections", Call(data.GetVideoPortConnectInfo, data).result);
+    Check("video port connections", CallHal(data.GetVideoPortConnectInfo, data).result);
     std::vector<DDVIDEOPORTCONNECT> connections(data.dwNumEntries);
     data.lpConnect = connections.data();
-    Check("video port connections", Call(data.GetVideoPortConnectInfo, data).result);
+    Check("video port connections", CallHal(data.GetVideoPortConnectInfo, data).result);
     return connections;
 }
 
 std::vector<DDPIXELFORMAT> VideoPort::InputFormats() {
     auto data = DataOf<DDHAL_GETVPORTINPUTFORMATDATA>();
     data.GetVideoPortInputFormats = Entries().GetVideoPortInputFormats;
-    Check("video input formats", Call(data.GetVideoPortInputFormats, data).result);
+    Check("video input formats", CallHal(data.GetVideoPortInputFormats, data).result);
     std::vector<DDPIXELFORMAT> formats(data.dwNumFormats);
     data.lpddpfFormat = formats.data();
-    Check("video input formats", Call(data.GetVideoPortInputFormats, data).result);
+    Check("video input formats", CallHal(data.GetVideoPortInputFormats, data).result);
     return formats;
 }
 
@@ -231,10 +226,10 @@ std::vector<DDPIXELFORMAT> VideoPort::OutputFormats(const DDPIXELFORMAT& input) 
     DDPIXELFORMAT from = input;
     data.lpddpfInputFormat = &from;
     data.GetVideoPortOutputFormats = Entries().GetVideoPortOutputFormats;
-    Check("video output formats", Call(data.GetVideoPortOutputFormats, data).result);
+    Check("video output formats", CallHal(data.GetVideoPortOutputFormats, data).result);
     std::vector<DDPIXELFORMAT> formats(data.dwNumFormats);
     data.lpddpfOutputFormats = formats.data();
-    Check("video output formats", Call(data.GetVideoPortOutputFormats, data).result);
+    Check("video output formats", CallHal(data.GetVideoPortOutputFormats, data).result);
     return formats;
 }
 

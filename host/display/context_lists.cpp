@@ -1,9 +1,7 @@
 #include "host/display/context_lists.h"
 
 #include "chip/registers.h"
-
-#include <stdexcept>
-#include <string>
+#include "host/display/known_device.h"
 
 namespace host {
 
@@ -13,14 +11,6 @@ namespace {
 constexpr uint32_t kAlphaOfVertex = 8;
 constexpr uint32_t kVertexAlphas[] = {tag::V0Fixed + kAlphaOfVertex, tag::V1Fixed + kAlphaOfVertex,
                                       tag::V2Fixed + kAlphaOfVertex};
-
-const DeviceRow& KnownDevice(uint32_t deviceId) {
-    const DeviceRow* device = FindDevice(deviceId);
-    if (device == nullptr) {
-        throw std::invalid_argument("no board has device id " + std::to_string(deviceId));
-    }
-    return *device;
-}
 
 void Add(std::vector<uint16_t>& list, const DeviceRow& device, Use use, bool interpolants = false) {
     for (const Register& entry : kRegisters) {

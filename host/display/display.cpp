@@ -2,10 +2,9 @@
 
 #include "board/threaded_board.h"
 #include "driver/heap/surface.h"
-#include "driver/services/context.h"
-#include "host/display/context_lists.h"
+#include "host/display/context_table.h"
+#include "host/display/known_device.h"
 #include "host/driver_module.h"
-#include "host/loader/trap.h"
 #include "host/vdd/minivdd.h"
 #include "host/win32/clock.h"
 #include "host/win32/registry.h"
@@ -26,48 +25,19 @@ constexpr uint32_t kHeapAlignment = 256;
 // serves only the exported services from this much at the end.
 constexpr uint32_t kServiceHeapBytes = 256 * 1024;
 
-// Slots of the context table. Slots 0 to 3 hold register lists; a slot's number is the type.
-enum Slot : uint32_t { ListDriver, ListScreen, ListClient, ListDirect3D, ContextScreen, Context2D };
-constexpr uint16_t kNoType = 0xFFFF;
+// FBModeSel's depth by PixelSize, on boards of the Glint family.
+constexpr uint32_t kDepthOfMode[] = {2, 1, 0};
 
-// FBModeSel by depth code.
-constexpr uint32_t kModeSelect[] = {4, 2, 0, 0, 0};
-
-constexpr uint32_t kRetraceEnable = 0x10;
-
-bool IsGlintDevice(uint32_t deviceId) {
-    return deviceId == DeviceSX || deviceId == DeviceTX || deviceId == DeviceMX;
-}
-
-bool IsPermedia2Device(uint32_t deviceId) {
-    return deviceId == DevicePermedia2 || deviceId == DevicePermedia2Second;
-}
-
-board::Chip ChipOf(uint32_t deviceId) {
-    switch (deviceId) {
-    case DeviceSX:
-        return board::Chip::SX;
-    case DeviceTX:
-        return board::Chip::TX;
-    case DeviceMX:
-        return board::Chip::MX;
-    case DevicePermedia:
-    case DevicePermediaSecond:
-        return board::Chip::Permedia;
-    case DevicePermedia2:
-    case DevicePermedia2Second:
-        return board::Chip::Permedia2;
-    default:
-        throw std::invalid_argument("no board has device id " + std::to_string(deviceId));
-    }
-}
+static_assert(static_cast<int>(board::Chip::SX) == static_cast<int>(ChipModel::SX) &&
+              static_cast<int>(board::Chip::Permedia2) == static_cast<int>(ChipModel::Permedia2));
 
 board::Config BoardConfig(const DisplayConfig& config) {
     board::Config result;
-    result.chip = ChipOf(config.deviceId);
-    result.setupUnit = config.delta || result.chip == board::Chip::Permedia2;
+    const DeviceRow& device = KnownDevice(config.deviceId);
+    result.chip = static_cast<board::Chip>(device.model);
+    result.setupUnit = config.delta || device.setupUnit;
     result.frameBufferBytes = config.frameBufferBytes;
-    result.localBufferBytes = IsGlintDevice(config.deviceId) ? config.localBufferBytes : 0;
+    result.localBufferBytes = device.HasLocalBuffer() ? config.localBufferBytes : 0;
     result.refreshRate = config.refreshRate;
     result.timing = config.timing;
     return result;
@@ -79,7 +49,7 @@ std::string KeyPath(const DisplayConfig& config) {
 
 void CheckMode(const DisplayConfig& config) {
     if (config.bits != 8 && config.bits != 16 && config.bits != 32 &&
-        !(config.bits == 24 && IsPermedia2Device(config.deviceId))) {
+        !(config.bits == 24 && KnownDevice(config.deviceId).model == ChipModel::Permedia2)) {
         throw std::invalid_argument("no board has a mode of " + std::to_string(config.bits) +
                                     " bits per pixel here");
     }
@@ -140,9 +110,8 @@ ChipBus BusOf(board::Board& board) {
 } // namespace
 
 uint32_t ScreenPitchPixels(uint32_t deviceId, uint32_t width) {
-    const bool glint = IsGlintDevice(deviceId);
-    const uint32_t top = glint ? 11 : IsPermedia2Device(deviceId) ? 10 : 9;
-    const uint32_t slots = glint ? 4 : 3;
+    const DeviceRow& device = KnownDevice(deviceId);
+    const uint32_t top = device.pitchTop, slots = device.pitchSlots;
     uint32_t products[4] = {};
     uint32_t used = width >> top;
     if (used > slots) {
@@ -178,9 +147,7 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
     }
     aperture_ = std::make_unique<AlignedAperture>();
     AttachChipBus(Aperture(), bus);
-    if (!TheDriverModule().linked) {
-        trap_ = std::make_unique<loader::TrappedAperture>(Aperture(), bus);
-    }
+    watch_ = TheDriverModule().WatchAperture(Aperture(), bus);
 
     // Fields that nobody is said to fill hold nothing of use.
     driver_ = std::make_unique<Shared>();
@@ -201,15 +168,20 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
 
     FillChipInfo();
     FillMode();
-    InitialiseHeapManager(&data);
+    TheDriverModule().heap.initialise(&data);
 
     clock::Follow(this, [this] { return board_->Microseconds(); });
 
     DmaQueueHandler& handler = TheMiniVdd().Attach(config_.number, &data);
-    BuildContextTable();
+    driver_->chip.ContextBlocks = TheMiniVdd().NewContextBlock(&driver_->chip);
+    BuildContextTable(driver_->chip.ContextBlocks, config_.deviceId, config_.delta,
+                      [this](uint16_t offset) { return board_->Read(offset); });
+    // The 16-bit driver has drawn last.
+    driver_->chip.CurrentContext = ContextScreen;
     board_->SetInterruptHandler([&handler] { handler.Interrupt(); });
     if ((config_.chipFlags & VBlankByInterrupt) != 0) {
-        board_->Write(reg::IntEnable, board_->Read(reg::IntEnable) | kRetraceEnable);
+        board_->Write(reg::IntEnable,
+                      board_->Read(reg::IntEnable) | field::IntEnable_Retrace.Mask());
     }
 }
 
@@ -223,7 +195,7 @@ Display::~Display() {
 }
 
 bool Display::IsGlint() const {
-    return IsGlintDevice(config_.deviceId);
+    return KnownDevice(config_.deviceId).IsGlint();
 }
 
 bool Display::HasLinearHeap() const {
@@ -247,9 +219,9 @@ void Display::ChangeMode(uint32_t width, uint32_t height, uint32_t bits) {
     changed.bits = bits;
     CheckMode(changed);
     config_ = std::move(changed);
-    UnInitialiseHeapManager(&driver_->data);
+    TheDriverModule().heap.uninitialise(&driver_->data);
     FillMode();
-    InitialiseHeapManager(&driver_->data);
+    TheDriverModule().heap.initialise(&driver_->data);
     driver_->data.ModeChanged = 1;
 }
 
@@ -262,7 +234,7 @@ void Display::FillChipInfo() {
     chip.PrimaryDisplay = config_.primary ? 1 : 0;
     chip.DeviceId = config_.deviceId;
     chip.Revision = config_.revision;
-    chip.Family = IsGlint() ? FamilyGlint : FamilyPermedia;
+    chip.Family = KnownDevice(config_.deviceId).family;
     chip.DMAState = DMAIdle;
     chip.DMABufferSize = config_.dmaBufferBytes;
     chip.DMABufferCount = static_cast<uint16_t>(config_.dmaBufferCount);
@@ -309,8 +281,8 @@ void Display::FillMode() {
         base + (linear ? behindScreen : config_.frameBufferBytes - kServiceHeapBytes);
     data.Heap.HeapEnd = base + config_.frameBufferBytes - 1;
     if (IsGlint()) {
-        const uint32_t other = board_->Read(reg::FBModeSel) & ~6u;
-        board_->Write(reg::FBModeSel, other | kModeSelect[data.PixelSize]);
+        board_->Write(reg::FBModeSel, field::FBModeSel_Depth.Put(board_->Read(reg::FBModeSel),
+                                                                 kDepthOfMode[data.PixelSize]));
     }
 }
 
@@ -320,48 +292,6 @@ uint32_t Display::OffscreenBytes() const {
         HasLinearHeap() ? ScreenBytes()
                         : data.Heap.HeapStart - reinterpret_cast<uintptr_t>(data.FrameBufferBase);
     return end - ScreenBytes();
-}
-
-void Display::BuildContextTable() {
-    struct ChipInfo& chip = driver_->chip;
-    ContextBlock* block = TheMiniVdd().NewContextBlock(&chip);
-    chip.ContextBlocks = block;
-    const auto addSlot = [&](uint32_t bytes, uint16_t type) {
-        const uint32_t slot = block->SlotCount++;
-        ++block->UsedCount;
-        block->DataOffset[slot] = block->NextFree;
-        block->Size[slot] = static_cast<int16_t>(bytes);
-        block->Type[slot] = type;
-        block->NextFree = static_cast<uint16_t>(block->NextFree + bytes);
-        block->FreeBytes = static_cast<uint16_t>(block->FreeBytes - bytes);
-        return reinterpret_cast<uint8_t*>(block) + block->DataOffset[slot];
-    };
-    const auto addList = [&](const std::vector<uint16_t>& list) {
-        const auto count = static_cast<uint16_t>(list.size());
-        const uint32_t bytes = (2 + 2 * count + 3) & ~3u;
-        uint8_t* data = addSlot(bytes, kNoType);
-        std::memcpy(data, &count, 2);
-        std::memcpy(data + 2, list.data(), 2 * count);
-    };
-    const auto addContext = [&](const std::vector<uint16_t>& list, uint16_t type) {
-        uint8_t* data = addSlot(static_cast<uint32_t>(list.size() * 4), type);
-        for (size_t i = 0; i < list.size(); ++i) {
-            const uint32_t value = board_->Read(list[i]);
-            std::memcpy(data + 4 * i, &value, 4);
-        }
-    };
-    const std::vector<uint16_t> all = StateRegisters(config_.deviceId, config_.delta);
-    const std::vector<uint16_t> screen = ScreenRegisters(config_.deviceId, config_.delta);
-    addList(all);
-    addList(screen);
-    addList(all);
-    addList(all);
-    addContext(screen, ListScreen);
-    addContext(all, ListDriver);
-    static_assert(ListClient == kContextTypeClient && ListDirect3D == kContextTypeDirect3D &&
-                  Context2D == kContext2D);
-    // The 16-bit driver has drawn last.
-    chip.CurrentContext = ContextScreen;
 }
 
 } // namespace host

@@ -13,9 +13,7 @@
 
 namespace host {
 
-namespace loader {
-class TrappedAperture;
-}
+class ApertureWatch;
 
 struct DisplayConfig {
     uint32_t deviceId = DevicePermedia2; // a ChipDevice number
@@ -95,18 +93,21 @@ class Display {
 
     void FillChipInfo();
     void FillMode();
-    void BuildContextTable();
 
     DisplayConfig config_;
     std::unique_ptr<Shared> driver_;
     std::unique_ptr<board::Board> board_;
     std::unique_ptr<AlignedAperture> aperture_;
-    std::unique_ptr<loader::TrappedAperture> trap_; // for a driver DLL
+    std::unique_ptr<ApertureWatch> watch_; // the driver module's
     uint32_t pitch_ = 0;
     std::vector<std::unique_ptr<uint8_t[]>> dmaBuffers_;
 };
 
-// Pitch in pixels that partial products can give for a screen `width` pixels wide on this chip.
+// Pitch in pixels that partial products can give for a screen `width` pixels wide on this chip; 0
+// if they give none. This is the 16-bit driver's own reckoning. The driver encodes a width as
+// products by itself (driver/heap/surface_pitch), and the board decodes them (PitchFromProducts): a
+// picture is straight where all three agree. Throws std::invalid_argument for an id that no board
+// has.
 uint32_t ScreenPitchPixels(uint32_t deviceId, uint32_t width);
 
 } // namespace host

@@ -1,10 +1,11 @@
 #pragma once
 // An aperture that code reaches by plain loads and stores: each access traps and goes to the bus.
 #include "driver/core/chipbus.h"
+#include "host/driver_module.h"
 
 namespace host::loader {
 
-class TrappedAperture {
+class TrappedAperture : public ApertureWatch {
   public:
     // Takes all access rights from the pages of `registers`, which begin and end on page bounds,
     // and hands each access to `bus`, in order: stores in the FIFO window as one word each, all
@@ -14,7 +15,7 @@ class TrappedAperture {
     // bits, an access across words, an instruction with two operands in apertures that is no movs.
     TrappedAperture(ChipRegisters* registers, const ChipBus& bus);
     // Gives the rights back.
-    ~TrappedAperture();
+    ~TrappedAperture() override;
     TrappedAperture(const TrappedAperture&) = delete;
     TrappedAperture& operator=(const TrappedAperture&) = delete;
 

@@ -6,11 +6,9 @@ namespace host {
 
 namespace {
 
-// Bits of IntFlags.
-constexpr uint32_t kDmaInterrupt = 0x01, kErrorInterrupt = 0x08, kRetraceInterrupt = 0x10,
-                   kVideoInterrupt = 0x200;
 // What this handler answers for. The end of a field of video has no other meaning here.
-constexpr uint32_t kAnswered = kDmaInterrupt | kErrorInterrupt | kVideoInterrupt;
+constexpr uint32_t kAnswered =
+    field::IntFlags_DMA.Mask() | field::IntFlags_Error.Mask() | field::IntFlags_Video.Mask();
 
 uint32_t Load(const volatile uint32_t& word) {
     return __atomic_load_n(&word, __ATOMIC_SEQ_CST);
@@ -52,8 +50,8 @@ void DmaQueueHandler::Service() {
 
 void DmaQueueHandler::NoteBlank(uint32_t flags) {
     // Without VBlankByInterrupt the retrace flag is the driver's, to read and to clear.
-    if ((flags & kRetraceInterrupt) != 0 && (Load(chip_->Flags) & VBlankByInterrupt) != 0) {
-        WriteChip(registers_, reg::IntFlags, kRetraceInterrupt);
+    if (field::IntFlags_Retrace.Get(flags) != 0 && (Load(chip_->Flags) & VBlankByInterrupt) != 0) {
+        WriteChip(registers_, reg::IntFlags, field::IntFlags_Retrace.Mask());
         __atomic_fetch_or(&chip_->Flags, VBlankSeen, __ATOMIC_SEQ_CST);
         ++blanks_;
     }

@@ -7,7 +7,6 @@ namespace host {
 
 namespace {
 
-constexpr uint32_t kAllocate = 1, kFree = 2;
 // What fresh memory of the service holds: nobody may count on zeros.
 constexpr int kStaleByte = 0xA5;
 
@@ -16,14 +15,14 @@ constexpr int kStaleByte = 0xA5;
 DmaQueueHandler& MiniVdd::Attach(uint32_t number, DriverData* driver) {
     displays_.push_back(std::make_unique<AttachedDisplay>(
         number, driver, std::make_unique<DmaQueueHandler>(driver->ChipInfo, driver->RegisterBase)));
-    RegisterDevice(kMiniVddName, this);
+    RegisterDevice(kMiniVDDName, this);
     return *displays_.back()->queue;
 }
 
 void MiniVdd::Detach(DriverData* driver) {
     std::erase_if(displays_, [&](const auto& display) { return display->driver == driver; });
-    if (displays_.empty() && FindDevice(kMiniVddName) == this) {
-        UnregisterDevice(kMiniVddName);
+    if (displays_.empty() && FindDevice(kMiniVDDName) == this) {
+        UnregisterDevice(kMiniVDDName);
     }
 }
 
@@ -80,7 +79,7 @@ void MiniVdd::RefuseContextBlocks(uint32_t count) {
 bool MiniVdd::Control(uint32_t code, const void* in, uint32_t inBytes, void* out, uint32_t outBytes,
                       uint32_t* returned) {
     switch (code) {
-    case kVddGetDriverData: {
+    case MiniVDDGetDriverData: {
         uint32_t number, address = 0;
         if (inBytes < sizeof(number) || outBytes < sizeof(address)) {
             return false;
@@ -95,7 +94,7 @@ bool MiniVdd::Control(uint32_t code, const void* in, uint32_t inBytes, void* out
         *returned = sizeof(address);
         return true;
     }
-    case kVddAddContextBlock: {
+    case MiniVDDAddContextBlock: {
         uint32_t address;
         if (inBytes < sizeof(address) || outBytes < sizeof(address)) {
             return false;
@@ -108,7 +107,7 @@ bool MiniVdd::Control(uint32_t code, const void* in, uint32_t inBytes, void* out
         *returned = sizeof(address);
         return true;
     }
-    case kVddMemoryService: {
+    case MiniVDDMemoryService: {
         MemoryServiceRequest request;
         if (inBytes < sizeof(request) || outBytes < sizeof(request)) {
             return false;
@@ -145,7 +144,7 @@ bool MiniVdd::AddContextBlock(ChipInfo* chip) {
 }
 
 void MiniVdd::ServeMemory(MemoryServiceRequest& request) {
-    if (request.Command == kFree) {
+    if (request.Command == MemoryServiceFree) {
         const auto it = blocks_.find(request.Handle);
         if (it != blocks_.end() &&
             reinterpret_cast<uintptr_t>(it->second.memory.get()) == request.Linear) {
@@ -157,7 +156,7 @@ void MiniVdd::ServeMemory(MemoryServiceRequest& request) {
     }
     request.Handle = 0;
     request.Linear = 0;
-    if (request.Command != kAllocate || request.Bytes == 0) {
+    if (request.Command != MemoryServiceAllocate || request.Bytes == 0) {
         return;
     }
     if (refuseSkip_ != 0) {

@@ -2,7 +2,7 @@
 // The mini VDD: the device that hands out displays and memory, and the interrupt handler that
 // drains the DMA queue in ChipInfo.
 #include "driver/core/driverdata.h"
-#include "driver/heap/linalloc.h"
+#include "driver/platform/minivdd.h"
 #include "driver/services/context.h"
 #include "host/vdd/dma_queue.h"
 #include "host/win32/device.h"
@@ -14,11 +14,6 @@
 #include <vector>
 
 namespace host {
-
-inline constexpr char kMiniVddName[] = "\\\\.\\glintmvd";
-
-// Control codes.
-inline constexpr uint32_t kVddAddContextBlock = 2, kVddMemoryService = 3, kVddGetDriverData = 4;
 
 class MiniVdd : public Device {
   public:

@@ -81,15 +81,6 @@ std::string Registry::Text(const std::string& path, const std::string& name) con
     return {value->bytes.begin(), std::find(value->bytes.begin(), value->bytes.end(), 0)};
 }
 
-uint32_t Registry::Queries(const std::string& name) const {
-    const auto it = queries_.find(FoldCase(name));
-    return it != queries_.end() ? it->second : 0;
-}
-
-void Registry::NoteQuery(const std::string& name) {
-    ++queries_[FoldCase(name)];
-}
-
 Registry& TheRegistry() {
     static Registry registry;
     return registry;
@@ -111,7 +102,6 @@ extern "C" LONG KORV_STDCALL RegOpenKeyExA(HKEY key, const char* path, DWORD, DW
 
 extern "C" LONG KORV_STDCALL RegQueryValueExA(HKEY key, const char* name, DWORD*, DWORD* type,
                                               BYTE* data, DWORD* bytes) {
-    TheRegistry().NoteQuery(name);
     const Registry::Key* values = KeyOf(key);
     if (values == nullptr) {
         return kErrorInvalidHandle;

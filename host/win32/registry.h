@@ -40,18 +40,14 @@ class Registry {
     // A REG_SZ value up to its first zero byte; empty if there is none.
     std::string Text(const std::string& path, const std::string& name) const;
 
-    // How often a value by this name has been asked for, found or not.
-    uint32_t Queries(const std::string& name) const;
     // Access mask of the last key that was opened.
     uint32_t LastAccess() const { return lastAccess_; }
 
-    // For the entries of ADVAPI32.
-    void NoteQuery(const std::string& name);
+    // For RegOpenKeyExA.
     void NoteOpen(uint32_t access) { lastAccess_ = access; }
 
   private:
     std::map<std::string, Key> keys_;
-    std::map<std::string, uint32_t> queries_;
     uint32_t lastAccess_ = 0;
 };
 

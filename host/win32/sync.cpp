@@ -1,27 +1,23 @@
 #include "host/win32/sync.h"
 
 #include "host/win32/handles.h"
-#include "host/win32/shared_object.h"
-#include "host/win32/shared_semaphore.h"
+#include "host/win32/named_objects.h"
 
 #include <algorithm>
 #include <map>
 #include <mutex>
-#include <new>
 
 namespace host {
 
 namespace {
-
-using Kind = SharedObject::Kind;
 
 // How often a wait without limit looks whether anybody is left who could end it.
 constexpr DWORD kMakerCheck = 50; // milliseconds
 
 struct State {
     std::mutex mutex;
-    std::map<std::string, std::shared_ptr<SharedObject>> made; // by this process
-    std::multimap<const void*, std::shared_ptr<SharedObject>> views;
+    std::map<std::string, std::shared_ptr<NamedObject>> made; // by this process
+    std::multimap<const void*, std::shared_ptr<MappingObject>> views;
     std::vector<std::string> closed;
     SemaphoreHooks hooks;
 
@@ -39,37 +35,37 @@ State& TheState() {
     return state;
 }
 
-// What handles of these objects name. Names, unlike file names, distinguish case.
+// What handles of these objects name.
 struct Named : handles::Object {
-    explicit Named(std::shared_ptr<SharedObject> o) : object(std::move(o)) {}
     void HandleClosed() override {
         State& state = TheState();
         std::lock_guard lock(state.mutex);
-        state.closed.push_back(object->Name());
+        state.closed.push_back(Object().Name());
     }
-    const std::shared_ptr<SharedObject> object;
+    virtual const NamedObject& Object() const = 0;
 };
 
-SharedSemaphore& SemaphoreOf(SharedObject& object) {
-    return *reinterpret_cast<SharedSemaphore*>(object.Memory());
+template <class Kind>
+struct HandleOf : Named {
+    explicit HandleOf(std::shared_ptr<Kind> o) : object(std::move(o)) {}
+    const NamedObject& Object() const override { return *object; }
+    const std::shared_ptr<Kind> object;
+};
+using Semaphore = HandleOf<SemaphoreObject>;
+using Mapping = HandleOf<MappingObject>;
+
+// A new handle; null for no object.
+template <class Kind>
+HANDLE Handle(std::shared_ptr<Kind> object) {
+    return object != nullptr ? handles::Open(std::make_shared<HandleOf<Kind>>(std::move(object)))
+                             : nullptr;
 }
 
-struct Semaphore : Named {
-    using Named::Named;
-    SharedSemaphore& Words() const { return SemaphoreOf(*object); }
-};
-
-struct Mapping : Named {
-    using Named::Named;
-};
-
-// Keeps what this process has made; its memory.
-uint8_t* Keep(std::shared_ptr<SharedObject> object) {
+// Keeps what this process has made.
+void Keep(std::shared_ptr<NamedObject> object) {
     State& state = TheState();
     std::lock_guard lock(state.mutex);
-    uint8_t* memory = object->Memory();
     state.made[object->Name()] = std::move(object);
-    return memory;
 }
 
 void Tell(const std::function<void(const std::string&)>& hook, const std::string& name) {
@@ -78,17 +74,16 @@ void Tell(const std::function<void(const std::string&)>& hook, const std::string
     }
 }
 
-DWORD WaitFor(const Semaphore& semaphore, DWORD milliseconds) {
-    const std::string& name = semaphore.object->Name();
-    if (semaphore.Words().count == 0) {
-        Tell(TheState().hooks.idle, name);
+DWORD WaitFor(SemaphoreObject& semaphore, DWORD milliseconds) {
+    if (semaphore.Count() == 0) {
+        Tell(TheState().hooks.idle, semaphore.Name());
     }
     if (milliseconds != INFINITE) {
-        return semaphore.Words().Wait(milliseconds) ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
+        return semaphore.Wait(milliseconds) ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
     }
-    while (!semaphore.Words().Wait(kMakerCheck)) {
-        if (!semaphore.object->MakerRuns()) {
-            Tell(TheState().hooks.makerLost, name);
+    while (!semaphore.Wait(kMakerCheck)) {
+        if (!semaphore.MakerRuns()) {
+            Tell(TheState().hooks.makerLost, semaphore.Name());
             return WAIT_FAILED;
         }
     }
@@ -98,24 +93,22 @@ DWORD WaitFor(const Semaphore& semaphore, DWORD milliseconds) {
 } // namespace
 
 void CreateNamedSemaphore(const std::string& name, int32_t count, int32_t maximum) {
-    Keep(SharedObject::Create(name, Kind::Semaphore, sizeof(SharedSemaphore), [&](uint8_t* memory) {
-        new (memory) SharedSemaphore{count, maximum};
-    }));
+    Keep(TheNamedObjects().CreateSemaphore(name, count, maximum));
 }
 
 int32_t SemaphoreCount(const std::string& name) {
-    const auto object = SharedObject::Open(name, Kind::Semaphore);
-    return object != nullptr ? SemaphoreOf(*object).count.load() : -1;
+    const auto semaphore = TheNamedObjects().OpenSemaphore(name);
+    return semaphore != nullptr ? semaphore->Count() : -1;
 }
 
 bool SignalSemaphore(const std::string& name) {
-    const auto object = SharedObject::Open(name, Kind::Semaphore);
-    return object != nullptr && SemaphoreOf(*object).Release(1, nullptr);
+    const auto semaphore = TheNamedObjects().OpenSemaphore(name);
+    return semaphore != nullptr && semaphore->Release(1, nullptr);
 }
 
 bool AwaitSemaphore(const std::string& name, DWORD milliseconds) {
-    const auto object = SharedObject::Open(name, Kind::Semaphore);
-    return object != nullptr && SemaphoreOf(*object).Wait(milliseconds);
+    const auto semaphore = TheNamedObjects().OpenSemaphore(name);
+    return semaphore != nullptr && semaphore->Wait(milliseconds);
 }
 
 void SetSemaphoreHooks(SemaphoreHooks hooks) {
@@ -123,16 +116,19 @@ void SetSemaphoreHooks(SemaphoreHooks hooks) {
 }
 
 void* CreateNamedMapping(const std::string& name, size_t bytes) {
-    return Keep(SharedObject::Create(name, Kind::Mapping, bytes));
+    auto mapping = TheNamedObjects().CreateMapping(name, bytes);
+    void* memory = mapping->Memory();
+    Keep(std::move(mapping));
+    return memory;
 }
 
 std::shared_ptr<void> NamedMapping(const std::string& name) {
-    auto object = SharedObject::Open(name, Kind::Mapping);
-    if (object == nullptr) {
+    auto mapping = TheNamedObjects().OpenMapping(name);
+    if (mapping == nullptr) {
         return nullptr;
     }
-    void* memory = object->Memory();
-    return {std::move(object), memory};
+    void* memory = mapping->Memory();
+    return {std::move(mapping), memory};
 }
 
 void RemoveNamedObject(const std::string& name) {
@@ -176,14 +172,12 @@ void ResetSync() {
 using namespace host;
 
 extern "C" HANDLE KORV_STDCALL OpenSemaphoreA(DWORD, BOOL, const char* name) {
-    auto object = SharedObject::Open(name, Kind::Semaphore);
-    return object != nullptr ? handles::Open(std::make_shared<Semaphore>(std::move(object)))
-                             : nullptr;
+    return Handle(TheNamedObjects().OpenSemaphore(name));
 }
 
 extern "C" DWORD KORV_STDCALL WaitForSingleObject(HANDLE object, DWORD milliseconds) {
     const auto semaphore = handles::FindAs<Semaphore>(object);
-    return semaphore != nullptr ? WaitFor(*semaphore, milliseconds) : WAIT_FAILED;
+    return semaphore != nullptr ? WaitFor(*semaphore->object, milliseconds) : WAIT_FAILED;
 }
 
 extern "C" BOOL KORV_STDCALL ReleaseSemaphore(HANDLE object, LONG count, LONG* previous) {
@@ -192,13 +186,11 @@ extern "C" BOOL KORV_STDCALL ReleaseSemaphore(HANDLE object, LONG count, LONG* p
         return 0;
     }
     Tell(TheState().hooks.release, semaphore->object->Name());
-    return semaphore->Words().Release(count, previous) ? 1 : 0;
+    return semaphore->object->Release(count, previous) ? 1 : 0;
 }
 
 extern "C" HANDLE KORV_STDCALL OpenFileMappingA(DWORD, BOOL, const char* name) {
-    auto object = SharedObject::Open(name, Kind::Mapping);
-    return object != nullptr ? handles::Open(std::make_shared<Mapping>(std::move(object)))
-                             : nullptr;
+    return Handle(TheNamedObjects().OpenMapping(name));
 }
 
 extern "C" void* KORV_STDCALL MapViewOfFile(HANDLE object, DWORD, DWORD offsetHigh, DWORD offsetLow,

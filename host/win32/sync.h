@@ -1,6 +1,7 @@
 #pragma once
-// Named semaphores and file mappings. They are the session's: what one process makes, every other
-// one of the session can open for as long as its maker runs.
+// Named semaphores and file mappings, in the form that is in force (named_objects.h): those of this
+// process, or of a session, where what one process makes every other one can open for as long as
+// its maker runs.
 #include "driver/platform/win32.h"
 
 #include <cstddef>
@@ -32,7 +33,7 @@ void SetSemaphoreHooks(SemaphoreHooks hooks);
 
 // Makes a named mapping of zero bytes; the address of its memory. As CreateNamedSemaphore.
 void* CreateNamedMapping(const std::string& name, size_t bytes);
-// The memory of a mapping of the session, for as long as the result lives; null if there is none.
+// The memory of a mapping, for as long as the result lives; null if there is none.
 std::shared_ptr<void> NamedMapping(const std::string& name);
 void RemoveNamedObject(const std::string& name);
 // Views that are mapped now.

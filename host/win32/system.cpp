@@ -21,8 +21,6 @@ struct State {
     uint32_t processorType = PROCESSOR_INTEL_PENTIUM;
     uint32_t processorCount = 1;
     uint32_t disabledCalls = 0;
-    HMODULE lastDisabled = nullptr;
-    uint32_t moduleQueries = 0;
     SystemImage image;
     Win16LockState lock;
     bool lockPresent = true;
@@ -99,17 +97,9 @@ uint32_t ThreadLibraryCallsDisabled() {
     return TheState().disabledCalls;
 }
 
-HMODULE LastModuleDisabled() {
-    return TheState().lastDisabled;
-}
-
 void SetSystemImage(const SystemImage& image) {
     TheState().image = image;
     LayImage();
-}
-
-uint32_t ModuleQueries() {
-    return TheState().moduleQueries;
 }
 
 const Win16LockState& Win16Lock() {
@@ -143,7 +133,6 @@ extern "C" void KORV_STDCALL GetSystemInfo(SYSTEM_INFO* info) {
 }
 
 extern "C" HMODULE KORV_STDCALL GetModuleHandleA(const char* name) {
-    ++TheState().moduleQueries;
     const std::string folded = FoldCase(name != nullptr ? name : "");
     if (!TheState().image.present || (folded != "kernel32" && folded != "kernel32.dll")) {
         return nullptr;
@@ -154,9 +143,8 @@ extern "C" HMODULE KORV_STDCALL GetModuleHandleA(const char* name) {
     return reinterpret_cast<HMODULE>(systemImage);
 }
 
-extern "C" BOOL KORV_STDCALL DisableThreadLibraryCalls(HMODULE module) {
+extern "C" BOOL KORV_STDCALL DisableThreadLibraryCalls(HMODULE) {
     ++TheState().disabledCalls;
-    TheState().lastDisabled = module;
     return 1;
 }
 

@@ -9,9 +9,8 @@ namespace host {
 // What GetSystemInfo tells.
 void SetProcessor(uint32_t type, uint32_t count);
 
-// How often DisableThreadLibraryCalls was called, and for which module last.
+// How often DisableThreadLibraryCalls was called.
 uint32_t ThreadLibraryCallsDisabled();
-HMODULE LastModuleDisabled();
 
 // The image that GetModuleHandleA("KERNEL32") gives.
 struct SystemImage {
@@ -22,8 +21,6 @@ struct SystemImage {
 };
 // Lays the image out anew. The address stays the same.
 void SetSystemImage(const SystemImage& image);
-// Calls of GetModuleHandleA so far.
-uint32_t ModuleQueries();
 
 // The lock behind ordinals 93, 97 and 98.
 struct Win16LockState {

@@ -16,9 +16,6 @@
 
 namespace {
 
-using host::kVddAddContextBlock;
-using host::kVddGetDriverData;
-using host::kVddMemoryService;
 using host::TheMiniVdd;
 
 // A chip with a DMA engine that finishes when the test says so.
@@ -118,43 +115,43 @@ class MiniVddTest : public ::testing::Test {
 
 TEST_F(MiniVddTest, ADisplayIsFoundByItsNumber) {
     uint32_t number = 3, address = 0;
-    EXPECT_TRUE(Ask(kVddGetDriverData, &number, 4, &address, 4));
+    EXPECT_TRUE(Ask(MiniVDDGetDriverData, &number, 4, &address, 4));
     EXPECT_EQ(address, reinterpret_cast<uintptr_t>(&data));
     number = 4;
-    EXPECT_TRUE(Ask(kVddGetDriverData, &number, 4, &address, 4));
+    EXPECT_TRUE(Ask(MiniVDDGetDriverData, &number, 4, &address, 4));
     EXPECT_EQ(address, 0u);
 }
 
 TEST_F(MiniVddTest, TheDeviceGoesWithItsLastDisplay) {
     TheMiniVdd().Detach(&data);
     uint32_t number = 3, address = 0;
-    EXPECT_FALSE(Ask(kVddGetDriverData, &number, 4, &address, 4));
+    EXPECT_FALSE(Ask(MiniVDDGetDriverData, &number, 4, &address, 4));
 }
 
 TEST_F(MiniVddTest, ContextBlocksAreAddedAtTheEndOfTheChain) {
     uint32_t address = reinterpret_cast<uintptr_t>(&chip);
-    EXPECT_TRUE(Ask(kVddAddContextBlock, &address, 4, &address, 4));
+    EXPECT_TRUE(Ask(MiniVDDAddContextBlock, &address, 4, &address, 4));
     ContextBlock* first = chip.ContextBlocks;
     ASSERT_NE(first, nullptr);
     EXPECT_EQ(first->SlotCount, 0);
     EXPECT_GE(first->NextFree, sizeof(ContextBlock));
     EXPECT_EQ(first->NextFree + first->FreeBytes, int{host::MiniVdd::kContextBlockBytes});
-    EXPECT_TRUE(Ask(kVddAddContextBlock, &address, 4, &address, 4));
+    EXPECT_TRUE(Ask(MiniVDDAddContextBlock, &address, 4, &address, 4));
     EXPECT_EQ(chip.ContextBlocks, first);
     ASSERT_NE(first->NextBlock, nullptr);
     EXPECT_EQ(first->NextBlock->NextBlock, nullptr);
 
     TheMiniVdd().RefuseContextBlocks();
-    EXPECT_FALSE(Ask(kVddAddContextBlock, &address, 4, &address, 4));
+    EXPECT_FALSE(Ask(MiniVDDAddContextBlock, &address, 4, &address, 4));
     EXPECT_EQ(first->NextBlock->NextBlock, nullptr);
     EXPECT_EQ(TheMiniVdd().ContextBlockRequests(), 3u);
     address += 4;
-    EXPECT_FALSE(Ask(kVddAddContextBlock, &address, 4, &address, 4));
+    EXPECT_FALSE(Ask(MiniVDDAddContextBlock, &address, 4, &address, 4));
 }
 
 TEST_F(MiniVddTest, MemoryIsGivenTakenBackAndRefused) {
     MemoryServiceRequest request{20, 1, 0x12E0, 0, 0};
-    EXPECT_TRUE(Ask(kVddMemoryService, &request, 20, &request, 20));
+    EXPECT_TRUE(Ask(MiniVDDMemoryService, &request, 20, &request, 20));
     EXPECT_NE(request.Handle, 0u);
     EXPECT_NE(request.Linear, 0u);
     EXPECT_NE(*reinterpret_cast<uint32_t*>(request.Linear), 0u) << "memory comes unclean";
@@ -163,18 +160,18 @@ TEST_F(MiniVddTest, MemoryIsGivenTakenBackAndRefused) {
 
     TheMiniVdd().RefuseMemory();
     MemoryServiceRequest refused{20, 1, 16, 0, 0};
-    EXPECT_TRUE(Ask(kVddMemoryService, &refused, 20, &refused, 20));
+    EXPECT_TRUE(Ask(MiniVDDMemoryService, &refused, 20, &refused, 20));
     EXPECT_EQ(refused.Linear, 0u);
 
     MemoryServiceRequest wrong{20, 2, 0, request.Handle, request.Linear + 4};
-    EXPECT_TRUE(Ask(kVddMemoryService, &wrong, 20, &wrong, 20));
+    EXPECT_TRUE(Ask(MiniVDDMemoryService, &wrong, 20, &wrong, 20));
     EXPECT_EQ(TheMiniVdd().BadFrees(), 1u);
     MemoryServiceRequest free{20, 2, 0, request.Handle, request.Linear};
-    EXPECT_TRUE(Ask(kVddMemoryService, &free, 20, &free, 20));
+    EXPECT_TRUE(Ask(MiniVDDMemoryService, &free, 20, &free, 20));
     EXPECT_EQ(TheMiniVdd().LiveBlocks(), 0u);
 
     MemoryServiceRequest misfit{16, 1, 16, 0, 0};
-    EXPECT_FALSE(Ask(kVddMemoryService, &misfit, 20, &misfit, 20));
+    EXPECT_FALSE(Ask(MiniVDDMemoryService, &misfit, 20, &misfit, 20));
     EXPECT_FALSE(Ask(99, &misfit, 20, &misfit, 20));
 }
 

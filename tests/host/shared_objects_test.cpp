@@ -1,6 +1,7 @@
 // Named objects between two processes.
-#include "host/win32/process_mark.h"
-#include "host/win32/shared_object.h"
+#include "host/win32/shared/process_mark.h"
+#include "host/win32/shared/shared_object.h"
+#include "host/win32/shared/shared_objects.h"
 #include "host/win32/sync.h"
 #include "host/win32/win32.h"
 
@@ -55,12 +56,14 @@ class Process {
 class SharedObjects : public testing::Test {
   protected:
     SharedObjects() {
+        host::UseNamedObjects(host::SharedObjects());
         host::SetSession("test-" + std::to_string(getpid()));
         host::ResetWin32();
     }
     ~SharedObjects() override {
         host::ResetWin32();
         host::SetSession("");
+        host::UseNamedObjects(host::InProcessObjects());
     }
 
     // A process that has made `name` and stands still.

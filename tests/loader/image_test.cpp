@@ -1,6 +1,7 @@
 // What the loader says of files that it cannot use, and where it puts those that it can.
 #include "host/display/machine.h"
 #include "host/driver_module.h"
+#include "host/loader/dll_module.h"
 #include "host/loader/image.h"
 #include "host/loader/imports.h"
 #include "tests/loader/machine.h"
@@ -68,7 +69,7 @@ class ImageTest : public testing::Test {
     void ExpectRefusal(const std::string& reason) {
         const std::string path = Path();
         EXPECT_THAT(
-            [&] { host::UseDriverDll(path); },
+            [&] { host::loader::UseDriverDll(path); },
             ThrowsMessage<std::runtime_error>(
                 AllOf(StartsWith(path + ": "), HasSubstr(reason), testing::Not(HasSubstr("\n")))));
     }
@@ -80,7 +81,7 @@ class ImageTest : public testing::Test {
 };
 
 TEST_F(ImageTest, AMissingFileIsTold) {
-    EXPECT_THAT([] { host::UseDriverDll("/nowhere/KORV32.dll"); },
+    EXPECT_THAT([] { host::loader::UseDriverDll("/nowhere/KORV32.dll"); },
                 ThrowsMessage<std::runtime_error>("/nowhere/KORV32.dll: cannot be opened"));
 }
 
@@ -106,7 +107,7 @@ TEST_F(ImageTest, EveryFileThatWasCutShortIsRefused) {
     const std::string whole = bytes;
     for (size_t length = 0; length < whole.size() - 0x200; length += 1021) {
         bytes = whole.substr(0, length);
-        EXPECT_THROW(host::UseDriverDll(Path()), std::runtime_error) << length;
+        EXPECT_THROW(host::loader::UseDriverDll(Path()), std::runtime_error) << length;
     }
 }
 
@@ -158,7 +159,7 @@ TEST_F(ImageTest, AnExportThatIsAnotherLibrarysIsRefused) {
 TEST_F(ImageTest, ADllMainThatReturnsZeroIsTold) {
     const std::string refuses("\x31\xC0\xC2\x0C\x00", 5); // xor %eax,%eax; ret $12
     bytes.replace(InFile(Word(Header() + 24 + 16)), refuses.size(), refuses);
-    host::UseDriverDll(Path());
+    host::loader::UseDriverDll(Path());
     EXPECT_THAT([] { host::PowerCycle(); },
                 ThrowsMessage<std::runtime_error>("the driver's DllMain refused to be loaded"));
     EXPECT_EQ(host::loader::ControlWord(), host::loader::kHostControlWord);
@@ -167,8 +168,8 @@ TEST_F(ImageTest, ADllMainThatReturnsZeroIsTold) {
 }
 
 TEST_F(ImageTest, ARefusalLeavesTheChoiceAsItWas) {
-    host::UseDriverDll(DllPath());
-    EXPECT_THROW(host::UseDriverDll("/nowhere/KORV32.dll"), std::runtime_error);
+    host::loader::UseDriverDll(DllPath());
+    EXPECT_THROW(host::loader::UseDriverDll("/nowhere/KORV32.dll"), std::runtime_error);
     EXPECT_TRUE(host::TheDriverModule().linked) << "in force from the next PowerCycle on";
     host::PowerCycle();
     EXPECT_FALSE(host::TheDriverModule().linked);

@@ -4,6 +4,7 @@
 #include "host/ddraw/ddraw.h"
 #include "host/display/machine.h"
 #include "host/driver_module.h"
+#include "host/loader/dll_module.h"
 #include "tests/support_host/surfaces.h"
 
 #include <algorithm>
@@ -163,7 +164,7 @@ std::string Difference(const std::vector<Event>& library, const std::vector<Even
 
 void PowerOn(Driver driver) {
     if (driver == Driver::Dll) {
-        host::UseDriverDll(DllPath());
+        host::loader::UseDriverDll(DllPath());
     } else {
         host::UseLinkedDriver();
     }

@@ -3,6 +3,7 @@
 #include "driver/core/registers.h"
 #include "driver/core/registry.h"
 #include "driver/core/tags.h"
+#include "driver/platform/minivdd.h"
 #include "host/win32/registry.h"
 
 #include <algorithm>
@@ -13,9 +14,6 @@ namespace test {
 
 namespace {
 
-constexpr uint32_t kGetDriverData = 4;
-constexpr uint32_t kAddContextBlock = 2;
-constexpr uint32_t kMemoryService = 3;
 constexpr uint32_t kContextBlockBytes = 0x2000;
 constexpr uint32_t kDMABase = 0x01000000; // bus address of DMA buffer 0; the others follow
 constexpr char kKeyPath[] = "SOFTWARE\\Rig\\DirectX";
@@ -35,7 +33,7 @@ const std::vector<uint16_t> kRigListDirect3D = {Mapped(tag::FBReadMode), Mapped(
 
 Rig::Rig(const RigOptions& options) : options_(options) {
     host::ResetWin32();
-    host::RegisterDevice("\\\\.\\glintmvd", this);
+    host::RegisterDevice(kMiniVDDName, this);
     DXGlobals = {};
     DXGlobals.Heap = HeapCreate(0x04000000, 2500, 0);
     pDriverData = nullptr;
@@ -285,11 +283,11 @@ ContextBlock* Rig::NewContextBlock() {
 bool Rig::Control(uint32_t code, const void* in, uint32_t inBytes, void* out, uint32_t outBytes,
                   uint32_t* returned) {
     switch (code) {
-    case kGetDriverData:
+    case MiniVDDGetDriverData:
         std::memcpy(out, &driver, 4);
         *returned = 4;
         return true;
-    case kAddContextBlock: {
+    case MiniVDDAddContextBlock: {
         ++contextBlockCalls;
         ContextBlock* last = chip->ContextBlocks;
         while (last->NextBlock != nullptr) {
@@ -298,13 +296,13 @@ bool Rig::Control(uint32_t code, const void* in, uint32_t inBytes, void* out, ui
         last->NextBlock = NewContextBlock();
         return true;
     }
-    case kMemoryService: {
+    case MiniVDDMemoryService: {
         MemoryServiceRequest request;
         if (inBytes != sizeof(request) || outBytes != sizeof(request)) {
             return false;
         }
         std::memcpy(&request, in, sizeof(request));
-        if (request.Command == 1) {
+        if (request.Command == MemoryServiceAllocate) {
             request.Linear = 0;
             if (!refuseMemory) {
                 blocks_.push_back(std::make_unique<uint8_t[]>(request.Bytes));

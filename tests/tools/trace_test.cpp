@@ -1,6 +1,6 @@
 // `korv trace`: the tool and the program that it traces are processes of their own.
 #include "driver/d3d/dcontext.h"
-#include "host/win32/shared_object.h"
+#include "host/win32/shared/shared_object.h"
 #include "host/win32/sync.h"
 #include "tests/tools/replay_rig.h"
 #include "tests/tools/run_tool.h"

@@ -2,6 +2,7 @@
 #include "driver/d3d/direct3d.h"
 #include "driver/d3d/execute.h"
 #include "driver/d3d/states.h"
+#include "driver/platform/minivdd.h"
 #include "driver/texture/textures.h"
 #include "tests/support/rig.h"
 
@@ -227,8 +228,8 @@ class ShortOfMemory : public Rig {
 
     bool Control(uint32_t code, const void* in, uint32_t inBytes, void* out, uint32_t outBytes,
                  uint32_t* returned) override {
-        constexpr uint32_t kMemoryService = 3;
-        if (code == kMemoryService && static_cast<const MemoryServiceRequest*>(in)->Command == 1) {
+        if (code == MiniVDDMemoryService &&
+            static_cast<const MemoryServiceRequest*>(in)->Command == MemoryServiceAllocate) {
             refuseMemory = grants_ == 0;
             grants_ -= grants_ != 0;
         }

@@ -3,6 +3,7 @@
 // check walks groups and rings by itself.
 #include "driver/core/driverdata.h"
 #include "driver/heap/linalloc.h"
+#include "driver/platform/minivdd.h"
 #include "tests/support/rig.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 #include "tools/korv/capture/trace_tool.h"
 
-#include "host/win32/shared_object.h"
+#include "host/win32/shared/shared_object.h"
+#include "host/win32/shared/shared_objects.h"
 #include "host/win32/sync.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/capture/trace_client.h"
@@ -29,6 +30,8 @@ constexpr int kSlice = 10; // milliseconds
 class Objects {
   public:
     Objects() {
+        // The traced command is another process, forked from this one.
+        host::UseNamedObjects(host::SharedObjects());
         host::SharedObject::RemoveStale();
         try {
             for (const char* name : {kLeave, kReport, kAsk}) {
@@ -55,6 +58,7 @@ class Objects {
         for (const char* name : {kLeave, kReport, kAsk, kRecord, kWords}) {
             host::RemoveNamedObject(name);
         }
+        host::UseNamedObjects(host::InProcessObjects());
     }
 };
 

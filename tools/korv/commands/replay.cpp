@@ -1,4 +1,5 @@
 #include "host/driver_module.h"
+#include "host/loader/dll_module.h"
 #include "tools/korv/base/crash_note.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/commands/commands.h"
@@ -26,7 +27,7 @@ class DriverChoice {
   public:
     explicit DriverChoice(const std::string& dll) {
         if (!dll.empty()) {
-            host::UseDriverDll(dll);
+            host::loader::UseDriverDll(dll);
         }
     }
     ~DriverChoice() { host::UseLinkedDriver(); }

@@ -1,4 +1,4 @@
-#include "host/win32/shared_semaphore.h"
+#include "host/win32/shared/shared_semaphore.h"
 
 #include <chrono>
 #include <ctime>

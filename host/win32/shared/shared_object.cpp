@@ -1,4 +1,4 @@
-#include "host/win32/shared_object.h"
+#include "host/win32/shared/shared_object.h"
 
 #include <atomic>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "host/win32/process_mark.h"
+#include "host/win32/shared/process_mark.h"
 
 #include <fcntl.h>
 #include <sstream>

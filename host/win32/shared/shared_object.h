@@ -1,6 +1,6 @@
 #pragma once
 // Memory under a name, shared by the processes of a session.
-#include "host/win32/process_mark.h"
+#include "host/win32/shared/process_mark.h"
 
 #include <cstddef>
 #include <cstdint>
