@@ -1,7 +1,8 @@
-#include "tools/korv/commands/run.h"
+#include "tools/korv/cli/run.h"
+#include "tools/korv/commands/commands.h"
 
 #include <iostream>
 
 int main(int argc, char** argv) {
-    return korv::Run(argc, argv, std::cout, std::cerr);
+    return korv::Run(korv::Commands(), argc, argv, std::cout, std::cerr);
 }

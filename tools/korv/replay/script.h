@@ -1,6 +1,6 @@
 #pragma once
 // HAL scripts: what the system does with the driver, as JSON. docs/hal-scripts.md describes them.
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 #include <filesystem>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "tools/korv/commands/texture_options.h"
+#include "tools/korv/cli/texture_options.h"
 
 #include "tools/korv/base/errors.h"
 #include "tools/korv/images/png.h"

@@ -1,7 +1,6 @@
-#include "tools/korv/commands/run.h"
+#include "tools/korv/cli/run.h"
 
 #include "tools/korv/base/errors.h"
-#include "tools/korv/commands/commands.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -40,18 +39,15 @@ int Complain(std::ostream& err, const std::string& message) {
 
 } // namespace
 
-int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
+int Run(std::span<const Command* const> commands, int argc, const char* const* argv,
+        std::ostream& out, std::ostream& err) {
     Console console{out, err};
     CLI::App app(kAbout, "korv");
     app.footer(kExamples);
     app.require_subcommand(1);
-    AddDemo(app, console);
-    AddRender(app, console);
-    AddInfo(app, console);
-    AddModel(app, console);
-    AddTexture(app, console);
-    AddReplay(app, console);
-    AddTrace(app, console);
+    for (const Command* command : commands) {
+        command->setUp(*app.add_subcommand(command->name, command->synopsis), console);
+    }
     try {
         app.parse(argc, argv);
         return kExitOk;

@@ -14,6 +14,11 @@
 
 namespace korv {
 
+// As records of the driver hold it.
+inline uint32_t AddressOf(const void* object) {
+    return reinterpret_cast<uintptr_t>(object);
+}
+
 // How a script is to be played.
 struct PlayOptions {
     std::filesystem::path pictures; // folder for its pictures; empty: none are written

@@ -1,4 +1,4 @@
-#include "tools/korv/replay/script_player.h"
+#include "tools/korv/replay/player.h"
 
 #include "driver/d3d/dcontext.h"
 #include "driver/services/context.h"
@@ -17,10 +17,6 @@ auto& Named(Map& map, const char* kind, const std::string& name) {
         throw NotThereError(fmt::format("{} '{}' is not there", kind, name));
     }
     return found->second;
-}
-
-uint32_t AddressOf(const void* object) {
-    return reinterpret_cast<uintptr_t>(object);
 }
 
 } // namespace
