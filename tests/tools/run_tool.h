@@ -1,6 +1,5 @@
 #pragma once
-#include "tools/korv/cli/run.h"
-#include "tools/korv/commands/commands.h"
+#include "tools/korv/commands/cli/run.h"
 
 #include <sstream>
 #include <string>
@@ -19,7 +18,7 @@ inline ToolResult RunTool(const std::vector<std::string>& arguments) {
         argv.push_back(argument.c_str());
     }
     std::ostringstream out, err;
-    const int code = Run(Commands(), static_cast<int>(argv.size()), argv.data(), out, err);
+    const int code = Run(static_cast<int>(argv.size()), argv.data(), out, err);
     return {code, out.str(), err.str()};
 }
 

@@ -1,8 +1,7 @@
-#include "tools/korv/cli/run.h"
-#include "tools/korv/commands/commands.h"
+#include "tools/korv/commands/cli/run.h"
 
 #include <iostream>
 
 int main(int argc, char** argv) {
-    return korv::Run(korv::Commands(), argc, argv, std::cout, std::cerr);
+    return korv::Run(argc, argv, std::cout, std::cerr);
 }

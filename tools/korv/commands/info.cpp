@@ -1,7 +1,7 @@
 #include "host/display/machine.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/chips/capabilities.h"
-#include "tools/korv/cli/command.h"
+#include "tools/korv/commands/cli/command.h"
 #include "tools/korv/painting/canvas.h"
 
 #include <CLI/CLI.hpp>

@@ -1,6 +1,6 @@
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/files.h"
-#include "tools/korv/cli/command.h"
+#include "tools/korv/commands/cli/command.h"
 #include "tools/korv/model/obj.h"
 #include "tools/korv/model/shapes.h"
 

@@ -2,7 +2,7 @@
 #include "tools/korv/base/crash_note.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/files.h"
-#include "tools/korv/cli/command.h"
+#include "tools/korv/commands/cli/command.h"
 #include "tools/korv/replay/script.h"
 
 #include <CLI/CLI.hpp>

@@ -1,5 +1,5 @@
 #include "tools/korv/base/errors.h"
-#include "tools/korv/cli/command.h"
+#include "tools/korv/commands/cli/command.h"
 #include "tools/korv/images/patterns.h"
 #include "tools/korv/images/png.h"
 

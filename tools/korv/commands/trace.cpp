@@ -1,9 +1,8 @@
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/files.h"
 #include "tools/korv/capture/trace_tool.h"
-#include "tools/korv/cli/command.h"
-#include "tools/korv/cli/run.h"
-#include "tools/korv/commands/commands.h"
+#include "tools/korv/commands/cli/command.h"
+#include "tools/korv/commands/cli/run.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -40,7 +39,7 @@ int RunCommand(const std::vector<std::string>& command) {
         argv.push_back(word.c_str());
     }
     // Standard output is the listing's.
-    return Run(Commands(), static_cast<int>(argv.size()), argv.data(), std::cerr, std::cerr);
+    return Run(static_cast<int>(argv.size()), argv.data(), std::cerr, std::cerr);
 }
 
 void Trace(const TraceArguments& arguments, Console& console) {

@@ -1,6 +1,9 @@
 #pragma once
-// What the tool knows of each of its commands.
-#include "tools/korv/cli/console.h"
+// What the tool knows of each of its commands. A file each in commands/, NAME.cpp, has a row
+// `kNameCommand`; the build gathers the rows by the names of the files.
+#include "tools/korv/commands/cli/console.h"
+
+#include <span>
 
 namespace CLI {
 class App;
@@ -24,5 +27,8 @@ struct Command {
     // UserError for bad input. `console` outlives `app`.
     void (*setUp)(CLI::App& app, Console& console);
 };
+
+// All of them, as help lists them.
+std::span<const Command* const> Commands();
 
 } // namespace korv

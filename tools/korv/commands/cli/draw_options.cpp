@@ -1,4 +1,4 @@
-#include "tools/korv/cli/draw_options.h"
+#include "tools/korv/commands/cli/draw_options.h"
 
 #include "tools/korv/base/errors.h"
 

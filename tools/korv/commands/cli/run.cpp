@@ -1,6 +1,7 @@
-#include "tools/korv/cli/run.h"
+#include "tools/korv/commands/cli/run.h"
 
 #include "tools/korv/base/errors.h"
+#include "tools/korv/commands/cli/command.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -39,13 +40,12 @@ int Complain(std::ostream& err, const std::string& message) {
 
 } // namespace
 
-int Run(std::span<const Command* const> commands, int argc, const char* const* argv,
-        std::ostream& out, std::ostream& err) {
+int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
     Console console{out, err};
     CLI::App app(kAbout, "korv");
     app.footer(kExamples);
     app.require_subcommand(1);
-    for (const Command* command : commands) {
+    for (const Command* command : Commands()) {
         command->setUp(*app.add_subcommand(command->name, command->synopsis), console);
     }
     try {

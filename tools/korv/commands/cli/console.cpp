@@ -1,4 +1,4 @@
-#include "tools/korv/cli/console.h"
+#include "tools/korv/commands/cli/console.h"
 
 #include <fmt/format.h>
 #include <fmt/ostream.h>
