@@ -139,7 +139,4 @@ class Player {
     std::vector<std::unique_ptr<uint8_t[]>> scratch_;
 };
 
-// Live contexts of a display as the hardware context table lists them.
-std::vector<const D3DContext*> LiveContexts(const ChipInfo* chip);
-
 } // namespace korv
