@@ -1,4 +1,5 @@
 #include "tools/korv/images/contact_sheet.h"
+#include "tools/korv/images/text.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #pragma once
-#include "tools/korv/commands/run.h"
+#include "tools/korv/commands/cli/run.h"
 
 #include <sstream>
 #include <string>

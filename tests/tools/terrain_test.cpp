@@ -1,5 +1,6 @@
 #include "tests/tools/recording_painter.h"
 #include "tools/korv/model/terrain.h"
+#include "tools/korv/painting/strips.h"
 #include "tools/korv/scenes/scene.h"
 
 #include <gtest/gtest.h>

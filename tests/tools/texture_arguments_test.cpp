@@ -2,7 +2,7 @@
 #include "tests/tools/run_tool.h"
 #include "tests/tools/temporary_folder.h"
 #include "tools/korv/base/errors.h"
-#include "tools/korv/commands/texture_options.h"
+#include "tools/korv/commands/cli/texture_options.h"
 #include "tools/korv/images/patterns.h"
 #include "tools/korv/images/png.h"
 

@@ -1,4 +1,4 @@
-#include "tools/korv/commands/run.h"
+#include "tools/korv/commands/cli/run.h"
 
 #include <iostream>
 

@@ -1,11 +1,10 @@
 #include "tools/korv/capture/trace_client.h"
 
 #include "driver/core/registers.h"
-#include "driver/d3d/dcontext.h"
 #include "host/driver_module.h"
+#include "host/trace/context_trace.h"
 #include "host/win32/sync.h"
 
-#include <algorithm>
 #include <iostream>
 #include <stdexcept>
 
@@ -21,10 +20,6 @@ std::shared_ptr<void> Mapped(const char* name) {
         throw std::runtime_error("no trace tool has made '" + std::string(name) + "'");
     }
     return memory;
-}
-
-bool IsTraced(const D3DContext& context) {
-    return context.TraceEnabled != 0 && context.Stream.StartDMA == StartDMA_Trace;
 }
 
 } // namespace
@@ -77,23 +72,8 @@ std::unique_ptr<board::BusRecorder> Client::NewTap() {
     return std::make_unique<Tap>(*this, streams_++);
 }
 
-// Contexts are made with the trace off, and the end of any context closes the driver's side of it
-// for all.
 void Client::FollowContexts() {
-    if (!host::TheDriverModule().linked || !Listening()) {
-        return;
-    }
-    bool traced = false;
-    for (D3DContext* context : ContextSlots) {
-        if (context == nullptr || context->Magic != kContextMagic ||
-            context->Stream.CommandMode != kCommandModeDMA) {
-            continue;
-        }
-        context->TraceEnabled = 1;
-        context->Stream.StartDMA = StartDMA_Trace;
-        traced = true;
-    }
-    if (traced && host::OpenSyncHandles() == 0) {
+    if (Listening() && host::TraceContexts() && !host::TraceIsOpen()) {
         Join();
     }
 }
@@ -122,32 +102,15 @@ void Client::Join() {
                 std::cerr << "korv: the trace tool has gone, running on without it\n";
             },
     });
-    InitTrace();
+    host::OpenTrace();
 }
 
 void Client::NoteReport() {
     underWay_ = false;
     log_->batchStart = transferred_ ? transferStart_ : log_->written.load();
     log_->batchEnd = log_->written;
-    log_->context = transferred_ ? ContextOfBatch() : 0;
+    log_->context = transferred_ ? host::TracedContextAt(address_) : 0;
     ++log_->reports;
-}
-
-uint32_t Client::ContextOfBatch() const {
-    for (const D3DContext* context : ContextSlots) {
-        if (context == nullptr || !IsTraced(*context)) {
-            continue;
-        }
-        const CommandStream& stream = context->Stream;
-        const auto end = stream.SubBuffers + stream.SubBufferCount;
-        if (stream.HardwareContext == context->Driver->ChipInfo->CurrentContext &&
-            std::find_if(stream.SubBuffers, end, [this](const SubBuffer& piece) {
-                return piece.Physical == address_;
-            }) != end) {
-            return stream.HardwareContext;
-        }
-    }
-    return 0;
 }
 
 std::unique_ptr<board::BusRecorder> NewTap() {

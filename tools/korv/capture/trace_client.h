@@ -27,7 +27,6 @@ class Client {
     void FollowContexts();
     void Join();
     void NoteReport();
-    uint32_t ContextOfBatch() const;
 
     const std::shared_ptr<void> recordMemory_, logMemory_;
     volatile DMATraceRecord* const record_;

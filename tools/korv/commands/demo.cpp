@@ -1,8 +1,10 @@
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/progress.h"
-#include "tools/korv/commands/commands.h"
+#include "tools/korv/commands/cli/command.h"
+#include "tools/korv/commands/cli/draw_options.h"
 #include "tools/korv/images/contact_sheet.h"
 #include "tools/korv/images/png.h"
+#include "tools/korv/painting/canvas.h"
 #include "tools/korv/scenes/scene.h"
 
 #include <CLI/CLI.hpp>
@@ -183,21 +185,23 @@ Examples:
     return text;
 }
 
+void SetUpDemo(CLI::App& command, Console& console) {
+    auto arguments = std::make_shared<DemoArguments>();
+    command.add_option("-o,--output", arguments->folder, "Folder (default korv-demo)")
+        ->type_name("DIR");
+    command.add_option("--chip", arguments->chips, "Only this chip; may be repeated")
+        ->type_name("CHIP");
+    command.add_option("--scene", arguments->scenes, "Only this scene; may be repeated")
+        ->type_name("NAME");
+    AddDrawArguments(command, arguments->draw);
+    command.footer(DemoFooter());
+    command.callback([arguments, &console] { Demo(*arguments, console); });
+}
+
 } // namespace
 
-void AddDemo(CLI::App& app, Console& console) {
-    auto arguments = std::make_shared<DemoArguments>();
-    CLI::App* command =
-        app.add_subcommand("demo", "Draw a set of scenes on each chip, into a folder of PNGs");
-    command->add_option("-o,--output", arguments->folder, "Folder (default korv-demo)")
-        ->type_name("DIR");
-    command->add_option("--chip", arguments->chips, "Only this chip; may be repeated")
-        ->type_name("CHIP");
-    command->add_option("--scene", arguments->scenes, "Only this scene; may be repeated")
-        ->type_name("NAME");
-    AddDrawArguments(*command, arguments->draw);
-    command->footer(DemoFooter());
-    command->callback([arguments, &console] { Demo(*arguments, console); });
-}
+extern const Command kDemoCommand{"demo", CommandGroup::Draw,
+                                  "Draw a set of scenes on each chip, into a folder of PNGs",
+                                  SetUpDemo};
 
 } // namespace korv

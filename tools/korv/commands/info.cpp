@@ -1,7 +1,8 @@
 #include "host/display/machine.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/chips/capabilities.h"
-#include "tools/korv/commands/commands.h"
+#include "tools/korv/commands/cli/command.h"
+#include "tools/korv/painting/canvas.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -29,18 +30,20 @@ void Info(const std::string& name, Console& console) {
                device != nullptr ? DescribeDevice(*device) : "No Direct3D device\n");
 }
 
-} // namespace
-
-void AddInfo(CLI::App& app, Console& console) {
+void SetUpInfo(CLI::App& command, Console& console) {
     auto chip = std::make_shared<std::string>();
-    CLI::App* command =
-        app.add_subcommand("info", "List what the driver says that a chip can do, flag by flag");
-    command->add_option("--chip", *chip, "The chip: " + ChipNames())->type_name("CHIP")->required();
-    command->footer(R"(Examples:
+    command.add_option("--chip", *chip, "The chip: " + ChipNames())->type_name("CHIP")->required();
+    command.footer(R"(Examples:
   korv info --chip sx
   korv info --chip permedia2 | grep BLEND
 )");
-    command->callback([chip, &console] { Info(*chip, console); });
+    command.callback([chip, &console] { Info(*chip, console); });
 }
+
+} // namespace
+
+extern const Command kInfoCommand{"info", CommandGroup::Describe,
+                                  "List what the driver says that a chip can do, flag by flag",
+                                  SetUpInfo};
 
 } // namespace korv

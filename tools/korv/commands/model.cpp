@@ -1,5 +1,6 @@
 #include "tools/korv/base/errors.h"
-#include "tools/korv/commands/commands.h"
+#include "tools/korv/base/files.h"
+#include "tools/korv/commands/cli/command.h"
 #include "tools/korv/model/obj.h"
 #include "tools/korv/model/shapes.h"
 
@@ -50,18 +51,19 @@ Example:
 )";
 }
 
-} // namespace
-
-void AddModel(CLI::App& app, Console& console) {
+void SetUpModel(CLI::App& command, Console& console) {
     auto arguments = std::make_shared<ModelArguments>();
-    CLI::App* command =
-        app.add_subcommand("model", "Write one of the built-in models as Wavefront OBJ");
-    command->add_option("NAME", arguments->name, "The model")->type_name("")->required();
-    command->add_option("-o,--output", arguments->output, "The file")
+    command.add_option("NAME", arguments->name, "The model")->type_name("")->required();
+    command.add_option("-o,--output", arguments->output, "The file")
         ->type_name("FILE.obj")
         ->required();
-    command->footer(ModelFooter());
-    command->callback([arguments, &console] { Model(*arguments, console); });
+    command.footer(ModelFooter());
+    command.callback([arguments, &console] { Model(*arguments, console); });
 }
+
+} // namespace
+
+extern const Command kModelCommand{"model", CommandGroup::Make,
+                                   "Write one of the built-in models as Wavefront OBJ", SetUpModel};
 
 } // namespace korv

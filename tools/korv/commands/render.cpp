@@ -1,8 +1,10 @@
 #include "tools/korv/base/errors.h"
-#include "tools/korv/commands/commands.h"
-#include "tools/korv/commands/texture_options.h"
+#include "tools/korv/commands/cli/command.h"
+#include "tools/korv/commands/cli/draw_options.h"
+#include "tools/korv/commands/cli/texture_options.h"
 #include "tools/korv/images/png.h"
 #include "tools/korv/model/obj.h"
+#include "tools/korv/painting/canvas.h"
 #include "tools/korv/painting/pipeline.h"
 
 #include <CLI/CLI.hpp>
@@ -143,49 +145,50 @@ Examples:
   korv render scenes/cube.obj --chip permedia --texture bricks.png --filter linear -o brick.png
 )";
 
-} // namespace
-
-void AddRender(CLI::App& app, Console& console) {
+void SetUpRender(CLI::App& command, Console& console) {
     auto arguments = std::make_shared<RenderArguments>();
-    CLI::App* command = app.add_subcommand("render", "Draw a Wavefront OBJ model into a PNG");
-    command->add_option("MODEL", arguments->model, "The model, a Wavefront OBJ file")
+    command.add_option("MODEL", arguments->model, "The model, a Wavefront OBJ file")
         ->type_name("")
         ->required();
-    command->add_option("-o,--output", arguments->output, "The picture")
+    command.add_option("-o,--output", arguments->output, "The picture")
         ->type_name("OUT.png")
         ->required();
-    command->add_option("--chip", arguments->chip, "The chip: " + ChipNames())
+    command.add_option("--chip", arguments->chip, "The chip: " + ChipNames())
         ->type_name("CHIP")
         ->required();
-    command->add_option("--shade", arguments->shade, "flat or gouraud (default gouraud)")
+    command.add_option("--shade", arguments->shade, "flat or gouraud (default gouraud)")
         ->type_name("HOW")
         ->check(CLI::IsMember({"flat", "gouraud"}).description(""));
-    command->add_flag("--zbuffer", arguments->zBuffer, "Test and write depth");
-    command->add_flag("--fog", arguments->fog, "Fade into the background with the distance");
+    command.add_flag("--zbuffer", arguments->zBuffer, "Test and write depth");
+    command.add_flag("--fog", arguments->fog, "Fade into the background with the distance");
     command
-        ->add_option("--cull", arguments->cull,
-                     "Drop triangles by their turn: none, cw or ccw (default none)")
+        .add_option("--cull", arguments->cull,
+                    "Drop triangles by their turn: none, cw or ccw (default none)")
         ->type_name("TURN")
         ->check(CLI::IsMember({"none", "cw", "ccw"}).description(""));
     command
-        ->add_option("--yaw", arguments->orbit.yaw,
-                     "Walk around the model, in degrees (default 30)")
+        .add_option("--yaw", arguments->orbit.yaw, "Walk around the model, in degrees (default 30)")
         ->type_name("DEG")
         ->check(CLI::Range(-360.0, 360.0).description(""));
     command
-        ->add_option("--pitch", arguments->orbit.pitch,
-                     "Height of the eye above the model, in degrees (default 25)")
+        .add_option("--pitch", arguments->orbit.pitch,
+                    "Height of the eye above the model, in degrees (default 25)")
         ->type_name("DEG")
         ->check(CLI::Range(-90.0, 90.0).description(""));
     command
-        ->add_option("--zoom", arguments->orbit.zoom,
-                     "Enlarge; the model fits the picture at 1 (default 1)")
+        .add_option("--zoom", arguments->orbit.zoom,
+                    "Enlarge; the model fits the picture at 1 (default 1)")
         ->type_name("FACTOR")
         ->check(CLI::Range(0.1, 100.0).description(""));
-    AddTextureArguments(*command, arguments->texture);
-    AddDrawArguments(*command, arguments->draw);
-    command->footer(kRenderFooter);
-    command->callback([arguments, &console] { Render(*arguments, console); });
+    AddTextureArguments(command, arguments->texture);
+    AddDrawArguments(command, arguments->draw);
+    command.footer(kRenderFooter);
+    command.callback([arguments, &console] { Render(*arguments, console); });
 }
+
+} // namespace
+
+extern const Command kRenderCommand{"render", CommandGroup::Draw,
+                                    "Draw a Wavefront OBJ model into a PNG", SetUpRender};
 
 } // namespace korv

@@ -2,7 +2,8 @@
 #include "host/loader/dll_module.h"
 #include "tools/korv/base/crash_note.h"
 #include "tools/korv/base/errors.h"
-#include "tools/korv/commands/commands.h"
+#include "tools/korv/base/files.h"
+#include "tools/korv/commands/cli/command.h"
 #include "tools/korv/replay/script.h"
 
 #include <CLI/CLI.hpp>
@@ -75,39 +76,41 @@ Examples:
   korv replay scenes/bring-up-tx.json --dll build/windows95/KORV32.dll --events events.txt
 )";
 
-} // namespace
-
-void AddReplay(CLI::App& app, Console& console) {
+void SetUpReplay(CLI::App& command, Console& console) {
     auto arguments = std::make_shared<ReplayArguments>();
-    CLI::App* command = app.add_subcommand("replay", "Play a HAL script and check what it expects");
-    command->add_option("SCRIPT", arguments->script, "The script, a JSON file")
+    command.add_option("SCRIPT", arguments->script, "The script, a JSON file")
         ->type_name("")
         ->required();
     command
-        ->add_option("--dll", arguments->dll, "Play it with this KORV32.dll instead of the library")
+        .add_option("--dll", arguments->dll, "Play it with this KORV32.dll instead of the library")
         ->type_name("PATH");
     command
-        ->add_option("--words", arguments->record.words,
-                     "Write the words of the command stream, 32-bit little-endian")
+        .add_option("--words", arguments->record.words,
+                    "Write the words of the command stream, 32-bit little-endian")
         ->type_name("FILE");
     command
-        ->add_option("--events", arguments->record.events,
-                     "Write all bus events as text, one a line, explained")
+        .add_option("--events", arguments->record.events,
+                    "Write all bus events as text, one a line, explained")
         ->type_name("FILE");
     command
-        ->add_option("--pictures", arguments->pictures,
-                     "Write the script's pictures into this folder")
+        .add_option("--pictures", arguments->pictures,
+                    "Write the script's pictures into this folder")
         ->type_name("DIR");
-    auto* fifo = command->add_flag("--fifo", arguments->fifo,
-                                   "Feed the chip through its FIFO, whatever the script says");
+    auto* fifo = command.add_flag("--fifo", arguments->fifo,
+                                  "Feed the chip through its FIFO, whatever the script says");
     command
-        ->add_option("--subbuffers", arguments->subBuffers,
-                     "Cut the DMA buffer into N pieces, 2 to 32, whatever the script says")
+        .add_option("--subbuffers", arguments->subBuffers,
+                    "Cut the DMA buffer into N pieces, 2 to 32, whatever the script says")
         ->type_name("N")
         ->check(CLI::Range(2, 32).description(""))
         ->excludes(fifo);
-    command->footer(kReplayFooter);
-    command->callback([arguments, &console] { Replay(*arguments, console); });
+    command.footer(kReplayFooter);
+    command.callback([arguments, &console] { Replay(*arguments, console); });
 }
+
+} // namespace
+
+extern const Command kReplayCommand{"replay", CommandGroup::Play,
+                                    "Play a HAL script and check what it expects", SetUpReplay};
 
 } // namespace korv

@@ -1,5 +1,5 @@
 #include "tools/korv/base/errors.h"
-#include "tools/korv/commands/commands.h"
+#include "tools/korv/commands/cli/command.h"
 #include "tools/korv/images/patterns.h"
 #include "tools/korv/images/png.h"
 
@@ -56,20 +56,22 @@ Example:
 )";
 }
 
-} // namespace
-
-void AddTexture(CLI::App& app, Console& console) {
+void SetUpTexture(CLI::App& command, Console& console) {
     auto arguments = std::make_shared<PatternArguments>();
-    CLI::App* command = app.add_subcommand("texture", "Write one of the built-in textures as PNG");
-    command->add_option("NAME", arguments->name, "The texture")->type_name("")->required();
-    command->add_option("-o,--output", arguments->output, "The file")
+    command.add_option("NAME", arguments->name, "The texture")->type_name("")->required();
+    command.add_option("-o,--output", arguments->output, "The file")
         ->type_name("FILE.png")
         ->required();
-    command->add_option("--side", arguments->side, "Width and height in texels (default 128)")
+    command.add_option("--side", arguments->side, "Width and height in texels (default 128)")
         ->type_name("N")
         ->check(CLI::Range(32, 1024).description(""));
-    command->footer(TextureFooter());
-    command->callback([arguments, &console] { Texture(*arguments, console); });
+    command.footer(TextureFooter());
+    command.callback([arguments, &console] { Texture(*arguments, console); });
 }
+
+} // namespace
+
+extern const Command kTextureCommand{"texture", CommandGroup::Make,
+                                     "Write one of the built-in textures as PNG", SetUpTexture};
 
 } // namespace korv

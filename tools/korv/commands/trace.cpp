@@ -1,8 +1,8 @@
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/files.h"
 #include "tools/korv/capture/trace_tool.h"
-#include "tools/korv/commands/commands.h"
-#include "tools/korv/commands/run.h"
+#include "tools/korv/commands/cli/command.h"
+#include "tools/korv/commands/cli/run.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -72,27 +72,29 @@ Examples:
   korv trace --step -- replay scenes/triangles-permedia.json --subbuffers 4
 )";
 
-} // namespace
-
-void AddTrace(CLI::App& app, Console& console) {
+void SetUpTrace(CLI::App& command, Console& console) {
     auto arguments = std::make_shared<TraceArguments>();
-    CLI::App* command =
-        app.add_subcommand("trace", "Run another command and list its DMA batches one by one");
-    command->add_flag("--step", arguments->options.step, "Ask before each batch");
+    command.add_flag("--step", arguments->options.step, "Ask before each batch");
     command
-        ->add_option("--limit", arguments->options.limit,
-                     "List this many batches, and let the command run on")
+        .add_option("--limit", arguments->options.limit,
+                    "List this many batches, and let the command run on")
         ->type_name("N")
         ->check(CLI::Range(1, 1000000000).description(""));
     command
-        ->add_option("-o,--output", arguments->output,
-                     "Write the listing there (default: standard output)")
+        .add_option("-o,--output", arguments->output,
+                    "Write the listing there (default: standard output)")
         ->type_name("FILE");
-    command->add_option("COMMAND", arguments->command, "The command and its arguments, behind '--'")
+    command.add_option("COMMAND", arguments->command, "The command and its arguments, behind '--'")
         ->type_name("")
         ->required();
-    command->footer(kTraceFooter);
-    command->callback([arguments, &console] { Trace(*arguments, console); });
+    command.footer(kTraceFooter);
+    command.callback([arguments, &console] { Trace(*arguments, console); });
 }
+
+} // namespace
+
+extern const Command kTraceCommand{"trace", CommandGroup::Play,
+                                   "Run another command and list its DMA batches one by one",
+                                   SetUpTrace};
 
 } // namespace korv

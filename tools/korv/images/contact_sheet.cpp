@@ -1,5 +1,7 @@
 #include "tools/korv/images/contact_sheet.h"
 
+#include "tools/korv/images/text.h"
+
 #include <algorithm>
 
 #define STB_IMAGE_RESIZE_IMPLEMENTATION

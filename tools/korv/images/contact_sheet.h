@@ -4,7 +4,6 @@
 
 #include <map>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -41,12 +40,5 @@ host::Picture Scaled(const host::Picture& picture, uint32_t width, uint32_t heig
 
 // Pictures of one size side by side, `columns` in a row, from the upper left.
 host::Picture Strip(const std::vector<host::Picture>& pictures, uint32_t columns);
-
-// Width in pixels of `text` as DrawText sets it.
-uint32_t TextWidth(std::string_view text);
-
-// Sets one line of ASCII text in white with its upper left corner at (x, y); what lies outside the
-// picture is left out.
-void DrawText(host::Picture& picture, uint32_t x, uint32_t y, std::string_view text);
 
 } // namespace korv

@@ -1,6 +1,6 @@
 #include "tools/korv/images/patterns.h"
 
-#include "tools/korv/images/contact_sheet.h"
+#include "tools/korv/images/text.h"
 #include "tools/korv/model/vec.h"
 
 #include <algorithm>

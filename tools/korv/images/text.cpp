@@ -1,14 +1,15 @@
+#include "tools/korv/images/text.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wunused-function"
 #include <stb_easy_font.h>
 #pragma GCC diagnostic pop
-
-#include "tools/korv/images/contact_sheet.h"
 
 namespace korv {
 

@@ -1,16 +1,10 @@
 #pragma once
-// A landscape made by formula, drawn as strips of triangles.
-#include "tools/korv/painting/pipeline.h"
+// A landscape made by formula.
+#include "tools/korv/model/mesh.h"
 
 namespace korv {
 
 // A square of edge 2 around the origin, hills upwards, `cells` by `cells` quads row by row.
 Mesh Terrain(int cells);
-
-// Draws a grid of (`columns` + 1) vertices a row as one strip a row: each triangle but the first
-// says by its flags which two corners it has from the one before. What lies outside the view at one
-// corner is left out as a whole.
-void DrawStrips(Painter& painter, const Mesh& grid, int columns, const Camera& camera,
-                const DrawOptions& options);
 
 } // namespace korv

@@ -1,8 +1,8 @@
 #include "tools/korv/replay/script.h"
 
 #include "board/explain.h"
-#include "driver/d3d/dcontext.h"
 #include "host/ddraw/results.h"
+#include "host/inspect/contexts.h"
 #include "tools/korv/base/crash_note.h"
 #include "tools/korv/base/errors.h"
 
@@ -95,6 +95,13 @@ void ReadByDisplay(const Node& node, const Names& names, const Read& read) {
     }
 }
 
+// A field for people alone.
+void CheckText(Fields& fields, const std::string& name) {
+    if (const auto text = fields.Find(name)) {
+        text->Text();
+    }
+}
+
 ScriptStep ReadStep(const Node& node, Names& names) {
     Fields fields(node);
     const Node kind = fields["do"];
@@ -103,9 +110,7 @@ ScriptStep ReadStep(const Node& node, Names& names) {
         kind.Fail(fmt::format("unknown step '{}'", kind.Text()));
     }
     ScriptStep step{node, kind.Text(), found->read(fields, names), {}, {}, {}};
-    if (const auto note = fields.Find("note")) {
-        note->Text();
-    }
+    CheckText(fields, "note");
     if (const auto expect = fields.Find("expect")) {
         Fields expected(*expect);
         for (const auto& [field, value] : expected.All()) {
@@ -140,30 +145,10 @@ ScriptStep ReadStep(const Node& node, Names& names) {
 
 // --- playing ---
 
-// Words that a context has written and not yet sent.
-std::vector<uint32_t> PendingWords(const D3DContext* context) {
-    const CommandStream& stream = context->Stream;
-    if (stream.CommandMode != kCommandModeDMA) {
-        return {};
-    }
-    return {stream.Current().Linear, stream.WritePointer};
-}
-
-using PendingByContext = std::map<uint32_t, std::vector<uint32_t>>; // by handle
-PendingByContext Pending(const ChipInfo* chip) {
-    PendingByContext pending;
-    for (const D3DContext* context : LiveContexts(chip)) {
-        if (auto words = PendingWords(context); !words.empty()) {
-            pending[context->ContextHandle] = std::move(words);
-        }
-    }
-    return pending;
-}
-
 // What was written between two moments: the words sent in between and those pending at the end,
 // without those that were pending at the start.
-std::vector<uint32_t> AddedWords(std::vector<uint32_t> sent, const PendingByContext& before,
-                                 PendingByContext after) {
+std::vector<uint32_t> AddedWords(std::vector<uint32_t> sent, const host::UnsentByContext& before,
+                                 host::UnsentByContext after) {
     for (const auto& [handle, words] : before) {
         const auto found = std::search(sent.begin(), sent.end(), words.begin(), words.end());
         if (found != sent.end()) {
@@ -226,39 +211,69 @@ std::optional<std::string> WriteDifference(const std::vector<RegisterWrite>& exp
 
 } // namespace
 
-HalScript::HalScript(const std::filesystem::path& path) : file_(path) {
-    Fields fields(Node::RootOf(file_));
+HalScript::HalScript(const std::filesystem::path& path) {
+    Names names;
+    std::vector<const ScriptFile*> open;
+    Read(std::make_unique<const ScriptFile>(path), names, open);
+    displays_ = names.Of(NameKind::Display).size();
+}
+
+void HalScript::Read(std::unique_ptr<const ScriptFile> file, Names& names,
+                     std::vector<const ScriptFile*>& open) {
+    open.push_back(file.get());
+    Fields fields(Node::RootOf(*files_.emplace_back(std::move(file))));
     const Node version = fields["version"];
     if (version.Number(0, ~0u >> 1) != kScriptVersion) {
         version.Fail(fmt::format("unknown version {}: this is a player of version {}",
                                  version.Number(0, ~0u >> 1), kScriptVersion));
     }
-    if (const auto title = fields.Find("title")) {
-        title->Text();
-    }
-    if (const auto note = fields.Find("note")) {
-        note->Text();
-    }
-    Names names;
+    CheckText(fields, "title");
+    CheckText(fields, "note");
     for (const Node& step : fields["steps"].List()) {
-        steps_.push_back(ReadStep(step, names));
+        if (step.Contains("include")) {
+            Include(step, names, open);
+        } else {
+            steps_.push_back(ReadStep(step, names));
+        }
     }
     fields.Done();
-    displays_ = names.Of(NameKind::Display).size();
+    open.pop_back();
+}
+
+void HalScript::Include(const Node& step, Names& names, std::vector<const ScriptFile*>& open) {
+    Fields fields(step);
+    const Node include = fields["include"];
+    const auto path = step.File().Path().parent_path() / include.Name();
+    CheckText(fields, "note");
+    fields.Done();
+    for (const ScriptFile* one : open) {
+        std::error_code missing;
+        if (std::filesystem::equivalent(one->Path(), path, missing)) {
+            include.Fail(fmt::format("'{}' would include itself", path.string()));
+        }
+    }
+    std::unique_ptr<const ScriptFile> file;
+    try {
+        file = std::make_unique<const ScriptFile>(path);
+    } catch (const UserError& error) {
+        include.Fail(error.what());
+    }
+    Read(std::move(file), names, open);
 }
 
 void HalScript::Play(Player& player) const {
     for (const ScriptStep& step : steps_) {
-        std::map<std::string, PendingByContext> before;
+        std::map<std::string, host::UnsentByContext> before;
         for (auto& [name, one] : player.Displays()) {
             one.tap->words.clear();
             one.tap->writes.clear();
             if (!step.words.empty()) {
-                before[name] = Pending(one.display->Chip());
+                before[name] = host::UnsentWords(one.display->Chip());
             }
         }
-        const auto place = fmt::format("{}step {} '{}'", file_.Place(step.node.Pointer()),
-                                       step.node.Pointer(), step.kind);
+        const auto place =
+            fmt::format("{}step {} '{}'", step.node.File().Place(step.node.Pointer()),
+                        step.node.Pointer(), step.kind);
         CrashNote::Set(place);
         Outcome outcome;
         try {
@@ -275,7 +290,7 @@ void HalScript::Play(Player& player) const {
 
         std::string lines;
         const auto complain = [&](const Node& node, const std::string& what) {
-            lines += fmt::format("{}step {} '{}': {}\n", file_.Place(node.Pointer()),
+            lines += fmt::format("{}step {} '{}': {}\n", node.File().Place(node.Pointer()),
                                  step.node.Pointer(), step.kind, what);
         };
         bool resultTold = false;
@@ -300,7 +315,7 @@ void HalScript::Play(Player& player) const {
             const PlayedDisplay& one = player.Display(expectation.display);
             const auto difference = WordDifference(
                 expectation.words, AddedWords(one.tap->words, before[expectation.display],
-                                              Pending(one.display->Chip())));
+                                              host::UnsentWords(one.display->Chip())));
             if (difference) {
                 complain(expectation.node, "expectWords: " + *difference);
             }

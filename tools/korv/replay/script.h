@@ -1,6 +1,6 @@
 #pragma once
 // HAL scripts: what the system does with the driver, as JSON. docs/hal-scripts.md describes them.
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 #include <filesystem>
 #include <memory>
@@ -38,7 +38,8 @@ struct ScriptStep {
 
 class HalScript {
   public:
-    // Reads and checks the whole script. UserError, with line and path, for what is wrong with it.
+    // Reads and checks the whole script with all that it includes. UserError, with file, line and
+    // path, for what is wrong with it.
     explicit HalScript(const std::filesystem::path& path);
 
     size_t Displays() const { return displays_; }
@@ -49,7 +50,13 @@ class HalScript {
     void Play(Player& player) const;
 
   private:
-    ScriptFile file_;
+    // Adds the steps of `file`; `open` are the files whose steps are being read.
+    void Read(std::unique_ptr<const ScriptFile> file, Names& names,
+              std::vector<const ScriptFile*>& open);
+    // The same for the file that a step names instead of doing something.
+    void Include(const Node& step, Names& names, std::vector<const ScriptFile*>& open);
+
+    std::vector<std::unique_ptr<const ScriptFile>> files_; // the script first
     std::vector<ScriptStep> steps_;
     size_t displays_ = 0;
 };

@@ -6,14 +6,9 @@
 
 namespace korv {
 
-namespace {
-
-constexpr D3DCOLOR kBackground = 0xFF182030, kRail = 0xFF384860, kBar = 0xFFF0C040;
-
-} // namespace
-
 // A knot that Direct3D draws, and below it a bar of two fills that tells how far it has turned.
 void DrawAnimationFrame(Painter& painter, int frame) {
+    constexpr D3DCOLOR kBackground = 0xFF182030, kRail = 0xFF384860, kBar = 0xFFF0C040;
     painter.Clear(kBackground);
     painter.State(D3DRENDERSTATE_ZENABLE, 1);
     painter.State(D3DRENDERSTATE_CULLMODE, D3DCULL_CW);

@@ -11,10 +11,9 @@ namespace korv {
 
 namespace {
 
-constexpr D3DCOLOR kBackground = 0xFF182030;
 constexpr uint32_t kGround = 0x213118;
 // Triangles of one side before the other has its turn.
-constexpr size_t kTurn = 100;
+constexpr size_t kTrianglesByTurn = 100;
 
 Mesh Knot() {
     Mesh mesh = TorusKnot(2, 3, 0.42, 128, 14);
@@ -100,6 +99,7 @@ void ShowByHand(host::ClientDrawing& drawing, const host::Picture& picture, LONG
 
 // Direct3D on the left and the client on the right, turn by turn in one chip.
 void DrawTwoClients(Painter& painter) {
+    constexpr D3DCOLOR kBackground = 0xFF182030;
     const Extent size = painter.Size();
     const int left = size.width / 2;
     painter.Clear(kBackground);
@@ -120,9 +120,10 @@ void DrawTwoClients(Painter& painter) {
     }
     size_t drawn = 0; // corners
     for (const Batch& batch : knot) {
-        for (size_t from = 0; from < batch.triangles.size(); from += kTurn) {
-            DrawPart(painter, batch, from, std::min(from + kTurn, batch.triangles.size()));
-            const size_t count = std::min(3 * kTurn, ring.size() - drawn);
+        for (size_t from = 0; from < batch.triangles.size(); from += kTrianglesByTurn) {
+            DrawPart(painter, batch, from,
+                     std::min(from + kTrianglesByTurn, batch.triangles.size()));
+            const size_t count = std::min(3 * kTrianglesByTurn, ring.size() - drawn);
             if (count != 0) {
                 drawing->Triangles(std::span(ring).subspan(drawn, count));
                 drawing->Client().Send();

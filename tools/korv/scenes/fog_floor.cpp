@@ -8,12 +8,11 @@ namespace korv {
 
 namespace {
 
-constexpr D3DCOLOR kMist = 0xFFB4BCC8;
 constexpr Vec3 kLightTile{0.95, 0.9, 0.75}, kDarkTile{0.3, 0.16, 0.12};
 
 // Tiles of edge 1 from y = `first` to `last`, `half` to each side of the y axis. Each has its own
 // four corners, as its colour ends at its edge.
-Mesh Floor(int half, int first, int last) {
+Mesh TiledFloor(int half, int first, int last) {
     Mesh mesh;
     for (int y = first; y < last; ++y) {
         for (int x = -half; x < half; ++x) {
@@ -41,6 +40,7 @@ Mesh Ball(const Vec3& centre, double radius, const Vec3& colour) {
 } // namespace
 
 void DrawFogFloor(Painter& painter) {
+    constexpr D3DCOLOR kMist = 0xFFB4BCC8;
     painter.Clear(kMist);
     painter.State(D3DRENDERSTATE_ZENABLE, 1);
     constexpr double kNear = 0.5, kFar = 60;
@@ -49,7 +49,7 @@ void DrawFogFloor(Painter& painter) {
     DrawOptions options;
     options.fog = Fog{4, 26, kMist};
     // The nearest rows lie behind the eye.
-    DrawMesh(painter, Floor(16, -4, 30), camera, options);
+    DrawMesh(painter, TiledFloor(16, -4, 30), camera, options);
     const Vec3 colours[] = {{0.9, 0.25, 0.2}, {0.25, 0.7, 0.3}, {0.25, 0.4, 0.9}};
     for (int i = 0; i < 8; ++i) {
         const double side = i & 1 ? 1.6 : -1.4;

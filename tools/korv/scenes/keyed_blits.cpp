@@ -9,13 +9,13 @@ namespace korv {
 
 namespace {
 
-constexpr D3DCOLOR kKey = 0xFF00FF;
 constexpr int kFaces = 14;
 
 } // namespace
 
 // Faces in two sizes on a ring, copied over what Direct3D has drawn.
 void DrawKeyedBlits(Painter& painter) {
+    constexpr D3DCOLOR kKey = 0xFF00FF;
     DrawKnot(painter);
     const double width = painter.Size().width, height = painter.Size().height;
     const LONG large = static_cast<LONG>(std::min(width, height) / 6) & ~1, small = large / 2 & ~1;

@@ -6,9 +6,8 @@ namespace korv {
 
 namespace {
 
-constexpr D3DCOLOR kBackground = 0xFF182030;
-
 void Knot(Painter& painter, Shading shading) {
+    constexpr D3DCOLOR kBackground = 0xFF182030;
     Mesh mesh = TorusKnot(2, 3, 0.42, 128, 14);
     for (Vertex& vertex : mesh.vertices) {
         vertex.colour = {0.6 + 0.13 * vertex.position.x, 0.6 + 0.13 * vertex.position.y,

@@ -1,5 +1,6 @@
 #include "tools/korv/images/patterns.h"
 #include "tools/korv/model/terrain.h"
+#include "tools/korv/painting/strips.h"
 #include "tools/korv/painting/texture_state.h"
 #include "tools/korv/scenes/scene.h"
 

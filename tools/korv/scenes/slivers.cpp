@@ -12,7 +12,6 @@ namespace {
 constexpr int kSlivers = 240;
 // Centres off the pixels' own.
 constexpr double kLeft = 0.2506, kRight = 0.7506, kMiddle = 0.5004;
-constexpr D3DCOLOR kBackground = 0xFF301030;
 
 // Triangles around (x, y) whose outer corners keep to no grid.
 void Fan(ScreenBatch& batch, double x, double y, double radius, D3DCOLOR even, D3DCOLOR odd) {
@@ -32,6 +31,7 @@ void Fan(ScreenBatch& batch, double x, double y, double radius, D3DCOLOR even, D
 // On the left opaque slivers by turns in two colours: a gap would let the ground through. On the
 // right each sliver adds the same colour: a pixel drawn twice would be brighter, a missed one dark.
 void DrawSlivers(Painter& painter) {
+    constexpr D3DCOLOR kBackground = 0xFF301030;
     const double width = painter.Size().width, height = painter.Size().height;
     const double radius = std::min(width / 2, height) * 0.46;
     painter.Clear(kBackground);

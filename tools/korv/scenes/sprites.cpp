@@ -10,13 +10,13 @@ namespace korv {
 
 namespace {
 
-constexpr D3DCOLOR kKey = 0xFF00FF;
 constexpr uint32_t kSpriteSide = 64, kWallSide = 128;
 
 } // namespace
 
 // Faces cut out by a colour key, turned and in several sizes, before a brick wall.
 void DrawSprites(Painter& painter) {
+    constexpr D3DCOLOR kKey = 0xFF00FF;
     const double width = painter.Size().width, height = painter.Size().height;
     painter.Clear(0xFF000000);
     ScreenBatch batch;

@@ -11,13 +11,13 @@ constexpr int kColumns = 4, kRows = 2;
 constexpr LONG kLabelWidth = 152, kLabelHeight = 20;
 
 // The picture's size in a cell, in parts of the cell's side.
-struct Cell {
+struct Stretch {
     const char* label;
     double width, height;
     BlitEffects effects;
 };
 constexpr double kOriginal = 0.5, kLarge = 0.94, kSmall = 0.2;
-constexpr Cell kCells[kRows][kColumns] = {
+constexpr Stretch kStretches[kRows][kColumns] = {
     {{"copied", kOriginal, kOriginal, {}},
      {"enlarged", kLarge, kLarge, {}},
      {"shrunk", kSmall, kSmall, {}},
@@ -54,7 +54,7 @@ void DrawStretches(Painter& painter) {
     const RECT part{1, 1, side + 1, side + 1};
     for (int row = 0; row < kRows; ++row) {
         for (int column = 0; column < kColumns; ++column) {
-            const Cell& wanted = kCells[row][column];
+            const Stretch& wanted = kStretches[row][column];
             const LONG left = column * cellWidth, top = row * cellHeight;
             const auto length = [&](double share) {
                 return share == kOriginal ? side

@@ -9,7 +9,6 @@ namespace korv {
 
 namespace {
 
-constexpr uint32_t kTextureSide = 128;
 constexpr D3DCOLOR kSky = 0xFF8090B0;
 
 // A strip of floor from x = `left` to `right` in squares of edge 2: large ones, so that the screen
@@ -40,6 +39,7 @@ Mesh Strip(double left, double right) {
 // On the left in perspective; on the right the same floor with its texture linear on the screen, so
 // that it breaks along the triangles' edges.
 void DrawTextureFloor(Painter& painter) {
+    constexpr uint32_t kTextureSide = 128;
     painter.Clear(kSky);
     painter.State(D3DRENDERSTATE_ZENABLE, 1);
     const Camera camera =

@@ -10,10 +10,8 @@ namespace korv {
 
 namespace {
 
-constexpr D3DCOLOR kMist = 0xFFB8C0C8;
-
 // A floor `half` to each side, from y = `first` to `last`, in squares of edge 2, a texture on each.
-Mesh Floor(int half, int first, int last) {
+Mesh TexturedFloor(int half, int first, int last) {
     Mesh mesh;
     for (int y = first; y < last; y += 2) {
         for (int x = -half; x < half; x += 2) {
@@ -40,6 +38,7 @@ Mesh Moved(Mesh mesh, const Vec3& by, double scale) {
 
 // A textured floor that goes off into fog, and on it, close by, glossy things without fog.
 void DrawTextureFog(Painter& painter) {
+    constexpr D3DCOLOR kMist = 0xFFB8C0C8;
     painter.Clear(kMist);
     painter.State(D3DRENDERSTATE_ZENABLE, 1);
     const Camera camera =
@@ -50,7 +49,7 @@ void DrawTextureFog(Painter& painter) {
     options.light.ambient = 0.45;
     options.fog = Fog{4, 24, kMist};
     SetTexture(painter, {.texture = ground, .filter = D3DFILTER_LINEAR});
-    DrawMesh(painter, Floor(16, -4, 28), camera, options);
+    DrawMesh(painter, TexturedFloor(16, -4, 28), camera, options);
     SetTexture(painter, {.texture = bricks, .filter = D3DFILTER_LINEAR});
     for (int i = 0; i < 4; ++i) {
         for (const double side : {-3.2, 3.2}) {

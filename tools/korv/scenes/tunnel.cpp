@@ -10,7 +10,7 @@ namespace korv {
 
 namespace {
 
-constexpr double kTurn = 2 * std::numbers::pi;
+constexpr double kFullTurn = 2 * std::numbers::pi;
 
 // A tube of radius 1 around the y axis, seen from inside: half of its wall, from angle `from`.
 Mesh Wall(double from) {
@@ -19,7 +19,7 @@ Mesh Wall(double from) {
     Mesh mesh;
     for (int ring = 0; ring <= kRings; ++ring) {
         for (int side = 0; side <= kSides; ++side) {
-            const double angle = from + kTurn / 2 * side / kSides;
+            const double angle = from + kFullTurn / 2 * side / kSides;
             const Vec3 out{std::cos(angle), 0, std::sin(angle)};
             mesh.vertices.push_back({out + Vec3{0, ring * kStep, 0},
                                      out * -1,
@@ -56,7 +56,7 @@ void DrawTunnel(Painter& painter) {
     options.fog = Fog{3, 32, 0xFF000000};
     TextureRequest request{Bricks(256)};
     SetTexture(painter, {.texture = painter.MakeTexture(request), .filter = D3DFILTER_NEAREST});
-    DrawMesh(painter, Wall(kTurn / 2), camera, options);
+    DrawMesh(painter, Wall(kFullTurn / 2), camera, options);
     request.mipMapped = true;
     SetTexture(painter, {.texture = painter.MakeTexture(request), .filter = D3DFILTER_MIPLINEAR});
     DrawMesh(painter, Wall(0), camera, options);

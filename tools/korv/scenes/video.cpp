@@ -8,9 +8,7 @@ namespace korv {
 
 namespace {
 
-constexpr D3DCOLOR kBackground = 0xFF18202C;
 constexpr Extent kField{160, 120};
-constexpr LONG kLabelWidth = 152, kLabelHeight = 20;
 
 struct Look {
     const char* label;
@@ -36,6 +34,8 @@ RECT AreaFor(Extent room) {
 
 // A test card as the video port takes it in, field by field, each on the screen.
 void DrawVideo(Painter& painter) {
+    constexpr LONG kLabelWidth = 152, kLabelHeight = 20;
+    constexpr D3DCOLOR kBackground = 0xFF18202C;
     const Extent size = painter.Size();
     const RECT area = AreaFor(size);
     const bool labelled = size.width >= kLabelWidth && size.height >= area.bottom + kLabelHeight;

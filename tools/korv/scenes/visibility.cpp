@@ -10,10 +10,9 @@ namespace korv {
 
 namespace {
 
-constexpr D3DCOLOR kBackground = 0xFF141C28, kSeen = 0xFF50E070, kHidden = 0xFFF04050;
 constexpr Vec3 kStone{0.45, 0.5, 0.6}, kFloor{0.28, 0.3, 0.34}, kBall{0.95, 0.8, 0.35};
 constexpr double kBallRadius = 0.38;
-constexpr int kTowers = 6, kRows = 3, kColumns = 11;
+constexpr int kTowers = 6;
 
 Mesh Placed(Mesh mesh, const Vec3& centre, const Vec3& scale, const Vec3& colour) {
     for (Vertex& vertex : mesh.vertices) {
@@ -62,6 +61,8 @@ void Frame(ScreenBatch& marks, const std::vector<Batch>& batches, D3DCOLOR colou
 // Balls behind a row of towers. Of each the chip is asked whether any pixel of the box
 // around it would be seen: those of a green frame are drawn, those of a red one are left out.
 void DrawVisibility(Painter& painter) {
+    constexpr D3DCOLOR kBackground = 0xFF141C28, kSeen = 0xFF50E070, kHidden = 0xFFF04050;
+    constexpr int kRows = 3, kColumns = 11;
     painter.Clear(kBackground);
     painter.State(D3DRENDERSTATE_ZENABLE, 1);
     painter.State(D3DRENDERSTATE_CULLMODE, D3DCULL_CW);

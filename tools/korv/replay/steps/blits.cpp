@@ -1,6 +1,7 @@
 // Blits and fills.
 #include "host/driver_module.h"
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
+#include "tools/korv/replay/steps/answers.h"
 
 #include <fmt/format.h>
 
@@ -42,13 +43,6 @@ RECT RectOf(const std::optional<ScriptRect>& rect, const host::Surface& surface)
     }
     return r;
 }
-
-void Tell(const host::HalAnswer& answer, Outcome& outcome) {
-    outcome.Set("handled", answer.handled);
-    outcome.Set("result", answer.result);
-}
-
-const FieldList kAnswer = {{"handled", FieldKind::Flag}, {"result", FieldKind::Result}};
 
 // A colour key: [low, high] goes into the record, true leaves it to the surface's own.
 void ReadKey(Fields& fields, const char* name, DWORD own, DWORD given, DDCOLORKEY DDBLTFX::*key,
@@ -159,7 +153,7 @@ StepPlan ReadBlt(Fields& fields, Names& names) {
                 outcome.SetRecord(type, &data);
             },
             [&type](const std::string& field) -> std::optional<FieldKind> {
-                if (const auto kind = Only(kAnswer)(field)) {
+                if (const auto kind = AnswerFields()(field)) {
                     return kind;
                 }
                 const auto place = FindField(type, field);
@@ -180,10 +174,10 @@ StepPlan ReadFill(Fields& fields, Names& names) {
                 host::DirectDraw& directDraw = *player.DisplayOf(name).directDraw;
                 Tell((directDraw.*fill)(surface, RectOf(rect, surface), value), outcome);
             },
-            Only(kAnswer), true};
+            AnswerFields(), true};
 }
 
-constexpr StepKind kSteps[] = {
+constexpr StepKind kBlitSteps[] = {
     {"blt", ReadBlt},
     {"colorFill", ReadFill<&host::DirectDraw::ColorFill>},
     {"depthFill", ReadFill<&host::DirectDraw::DepthFill>},
@@ -193,7 +187,7 @@ constexpr StepKind kSteps[] = {
 } // namespace
 
 std::span<const StepKind> BlitSteps() {
-    return kSteps;
+    return kBlitSteps;
 }
 
 } // namespace korv

@@ -3,7 +3,7 @@
 #include "host/vdd/minivdd.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/chips/chips.h"
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>
 
@@ -194,7 +194,7 @@ StepPlan ReadAgp(Fields& fields, Names& names) {
             Only({{"taken", FieldKind::Flag}})};
 }
 
-constexpr StepKind kSteps[] = {
+constexpr StepKind kBringUpSteps[] = {
     {"display", ReadDisplay}, {"start", ReadStart}, {"driverInfo", ReadDriverInfo},
     {"refuse", ReadRefuse},   {"agp", ReadAgp},
 };
@@ -202,7 +202,7 @@ constexpr StepKind kSteps[] = {
 } // namespace
 
 std::span<const StepKind> BringUpSteps() {
-    return kSteps;
+    return kBringUpSteps;
 }
 
 } // namespace korv

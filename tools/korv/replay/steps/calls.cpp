@@ -1,6 +1,6 @@
 // Raw HAL records: any callback of the driver's tables.
 #include "host/driver_module.h"
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>
 
@@ -71,12 +71,12 @@ StepPlan ReadCall(Fields& fields, Names& names) {
             }};
 }
 
-constexpr StepKind kSteps[] = {{"call", ReadCall}};
+constexpr StepKind kCallSteps[] = {{"call", ReadCall}};
 
 } // namespace
 
 std::span<const StepKind> CallSteps() {
-    return kSteps;
+    return kCallSteps;
 }
 
 } // namespace korv

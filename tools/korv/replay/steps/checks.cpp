@@ -1,5 +1,5 @@
 // Looks into memory from the host's side: records, pixels, blocks of memory, faults of the board.
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>
 
@@ -290,7 +290,7 @@ StepPlan ReadFaults(Fields& fields, Names& names) {
             Only({{"any", FieldKind::Flag}})};
 }
 
-constexpr StepKind kSteps[] = {
+constexpr StepKind kCheckSteps[] = {
     {"check", ReadCheck},   {"set", ReadSet},   {"pixels", ReadPixels},
     {"memory", ReadMemory}, {"peek", ReadPeek}, {"faults", ReadFaults},
 };
@@ -298,7 +298,7 @@ constexpr StepKind kSteps[] = {
 } // namespace
 
 std::span<const StepKind> CheckSteps() {
-    return kSteps;
+    return kCheckSteps;
 }
 
 } // namespace korv

@@ -2,7 +2,7 @@
 #include "tools/korv/base/errors.h"
 #include "tools/korv/images/png.h"
 #include "tools/korv/images/texels.h"
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>
 
@@ -176,12 +176,12 @@ StepPlan ReadWrite(Fields& fields, Names& names) {
             Only({})};
 }
 
-constexpr StepKind kSteps[] = {{"write", ReadWrite}};
+constexpr StepKind kContentSteps[] = {{"write", ReadWrite}};
 
 } // namespace
 
 std::span<const StepKind> ContentSteps() {
-    return kSteps;
+    return kContentSteps;
 }
 
 } // namespace korv

@@ -1,6 +1,6 @@
 // Direct3D contexts, scenes and texture handles.
 #include "host/driver_module.h"
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>
 
@@ -154,7 +154,7 @@ StepPlan ReadTextureSurface(Fields& fields, Names& names) {
             Only({{"result", FieldKind::Result}, {"surface", FieldKind::SurfaceLocal}}), true};
 }
 
-constexpr StepKind kSteps[] = {
+constexpr StepKind kContextSteps[] = {
     {"context", ReadContext},
     {"contexts", ReadContexts},
     {"destroyContext", ReadDestroyContext},
@@ -170,7 +170,7 @@ constexpr StepKind kSteps[] = {
 } // namespace
 
 std::span<const StepKind> ContextSteps() {
-    return kSteps;
+    return kContextSteps;
 }
 
 } // namespace korv

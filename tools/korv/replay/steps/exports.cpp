@@ -1,6 +1,6 @@
 // Calls of the exported functions, and what their caller writes by hand.
 #include "host/driver_module.h"
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -144,12 +144,12 @@ StepPlan ReadPoke(Fields& fields, Names& names) {
             Only({})};
 }
 
-constexpr StepKind kSteps[] = {{"export", ReadExport}, {"poke", ReadPoke}};
+constexpr StepKind kExportSteps[] = {{"export", ReadExport}, {"poke", ReadPoke}};
 
 } // namespace
 
 std::span<const StepKind> ExportSteps() {
-    return kSteps;
+    return kExportSteps;
 }
 
 } // namespace korv

@@ -1,16 +1,10 @@
 // Flips, locks, and questions about the chip and the beam.
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
+#include "tools/korv/replay/steps/answers.h"
 
 namespace korv {
 
 namespace {
-
-void Tell(const host::HalAnswer& answer, Outcome& outcome) {
-    outcome.Set("handled", answer.handled);
-    outcome.Set("result", answer.result);
-}
-
-const FieldList kAnswer = {{"handled", FieldKind::Flag}, {"result", FieldKind::Result}};
 
 StepPlan ReadFlip(Fields& fields, Names& names) {
     const std::string from = names.Refer(NameKind::Surface, fields["surface"]);
@@ -20,7 +14,7 @@ StepPlan ReadFlip(Fields& fields, Names& names) {
             Tell(player.DisplayOf(from).directDraw->Flip(player.Surface(from), player.Surface(to)),
                  outcome);
         },
-        Only(kAnswer), true};
+        AnswerFields(), true};
 }
 
 StepPlan ReadLock(Fields& fields, Names& names) {
@@ -58,7 +52,7 @@ StepPlan ReadStatus(Fields& fields, Names& names) {
                 host::DirectDraw& directDraw = *player.DisplayOf(name).directDraw;
                 Tell((directDraw.*ask)(player.Surface(name), flags), outcome);
             },
-            Only(kAnswer), true};
+            AnswerFields(), true};
 }
 
 StepPlan ReadVerticalBlank(Fields& fields, Names& names) {
@@ -88,7 +82,7 @@ StepPlan ReadScanLine(Fields& fields, Names& names) {
             true};
 }
 
-constexpr StepKind kSteps[] = {
+constexpr StepKind kFlipSteps[] = {
     {"flip", ReadFlip},
     {"lock", ReadLock},
     {"bltStatus", ReadStatus<&host::DirectDraw::GetBltStatus>},
@@ -100,7 +94,7 @@ constexpr StepKind kSteps[] = {
 } // namespace
 
 std::span<const StepKind> FlipSteps() {
-    return kSteps;
+    return kFlipSteps;
 }
 
 } // namespace korv

@@ -1,5 +1,5 @@
 // Mode changes and the passing of time.
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 namespace korv {
 
@@ -25,12 +25,12 @@ StepPlan ReadAdvance(Fields& fields, Names& names) {
             Only({})};
 }
 
-constexpr StepKind kSteps[] = {{"mode", ReadMode}, {"advance", ReadAdvance}};
+constexpr StepKind kModeSteps[] = {{"mode", ReadMode}, {"advance", ReadAdvance}};
 
 } // namespace
 
 std::span<const StepKind> ModeSteps() {
-    return kSteps;
+    return kModeSteps;
 }
 
 } // namespace korv

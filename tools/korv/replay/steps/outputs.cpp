@@ -1,6 +1,6 @@
 // Pictures, and waiting for the chip.
 #include "tools/korv/images/png.h"
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>
 
@@ -37,12 +37,12 @@ StepPlan ReadFinish(Fields& fields, Names& names) {
             Only({})};
 }
 
-constexpr StepKind kSteps[] = {{"picture", ReadPicture}, {"finish", ReadFinish}};
+constexpr StepKind kOutputSteps[] = {{"picture", ReadPicture}, {"finish", ReadFinish}};
 
 } // namespace
 
 std::span<const StepKind> OutputSteps() {
-    return kSteps;
+    return kOutputSteps;
 }
 
 } // namespace korv

@@ -316,7 +316,7 @@ StepPlan ReadExecute(Fields& fields, Names& names) {
             Only({{"result", FieldKind::Result}, {"status", FieldKind::Word}}), true};
 }
 
-constexpr StepKind kSteps[] = {
+constexpr StepKind kPrimitiveSteps[] = {
     {"triangles", ReadTrianglesStep}, {"lines", ReadLinesStep},
     {"points", ReadPointsStep},       {"model", ReadModel},
     {"execute", ReadExecute},
@@ -325,7 +325,7 @@ constexpr StepKind kSteps[] = {
 } // namespace
 
 std::span<const StepKind> PrimitiveSteps() {
-    return kSteps;
+    return kPrimitiveSteps;
 }
 
 } // namespace korv

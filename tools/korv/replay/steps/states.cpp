@@ -1,6 +1,6 @@
 #include "tools/korv/replay/steps/states.h"
 
-#include "tools/korv/replay/script_constants.h"
+#include "tools/korv/replay/constants.h"
 
 #include <fmt/format.h>
 
@@ -59,7 +59,7 @@ StepPlan ReadStatesStep(Fields& fields, Names& names) {
             Only({{"result", FieldKind::Result}}), true};
 }
 
-constexpr StepKind kSteps[] = {{"states", ReadStatesStep}};
+constexpr StepKind kStateSteps[] = {{"states", ReadStatesStep}};
 
 } // namespace
 
@@ -76,7 +76,7 @@ std::vector<StateValue> ReadStates(const Node& node, const Names& names) {
 }
 
 std::span<const StepKind> StateSteps() {
-    return kSteps;
+    return kStateSteps;
 }
 
 } // namespace korv

@@ -1,6 +1,6 @@
 #pragma once
 // Render states as scripts give them.
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 namespace korv {
 

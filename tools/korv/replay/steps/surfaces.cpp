@@ -1,6 +1,6 @@
 // Surfaces: creation, destruction, attachments, palettes, contents.
 #include "host/ddraw/format.h"
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>
 
@@ -195,7 +195,7 @@ StepPlan ReadLoadTexture(Fields& fields, Names& names) {
             Only({})};
 }
 
-constexpr StepKind kSteps[] = {
+constexpr StepKind kSurfaceSteps[] = {
     {"surface", ReadSurface},     {"destroySurface", ReadDestroySurface},
     {"attach", ReadAttach<true>}, {"detach", ReadAttach<false>},
     {"palette", ReadPalette},     {"sourceKey", ReadSourceKey},
@@ -205,7 +205,7 @@ constexpr StepKind kSteps[] = {
 } // namespace
 
 std::span<const StepKind> SurfaceSteps() {
-    return kSteps;
+    return kSurfaceSteps;
 }
 
 } // namespace korv

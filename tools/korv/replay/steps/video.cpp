@@ -1,6 +1,6 @@
 // What is plugged into the video port.
 #include "tools/korv/images/test_card.h"
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 namespace korv {
 
@@ -50,12 +50,12 @@ StepPlan ReadVideoSource(Fields& fields, Names& names) {
             Only({})};
 }
 
-constexpr StepKind kSteps[] = {{"videoSource", ReadVideoSource}};
+constexpr StepKind kVideoSteps[] = {{"videoSource", ReadVideoSource}};
 
 } // namespace
 
 std::span<const StepKind> VideoSteps() {
-    return kSteps;
+    return kVideoSteps;
 }
 
 } // namespace korv

@@ -1,8 +1,7 @@
-#include "tools/korv/replay/script_player.h"
+#include "tools/korv/replay/player.h"
 
-#include "driver/d3d/dcontext.h"
-#include "driver/services/context.h"
 #include "host/display/machine.h"
+#include "host/inspect/contexts.h"
 
 #include <fmt/format.h>
 
@@ -17,10 +16,6 @@ auto& Named(Map& map, const char* kind, const std::string& name) {
         throw NotThereError(fmt::format("{} '{}' is not there", kind, name));
     }
     return found->second;
-}
-
-uint32_t AddressOf(const void* object) {
-    return reinterpret_cast<uintptr_t>(object);
 }
 
 } // namespace
@@ -96,12 +91,7 @@ host::Device3D& Player::Device(const std::string& context) {
 
 const D3DContext* Player::ContextRecord(const std::string& context) {
     const PlayedContext& one = Named(contexts, "context", context);
-    for (const D3DContext* record : LiveContexts(Driver(one.display)->ChipInfo)) {
-        if (record->ContextHandle == one.device->Handle()) {
-            return record;
-        }
-    }
-    return nullptr;
+    return host::ContextRecord(Driver(one.display)->ChipInfo, one.device->Handle());
 }
 
 uint32_t Player::Texture(const std::string& name) {
@@ -254,24 +244,6 @@ void Player::CommitRecordings() {
     for (auto& [name, one] : displays_) {
         one.tap->recording.Commit();
     }
-}
-
-std::vector<const D3DContext*> LiveContexts(const ChipInfo* chip) {
-    std::vector<const D3DContext*> contexts;
-    for (const ContextBlock* block = chip->ContextBlocks; block != nullptr;
-         block = block->NextBlock) {
-        for (uint32_t slot = 0; slot < block->SlotCount; ++slot) {
-            // The size of a free slot is negative.
-            if (block->Size[slot] <= 0 || block->Type[slot] != kContextTypeDirect3D) {
-                continue;
-            }
-            const auto* record = reinterpret_cast<const D3DContext*>(block->Owner[slot]);
-            if (record != nullptr && record->Magic == kContextMagic) {
-                contexts.push_back(record);
-            }
-        }
-    }
-    return contexts;
 }
 
 } // namespace korv

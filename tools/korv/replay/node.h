@@ -1,6 +1,6 @@
 #pragma once
 // Reading a script's JSON by type: whatever is wrong is a UserError with file, line and path.
-#include "tools/korv/replay/script_lines.h"
+#include "tools/korv/replay/lines.h"
 
 #include <nlohmann/json_fwd.hpp>
 

@@ -1,8 +1,8 @@
 #pragma once
 // Steps of a script: what all kinds have in common.
-#include "tools/korv/replay/records/records.h"
-#include "tools/korv/replay/script_node.h"
-#include "tools/korv/replay/script_player.h"
+#include "tools/korv/replay/node.h"
+#include "tools/korv/replay/player.h"
+#include "tools/korv/replay/records/record.h"
 
 #include <functional>
 #include <initializer_list>

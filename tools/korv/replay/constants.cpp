@@ -1,4 +1,4 @@
-#include "tools/korv/replay/script_constants.h"
+#include "tools/korv/replay/constants.h"
 
 #include "driver/core/chipinfo.h"
 #include "driver/d3d/dcontext.h"

@@ -1,4 +1,4 @@
-#include "tools/korv/replay/script_step.h"
+#include "tools/korv/replay/step.h"
 
 #include "host/ddraw/results.h"
 
@@ -28,10 +28,6 @@ const char* KindName(NameKind kind) {
         break;
     }
     return "value";
-}
-
-uint32_t AddressOf(const void* object) {
-    return reinterpret_cast<uintptr_t>(object);
 }
 
 Bits Constant(uint32_t bits) {

@@ -1,7 +1,7 @@
-#include "tools/korv/replay/script_node.h"
+#include "tools/korv/replay/node.h"
 
 #include "tools/korv/base/errors.h"
-#include "tools/korv/replay/script_constants.h"
+#include "tools/korv/replay/constants.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>

@@ -1,4 +1,4 @@
-#include "tools/korv/replay/script_lines.h"
+#include "tools/korv/replay/lines.h"
 
 #include <nlohmann/json.hpp>
 

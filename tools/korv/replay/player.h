@@ -15,6 +15,11 @@
 
 namespace korv {
 
+// As records of the driver hold it.
+inline uint32_t AddressOf(const void* object) {
+    return reinterpret_cast<uintptr_t>(object);
+}
+
 // How a script is to be played.
 struct PlayOptions {
     std::filesystem::path pictures; // folder for its pictures; empty: none are written
@@ -134,8 +139,5 @@ class Player {
     std::map<std::string, NamedSurface> surfaces_;
     std::vector<std::unique_ptr<uint8_t[]>> scratch_;
 };
-
-// Live contexts of a display as the hardware context table lists them.
-std::vector<const D3DContext*> LiveContexts(const ChipInfo* chip);
 
 } // namespace korv

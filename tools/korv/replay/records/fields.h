@@ -3,7 +3,7 @@
 #include "driver/services/OpenGL.h"
 #include "driver/services/services.h"
 #include "driver/video/video.h"
-#include "tools/korv/replay/records/records.h"
+#include "tools/korv/replay/records/record.h"
 
 #include <type_traits>
 

@@ -1,4 +1,4 @@
-#include "tools/korv/replay/records/record_fields.h"
+#include "tools/korv/replay/records/fields.h"
 
 namespace korv {
 

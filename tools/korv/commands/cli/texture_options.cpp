@@ -1,4 +1,4 @@
-#include "tools/korv/commands/texture_options.h"
+#include "tools/korv/commands/cli/texture_options.h"
 
 #include "tools/korv/base/errors.h"
 #include "tools/korv/images/png.h"
@@ -40,7 +40,7 @@ DWORD Chosen(std::span<const Choice> choices, const std::string& name) {
     return found == choices.end() ? choices.front().value : found->value;
 }
 
-std::string Names(std::span<const Choice> choices) {
+std::string ChoiceNames(std::span<const Choice> choices) {
     std::string names;
     for (const Choice& choice : choices) {
         names += fmt::format("{}{}", names.empty() ? "" : ", ", choice.name);
@@ -56,7 +56,7 @@ void AddChoice(CLI::App& command, const std::string& option, std::string& name,
     }
     command
         .add_option(option, name,
-                    fmt::format("{}: {} (default {})", about, Names(choices), known.front()))
+                    fmt::format("{}: {} (default {})", about, ChoiceNames(choices), known.front()))
         ->type_name("HOW")
         ->check(CLI::IsMember(known).description(""));
 }

@@ -1,13 +1,11 @@
-#include "tools/korv/commands/commands.h"
+#include "tools/korv/commands/cli/draw_options.h"
 
 #include "tools/korv/base/errors.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <fmt/ostream.h>
 
 #include <charconv>
-#include <sstream>
 
 namespace korv {
 
@@ -52,13 +50,6 @@ void AddDrawArguments(CLI::App& command, DrawArguments& arguments) {
         .add_option("--events", arguments.record.events,
                     "Also write all bus events as text, one a line, explained")
         ->type_name("FILE");
-}
-
-void WarnOfFaults(Console& console, const std::string& where, const std::string& faults) {
-    std::istringstream lines(faults);
-    for (std::string line; std::getline(lines, line);) {
-        fmt::print(console.err, "korv: warning: {}: {}\n", where, line);
-    }
 }
 
 } // namespace korv

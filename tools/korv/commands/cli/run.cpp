@@ -1,7 +1,7 @@
-#include "tools/korv/commands/run.h"
+#include "tools/korv/commands/cli/run.h"
 
 #include "tools/korv/base/errors.h"
-#include "tools/korv/commands/commands.h"
+#include "tools/korv/commands/cli/command.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -45,13 +45,9 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
     CLI::App app(kAbout, "korv");
     app.footer(kExamples);
     app.require_subcommand(1);
-    AddDemo(app, console);
-    AddRender(app, console);
-    AddInfo(app, console);
-    AddModel(app, console);
-    AddTexture(app, console);
-    AddReplay(app, console);
-    AddTrace(app, console);
+    for (const Command* command : Commands()) {
+        command->setUp(*app.add_subcommand(command->name, command->synopsis), console);
+    }
     try {
         app.parse(argc, argv);
         return kExitOk;

@@ -1,8 +1,8 @@
-#include "tools/korv/replay/records/records.h"
+#include "tools/korv/replay/records/record.h"
 
 #include "driver/core/driverdata.h"
 #include "host/driver_module.h"
-#include "tools/korv/replay/records/record_fields.h"
+#include "tools/korv/replay/records/fields.h"
 
 #include <algorithm>
 #include <charconv>

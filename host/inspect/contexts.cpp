@@ -1,0 +1,47 @@
+#include "host/inspect/contexts.h"
+
+#include "driver/d3d/dcontext.h"
+#include "driver/services/context.h"
+
+namespace host {
+
+std::vector<const D3DContext*> LiveContexts(const ChipInfo* chip) {
+    std::vector<const D3DContext*> contexts;
+    for (const ContextBlock* block = chip->ContextBlocks; block != nullptr;
+         block = block->NextBlock) {
+        for (uint32_t slot = 0; slot < block->SlotCount; ++slot) {
+            // The size of a free slot is negative.
+            if (block->Size[slot] <= 0 || block->Type[slot] != kContextTypeDirect3D) {
+                continue;
+            }
+            const auto* record = reinterpret_cast<const D3DContext*>(block->Owner[slot]);
+            if (record != nullptr && record->Magic == kContextMagic) {
+                contexts.push_back(record);
+            }
+        }
+    }
+    return contexts;
+}
+
+const D3DContext* ContextRecord(const ChipInfo* chip, uint32_t handle) {
+    for (const D3DContext* record : LiveContexts(chip)) {
+        if (record->ContextHandle == handle) {
+            return record;
+        }
+    }
+    return nullptr;
+}
+
+UnsentByContext UnsentWords(const ChipInfo* chip) {
+    UnsentByContext unsent;
+    for (const D3DContext* context : LiveContexts(chip)) {
+        const CommandStream& stream = context->Stream;
+        if (stream.CommandMode == kCommandModeDMA &&
+            stream.WritePointer != stream.Current().Linear) {
+            unsent[context->ContextHandle] = {stream.Current().Linear, stream.WritePointer};
+        }
+    }
+    return unsent;
+}
+
+} // namespace host

@@ -1,0 +1,24 @@
+#pragma once
+// What can be seen of a display's Direct3D contexts from outside, of a driver DLL's too.
+#include "driver/core/chipinfo.h"
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+struct D3DContext;
+
+namespace host {
+
+// The live ones, as the chip's hardware context table lists them.
+std::vector<const D3DContext*> LiveContexts(const ChipInfo* chip);
+
+// The driver's record of the live context of that handle, or null.
+const D3DContext* ContextRecord(const ChipInfo* chip, uint32_t handle);
+
+// Words that contexts have written to their sub-buffers and not yet sent, by handle. Contexts
+// without such words, and those that go without DMA, are left out.
+using UnsentByContext = std::map<uint32_t, std::vector<uint32_t>>;
+UnsentByContext UnsentWords(const ChipInfo* chip);
+
+} // namespace host
