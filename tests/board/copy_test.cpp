@@ -9,7 +9,10 @@
 
 namespace {
 
-constexpr uint32_t kReadSource = 0x200, kReadDest = 0x400, kPatched = 0x2040000;
+using rig::kReadDest;
+using rig::kReadSource;
+
+constexpr uint32_t kPatched = 0x2040000;
 // TX and MX copy with this Render word.
 constexpr uint32_t kFastCopy = 0x40008;
 

@@ -4,7 +4,8 @@
 
 namespace {
 
-constexpr uint32_t kReadDest = 0x400;
+using rig::kReadDest;
+
 constexpr uint32_t kDepthBase = 100000; // elements of 16 bits: behind the pixels
 
 // Depth values in the frame buffer, 16 bits wide, 64 elements a row.

@@ -8,8 +8,9 @@
 
 namespace {
 
+using rig::kPacked;
+
 constexpr uint32_t kHostData = 0x1000;
-constexpr uint32_t kPacked = 0x80000;
 
 // A hold burst of words to Color.
 void Burst(rig::Rig& r, const std::vector<uint32_t>& words, uint32_t tagNumber = tag::Color) {

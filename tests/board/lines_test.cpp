@@ -9,11 +9,8 @@
 
 namespace {
 
+using rig::Fixed;
 using Pixels = std::multiset<std::pair<int, int>>;
-
-uint32_t Fixed(double value) {
-    return static_cast<uint32_t>(static_cast<int64_t>(std::floor(value * 65536.0)));
-}
 
 // Counts how often each pixel is drawn: additive blending of colour 1.
 class LineRig : public rig::Rig {

@@ -8,9 +8,10 @@
 
 namespace {
 
+using rig::kReadSource;
+
 // Window words: forced from the Depth register, and forced from the source.
 constexpr uint32_t kFromRegister = 0x18, kFromSource = 0x08;
-constexpr uint32_t kReadSource = 0x200;
 // What a mode change leaves in DepthMode: on, always passing, from the register, no writes.
 constexpr uint32_t kDepthIdle = 0x79;
 

@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr uint32_t kPacked = 0x80000, kReadSource = 0x200;
+using rig::kPacked;
+using rig::kReadSource;
 
 struct Depth {
     uint32_t code;

@@ -9,11 +9,9 @@
 
 namespace {
 
-constexpr double kOne = 65536.0;
+using rig::Fixed;
 
-uint32_t Fixed(double value) {
-    return static_cast<uint32_t>(static_cast<int64_t>(std::floor(value * kOne)));
-}
+constexpr double kOne = 65536.0;
 
 // Adds 1 to every pixel that a trapezoid covers: additive blending of colour 1.
 class Counter : public rig::Rig {

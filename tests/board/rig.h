@@ -4,6 +4,7 @@
 #include "chip/registers.h"
 #include "chip/words.h"
 
+#include <cmath>
 #include <cstring>
 #include <initializer_list>
 #include <utility>
@@ -21,6 +22,14 @@ inline constexpr uint32_t kFastFill = 0x08;
 inline constexpr uint32_t kSubPixel = 0x10000;
 inline constexpr uint32_t kFog = 0x4000;
 inline constexpr uint32_t kAreaStipple = 1;
+
+// FBReadMode bits.
+inline constexpr uint32_t kReadSource = 0x200, kReadDest = 0x400, kPacked = 0x80000;
+
+// 16.16, rounded down.
+inline uint32_t Fixed(double value) {
+    return static_cast<uint32_t>(static_cast<int64_t>(std::floor(value * 65536.0)));
+}
 
 // FBReadPixel codes.
 inline constexpr uint32_t k8Bits = 0, k16Bits = 1, k32Bits = 2, k24Bits = 4;

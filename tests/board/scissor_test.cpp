@@ -4,7 +4,7 @@
 
 namespace {
 
-uint32_t Point(int x, int y) {
+uint32_t PackedPoint(int x, int y) {
     return (static_cast<uint32_t>(y) << 16) | (static_cast<uint32_t>(x) & 0xFFFF);
 }
 
@@ -21,8 +21,8 @@ TEST(Scissor, UserRectangleIncludesItsMinimumAndExcludesItsMaximum) {
     rig::Rig r;
     r.Send({{tag::Color, 1},
             {tag::ScissorMode, 1},
-            {tag::ScissorMinXY, Point(3, 4)},
-            {tag::ScissorMaxXY, Point(9, 7)}});
+            {tag::ScissorMinXY, PackedPoint(3, 4)},
+            {tag::ScissorMaxXY, PackedPoint(9, 7)}});
     r.Rectangle(0, 0, 30, 15);
     ExpectDrawn(r, [](int x, int y) { return x >= 3 && x < 9 && y >= 4 && y < 7; });
 }
@@ -31,15 +31,15 @@ TEST(Scissor, UserRectangleIsSigned) {
     rig::Rig r;
     r.Send({{tag::Color, 1},
             {tag::ScissorMode, 1},
-            {tag::ScissorMinXY, Point(-5, -9)},
-            {tag::ScissorMaxXY, Point(4, 3)}});
+            {tag::ScissorMinXY, PackedPoint(-5, -9)},
+            {tag::ScissorMaxXY, PackedPoint(4, 3)}});
     r.Rectangle(0, 0, 30, 15);
     ExpectDrawn(r, [](int x, int y) { return x < 4 && y < 3; });
 }
 
 TEST(Scissor, ScreenRectangleRunsFromZeroToTheScreenSize) {
     rig::Rig r;
-    r.Send({{tag::Color, 1}, {tag::ScissorMode, 2}, {tag::ScreenSize, Point(12, 6)}});
+    r.Send({{tag::Color, 1}, {tag::ScissorMode, 2}, {tag::ScreenSize, PackedPoint(12, 6)}});
     r.Rectangle(-20, -4, 30, 15);
     ExpectDrawn(r, [](int x, int y) { return x < 12 && y < 6; });
     EXPECT_FALSE(r.board.FaultReport().Any());
@@ -49,9 +49,9 @@ TEST(Scissor, BothRectanglesHoldTogether) {
     rig::Rig r;
     r.Send({{tag::Color, 1},
             {tag::ScissorMode, 3},
-            {tag::ScreenSize, Point(12, 6)},
-            {tag::ScissorMinXY, Point(8, 2)},
-            {tag::ScissorMaxXY, Point(30, 30)}});
+            {tag::ScreenSize, PackedPoint(12, 6)},
+            {tag::ScissorMinXY, PackedPoint(8, 2)},
+            {tag::ScissorMaxXY, PackedPoint(30, 30)}});
     r.Rectangle(0, 0, 30, 15);
     ExpectDrawn(r, [](int x, int y) { return x >= 8 && x < 12 && y >= 2 && y < 6; });
 }
@@ -62,8 +62,8 @@ TEST(Scissor, ClippingChangesNoPixelThatRemains) {
             rig::Rig whole;
             rig::Rig clipped;
             clipped.Send({{tag::ScissorMode, 1},
-                          {tag::ScissorMinXY, Point(15, 3)},
-                          {tag::ScissorMaxXY, Point(27, 9)}});
+                          {tag::ScissorMinXY, PackedPoint(15, 3)},
+                          {tag::ScissorMaxXY, PackedPoint(27, 9)}});
             for (rig::Rig* r : {&whole, &clipped}) {
                 r->Send({{tag::ColorDDAMode, 3},
                          {tag::RStart, 0x123456},

@@ -11,7 +11,9 @@
 
 namespace {
 
-constexpr uint32_t kReadSource = 0x200, kReadTexels = 0x20000000;
+using rig::kReadSource;
+
+constexpr uint32_t kReadTexels = 0x20000000;
 constexpr uint32_t kRejectInside = 9;
 constexpr uint32_t kSource = 16384, kDest = 4096; // pixels
 

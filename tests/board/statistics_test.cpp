@@ -6,17 +6,19 @@
 
 namespace {
 
-constexpr uint32_t kLess = 1, kReadDest = 0x400;
-constexpr uint32_t kDepthBase = 0x10000; // 16-bit elements
+using rig::kReadDest;
+
+constexpr uint32_t kLess = 1;
+constexpr uint32_t kPickDepthBase = 0x10000; // 16-bit elements
 
 class PickRig : public rig::Rig {
   public:
     PickRig() {
         Send({{tag::LBReadMode, rig::kPitch64 | kReadDest},
-              {tag::LBWindowBase, kDepthBase},
+              {tag::LBWindowBase, kPickDepthBase},
               {tag::DepthMode, kLess << 4 | 3}});
         for (size_t i = 0; i < 64 * 64; ++i) {
-            SetElement<uint16_t>(kDepthBase + i, 100);
+            SetElement<uint16_t>(kPickDepthBase + i, 100);
         }
     }
     // What a driver sends before the primitives.
@@ -57,7 +59,7 @@ TEST(Statistics, ResultTellsWhetherAPixelPassedTheDepthTest) {
     r.DrawAt(200, 0, 0, 40, 40);
     EXPECT_EQ(r.End() & 1, 1u);
     for (size_t i = 0; i < 64 * 64; ++i) {
-        ASSERT_EQ(r.Element<uint16_t>(kDepthBase + i), 100u) << "depth stays";
+        ASSERT_EQ(r.Element<uint16_t>(kPickDepthBase + i), 100u) << "depth stays";
         ASSERT_EQ(r.Element<uint32_t>(i), 0u) << "and so do pixels";
     }
     EXPECT_FALSE(r.board.FaultReport().Any()) << r.board.FaultReport().Describe();
@@ -65,7 +67,7 @@ TEST(Statistics, ResultTellsWhetherAPixelPassedTheDepthTest) {
 
 TEST(Statistics, OnePixelInFrontIsEnough) {
     PickRig r;
-    r.SetElement<uint16_t>(kDepthBase + 63 * 64 + 63, 201);
+    r.SetElement<uint16_t>(kPickDepthBase + 63 * 64 + 63, 201);
     r.Begin(64, 64);
     r.DrawAt(200, 0, 0, 64, 64);
     EXPECT_EQ(r.End() & 1, 1u);

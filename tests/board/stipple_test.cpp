@@ -6,18 +6,19 @@
 
 namespace {
 
-constexpr uint32_t kRows[8] = {0x88, 0x01, 0x22, 0x80, 0xF0, 0x0F, 0x55, 0xFF};
+constexpr uint32_t kPatternRows[8] = {0x88, 0x01, 0x22, 0x80, 0xF0, 0x0F, 0x55, 0xFF};
 
 TEST(Stipple, EightByEightPatternRepeats) {
     rig::Rig r;
-    r.Words({burst::AreaStipple, kRows[0], kRows[1], kRows[2], kRows[3], kRows[4], kRows[5],
-             kRows[6], kRows[7]});
+    r.Words({burst::AreaStipple, kPatternRows[0], kPatternRows[1], kPatternRows[2], kPatternRows[3],
+             kPatternRows[4], kPatternRows[5], kPatternRows[6], kPatternRows[7]});
     r.Send({{tag::AreaStippleMode, 1}, {tag::Color, 1}});
     r.Rectangle(3, 2, 30, 20, rig::kAreaStipple);
     for (int y = 0; y < 24; ++y) {
         for (int x = 0; x < 40; ++x) {
             const bool inside = x >= 3 && x < 30 && y >= 2 && y < 20;
-            ASSERT_EQ(r.Pixel(x, y), inside ? kRows[y % 8] >> (x % 8) & 1 : 0u) << x << ' ' << y;
+            ASSERT_EQ(r.Pixel(x, y), inside ? kPatternRows[y % 8] >> (x % 8) & 1 : 0u)
+                << x << ' ' << y;
         }
     }
 }
@@ -37,14 +38,14 @@ TEST(Stipple, GlintSelectsTheSizeOfThePattern) {
         rig::Rig r(rig::SmallConfig(board::Chip::TX));
         r.Send({{tag::FBReadMode, rig::kPitch64}, {tag::FBWriteMode, 1}, {tag::Color, 1}});
         for (uint32_t row = 0; row < 8; ++row) {
-            r.Send(tag::AreaStipplePattern0 + row, kRows[row]);
+            r.Send(tag::AreaStipplePattern0 + row, kPatternRows[row]);
         }
         r.Send(tag::AreaStippleMode, 1 | select << 1 | select << 4);
         r.Rectangle(0, 0, 32, 16, rig::kAreaStipple);
         const int size = 2 << select;
         for (int y = 0; y < 16; ++y) {
             for (int x = 0; x < 32; ++x) {
-                ASSERT_EQ(r.Pixel(x, y), kRows[y % size] >> (x % size) & 1);
+                ASSERT_EQ(r.Pixel(x, y), kPatternRows[y % size] >> (x % size) & 1);
             }
         }
     }

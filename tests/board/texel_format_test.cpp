@@ -50,7 +50,7 @@ struct Format {
     uint32_t components, order;     // TX, MX
 };
 
-constexpr Format kFormats[] = {
+constexpr Format kTexelFormats[] = {
     {"8888", 32, {8, 8, 8, 8}, 0, 0, rig::kTexel32, 3, 0},
     {"565", 16, {0, 5, 6, 5}, 0, 1, rig::kTexel16, 2, 0},
     {"1555", 16, {1, 5, 5, 5}, 1, 0, rig::kTexel16, 3, 1},
@@ -75,7 +75,7 @@ std::vector<uint32_t> RandomTexels(uint32_t bits) {
 }
 
 TEST(TexelFormat, PermediaFormatsInBothOrdersWithAndWithoutAlpha) {
-    for (const Format& format : kFormats) {
+    for (const Format& format : kTexelFormats) {
         const std::vector<uint32_t> texels = RandomTexels(format.bits);
         for (const bool redHigh : {false, true}) {
             for (const bool opaque : {false, true}) {
@@ -105,7 +105,7 @@ TEST(TexelFormat, PermediaFormatsInBothOrdersWithAndWithoutAlpha) {
 
 TEST(TexelFormat, GlintFormatsByWidthComponentsAndOrder) {
     for (const board::Chip chip : {board::Chip::TX, board::Chip::MX}) {
-        for (const Format& format : kFormats) {
+        for (const Format& format : kTexelFormats) {
             if (format.bits == 24) {
                 continue;
             }

@@ -2,6 +2,7 @@
 #include "host/ddraw/ddraw.h"
 #include "host/display/machine.h"
 #include "host/win32/heap.h"
+#include "tests/support_host/configs.h"
 
 #include <gtest/gtest.h>
 
@@ -35,12 +36,6 @@ struct Machine {
     std::unique_ptr<DirectDraw> directDraw;
 };
 
-DisplayConfig ConfigFor(uint32_t deviceId) {
-    DisplayConfig config;
-    config.deviceId = deviceId;
-    return config;
-}
-
 TEST(Results, HaveNames) {
     EXPECT_EQ(host::ResultName(0), "DD_OK");
     EXPECT_EQ(host::ResultName(0x8876017C), "DDERR_OUTOFVIDEOMEMORY");
@@ -63,7 +58,7 @@ TEST(Formats, TheSixteenBitDisplayHasFiveBitsAChannel) {
 
 class AnyChipTest : public ::testing::TestWithParam<uint32_t> {
   protected:
-    AnyChipTest() : machine(ConfigFor(GetParam())), directDraw(*machine.directDraw) {}
+    AnyChipTest() : machine(test::ConfigFor(GetParam())), directDraw(*machine.directDraw) {}
     Machine machine;
     DirectDraw& directDraw;
 };
@@ -243,7 +238,7 @@ INSTANTIATE_TEST_SUITE_P(Chips, AnyChipTest,
                                            DevicePermedia2));
 
 TEST(DirectDrawTest, GlintDepthAndTexturesLieInTheLocalBuffer) {
-    Machine machine(ConfigFor(DeviceTX));
+    Machine machine(test::ConfigFor(DeviceTX));
     Surface& depth = machine.directDraw->CreateZBuffer(640, 480);
     EXPECT_EQ(depth.Bits(), 32u);
     EXPECT_LT(machine.LocalOffset(depth), 8u << 20);
@@ -255,7 +250,7 @@ TEST(DirectDrawTest, GlintDepthAndTexturesLieInTheLocalBuffer) {
 }
 
 TEST(DirectDrawTest, PermediaDepthLiesInTheFrameBuffer) {
-    Machine machine(ConfigFor(DevicePermedia));
+    Machine machine(test::ConfigFor(DevicePermedia));
     Surface& depth = machine.directDraw->CreateZBuffer(640, 480);
     EXPECT_EQ(depth.Bits(), 16u);
     EXPECT_GE(machine.FrameOffset(depth), machine.display.ScreenBytes());
@@ -263,7 +258,7 @@ TEST(DirectDrawTest, PermediaDepthLiesInTheFrameBuffer) {
 }
 
 TEST(DirectDrawTest, APermediaSurfaceOfRectanglesSitsAtScreenPitch) {
-    DisplayConfig config = ConfigFor(DevicePermedia);
+    DisplayConfig config = test::ConfigFor(DevicePermedia);
     config.registry = {{"Direct3DHAL.RectAlloc", "1"}};
     Machine machine(config);
     Surface& first = machine.directDraw->CreateOffscreen(96, 40);
@@ -278,7 +273,7 @@ TEST(DirectDrawTest, APermediaSurfaceOfRectanglesSitsAtScreenPitch) {
 }
 
 TEST(DirectDrawTest, MipLevelsAreAChainOfHalves) {
-    Machine machine(ConfigFor(DevicePermedia2));
+    Machine machine(test::ConfigFor(DevicePermedia2));
     Surface& texture = machine.directDraw->CreateTexture(32, 8, host::Format4444(), 6);
     ASSERT_EQ(texture.Chain().size(), 5u);
     const std::array<std::pair<uint32_t, uint32_t>, 6> sizes = {
@@ -296,13 +291,13 @@ TEST(DirectDrawTest, MipLevelsAreAChainOfHalves) {
 }
 
 TEST(DirectDrawTest, TheExtensionOfAGlobalRecordIsInFrontOfIt) {
-    Machine machine(ConfigFor(DevicePermedia));
+    Machine machine(test::ConfigFor(DevicePermedia));
     Surface& surface = machine.directDraw->CreateSystem(8, 8);
     EXPECT_EQ(GET_LPDDRAWSURFACE_GBL_MORE(surface.Global()), surface.GlobalMore());
 }
 
 TEST(DirectDrawTest, PalettesAndKeysHangOnTheLocalRecord) {
-    Machine machine(ConfigFor(DevicePermedia));
+    Machine machine(test::ConfigFor(DevicePermedia));
     Surface& surface = machine.directDraw->CreateSystem(8, 8, host::PaletteFormat(8));
     EXPECT_EQ(surface.Palette(), nullptr);
     std::vector<PALETTEENTRY> entries(256);
@@ -319,7 +314,7 @@ TEST(DirectDrawTest, PalettesAndKeysHangOnTheLocalRecord) {
 }
 
 TEST(DirectDrawTest, AFlipShowsTheBackBufferAndSwapsTheMemory) {
-    Machine machine(ConfigFor(DevicePermedia));
+    Machine machine(test::ConfigFor(DevicePermedia));
     DirectDraw& directDraw = *machine.directDraw;
     Surface& primary = directDraw.CreatePrimary(1);
     Surface& back = *primary.Chain()[0];
@@ -340,7 +335,7 @@ TEST(DirectDrawTest, AFlipShowsTheBackBufferAndSwapsTheMemory) {
 }
 
 TEST(DirectDrawTest, AgpMemoryIsAnnouncedToTheDriver) {
-    DisplayConfig config = ConfigFor(DevicePermedia2);
+    DisplayConfig config = test::ConfigFor(DevicePermedia2);
     config.agp = true;
     Machine machine(config);
     ASSERT_TRUE(machine.directDraw->EnableAgp(1 << 20));
@@ -357,7 +352,7 @@ TEST(DirectDrawTest, AgpMemoryIsAnnouncedToTheDriver) {
 }
 
 TEST(DirectDrawTest, ABoardOffTheAgpBusTakesNoAgpMemory) {
-    Machine machine(ConfigFor(DevicePermedia2));
+    Machine machine(test::ConfigFor(DevicePermedia2));
     EXPECT_FALSE(machine.directDraw->EnableAgp(1 << 20));
 }
 

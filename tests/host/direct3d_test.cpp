@@ -3,11 +3,14 @@
 #include "host/display/machine.h"
 #include "host/picture.h"
 #include "host/vdd/minivdd.h"
+#include "tests/support_host/configs.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 
+// A suite of win32_test.cpp has the same name.
+namespace direct3d {
 namespace {
 
 using host::Device3D;
@@ -15,16 +18,7 @@ using host::DirectDraw;
 using host::Display;
 using host::DisplayConfig;
 using host::Surface;
-
-D3DTLVERTEX Vertex(float x, float y, D3DCOLOR color, float z = 0.5f) {
-    D3DTLVERTEX v{};
-    v.sx = x;
-    v.sy = y;
-    v.sz = z;
-    v.rhw = 1.0f;
-    v.color = color;
-    return v;
-}
+using test::ScreenVertex;
 
 struct Variant {
     const char* name;
@@ -131,8 +125,9 @@ TEST_P(DeviceTest, ATriangleIsThereWhenTheDeviceHasFinished) {
     device->SetState(D3DRENDERSTATE_ZENABLE, 0u);
     device->SetState(D3DRENDERSTATE_SHADEMODE, D3DSHADE_GOURAUD);
     ASSERT_EQ(device->BeginScene(), DD_OK);
-    ASSERT_EQ(device->Triangle(Vertex(8, 8, 0xFF0000FF), Vertex(56, 8, 0xFF0000FF),
-                               Vertex(8, 56, 0xFF0000FF)),
+    ASSERT_EQ(device->Triangle(ScreenVertex(8, 8, 0.5f, 0xFF0000FF),
+                               ScreenVertex(56, 8, 0.5f, 0xFF0000FF),
+                               ScreenVertex(8, 56, 0.5f, 0xFF0000FF)),
               DD_OK);
     device->Finish();
     const host::Picture picture = host::ReadPicture(*target);
@@ -152,3 +147,4 @@ INSTANTIATE_TEST_SUITE_P(Chips, DeviceTest,
                          [](const auto& info) { return info.param.name; });
 
 } // namespace
+} // namespace direct3d

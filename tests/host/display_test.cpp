@@ -6,6 +6,7 @@
 #include "host/display/machine.h"
 #include "host/vdd/minivdd.h"
 #include "host/win32/registry.h"
+#include "tests/support_host/configs.h"
 
 #include <gtest/gtest.h>
 
@@ -31,12 +32,6 @@ class DisplayTest : public ::testing::Test {
   protected:
     DisplayTest() { host::PowerCycle(); }
 };
-
-DisplayConfig ConfigFor(uint32_t deviceId) {
-    DisplayConfig config;
-    config.deviceId = deviceId;
-    return config;
-}
 
 bool Holds(const std::vector<uint16_t>& list, uint32_t tagNumber) {
     return std::find(list.begin(), list.end(), MappedOffset(tagNumber)) != list.end();
@@ -91,7 +86,7 @@ TEST(ContextLists, TheScreensListLeavesInterpolantsOut) {
 }
 
 TEST_F(DisplayTest, SharedRecordsAreFilledAsTheOtherSideFillsThem) {
-    DisplayConfig config = ConfigFor(DeviceTX);
+    DisplayConfig config = test::ConfigFor(DeviceTX);
     config.width = 800;
     config.height = 600;
     config.bits = 32;
@@ -141,8 +136,8 @@ TEST_F(DisplayTest, PixelPlacesInWordsFollowTheDepth) {
 }
 
 TEST_F(DisplayTest, ModesAndDevicesThatNoBoardHasAreRefused) {
-    EXPECT_THROW(Display(ConfigFor(99)), std::invalid_argument);
-    DisplayConfig config = ConfigFor(DevicePermedia);
+    EXPECT_THROW(Display(test::ConfigFor(99)), std::invalid_argument);
+    DisplayConfig config = test::ConfigFor(DevicePermedia);
     config.bits = 24;
     EXPECT_THROW(Display{config}, std::invalid_argument);
     config.bits = 16;
@@ -171,7 +166,7 @@ TEST_F(DisplayTest, DmaBuffersAreReachableFromTheBus) {
 }
 
 TEST_F(DisplayTest, TheContextTableHoldsListsAndTheTwoContextsOfTheScreen) {
-    Display display(ConfigFor(DeviceMX));
+    Display display(test::ConfigFor(DeviceMX));
     const ContextBlock* block = display.Chip()->ContextBlocks;
     ASSERT_NE(block, nullptr);
     EXPECT_EQ(block->SlotCount, 6);
@@ -200,7 +195,7 @@ TEST_F(DisplayTest, TheContextTableHoldsListsAndTheTwoContextsOfTheScreen) {
 }
 
 TEST_F(DisplayTest, ContextDataStartsWithThePowerOnRegisters) {
-    Display display(ConfigFor(DevicePermedia));
+    Display display(test::ConfigFor(DevicePermedia));
     const ContextBlock* block = display.Chip()->ContextBlocks;
     const std::vector<uint16_t> list = host::StateRegisters(DevicePermedia);
     const size_t index =
@@ -213,7 +208,7 @@ TEST_F(DisplayTest, ContextDataStartsWithThePowerOnRegisters) {
 }
 
 TEST_F(DisplayTest, TheHeapLiesBehindTheScreen) {
-    Display display(ConfigFor(DevicePermedia2)); // 640 x 480 x 16
+    Display display(test::ConfigFor(DevicePermedia2)); // 640 x 480 x 16
     const uint32_t base = reinterpret_cast<uintptr_t>(display.FrameBuffer());
     EXPECT_TRUE(display.HasLinearHeap());
     EXPECT_EQ(display.Driver()->HeapActive, 1u);
@@ -225,7 +220,7 @@ TEST_F(DisplayTest, TheHeapLiesBehindTheScreen) {
 
 TEST_F(DisplayTest, RectangularMemoryLeavesTheHeapASliceAtTheEnd) {
     for (const bool byRegistry : {false, true}) {
-        DisplayConfig config = ConfigFor(byRegistry ? DevicePermedia : DeviceTX);
+        DisplayConfig config = test::ConfigFor(byRegistry ? DevicePermedia : DeviceTX);
         if (byRegistry) {
             config.registry = {{"Direct3DHAL.RectAlloc", "1"}};
         }
@@ -239,7 +234,7 @@ TEST_F(DisplayTest, RectangularMemoryLeavesTheHeapASliceAtTheEnd) {
 }
 
 TEST_F(DisplayTest, AModeChangeRefillsRecordsAndHeapAndRaisesTheFlag) {
-    Display display(ConfigFor(DevicePermedia2));
+    Display display(test::ConfigFor(DevicePermedia2));
     HeapRequest request{20, 9, 4, 1000, 0};
     ASSERT_EQ(AllocateVideoMemory(display.Driver(), &request), HeapDone);
     display.ChangeMode(1024, 768, 32);
@@ -256,14 +251,14 @@ TEST_F(DisplayTest, AModeChangeRefillsRecordsAndHeapAndRaisesTheFlag) {
 }
 
 TEST_F(DisplayTest, TheSystemsClockIsTheBoards) {
-    Display display(ConfigFor(DevicePermedia));
+    Display display(test::ConfigFor(DevicePermedia));
     const uint32_t before = timeGetTime();
     display.Board().Advance(25000);
     EXPECT_EQ(timeGetTime(), before + 25);
 }
 
 TEST_F(DisplayTest, BlanksAreTrackedByInterruptWhenAskedFor) {
-    DisplayConfig config = ConfigFor(DevicePermedia);
+    DisplayConfig config = test::ConfigFor(DevicePermedia);
     config.chipFlags = VBlankByInterrupt;
     Display display(config);
     EXPECT_EQ(display.Chip()->Flags & VBlankSeen, 0u);
@@ -274,7 +269,7 @@ TEST_F(DisplayTest, BlanksAreTrackedByInterruptWhenAskedFor) {
 class StartTest : public DisplayTest, public ::testing::WithParamInterface<uint32_t> {};
 
 TEST_P(StartTest, TheDriverComesUpWithAHealthyBoard) {
-    Display display(ConfigFor(GetParam()));
+    Display display(test::ConfigFor(GetParam()));
     ASSERT_TRUE(display.Start());
     EXPECT_EQ(pDriverData, display.Driver());
     EXPECT_EQ(display.Chip()->CurrentContext, kContext2D);
@@ -286,21 +281,21 @@ TEST_P(StartTest, TheDriverComesUpWithAHealthyBoard) {
 INSTANTIATE_TEST_SUITE_P(Chips, StartTest, ::testing::ValuesIn(kAllDevices));
 
 TEST_F(DisplayTest, ASecondDisplayIsNotThePrimary) {
-    DisplayConfig config = ConfigFor(DevicePermedia2);
+    DisplayConfig config = test::ConfigFor(DevicePermedia2);
     config.number = 1;
     config.primary = false;
     config.registryName = "Second";
     Display second(config);
     EXPECT_TRUE(second.Start());
     EXPECT_EQ(pDriverData, nullptr);
-    Display first(ConfigFor(DeviceTX));
+    Display first(test::ConfigFor(DeviceTX));
     EXPECT_TRUE(first.Start());
     EXPECT_EQ(pDriverData, first.Driver());
 }
 
 TEST_F(DisplayTest, APowerCycleForgetsTheDisplaysBefore) {
     {
-        Display display(ConfigFor(DevicePermedia));
+        Display display(test::ConfigFor(DevicePermedia));
         ASSERT_TRUE(display.Start());
         EXPECT_THROW(host::PowerCycle(), std::logic_error);
     }

@@ -5,6 +5,7 @@
 #include "host/display/machine.h"
 #include "host/picture.h"
 #include "host/vdd/minivdd.h"
+#include "tests/support_host/configs.h"
 
 #include <gtest/gtest.h>
 
@@ -17,18 +18,9 @@ using host::DirectDraw;
 using host::Display;
 using host::DisplayConfig;
 using host::Surface;
+using test::ScreenVertex;
 
 constexpr uint32_t kSize = 64;
-
-D3DTLVERTEX Vertex(float x, float y, float z, D3DCOLOR color) {
-    D3DTLVERTEX v{};
-    v.sx = x;
-    v.sy = y;
-    v.sz = z;
-    v.rhw = 1.0f;
-    v.color = color;
-    return v;
-}
 
 std::vector<D3DTLVERTEX> RandomTriangles(uint32_t seed, size_t count) {
     std::mt19937 random(seed);
@@ -37,7 +29,7 @@ std::vector<D3DTLVERTEX> RandomTriangles(uint32_t seed, size_t count) {
         const auto x = static_cast<float>(random() % kSize);
         const auto y = static_cast<float>(random() % kSize);
         const auto z = static_cast<float>(random() % 1000) / 1000.0f;
-        vertices.push_back(Vertex(x, y, z, 0xFF000000 | (random() & 0xFFFFFF)));
+        vertices.push_back(ScreenVertex(x, y, z, 0xFF000000 | (random() & 0xFFFFFF)));
     }
     return vertices;
 }
@@ -101,17 +93,11 @@ Outcome Draw(DisplayConfig config) {
     return run;
 }
 
-DisplayConfig ConfigFor(uint32_t deviceId) {
-    DisplayConfig config;
-    config.deviceId = deviceId;
-    return config;
-}
-
 class PaceTest : public ::testing::TestWithParam<uint32_t> {
   protected:
     // The same drawing through the FIFO on a board that is always ready.
     PaceTest() {
-        DisplayConfig config = ConfigFor(GetParam());
+        DisplayConfig config = test::ConfigFor(GetParam());
         config.registry = {{"Direct3DHAL.NoDMA", "1"}};
         plain = Draw(config);
         EXPECT_EQ(plain.queued, 0u);
@@ -132,13 +118,13 @@ TEST_P(PaceTest, SomethingIsDrawnAndTheDevicesDiffer) {
 }
 
 TEST_P(PaceTest, TheQueueGivesTheSamePicture) {
-    const Outcome run = Draw(ConfigFor(GetParam()));
+    const Outcome run = Draw(test::ConfigFor(GetParam()));
     ExpectSame(run);
     EXPECT_GT(run.queued, 20u);
 }
 
 TEST_P(PaceTest, TwoSubBuffersGiveTheSamePictureWithoutTheQueue) {
-    DisplayConfig config = ConfigFor(GetParam());
+    DisplayConfig config = test::ConfigFor(GetParam());
     config.chipFlags = TwoSubBuffers;
     const Outcome run = Draw(config);
     ExpectSame(run);
@@ -146,7 +132,7 @@ TEST_P(PaceTest, TwoSubBuffersGiveTheSamePictureWithoutTheQueue) {
 }
 
 TEST_P(PaceTest, ASlowBoardGivesTheSamePicture) {
-    DisplayConfig config = ConfigFor(GetParam());
+    DisplayConfig config = test::ConfigFor(GetParam());
     config.timing.fifoDepth = 32;
     config.timing.fifoDrainPerTick = 1;
     config.timing.dmaWordsPerTick = 2;
@@ -157,7 +143,7 @@ TEST_P(PaceTest, ASlowBoardGivesTheSamePicture) {
 }
 
 TEST_P(PaceTest, ASlowBoardWithoutDmaGivesTheSamePicture) {
-    DisplayConfig config = ConfigFor(GetParam());
+    DisplayConfig config = test::ConfigFor(GetParam());
     config.registry = {{"Direct3DHAL.NoDMA", "1"}};
     config.timing.fifoDepth = 32;
     config.timing.fifoDrainPerTick = 1;
@@ -165,7 +151,7 @@ TEST_P(PaceTest, ASlowBoardWithoutDmaGivesTheSamePicture) {
 }
 
 TEST_P(PaceTest, TheEngineOnItsOwnThreadGivesTheSamePicture) {
-    DisplayConfig config = ConfigFor(GetParam());
+    DisplayConfig config = test::ConfigFor(GetParam());
     config.dmaThread = true;
     for (int i = 0; i < 3; ++i) {
         const Outcome run = Draw(config);

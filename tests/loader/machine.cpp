@@ -17,7 +17,7 @@ namespace test {
 
 namespace {
 
-constexpr uint32_t kWidth = 160, kHeight = 120;
+constexpr uint32_t kPlayWidth = 160, kPlayHeight = 120;
 
 std::string Text(const Event& event) {
     char text[40];
@@ -60,7 +60,7 @@ float ExtremeValue(Dice& dice) {
 
 // Few rows high, so that the board has little to walk, and mostly far from the target.
 D3DTLVERTEX ExtremeVertex(Dice& dice, float y) {
-    D3DTLVERTEX v = Vertex(dice, dice.Between(0, kWidth), y, 2);
+    D3DTLVERTEX v = Vertex(dice, dice.Between(0, kPlayWidth), y, 2);
     const auto sometimes = [&](float& field) {
         if (dice.Below(3) == 0) {
             field = ExtremeValue(dice);
@@ -103,22 +103,23 @@ void Draw(host::Device3D& device, uint32_t triangles, uint32_t seed, Numbers num
         std::vector<D3DTLVERTEX> vertices;
         for (uint32_t i = 0; i < kRun; ++i) {
             const float size = kSizes[dice.Below(4)];
-            const float x = dice.Between(size, kWidth - size),
-                        y = dice.Between(size, kHeight - size);
+            const float x = dice.Between(size, kPlayWidth - size),
+                        y = dice.Between(size, kPlayHeight - size);
             for (int corner = 0; corner < 3; ++corner) {
                 if (numbers == Numbers::Extreme) {
-                    vertices.push_back(ExtremeVertex(dice, std::clamp(y, 3.0f, kHeight - 4.0f)));
+                    vertices.push_back(
+                        ExtremeVertex(dice, std::clamp(y, 3.0f, kPlayHeight - 4.0f)));
                     continue;
                 }
-                vertices.push_back(
-                    Vertex(dice, x, std::clamp(y, 0.0f, kHeight - 1.0f), std::min(size, 50.0f)));
+                vertices.push_back(Vertex(dice, x, std::clamp(y, 0.0f, kPlayHeight - 1.0f),
+                                          std::min(size, 50.0f)));
             }
         }
         for (D3DTLVERTEX& v : vertices) {
             if (numbers == Numbers::Plain) {
-                v.sx = std::clamp(v.sx, 0.0f, kWidth - 1.0f);
+                v.sx = std::clamp(v.sx, 0.0f, kPlayWidth - 1.0f);
             }
-            v.sy = std::clamp(v.sy, 0.0f, kHeight - 1.0f);
+            v.sy = std::clamp(v.sy, 0.0f, kPlayHeight - 1.0f);
         }
         host::Check("triangles", device.TriangleList(vertices));
     }
@@ -183,8 +184,8 @@ Outcome Play(Driver driver, const host::DisplayConfig& config, uint32_t triangle
     }
     if (triangles != 0) {
         host::DirectDraw directDraw(display);
-        host::Surface& target = directDraw.CreateTarget(kWidth, kHeight);
-        host::Surface& depth = directDraw.CreateZBuffer(kWidth, kHeight);
+        host::Surface& target = directDraw.CreateTarget(kPlayWidth, kPlayHeight);
+        host::Surface& depth = directDraw.CreateZBuffer(kPlayWidth, kPlayHeight);
         Fill(target, 0);
         Fill(depth, 0xFFFFFFFF);
         {

@@ -14,7 +14,7 @@ namespace {
 
 using namespace test;
 
-constexpr uint32_t kWidth = 128, kHeight = 96;
+constexpr uint32_t kClientWidth = 128, kClientHeight = 96;
 
 D3DTLVERTEX Corner(float x, float y, uint32_t colour) {
     return {x, y, 0.5f, 1, colour, 0xFF000000, 0, 0};
@@ -26,8 +26,8 @@ Outcome Both(Driver driver, uint32_t deviceId, bool fifo) {
     PowerOn(driver);
     host::DisplayConfig config;
     config.deviceId = deviceId;
-    config.width = kWidth;
-    config.height = kHeight;
+    config.width = kClientWidth;
+    config.height = kClientHeight;
     config.registry = {{"Direct3DHAL.NoDMA", fifo ? "1" : "0"}, {"OpenGL.NumberOfSubBuffers", "3"}};
     Outcome outcome;
     Recording recording;
@@ -44,7 +44,7 @@ Outcome Both(Driver driver, uint32_t deviceId, bool fifo) {
         host::ClientDrawing drawing(client, host::TargetOf(client, screen));
         device.SetState(D3DRENDERSTATE_CULLMODE, D3DCULL_NONE);
         drawing.State();
-        drawing.Rectangle({0, 0, kWidth, kHeight}, 0x102040);
+        drawing.Rectangle({0, 0, kClientWidth, kClientHeight}, 0x102040);
         for (int round = 0; round < 3; ++round) {
             const auto x = static_cast<float>(40 * round);
             drawing.Triangle({x, 5, 0xFF0000}, {x + 35, 20, 0x00FF00}, {x + 3, 40, 0x0000FF});
@@ -59,16 +59,16 @@ Outcome Both(Driver driver, uint32_t deviceId, bool fifo) {
         EXPECT_TRUE(memory);
         strip.offset = *memory;
         EXPECT_EQ(client.Lock(), host::LockAnswer::Taken);
-        for (uint32_t x = 0; x < kWidth; ++x) {
+        for (uint32_t x = 0; x < kClientWidth; ++x) {
             host::WritePixel(client, strip, x, 2, x << 17);
         }
         client.Unlock();
         EXPECT_EQ(client.Finish(), host::LockAnswer::Taken);
-        client.Copy({0, 2, kWidth, 3}, 88 * strip.pitch, strip.offset / 2);
+        client.Copy({0, 2, kClientWidth, 3}, 88 * strip.pitch, strip.offset / 2);
         client.Free(*memory);
         device.Finish();
         display.Board().Drain();
-        outcome.picture.assign(screen.Bytes(), screen.Bytes() + kWidth * 2 * kHeight);
+        outcome.picture.assign(screen.Bytes(), screen.Bytes() + kClientWidth * 2 * kClientHeight);
     }
     display.Board().Drain();
     display.Board().SetRecorder(nullptr);
@@ -92,7 +92,7 @@ TEST_P(ServiceClientByDll, DrawsByTheSameAccesses) {
         EXPECT_TRUE(library.picture == dll.picture);
         EXPECT_EQ(library.faults, "");
         EXPECT_EQ(dll.faults, "");
-        const size_t strip = 90 * kWidth * 2; // line 2 of it, 88 lines down
+        const size_t strip = 90 * kClientWidth * 2; // line 2 of it, 88 lines down
         EXPECT_EQ(dll.picture[strip + 2 * 100 + 1], 100 / 4 << 2);
         EXPECT_TRUE(std::any_of(dll.events.begin(), dll.events.end(), [&](const Event& event) {
             return event.kind == (fifo ? 'f' : 'd');

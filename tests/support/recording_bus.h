@@ -16,6 +16,8 @@ struct BusEvent {
     uint32_t offset; // 0 for words; rounds for 'i'
     uint32_t value;
     bool operator==(const BusEvent&) const = default;
+
+    bool IsSpaceRead() const { return kind == 'r' && offset == reg::InFIFOSpace; }
 };
 
 // One transfer that was started by a write of DMACount.
@@ -45,6 +47,15 @@ class RecordingBus {
     std::function<uint32_t()> readDMACount;
     std::function<uint32_t()> readLineCounter;
     std::function<void(uint32_t rounds)> onIdle;
+
+    // From now on each read of the space in a row finds one entry more, so that a wait for n takes
+    // exactly n reads and leaves no credit.
+    void MeterFIFO() {
+        readFIFOSpace = [this, granted = 0u]() mutable {
+            granted = !events.empty() && events.back().IsSpaceRead() ? granted + 1 : 1;
+            return granted;
+        };
+    }
 
     // Makes words at a bus address known, so that transfers carry their contents.
     void MapMemory(uint32_t address, const uint32_t* words, uint32_t bytes);

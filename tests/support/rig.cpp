@@ -16,7 +16,6 @@ namespace {
 
 constexpr uint32_t kContextBlockBytes = 0x2000;
 constexpr uint32_t kDMABase = 0x01000000; // bus address of DMA buffer 0; the others follow
-constexpr char kKeyPath[] = "SOFTWARE\\Rig\\DirectX";
 
 uint16_t Mapped(uint32_t tagNumber) {
     return static_cast<uint16_t>(MappedOffset(tagNumber));
@@ -176,7 +175,7 @@ void Rig::Ready() {
 }
 
 void Rig::SetRegistry(const std::string& name, const std::string& text) {
-    host::TheRegistry().SetText(kKeyPath, name, text);
+    host::TheRegistry().SetText(kRigKey, name, text);
     vGlintInitializeRegistryKey(driver);
 }
 

@@ -15,6 +15,8 @@
 
 namespace test {
 
+inline constexpr char kRigKey[] = "SOFTWARE\\Rig\\DirectX"; // the display's registry key
+
 struct RigOptions {
     uint32_t deviceId = DevicePermedia;
     uint32_t width = 640;
@@ -27,6 +29,13 @@ struct RigOptions {
     uint32_t dmaBufferBytes = 0x8000;
     uint32_t dmaBufferCount = 4;
 };
+
+inline RigOptions OptionsOf(uint32_t deviceId, uint32_t bits = 16) {
+    RigOptions options;
+    options.deviceId = deviceId;
+    options.bits = bits;
+    return options;
+}
 
 // A DirectDraw surface as the HAL sees it, over memory of its own or an address in the frame
 // buffer.

@@ -1,6 +1,6 @@
 #include "tests/system/blit_stage.h"
 
-#include "host/display/machine.h"
+#include "tests/support_host/configs.h"
 
 #include <algorithm>
 
@@ -66,35 +66,34 @@ std::vector<BlitMode> PermediaModes() {
 }
 
 BlitStage::BlitStage(const BlitMode& mode, const board::Timing& timing)
-    : mode_(mode), display_(Config(timing)), directDraw_(Started()) {
-    Scatter(display_.FrameBuffer(), screen);
-    Scatter(display_.LocalBuffer(), local);
+    : mode_(mode), machine_(Config(timing)) {
+    Scatter(machine_.display.FrameBuffer(), screen);
+    Scatter(machine_.display.LocalBuffer(), local);
 }
 
 Place BlitStage::PlaceOf(host::Surface& surface) {
-    const bool inScreen = surface.Bytes() >= display_.FrameBuffer() &&
-                          surface.Bytes() < display_.FrameBuffer() + screen.size();
+    const bool inScreen = surface.Bytes() >= machine_.display.FrameBuffer() &&
+                          surface.Bytes() < machine_.display.FrameBuffer() + screen.size();
     return {inScreen ? &screen : &local,
-            surface.Bytes() - (inScreen ? display_.FrameBuffer() : display_.LocalBuffer()),
+            surface.Bytes() -
+                (inScreen ? machine_.display.FrameBuffer() : machine_.display.LocalBuffer()),
             surface.Pitch(), static_cast<int>(surface.Bits() / 8)};
 }
 
 void BlitStage::CompareMemory(host::Surface& surface) {
-    directDraw_.Finish(surface);
-    CompareBytes("frame buffer", display_.FrameBuffer(), screen);
-    CompareBytes("local buffer", display_.LocalBuffer(), local);
+    machine_.directDraw.Finish(surface);
+    CompareBytes("frame buffer", machine_.display.FrameBuffer(), screen);
+    CompareBytes("local buffer", machine_.display.LocalBuffer(), local);
 }
 
 void BlitStage::Compare(host::Surface& surface) {
-    directDraw_.Finish(surface);
-    ASSERT_EQ(display_.Board().FaultReport().Describe(), "");
+    machine_.directDraw.Finish(surface);
+    ASSERT_EQ(machine_.Faults(), "");
     CompareMemory(surface);
 }
 
 host::DisplayConfig BlitStage::Config(const board::Timing& timing) {
-    host::PowerCycle();
-    host::DisplayConfig config;
-    config.deviceId = mode_.deviceId;
+    host::DisplayConfig config = ConfigFor(mode_.deviceId);
     config.bits = mode_.bits;
     config.width = mode_.width;
     config.height = 120;
@@ -105,11 +104,6 @@ host::DisplayConfig BlitStage::Config(const board::Timing& timing) {
     const bool permedia = mode_.deviceId == DevicePermedia || mode_.deviceId == DevicePermedia2;
     local.resize(permedia ? 0 : config.localBufferBytes);
     return config;
-}
-
-host::Display& BlitStage::Started() {
-    EXPECT_TRUE(display_.Start());
-    return display_;
 }
 
 void BlitStage::Scatter(uint8_t* memory, std::vector<uint8_t>& copy) {

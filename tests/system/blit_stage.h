@@ -1,8 +1,7 @@
 #pragma once
 // A display for two-dimensional pictures, and copies of its memories on which plain loops do what
 // the chip should.
-#include "host/ddraw/ddraw.h"
-#include "host/display/display.h"
+#include "tests/support_host/started_display.h"
 
 #include <gtest/gtest.h>
 
@@ -69,17 +68,19 @@ class BlitStage {
     // Requests that the driver must do.
     void Blt(host::Surface& dest, const RECT& to, host::Surface& source, const RECT& from,
              const host::BltOptions& options = {}) {
-        Do([&] { return directDraw_.Blt(dest, to, source, from, options); });
+        Do([&] { return machine_.directDraw.Blt(dest, to, source, from, options); });
     }
     void ColorFill(host::Surface& dest, const RECT& area, uint32_t pixel) {
-        Do([&] { return directDraw_.ColorFill(dest, area, pixel); });
+        Do([&] { return machine_.directDraw.ColorFill(dest, area, pixel); });
     }
     void DepthFill(host::Surface& dest, const RECT& area, uint32_t depth) {
-        Do([&] { return directDraw_.DepthFill(dest, area, depth); });
+        Do([&] { return machine_.directDraw.DepthFill(dest, area, depth); });
     }
     void RopFill(host::Surface& dest, const RECT& area, bool white) {
         constexpr uint32_t kBlackness = 0x000042, kWhiteness = 0xFF0062;
-        Do([&] { return directDraw_.RopFill(dest, area, white ? kWhiteness : kBlackness); });
+        Do([&] {
+            return machine_.directDraw.RopFill(dest, area, white ? kWhiteness : kBlackness);
+        });
     }
     // Waits for the board and compares all its memory with the copies.
     void CompareMemory(host::Surface& surface);
@@ -87,26 +88,24 @@ class BlitStage {
     void Compare(host::Surface& surface);
     // What the board was asked for and does not have.
     std::map<std::string, uint64_t> Unmodelled() {
-        return display_.Board().FaultReport().unmodelled;
+        return machine_.display.Board().FaultReport().unmodelled;
     }
 
-    host::DirectDraw& DirectDraw() { return directDraw_; }
+    host::DirectDraw& DirectDraw() { return machine_.directDraw; }
 
     std::vector<uint8_t> screen, local; // what the board's memories should hold
 
   private:
     host::DisplayConfig Config(const board::Timing& timing);
-    host::Display& Started();
     template <class Call>
     void Do(Call call) {
-        EXPECT_TRUE(directDraw_.Patiently(call).Done());
+        EXPECT_TRUE(machine_.directDraw.Patiently(call).Done());
     }
     void Scatter(uint8_t* memory, std::vector<uint8_t>& copy);
 
     BlitMode mode_;
     std::mt19937 engine_{34};
-    host::Display display_;
-    host::DirectDraw directDraw_;
+    StartedDisplay machine_;
 };
 
 // How often each batch is compared, and how much is in it.

@@ -53,11 +53,6 @@ TEST_P(CarrierTest, ThePictureIsTheSameByEveryRoad) {
     }
 }
 
-struct Trouble {
-    const char* name;
-    board::Timing timing;
-};
-
 const Trouble kTroubles[] = {
     {"the smallest FIFO, slowly drained", {.fifoDepth = 16, .fifoDrainPerTick = 1}},
     {"little space reported", {.fifoDepth = 64, .fifoDrainPerTick = 3, .fifoReportCap = 16}},

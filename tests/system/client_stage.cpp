@@ -4,7 +4,7 @@
 #include "driver/core/tags.h"
 #include "driver/d3d/dcontext.h"
 #include "host/display/context_lists.h"
-#include "host/display/machine.h"
+#include "tests/support_host/configs.h"
 #include "tests/support_host/surfaces.h"
 
 #include <stdexcept>
@@ -17,8 +17,7 @@ constexpr uint32_t kBuffers = 4;
 
 host::DisplayConfig ConfigOf(const TestBoard& board, const Roads& roads,
                              const board::Timing& timing) {
-    host::DisplayConfig config;
-    config.deviceId = board.deviceId;
+    host::DisplayConfig config = ConfigFor(board.deviceId);
     config.delta = board.delta;
     config.width = ClientStage::kWidth;
     config.height = ClientStage::kHeight;
@@ -52,22 +51,17 @@ RECT ClientStage::Quarter(Party party) {
     return {left, top, left + kHalfWidth, top + kHalfHeight};
 }
 
-ClientStage::ClientStage(const TestBoard& board, const Roads& roads, const board::Timing& timing) {
-    host::PowerCycle();
-    display_ = std::make_unique<host::Display>(ConfigOf(board, roads, timing));
-    if (!display_->Start()) {
-        throw std::runtime_error("client stage: the driver refused the display");
-    }
-    directDraw_ = std::make_unique<host::DirectDraw>(*display_);
-    target_ = &directDraw_->CreateTarget(kWidth, kHeight);
-    host::Surface& depth = directDraw_->CreateZBuffer(kWidth, kHeight);
+ClientStage::ClientStage(const TestBoard& board, const Roads& roads, const board::Timing& timing)
+    : machine_(ConfigOf(board, roads, timing)) {
+    target_ = &machine_.directDraw.CreateTarget(kWidth, kHeight);
+    host::Surface& depth = machine_.directDraw.CreateZBuffer(kWidth, kHeight);
     Fill(*target_, 0);
     Fill(depth, 0xFFFFFFFF);
     for (auto& device : devices_) {
-        device = std::make_unique<host::Device3D>(*directDraw_, *target_, &depth);
+        device = std::make_unique<host::Device3D>(machine_.directDraw, *target_, &depth);
     }
     client_ = std::make_unique<host::ServiceClient>(
-        display_->Driver(), host::ClientOptions{.fifo = roads.clientByFifo});
+        machine_.display.Driver(), host::ClientOptions{.fifo = roads.clientByFifo});
     drawing_ = std::make_unique<host::ClientDrawing>(*client_, host::TargetOf(*client_, *target_));
     drawing_->State();
 }
@@ -153,8 +147,8 @@ void ClientStage::FillByBlit(std::mt19937& dice) {
     const auto x = static_cast<LONG>(Between(dice, area.left, area.right - 16)),
                y = static_cast<LONG>(Between(dice, area.top, area.bottom - 16));
     const uint32_t pixel = Below(dice, 0x8000);
-    directDraw_->Patiently([&] {
-        return directDraw_->ColorFill(*target_, {x, y, x + 16, y + 16}, pixel);
+    machine_.directDraw.Patiently([&] {
+        return machine_.directDraw.ColorFill(*target_, {x, y, x + 16, y + 16}, pixel);
     });
 }
 
@@ -164,7 +158,7 @@ void ClientStage::Finish() {
         sceneOpen_[party] = false;
     }
     client_->Finish();
-    directDraw_->Finish(*target_);
+    machine_.directDraw.Finish(*target_);
 }
 
 std::vector<uint32_t> ClientStage::Pixels() {
@@ -185,7 +179,7 @@ std::vector<uint32_t> ClientStage::Registers(Party party) {
     // A change of context writes registers through the input FIFO, and reading them does not wait
     // for it.
     exports.KORV_SwitchContext(nullptr, id);
-    display_->Board().Drain();
+    machine_.display.Board().Drain();
     constexpr uint32_t kTags = 0x300;
     uint32_t request[5] = {0, kTags, 0, id, 0};
     std::vector<uint32_t> answer(2 * kTags);
@@ -193,7 +187,7 @@ std::vector<uint32_t> ClientStage::Registers(Party party) {
         throw std::runtime_error("client stage: no registers");
     }
     std::vector<uint32_t> values;
-    const host::DisplayConfig& config = display_->Config();
+    const host::DisplayConfig& config = machine_.display.Config();
     for (const uint16_t offset : host::StateRegisters(config.deviceId, config.delta)) {
         values.push_back(answer[(offset - reg::MappedRegisters) / 8 * 2 + 1]);
     }

@@ -56,12 +56,12 @@ class ClientStage {
     // Values of all registers that contexts keep, under a party's hardware context, read by
     // KORV_Service.
     std::vector<uint32_t> Registers(Party party);
-    std::string Faults() { return display_->Board().FaultReport().Describe(); }
+    std::string Faults() { return machine_.Faults(); }
 
     static RECT Quarter(Party party);
 
-    host::Display& Display() { return *display_; }
-    host::DirectDraw& DirectDraw() { return *directDraw_; }
+    host::Display& Display() { return machine_.display; }
+    host::DirectDraw& DirectDraw() { return machine_.directDraw; }
     host::Device3D& Device(Party party) { return *devices_[party]; }
     host::ServiceClient& Client() { return *client_; }
     host::ClientDrawing& Drawing() { return *drawing_; }
@@ -72,8 +72,7 @@ class ClientStage {
     void DrawByClient(std::mt19937& dice);
     void FillByBlit(std::mt19937& dice);
 
-    std::unique_ptr<host::Display> display_;
-    std::unique_ptr<host::DirectDraw> directDraw_;
+    StartedDisplay machine_;
     host::Surface* target_ = nullptr;
     std::unique_ptr<host::Device3D> devices_[2];
     std::unique_ptr<host::ServiceClient> client_;

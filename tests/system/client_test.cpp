@@ -81,14 +81,14 @@ class ClientBesideDirect3D : public testing::TestWithParam<std::tuple<TestBoard,
     const ::Roads& TheRoads() const { return std::get<1>(GetParam()); }
 };
 
-std::string NameOf(const testing::TestParamInfo<std::tuple<TestBoard, Roads>>& info) {
+std::string BoardAndRoads(const testing::TestParamInfo<std::tuple<TestBoard, Roads>>& info) {
     return std::string(std::get<0>(info.param).name) + std::get<1>(info.param).name;
 }
 
 INSTANTIATE_TEST_SUITE_P(Chips, ClientBesideDirect3D,
                          testing::Combine(testing::ValuesIn(kTestBoards),
                                           testing::ValuesIn(kRoads)),
-                         NameOf);
+                         BoardAndRoads);
 
 TEST_P(ClientBesideDirect3D, ThePictureIsTheUnionOfEachAlone) {
     std::vector<Result> alone;
@@ -118,13 +118,7 @@ TEST_P(ClientBesideDirect3D, ThePictureIsTheUnionOfEachAlone) {
     }
 }
 
-struct Trouble {
-    const char* name;
-    board::Timing timing;
-    bool dmaThread = false;
-};
-
-const Trouble kTroubles[] = {
+const Trouble kClientTroubles[] = {
     {"a small FIFO, slowly drained", {.fifoDepth = 16, .fifoDrainPerTick = 1}},
     {"slow DMA and a late interrupt", {.dmaWordsPerTick = 7, .interruptLatency = 40}},
     {"stray words in the output FIFO", {.dmaWordsPerTick = 3, .strayOutputWords = 2}},
@@ -137,11 +131,11 @@ INSTANTIATE_TEST_SUITE_P(Chips, ClientOnATroubledBoard,
                          testing::Combine(testing::ValuesIn(kTestBoards),
                                           testing::Values(kRoads[1], kRoads[2], kRoads[4],
                                                           kRoads[5])),
-                         NameOf);
+                         BoardAndRoads);
 
 TEST_P(ClientOnATroubledBoard, DrawsTheSamePictureAndKeepsTheSameRegisters) {
     const Result first = Play(Board(), TheRoads(), Mixed(4));
-    for (const Trouble& trouble : kTroubles) {
+    for (const Trouble& trouble : kClientTroubles) {
         SCOPED_TRACE(trouble.name);
         // In FIFO mode renderers for a setup unit wait for less space than they use: only a board
         // that keeps up with them loses nothing.

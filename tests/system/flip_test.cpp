@@ -7,6 +7,7 @@
 #include "host/display/machine.h"
 #include "host/picture.h"
 #include "host/win32/clock.h"
+#include "tests/support_host/configs.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +17,7 @@
 
 namespace {
 
-constexpr HRESULT kStillDrawing = static_cast<HRESULT>(0x8876021C);
+using test::kStillDrawing;
 constexpr HRESULT kBlankInProgress = static_cast<HRESULT>(0x88760219);
 constexpr uint64_t kLines = 525;     // of a frame
 constexpr uint64_t kBlankLines = 45; // the first of them
@@ -34,7 +35,7 @@ void PrintTo(const FlipMode& mode, std::ostream* out) {
     *out << mode.name;
 }
 
-constexpr FlipMode kModes[] = {
+constexpr FlipMode kFlipModes[] = {
     {"SXAt60", DeviceSX, 60, 0},
     {"TXAt75", DeviceTX, 75, 0},
     {"MXAt85", DeviceMX, 85, 0},
@@ -44,9 +45,9 @@ constexpr FlipMode kModes[] = {
     {"Permedia2ByInterruptAt75", DevicePermedia2, 75, VBlankByInterrupt},
 };
 
-using Colour = std::array<uint8_t, 4>;
+using Rgba = std::array<uint8_t, 4>;
 constexpr uint32_t kRedPixel = 0x7C00, kBluePixel = 0x001F;
-constexpr Colour kRed = {255, 0, 0, 255}, kBlue = {0, 0, 255, 255};
+constexpr Rgba kRed = {255, 0, 0, 255}, kBlue = {0, 0, 255, 255};
 
 void Paint(host::Surface& surface, uint32_t pixel) {
     for (uint32_t y = 0; y < surface.Height(); ++y) {
@@ -120,8 +121,8 @@ class FlipMachine {
         return blank;
     }
 
-    Colour FrontColour() const { return front.Bytes() == red_ ? kRed : kBlue; }
-    Colour ShownColour() {
+    Rgba FrontColour() const { return front.Bytes() == red_ ? kRed : kBlue; }
+    Rgba ShownColour() {
         const host::Picture picture = host::ReadScreen(display);
         EXPECT_EQ(picture.At(0, 199), picture.At(319, 100));
         return picture.At(160, 100);
@@ -208,7 +209,7 @@ void WatchFlips(FlipMachine& machine, uint64_t clockAtFlip) {
         const uint64_t begun = machine.TimeOf(frame, line);
         machine.GoTo(begun);
         machine.SetClock(clockAtFlip, begun);
-        const Colour before = machine.ShownColour();
+        const Rgba before = machine.ShownColour();
         EXPECT_EQ(before, machine.FrontColour());
         ASSERT_EQ(machine.Flip(), DD_OK);
         EXPECT_NE(machine.FrontColour(), before);
@@ -286,10 +287,10 @@ TEST_P(FlipTest, CountsForNothingWithNoVBlankWait) {
     FlipMachine machine(GetParam(), 0, {{"Direct3DHAL.NoVBlankWait", "1"}});
     for (uint32_t phase = 0; phase < kPhases; phase += 6) {
         machine.GoTo(machine.TimeOf(machine.LaterFrame(), LineOfPhase(phase)));
-        const Colour shown = machine.ShownColour();
+        const Rgba shown = machine.ShownColour();
         EXPECT_EQ(shown, machine.FrontColour()); // of the last flip of the round before
         for (int flip = 0; flip < 3; ++flip) {   // all within one microsecond
-            const Colour before = machine.FrontColour();
+            const Rgba before = machine.FrontColour();
             EXPECT_EQ(machine.Flip(), DD_OK);
             EXPECT_NE(machine.FrontColour(), before);
             EXPECT_EQ(machine.ShownColour(), shown);
@@ -373,7 +374,7 @@ TEST_P(FlipTest, WaitsForTheBlankEndWhereTheBeamHasIt) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Boards, FlipTest, testing::ValuesIn(kModes),
+INSTANTIATE_TEST_SUITE_P(Boards, FlipTest, testing::ValuesIn(kFlipModes),
                          testing::PrintToStringParamName());
 
 TEST(FlipByInterrupt, IsOverWhenTheHandlerHasRun) {
@@ -417,7 +418,7 @@ TEST(FlipOnGlint, ShowsAnImageAboveFourMegabytesByTheOtherBank) {
         ASSERT_EQ(FlipMachine::Handled(machine.directDraw.Flip(machine.front, high)), DD_OK);
         EXPECT_EQ(machine.display.Board().Read(0x6008), 0xFFu);
         machine.GoTo(machine.TimeOf(machine.LaterFrame(), 0));
-        EXPECT_EQ(machine.ShownColour(), (Colour{0, 255, 0, 255}));
+        EXPECT_EQ(machine.ShownColour(), (Rgba{0, 255, 0, 255}));
     }
 }
 

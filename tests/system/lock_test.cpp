@@ -5,6 +5,7 @@
 #include "host/d3d/direct3d.h"
 #include "host/ddraw/ddraw.h"
 #include "host/display/machine.h"
+#include "tests/support_host/configs.h"
 #include "tests/support_host/surfaces.h"
 #include "tests/system/stage.h"
 
@@ -17,24 +18,15 @@ namespace {
 using namespace test;
 using Bytes = std::vector<uint8_t>;
 
-constexpr HRESULT kStillDrawing = static_cast<HRESULT>(0x8876021C);
-constexpr uint32_t kWidth = 96, kHeight = 64; // of the targets
-constexpr uint64_t kFrame = 17000;            // microseconds, a little more than a frame
+constexpr uint32_t kTargetWidth = 96, kTargetHeight = 64; // of the targets
+constexpr uint64_t kFrame = 17000; // microseconds, a little more than a frame
 
-host::DisplayConfig ConfigOf(const TestBoard& board, const Carrier& carrier,
-                             const board::Timing& timing) {
-    host::PowerCycle();
-    host::DisplayConfig config;
-    config.deviceId = board.deviceId;
-    config.delta = board.delta;
+host::DisplayConfig LockConfig(const TestBoard& board, const Carrier& carrier,
+                               const board::Timing& timing) {
+    host::DisplayConfig config = ConfigOf(board, carrier, timing);
     config.width = 320;
     config.height = 200;
-    config.timing = timing;
-    config.dmaThread = carrier.dmaThread;
     config.timing.microsecondsPerTick = 0; // the beam moves only when the test says so
-    config.frameBufferBytes = config.localBufferBytes = 1u << 20;
-    config.registry["Direct3DHAL.NoDMA"] = std::to_string(carrier.fifo);
-    config.registry["Direct3DHAL.SubBuffers"] = std::to_string(carrier.subBuffers);
     return config;
 }
 
@@ -52,7 +44,7 @@ Bytes MemoryOf(host::Surface& surface) {
 class Drawing {
   public:
     Drawing(host::DirectDraw& directDraw, uint32_t seed)
-        : target(directDraw.CreateTarget(kWidth, kHeight)), random_(seed) {
+        : target(directDraw.CreateTarget(kTargetWidth, kTargetHeight)), random_(seed) {
         Fill(target, 0);
         device = std::make_unique<host::Device3D>(directDraw, target);
         device->SetState(D3DRENDERSTATE_CULLMODE, D3DCULL_NONE);
@@ -62,8 +54,8 @@ class Drawing {
         for (; triangles != 0; --triangles) {
             D3DTLVERTEX v[3]{};
             for (D3DTLVERTEX& corner : v) {
-                corner.sx = static_cast<float>(random_() % (kWidth * 8)) / 8;
-                corner.sy = static_cast<float>(random_() % (kHeight * 8)) / 8;
+                corner.sx = static_cast<float>(random_() % (kTargetWidth * 8)) / 8;
+                corner.sy = static_cast<float>(random_() % (kTargetHeight * 8)) / 8;
                 corner.sz = 0.5f;
                 corner.rhw = 1;
                 corner.color = static_cast<uint32_t>(random_()) | 0xFF000000;
@@ -81,13 +73,12 @@ class Drawing {
     std::mt19937 random_;
 };
 
-class Machine {
+class LockMachine : public StartedDisplay {
   public:
-    explicit Machine(const TestBoard& board, const Carrier& carrier = {},
-                     const board::Timing& timing = {})
-        : display(ConfigOf(board, carrier, timing)), started_(display.Start()), directDraw(display),
+    explicit LockMachine(const TestBoard& board, const Carrier& carrier = {},
+                         const board::Timing& timing = {})
+        : StartedDisplay(LockConfig(board, carrier, timing)),
           elsewhere(directDraw.CreateOffscreen(32, 32)), drawing(directDraw, 1) {
-        EXPECT_TRUE(started_);
         display.Board().Advance(2 * kFrame); // past the first retrace
     }
     bool Busy() { return display.Board().Read(reg::DMACount) != 0; }
@@ -106,15 +97,8 @@ class Machine {
         EXPECT_TRUE(answer.handled);
         return answer.result;
     }
-    void ExpectHealthy() { EXPECT_EQ(display.Board().FaultReport().Describe(), ""); }
+    void ExpectHealthy() { EXPECT_EQ(Faults(), ""); }
 
-    host::Display display;
-
-  private:
-    bool started_;
-
-  public:
-    host::DirectDraw directDraw;
     host::Surface& elsewhere; // nobody draws there
     Drawing drawing;
 };
@@ -127,7 +111,7 @@ struct Found {
 
 // The picture of the first triangles on a board that is always ready.
 Bytes PictureOf(const TestBoard& board, int triangles) {
-    Machine machine(board);
+    LockMachine machine(board);
     machine.drawing.Draw(triangles);
     machine.drawing.device->Finish();
     return MemoryOf(machine.drawing.target);
@@ -157,7 +141,7 @@ TEST_P(LockWhileDrawing, WithoutTheWaitFlagAnswersStillDrawingUntilTheTransferIs
     for (const SlowBoard& slow : kSlowBoards) {
         SCOPED_TRACE(slow.name);
         const auto lock = [&] {
-            Machine machine(GetParam(), slow.carrier, slow.timing);
+            LockMachine machine(GetParam(), slow.carrier, slow.timing);
             const int triangles = machine.DrawUntilBusy();
             const uint32_t pending = machine.drawing.Pending();
             void* bytes = &machine;
@@ -183,7 +167,7 @@ TEST_P(LockWhileDrawing, WithTheWaitFlagComesBackWithEveryPixelInMemory) {
     for (const SlowBoard& slow : kSlowBoards) {
         SCOPED_TRACE(slow.name);
         const auto lock = [&] {
-            Machine machine(GetParam(), slow.carrier, slow.timing);
+            LockMachine machine(GetParam(), slow.carrier, slow.timing);
             const int triangles = machine.DrawUntilBusy();
             void* bytes = nullptr;
             EXPECT_EQ(machine.Lock(machine.drawing.target, DDLOCK_WAIT, &bytes), DD_OK);
@@ -204,7 +188,7 @@ TEST_P(LockWhileDrawing, OfAnotherSurfaceWaitsForTheTransferAndLeavesTheRestUnse
     for (const SlowBoard& slow : kSlowBoards) {
         SCOPED_TRACE(slow.name);
         const auto lock = [&] {
-            Machine machine(GetParam(), slow.carrier, slow.timing);
+            LockMachine machine(GetParam(), slow.carrier, slow.timing);
             const int triangles = machine.DrawUntilBusy();
             const uint32_t pending = machine.drawing.Pending();
             EXPECT_EQ(machine.Lock(machine.elsewhere, DDLOCK_WAIT), DD_OK);
@@ -225,7 +209,7 @@ TEST_P(LockWhileDrawing, OfAnotherSurfaceWaitsForTheTransferAndLeavesTheRestUnse
 TEST_P(LockWhileDrawing, OnAThreadOfItsOwnDmaIsOverWhenTheLockComesBack) {
     const Bytes wanted = PictureOf(GetParam(), 150);
     for (const uint32_t subBuffers : {2u, 8u}) {
-        Machine machine(GetParam(), {false, subBuffers, true});
+        LockMachine machine(GetParam(), {false, subBuffers, true});
         machine.drawing.Draw(150);
         EXPECT_EQ(machine.Lock(machine.drawing.target, DDLOCK_WAIT), DD_OK);
         EXPECT_TRUE(MemoryOf(machine.drawing.target) == wanted);
@@ -234,7 +218,7 @@ TEST_P(LockWhileDrawing, OnAThreadOfItsOwnDmaIsOverWhenTheLockComesBack) {
 }
 
 // What each lock of a target finds when two devices draw in turns, amid fills and locks.
-std::vector<Bytes> PicturesAtLocks(Machine& machine, Drawing& other) {
+std::vector<Bytes> PicturesAtLocks(LockMachine& machine, Drawing& other) {
     std::mt19937 random(7);
     std::vector<Bytes> pictures;
     for (int i = 0; i < 120; ++i) {
@@ -270,7 +254,7 @@ std::vector<Bytes> PicturesAtLocks(Machine& machine, Drawing& other) {
 
 TEST_P(LockWhileDrawing, OfATargetFindsAllThatItsOwnDeviceHasDrawnWhoeverHasTheChip) {
     const auto run = [&](const Carrier& carrier, const board::Timing& timing) {
-        Machine machine(GetParam(), carrier, timing);
+        LockMachine machine(GetParam(), carrier, timing);
         Drawing other(machine.directDraw, 2);
         return PicturesAtLocks(machine, other);
     };
@@ -285,7 +269,7 @@ TEST_P(LockWhileDrawing, OfATargetFindsAllThatItsOwnDeviceHasDrawnWhoeverHasTheC
 TEST_P(LockWhileDrawing, AmidASceneLeavesItsPictureAsItIs) {
     const Bytes wanted = PictureOf(GetParam(), 120);
     for (const Carrier& carrier : {Carrier{true, 8}, Carrier{false, 2}, Carrier{false, 8}}) {
-        Machine machine(GetParam(), carrier, {.dmaWordsPerTick = 5});
+        LockMachine machine(GetParam(), carrier, {.dmaWordsPerTick = 5});
         for (int i = 0; i < 120; ++i) {
             machine.drawing.Draw();
             if (i % 7 == 3) {
@@ -301,7 +285,7 @@ TEST_P(LockWhileDrawing, AmidASceneLeavesItsPictureAsItIs) {
 TEST_P(LockWhileDrawing,
        DuringAFlipAGlintsOtherSurfacesWaitForTheirTransferOnlyAndAPermediasAreBusy) {
     const auto lock = [&] {
-        Machine machine(GetParam(), {false, 8}, {.dmaWordsPerTick = 1});
+        LockMachine machine(GetParam(), {false, 8}, {.dmaWordsPerTick = 1});
         host::Surface& front = machine.directDraw.CreatePrimary(1);
         host::Surface& back = *front.Chain().at(0);
         machine.display.Board().Advance(kFrame);

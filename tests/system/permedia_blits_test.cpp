@@ -12,17 +12,17 @@
 
 namespace {
 
-struct Mode {
+struct PermediaMode {
     const char* name;
     uint32_t deviceId;
     uint32_t bits;
 };
 
-void PrintTo(const Mode& mode, std::ostream* out) {
+void PrintTo(const PermediaMode& mode, std::ostream* out) {
     *out << mode.name;
 }
 
-constexpr Mode kModes[] = {
+constexpr PermediaMode kBlitModes[] = {
     {"Permedia8", DevicePermedia, 8},       {"Permedia16", DevicePermedia, 16},
     {"Permedia32", DevicePermedia, 32},     {"Permedia2At8", DevicePermedia2, 8},
     {"Permedia2At16", DevicePermedia2, 16}, {"Permedia2At24", DevicePermedia2, 24},
@@ -40,7 +40,7 @@ struct Canvas {
     std::vector<uint32_t> pixels;
 };
 
-class PermediaBlits : public testing::TestWithParam<Mode> {
+class PermediaBlits : public testing::TestWithParam<PermediaMode> {
   protected:
     PermediaBlits()
         : display_(Config()), started_(display_.Start()), directDraw_(display_),
@@ -215,7 +215,7 @@ TEST_P(PermediaBlits, StretchAndMirrorWithAKeyOrWithout) {
     ExpectAll();
 }
 
-INSTANTIATE_TEST_SUITE_P(EachMode, PermediaBlits, testing::ValuesIn(kModes),
+INSTANTIATE_TEST_SUITE_P(EachMode, PermediaBlits, testing::ValuesIn(kBlitModes),
                          [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace

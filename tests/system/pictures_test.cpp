@@ -10,7 +10,7 @@ namespace {
 
 using namespace test;
 
-constexpr double kColourTolerance = 2;
+constexpr double kPictureTolerance = 2;
 
 class PictureTest : public testing::TestWithParam<TestBoard> {
   protected:
@@ -25,10 +25,10 @@ class PictureTest : public testing::TestWithParam<TestBoard> {
         for (const Triangle3& triangle : list) {
             reference.Draw(triangle);
         }
-        const Verdict near = CompareWithinOnePixel(picture, reference, kColourTolerance);
+        const Verdict near = CompareWithinOnePixel(picture, reference, kPictureTolerance);
         EXPECT_EQ(near.bad, 0u) << near.first;
         if (interiors) {
-            const Verdict inside = CompareInteriors(picture, reference, kColourTolerance);
+            const Verdict inside = CompareInteriors(picture, reference, kPictureTolerance);
             EXPECT_GT(inside.compared, 1000u);
             EXPECT_EQ(inside.bad, 0u) << inside.first;
         }
@@ -36,11 +36,11 @@ class PictureTest : public testing::TestWithParam<TestBoard> {
     bool IsPermedia() const { return GetParam().IsPermedia(); }
 };
 
-std::string NameOf(const testing::TestParamInfo<TestBoard>& info) {
+std::string BoardName(const testing::TestParamInfo<TestBoard>& info) {
     return info.param.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Chips, PictureTest, testing::ValuesIn(kTestBoards), NameOf);
+INSTANTIATE_TEST_SUITE_P(Chips, PictureTest, testing::ValuesIn(kTestBoards), BoardName);
 
 TEST_P(PictureTest, GouraudTriangles) {
     Check(GentleTriangles(40, 70, 1, {}));
@@ -185,7 +185,7 @@ TEST_P(PictureTest, StippledAlphaScreensByTheBottomVertexOrWithASetupUnitByTheFi
             for (uint32_t x = 32 + 75 * (i % 4); x < 46 + 75 * (i % 4); ++x) {
                 const uint8_t* seen = picture.At(x, y);
                 for (int channel = 0; channel < 3; ++channel) {
-                    EXPECT_NEAR(seen[channel], reference.At(x, y)[channel], kColourTolerance)
+                    EXPECT_NEAR(seen[channel], reference.At(x, y)[channel], kPictureTolerance)
                         << x << "," << y;
                 }
                 set += seen[1] != 0;

@@ -1,31 +1,19 @@
 #include "tests/system/scenes.h"
 
+#include "tests/system/dice.h"
+
 #include <algorithm>
 #include <cmath>
-#include <random>
 
 namespace test {
 
 namespace {
 
-constexpr float kWidth = 320;
-constexpr float kHeight = 240;
+constexpr float kSceneWidth = 320;
+constexpr float kSceneHeight = 240;
 constexpr float kPi = 3.14159265f;
 
 // Draws that do not depend on the library's distributions.
-class Dice {
-  public:
-    explicit Dice(uint32_t seed) : engine_(seed) {}
-    float Between(float low, float high) {
-        return low + (high - low) * static_cast<float>(engine_() % 65536) / 65535;
-    }
-    uint32_t Byte(uint32_t low, uint32_t high) { return low + engine_() % (high - low + 1); }
-    uint32_t Below(uint32_t limit) { return engine_() % limit; }
-
-  private:
-    std::mt19937 engine_;
-};
-
 float Clamped(float value, float high) {
     return std::clamp(value, 0.0f, high);
 }
@@ -45,8 +33,8 @@ Triangle3 Gentle(Dice& dice, float x, float y, float size, const DrawState& stat
         for (const uint32_t channel : base) {
             rgb = rgb << 8 | (channel + dice.Byte(0, 40));
         }
-        v[k] = {Clamped(x + size * std::cos(angle), kWidth),
-                Clamped(y + size * std::sin(angle), kHeight), dice.Between(0.1f, 0.9f),
+        v[k] = {Clamped(x + size * std::cos(angle), kSceneWidth),
+                Clamped(y + size * std::sin(angle), kSceneHeight), dice.Between(0.1f, 0.9f),
                 dice.Byte(60, 200) << 24 | rgb, dice.Byte(60, 255) << 24};
     }
     return {v[0], v[1], v[2], state};
@@ -59,8 +47,8 @@ std::vector<Triangle3> GentleTriangles(uint32_t count, float size, uint32_t seed
     Dice dice(seed);
     std::vector<Triangle3> list;
     for (uint32_t i = 0; i < count; ++i) {
-        const float x = dice.Between(size, kWidth - size);
-        const float y = dice.Between(size, kHeight - size);
+        const float x = dice.Between(size, kSceneWidth - size);
+        const float y = dice.Between(size, kSceneHeight - size);
         list.push_back(Gentle(dice, x, y, size, state));
     }
     return list;
@@ -82,8 +70,8 @@ std::vector<Triangle3> TexturedTriangles(uint32_t count, float size, uint32_t se
     Dice dice(seed);
     std::vector<Triangle3> list;
     for (uint32_t i = 0; i < count; ++i) {
-        const float x = dice.Between(size, kWidth - size);
-        const float y = dice.Between(size, kHeight - size);
+        const float x = dice.Between(size, kSceneWidth - size);
+        const float y = dice.Between(size, kSceneHeight - size);
         Triangle3 triangle = Gentle(dice, x, y, size, state);
         const float turn = dice.Between(0, 2 * kPi);
         for (Vertex* v : {&triangle.a, &triangle.b, &triangle.c}) {
@@ -139,7 +127,7 @@ std::vector<Triangle3> Layers(uint32_t count, uint32_t seed, const DrawState& st
     Dice dice(seed);
     std::vector<std::vector<Triangle3>> quads;
     for (uint32_t i = 0; i < count; ++i) {
-        const float x = dice.Between(0, kWidth - 90), y = dice.Between(0, kHeight - 90);
+        const float x = dice.Between(0, kSceneWidth - 90), y = dice.Between(0, kSceneHeight - 90);
         const uint32_t color =
             0xFF000000 | dice.Byte(0, 255) << 16 | dice.Byte(0, 255) << 8 | dice.Byte(0, 255);
         const uint32_t colors[4] = {color, color, color, color};
@@ -164,10 +152,10 @@ std::vector<Triangle3> Slivers(uint32_t count, float radius, uint32_t seed, uint
         angles.push_back(2 * kPi * (i + dice.Between(0, 0.9f)) / count);
     }
     const auto rim = [&](uint32_t i) {
-        return Vertex{kWidth / 2 + radius * std::cos(angles[i]),
-                      kHeight / 2 + radius * std::sin(angles[i]), 0.5f, color, 0xFF000000};
+        return Vertex{kSceneWidth / 2 + radius * std::cos(angles[i]),
+                      kSceneHeight / 2 + radius * std::sin(angles[i]), 0.5f, color, 0xFF000000};
     };
-    const Vertex centre{kWidth / 2 + 0.3f, kHeight / 2 - 0.2f, 0.5f, color, 0xFF000000};
+    const Vertex centre{kSceneWidth / 2 + 0.3f, kSceneHeight / 2 - 0.2f, 0.5f, color, 0xFF000000};
     std::vector<Triangle3> list;
     for (uint32_t i = 0; i < count; ++i) {
         list.push_back({centre, rim(i), rim((i + 1) % count), state});

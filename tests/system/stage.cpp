@@ -1,7 +1,7 @@
 #include "tests/system/stage.h"
 
-#include "host/display/machine.h"
 #include "host/picture.h"
+#include "tests/support_host/configs.h"
 #include "tests/support_host/surfaces.h"
 
 #include <algorithm>
@@ -12,10 +12,13 @@ namespace test {
 
 namespace {
 
+void CarryBy(const Carrier& carrier, std::map<std::string, std::string>& registry) {
+    registry["Direct3DHAL.NoDMA"] = std::to_string(carrier.fifo);
+    registry["Direct3DHAL.SubBuffers"] = std::to_string(carrier.subBuffers);
+}
+
 host::DisplayConfig ConfigOf(const StageOptions& options) {
-    host::PowerCycle();
-    host::DisplayConfig config;
-    config.deviceId = options.deviceId;
+    host::DisplayConfig config = ConfigFor(options.deviceId);
     config.delta = options.delta;
     config.width = options.width;
     config.height = options.height;
@@ -23,8 +26,7 @@ host::DisplayConfig ConfigOf(const StageOptions& options) {
     config.timing = options.timing;
     config.dmaThread = options.carrier.dmaThread;
     config.registry = options.registry;
-    config.registry["Direct3DHAL.NoDMA"] = std::to_string(options.carrier.fifo);
-    config.registry["Direct3DHAL.SubBuffers"] = std::to_string(options.carrier.subBuffers);
+    CarryBy(options.carrier, config.registry);
     return config;
 }
 
@@ -43,16 +45,24 @@ D3DTLVERTEX TLVertex(const Vertex& v) {
 
 } // namespace
 
-Stage::Stage(const StageOptions& options) : display_(ConfigOf(options)) {
-    if (!display_.Start()) {
-        throw std::runtime_error("stage: the driver refused the display");
-    }
-    directDraw_ = std::make_unique<host::DirectDraw>(display_);
-    target_ = &directDraw_->CreateTarget(options.width, options.height);
-    depth_ = &directDraw_->CreateZBuffer(options.width, options.height);
-    Fill(*target_, options.bits == 32 ? options.background & 0xFFFFFF : 0);
-    Fill(*depth_, 0xFFFFFFFF);
-    device_ = std::make_unique<host::Device3D>(*directDraw_, *target_, depth_);
+host::DisplayConfig ConfigOf(const TestBoard& board, const Carrier& carrier,
+                             const board::Timing& timing) {
+    host::DisplayConfig config = ConfigFor(board.deviceId);
+    config.delta = board.delta;
+    config.timing = timing;
+    config.dmaThread = carrier.dmaThread;
+    config.frameBufferBytes = config.localBufferBytes = 1u << 20;
+    CarryBy(carrier, config.registry);
+    return config;
+}
+
+Stage::Stage(const StageOptions& options)
+    : machine_(ConfigOf(options)),
+      target_(DirectDraw().CreateTarget(options.width, options.height)),
+      depth_(DirectDraw().CreateZBuffer(options.width, options.height)) {
+    Fill(target_, options.bits == 32 ? options.background & 0xFFFFFF : 0);
+    Fill(depth_, 0xFFFFFFFF);
+    device_ = std::make_unique<host::Device3D>(DirectDraw(), target_, &depth_);
 }
 
 void Stage::Apply(const DrawState& state) {
@@ -99,8 +109,8 @@ uint32_t Stage::HandleOf(const std::shared_ptr<const Texture>& texture) {
         return handle;
     }
     const auto& [width, height, format, raw, palette, key] = *texture;
-    host::Surface& surface = directDraw_->CreateTexture(width, height, format);
-    host::Surface& source = directDraw_->CreateSystem(width, height, format, DDSCAPS_TEXTURE);
+    host::Surface& surface = DirectDraw().CreateTexture(width, height, format);
+    host::Surface& source = DirectDraw().CreateSystem(width, height, format, DDSCAPS_TEXTURE);
     for (uint32_t y = 0; y < height; ++y) {
         for (uint32_t x = 0; x < width; ++x) {
             source.SetPixel(x, y, raw[y * width + x]);
@@ -112,13 +122,13 @@ uint32_t Stage::HandleOf(const std::shared_ptr<const Texture>& texture) {
             entries.push_back(
                 {static_cast<BYTE>(c >> 16), static_cast<BYTE>(c >> 8), static_cast<BYTE>(c), 0});
         }
-        directDraw_->SetPalette(surface, entries);
+        DirectDraw().SetPalette(surface, entries);
     }
     if (key) {
-        directDraw_->SetSourceKey(surface, {*key, *key});
+        DirectDraw().SetSourceKey(surface, {*key, *key});
     }
-    directDraw_->LoadTexture(surface, source);
-    directDraw_->Destroy(source);
+    DirectDraw().LoadTexture(surface, source);
+    DirectDraw().Destroy(source);
     handle = device_->CreateTexture(surface);
     return handle;
 }
@@ -143,7 +153,7 @@ void Stage::Draw(const std::vector<Triangle3>& triangles) {
 
 Image Stage::Picture() {
     device_->Finish();
-    const host::Picture picture = host::ReadPicture(*target_);
+    const host::Picture picture = host::ReadPicture(target_);
     return {picture.width, picture.height, picture.rgba};
 }
 

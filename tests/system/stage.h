@@ -2,8 +2,7 @@
 // A whole machine for one picture: display, DirectDraw, a render target with a Z buffer, a Direct3D
 // device. Triangles go in by the HAL, the picture comes out of the board's memory.
 #include "host/d3d/direct3d.h"
-#include "host/ddraw/ddraw.h"
-#include "host/display/display.h"
+#include "tests/support_host/started_display.h"
 #include "tests/system/reference.h"
 
 #include <map>
@@ -18,6 +17,13 @@ namespace test {
 struct Carrier {
     bool fifo = false;
     uint32_t subBuffers = 8;
+    bool dmaThread = false; // the DMA engine works beside the processor
+};
+
+// A board that makes it hard for the driver.
+struct Trouble {
+    const char* name;
+    board::Timing timing;
     bool dmaThread = false; // the DMA engine works beside the processor
 };
 
@@ -42,12 +48,12 @@ class Stage {
     // Waits for the board and reads the target.
     Image Picture();
     // What the board complains of; empty when healthy.
-    std::string Faults() { return display_.Board().FaultReport().Describe(); }
+    std::string Faults() { return machine_.Faults(); }
 
-    host::Display& Display() { return display_; }
-    host::DirectDraw& DirectDraw() { return *directDraw_; }
+    host::Display& Display() { return machine_.display; }
+    host::DirectDraw& DirectDraw() { return machine_.directDraw; }
     host::Device3D& Device() { return *device_; }
-    host::Surface& Target() { return *target_; }
+    host::Surface& Target() { return target_; }
 
   private:
     void Apply(const DrawState& state);
@@ -55,10 +61,8 @@ class Stage {
     // The handle of a texture, loaded when it is first met.
     uint32_t HandleOf(const std::shared_ptr<const Texture>& texture);
 
-    host::Display display_;
-    std::unique_ptr<host::DirectDraw> directDraw_;
-    host::Surface* target_ = nullptr;
-    host::Surface* depth_ = nullptr;
+    StartedDisplay machine_;
+    host::Surface &target_, &depth_;
     std::unique_ptr<host::Device3D> device_;
     std::map<std::shared_ptr<const Texture>, uint32_t> textures_;
 };
@@ -83,6 +87,10 @@ inline constexpr TestBoard kTestBoards[] = {
     {"PermediaWithDelta", DevicePermedia, true},
     {"Permedia2", DevicePermedia2, true},
 };
+
+// The board with a small memory, and its registry set for the carrier.
+host::DisplayConfig ConfigOf(const TestBoard& board, const Carrier& carrier,
+                             const board::Timing& timing = {});
 
 // For test parameters.
 inline void PrintTo(const TestBoard& board, std::ostream* out) {

@@ -11,7 +11,7 @@ namespace {
 
 using namespace test;
 
-constexpr double kColourTolerance = 3;
+constexpr double kTextureTolerance = 3;
 
 struct TexturingChip {
     TestBoard board;
@@ -67,9 +67,9 @@ class TexturedPicture : public testing::TestWithParam<TexturingChip> {
         for (const Triangle3& triangle : list) {
             reference.Draw(triangle);
         }
-        const Verdict near = CompareWithinOnePixel(picture, reference, kColourTolerance);
+        const Verdict near = CompareWithinOnePixel(picture, reference, kTextureTolerance);
         EXPECT_EQ(near.bad, 0u) << near.first;
-        const Verdict inside = CompareInteriors(picture, reference, kColourTolerance);
+        const Verdict inside = CompareInteriors(picture, reference, kTextureTolerance);
         EXPECT_GT(inside.compared, least);
         EXPECT_EQ(inside.bad, 0u) << inside.first;
     }

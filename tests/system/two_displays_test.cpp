@@ -22,7 +22,7 @@ namespace {
 using namespace test;
 using Values = std::map<std::string, std::string>;
 
-constexpr uint32_t kWidth = 128, kHeight = 96;
+constexpr uint32_t kPairWidth = 128, kPairHeight = 96;
 
 class DmaWords : public board::BusRecorder {
   public:
@@ -39,7 +39,7 @@ class Screen {
             throw std::runtime_error("the driver refused a display");
         }
         directDraw = std::make_unique<host::DirectDraw>(display);
-        target = &directDraw->CreateTarget(kWidth, kHeight);
+        target = &directDraw->CreateTarget(kPairWidth, kPairHeight);
         Fill(*target, 0);
         display.Board().SetRecorder(&dma);
     }
@@ -91,8 +91,8 @@ class Screen {
                                         const Values& registry) {
         host::DisplayConfig config;
         config.deviceId = deviceId;
-        config.width = kWidth;
-        config.height = kHeight;
+        config.width = kPairWidth;
+        config.height = kPairHeight;
         config.number = number;
         config.primary = primary;
         config.registryName = "Display\\Settings" + std::to_string(number);
@@ -142,7 +142,7 @@ TEST_P(TwoDisplays, DrawAtTheSameTimeWithoutDisturbingEachOther) {
             main.FillSquare(static_cast<LONG>(i) * 16, 64, 0x1F);
             second.FillSquare(static_cast<LONG>(i) * 16, 0, 0x7FFF);
         }
-        for (uint32_t x = 0; x < kWidth; ++x) {
+        for (uint32_t x = 0; x < kPairWidth; ++x) {
             const bool drawn = x < 96;
             EXPECT_EQ(main.At(x, 8), drawn ? 0x7C00u : 0u) << x;
             EXPECT_EQ(main.At(x, 40), 0u);

@@ -8,6 +8,7 @@
 #include "host/display/display.h"
 #include "host/display/machine.h"
 #include "host/picture.h"
+#include "tests/support_host/configs.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +21,7 @@
 
 namespace {
 
-constexpr HRESULT kStillDrawing = static_cast<HRESULT>(0x8876021C);
+using test::kStillDrawing;
 constexpr HRESULT kNotActive = static_cast<HRESULT>(0x887602B7);
 constexpr uint64_t kFieldTime = 20000, kLineTime = 200;
 // Fields are counted from this one on, when the display has been through a vertical blank.
@@ -100,29 +101,29 @@ void PrintTo(const VideoMode& mode, std::ostream* out) {
 }
 
 // 5:5:5 pixels are dithered: up to a step of 255 / 31 off.
-constexpr VideoMode kModes[] = {
+constexpr VideoMode kVideoModes[] = {
     {"PermediaAt32", DevicePermedia, 32, 2},
     {"Permedia2At32", DevicePermedia2, 32, 2},
     {"PermediaAt16", DevicePermedia, 16, 10.3},
     {"Permedia2At16", DevicePermedia2, 16, 10.3},
 };
 
-constexpr uint32_t kWidth = 96, kHeight = 64;
+constexpr uint32_t kFieldWidth = 96, kFieldHeight = 64;
 
 struct VideoOptions {
     uint32_t buffers = 2;
-    uint32_t fieldHeight = kHeight;
+    uint32_t fieldHeight = kFieldHeight;
     uint32_t portWidth = 8;
     GUID connection = DDVPTYPE_E_HREFH_VREFH;
     uint32_t connectFlags = 0;
-    uint32_t bufferWidth = kWidth, bufferHeight = kHeight;
+    uint32_t bufferWidth = kFieldWidth, bufferHeight = kFieldHeight;
     bool filter = false;
 };
 
 class VideoMachine {
   public:
     explicit VideoMachine(const VideoMode& mode, const VideoOptions& options = {})
-        : camera(kWidth, options.fieldHeight), display(ConfigOf(mode, options)),
+        : camera(kFieldWidth, options.fieldHeight), display(ConfigOf(mode, options)),
           started_(display.Start()), directDraw(display), primary(directDraw.CreatePrimary()),
           buffers(host::CreateVideoBuffers(directDraw, options.bufferWidth, options.bufferHeight,
                                            options.buffers)),
@@ -189,13 +190,13 @@ class VideoMachine {
         EXPECT_GT(worst, 0); // the conversion is no copy
     }
     void ExpectShown(uint64_t field) {
-        ExpectShown({0, 0, kWidth, kHeight},
+        ExpectShown({0, 0, kFieldWidth, kFieldHeight},
                     [field](uint32_t x, uint32_t y) { return Camera::At(field, x, y); });
     }
     // A buffer's memory, against the field.
     void ExpectBuffer(uint32_t buffer, uint64_t field) {
-        for (uint32_t y = 0; y < kHeight; ++y) {
-            for (uint32_t x = 0; x < kWidth; ++x) {
+        for (uint32_t y = 0; y < kFieldHeight; ++y) {
+            for (uint32_t x = 0; x < kFieldWidth; ++x) {
                 const Texel want = Camera::At(field, x, y);
                 const int colour = x % 2 == 0 ? want.u : want.v;
                 ASSERT_EQ(buffers.at(buffer)->Pixel(x, y),
@@ -233,7 +234,7 @@ class VideoMachine {
         return config;
     }
     static DDVIDEOPORTDESC Describe(const VideoOptions& options) {
-        DDVIDEOPORTDESC description = host::DescribeVideoPort(kWidth, options.fieldHeight);
+        DDVIDEOPORTDESC description = host::DescribeVideoPort(kFieldWidth, options.fieldHeight);
         description.VideoPortType.dwPortWidth = options.portWidth;
         description.VideoPortType.guidTypeID = options.connection;
         description.VideoPortType.dwFlags = options.connectFlags;
@@ -269,7 +270,7 @@ TEST_P(Video, ABufferIsShownStretched) {
     m.Start(DDVP_AUTOFLIP);
     m.GoTo(1, 90);
     m.port.Flip();
-    const RECT area = {40, 30, 40 + 2 * kWidth, 30 + 2 * kHeight};
+    const RECT area = {40, 30, 40 + 2 * kFieldWidth, 30 + 2 * kFieldHeight};
     EXPECT_EQ(m.Show(0, area), DD_OK);
     m.ExpectShown(area, [](uint32_t x, uint32_t y) { return Camera::At(1, x / 2, y / 2); });
 }
@@ -280,8 +281,8 @@ TEST_P(Video, TheFilterMixesOnlyWhereTexelsAreStretched) {
         m.Start(DDVP_AUTOFLIP);
         m.GoTo(1, 90);
         m.port.Flip();
-        EXPECT_EQ(m.Show(0, {0, 0, static_cast<LONG>(scale * kWidth),
-                             static_cast<LONG>(scale * kHeight)}),
+        EXPECT_EQ(m.Show(0, {0, 0, static_cast<LONG>(scale * kFieldWidth),
+                             static_cast<LONG>(scale * kFieldHeight)}),
                   DD_OK);
         if (scale == 1) {
             m.ExpectShown(1);
@@ -291,8 +292,8 @@ TEST_P(Video, TheFilterMixesOnlyWhereTexelsAreStretched) {
         m.directDraw.Finish(m.primary);
         const host::Picture picture = host::ReadScreen(m.display);
         const bool mixes = GetParam().deviceId == DevicePermedia2;
-        for (uint32_t y = 0; y < kHeight; ++y) {
-            for (uint32_t x = 0; x + 1 < kWidth; ++x) {
+        for (uint32_t y = 0; y < kFieldHeight; ++y) {
+            for (uint32_t x = 0; x + 1 < kFieldWidth; ++x) {
                 const Colour first = StandardRGB(Camera::At(1, x, y)),
                              second = StandardRGB(Camera::At(1, x + 1, y));
                 for (int channel = 0; channel < 3; ++channel) {
@@ -314,26 +315,27 @@ TEST_P(Video, ThePictureCanBeTurnedAround) {
         m.GoTo(1, 90);
         m.port.Flip();
         EXPECT_EQ(m.Show(0), DD_OK);
-        m.ExpectShown({0, 0, kWidth, kHeight}, [flags](uint32_t x, uint32_t y) {
-            return Camera::At(1, (flags & DDVP_MIRRORLEFTRIGHT) != 0 ? kWidth - 1 - x : x,
-                              (flags & DDVP_MIRRORUPDOWN) != 0 ? kHeight - 1 - y : y);
+        m.ExpectShown({0, 0, kFieldWidth, kFieldHeight}, [flags](uint32_t x, uint32_t y) {
+            return Camera::At(1, (flags & DDVP_MIRRORLEFTRIGHT) != 0 ? kFieldWidth - 1 - x : x,
+                              (flags & DDVP_MIRRORUPDOWN) != 0 ? kFieldHeight - 1 - y : y);
         });
     }
 }
 
 TEST_P(Video, APortShrinksThePictureOnItsWay) {
     for (const bool upDown : {false, true}) {
-        VideoMachine m(GetParam(), {.bufferWidth = kWidth / 2, .bufferHeight = kHeight / 2});
+        VideoMachine m(GetParam(),
+                       {.bufferWidth = kFieldWidth / 2, .bufferHeight = kFieldHeight / 2});
         DDVIDEOPORTINFO info{};
-        info.dwPrescaleWidth = kWidth / 2;
-        info.dwPrescaleHeight = kHeight / 2;
+        info.dwPrescaleWidth = kFieldWidth / 2;
+        info.dwPrescaleHeight = kFieldHeight / 2;
         m.Start(DDVP_AUTOFLIP | DDVP_PRESCALE | (upDown ? DDVP_MIRRORUPDOWN : 0), info);
         m.GoTo(1, 90);
         m.port.Flip();
         EXPECT_EQ(m.Show(0), DD_OK);
-        m.ExpectShown({0, 0, kWidth / 2, kHeight / 2}, [upDown](uint32_t x, uint32_t y) {
+        m.ExpectShown({0, 0, kFieldWidth / 2, kFieldHeight / 2}, [upDown](uint32_t x, uint32_t y) {
             // Every other pixel of every other line; a pair has the colour of its left one.
-            const uint32_t line = 2 * (upDown ? kHeight / 2 - 1 - y : y);
+            const uint32_t line = 2 * (upDown ? kFieldHeight / 2 - 1 - y : y);
             const Texel pixel = Camera::At(1, 2 * x, line),
                         left = Camera::At(1, 2 * (x & ~1u), line);
             return Texel{pixel.y, left.u, left.v};
@@ -376,12 +378,12 @@ TEST_P(Video, EveryPolarityIsUnderstoodAndAnotherOneIsNot) {
 }
 
 TEST_P(Video, InterleavedFieldsMakeOneFrame) {
-    VideoMachine m(GetParam(), {.fieldHeight = kHeight / 2});
+    VideoMachine m(GetParam(), {.fieldHeight = kFieldHeight / 2});
     m.Start(DDVP_AUTOFLIP | DDVP_INTERLEAVE);
     m.GoTo(3, 90);
     m.port.Flip();
     EXPECT_EQ(m.Show(0), DD_OK);
-    m.ExpectShown({0, 0, kWidth, kHeight},
+    m.ExpectShown({0, 0, kFieldWidth, kFieldHeight},
                   [](uint32_t x, uint32_t y) { return Camera::At(2 + y % 2, x, y / 2); });
 }
 
@@ -574,7 +576,7 @@ TEST_P(Video, ConnectionsAndFormatsAreListed) {
     EXPECT_EQ(m.port.WaitForSync(0).result, static_cast<HRESULT>(0x80004001));
 }
 
-INSTANTIATE_TEST_SUITE_P(Boards, Video, testing::ValuesIn(kModes),
+INSTANTIATE_TEST_SUITE_P(Boards, Video, testing::ValuesIn(kVideoModes),
                          [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "host/display/machine.h"
 #include "host/picture.h"
 #include "tests/support_host/surfaces.h"
+#include "tests/system/dice.h"
 #include "tests/system/stage.h"
 
 #include <gtest/gtest.h>
@@ -20,8 +21,9 @@ using namespace test;
 using Corners = std::vector<D3DTLVERTEX>; // three of each triangle
 using Bytes = std::vector<uint8_t>;
 
-constexpr uint32_t kWidth = 128, kHeight = 96; // of the target, which is smaller than the screen
-constexpr uint32_t kMarker = 0xFFFF00FF;       // a colour that no scene has
+constexpr uint32_t kViewWidth = 128,
+                   kViewHeight = 96;     // of the target, which is smaller than the screen
+constexpr uint32_t kMarker = 0xFFFF00FF; // a colour that no scene has
 
 D3DTLVERTEX Corner(float x, float y, float z, uint32_t color = kMarker) {
     D3DTLVERTEX vertex{};
@@ -42,19 +44,11 @@ Corners Rectangle(float left, float top, float right, float bottom, float z,
     return {a, b, c, a, c, d};
 }
 
-host::DisplayConfig ConfigOf(const TestBoard& board, const Carrier& carrier,
-                             const board::Timing& timing) {
-    host::PowerCycle();
-    host::DisplayConfig config;
-    config.deviceId = board.deviceId;
-    config.delta = board.delta;
+host::DisplayConfig ViewConfig(const TestBoard& board, const Carrier& carrier,
+                               const board::Timing& timing) {
+    host::DisplayConfig config = ConfigOf(board, carrier, timing);
     config.width = 320;
     config.height = 240;
-    config.timing = timing;
-    config.dmaThread = carrier.dmaThread;
-    config.frameBufferBytes = config.localBufferBytes = 1u << 20;
-    config.registry["Direct3DHAL.NoDMA"] = std::to_string(carrier.fifo);
-    config.registry["Direct3DHAL.SubBuffers"] = std::to_string(carrier.subBuffers);
     return config;
 }
 
@@ -62,8 +56,8 @@ host::DisplayConfig ConfigOf(const TestBoard& board, const Carrier& carrier,
 class View {
   public:
     explicit View(host::DirectDraw& directDraw)
-        : target(directDraw.CreateTarget(kWidth, kHeight)),
-          depth(directDraw.CreateZBuffer(kWidth, kHeight)) {
+        : target(directDraw.CreateTarget(kViewWidth, kViewHeight)),
+          depth(directDraw.CreateZBuffer(kViewWidth, kViewHeight)) {
         Fill(target, 0x1234);
         Fill(depth, 0xFFFFFFFF);
         device = std::make_unique<host::Device3D>(directDraw, target, &depth);
@@ -123,14 +117,11 @@ class View {
     }
 };
 
-class Machine {
+class VisibilityMachine : public StartedDisplay {
   public:
-    explicit Machine(const TestBoard& board, const Carrier& carrier = {},
-                     const board::Timing& timing = {})
-        : kind(board), display(ConfigOf(board, carrier, timing)), started_(display.Start()),
-          directDraw(display), view(directDraw) {
-        EXPECT_TRUE(started_);
-    }
+    explicit VisibilityMachine(const TestBoard& board, const Carrier& carrier = {},
+                               const board::Timing& timing = {})
+        : StartedDisplay(ViewConfig(board, carrier, timing)), kind(board), view(directDraw) {}
     uint32_t Ask(const Corners& corners) { return view.Ask(corners); }
     // Asks, and sees that nothing was drawn by it.
     uint32_t AskUntouched(const Corners& corners) {
@@ -152,7 +143,7 @@ class Machine {
     }
     void ExpectHealthy() {
         view.Finish();
-        EXPECT_EQ(display.Board().FaultReport().Describe(), "");
+        EXPECT_EQ(Faults(), "");
     }
     // What depth 1.0 is in the buffer: the setup unit of the Glint family fills 32 bits.
     double FarthestDepth() const {
@@ -160,26 +151,7 @@ class Machine {
     }
 
     TestBoard kind;
-    host::Display display;
-
-  private:
-    bool started_;
-
-  public:
-    host::DirectDraw directDraw;
     View view;
-};
-
-class Dice {
-  public:
-    explicit Dice(uint32_t seed) : engine_(seed) {}
-    float Between(float low, float high) {
-        return low + (high - low) * static_cast<float>(engine_() % 65536) / 65535;
-    }
-    uint32_t Below(uint32_t limit) { return engine_() % limit; }
-
-  private:
-    std::mt19937 engine_;
 };
 
 // What a plain computation says. It knows triangles as they were given, not where a chip's rows and
@@ -191,7 +163,7 @@ struct Range {
 };
 
 // 1 passes for certain, -1 fails for certain, 0 either.
-int Passes(uint32_t function, Range fresh, double stored) {
+int CertainlyPasses(uint32_t function, Range fresh, double stored) {
     const int order = fresh.high < stored ? -1 : fresh.low > stored ? 1 : 0;
     switch (function) {
     case D3DCMP_NEVER:
@@ -230,10 +202,10 @@ Plainly PlainAnswer(const D3DTLVERTEX* v, uint32_t cull, uint32_t function,
     }
     const int left = std::max(0, int(std::floor(*std::min_element(x, x + 3) - kEdge)));
     const int right =
-        std::min(int(kWidth) - 1, int(std::ceil(*std::max_element(x, x + 3) + kEdge)));
+        std::min(int(kViewWidth) - 1, int(std::ceil(*std::max_element(x, x + 3) + kEdge)));
     const int top = std::max(0, int(std::floor(*std::min_element(y, y + 3) - kEdge)));
     const int bottom =
-        std::min(int(kHeight) - 1, int(std::ceil(*std::max_element(y, y + 3) + kEdge)));
+        std::min(int(kViewHeight) - 1, int(std::ceil(*std::max_element(y, y + 3) + kEdge)));
     if (left > right || top > bottom) {
         return Plainly::Hidden;
     }
@@ -258,8 +230,9 @@ Plainly PlainAnswer(const D3DTLVERTEX* v, uint32_t cull, uint32_t function,
                 continue;
             }
             const double depth = z[0] + dzdx * (px - x[0]) + dzdy * (py - y[0]);
-            const int passes = Passes(function, {depth - slack, depth + slack},
-                                      stored[size_t(row) * kWidth + size_t(column)] / farthest);
+            const int passes =
+                CertainlyPasses(function, {depth - slack, depth + slack},
+                                stored[size_t(row) * kViewWidth + size_t(column)] / farthest);
             if (passes > 0 && inside > kEdge) {
                 return Plainly::Visible;
             }
@@ -271,7 +244,7 @@ Plainly PlainAnswer(const D3DTLVERTEX* v, uint32_t cull, uint32_t function,
 
 // A wall over the left half, a slope, and triangles in front of the open right half.
 void DrawScene(View& view, Dice& dice) {
-    view.Draw(Rectangle(0, 0, 64, kHeight, 0.3f, 0xFF306090));
+    view.Draw(Rectangle(0, 0, 64, kViewHeight, 0.3f, 0xFF306090));
     view.Draw({Corner(50, 90, 0.2f, 0xFF80A020), Corner(120, 80, 0.9f), Corner(100, 95, 0.5f)});
     for (int i = 0; i < 6; ++i) {
         const float x = dice.Between(60, 100), y = dice.Between(0, 60),
@@ -284,13 +257,13 @@ void DrawScene(View& view, Dice& dice) {
 // A triangle of one of many kinds, all of it inside the target.
 Corners RandomTriangle(Dice& dice) {
     const auto anywhere = [&] {
-        return Corner(dice.Between(0, kWidth), dice.Between(0, kHeight),
+        return Corner(dice.Between(0, kViewWidth), dice.Between(0, kViewHeight),
                       dice.Between(0.02f, 0.98f));
     };
     // Up to `reach` pixels from `from`, at its depth.
     const auto near = [&](const D3DTLVERTEX& from, float reach) {
-        return Corner(std::clamp(from.sx + dice.Between(-reach, reach), 0.0f, float(kWidth)),
-                      std::clamp(from.sy + dice.Between(-reach, reach), 0.0f, float(kHeight)),
+        return Corner(std::clamp(from.sx + dice.Between(-reach, reach), 0.0f, float(kViewWidth)),
+                      std::clamp(from.sy + dice.Between(-reach, reach), 0.0f, float(kViewHeight)),
                       from.sz);
     };
     const D3DTLVERTEX a = anywhere();
@@ -310,7 +283,7 @@ Corners RandomTriangle(Dice& dice) {
         return {a, a, near(a, 30)};
     case 5: { // behind the wall
         const auto behind = [&] {
-            return Corner(dice.Between(2, 60), dice.Between(2, kHeight - 2.0f),
+            return Corner(dice.Between(2, 60), dice.Between(2, kViewHeight - 2.0f),
                           dice.Between(0.35f, 0.95f));
         };
         return {behind(), behind(), behind()};
@@ -326,7 +299,7 @@ struct Tally {
 };
 
 // Asks about random batches in random states.
-Tally AskAtRandom(Machine& machine, uint32_t questions, uint32_t seed) {
+Tally AskAtRandom(VisibilityMachine& machine, uint32_t questions, uint32_t seed) {
     Dice dice(seed);
     View& view = machine.view;
     DrawScene(view, dice);
@@ -375,7 +348,7 @@ INSTANTIATE_TEST_SUITE_P(Chips, Visibility, testing::ValuesIn(kTestBoards),
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST_P(Visibility, AnswersAreWhatPicturesOfTheSameTrianglesShow) {
-    Machine machine(GetParam());
+    VisibilityMachine machine(GetParam());
     const Tally tally = AskAtRandom(machine, 300, 41);
     EXPECT_GT(tally.visible, 90);
     EXPECT_GT(tally.hidden, 60);
@@ -387,7 +360,7 @@ TEST_P(Visibility, AnswersAreTheSameByEveryRoad) {
     for (const Carrier& carrier : {Carrier{true, 8}, Carrier{false, 2}, Carrier{false, 32}}) {
         SCOPED_TRACE(testing::Message()
                      << "fifo " << carrier.fifo << ", " << carrier.subBuffers << " sub-buffers");
-        Machine machine(GetParam(), carrier);
+        VisibilityMachine machine(GetParam(), carrier);
         const Tally tally = AskAtRandom(machine, 60, 42);
         EXPECT_GT(tally.visible, 15);
         EXPECT_GT(tally.hidden, 8);
@@ -426,7 +399,7 @@ TEST_P(Visibility, ABoardThatMisbehavesGivesTheSameAnswers) {
             SCOPED_TRACE(testing::Message()
                          << "trouble " << &trouble - kTroubles << ", fifo " << carrier.fifo << ", "
                          << carrier.subBuffers << " sub-buffers");
-            Machine machine(GetParam(), carrier, trouble.timing);
+            VisibilityMachine machine(GetParam(), carrier, trouble.timing);
             const Tally tally = AskAtRandom(machine, 10, 43);
             EXPECT_GT(tally.visible, 2);
             EXPECT_GT(tally.hidden, 1);
@@ -435,7 +408,7 @@ TEST_P(Visibility, ABoardThatMisbehavesGivesTheSameAnswers) {
 }
 
 TEST_P(Visibility, WhollyHiddenPartlyHiddenAndWhollyVisible) {
-    Machine machine(GetParam());
+    VisibilityMachine machine(GetParam());
     machine.view.Draw(Rectangle(20, 20, 80, 60, 0.5f, 0xFF306090));
     EXPECT_EQ(machine.AskUntouched(Rectangle(22, 22, 78, 58, 0.6f)), 0u);
     EXPECT_EQ(machine.AskUntouched(Rectangle(20, 20, 80, 60, 0.6f)), 0u);
@@ -451,8 +424,8 @@ TEST_P(Visibility, WhollyHiddenPartlyHiddenAndWhollyVisible) {
 }
 
 TEST_P(Visibility, OneHiddenAndOneVisibleTriangleAreVisibleInEitherOrder) {
-    Machine machine(GetParam());
-    machine.view.Draw(Rectangle(0, 0, 64, kHeight, 0.5f, 0xFF306090));
+    VisibilityMachine machine(GetParam());
+    machine.view.Draw(Rectangle(0, 0, 64, kViewHeight, 0.5f, 0xFF306090));
     const Corners hidden = Rectangle(10, 10, 40, 40, 0.8f), open = Rectangle(80, 10, 81, 11, 0.8f);
     Corners both = hidden;
     both.insert(both.end(), open.begin(), open.end());
@@ -463,7 +436,7 @@ TEST_P(Visibility, OneHiddenAndOneVisibleTriangleAreVisibleInEitherOrder) {
 }
 
 TEST_P(Visibility, OfATriangleJustDrawnGoesByTheComparison) {
-    Machine machine(GetParam());
+    VisibilityMachine machine(GetParam());
     const Corners triangle = {Corner(10.3f, 9.2f, 0.25f), Corner(90.8f, 31.4f, 0.75f),
                               Corner(27.6f, 80.1f, 0.5f)};
     machine.view.Draw(triangle);
@@ -482,7 +455,7 @@ TEST_P(Visibility, OfATriangleJustDrawnGoesByTheComparison) {
 
 TEST_P(Visibility, WordsOfTheSceneThatWaitComeBeforeTheQuestion) {
     for (const Carrier& carrier : {Carrier{true, 8}, Carrier{false, 2}, Carrier{false, 8}}) {
-        Machine machine(GetParam(), carrier, {.dmaWordsPerTick = 3});
+        VisibilityMachine machine(GetParam(), carrier, {.dmaWordsPerTick = 3});
         const Corners asked = Rectangle(22, 22, 58, 58, 0.6f);
         EXPECT_EQ(machine.Ask(asked), 1u);
         machine.view.Draw(Rectangle(20, 20, 60, 60, 0.5f, 0xFF306090)); // the scene is not over
@@ -491,23 +464,23 @@ TEST_P(Visibility, WordsOfTheSceneThatWaitComeBeforeTheQuestion) {
 }
 
 TEST_P(Visibility, WithTheDepthTestOffEveryPixelOfTheTargetCounts) {
-    Machine machine(GetParam());
-    machine.view.Draw(Rectangle(0, 0, kWidth, kHeight, 0.1f, 0xFF306090));
+    VisibilityMachine machine(GetParam());
+    machine.view.Draw(Rectangle(0, 0, kViewWidth, kViewHeight, 0.1f, 0xFF306090));
     const Corners behind = Rectangle(22, 22, 58, 58, 0.9f);
     EXPECT_EQ(machine.Ask(behind), 0u);
     machine.view.State(D3DRENDERSTATE_ZENABLE, 0);
     EXPECT_EQ(machine.AskUntouched(behind), 1u);
-    EXPECT_EQ(machine.AskUntouched(Rectangle(kWidth + 2, 2, kWidth + 40, 40, 0.9f)), 0u);
+    EXPECT_EQ(machine.AskUntouched(Rectangle(kViewWidth + 2, 2, kViewWidth + 40, 40, 0.9f)), 0u);
 }
 
 TEST_P(Visibility, PixelsOfTheScreenOutsideTheTargetDoNotCount) {
-    Machine machine(GetParam());
+    VisibilityMachine machine(GetParam());
     // Nothing is drawn, so everything inside is visible. A picture would show them, too, on
     // whatever memory comes behind the target's line.
-    EXPECT_EQ(machine.AskUntouched(Rectangle(kWidth, 10, kWidth + 50, 40, 0.5f)), 0u);
-    EXPECT_EQ(machine.AskUntouched(Rectangle(10, kHeight, 40, kHeight + 50, 0.5f)), 0u);
-    EXPECT_EQ(machine.AskUntouched(Rectangle(kWidth - 1, 10, kWidth + 50, 40, 0.5f)), 1u);
-    EXPECT_EQ(machine.AskUntouched(Rectangle(10, kHeight - 1, 40, kHeight + 50, 0.5f)), 1u);
+    EXPECT_EQ(machine.AskUntouched(Rectangle(kViewWidth, 10, kViewWidth + 50, 40, 0.5f)), 0u);
+    EXPECT_EQ(machine.AskUntouched(Rectangle(10, kViewHeight, 40, kViewHeight + 50, 0.5f)), 0u);
+    EXPECT_EQ(machine.AskUntouched(Rectangle(kViewWidth - 1, 10, kViewWidth + 50, 40, 0.5f)), 1u);
+    EXPECT_EQ(machine.AskUntouched(Rectangle(10, kViewHeight - 1, 40, kViewHeight + 50, 0.5f)), 1u);
     if (machine.kind.HasSetupUnit()) { // else corners are always on the screen
         EXPECT_EQ(machine.AskUntouched(Rectangle(-60, 10, 0, 40, 0.5f)), 0u);
         EXPECT_EQ(machine.AskUntouched(Rectangle(10, -60, 40, 0, 0.5f)), 0u);
@@ -517,7 +490,7 @@ TEST_P(Visibility, PixelsOfTheScreenOutsideTheTargetDoNotCount) {
 }
 
 TEST_P(Visibility, CulledTrianglesAreNotVisible) {
-    Machine machine(GetParam());
+    VisibilityMachine machine(GetParam());
     const Corners clockwise = {Corner(10, 10, 0.5f), Corner(60, 10, 0.5f), Corner(10, 60, 0.5f)};
     const Corners counter = {clockwise[0], clockwise[2], clockwise[1]};
     for (const auto& [cull, first, second] :
@@ -529,13 +502,13 @@ TEST_P(Visibility, CulledTrianglesAreNotVisible) {
 }
 
 TEST_P(Visibility, WithoutTrianglesTheSetupUnitsAnswerIsYesAndTheOthersNo) {
-    Machine machine(GetParam());
+    VisibilityMachine machine(GetParam());
     EXPECT_EQ(machine.AskUntouched({}), machine.kind.HasSetupUnit() ? 1u : 0u);
     machine.ExpectHealthy();
 }
 
 TEST_P(Visibility, ThinTrianglesThatMissEveryPixelAreNotVisible) {
-    Machine machine(GetParam());
+    VisibilityMachine machine(GetParam());
     // Between two columns, and smaller than a pixel and off its middle.
     EXPECT_EQ(
         machine.Ask({Corner(20.55f, 10, 0.5f), Corner(20.8f, 10, 0.5f), Corner(20.6f, 60, 0.5f)}),
@@ -553,7 +526,7 @@ TEST_P(Visibility, ThinTrianglesThatMissEveryPixelAreNotVisible) {
 TEST_P(Visibility, OfAScreenDoorThatLetsNothingThroughIsStillThere) {
     // The question draws without stipple, so a triangle that its alpha leaves out altogether
     // counts.
-    Machine machine(GetParam());
+    VisibilityMachine machine(GetParam());
     machine.view.State(D3DRENDERSTATE_STIPPLEDALPHA, 1);
     Corners triangle = {Corner(10, 10, 0.5f), Corner(60, 10, 0.5f), Corner(10, 60, 0.5f)};
     for (D3DTLVERTEX& corner : triangle) {
@@ -566,7 +539,7 @@ TEST_P(Visibility, OfAScreenDoorThatLetsNothingThroughIsStillThere) {
 TEST_P(Visibility, QuestionsAmidASceneLeaveItsPictureAsItIs) {
     Bytes pictures[2];
     for (const bool asks : {false, true}) {
-        Machine machine(GetParam());
+        VisibilityMachine machine(GetParam());
         Dice dice(44), questions(45);
         for (int part = 0; part < 4; ++part) {
             machine.view.State(D3DRENDERSTATE_ZWRITEENABLE, part != 2);
@@ -589,10 +562,10 @@ TEST_P(Visibility, QuestionsAmidASceneLeaveItsPictureAsItIs) {
 
 TEST_P(Visibility, TwoDevicesAskInTurnsEachOfItsOwnDepthBuffer) {
     for (const bool fifo : {false, true}) {
-        Machine machine(GetParam(), {fifo, 8});
+        VisibilityMachine machine(GetParam(), {fifo, 8});
         View other(machine.directDraw);
-        machine.view.Draw(Rectangle(0, 0, 64, kHeight, 0.5f, 0xFF306090));
-        other.Draw(Rectangle(64, 0, kWidth, kHeight, 0.5f, 0xFF903060));
+        machine.view.Draw(Rectangle(0, 0, 64, kViewHeight, 0.5f, 0xFF306090));
+        other.Draw(Rectangle(64, 0, kViewWidth, kViewHeight, 0.5f, 0xFF903060));
         const Corners left = Rectangle(10, 10, 50, 50, 0.7f),
                       right = Rectangle(80, 10, 120, 50, 0.7f);
         for (int round = 0; round < 3; ++round) {
@@ -613,8 +586,8 @@ TEST_P(Visibility, TwoDevicesAskInTurnsEachOfItsOwnDepthBuffer) {
 }
 
 TEST_P(Visibility, TheRenderStateItselfAnswersVisibleAndDrawsNothing) {
-    Machine machine(GetParam());
-    machine.view.Draw(Rectangle(0, 0, kWidth, kHeight, 0.1f, 0xFF306090));
+    VisibilityMachine machine(GetParam());
+    machine.view.Draw(Rectangle(0, 0, kViewWidth, kViewHeight, 0.1f, 0xFF306090));
     machine.view.Finish();
     const Bytes before = machine.view.Memory();
     machine.view.State(D3DRENDERSTATE_ZVISIBLE, 1);
@@ -639,7 +612,7 @@ INSTANTIATE_TEST_SUITE_P(Chips, KeyedVisibility,
 
 TEST_P(KeyedVisibility, ThroughAKeyedTextureTheCoordinatesOfAnEarlierPrimitiveDecide) {
     // The question sends no coordinates, and the chip goes on leaving out what its texels say.
-    Machine machine(GetParam());
+    VisibilityMachine machine(GetParam());
     host::DirectDraw& directDraw = machine.directDraw;
     constexpr uint32_t kKey = 0x83E0, kOther = 0xFFFF;
     host::Surface& texture = directDraw.CreateTexture(32, 32, host::Format1555());

@@ -1,4 +1,5 @@
 // The scene in which two clients of the chip take turns, on every chip.
+#include "tests/tools/chip_names.h"
 #include "tools/korv/images/patterns.h"
 #include "tools/korv/painting/canvas.h"
 #include "tools/korv/scenes/scene.h"
@@ -23,14 +24,6 @@ class ClientScene : public testing::TestWithParam<std::string> {
         return picture;
     }
 };
-
-std::vector<std::string> AllChips() {
-    std::vector<std::string> names;
-    for (const ChipChoice& chip : Chips()) {
-        names.emplace_back(chip.name);
-    }
-    return names;
-}
 
 INSTANTIATE_TEST_SUITE_P(Chips, ClientScene, testing::ValuesIn(AllChips()), [](const auto& info) {
     std::string name = info.param;

@@ -9,12 +9,12 @@
 namespace korv {
 namespace {
 
-constexpr double kRightAngle = std::numbers::pi / 2;
+constexpr double kQuarterTurn = std::numbers::pi / 2;
 constexpr Extent kSize{200, 100};
 
 // At the origin, looking along y, 45 degrees to top and bottom.
 Camera Straight() {
-    return LookAt({0, 0, 0}, {0, 1, 0}, kRightAngle, 1, 9, kSize);
+    return LookAt({0, 0, 0}, {0, 1, 0}, kQuarterTurn, 1, 9, kSize);
 }
 
 Mesh OneTriangle(const Vec3& a, const Vec3& b, const Vec3& c) {

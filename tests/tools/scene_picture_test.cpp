@@ -1,4 +1,5 @@
 // What the scenes must look like on every chip that draws.
+#include "tests/tools/chip_names.h"
 #include "tools/korv/painting/canvas.h"
 #include "tools/korv/scenes/scene.h"
 
@@ -102,14 +103,6 @@ TEST_P(ScenePicture, FogHidesTheHorizonAndSparesTheForeground) {
         darkest = std::max(darkest, distance(x, 470));
     }
     EXPECT_GT(darkest, 300);
-}
-
-std::vector<std::string> AllChips() {
-    std::vector<std::string> names;
-    for (const ChipChoice& chip : Chips()) {
-        names.emplace_back(chip.name);
-    }
-    return names;
 }
 
 INSTANTIATE_TEST_SUITE_P(Chips, ScenePicture, testing::ValuesIn(AllChips()), [](const auto& info) {

@@ -10,7 +10,7 @@ namespace korv {
 
 // scenes/ of the project's own tree, wherever the tests run.
 inline std::filesystem::path ScenesFolder() {
-    return std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "scenes";
+    return std::filesystem::path(KORV_PROJECT) / "scenes";
 }
 
 // Names of the HAL scripts there, without ending. Data that scripts read lies in folders.

@@ -1,4 +1,6 @@
 // That published_layout.cpp leaves no record of driver/platform out without need.
+#include "tests/windows95/project_files.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -10,11 +12,8 @@
 
 namespace {
 
-std::string Read(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    EXPECT_TRUE(file) << path;
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+using test::kProject;
+using test::Read;
 
 std::set<std::string> AllMatches(const std::string& text, const std::regex& pattern) {
     std::set<std::string> names;
@@ -23,8 +22,6 @@ std::set<std::string> AllMatches(const std::string& text, const std::regex& patt
     }
     return names;
 }
-
-const std::filesystem::path kProject = KORV_PROJECT;
 
 // Records with a body in driver/platform that are not part of another one.
 std::set<std::string> OwnRecords() {

@@ -3,6 +3,7 @@
 #include "driver/d3d/dcontext.h"
 #include "host/d3d/direct3d.h"
 #include "host/display/machine.h"
+#include "tests/windows95/project_files.h"
 
 #include <gtest/gtest.h>
 
@@ -17,12 +18,8 @@
 
 namespace {
 
-std::string Read(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-const std::filesystem::path kProject = KORV_PROJECT;
+using test::kProject;
+using test::Read;
 
 // Values by name, with those that are commented out.
 std::map<std::string, std::string> Sample() {

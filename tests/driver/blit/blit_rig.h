@@ -12,6 +12,8 @@
 
 namespace test {
 
+inline constexpr uint32_t kStillDrawing = 0x8876021C; // DDERR_WASSTILLDRAWING
+
 // One call of a primitive. What its form does not have stays 0.
 struct BlitCall {
     std::string slot;

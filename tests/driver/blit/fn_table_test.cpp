@@ -23,7 +23,7 @@ struct FnTable : testing::Test {
 };
 
 // The whole table as words, in the order of the slots.
-std::vector<uint32_t> Words(const CHIPRenderTable& table) {
+std::vector<uint32_t> TableWords(const CHIPRenderTable& table) {
     const auto* words = reinterpret_cast<const uint32_t*>(&table);
     return {words, words + 20};
 }
@@ -59,7 +59,7 @@ TEST_F(FnTable, EachSlotHasItsPrimitiveInTheOrderOfTheTable) {
         Word(MXSourceChromaBlt),
         Word(MXStretchCopyBlt),
     };
-    EXPECT_EQ(Words(CHIPRender), expected);
+    EXPECT_EQ(TableWords(CHIPRender), expected);
 }
 
 TEST_F(FnTable, A24BitModeHasItsOwnPackedCopy) {
@@ -106,7 +106,7 @@ TEST_F(FnTable, WithoutADriverOrItsChipNothingIsFilled) {
     rig.driver->ChipInfo = nullptr;
     SetupFnTable(rig.driver);
     rig.driver->ChipInfo = chip;
-    EXPECT_EQ(Words(CHIPRender), std::vector<uint32_t>(20));
+    EXPECT_EQ(TableWords(CHIPRender), std::vector<uint32_t>(20));
 }
 
 TEST(LogicOps, AreTheFourBitsReversed) {

@@ -10,9 +10,10 @@ using namespace test;
 namespace {
 
 // Surfaces of 64 by 50 and of 640 by 480 pixels, and a request between them.
-class StretchRig : public PrimitiveRig {
+class GlintStretchRig : public PrimitiveRig {
   public:
-    explicit StretchRig(uint32_t bits = 16) : PrimitiveRig({.deviceId = DeviceMX, .bits = bits}) {
+    explicit GlintStretchRig(uint32_t bits = 16)
+        : PrimitiveRig({.deviceId = DeviceMX, .bits = bits}) {
         source = &MakeSurface(64, 50, DDSCAPS_OFFSCREENPLAIN, driver->PixelSize, 0x200000);
         dest = &MakeSurface(640, 480, DDSCAPS_OFFSCREENPLAIN, driver->PixelSize, 0x100000);
         source->priv.Format = 1;
@@ -56,7 +57,7 @@ constexpr RECTL kTo = {30, 40, 61, 55};
 constexpr uint32_t kHalf = 0x100000;
 
 TEST(MXStretch, SendsUnitsTextureCoordinatesAndRectangle) {
-    StretchRig rig;
+    GlintStretchRig rig;
     const Words expected = {W(16), 0x150,     0x2000022E, // FBReadMode
                             0x105, 0,                     // LogicalOpMode
                             0x151, 0x999,                 // FBSourceOffset
@@ -86,13 +87,13 @@ TEST(MXStretch, TellsTheTexelsBitsByTheDisplaysDepth) {
         uint32_t bits, word;
     } rows[] = {{8, 0x4400777}, {16, 0x4400977}, {32, 0x4400B77}};
     for (const auto& row : rows) {
-        StretchRig rig(row.bits);
+        GlintStretchRig rig(row.bits);
         EXPECT_EQ(WordOf(rig.Stretch(kTo, kFrom), 0x090), row.word) << row.bits;
     }
 }
 
 TEST(MXStretch, BringsTheChipToTheDisplaysDepthFirst) {
-    StretchRig rig;
+    GlintStretchRig rig;
     rig.driver->FBDepth = 2;
     rig.driver->DepthTable[1] = {0x123, 0};
     const Words words = rig.Stretch(kTo, kFrom);
@@ -101,7 +102,7 @@ TEST(MXStretch, BringsTheChipToTheDisplaysDepthFirst) {
 }
 
 TEST(MXStretch, ItsStepsDivideByOneMoreThanTheDestinationsSizeAndRoundToEven) {
-    StretchRig rig;
+    GlintStretchRig rig;
     const struct {
         int32_t from, to;
         uint32_t step;
@@ -124,7 +125,7 @@ TEST(MXStretch, ItsStepsDivideByOneMoreThanTheDestinationsSizeAndRoundToEven) {
 }
 
 TEST(MXStretch, StepsOfRandomSizesAreThoseOfTheSingleQuotientEitherWayRound) {
-    StretchRig rig;
+    GlintStretchRig rig;
     std::mt19937 random(34);
     for (int round = 0; round < 3000; ++round) {
         const auto from = static_cast<int32_t>(1 + random() % 1600);
@@ -161,7 +162,7 @@ TEST(MXStretch, DirectionAndMirrorChooseStartsAndSigns) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.backward << " " << row.effects);
-        StretchRig rig;
+        GlintStretchRig rig;
         if (row.backward) {
             rig.OneMemory();
         }
@@ -182,7 +183,7 @@ TEST(MXStretch, DirectionAndMirrorChooseStartsAndSigns) {
 }
 
 TEST(MXStretch, RunsBackwardOnlyWithinOneMemoryFromAnEarlierSource) {
-    StretchRig rig;
+    GlintStretchRig rig;
     const auto backward = [&](RECTL to, RECTL from) {
         return WordOf(rig.Stretch(to, from), 0x005) == 0xFFFF0000;
     };
@@ -195,7 +196,7 @@ TEST(MXStretch, RunsBackwardOnlyWithinOneMemoryFromAnEarlierSource) {
 }
 
 TEST(MXStretch, ClipsNothing) {
-    StretchRig rig;
+    GlintStretchRig rig;
     const Words words = rig.Stretch({30, 40, 61, 55}, {-4, -2, 12, 6});
     EXPECT_EQ(WordOf(words, 0x071), static_cast<uint32_t>(-4 * (1 << 21)));
     EXPECT_EQ(WordOf(words, 0x074), static_cast<uint32_t>(-2 * (1 << 21)));
@@ -230,7 +231,7 @@ TEST(MXChroma, BoundsFollowTheTexelFormat) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        StretchRig rig;
+        GlintStretchRig rig;
         rig.source->priv.Format = row.format;
         rig.source->priv.FormatExtension = row.extension;
         rig.data.bltFX.ddckSrcColorkey = {row.low, row.high};
@@ -242,7 +243,7 @@ TEST(MXChroma, BoundsFollowTheTexelFormat) {
 }
 
 TEST(MXChroma, EqualSizeCopySendsKeyOffsetAndRectangle) {
-    StretchRig rig;
+    GlintStretchRig rig;
     rig.driver->RenderCopy = 0x7777; // not used
     rig.data.bltFX.ddckSrcColorkey = {0x7C00, 0x7C00};
     const Words expected = {W(14), 0x1E3,
@@ -264,7 +265,7 @@ TEST(MXChroma, EqualSizeCopySendsKeyOffsetAndRectangle) {
 }
 
 TEST(MXChroma, EqualSizeCopyGoesBackwardFromASourceBeforeTheDestination) {
-    StretchRig rig;
+    GlintStretchRig rig;
     const Words back = rig.Keyed({10, 20, 26, 28}, {10, 20, 26, 28}, 640, -1);
     EXPECT_EQ(WordOf(back, 0x151), 0xFFFFFFFFu);
     EXPECT_EQ(WordOf(back, 0x000), 26u << 16);
@@ -277,7 +278,7 @@ TEST(MXChroma, EqualSizeCopyGoesBackwardFromASourceBeforeTheDestination) {
 }
 
 TEST(MXChroma, BothCopiesClipAgainstTheSourcesTopAndLeft) {
-    StretchRig rig;
+    GlintStretchRig rig;
     const Words copy = rig.Keyed({10, 20, 26, 28}, {-3, -2, 13, 6});
     EXPECT_EQ(WordOf(copy, 0x000), 26u << 16); // before the destination: backward
     EXPECT_EQ(WordOf(copy, 0x002), 13u << 16);
@@ -299,7 +300,7 @@ TEST(MXChroma, BothCopiesClipAgainstTheSourcesTopAndLeft) {
 }
 
 TEST(MXChroma, GiveTheRectanglesBackAsTheyCame) {
-    StretchRig rig;
+    GlintStretchRig rig;
     RECTL to = kTo;
     RECTL from = {-3, -2, 13, 6};
     rig.Mirror(DDBLTFX_MIRRORUPDOWN);
@@ -316,7 +317,7 @@ TEST(MXChroma, GiveTheRectanglesBackAsTheyCame) {
 TEST(MXChroma, StretchIsThePlainOneBetweenKeyAndItsEndWithTheOffsetAsGiven) {
     for (const uint32_t effects : {0u, 2u, 4u, 6u}) {
         for (const bool oneMemory : {false, true}) {
-            StretchRig rig;
+            GlintStretchRig rig;
             rig.data.bltFX.ddckSrcColorkey = {0x7C00, 0x7C00};
             rig.Mirror(effects);
             if (oneMemory) {
@@ -333,7 +334,7 @@ TEST(MXChroma, StretchIsThePlainOneBetweenKeyAndItsEndWithTheOffsetAsGiven) {
 }
 
 TEST(MXChroma, BothBringTheChipToTheDisplaysDepthFirst) {
-    StretchRig rig;
+    GlintStretchRig rig;
     for (const bool stretch : {false, true}) {
         rig.driver->FBDepth = 2;
         const Words words = stretch ? rig.KeyedStretch(kTo, kFrom) : rig.Keyed(kFrom, kFrom);

@@ -9,7 +9,7 @@ using test::BlitRig;
 using test::RigOptions;
 using test::RigSurface;
 
-constexpr uint32_t kStillDrawing = 0x8876021C;
+using test::kStillDrawing;
 
 // Two surfaces of the display's format, the source at the higher address.
 struct PermediaRig : BlitRig {

@@ -5,6 +5,7 @@
 
 namespace {
 
+using test::operator+;
 using namespace test;
 
 constexpr uint32_t kHandle = 3;
@@ -74,11 +75,6 @@ struct ClearRig : PrimitiveRig {
         return Take();
     }
 };
-
-Words operator+(Words a, const Words& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
 
 const Words kRepair = {W(5), 0x0D2, 0xA1, 0x0D3, 0xA6, 0x0D0, 0xA3, 0x070, 0xA2, 0x102, 0xA5};
 const Words kCommonUnits = {W(16), 0x0FC, 0, 0x0D2, 0, 0x100, 0, 0x110, 0,

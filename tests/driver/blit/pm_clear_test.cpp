@@ -7,18 +7,18 @@ namespace {
 using namespace test;
 
 constexpr uint32_t kProducts = 0x11B;
-constexpr uint32_t kBase = 0x90000;
+constexpr uint32_t kClearBase = 0x90000;
 
 struct FillRig : PrimitiveRig {
     explicit FillRig(uint32_t bits = 16)
         : PrimitiveRig({.deviceId = DevicePermedia2, .bits = bits}) {}
 
     Words Fill(uint32_t fill) {
-        FastPermediaClear(driver, &surface.Global(), &rect, kBase, fill);
+        FastPermediaClear(driver, &surface.Global(), &rect, kClearBase, fill);
         return Take();
     }
     Words FillDepth(uint32_t fill) {
-        FastLBPermediaClear(driver, &surface.Global(), &rect, kBase, fill);
+        FastLBPermediaClear(driver, &surface.Global(), &rect, kClearBase, fill);
         return Take();
     }
 
@@ -28,21 +28,21 @@ struct FillRig : PrimitiveRig {
 
 TEST(Fill, GoesAsConstantWritesWithoutBlockFill) {
     FillRig rig;
-    EXPECT_EQ(
-        rig.Fill(0x12345678),
-        (Words{W(12), 0x106,   0x56785678, 0x150,    kProducts, 0x105,    0x20,  0x156,   kBase,
-               0x000, 0xB0000, 0x002,      0x1B0000, 0x004,     0x140000, 0x005, 0x10000, 0x006,
-               8,     0x007,   0x40,       0x15A,    1,         0x105,    0}));
+    EXPECT_EQ(rig.Fill(0x12345678),
+              (Words{W(12),    0x106,      0x56785678, 0x150,   kProducts, 0x105,    0x20,
+                     0x156,    kClearBase, 0x000,      0xB0000, 0x002,     0x1B0000, 0x004,
+                     0x140000, 0x005,      0x10000,    0x006,   8,         0x007,    0x40,
+                     0x15A,    1,          0x105,      0}));
 }
 
 TEST(Fill, GoesAsABlockWhereTheRenderWordSaysSo) {
     FillRig rig;
     rig.driver->RenderClear = 0x10048;
-    EXPECT_EQ(
-        rig.Fill(0x12345678),
-        (Words{W(12), 0x159,   0x56785678, 0x150,    kProducts, 0x105,    0x20,  0x156,   kBase,
-               0x000, 0xB0000, 0x002,      0x1B0000, 0x004,     0x140000, 0x005, 0x10000, 0x006,
-               8,     0x007,   0x10048,    0x15A,    1,         0x105,    0}));
+    EXPECT_EQ(rig.Fill(0x12345678),
+              (Words{W(12),    0x159,      0x56785678, 0x150,   kProducts, 0x105,    0x20,
+                     0x156,    kClearBase, 0x000,      0xB0000, 0x002,     0x1B0000, 0x004,
+                     0x140000, 0x005,      0x10000,    0x006,   8,         0x007,    0x10048,
+                     0x15A,    1,          0x105,      0}));
 }
 
 TEST(Fill, IsRepeatedByTheSurfacesPixelsAndLeavesTheDisplaysSize) {
@@ -99,7 +99,7 @@ TEST(DepthFill, GoesInHalvedColumnsWithoutBlockFill) {
     FillRig rig(32);
     EXPECT_EQ(rig.FillDepth(0x1234BEEF),
               (Words{W(5),    0x106, 0xBEEFBEEF, 0x150, kProducts,  0x15A,    1,         0x105,
-                     0x20,    0x156, kBase,      W(9),  0x00F58000, 5u << 16, 13u << 16, 0x140000,
+                     0x20,    0x156, kClearBase, W(9),  0x00F58000, 5u << 16, 13u << 16, 0x140000,
                      0x10000, 8,     0x40,       0x15A, 2,          0x105,    0}));
     EXPECT_EQ(rig.rect.left, 11);
     EXPECT_EQ(rig.rect.right, 27);
@@ -110,7 +110,7 @@ TEST(DepthFill, KeepsTheColumnsOfABlockFill) {
     rig.driver->RenderClear = 0x48;
     EXPECT_EQ(rig.FillDepth(0xBEEF),
               (Words{W(5),    0x159, 0xBEEFBEEF, 0x150, kProducts,  0x15A,     1,         0x105,
-                     0x20,    0x156, kBase,      W(9),  0x00F58000, 11u << 16, 27u << 16, 0x140000,
+                     0x20,    0x156, kClearBase, W(9),  0x00F58000, 11u << 16, 27u << 16, 0x140000,
                      0x10000, 8,     0x48,       0x15A, 1,          0x105,     0}));
 }
 

@@ -9,8 +9,8 @@ using namespace test;
 
 constexpr uint32_t kDestProducts = 0x11B;
 constexpr uint32_t kSourceProducts = 0x0A5;
-constexpr uint32_t kBase = 0x90000;    // destination, pixels
-constexpr int32_t kRelative = 0xF0000; // from there to the source, pixels
+constexpr uint32_t kCopyBase = 0x90000; // destination, pixels
+constexpr int32_t kRelative = 0xF0000;  // from there to the source, pixels
 
 struct CopyRig : PrimitiveRig {
     explicit CopyRig(uint32_t bits = 16)
@@ -20,11 +20,12 @@ struct CopyRig : PrimitiveRig {
 
     // The words of one copy, with a logic op that nothing looks at.
     Words Run(SurfaceCopyFunction copy, int32_t relative = kRelative, int32_t sourceStride = 512) {
-        copy(driver, 640, sourceStride, &dest.priv, &source.priv, &to, &from, kBase, relative, 9);
+        copy(driver, 640, sourceStride, &dest.priv, &source.priv, &to, &from, kCopyBase, relative,
+             9);
         return Take();
     }
     Words RunOnScreen(int32_t relative = kRelative) {
-        vPermediaCopyBlt(driver, &to, &from, 512, kBase, relative, 9);
+        vPermediaCopyBlt(driver, &to, &from, 512, kCopyBase, relative, 9);
         return Take();
     }
 
@@ -42,7 +43,7 @@ TEST(PackedCopy, SendsBothSidesAndWalksForward) {
     CopyRig rig;
     // An even column from an odd one: -1, which three bits hold as 7.
     EXPECT_EQ(rig.Run(PackedPermediaCopyBlt),
-              (Words{W(12), 0x156, kBase, 0x150, 0x7802A5, 0x15D, 0x78031B, 0x105, 0,
+              (Words{W(12), 0x156, kCopyBase, 0x150, 0x7802A5, 0x15D, 0x78031B, 0x105, 0,
                      // 20 lines of 512, columns 30 and 10 of whole words
                      0x151, 0xF2814, 0x000, 0x50000, 0x002, 0xE0000, 0x02A, 0xE01A000A, 0x004,
                      0x140000, 0x005, 0x10000, 0x006, 8, 0x007, 0x10040}));
@@ -52,7 +53,7 @@ TEST(PackedCopy, ASourceInFrontIsWalkedFromItsEndInBothAxes) {
     CopyRig rig;
     rig.from = {10, 19, 26, 27}; // one line above, in one surface
     EXPECT_EQ(rig.Run(PackedPermediaCopyBlt, 0, 640),
-              (Words{W(12),   0x156, kBase,      0x150,      0x802A5,  0x15D,   0x8031B,
+              (Words{W(12),   0x156, kCopyBase,  0x150,      0x802A5,  0x15D,   0x8031B,
                      0x105,   0,     0x151,      0xFFFFFD80, 0x000,    0xE0000, 0x002,
                      0x50000, 0x02A, 0x000A001A, 0x004,      0x1B0000, 0x005,   0xFFFF0000,
                      0x006,   8,     0x007,      0x10040}));
@@ -141,7 +142,7 @@ TEST(Packed24BitCopy, MeasuresColumnsByThreeQuarters) {
     rig.to = {6, 2, 17, 5};
     rig.from = {9, 4, 20, 7};
     EXPECT_EQ(rig.Run(Packed24BitPermediaCopyBlt, 0x1000, 640),
-              (Words{W(12), 0x156, kBase, 0x150, 0x1802A5, 0x15D, 0x18031B, 0x105, 0,
+              (Words{W(12), 0x156, kCopyBase, 0x150, 0x1802A5, 0x15D, 0x18031B, 0x105, 0,
                      // 1280 - 4 + 4096 + 9
                      0x151, 0x1505, 0x000, 4u << 16, 0x002, 13u << 16, 0x02A, 0x20110006, 0x004,
                      0x20000, 0x005, 0x10000, 0x006, 3, 0x007, 0x10040}));
@@ -154,7 +155,7 @@ TEST(Packed24BitCopy, RunsBackwardWithTheColumnsExchanged) {
     // -640 - 4 + 9, and the same offset within the word as above.
     EXPECT_EQ(rig.Run(Packed24BitPermediaCopyBlt, 0, 640), (Words{W(12),
                                                                   0x156,
-                                                                  kBase,
+                                                                  kCopyBase,
                                                                   0x150,
                                                                   0x1802A5,
                                                                   0x15D,
@@ -205,9 +206,9 @@ TEST(PatchedCopy, IntoAPatchedSurfaceConvertsOnTheDestinationsSide) {
     CopyRig rig;
     rig.dest.priv.Flags |= SURFACE_PATCHED;
     EXPECT_EQ(rig.Run(PatchedPermediaCopyBlt),
-              (Words{W(12),    0x156, kBase,   0x150, 0x2A5,   0x15D, 0x204011B, 0x105,
-                     0,        0x151, 0xF2814, 0x000, 0xA0000, 0x002, 0x1A0000,  0x004,
-                     0x140000, 0x005, 0x10000, 0x006, 8,       0x007, 0x10040}));
+              (Words{W(12),    0x156, kCopyBase, 0x150, 0x2A5,   0x15D, 0x204011B, 0x105,
+                     0,        0x151, 0xF2814,   0x000, 0xA0000, 0x002, 0x1A0000,  0x004,
+                     0x140000, 0x005, 0x10000,   0x006, 8,       0x007, 0x10040}));
     EXPECT_EQ(rig.dest.priv.Flags & SURFACE_PATCHED_NOW, uint32_t{SURFACE_PATCHED_NOW});
 }
 
@@ -217,7 +218,7 @@ TEST(PatchedCopy, OutOfAPatchedSurfaceConvertsOnTheSourcesSide) {
     rig.dest.priv.Flags |= SURFACE_PATCHED_NOW;
     rig.from = {10, 19, 26, 27};
     EXPECT_EQ(rig.Run(PatchedPermediaCopyBlt, 0, 640),
-              (Words{W(12),    0x156, kBase,      0x150, 0x20402A5, 0x15D, 0x11B,   0x105,
+              (Words{W(12),    0x156, kCopyBase,  0x150, 0x20402A5, 0x15D, 0x11B,   0x105,
                      0,        0x151, 0xFFFFFD80, 0x000, 0x1A0000,  0x002, 0xA0000, 0x004,
                      0x1B0000, 0x005, 0xFFFF0000, 0x006, 8,         0x007, 0x10040}));
     EXPECT_EQ(rig.dest.priv.Flags & SURFACE_PATCHED_NOW, 0u);
@@ -226,9 +227,9 @@ TEST(PatchedCopy, OutOfAPatchedSurfaceConvertsOnTheSourcesSide) {
 TEST(ScreenCopy, WritesTheRegistersPastTheStream) {
     CopyRig rig;
     EXPECT_EQ(rig.RunOnScreen(),
-              (Words{W(10),    M(0x156), kBase,    M(0x150), 0x78022E, M(0x151),   0xF2814,
-                     M(0x000), 0x50000,  M(0x002), 0xE0000,  M(0x02A), 0xE01A000A, M(0x004),
-                     0x140000, M(0x005), 0x10000,  M(0x006), 8,        M(0x007),   0x10040}));
+              (Words{W(10),    M(0x156), kCopyBase, M(0x150), 0x78022E, M(0x151),   0xF2814,
+                     M(0x000), 0x50000,  M(0x002),  0xE0000,  M(0x02A), 0xE01A000A, M(0x004),
+                     0x140000, M(0x005), 0x10000,   M(0x006), 8,        M(0x007),   0x10040}));
     EXPECT_EQ(rig.driver->Stream.WritePointer, rig.driver->Stream.Current().Linear);
 }
 

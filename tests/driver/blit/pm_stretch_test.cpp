@@ -12,8 +12,8 @@ constexpr uint32_t kSourceOffset = 0x180000;
 constexpr uint32_t kUpDown = 4;    // DDBLTFX_MIRRORUPDOWN
 constexpr uint32_t kLeftRight = 2; // DDBLTFX_MIRRORLEFTRIGHT
 
-struct StretchRig : PrimitiveRig {
-    explicit StretchRig(uint32_t bits = 16)
+struct PermediaStretchRig : PrimitiveRig {
+    explicit PermediaStretchRig(uint32_t bits = 16)
         : PrimitiveRig({.deviceId = DevicePermedia2, .bits = bits}) {
         dest.priv.PPCode = 0x11B;
         source.priv.PPCode = 0x0A5;
@@ -22,7 +22,7 @@ struct StretchRig : PrimitiveRig {
         data.lpDDSrcSurface = &source.local;
         data.bltFX.ddckSrcColorkey = {0x1234, 0xABCD};
     }
-    ~StretchRig() override { DXGlobals.FilterStretch = 0; }
+    ~PermediaStretchRig() override { DXGlobals.FilterStretch = 0; }
 
     // Both surfaces in one memory, with the source above the destination.
     void Overlap() {
@@ -60,7 +60,7 @@ void ExpectAxes(const Words& words, Axis s, Axis t, uint32_t stepS, uint32_t ste
 }
 
 TEST(Stretch, DrawsTheSourceAsATexture) {
-    StretchRig rig;
+    PermediaStretchRig rig;
     EXPECT_EQ(
         rig.Run(PermediaStretchCopyBlt),
         (Words{
@@ -74,7 +74,7 @@ TEST(Stretch, DrawsTheSourceAsATexture) {
 }
 
 TEST(Stretch, OfIndicesLeavesTheDitherUnitOff) {
-    StretchRig rig(8);
+    PermediaStretchRig rig(8);
     rig.source.priv.Format = 14;
     EXPECT_EQ(rig.Run(PermediaStretchCopyBlt),
               (Words{W(15),    0x156,         kDestOffset, 0x150,    0x11B,   0x105,   0,
@@ -95,7 +95,7 @@ TEST(Stretch, FormatWordsAreTheSources) {
                            {PixelSize16, 1, 0, 0x405, 0x21, 0x800A5},
                            {PixelSize32, 0, 0, 0x401, 0x20, 0x1000A5},
                            {PixelSize24, 4, 1, 0x10411, 0x64, 0x2000A5}}) {
-        StretchRig rig;
+        PermediaStretchRig rig;
         rig.source.priv.PixelSize = row.pixelSize;
         rig.source.priv.Format = row.format;
         rig.source.priv.FormatExtension = row.extension;
@@ -111,7 +111,7 @@ TEST(Stretch, FormatWordsAreTheSources) {
 }
 
 TEST(Stretch, StepsAreUnsignedQuotientsIn12_20) {
-    StretchRig rig;
+    PermediaStretchRig rig;
     rig.from = {0, 0, 7, 3000};
     rig.to = {0, 0, 3, 1000};
     const Words words = rig.Run(PermediaStretchCopyBlt);
@@ -169,7 +169,7 @@ TEST(Stretch, DirectionAndMirror) {
     for (const Row& row : rows) {
         for (StretchFunction blit : {PermediaStretchCopyBlt, PermediaStretchCopyChromaBlt}) {
             SCOPED_TRACE(row.name);
-            StretchRig rig;
+            PermediaStretchRig rig;
             rig.Effects(row.bits);
             if (!row.effects) {
                 rig.data.dwFlags = 0;
@@ -209,7 +209,7 @@ TEST(Stretch, RunsBackwardOnlyInOneMemoryFromAnEarlierSource) {
                            {false, 9, 19, false}}) {
         for (StretchFunction blit :
              {PermediaStretchCopyBlt, PermediaSourceChromaBlt, PermediaStretchCopyChromaBlt}) {
-            StretchRig rig;
+            PermediaStretchRig rig;
             if (row.oneMemory) {
                 rig.source.Global().fpVidMem = rig.dest.Global().fpVidMem;
             }
@@ -221,7 +221,7 @@ TEST(Stretch, RunsBackwardOnlyInOneMemoryFromAnEarlierSource) {
 }
 
 TEST(Stretch, OnlyTheTwoStretchesFilter) {
-    StretchRig rig;
+    PermediaStretchRig rig;
     DXGlobals.FilterStretch = 1;
     EXPECT_EQ(WordOf(rig.Run(PermediaStretchCopyBlt), 0x0CE), 0x37601u);
     EXPECT_EQ(WordOf(rig.Run(PermediaStretchCopyChromaBlt), 0x0CE), 0x37601u);
@@ -231,7 +231,7 @@ TEST(Stretch, OnlyTheTwoStretchesFilter) {
 TEST(Stretch, AnotherDepthIsSetFirst) {
     for (StretchFunction blit :
          {PermediaStretchCopyBlt, PermediaSourceChromaBlt, PermediaStretchCopyChromaBlt}) {
-        StretchRig rig;
+        PermediaStretchRig rig;
         rig.driver->FBDepth = PixelSize32;
         const Words words = rig.Run(blit);
         EXPECT_EQ(Words(words.begin(), words.begin() + 3), (Words{W(1), 0x15A, 1}));
@@ -241,7 +241,7 @@ TEST(Stretch, AnotherDepthIsSetFirst) {
 }
 
 TEST(KeyedCopy, DrawsForwardWithTheKeysBounds) {
-    StretchRig rig;
+    PermediaStretchRig rig;
     rig.from = {30, 40, 46, 48};
     EXPECT_EQ(rig.Run(PermediaSourceChromaBlt),
               (Words{W(16),         0x1E0,     4,          0x103,    0x405,   0x156,
@@ -258,7 +258,7 @@ TEST(KeyedCopy, DrawsForwardWithTheKeysBounds) {
 }
 
 TEST(KeyedCopy, BackwardStartsBehindTheLastTexelInSAndOnItInT) {
-    StretchRig rig(8);
+    PermediaStretchRig rig(8);
     rig.Overlap();
     rig.source.priv.Format = 14;
     rig.from = {30, 40, 46, 48};
@@ -275,7 +275,7 @@ TEST(KeyedCopy, BackwardStartsBehindTheLastTexelInSAndOnItInT) {
 }
 
 TEST(KeyedStretch, IsTheStretchWithTheKeyAroundIt) {
-    StretchRig rig;
+    PermediaStretchRig rig;
     EXPECT_EQ(rig.Run(PermediaStretchCopyChromaBlt), (Words{W(15),
                                                             0x1E0,
                                                             4,
@@ -361,7 +361,7 @@ TEST(ColourKey, BecomesBoundsByTheSourcesFormat) {
              {13, 0, 0x12345678, 0x9ABCDEF0, 0x12345678, 0x9ABCDEF0},
          }) {
         for (StretchFunction blit : {PermediaSourceChromaBlt, PermediaStretchCopyChromaBlt}) {
-            StretchRig rig;
+            PermediaStretchRig rig;
             rig.source.priv.Format = row.format;
             rig.source.priv.FormatExtension = row.extension;
             rig.data.bltFX.ddckSrcColorkey = {row.low, row.high};
@@ -373,7 +373,7 @@ TEST(ColourKey, BecomesBoundsByTheSourcesFormat) {
 }
 
 TEST(ColourKey, OfOneValueIn555MatchesExactlyOneTriple) {
-    StretchRig rig;
+    PermediaStretchRig rig;
     for (uint32_t key : {0u, 0x1234u, 0x5A5Au, 0x7FFFu}) {
         rig.data.bltFX.ddckSrcColorkey = {key, key};
         const Words words = rig.Run(PermediaSourceChromaBlt);

@@ -10,7 +10,7 @@ using test::BlitRig;
 using test::RigOptions;
 using test::RigSurface;
 
-constexpr uint32_t kStillDrawing = 0x8876021C;
+using test::kStillDrawing;
 constexpr uint32_t kNoRasterOp = 0x88760118;
 
 struct BlitOn : testing::TestWithParam<uint32_t> {

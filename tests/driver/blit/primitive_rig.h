@@ -2,6 +2,7 @@
 // A display on which a primitive's words, waits and register writes can be read in one list.
 #include "driver/core/dma.h"
 #include "tests/support/rig.h"
+#include "tests/support/words.h"
 
 #include <gtest/gtest.h>
 
@@ -10,8 +11,6 @@
 #include <vector>
 
 namespace test {
-
-using Words = std::vector<uint32_t>;
 
 // In a list of words: a wait for `entries` of FIFO space in front of the next word.
 constexpr uint32_t W(uint32_t entries) {
@@ -30,14 +29,7 @@ class PrimitiveRig : public Rig {
         driver->RenderClear = 0x40;
         driver->FBDepth = driver->PixelSize;
         driver->PartialProducts = 0x2E;
-        // Each read in a row finds one entry more, so that a wait for n takes exactly n reads and
-        // leaves no credit.
-        bus->readFIFOSpace = [this, granted = 0u]() mutable {
-            const auto& events = bus->events;
-            const bool again = !events.empty() && IsSpaceRead(events.back());
-            granted = again ? granted + 1 : 1;
-            return granted;
-        };
+        bus->MeterFIFO();
     }
 
     // What reached the chip since the last call.
@@ -45,7 +37,7 @@ class PrimitiveRig : public Rig {
         Words words;
         uint32_t reads = 0;
         for (const BusEvent& event : bus->events) {
-            if (IsSpaceRead(event)) {
+            if (event.IsSpaceRead()) {
                 ++reads;
                 continue;
             }
@@ -73,11 +65,6 @@ class PrimitiveRig : public Rig {
             MakeSurface(640, 480, DDSCAPS_OFFSCREENPLAIN, driver->PixelSize, offset);
         surface.priv.PPCode = products;
         return surface;
-    }
-
-  private:
-    static bool IsSpaceRead(const BusEvent& event) {
-        return event.kind == 'r' && event.offset == reg::InFIFOSpace;
     }
 };
 

@@ -47,8 +47,6 @@ uint32_t Nibble(const Bytes& bytes, size_t pitch, size_t x, size_t y) {
     return bytes.at(y * pitch + x / 2) >> (x % 2 * 4) & 0xF;
 }
 
-} // namespace
-
 TEST(SysMemCopy, WholePixelsOfEverySizeGoLineByLine) {
     for (uint32_t bits : {8u, 16u, 24u, 32u}) {
         constexpr size_t kFromPitch = 64, kToPitch = 48;
@@ -147,3 +145,5 @@ TEST(SysMemCopy, ACountBelowZeroCopiesNoByte) {
         Copied(4, {0x21, 0x43, 0x65}, 3, {1, 0, 3, 1}, Bytes(3, 0xEE), 3, {1, 0, 3, 1});
     EXPECT_EQ(got, (Bytes{0x2E, 0xE3, 0xEE}));
 }
+
+} // namespace

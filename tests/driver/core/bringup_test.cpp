@@ -18,8 +18,6 @@ using test::BusEvent;
 using test::Rig;
 using test::RigOptions;
 
-constexpr char kKey[] = "SOFTWARE\\Rig\\DirectX";
-
 // What this machine's processor says, asked by other means.
 bool ProcessorPasses() {
     uint32_t a = 0, b = 0, c = 0, d = 0;
@@ -231,8 +229,9 @@ TEST_P(FirstStartStore, MarksTheKeyAndSwitchesDmaOn) {
     }
     ASSERT_EQ(DriverInit(0), rig.driver);
     const std::string before = row.initialised != nullptr ? row.initialised : "";
-    EXPECT_EQ(host::TheRegistry().Text(kKey, "Direct3DHAL.Initialised"), row.marks ? "1" : before);
-    EXPECT_EQ(host::TheRegistry().Text(kKey, "Direct3DHAL.NoDMA"),
+    EXPECT_EQ(host::TheRegistry().Text(test::kRigKey, "Direct3DHAL.Initialised"),
+              row.marks ? "1" : before);
+    EXPECT_EQ(host::TheRegistry().Text(test::kRigKey, "Direct3DHAL.NoDMA"),
               row.enablesDma && ProcessorPasses() ? "0" : "1");
     EXPECT_EQ(DXGlobals.MMXPresent, row.processorType == 586 && ProcessorHasMMX() ? 1u : 0u);
 }

@@ -1,5 +1,6 @@
 #include "driver/core/dma.h"
 #include "tests/support/rig.h"
+#include "tests/support/words.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +8,7 @@ namespace {
 
 using test::BusEvent;
 using test::Rig;
-using Words = std::vector<uint32_t>;
+using test::Words;
 
 // The head of a sub-buffer on the first Permedia, as words.
 Words HeadOf(const D3DContext* ctx) {

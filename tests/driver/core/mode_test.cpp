@@ -2,6 +2,7 @@
 #include "driver/core/glintutl.h"
 #include "driver/core/korv32.h"
 #include "tests/support/rig.h"
+#include "tests/support/words.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,7 @@ namespace {
 using test::BusEvent;
 using test::Rig;
 using test::RigOptions;
-using Words = std::vector<uint32_t>;
+using test::Words;
 using Pairs = std::vector<std::pair<uint32_t, uint32_t>>;
 
 Words Flat(const Pairs& pairs) {

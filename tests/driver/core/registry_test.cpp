@@ -10,8 +10,6 @@ namespace {
 
 using test::Rig;
 
-constexpr char kKey[] = "SOFTWARE\\Rig\\DirectX";
-
 uint32_t Query(const char* name, uint32_t* found = nullptr) {
     uint32_t value = 0xDEADBEEF;
     const uint32_t result = bGlintQueryRegistryValueUlong(name, &value);
@@ -26,7 +24,7 @@ class RegistryTest : public testing::Test {
     Rig rig;
     void Set(const std::string& name, const std::string& text) { rig.SetRegistry(name, text); }
     void SetRaw(const std::string& name, const std::vector<uint8_t>& bytes, uint32_t type) {
-        host::TheRegistry().Set(kKey, name, {type, bytes});
+        host::TheRegistry().Set(test::kRigKey, name, {type, bytes});
         vGlintInitializeRegistryKey(rig.driver);
     }
     void Fill() {
@@ -106,7 +104,7 @@ TEST_F(RegistryTest, AStringQueryThatFailsEmptiesTheBuffer) {
 TEST_F(RegistryTest, StoringOneWritesTheDigitItsTerminatorAndTwoMoreBytes) {
     Set("other", "1");
     EXPECT_EQ(bGlintSetRegistryValueString("v", 1), 1);
-    const host::RegistryValue* value = host::TheRegistry().Find(kKey, "v");
+    const host::RegistryValue* value = host::TheRegistry().Find(test::kRigKey, "v");
     ASSERT_NE(value, nullptr);
     EXPECT_EQ(value->type, REG_SZ);
     ASSERT_EQ(value->bytes.size(), 4u);
@@ -117,7 +115,7 @@ TEST_F(RegistryTest, StoringOneWritesTheDigitItsTerminatorAndTwoMoreBytes) {
 TEST_F(RegistryTest, ALongNumberIsCutToItsFirstFourDigits) {
     Set("other", "1");
     EXPECT_EQ(bGlintSetRegistryValueString("v", 4294967295u), 1);
-    const host::RegistryValue* value = host::TheRegistry().Find(kKey, "v");
+    const host::RegistryValue* value = host::TheRegistry().Find(test::kRigKey, "v");
     ASSERT_NE(value, nullptr);
     EXPECT_EQ(value->bytes, (std::vector<uint8_t>{'4', '2', '9', '4'}));
     EXPECT_EQ(Query("v"), 4294u);

@@ -14,6 +14,9 @@
 
 namespace test {
 
+inline constexpr uint32_t kOnes = 0xFFFFFFFF;
+inline constexpr uint32_t kInvalid = 0x80070057; // DDERR_INVALIDPARAMS
+
 // A pair in the stream, or a wait for FIFO space in front of the next one.
 struct Step {
     uint32_t tag;
@@ -57,6 +60,12 @@ inline Steps PairsOf(const std::vector<uint32_t>& words) {
     return pairs;
 }
 
+inline void SetProducts(RigSurface& surface, uint32_t pp0, uint32_t pp1, uint32_t pp2) {
+    surface.priv.PartialProduct0 = pp0;
+    surface.priv.PartialProduct1 = pp1;
+    surface.priv.PartialProduct2 = pp2;
+}
+
 // Forgets what waits in the sub-buffer at hand.
 inline void DropPending(D3DContext* ctx) {
     ctx->Stream.WritePointer = ctx->Stream.Current().Linear;
@@ -70,16 +79,7 @@ class ContextRig : public Rig {
         Ready();
     }
 
-    // The FIFO then grants one entry more at each read in a row, so that a wait for n takes exactly
-    // n reads and leaves no credit.
-    void MeterFIFO() {
-        bus->readFIFOSpace = [this, granted = 0u]() mutable {
-            const auto& events = bus->events;
-            const bool again = !events.empty() && IsSpaceRead(events.back());
-            granted = again ? granted + 1 : 1;
-            return granted;
-        };
-    }
+    void MeterFIFO() { bus->MeterFIFO(); }
 
     // The waits and pairs of the FIFO window on a metered bus, from the first pair on.
     Steps MeteredSteps() const {
@@ -88,7 +88,7 @@ class ContextRig : public Rig {
         bool haveTag = false;
         uint32_t tagWord = 0;
         for (const BusEvent& event : bus->events) {
-            if (IsSpaceRead(event)) {
+            if (event.IsSpaceRead()) {
                 ++reads;
                 continue;
             }
@@ -144,11 +144,6 @@ class ContextRig : public Rig {
         D3DHAL_CONTEXTDESTROYDATA data{handle, 0xDEADBEEF};
         EXPECT_EQ(DeleteDirect3DContext(&data), 1u);
         return data.ddrval;
-    }
-
-  private:
-    static bool IsSpaceRead(const BusEvent& event) {
-        return event.kind == 'r' && event.offset == reg::InFIFOSpace;
     }
 };
 

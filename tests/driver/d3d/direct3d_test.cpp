@@ -5,6 +5,7 @@
 #include "driver/platform/minivdd.h"
 #include "driver/texture/textures.h"
 #include "tests/support/rig.h"
+#include "tests/support/words.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +16,7 @@
 namespace test {
 namespace {
 
-using Words = std::vector<uint32_t>;
+using test::Words;
 
 template <class Record>
 Words WordsOf(const Record& record) {
@@ -30,8 +31,8 @@ struct Primitives {
 };
 
 // All 43 words of a device record.
-Words Device(uint32_t devCaps, const Primitives& p, uint32_t triFilter, uint32_t renderDepth,
-             uint32_t zDepth) {
+Words DeviceWords(uint32_t devCaps, const Primitives& p, uint32_t triFilter, uint32_t renderDepth,
+                  uint32_t zDepth) {
     Words words = {172, 0x1E3, 2, devCaps, 8, 0, 0, 0, 0, 0, 0};
     for (uint32_t filter : {p.filter, triFilter}) {
         for (uint32_t word :
@@ -83,9 +84,9 @@ class Direct3DTest : public testing::Test {
 };
 
 TEST_F(Direct3DTest, CapabilityRecordsHoldTheirWords) {
-    EXPECT_EQ(WordsOf(PermediaCaps), Device(0x25B, kPermedia, 3, 0x500, 0x400));
-    EXPECT_EQ(WordsOf(TXCaps), Device(0x25B, kTX, 3, 0x500, 0x500));
-    EXPECT_EQ(WordsOf(SXCaps), Device(0x20F, kSX, 0, 0x500, 0x100));
+    EXPECT_EQ(WordsOf(PermediaCaps), DeviceWords(0x25B, kPermedia, 3, 0x500, 0x400));
+    EXPECT_EQ(WordsOf(TXCaps), DeviceWords(0x25B, kTX, 3, 0x500, 0x500));
+    EXPECT_EQ(WordsOf(SXCaps), DeviceWords(0x20F, kSX, 0, 0x500, 0x100));
 }
 
 TEST_F(Direct3DTest, FirstPermediaAnnouncesThePlainRecord) {
@@ -93,7 +94,7 @@ TEST_F(Direct3DTest, FirstPermediaAnnouncesThePlainRecord) {
         Rig rig(Chip(device));
         rig.Ready();
         const Outputs out = Create(rig);
-        EXPECT_EQ(WordsOf(out.global->hwCaps), Device(0x25B, kPermedia, 3, 0x500, 0x400));
+        EXPECT_EQ(WordsOf(out.global->hwCaps), DeviceWords(0x25B, kPermedia, 3, 0x500, 0x400));
         EXPECT_EQ(out.global->dwSize, 192u);
         EXPECT_EQ(out.global->dwNumVertices, 0u);
         EXPECT_EQ(out.global->dwNumClipVertices, 0u);
@@ -106,21 +107,22 @@ TEST_F(Direct3DTest, Permedia2Adds24BitTargetsAndAGPTexturesForGood) {
         Rig rig(Chip(device));
         rig.Ready();
         const Outputs out = Create(rig);
-        EXPECT_EQ(WordsOf(out.global->hwCaps), Device(0x125B, kPermedia, 3, 0x700, 0x400));
+        EXPECT_EQ(WordsOf(out.global->hwCaps), DeviceWords(0x125B, kPermedia, 3, 0x700, 0x400));
     }
     // The additions stay, for a first Permedia too.
     Rig rig(Chip(4));
     rig.Ready();
-    EXPECT_EQ(WordsOf(Create(rig).global->hwCaps), Device(0x125B, kPermedia, 3, 0x700, 0x400));
+    EXPECT_EQ(WordsOf(Create(rig).global->hwCaps), DeviceWords(0x125B, kPermedia, 3, 0x700, 0x400));
 }
 
 TEST_F(Direct3DTest, PermediaMipChangesOnlyTheTriangleFilters) {
     Rig rig(Chip(4));
     rig.Ready();
     rig.SetRegistry("Direct3DHAL.PermediaMip", "2"); // only 1 counts
-    EXPECT_EQ(WordsOf(Create(rig).global->hwCaps), Device(0x25B, kPermedia, 3, 0x500, 0x400));
+    EXPECT_EQ(WordsOf(Create(rig).global->hwCaps), DeviceWords(0x25B, kPermedia, 3, 0x500, 0x400));
     rig.SetRegistry("Direct3DHAL.PermediaMip", "1");
-    EXPECT_EQ(WordsOf(Create(rig).global->hwCaps), Device(0x25B, kPermedia, 0x3F, 0x500, 0x400));
+    EXPECT_EQ(WordsOf(Create(rig).global->hwCaps),
+              DeviceWords(0x25B, kPermedia, 0x3F, 0x500, 0x400));
     EXPECT_EQ(TXCaps.dpcTriCaps.dwTextureFilterCaps, 3u);
 }
 
@@ -130,29 +132,30 @@ TEST_F(Direct3DTest, MipFiltersOnceAddedStayForLaterCalls) {
     first.SetRegistry("Direct3DHAL.PermediaMip", "1");
     Create(first);
     first.SetRegistry("Direct3DHAL.PermediaMip", "0");
-    EXPECT_EQ(WordsOf(Create(first).global->hwCaps), Device(0x25B, kPermedia, 0x3F, 0x500, 0x400));
+    EXPECT_EQ(WordsOf(Create(first).global->hwCaps),
+              DeviceWords(0x25B, kPermedia, 0x3F, 0x500, 0x400));
     Rig mx(Chip(6));
     mx.Ready();
     Create(mx);
     Rig tx(Chip(2));
     tx.Ready();
-    EXPECT_EQ(WordsOf(Create(tx).global->hwCaps), Device(0x25B, kTX, 0x3F, 0x500, 0x500));
+    EXPECT_EQ(WordsOf(Create(tx).global->hwCaps), DeviceWords(0x25B, kTX, 0x3F, 0x500, 0x500));
 }
 
 TEST_F(Direct3DTest, MXAddsMipFiltersToTheTriangles) {
     Rig tx(Chip(2));
     tx.Ready();
-    EXPECT_EQ(WordsOf(Create(tx).global->hwCaps), Device(0x25B, kTX, 3, 0x500, 0x500));
+    EXPECT_EQ(WordsOf(Create(tx).global->hwCaps), DeviceWords(0x25B, kTX, 3, 0x500, 0x500));
     Rig mx(Chip(6));
     mx.Ready();
-    EXPECT_EQ(WordsOf(Create(mx).global->hwCaps), Device(0x25B, kTX, 0x3F, 0x500, 0x500));
+    EXPECT_EQ(WordsOf(Create(mx).global->hwCaps), DeviceWords(0x25B, kTX, 0x3F, 0x500, 0x500));
 }
 
 TEST_F(Direct3DTest, SXHasNoTextureFormatsAndNoTextureEntries) {
     Rig rig(Chip(1));
     rig.Ready();
     const Outputs out = Create(rig);
-    EXPECT_EQ(WordsOf(out.global->hwCaps), Device(0x20F, kSX, 0, 0x500, 0x100));
+    EXPECT_EQ(WordsOf(out.global->hwCaps), DeviceWords(0x20F, kSX, 0, 0x500, 0x100));
     EXPECT_EQ(out.global->dwNumTextureFormats, 0u);
     EXPECT_EQ(out.global->lpTextureFormats, nullptr);
     EXPECT_EQ(out.callbacks->TextureCreate, nullptr);

@@ -9,9 +9,9 @@ using namespace test;
 
 namespace {
 
-constexpr uint32_t kOnes = 0xFFFFFFFF;
+using test::kOnes;
 constexpr uint32_t kBusy = 0x10;
-constexpr uint32_t kInvalid = 0x80070057;
+using test::kInvalid;
 
 // What the stand-ins for renderers and flush saw, and what they do.
 struct Calls {

@@ -56,11 +56,6 @@ Access AccessFor(bool zwrite, uint32_t compare) {
     return {true, true, false};
 }
 
-Words Append(Words words, const Words& more) {
-    words.insert(words.end(), more.begin(), more.end());
-    return words;
-}
-
 TEST_P(PermediaFlushTest, DepthSectionByCompareAndWrites) {
     WatchedContext c(GetParam());
     c.OverBackgrounds([&] {
@@ -68,15 +63,15 @@ TEST_P(PermediaFlushTest, DepthSectionByCompareAndWrites) {
             for (bool zwrite : {false, true}) {
                 const uint32_t background = c.ctx->Copies.FBReadMode;
                 c.FillCopies(background);
-                c.ctx->Copies.DepthMode = Bits(background, 0x70, compare << 4);
+                c.ctx->Copies.DepthMode = WithBits(background, 0x70, compare << 4);
                 c.ctx->RenderFlags = zwrite ? 0x802 : 0x002;
                 c.ctx->ZBufferSurface = &c.zbuffer->local;
                 Expect(c, DIRTY_Z, [&](D3DContext& w) {
                     const Access access = AccessFor(zwrite, compare);
                     auto& r = w.Copies;
-                    r.LBReadMode = Bits(r.LBReadMode, 0x600, access.read ? 0x400 : 0);
-                    r.LBWriteMode = Bits(r.LBWriteMode, 1, access.write ? 1 : 0);
-                    r.WindowMode = Bits(r.WindowMode, 0x40000, access.window ? 0x40000 : 0);
+                    r.LBReadMode = WithBits(r.LBReadMode, 0x600, access.read ? 0x400 : 0);
+                    r.LBWriteMode = WithBits(r.LBWriteMode, 1, access.write ? 1 : 0);
+                    r.WindowMode = WithBits(r.WindowMode, 0x40000, access.window ? 0x40000 : 0);
                     r.DepthMode |= 3;
                     w.DirtyFlags = 5;
                     Words words;
@@ -84,8 +79,8 @@ TEST_P(PermediaFlushTest, DepthSectionByCompareAndWrites) {
                         r.DeltaMode |= 0x80;
                         words = {0x260, r.DeltaMode};
                     }
-                    return Append(words, {0x130, r.WindowMode, 0x134, r.DepthMode, 0x110,
-                                          r.LBReadMode, 0x118, r.LBWriteMode});
+                    return words + Words{0x130, r.WindowMode, 0x134, r.DepthMode,
+                                         0x110, r.LBReadMode, 0x118, r.LBWriteMode};
                 });
             }
         }
@@ -112,8 +107,8 @@ TEST_P(PermediaFlushTest, DepthOffByFlagOrByMissingSurface) {
                     r.DeltaMode &= ~0x80u;
                     words = {0x260, r.DeltaMode};
                 }
-                return Append(words, {0x130, r.WindowMode, 0x134, r.DepthMode, 0x110, r.LBReadMode,
-                                      0x118, r.LBWriteMode});
+                return words + Words{0x130, r.WindowMode, 0x134, r.DepthMode,
+                                     0x110, r.LBReadMode, 0x118, r.LBWriteMode};
             });
         }
     });
@@ -137,7 +132,7 @@ TEST_P(PermediaFlushTest, BlendSectionByPair) {
             for (uint32_t flags : {0u, 0x40u}) {
                 SCOPED_TRACE(pair);
                 c.FillCopies(background);
-                c.ctx->Copies.AlphaBlendMode = Bits(background, 0xFE, pair << 1);
+                c.ctx->Copies.AlphaBlendMode = WithBits(background, 0xFE, pair << 1);
                 c.ctx->RenderFlags = flags;
                 c.ctx->BlendForcesZeroAlpha = 1;
                 Expect(c, DIRTY_BLEND, [&](D3DContext& w) {
@@ -149,8 +144,8 @@ TEST_P(PermediaFlushTest, BlendSectionByPair) {
                     }
                     const bool known = pair == 0x11 || pair == 0x51 || pair == 0x54;
                     const bool on = flags != 0 && known;
-                    r.AlphaBlendMode = Bits(r.AlphaBlendMode, 1, on ? 1 : 0);
-                    r.FBReadMode = Bits(r.FBReadMode, 0x400, on ? 0x400 : 0);
+                    r.AlphaBlendMode = WithBits(r.AlphaBlendMode, 1, on ? 1 : 0);
+                    r.FBReadMode = WithBits(r.FBReadMode, 0x400, on ? 0x400 : 0);
                     w.BlendForcesZeroAlpha = pair == 0x11;
                     w.AlphaBlendModeOut = r.AlphaBlendMode;
                     if (pair == 0x11) {
@@ -161,7 +156,7 @@ TEST_P(PermediaFlushTest, BlendSectionByPair) {
                     if (!on) {
                         words = {0x0F9, 0x7F8000};
                     }
-                    return Append(words, {0x150, r.FBReadMode, 0x102, w.AlphaBlendModeOut});
+                    return words + Words{0x150, r.FBReadMode, 0x102, w.AlphaBlendModeOut};
                 });
             }
         }
@@ -194,14 +189,14 @@ TEST_P(GlintFlushTest, DepthSectionByCompareAndWrites) {
         for (uint32_t compare = 0; compare != 8; ++compare) {
             for (bool zwrite : {false, true}) {
                 c.FillCopies(background);
-                c.ctx->Copies.DepthMode = Bits(background, 0x70, compare << 4);
+                c.ctx->Copies.DepthMode = WithBits(background, 0x70, compare << 4);
                 c.ctx->RenderFlags = zwrite ? 0x802 : 0x002;
                 c.ctx->ZBufferSurface = &c.zbuffer->local;
                 Expect(c, DIRTY_Z, [&](D3DContext& w) {
                     const Access access = AccessFor(zwrite, compare);
                     auto& r = w.Copies;
-                    r.LBReadMode = Bits(r.LBReadMode, 0x400, access.read ? 0x400 : 0);
-                    r.LBWriteMode = Bits(r.LBWriteMode, 1, access.write ? 1 : 0);
+                    r.LBReadMode = WithBits(r.LBReadMode, 0x400, access.read ? 0x400 : 0);
+                    r.LBWriteMode = WithBits(r.LBWriteMode, 1, access.write ? 1 : 0);
                     r.DepthMode |= 3;
                     w.DirtyFlags = 5;
                     Words words;
@@ -209,8 +204,8 @@ TEST_P(GlintFlushTest, DepthSectionByCompareAndWrites) {
                         r.DeltaMode |= 0x80;
                         words = {0x260, r.DeltaMode};
                     }
-                    return Append(words,
-                                  {0x134, r.DepthMode, 0x110, r.LBReadMode, 0x118, r.LBWriteMode});
+                    return words +
+                           Words{0x134, r.DepthMode, 0x110, r.LBReadMode, 0x118, r.LBWriteMode};
                 });
             }
         }
@@ -235,8 +230,7 @@ TEST_P(GlintFlushTest, DepthOffByFlagOrByMissingSurface) {
                     r.DeltaMode &= ~0x80u;
                     words = {0x260, r.DeltaMode};
                 }
-                return Append(words,
-                              {0x134, r.DepthMode, 0x110, r.LBReadMode, 0x118, r.LBWriteMode});
+                return words + Words{0x134, r.DepthMode, 0x110, r.LBReadMode, 0x118, r.LBWriteMode};
             });
         }
     }
@@ -272,10 +266,10 @@ Words NoTextureWords(const StateChip& chip, D3DContext& w) {
                    0x09C, r.GlintTextureFilterMode};
     if (chip.device == 6) {
         r.TextureColorMode &= ~1u;
-        words = Append(words, {0x0D0, r.TextureColorMode});
+        words = words + Words{0x0D0, r.TextureColorMode};
     } else if ((r.GlintTextureFormat & 0x60) == 0x20) {
         r.ColorDDAMode |= 1;
-        words = Append(words, {0x0FC, r.ColorDDAMode});
+        words = words + Words{0x0FC, r.ColorDDAMode};
     }
     return words;
 }
@@ -290,16 +284,16 @@ TEST_P(GlintFlushTest, BlendSectionPassesEveryPairAndRunsTheTextureChange) {
                 for (uint32_t flags : {0u, 0x40u}) {
                     for (uint32_t dither : {0u, 1u}) {
                         c.FillCopies(background);
-                        c.ctx->Copies.AlphaBlendMode = Bits(background, 0xFE, pair << 1);
+                        c.ctx->Copies.AlphaBlendMode = WithBits(background, 0xFE, pair << 1);
                         c.ctx->RenderFlags = flags;
                         c.ctx->DitherEnabled = dither;
                         c.ctx->AlphaBlendModeOut = 0x77;
                         Expect(c, DIRTY_BLEND, [&](D3DContext& w) {
                             auto& r = w.Copies;
                             const bool on = flags != 0 && pair != 1;
-                            r.AlphaBlendMode = Bits(r.AlphaBlendMode, 0x4001,
-                                                    (pair == 81 ? 0x4000 : 0) | (on ? 1 : 0));
-                            r.FBReadMode = Bits(r.FBReadMode, 0x400, on ? 0x400 : 0);
+                            r.AlphaBlendMode = WithBits(r.AlphaBlendMode, 0x4001,
+                                                        (pair == 81 ? 0x4000 : 0) | (on ? 1 : 0));
+                            r.FBReadMode = WithBits(r.FBReadMode, 0x400, on ? 0x400 : 0);
                             Words words;
                             if (on && tx && dither == 1) {
                                 r.DitherMode &= ~2u;
@@ -308,9 +302,9 @@ TEST_P(GlintFlushTest, BlendSectionPassesEveryPairAndRunsTheTextureChange) {
                                 r.DitherMode |= 2;
                                 words = {0x103, r.DitherMode};
                             }
-                            words = Append(words, {0x150, r.FBReadMode, 0x102, r.AlphaBlendMode});
+                            words = words + Words{0x150, r.FBReadMode, 0x102, r.AlphaBlendMode};
                             w.DirtyFlags = 0x0B;
-                            return Append(words, NoTextureWords(GetParam(), w));
+                            return words + NoTextureWords(GetParam(), w);
                         });
                     }
                 }
@@ -357,10 +351,10 @@ TEST_P(PermediaFlushTest, SectionsRunInTheirOrder) {
     c.rig.driver->TargetLost = 1;
     c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
     Words tags = GetParam().delta ? Words{0x260} : Words{};
-    tags = Append(tags, {0x130, 0x134, 0x110, 0x118,        // Z
-                         0x0F9, 0x150, 0x102,               // blend
-                         0x070, 0x0CE, 0x0D0, 0x0B0, 0x09B, // texture
-                         0x152, 0x117});                    // target
+    tags = tags + Words{0x130, 0x134, 0x110, 0x118,        // Z
+                        0x0F9, 0x150, 0x102,               // blend
+                        0x070, 0x0CE, 0x0D0, 0x0B0, 0x09B, // texture
+                        0x152, 0x117};                     // target
     EXPECT_EQ(TagsOf(c.Take()), tags);
     EXPECT_EQ(c.ctx->DirtyFlags, 0x1Fu); // the caller clears them
     EXPECT_EQ(c.rig.driver->TargetLost, 0u);
@@ -377,16 +371,16 @@ TEST_P(GlintFlushTest, SectionsRunInTheirOrder) {
     c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
     Words tags = {0x150, 0x102}; // blend
     if (GetParam().device != 1) {
-        tags = Append(tags, {0x070, 0x090, 0x09C}); // texture
+        tags = tags + Words{0x070, 0x090, 0x09C}; // texture
     }
     if (GetParam().device == 6) {
-        tags = Append(tags, {0x0D0});
+        tags = tags + Words{0x0D0};
     }
     if (GetParam().delta) {
-        tags = Append(tags, {0x260});
+        tags = tags + Words{0x260};
     }
-    tags = Append(tags, {0x134, 0x110, 0x118, // Z
-                         0x152, 0x117});      // target
+    tags = tags + Words{0x134, 0x110, 0x118, // Z
+                        0x152, 0x117};       // target
     EXPECT_EQ(TagsOf(c.Take()), tags);
     EXPECT_EQ(c.ctx->DirtyFlags, 0x1Fu);
 }

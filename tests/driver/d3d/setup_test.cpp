@@ -18,7 +18,7 @@ using namespace test;
 
 namespace {
 
-constexpr uint32_t kOnes = 0xFFFFFFFF;
+using test::kOnes;
 
 struct Board {
     const char* name;
@@ -219,20 +219,13 @@ RigOptions OptionsOf(const Board& board, uint32_t bits) {
     return options;
 }
 
-void SetProducts(RigSurface& surface, uint32_t pp0, uint32_t pp1, uint32_t pp2) {
-    surface.priv.Flags |= SURFACE_READY;
-    surface.priv.PartialProduct0 = pp0;
-    surface.priv.PartialProduct1 = pp1;
-    surface.priv.PartialProduct2 = pp2;
-}
-
 // The private record that the driver sees, wherever the rig keeps it.
 RigSurface& Target(ContextRig& rig, uint32_t pixelSize = PixelSize16) {
     RigSurface& surface = rig.MakeTarget(pixelSize);
     SetProducts(surface, 1, 2, 3);
     return surface;
 }
-RigSurface& Z(ContextRig& rig) {
+RigSurface& ZSurface(ContextRig& rig) {
     RigSurface& surface = rig.MakeZ();
     SetProducts(surface, 4, 5, 0);
     return surface;
@@ -257,7 +250,7 @@ TEST_P(StartingWords, AreExactlyTheChipsOwnInOrderWithTheirWaits) {
     }
     rig.MeterFIFO();
     RigSurface& target = Target(rig, depth.pixelSize);
-    RigSurface* zbuffer = z ? &Z(rig) : nullptr;
+    RigSurface* zbuffer = z ? &ZSurface(rig) : nullptr;
     rig.bus->Clear();
 
     D3DContext* ctx = rig.Create(target, zbuffer);
@@ -593,7 +586,7 @@ TEST(SetupPermediaContext, ForceCopyModeIsOneForAnyNonzeroValue) {
 TEST(SetupPermediaContext, ZPatchSetsThePatchedBitOfTheDepthRead) {
     ContextRig rig;
     DXGlobals.ZPatch = 1;
-    D3DContext* ctx = rig.Create(Target(rig), &Z(rig));
+    D3DContext* ctx = rig.Create(Target(rig), &ZSurface(rig));
     ASSERT_NE(ctx, nullptr);
     EXPECT_EQ(ctx->Copies.LBReadMode, 0x80000u | kZProducts);
     EXPECT_EQ(WordOf(PairsOf(Rig::Pending(ctx)), 0x110), 0x80000u | kZProducts);
@@ -604,7 +597,7 @@ TEST(SetupGlintContext, ZPatchMeansNothingThere) {
     options.deviceId = 2;
     ContextRig rig(options);
     DXGlobals.ZPatch = 1;
-    D3DContext* ctx = rig.Create(Target(rig), &Z(rig));
+    D3DContext* ctx = rig.Create(Target(rig), &ZSurface(rig));
     ASSERT_NE(ctx, nullptr);
     EXPECT_EQ(ctx->Copies.LBReadMode, kZProducts);
 }

@@ -4,6 +4,7 @@
 #include "driver/d3d/statepm.h"
 #include "driver/d3d/statesx.h"
 #include "tests/support/rig.h"
+#include "tests/support/words.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +16,9 @@
 
 namespace test {
 
-using Words = std::vector<uint32_t>;
+// Values that a state may be set to: all that mean something, and some that do not.
+inline constexpr uint32_t kValues[] = {0, 1, 2,  3,  4,  5,   6,          7,
+                                       8, 9, 10, 11, 12, 255, 0x80000000, 0xFFFFFFFF};
 
 struct StateChip {
     const char* name;
@@ -162,7 +165,7 @@ inline std::string ChipName(const testing::TestParamInfo<StateChip>& info) {
     return info.param.name;
 }
 
-inline uint32_t Bits(uint32_t word, uint32_t clear, uint32_t set) {
+inline uint32_t WithBits(uint32_t word, uint32_t clear, uint32_t set) {
     return (word & ~clear) | set;
 }
 

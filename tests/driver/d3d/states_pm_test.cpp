@@ -7,9 +7,6 @@ namespace {
 class PermediaStateTest : public StateTest {};
 INSTANTIATE_TEST_SUITE_P(Chips, PermediaStateTest, testing::ValuesIn(kPermediaChips), ChipName);
 
-constexpr uint32_t kValues[] = {0, 1, 2,  3,  4,  5,   6,          7,
-                                8, 9, 10, 11, 12, 255, 0x80000000, 0xFFFFFFFF};
-
 TEST_P(PermediaStateTest, TheImageHoldsEveryStateBelow256) {
     WatchedContext c(GetParam());
     for (uint32_t state = 0; state != 256; ++state) {
@@ -49,7 +46,7 @@ TEST_P(PermediaStateTest, TextureAddressSetsBothWrapFields) {
             c.Expect(3, value, [&](D3DContext& w) {
                 const uint32_t field = value == 2 ? 0x14 : value == 3 ? 0 : 0x0A;
                 uint32_t& word = w.Copies.TextureReadMode;
-                word = Bits(word, 0x1E, field);
+                word = WithBits(word, 0x1E, field);
                 return Words{0x0CE, word};
             });
         }
@@ -73,9 +70,9 @@ TEST_P(PermediaStateTest, PerspectiveSendsThreeWordsOnEveryChip) {
                     const bool on = value != 0;
                     uint32_t& address = w.Copies.TextureAddressMode;
                     uint32_t& delta = w.Copies.DeltaMode;
-                    address = Bits(address, 2, on ? 2 : 0);
-                    delta = Bits(delta, 0xC000, on ? 0x8000 : 0x4000);
-                    w.RenderFlags = Bits(flags, 0x10, on ? 0x10 : 0);
+                    address = WithBits(address, 2, on ? 2 : 0);
+                    delta = WithBits(delta, 0xC000, on ? 0x8000 : 0x4000);
+                    w.RenderFlags = WithBits(flags, 0x10, on ? 0x10 : 0);
                     w.DirtyFlags = 1;
                     return Words{0x118, w.Copies.LBWriteMode, 0x070, address, 0x260, delta};
                 });
@@ -90,7 +87,7 @@ TEST_P(PermediaStateTest, LastPixelIsAFlagOnly) {
         for (uint32_t flags : {0u, 0x7FFFu}) {
             c.ctx->RenderFlags = flags;
             c.Expect(16, value, [&](D3DContext& w) {
-                w.RenderFlags = Bits(flags, 0x1000, value != 0 ? 0x1000 : 0);
+                w.RenderFlags = WithBits(flags, 0x1000, value != 0 ? 0x1000 : 0);
                 return Words{};
             });
         }
@@ -126,7 +123,7 @@ TEST_P(PermediaStateTest, TextureFiltersAreSplitIntoNearestAndLinear) {
                     if (linear >= 0) {
                         w.TextureMagLinear = static_cast<uint32_t>(linear);
                         w.Copies.TextureReadMode =
-                            Bits(w.Copies.TextureReadMode, 0x20000, linear != 0 ? 0x20000 : 0);
+                            WithBits(w.Copies.TextureReadMode, 0x20000, linear != 0 ? 0x20000 : 0);
                     }
                     w.DirtyFlags = 9;
                     return Words{};
@@ -154,11 +151,11 @@ TEST_P(PermediaStateTest, BlendFactorsKnowThreeValuesEach) {
                 c.Expect(19, value, [&](D3DContext& w) {
                     uint32_t& word = w.Copies.AlphaBlendMode;
                     if (value == 1) {
-                        word = Bits(word, 0x1E, 0);
+                        word = WithBits(word, 0x1E, 0);
                     } else if (value == 2) {
-                        word = Bits(word, 0x1E, 0x02);
+                        word = WithBits(word, 0x1E, 0x02);
                     } else if (value == 5) {
-                        word = Bits(word, 0x1E, 0x08);
+                        word = WithBits(word, 0x1E, 0x08);
                     }
                     w.DirtyFlags = flags != 0 ? 2 : 0;
                     return Words{};
@@ -167,11 +164,11 @@ TEST_P(PermediaStateTest, BlendFactorsKnowThreeValuesEach) {
                 c.Expect(20, value, [&](D3DContext& w) {
                     uint32_t& word = w.Copies.AlphaBlendMode;
                     if (value == 1) {
-                        word = Bits(word, 0xE0, 0);
+                        word = WithBits(word, 0xE0, 0);
                     } else if (value == 2) {
-                        word = Bits(word, 0xE0, 0x20);
+                        word = WithBits(word, 0xE0, 0x20);
                     } else if (value == 6) {
-                        word = Bits(word, 0xE0, 0xA0);
+                        word = WithBits(word, 0xE0, 0xA0);
                     }
                     w.DirtyFlags = flags != 0 ? 2 : 0;
                     return Words{};
@@ -205,11 +202,11 @@ TEST_P(PermediaStateTest, TextureBlendSetsTheColourField) {
                 c.Expect(21, value, [&](D3DContext& w) {
                     uint32_t& word = w.Copies.TextureColorMode;
                     if (force == 1 || value == 1 || value == 7) {
-                        word = Bits(word, 0x0E, 0x06);
+                        word = WithBits(word, 0x0E, 0x06);
                     } else if (value == 2 || value == 4) {
-                        word = Bits(word, 0x0E, 0);
+                        word = WithBits(word, 0x0E, 0);
                     } else if (value == 3) {
-                        word = Bits(word, 0x0E, 0x02);
+                        word = WithBits(word, 0x0E, 0x02);
                     }
                     w.DirtyFlags = 8;
                     return Words{0x0D0, word};
@@ -259,7 +256,7 @@ TEST_P(PermediaStateTest, DitherFollowsTheValueOrTheSwitch) {
             for (uint32_t value : kValues) {
                 c.Expect(26, value, [&](D3DContext& w) {
                     uint32_t& word = w.Copies.DitherMode;
-                    word = Bits(word, 2, value != 0 || always != 0 ? 2 : 0);
+                    word = WithBits(word, 2, value != 0 || always != 0 ? 2 : 0);
                     return Words{0x103, word};
                 });
             }
@@ -318,7 +315,7 @@ TEST_P(PermediaStateTest, SpecularGivesWayToTexturedFogOnTheFirstPermedia) {
                     w.SpecularEnabled = on;
                     on = on && (flags & 0x28) != 0x28;
                 }
-                w.RenderFlags = Bits(flags, 4, on ? 4 : 0);
+                w.RenderFlags = WithBits(flags, 4, on ? 4 : 0);
                 w.DirtyFlags = 1;
                 return Words{};
             });

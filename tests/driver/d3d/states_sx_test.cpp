@@ -35,9 +35,6 @@ INSTANTIATE_TEST_SUITE_P(Chips, MXStateTest, testing::ValuesIn(GlintChips({6})),
 INSTANTIATE_TEST_SUITE_P(Chips, TexturedGlintStateTest, testing::ValuesIn(GlintChips({2, 6})),
                          ChipName);
 
-constexpr uint32_t kValues[] = {0, 1, 2,  3,  4,  5,   6,          7,
-                                8, 9, 10, 11, 12, 255, 0x80000000, 0xFFFFFFFF};
-
 TEST_P(GlintStateTest, NoImageOfTheStatesIsKept) {
     WatchedContext c(GetParam());
     for (uint32_t state = 0; state <= 256; ++state) {
@@ -78,7 +75,7 @@ TEST_P(TexturedGlintStateTest, TextureAddressSetsBothWrapFields) {
             c.Expect(3, value, [&](D3DContext& w) {
                 const uint32_t field = value == 1 ? 0x140000 : value == 3 ? 0 : 0x280000;
                 uint32_t& word = w.Copies.GlintTextureReadMode;
-                word = Bits(word, 0x3C0000, field);
+                word = WithBits(word, 0x3C0000, field);
                 return Words{0x090, word};
             });
         }
@@ -99,7 +96,7 @@ TEST_P(TexturedGlintStateTest, PerspectiveIsAFlagOnly) {
             c.ctx->RenderFlags = flags;
             c.ctx->DirtyFlags = 0;
             c.Expect(4, value, [&](D3DContext& w) {
-                w.RenderFlags = Bits(flags, 0x10, value != 0 ? 0x10 : 0);
+                w.RenderFlags = WithBits(flags, 0x10, value != 0 ? 0x10 : 0);
                 w.DirtyFlags = 1;
                 return Words{};
             });
@@ -132,7 +129,7 @@ TEST_P(TexturedGlintStateTest, TextureFiltersGoStraightToTheReadWord) {
             c.Expect(18, value, [&](D3DContext& w) {
                 uint32_t& word = w.Copies.GlintTextureReadMode;
                 if (value >= 1 && value <= 6) {
-                    word = Bits(word, 0x38000, (value - 1) << 15);
+                    word = WithBits(word, 0x38000, (value - 1) << 15);
                 }
                 return Words{0x090, word};
             });
@@ -152,8 +149,9 @@ TEST_P(GlintStateTest, AllBlendFactorsOfTheChipAreOffered) {
                 c.ctx->DirtyFlags = 0;
                 c.Expect(19, value, [&](D3DContext& w) {
                     if (value <= 12 && kSource[value] >= 0) {
-                        w.Copies.AlphaBlendMode = Bits(w.Copies.AlphaBlendMode, 0x1E,
-                                                       static_cast<uint32_t>(kSource[value]) << 1);
+                        w.Copies.AlphaBlendMode =
+                            WithBits(w.Copies.AlphaBlendMode, 0x1E,
+                                     static_cast<uint32_t>(kSource[value]) << 1);
                     }
                     w.DirtyFlags = flags != 0 ? 2 : 0;
                     return Words{};
@@ -161,8 +159,9 @@ TEST_P(GlintStateTest, AllBlendFactorsOfTheChipAreOffered) {
                 c.ctx->DirtyFlags = 0;
                 c.Expect(20, value, [&](D3DContext& w) {
                     if (value <= 12 && kDest[value] >= 0) {
-                        w.Copies.AlphaBlendMode = Bits(w.Copies.AlphaBlendMode, 0xE0,
-                                                       static_cast<uint32_t>(kDest[value]) << 5);
+                        w.Copies.AlphaBlendMode =
+                            WithBits(w.Copies.AlphaBlendMode, 0xE0,
+                                     static_cast<uint32_t>(kDest[value]) << 5);
                     }
                     w.DirtyFlags = flags != 0 ? 2 : 0;
                     return Words{};
@@ -190,13 +189,13 @@ TEST_P(TXStateTest, TextureBlendOnTXUsesFormatAndColourWords) {
                 uint32_t& format = w.Copies.GlintTextureFormat;
                 uint32_t& color = w.Copies.TextureColorMode;
                 if (value == 1 || value == 7) {
-                    format = Bits(format, 0x40, 0x20);
+                    format = WithBits(format, 0x40, 0x20);
                     color &= ~1u;
                 } else if (value == 2 || value == 4) {
-                    color = Bits(color, 0x0E, 1);
+                    color = WithBits(color, 0x0E, 1);
                     format &= ~0x60u;
                 } else if (value == 3) {
-                    color = Bits(color, 0x0C, 3);
+                    color = WithBits(color, 0x0C, 3);
                     format &= ~0x60u;
                 }
                 w.DirtyFlags = 8;
@@ -215,11 +214,11 @@ TEST_P(MXStateTest, TextureBlendOnMXOnlyEditsTheColourField) {
             c.Expect(21, value, [&](D3DContext& w) {
                 uint32_t& color = w.Copies.TextureColorMode;
                 if (value == 1 || value == 7) {
-                    color = Bits(color, 0x0E, 0x06);
+                    color = WithBits(color, 0x0E, 0x06);
                 } else if (value == 2 || value == 4) {
-                    color = Bits(color, 0x0E, 0);
+                    color = WithBits(color, 0x0E, 0);
                 } else if (value == 3) {
-                    color = Bits(color, 0x0E, 0x02);
+                    color = WithBits(color, 0x0E, 0x02);
                 }
                 w.DirtyFlags = 8;
                 return Words{};
@@ -250,7 +249,7 @@ TEST_P(GlintStateTest, DitherIsSuspendedWhileTXBlends) {
                         uint32_t& word = w.Copies.DitherMode;
                         const bool off = flags != 0 && IsTX();
                         w.DitherEnabled = value != 0;
-                        word = Bits(word, 2, !off && (value != 0 || always != 0) ? 2 : 0);
+                        word = WithBits(word, 2, !off && (value != 0 || always != 0) ? 2 : 0);
                         return Words{0x103, word};
                     });
                 }
@@ -300,7 +299,7 @@ TEST_P(GlintStateTest, SpecularGivesWayToTexturedFog) {
             c.ctx->DirtyFlags = 0;
             c.Expect(29, value, [&](D3DContext& w) {
                 w.SpecularEnabled = value != 0;
-                w.RenderFlags = Bits(flags, 4, value != 0 && (flags & 0x28) != 0x28 ? 4 : 0);
+                w.RenderFlags = WithBits(flags, 4, value != 0 && (flags & 0x28) != 0x28 ? 4 : 0);
                 w.DirtyFlags = 1;
                 return Words{};
             });

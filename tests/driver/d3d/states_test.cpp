@@ -6,9 +6,6 @@ namespace {
 
 INSTANTIATE_TEST_SUITE_P(Chips, StateTest, testing::ValuesIn(AllStateChips()), ChipName);
 
-constexpr uint32_t kValues[] = {0, 1, 2,  3,  4,  5,   6,          7,
-                                8, 9, 10, 11, 12, 255, 0x80000000, 0xFFFFFFFF};
-
 TEST_P(StateTest, StatesThatMeanNothingOnlyEnterTheImage) {
     WatchedContext c(GetParam());
     c.FillCopies(0xA5A5A5A5);
@@ -36,12 +33,12 @@ TEST_P(StateTest, WrapFlagsFollowTheirValue) {
         for (uint32_t value : kValues) {
             c.ctx->RenderFlags = flags;
             c.Expect(5, value, [&](D3DContext& w) {
-                w.RenderFlags = Bits(flags, 0x100, value != 0 ? 0x100 : 0);
+                w.RenderFlags = WithBits(flags, 0x100, value != 0 ? 0x100 : 0);
                 return Words{};
             });
             c.ctx->RenderFlags = flags;
             c.Expect(6, value, [&](D3DContext& w) {
-                w.RenderFlags = Bits(flags, 0x200, value != 0 ? 0x200 : 0);
+                w.RenderFlags = WithBits(flags, 0x200, value != 0 ? 0x200 : 0);
                 return Words{};
             });
         }
@@ -121,14 +118,14 @@ TEST_P(StateTest, ShadeModeChangesColourAndDeltaWordsOnlyOnAChange) {
                     if ((flat && before == 1) || (smooth && before == 0)) {
                         c.Expect(9, value, [&](D3DContext& w) {
                             uint32_t& dda = w.Copies.ColorDDAMode;
-                            dda = Bits(dda, 2, smooth ? 2 : 0);
+                            dda = WithBits(dda, 2, smooth ? 2 : 0);
                             w.RenderFlags ^= 1;
                             w.DirtyFlags = dirty;
                             if (!GetParam().delta) {
                                 return Words{0x0FC, dda};
                             }
                             uint32_t& delta = w.Copies.DeltaMode;
-                            delta = Bits(delta, 0x40, smooth ? 0x40 : 0);
+                            delta = WithBits(delta, 0x40, smooth ? 0x40 : 0);
                             return Words{0x0FC, dda, 0x260, delta};
                         });
                     } else {
@@ -192,7 +189,7 @@ TEST_P(StateTest, ZFuncTakesItsFieldAndOutOfRangeIsLessEqual) {
             c.ctx->DirtyFlags = 0;
             c.Expect(23, value, [&](D3DContext& w) {
                 const uint32_t compare = value >= 1 && value <= 8 ? value - 1 : 3;
-                w.Copies.DepthMode = Bits(w.Copies.DepthMode, 0x70, compare << 4);
+                w.Copies.DepthMode = WithBits(w.Copies.DepthMode, 0x70, compare << 4);
                 w.DirtyFlags = 4;
                 return Words{};
             });

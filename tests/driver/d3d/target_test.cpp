@@ -6,9 +6,9 @@ using namespace test;
 
 namespace {
 
-constexpr uint32_t kOnes = 0xFFFFFFFF;
+using test::kOnes;
 constexpr uint32_t kNotAvailable = 0x88760028;
-constexpr uint32_t kInvalid = 0x80070057;
+using test::kInvalid;
 
 uint32_t SetTarget(uint32_t handle, RigSurface* target, RigSurface* z) {
     D3DHAL_SETRENDERTARGETDATA data{};
@@ -18,13 +18,6 @@ uint32_t SetTarget(uint32_t handle, RigSurface* target, RigSurface* z) {
     data.ddrval = 0xDEADBEEF;
     EXPECT_EQ(SetRenderTarget32(&data), 1u);
     return data.ddrval;
-}
-
-RigOptions Device(uint32_t id, uint32_t bits = 16) {
-    RigOptions options;
-    options.deviceId = id;
-    options.bits = bits;
-    return options;
 }
 
 // A context with copies of all zeros or all ones and nothing pending.
@@ -40,12 +33,6 @@ D3DContext* BareContext(ContextRig& rig, uint32_t fill) {
     ctx->AlphaBlendModeOut = 0x5555;
     DropPending(ctx);
     return ctx;
-}
-
-void SetProducts(RigSurface& surface, uint32_t pp0, uint32_t pp1, uint32_t pp2) {
-    surface.priv.PartialProduct0 = pp0;
-    surface.priv.PartialProduct1 = pp1;
-    surface.priv.PartialProduct2 = pp2;
 }
 
 } // namespace
@@ -97,7 +84,7 @@ TEST(SetRenderTarget32, RefusesAnEmptySlotAndAWrongMagic) {
 
 TEST(SetRenderTarget32, StoresTheSurfacesAndMarksBlendZAndTarget) {
     for (uint32_t id : {1u, 2u, 4u, 7u}) {
-        ContextRig rig(Device(id));
+        ContextRig rig(test::OptionsOf(id));
         D3DContext* ctx = rig.Create(rig.MakeTarget());
         ASSERT_NE(ctx, nullptr);
         RigSurface& other = rig.MakeTarget();
@@ -156,7 +143,7 @@ TEST(SetRenderTarget32, KeepsTheCursorAwayAfterTheChangeOfContext) {
 
 TEST(SetRenderTarget32, WithANullZKeepsTheDepthReadOnTheDisplaysProducts) {
     for (auto [id, products] : {std::pair{4u, 0x1Du}, std::pair{7u, 0x2Bu}, std::pair{2u, 0x2Bu}}) {
-        ContextRig rig(Device(id));
+        ContextRig rig(test::OptionsOf(id));
         RigSurface& z = rig.MakeZ();
         SetProducts(z, 1, 1, 1);
         D3DContext* ctx = rig.Create(rig.MakeTarget(), &z);
@@ -226,7 +213,7 @@ TEST(SetupGlintTargetData, SendsEachPixelSizesWordsInOrder) {
     for (const PixelCase& c : cases) {
         for (uint32_t fill : {0u, kOnes}) {
             SCOPED_TRACE(c.pixelSize);
-            ContextRig rig(Device(2));
+            ContextRig rig(test::OptionsOf(2));
             D3DContext* ctx = BareContext(rig, fill);
             ASSERT_NE(ctx, nullptr);
             RigSurface& target = rig.MakeTarget(c.pixelSize, 320, 200);
@@ -258,7 +245,7 @@ TEST(SetupPermediaTargetData, ATargetOfPixelSizeThreeChangesNeitherDitherNorBlen
 }
 
 TEST(SetupGlintTargetData, ATargetOfPixelSizeThreeChangesNeitherDitherNorBlend) {
-    ContextRig rig(Device(6));
+    ContextRig rig(test::OptionsOf(6));
     D3DContext* ctx = BareContext(rig, 0x12345678);
     ASSERT_NE(ctx, nullptr);
     SetupGlintTargetData(ctx, &rig.MakeTarget(PixelSize4).local, nullptr);
@@ -302,7 +289,7 @@ TEST(SetupPermediaTargetData, WorksProductsOutOfTheWidthUntilTheSurfaceIsReady) 
 
 TEST(SetupTargetData, WaitsForTenEntriesOnce) {
     for (uint32_t id : {2u, 4u}) {
-        ContextRig rig(Device(id));
+        ContextRig rig(test::OptionsOf(id));
         rig.SetRegistry("Direct3DHAL.NoDMA", "1");
         RigSurface& target = rig.MakeTarget();
         D3DContext* ctx = rig.Create(target);

@@ -112,11 +112,6 @@ class Bound : public WatchedContext {
     DDRAWI_DDRAWPALETTE_GBL paletteGlobal{};
 };
 
-Words Append(Words words, const Words& more) {
-    words.insert(words.end(), more.begin(), more.end());
-    return words;
-}
-
 std::vector<StateChip> Textured() {
     std::vector<StateChip> chips = kPermediaChips;
     for (const StateChip& chip : kGlintChips) {
@@ -150,7 +145,7 @@ TEST_P(PermediaBindTest, NoTextureSwitchesTheUnitOff) {
             for (uint32_t flags : {0x20u, 0x21u}) {
                 for (uint32_t on : {0u, 1u}) {
                     c.FillCopies(background);
-                    c.ctx->Copies.TextureColorMode = Bits(background, 0x0E, mode << 1);
+                    c.ctx->Copies.TextureColorMode = WithBits(background, 0x0E, mode << 1);
                     c.ctx->RenderFlags = flags;
                     c.ctx->RenderCommand = 0x12001;
                     c.ctx->ColorKeyActive = on;
@@ -171,18 +166,18 @@ TEST_P(PermediaBindTest, NoTextureSwitchesTheUnitOff) {
                         w.RenderCommand = 0x10001;
                         if (mode == 3) {
                             if (chip.delta) {
-                                r.DeltaMode = Bits(r.DeltaMode, 0x40, (flags & 1) << 6);
-                                words = Append(words, {0x260, r.DeltaMode});
+                                r.DeltaMode = WithBits(r.DeltaMode, 0x40, (flags & 1) << 6);
+                                words = words + Words{0x260, r.DeltaMode};
                             }
                             r.ColorDDAMode |= 1;
-                            words = Append(words, {0x0FC, r.ColorDDAMode});
+                            words = words + Words{0x0FC, r.ColorDDAMode};
                         }
                         if (chip.IsFirst() && on == 1) {
                             w.RenderFlags |= 4;
                         }
                         if (on == 1) {
                             r.YUVMode &= ~7u;
-                            words = Append(words, {0x1E0, r.YUVMode});
+                            words = words + Words{0x1E0, r.YUVMode};
                             w.ColorKeyActive = 0;
                         }
                         w.TextureValid = 1;
@@ -201,7 +196,7 @@ TEST_P(TXBindTest, NoTextureSwitchesTheUnitOff) {
         for (uint32_t mode = 0; mode != 4; ++mode) {
             for (uint32_t on : {0u, 1u}) {
                 c.FillCopies(background);
-                c.ctx->Copies.GlintTextureFormat = Bits(background, 0x60, mode << 5);
+                c.ctx->Copies.GlintTextureFormat = WithBits(background, 0x60, mode << 5);
                 c.ctx->RenderFlags = 0x20;
                 c.ctx->RenderCommand = 0x12001;
                 c.ctx->SpecularEnabled = on;
@@ -215,7 +210,7 @@ TEST_P(TXBindTest, NoTextureSwitchesTheUnitOff) {
                                    0x09C, r.GlintTextureFilterMode};
                     if (mode == 1) {
                         r.ColorDDAMode |= 1;
-                        words = Append(words, {0x0FC, r.ColorDDAMode});
+                        words = words + Words{0x0FC, r.ColorDDAMode};
                     }
                     w.RenderFlags = on == 1 ? 4 : 0;
                     w.RenderCommand = 0x10001;
@@ -234,7 +229,7 @@ TEST_P(MXBindTest, NoTextureSwitchesUnitAndKeyOff) {
         for (uint32_t blend : {0u, 1u}) {
             for (uint32_t on : {0u, 1u}) {
                 c.FillCopies(background);
-                c.ctx->Copies.AlphaBlendMode = Bits(background, 1, blend);
+                c.ctx->Copies.AlphaBlendMode = WithBits(background, 1, blend);
                 c.ctx->RenderFlags = 0x2020;
                 c.ctx->RenderCommand = 0x12001;
                 c.ctx->SpecularEnabled = on;
@@ -250,9 +245,12 @@ TEST_P(MXBindTest, NoTextureSwitchesUnitAndKeyOff) {
                                    0x09C, r.GlintTextureFilterMode,  0x0D0, r.TextureColorMode};
                     w.RenderFlags &= ~0x20u;
                     if (on == 1) {
-                        r.FBReadMode = Bits(r.FBReadMode, 0x400, blend << 10);
-                        words = Append(words, {0x102, r.AlphaBlendMode, 0x150, r.FBReadMode, 0x100,
-                                               r.AlphaTestMode, 0x108, 1, 0x1E3, 0});
+                        r.FBReadMode = WithBits(r.FBReadMode, 0x400, blend << 10);
+                        words = words + Words{0x102, r.AlphaBlendMode,
+                                              0x150, r.FBReadMode,
+                                              0x100, r.AlphaTestMode,
+                                              0x108, 1,
+                                              0x1E3, 0};
                         w.ColorKeyActive = 0;
                         w.RenderFlags = 4;
                     }
@@ -349,7 +347,7 @@ TEST_P(PermediaBindTest, APlainTextureSendsItsWords) {
                 c.surface->priv.Flags = 0x0A | (mode & 4) << 4; // patched now or not
                 c.Create();
                 c.FillCopies(background);
-                c.ctx->Copies.TextureColorMode = Bits(background, 0x0E, mode << 1);
+                c.ctx->Copies.TextureColorMode = WithBits(background, 0x0E, mode << 1);
                 c.ctx->RenderFlags = flags | 0x4000;
                 c.ctx->TextureMagLinear = flags & 1;
                 c.ctx->ColorKeyActive = 1;
@@ -364,30 +362,37 @@ TEST_P(PermediaBindTest, APlainTextureSendsItsWords) {
                         }
                     } else {
                         const bool specular = (flags & 4) != 0;
-                        r.DeltaMode = Bits(r.DeltaMode, 0x100, specular ? 0x100 : 0);
-                        r.TextureColorMode = Bits(r.TextureColorMode, 0x48, specular ? 0x48 : 0);
+                        r.DeltaMode = WithBits(r.DeltaMode, 0x100, specular ? 0x100 : 0);
+                        r.TextureColorMode =
+                            WithBits(r.TextureColorMode, 0x48, specular ? 0x48 : 0);
                         words = {0x260, r.DeltaMode};
                     }
                     // 256 texels: one product, 2^(4 + 4).
-                    r.TextureMapFormat = Bits(r.TextureMapFormat, 0x3A01FF,
-                                              4 | 1 << 19 | ((mode & 4) != 0 ? 0x20000 : 0));
-                    r.TextureReadMode =
-                        Bits(r.TextureReadMode, 0x3FE01, 8 << 9 | 6 << 13 | 1 | (flags & 1) << 17);
-                    r.TextureDataFormat = Bits(r.TextureDataFormat, 0x1DF,
-                                               1 | (mode & 1) << 6 | ((mode & 2) != 0 ? 0 : 0x10));
+                    r.TextureMapFormat = WithBits(r.TextureMapFormat, 0x3A01FF,
+                                                  4 | 1 << 19 | ((mode & 4) != 0 ? 0x20000 : 0));
+                    r.TextureReadMode = WithBits(r.TextureReadMode, 0x3FE01,
+                                                 8 << 9 | 6 << 13 | 1 | (flags & 1) << 17);
+                    r.TextureDataFormat =
+                        WithBits(r.TextureDataFormat, 0x1DF,
+                                 1 | (mode & 1) << 6 | ((mode & 2) != 0 ? 0 : 0x10));
                     r.TextureDataFormat |= 0x20;
                     const bool copy = (r.TextureColorMode & 0x0E) == 6;
-                    r.ColorDDAMode = Bits(r.ColorDDAMode, 1, copy ? 0 : 1);
+                    r.ColorDDAMode = WithBits(r.ColorDDAMode, 1, copy ? 0 : 1);
                     r.YUVMode &= ~7u;
                     TakenBy(w, c.record);
                     w.RenderFlags &= ~0x4000u;
                     w.TextureWidthScale = 0.125f;
                     w.TextureHeightScale = 0.03125f;
                     w.ColorKeyActive = 0;
-                    return Append(words, {0x0B0, 0x20000, 0x0CF, 0, 0x0CE, r.TextureReadMode, 0x0B2,
-                                          r.TextureDataFormat, 0x0FC, r.ColorDDAMode, 0x0B1,
-                                          r.TextureMapFormat, 0x0D0, r.TextureColorMode, 0x1E0,
-                                          r.YUVMode, 0x070, r.TextureAddressMode});
+                    return words + Words{0x0B0, 0x20000,
+                                         0x0CF, 0,
+                                         0x0CE, r.TextureReadMode,
+                                         0x0B2, r.TextureDataFormat,
+                                         0x0FC, r.ColorDDAMode,
+                                         0x0B1, r.TextureMapFormat,
+                                         0x0D0, r.TextureColorMode,
+                                         0x1E0, r.YUVMode,
+                                         0x070, r.TextureAddressMode};
                 });
             }
         }
@@ -404,7 +409,7 @@ TEST_P(TXBindTest, APlainTextureSendsItsWords) {
                 c.surface->priv.FormatComponents = 2 + (mode >> 1);
                 c.Create();
                 c.FillCopies(background);
-                c.ctx->Copies.GlintTextureFormat = Bits(background, 0x60, mode << 5);
+                c.ctx->Copies.GlintTextureFormat = WithBits(background, 0x60, mode << 5);
                 c.ctx->RenderFlags = flags | 0x4000;
                 c.Expect([&](D3DContext& w) {
                     auto& r = w.Copies;
@@ -413,11 +418,11 @@ TEST_P(TXBindTest, APlainTextureSendsItsWords) {
                     }
                     r.GlintTextureAddressMode |= 1;
                     r.GlintTextureReadMode =
-                        Bits(r.GlintTextureReadMode, 0xFFF, 1 | 8 << 1 | 6 << 5 | 4 << 9);
-                    r.GlintTextureFormat =
-                        Bits(r.GlintTextureFormat, 0x1A, (mode & 1) << 1 | (2 + (mode >> 1)) << 3);
+                        WithBits(r.GlintTextureReadMode, 0xFFF, 1 | 8 << 1 | 6 << 5 | 4 << 9);
+                    r.GlintTextureFormat = WithBits(r.GlintTextureFormat, 0x1A,
+                                                    (mode & 1) << 1 | (2 + (mode >> 1)) << 3);
                     r.GlintTextureFilterMode |= 1;
-                    r.ColorDDAMode = Bits(r.ColorDDAMode, 1, mode == 1 ? 0 : 1);
+                    r.ColorDDAMode = WithBits(r.ColorDDAMode, 1, mode == 1 ? 0 : 1);
                     TakenBy(w, c.record);
                     return Words{0x070, r.GlintTextureAddressMode,
                                  0x090, r.GlintTextureReadMode,
@@ -439,7 +444,7 @@ TEST_P(MXBindTest, APlainTextureSendsItsWords) {
                     c.surface->priv.FormatComponents = components;
                     c.Create();
                     c.FillCopies(background);
-                    c.ctx->Copies.AlphaBlendMode = Bits(background, 1, blend);
+                    c.ctx->Copies.AlphaBlendMode = WithBits(background, 1, blend);
                     c.ctx->RenderFlags = flags | 0x6000;
                     c.ctx->ColorKeyActive = 1;
                     c.Expect([&](D3DContext& w) {
@@ -448,15 +453,15 @@ TEST_P(MXBindTest, APlainTextureSendsItsWords) {
                             w.RenderFlags &= ~4u;
                         }
                         w.RenderFlags &= ~0x2000u; // the mip flag stays
-                        r.GlintTextureAddressMode = Bits(r.GlintTextureAddressMode, 0x180, 1);
-                        r.GlintTextureReadMode =
-                            Bits(r.GlintTextureReadMode, 0x800FFF, 1 | 8 << 1 | 6 << 5 | 4 << 9);
+                        r.GlintTextureAddressMode = WithBits(r.GlintTextureAddressMode, 0x180, 1);
+                        r.GlintTextureReadMode = WithBits(r.GlintTextureReadMode, 0x800FFF,
+                                                          1 | 8 << 1 | 6 << 5 | 4 << 9);
                         r.GlintTextureFormat =
-                            Bits(r.GlintTextureFormat, 0x1A, 2 | components << 3);
-                        r.GlintTextureFilterMode = Bits(r.GlintTextureFilterMode, 2, 1);
-                        r.TextureColorMode =
-                            Bits(r.TextureColorMode, 0x180, 0x201 | (components == 3 ? 0x80 : 0));
-                        r.FBReadMode = Bits(r.FBReadMode, 0x400, blend << 10);
+                            WithBits(r.GlintTextureFormat, 0x1A, 2 | components << 3);
+                        r.GlintTextureFilterMode = WithBits(r.GlintTextureFilterMode, 2, 1);
+                        r.TextureColorMode = WithBits(r.TextureColorMode, 0x180,
+                                                      0x201 | (components == 3 ? 0x80 : 0));
+                        r.FBReadMode = WithBits(r.FBReadMode, 0x400, blend << 10);
                         w.ColorKeyActive = 0;
                         TakenBy(w, c.record);
                         return Words{0x070, r.GlintTextureAddressMode,
@@ -613,16 +618,16 @@ TEST_P(BindTest, AFourBitPaletteIsSentAtEachChange) {
     c.Create();
     Words want;
     if (GetParam().IsFirst()) {
-        want = Append({0x0B0, 0x80000, 0x0CF, 1}, PalettePairs(16));
-        want = Append(want, {0x0CE, 0});
+        want = Words{0x0B0, 0x80000, 0x0CF, 1} + PalettePairs(16);
+        want = want + Words{0x0CE, 0};
     } else if (GetParam().IsP2()) {
-        want = Append({0x0B0, 0x80000, 0x0CF, 1}, PalettePairs(16));
-        want = Append(want, {0x098, 0, 0x09B, 0, 0x0CE, 0});
+        want = Words{0x0B0, 0x80000, 0x0CF, 1} + PalettePairs(16);
+        want = want + Words{0x098, 0, 0x09B, 0, 0x0CE, 0};
     } else if (GetParam().device == 2) {
-        want = Append({0x0A0, 0x200000}, PalettePairs(16));
+        want = Words{0x0A0, 0x200000} + PalettePairs(16);
     } else {
-        want = Append({0x0A0, 0x200000}, PalettePairs(16));
-        want = Append(want, {0x09B, 0, 0x098, 0});
+        want = Words{0x0A0, 0x200000} + PalettePairs(16);
+        want = want + Words{0x09B, 0, 0x098, 0};
     }
     for (int round = 0; round != 2; ++round) {
         c.Change();
@@ -696,11 +701,11 @@ TEST_P(PermediaBindTest, AnEightBitPaletteIsLoadedOnce) {
     const uint32_t address = (0x40000 + 256 * 64) / 4;
     EXPECT_EQ(c.surface->priv.LUTAddress, address);
     Words want = GetParam().IsFirst() ? Words{} : Words{0x260, 0};
-    want = Append(want, {0x0B0, 0x40000, 0x11E, address});
-    want = Append(want, PaletteRuns());
-    want = Append(want, {0x017, 0, 0x09A, address, 0x09B, 0x10000, 0x0CF, 1});
+    want = want + Words{0x0B0, 0x40000, 0x11E, address};
+    want = want + PaletteRuns();
+    want = want + Words{0x017, 0, 0x09A, address, 0x09B, 0x10000, 0x0CF, 1};
     if (GetParam().IsP2()) {
-        want = Append(want, {0x098, 0});
+        want = want + Words{0x098, 0};
     }
     want.push_back(0x0CE);
     Words have = c.Take();
@@ -728,8 +733,8 @@ TEST_P(MXBindTest, AnEightBitPaletteIsLoadedOnceAndTheDepthWordsComeBack) {
     const uint32_t address = (0x40000 + 256 * 64) / 4;
     EXPECT_EQ(c.surface->priv.LUTAddress, address);
     Words want = {0x0A0, 0x200000, 0x117, address, 0x11E, 0, 0x110, 0};
-    want = Append(want, PaletteRuns());
-    want = Append(want, {0x017, 0, 0x110, 0x1234, 0x117, 0x5678, 0x09A, address, 0x09B, 0x10000});
+    want = want + PaletteRuns();
+    want = want + Words{0x017, 0, 0x110, 0x1234, 0x117, 0x5678, 0x09A, address, 0x09B, 0x10000};
     Words have = c.Take();
     have.erase(have.begin(), have.begin() + 6); // the unit words
     have.resize(want.size());
@@ -928,12 +933,12 @@ TEST_P(MXBindTest, AKeySendsBlendAndTestWords) {
             c.ctx->RenderFlags = flags;
             c.Expect([&](D3DContext& w) {
                 auto& r = w.Copies;
-                r.GlintTextureAddressMode = Bits(r.GlintTextureAddressMode, 0x180, 1);
+                r.GlintTextureAddressMode = WithBits(r.GlintTextureAddressMode, 0x180, 1);
                 r.GlintTextureReadMode =
-                    Bits(r.GlintTextureReadMode, 0x800FFF, 1 | 8 << 1 | 6 << 5 | 4 << 9);
-                r.GlintTextureFormat = Bits(r.GlintTextureFormat, 0x1A, 2 | 2 << 3);
+                    WithBits(r.GlintTextureReadMode, 0x800FFF, 1 | 8 << 1 | 6 << 5 | 4 << 9);
+                r.GlintTextureFormat = WithBits(r.GlintTextureFormat, 0x1A, 2 | 2 << 3);
                 r.GlintTextureFilterMode |= 3;
-                r.TextureColorMode = Bits(r.TextureColorMode, 0x100, 0x281);
+                r.TextureColorMode = WithBits(r.TextureColorMode, 0x100, 0x281);
                 r.FBReadMode |= 0x400;
                 r.AlphaBlendModeKeyed = r.AlphaBlendMode | 1;
                 if (flags == 0) {

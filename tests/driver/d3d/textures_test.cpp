@@ -12,15 +12,9 @@
 namespace test {
 namespace {
 
-RigOptions Chip(uint32_t device) {
-    RigOptions options;
-    options.deviceId = device;
-    return options;
-}
-
 class Textures {
   public:
-    explicit Textures(uint32_t device = DevicePermedia) : rig(Chip(device)) {
+    explicit Textures(uint32_t device = DevicePermedia) : rig(test::OptionsOf(device)) {
         rig.Ready();
         ctx = AddContext(3);
     }

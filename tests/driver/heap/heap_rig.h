@@ -16,6 +16,7 @@
 
 namespace test {
 
+inline constexpr uint32_t kBottom = AllocateFromBottom | FirstFit;
 inline constexpr uint32_t kHeapOffset = 0x10000; // of HeapStart from FrameBufferBase
 inline constexpr uint32_t kFirstGroupHandle = 0xF1A70000;
 

@@ -5,7 +5,7 @@ namespace {
 
 using test::HeapRig;
 
-constexpr uint32_t kBottom = AllocateFromBottom | FirstFit;
+using test::kBottom;
 
 // A heap from address 0x100 to 0x10FF over a picture of its own, so that a stretch's address is an
 // offset in it.

@@ -5,7 +5,7 @@ namespace {
 
 using test::HeapRig;
 
-constexpr uint32_t kBottom = AllocateFromBottom | FirstFit;
+using test::kBottom;
 constexpr uint32_t kTop = AllocateFromTop | FirstFit;
 
 TEST(Aligned, RoundsUpFromTheBase) {

@@ -11,47 +11,20 @@
 namespace {
 
 using reference::DeltaReference;
+using test::Bits;
 using test::DeltaRig;
+using test::Draw;
 using test::DrawRecords;
-using test::P2Random;
+using test::FanVertices;
+using test::FullXYZ;
+using test::kEven;
+using test::SetupRandom;
 using test::TriangleRecord;
 using test::Vertex;
-using Words = std::vector<uint32_t>;
-
-constexpr uint32_t kEven = D3DTRIFLAG_EVEN;
-
-Words operator+(Words left, const Words& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-uint32_t Bits(float value) {
-    return std::bit_cast<uint32_t>(value);
-}
-
-// Around vertex 0: 0, 1, 2 and 0, 2, 3 and 0, 3, 4 have areas of one sign.
-std::vector<D3DTLVERTEX> FanVertices() {
-    return {
-        Vertex(20, 10, 0.5f, 0x40102030, 0x10000000), Vertex(30, 20, 0.25f, 0x80405060, 0x20000000),
-        Vertex(10, 30, 1.0f, 0xC0708090, 0x30000000), Vertex(0, 20, 0.0f, 0xF0A0B0C0, 0xFF000000),
-        Vertex(2, 5, 0.125f, 0x00D0E0F0, 0x01020304)};
-}
-
-Words XY(uint32_t slot, const D3DTLVERTEX& v) {
-    return {0x0C008230 + slot, Bits(v.sx), Bits(v.sy)};
-}
-Words XYZ(uint32_t slot, const D3DTLVERTEX& v) {
-    return {0x1C008230 + slot, Bits(v.sx), Bits(v.sy), Bits(v.sz)};
-}
-Words FullXYZ(const std::vector<D3DTLVERTEX>& v, int a, int b, int c) {
-    return XYZ(0, v[a]) + XYZ(0x10, v[b]) + XYZ(0x20, v[c]);
-}
-
-Words Draw(DeltaRig& rig, Renderer member, std::vector<D3DTLVERTEX> vertices,
-           const std::vector<D3DTRIANGLE>& records) {
-    DrawRecords(rig, member, vertices, records);
-    return rig.Take();
-}
+using test::Words;
+using test::XY;
+using test::XYZ;
+using test::operator+;
 
 TEST(DeltaTriangle, FlatSendsVerticesConstantColourAndDrawWord) {
     DeltaRig rig;
@@ -280,7 +253,7 @@ TEST(DeltaPoint, EachVertexIsALineOneRowLongDrawnByItsEdgeFlag) {
 }
 
 TEST(DeltaUntextured, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
-    P2Random random(31);
+    SetupRandom random(31);
     DeltaRig rig;
     for (int round = 0; round < 300; ++round) {
         random.State(rig, random.Pick(0x800));
@@ -288,7 +261,7 @@ TEST(DeltaUntextured, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
         const auto records = random.Records(vertices.size());
         using R = DeltaReference;
         test::ExpectLikeReference<R>(rig, Delta_Tri_XYZ_RGBF, vertices, records, true, [&](R& r) {
-            r.Solid(reference::kDeltaPlain, vertices, records);
+            r.Solid(reference::kPlainMember, vertices, records);
         });
         test::ExpectLikeReference<R>(rig, Delta_Tri_XY_FLAT, vertices, records, true,
                                      [&](R& r) { r.Block(false, vertices, records); });
@@ -296,7 +269,7 @@ TEST(DeltaUntextured, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
                                      [&](R& r) { r.Block(true, vertices, records); });
         test::ExpectLikeReference<R>(
             rig, Delta_TriWire_XYZ_RGBF, vertices, records, true,
-            [&](R& r) { r.Wire(reference::kDeltaPlain, vertices, records); });
+            [&](R& r) { r.Wire(reference::kPlainMember, vertices, records); });
         test::ExpectLikeReference<R>(rig, Delta_TriPoint_XYZ_RGBF, vertices, records, true,
                                      [&](R& r) { r.Points(vertices, records); });
         ASSERT_FALSE(HasFatalFailure()) << round;
@@ -304,7 +277,7 @@ TEST(DeltaUntextured, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
 }
 
 TEST(DeltaUntextured, TheStoreHoldsEachDrawnRecordsVerticesButBehindACulledContinuation) {
-    P2Random random(32);
+    SetupRandom random(32);
     size_t complete = 0, others = 0;
     DeltaRig rig;
     for (int round = 0; round < 100; ++round) {
@@ -316,7 +289,8 @@ TEST(DeltaUntextured, TheStoreHoldsEachDrawnRecordsVerticesButBehindACulledConti
             DrawRecords(rig, member, vertices, records);
             test::VertexStore store;
             store.Replay(rig.Take());
-            const auto drawn = test::RecordsDrawn(rig.ctx.CullMode, vertices, records);
+            const auto drawn =
+                test::RecordsDrawn<DeltaReference>(rig.ctx.CullMode, vertices, records);
             ASSERT_EQ(store.drawn.size(), drawn.size());
             for (size_t i = 0; i < drawn.size(); ++i) {
                 if (!drawn[i].complete) {

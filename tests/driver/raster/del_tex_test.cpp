@@ -10,54 +10,38 @@
 
 namespace {
 
-using reference::DeltaMember;
 using reference::DeltaReference;
+using test::Bits;
 using test::DeltaRig;
+using test::Draw;
 using test::DrawRecords;
-using test::P2Random;
+using test::kEven;
+using test::SetupRandom;
+using test::TexturedVertex;
 using test::TriangleRecord;
 using test::Vertex;
-using Words = std::vector<uint32_t>;
+using test::Words;
+using test::operator+;
 
-constexpr uint32_t kEven = D3DTRIFLAG_EVEN;
-
-struct MemberCase {
+struct DeltaMember {
     const char* name;
     Renderer renderer;
-    DeltaMember traits;
+    reference::SetupMember traits;
 };
 
-const MemberCase kTriangles[] = {
+const DeltaMember kTriangles[] = {
     {"RGBF", Delta_Tri_XYZ_STQ_RGBF, reference::kDeltaRGBF},
     {"FogSpecular", Delta_Tri_XYZ_STQ_RGB_FogSpecular, reference::kDeltaFogSpecular},
     {"RGBFS", Delta_Tri_XYZ_STQ_RGBFS, reference::kDeltaRGBFS},
 };
-const MemberCase kWires[] = {
+const DeltaMember kWires[] = {
     {"RGBF", Delta_TriWire_XYZ_STQ_RGBF, reference::kDeltaRGBF},
     {"FogSpecular", Delta_TriWire_XYZ_STQ_RGB_FogSpecular, reference::kDeltaFogSpecular},
     {"RGBFS", Delta_TriWire_XYZ_STQ_RGBFS, reference::kDeltaRGBFS},
 };
 
-Words operator+(Words left, const Words& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-uint32_t Bits(float value) {
-    return std::bit_cast<uint32_t>(value);
-}
-
-D3DTLVERTEX TexturedVertex(float sx, float sy, float tu, float tv, float rhw, D3DCOLOR color,
-                           D3DCOLOR specular) {
-    D3DTLVERTEX v = Vertex(sx, sy, 0.5f, color, specular);
-    v.tu = tu;
-    v.tv = tv;
-    v.rhw = rhw;
-    return v;
-}
-
 // 0, 1, 2 and 0, 2, 3 have areas of one sign. Specular is black but for its top byte.
-std::vector<D3DTLVERTEX> Vertices() {
+std::vector<D3DTLVERTEX> DeltaVertices() {
     return {TexturedVertex(20, 10, 0.5f, 0.25f, 0.5f, 0x40808080, 0x10000000),
             TexturedVertex(30, 20, 0.25f, 0.75f, 0.25f, 0x80010101, 0x20000000),
             TexturedVertex(10, 30, 0.125f, 0.5f, 1.0f, 0xC0FFFFFF, 0x30000000),
@@ -65,24 +49,23 @@ std::vector<D3DTLVERTEX> Vertices() {
 }
 
 // Both scales are 1/4.
-void BindTexture(DeltaRig& rig) {
+void BindQuarterScales(DeltaRig& rig) {
     rig.ctx.TextureWidthScale = rig.ctx.TextureHeightScale = 0.25f;
     rig.ctx.TextureRepeatU = rig.ctx.TextureRepeatV = 4.0f;
     rig.ctx.TextureRepeatMaskU = rig.ctx.TextureRepeatMaskV = 3;
 }
 
 template <class Record>
-Words Draw(DeltaRig& rig, Renderer member, std::vector<D3DTLVERTEX> vertices,
-           const std::vector<Record>& records) {
-    BindTexture(rig);
-    DrawRecords(rig, member, vertices, records);
-    return rig.Take();
+Words DrawBound(DeltaRig& rig, Renderer member, std::vector<D3DTLVERTEX> vertices,
+                const std::vector<Record>& records) {
+    BindQuarterScales(rig);
+    return Draw(rig, member, vertices, records);
 }
 Words DrawOne(DeltaRig& rig, Renderer member, const std::vector<D3DTLVERTEX>& vertices) {
-    return Draw(rig, member, vertices, std::vector{TriangleRecord(0, 1, 2)});
+    return DrawBound(rig, member, vertices, std::vector{TriangleRecord(0, 1, 2)});
 }
 
-// S, T and Q of Vertices() under perspective, scaled.
+// S, T and Q of DeltaVertices() under perspective, scaled.
 Words STQ(const D3DTLVERTEX& v) {
     return {Bits(v.tu / 4 * v.rhw), Bits(v.tv / 4 * v.rhw), Bits(v.rhw)};
 }
@@ -96,7 +79,7 @@ TEST(DeltaTextured, FullTriangleSendsVerticesFogColoursAndDrawWord) {
     DeltaRig rig;
     rig.ctx.RenderFlags = RF_GOURAUD | RF_PERSPECTIVE | RF_FOG;
     rig.ctx.RenderCommand = 0x12000;
-    const auto v = Vertices();
+    const auto v = DeltaVertices();
     Words expected;
     for (uint32_t i = 0; i < 3; ++i) {
         expected = expected + Words{0x1C078230 + 0x10 * i} + STQ(v[i]) + Place(v[i]);
@@ -110,7 +93,7 @@ TEST(DeltaTextured, FullTriangleSendsVerticesFogColoursAndDrawWord) {
 
 TEST(DeltaTextured, WithoutPerspectiveQIsOne) {
     DeltaRig rig;
-    const auto v = Vertices();
+    const auto v = DeltaVertices();
     const Words words = DrawOne(rig, Delta_Tri_XYZ_STQ_RGBF, v);
     EXPECT_EQ(Words(words.begin() + 1, words.begin() + 4),
               (Words{Bits(0.125f), Bits(0.0625f), Bits(1.0f)}));
@@ -120,7 +103,7 @@ TEST(DeltaTextured, GlintTakesUnscaledCoordinates) {
     for (const auto& member : kTriangles) {
         DeltaRig rig;
         rig.chip.Family = FamilyGlint;
-        const Words words = DrawOne(rig, member.renderer, Vertices());
+        const Words words = DrawOne(rig, member.renderer, DeltaVertices());
         EXPECT_EQ(Words(words.begin() + 1, words.begin() + 3), (Words{Bits(0.5f), Bits(0.25f)}));
     }
 }
@@ -129,7 +112,7 @@ TEST(DeltaTextured, GouraudColoursGoThroughGammaButOnRGBFS) {
     for (const auto& member : kTriangles) {
         DeltaRig rig;
         rig.ctx.RenderFlags = RF_GOURAUD;
-        const Words words = DrawOne(rig, member.renderer, Vertices());
+        const Words words = DrawOne(rig, member.renderer, DeltaVertices());
         const auto at = std::find(words.begin(), words.end(), 0x00E08200u);
         ASSERT_NE(at, words.end());
         const Words sent(at + 1, at + 4);
@@ -140,7 +123,7 @@ TEST(DeltaTextured, GouraudColoursGoThroughGammaButOnRGBFS) {
 TEST(DeltaTextured, FlatColourGoesThroughGammaButOnRGBFS) {
     for (const auto& member : kTriangles) {
         DeltaRig rig;
-        const Words words = DrawOne(rig, member.renderer, Vertices());
+        const Words words = DrawOne(rig, member.renderer, DeltaVertices());
         EXPECT_EQ(Words(words.end() - 4, words.end() - 2),
                   (Words{0x0FD, member.traits.gamma ? 0x40B4B3B5u : 0x40808080u}))
             << member.name;
@@ -150,7 +133,7 @@ TEST(DeltaTextured, FlatColourGoesThroughGammaButOnRGBFS) {
 TEST(DeltaTextured, SpecularIsIgnoredByRGBFAndNeverAddedToColours) {
     for (const auto& member : kTriangles) {
         DeltaRig rig;
-        auto v = Vertices();
+        auto v = DeltaVertices();
         for (D3DTLVERTEX& vertex : v) {
             vertex.specular |= 0x00404040;
         }
@@ -175,7 +158,7 @@ std::vector<float> Strengths(const Words& words, size_t vertexWords = 8) {
 TEST(DeltaTextured, FogSpecularSendsWhatSpecularLeaves) {
     DeltaRig rig;
     rig.ctx.RenderFlags = RF_GOURAUD | RF_SPECULAR | RF_FOG;
-    auto v = Vertices();
+    auto v = DeltaVertices();
     v[1].specular = 0xFFFFFFFF;
     v[2].specular = 0x000000FF;
     const Words words = DrawOne(rig, Delta_Tri_XYZ_STQ_RGB_FogSpecular, v);
@@ -190,7 +173,7 @@ TEST(DeltaTextured, FogSpecularSendsWhatSpecularLeaves) {
 TEST(DeltaTextured, RGBFSSendsKsAndRealFog) {
     DeltaRig rig;
     rig.ctx.RenderFlags = RF_GOURAUD | RF_SPECULAR | RF_FOG;
-    auto v = Vertices();
+    auto v = DeltaVertices();
     v[1].specular = 0x2000FF00;
     v[2].specular = 0x30FF0000;
     const Words words = DrawOne(rig, Delta_Tri_XYZ_STQ_RGBFS, v);
@@ -206,7 +189,7 @@ TEST(DeltaTextured, RGBFSSendsKsAndRealFog) {
 TEST(DeltaTextured, WithSpecularOffTheHeadersStayAndLIsZero) {
     DeltaRig rig;
     rig.ctx.RenderFlags = RF_GOURAUD;
-    auto v = Vertices();
+    auto v = DeltaVertices();
     for (D3DTLVERTEX& vertex : v) {
         vertex.specular = 0x00FFFFFF;
     }
@@ -222,10 +205,11 @@ TEST(DeltaTextured, FlatShadingTakesTheFirstVertexsStrengthForAllAndOnContinuati
     DeltaRig rig;
     rig.ctx.RenderFlags = RF_SPECULAR;
     rig.SetCull(D3DCULL_CCW);
-    auto v = Vertices();
+    auto v = DeltaVertices();
     v[0].specular = 0x000000FF;
-    const Words words = Draw(rig, Delta_Tri_XYZ_STQ_RGBFS, v,
-                             std::vector{TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
+    const Words words =
+        DrawBound(rig, Delta_Tri_XYZ_STQ_RGBFS, v,
+                  std::vector{TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
     const float ks = 255.0f * 0.002301960784314f;
     EXPECT_EQ(Strengths(words), (std::vector<float>{ks, ks, ks}));
     EXPECT_EQ(words[28], 0x1C0F8240u);
@@ -236,9 +220,10 @@ TEST(DeltaTextured, AContinuationSendsVertexFogAndColourOfTheThird) {
     DeltaRig rig;
     rig.ctx.RenderFlags = RF_GOURAUD | RF_PERSPECTIVE | RF_FOG;
     rig.SetCull(D3DCULL_CCW);
-    const auto v = Vertices();
-    const Words words = Draw(rig, Delta_Tri_XYZ_STQ_RGBF, v,
-                             std::vector{TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
+    const auto v = DeltaVertices();
+    const Words words =
+        DrawBound(rig, Delta_Tri_XYZ_STQ_RGBF, v,
+                  std::vector{TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
     EXPECT_EQ(Words(words.begin() + 41, words.end()),
               Words{0x1C078240} + STQ(v[3]) + Place(v[3]) +
                   (Words{0x219, 0x3FC000, 0x00E08210, 0, 0, 0, 0x261, 0x10040}));
@@ -246,7 +231,7 @@ TEST(DeltaTextured, AContinuationSendsVertexFogAndColourOfTheThird) {
 
 TEST(DeltaTextured, CoordinatesAreSlidAndWrappedOnTheFullPath) {
     DeltaRig rig;
-    auto v = Vertices();
+    auto v = DeltaVertices();
     // Slid by round(6.25) - 3 = 3: 3.25, 2.5, 2.25. Then vertex 0 is alone: the others go up.
     v[0].tu = 6.25f;
     v[1].tu = 5.5f;
@@ -273,63 +258,64 @@ TEST(DeltaTextured, OnAContinuationARuleThatRaisesTheOthersChangesNothing) {
     for (const auto& c : cases) {
         DeltaRig rig;
         rig.SetCull(D3DCULL_CCW);
-        auto v = Vertices();
+        auto v = DeltaVertices();
         v[0].tu = c.u0;
         v[2].tu = c.u1;
         v[3].tu = c.u2;
         const std::vector records = {TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)};
         rig.ctx.RenderFlags = RF_WRAPU;
-        const Words words = Draw(rig, Delta_Tri_XYZ_STQ_RGBF, v, records);
+        const Words words = DrawBound(rig, Delta_Tri_XYZ_STQ_RGBF, v, records);
         ASSERT_EQ(words[25], 0x1C078240u);
         EXPECT_EQ(words[26], Bits(c.sent / 4)) << c.u0 << ' ' << c.u1 << ' ' << c.u2;
         rig.ctx.RenderFlags = RF_WRAPV;
-        EXPECT_EQ(Draw(rig, Delta_Tri_XYZ_STQ_RGBF, v, records)[26], Bits(c.u2 / 4));
+        EXPECT_EQ(DrawBound(rig, Delta_Tri_XYZ_STQ_RGBF, v, records)[26], Bits(c.u2 / 4));
     }
 }
 
 TEST(DeltaTextured, AContinuationIsSlidByAllThreeCoordinates) {
     DeltaRig rig;
     rig.SetCull(D3DCULL_CCW);
-    auto v = Vertices();
+    auto v = DeltaVertices();
     v[2].tu = 6.0f; // round(6) - 3: everything by 3
-    const Words words = Draw(rig, Delta_Tri_XYZ_STQ_RGBF, v,
-                             std::vector{TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
+    const Words words =
+        DrawBound(rig, Delta_Tri_XYZ_STQ_RGBF, v,
+                  std::vector{TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
     EXPECT_EQ(words[26], Bits((0.375f - 3.0f) / 4));
 }
 
 TEST(DeltaTextured, BlendingSendsAlphaUnlessItIsForcedToZero) {
     DeltaRig rig;
     rig.ctx.RenderFlags = RF_GOURAUD | RF_BLEND;
-    Words words = DrawOne(rig, Delta_Tri_XYZ_STQ_RGBF, Vertices());
+    Words words = DrawOne(rig, Delta_Tri_XYZ_STQ_RGBF, DeltaVertices());
     EXPECT_EQ(Words(words.begin() + 21, words.begin() + 26),
               Words{0x01E08200} + kGrey + Words{0x40u << 22});
     rig.ctx.BlendForcesZeroAlpha = 1;
-    words = DrawOne(rig, Delta_Tri_XYZ_STQ_RGBF, Vertices());
+    words = DrawOne(rig, Delta_Tri_XYZ_STQ_RGBF, DeltaVertices());
     EXPECT_EQ(words[25], 0u);
 }
 
 TEST(DeltaTextured, StippleComesBehindFogAndIsTheFirstVertexsOwn) {
     DeltaRig rig;
     rig.ctx.RenderFlags = RF_STIPPLEDALPHA | RF_FOG;
-    const Words words = DrawOne(rig, Delta_Tri_XYZ_STQ_RGBF, Vertices());
+    const Words words = DrawOne(rig, Delta_Tri_XYZ_STQ_RGBF, DeltaVertices());
     EXPECT_EQ(words[25], 0x229u);
     EXPECT_EQ(Words(words.begin() + 27, words.begin() + 31), (Words{0x00FF8040, 0xAA, 0x44, 0xAA}));
     EXPECT_EQ(words.back(), 0x10041u);
 }
 
 TEST(DeltaTextured, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
-    P2Random random(41);
+    SetupRandom random(41);
     DeltaRig rig;
     for (int round = 0; round < 300; ++round) {
         random.State(rig, random.Pick(0x800));
         const auto vertices = random.Vertices(9);
         const auto records = random.Records(vertices.size());
         using R = DeltaReference;
-        for (const MemberCase& member : kTriangles) {
+        for (const DeltaMember& member : kTriangles) {
             test::ExpectLikeReference<R>(rig, member.renderer, vertices, records, true,
                                          [&](R& r) { r.Solid(member.traits, vertices, records); });
         }
-        for (const MemberCase& member : kWires) {
+        for (const DeltaMember& member : kWires) {
             test::ExpectLikeReference<R>(rig, member.renderer, vertices, records, true,
                                          [&](R& r) { r.Wire(member.traits, vertices, records); });
         }
@@ -338,18 +324,19 @@ TEST(DeltaTextured, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
 }
 
 TEST(DeltaTextured, TheStoreHoldsEachDrawnRecordsVerticesButBehindACulledContinuation) {
-    P2Random random(42);
+    SetupRandom random(42);
     size_t complete = 0;
     DeltaRig rig;
     for (int round = 0; round < 100; ++round) {
         random.State(rig, RF_PERSPECTIVE | random.Pick(2) * RF_FOG | random.Pick(2) * RF_GOURAUD);
         auto vertices = random.Vertices(40);
         const auto records = test::RandomFans(random, 40, 60);
-        for (const MemberCase& member : kTriangles) {
+        for (const DeltaMember& member : kTriangles) {
             DrawRecords(rig, member.renderer, vertices, records);
             test::VertexStore store;
             store.Replay(rig.Take());
-            const auto drawn = test::RecordsDrawn(rig.ctx.CullMode, vertices, records);
+            const auto drawn =
+                test::RecordsDrawn<DeltaReference>(rig.ctx.CullMode, vertices, records);
             ASSERT_EQ(store.drawn.size(), drawn.size());
             for (size_t i = 0; i < drawn.size(); ++i) {
                 if (drawn[i].complete) {
@@ -367,9 +354,9 @@ TEST(DeltaTextured, TheStoreHoldsEachDrawnRecordsVerticesButBehindACulledContinu
 TEST(DeltaTexturedWire, SendsTheTrianglesWordsForTwoEndsAtATime) {
     DeltaRig rig;
     rig.ctx.RenderFlags = RF_PERSPECTIVE | RF_SPECULAR;
-    const auto v = Vertices();
-    const Words words = Draw(rig, Delta_TriWire_XYZ_STQ_RGBFS, v,
-                             std::vector{TriangleRecord(0, 1, 2, D3DTRIFLAG_EDGEENABLE2)});
+    const auto v = DeltaVertices();
+    const Words words = DrawBound(rig, Delta_TriWire_XYZ_STQ_RGBFS, v,
+                                  std::vector{TriangleRecord(0, 1, 2, D3DTRIFLAG_EDGEENABLE2)});
     const auto vertex = [&](uint32_t slot, const D3DTLVERTEX& at) {
         return Words{0x1C0F8230 + slot} + STQ(at) + Words{0} + Place(at);
     };
@@ -388,11 +375,11 @@ TEST(DeltaLine, BracketsTheBatchAndDrawsFromTheFirstEnd) {
     DeltaRig rig;
     rig.ctx.RenderCommand = 0x10040;
     rig.ctx.RenderFlags = RF_LASTPIXEL;
-    const auto v = Vertices();
+    const auto v = DeltaVertices();
     for (const Renderer member : {Delta_Line_XYZ_STQ_RGBF, Delta_Line_XYZ_STQ_RGBFS}) {
         const Words begin = {0x014, 0x20, 0x1C008230}, second = {0x1C008240};
         const Words end = {0x0FD, 0x40808080, 0x263, 0x10004, 0x008, 1, 0x014, 0};
-        EXPECT_EQ(Draw(rig, member, v, OneLine(0, 1)),
+        EXPECT_EQ(DrawBound(rig, member, v, OneLine(0, 1)),
                   begin + Place(v[0]) + second + Place(v[1]) + end);
     }
 }
@@ -400,33 +387,33 @@ TEST(DeltaLine, BracketsTheBatchAndDrawsFromTheFirstEnd) {
 TEST(DeltaLine, ColoursAreFixedPointWordsWithoutGammaOrSpecular) {
     DeltaRig rig;
     rig.ctx.RenderFlags = RF_GOURAUD | RF_BLEND | RF_SPECULAR;
-    auto v = Vertices();
+    auto v = DeltaVertices();
     v[0].specular = 0x00404040;
-    const Words words = Draw(rig, Delta_Line_XYZ_STQ_RGBF, v, OneLine(0, 1));
+    const Words words = DrawBound(rig, Delta_Line_XYZ_STQ_RGBF, v, OneLine(0, 1));
     EXPECT_EQ(Words(words.begin() + 10, words.begin() + 20),
               (Words{0x01E08200, 128u << 22, 128u << 22, 128u << 22, 0x40u << 22, 0x01E08210,
                      1u << 22, 1u << 22, 1u << 22, 0x80u << 22}));
     rig.ctx.BlendForcesZeroAlpha = 1;
-    EXPECT_EQ(Draw(rig, Delta_Line_XYZ_STQ_RGBF, v, OneLine(0, 1))[14], 0u);
+    EXPECT_EQ(DrawBound(rig, Delta_Line_XYZ_STQ_RGBF, v, OneLine(0, 1))[14], 0u);
 }
 
 TEST(DeltaLine, SpecularIsFOrKsOfEachEndAndRealFogMayGoToo) {
     DeltaRig rig;
     rig.ctx.RenderFlags = RF_TEXTURE | RF_PERSPECTIVE | RF_SPECULAR | RF_FOG;
-    auto v = Vertices();
+    auto v = DeltaVertices();
     v[1].specular = 0x200000FF;
     const float l = 255.0f * 0.002301960784314f;
     const Words fog = {0x209, 0x40000, 0x219, 0x80000};
-    const Words rgbf = Draw(rig, Delta_Line_XYZ_STQ_RGBF, v, OneLine(0, 1));
+    const Words rgbf = DrawBound(rig, Delta_Line_XYZ_STQ_RGBF, v, OneLine(0, 1));
     EXPECT_EQ(Words(rgbf.begin() + 2, rgbf.begin() + 22),
               Words{0x1E078230} + STQ(v[0]) + Words{Bits(1.0f)} + Place(v[0]) + Words{0x1E078240} +
                   STQ(v[1]) + Words{Bits(1.0f - l)} + Place(v[1]) + fog);
-    const Words rgbfs = Draw(rig, Delta_Line_XYZ_STQ_RGBFS, v, OneLine(0, 1));
+    const Words rgbfs = DrawBound(rig, Delta_Line_XYZ_STQ_RGBFS, v, OneLine(0, 1));
     EXPECT_EQ(Words(rgbfs.begin() + 2, rgbfs.begin() + 22),
               Words{0x1C0F8230} + STQ(v[0]) + Words{0} + Place(v[0]) + Words{0x1C0F8240} +
                   STQ(v[1]) + Words{Bits(l)} + Place(v[1]) + fog);
     rig.ctx.RenderFlags = RF_TEXTURE | RF_PERSPECTIVE;
-    EXPECT_EQ(Draw(rig, Delta_Line_XYZ_STQ_RGBFS, v, OneLine(0, 1))[2], 0x1C078230u);
+    EXPECT_EQ(DrawBound(rig, Delta_Line_XYZ_STQ_RGBFS, v, OneLine(0, 1))[2], 0x1C078230u);
 }
 
 TEST(DeltaLine, EndsOnOnePixelAreDrawnOnePixelLongAndTheVertexStaysAsItWas) {
@@ -465,7 +452,7 @@ TEST(DeltaLine, WithOneVertexForBothEndsBothAreLowered) {
 }
 
 TEST(DeltaLine, BothMembersMatchThePlainReferenceOverRandomBatches) {
-    P2Random random(43);
+    SetupRandom random(43);
     DeltaRig rig;
     for (int round = 0; round < 400; ++round) {
         random.State(rig, random.Pick(0x800) | random.Pick(2) * RF_LASTPIXEL);

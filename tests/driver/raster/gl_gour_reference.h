@@ -2,13 +2,15 @@
 // The triangle set-up once more, the slow way: flags in variables, plain formulas, a list of words.
 // Slopes are singles combined in the required order; words come from the reference conversions.
 #include "driver/d3d/dcontext.h"
+#include "tests/driver/raster/colour_reference.h"
 #include "tests/driver/raster/conversion_reference.h"
+#include "tests/driver/raster/stream_reference.h"
 #include "tests/driver/raster/texcoord_reference.h"
+#include "tests/support/tag_names.h"
 
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <initializer_list>
 #include <vector>
 
 namespace reference {
@@ -21,26 +23,8 @@ struct Member {
     int texture = 0; // coordinates sent: none, 2 (S, T) or 3 (S, T, Q)
 };
 
-// One thing a renderer does: a word, or a wait for entries.
-struct Step {
-    bool wait;
-    uint32_t value;
-};
-
-class TriangleReference {
+class TriangleReference : public StreamReference {
   public:
-    std::vector<Step> steps;
-
-    std::vector<uint32_t> Words() const {
-        std::vector<uint32_t> words;
-        for (const Step& step : steps) {
-            if (!step.wait) {
-                words.push_back(step.value);
-            }
-        }
-        return words;
-    }
-
     // Updates ctx.StippleIndex and the vertices' sy, as the renderer does.
     void Batch(const Member& member, D3DContext& ctx, std::vector<D3DTLVERTEX>& vertices,
                const std::vector<uint32_t>& indices) {
@@ -51,7 +35,7 @@ class TriangleReference {
                 render &= ~(1u << 18);
             }
             Wait(2);
-            Words({0x0FC, 0});
+            Put({t::ColorDDAMode, 0});
         }
         for (size_t i = 0; i < indices.size(); i += 3) {
             Triangle(member, ctx, render, vertices[indices[i]], vertices[indices[i + 1]],
@@ -59,7 +43,7 @@ class TriangleReference {
         }
         if (member.block) {
             Wait(2);
-            Words({0x0FC, ctx.Copies.ColorDDAMode});
+            Put({t::ColorDDAMode, ctx.Copies.ColorDDAMode});
         }
     }
 
@@ -72,13 +56,6 @@ class TriangleReference {
     };
 
     float gradA_ = 0, gradB_ = 0, invHeight_ = 0;
-
-    void Wait(uint32_t entries) { steps.push_back({true, entries}); }
-    void Words(std::initializer_list<uint32_t> words) {
-        for (const uint32_t word : words) {
-            steps.push_back({false, word});
-        }
-    }
 
     static float Reciprocal(int n) {
         if (n == 0) {
@@ -98,12 +75,6 @@ class TriangleReference {
 
     static uint32_t XWord(float x) {
         return static_cast<uint32_t>(std::nearbyint(static_cast<double>(x) * 1024.0)) * 64;
-    }
-
-    static uint32_t Add(uint32_t d, uint32_t p) {
-        const uint32_t sum = (p & 0xFEFEFE) + (d & 0xFEFEFEFE);
-        const uint32_t k = (sum >> 8) & 0x10101;
-        return sum | ((0x10100 - 2 * k) & 0xFEFEFE);
     }
 
     float StepX(float p0, float p1, float p2) const {
@@ -164,21 +135,18 @@ class TriangleReference {
             uint32_t colours[3];
             for (int i = 0; i < 3; ++i) {
                 colours[i] = textured   ? Gamma(v[i].color)
-                             : specular ? Add(v[i].color, v[i].specular)
+                             : specular ? AddSpecular(v[i].color, v[i].specular)
                                         : v[i].color;
             }
             GouraudWords(ctx, colours);
         } else {
-            const uint32_t colour = specular && !textured ? Add(a.color, a.specular) : a.color;
+            const uint32_t colour =
+                specular && !textured ? AddSpecular(a.color, a.specular) : a.color;
             Wait(2);
             if (member.block) {
-                const uint32_t r = (colour >> 19) & 31, g = (colour >> 11) & 31,
-                               bl = (colour >> 3) & 31;
-                const uint32_t pixel = r << 10 | g << 5 | bl;
-                Words({0x159, ctx.BytesPerPixel == 2 ? pixel | pixel << 16 : colour & 0xFFFFFF});
+                Put({t::FBBlockColor, BlockWord(colour, ctx.BytesPerPixel)});
             } else {
-                Words({0x0FD,
-                       (colour & 0xFF) << 16 | ((colour >> 16) & 0xFF) | (colour & 0xFF00FF00)});
+                Put({t::ConstantColor, Exchange(colour)});
             }
         }
         if (member.depth) {
@@ -186,7 +154,7 @@ class TriangleReference {
             const Pair start = Fix32_16(z0), dx = Fix32_16(StepX(z0, z1, z2)),
                        dy = Fix32_16(StepY(z0, z2));
             Wait(7);
-            Words({0x0FC08130, start.upper, start.lower, dx.upper, dx.lower, dy.upper, dy.lower});
+            Put({0x0FC08130, start.upper, start.lower, dx.upper, dx.lower, dy.upper, dy.lower});
         }
         if (textured) {
             TextureWords(member.texture, ctx, v);
@@ -197,17 +165,17 @@ class TriangleReference {
                 f[i] = 1.0f - Strength(member.gouraud ? v[i].specular : a.specular);
             }
             Wait(4);
-            Words({0x007080D0, Fix2_22(f[0]), Fix2_22(StepX(f[0], f[1], f[2])),
-                   Fix2_22(StepY(f[0], f[2]))});
+            Put({0x007080D0, Fix2_22(f[0]), Fix2_22(StepX(f[0], f[1], f[2])),
+                 Fix2_22(StepY(f[0], f[2]))});
         } else if (member.fog) {
             const float f0 = Channel(v[0].specular, 24), f1 = Channel(v[1].specular, 24),
                         f2 = Channel(v[2].specular, 24);
             Wait(4);
-            Words({0x007080D0, D3DFix2_22(f0), D3DFix2_22(StepX(f0, f1, f2)),
-                   D3DFix2_22(StepY(f0, f2))});
+            Put({0x007080D0, D3DFix2_22(f0), D3DFix2_22(StepX(f0, f1, f2)),
+                 D3DFix2_22(StepY(f0, f2))});
         }
         if ((ctx.RenderFlags & 0x400) != 0) {
-            StippleWords(ctx, v[0].color >> 28);
+            StippleRows(ctx.StippleIndex, v[0].color >> 28);
             render |= 1;
         }
         EdgeWords(v, render);
@@ -239,17 +207,17 @@ class TriangleReference {
             }
         }
         Wait(count == 3 ? 10 : 7);
-        Words({count == 3 ? 0x03FE8070u : 0x007E8070u});
+        Put({count == 3 ? 0x03FE8070u : 0x007E8070u});
         for (std::vector<float>* p : {&u, &t}) {
             for (float& value : *p) {
                 value *= p == &u ? ctx.TextureWidth : ctx.TextureHeight;
             }
-            Words({Fix12_20((*p)[0]), Fix12_20(StepX((*p)[0], (*p)[1], (*p)[2])),
-                   Fix12_20(StepY((*p)[0], (*p)[2]))});
+            Put({Fix12_20((*p)[0]), Fix12_20(StepX((*p)[0], (*p)[1], (*p)[2])),
+                 Fix12_20(StepY((*p)[0], (*p)[2]))});
         }
         if (count == 3) {
-            Words({Rounded(q[0], Two(30)), Rounded(StepX(q[0], q[1], q[2]), Two(30)),
-                   Rounded(StepY(q[0], q[2]), Two(30))});
+            Put({Rounded(q[0], Two(30)), Rounded(StepX(q[0], q[1], q[2]), Two(30)),
+                 Rounded(StepY(q[0], q[2]), Two(30))});
         }
     }
 
@@ -265,34 +233,17 @@ class TriangleReference {
         const auto red = words(16), green = words(8), blue = words(0);
         if (Grey(c[0]) && Grey(c[1]) && Grey(c[2])) {
             Wait(10);
-            Words({0x01FF80F0, blue[0], blue[1], blue[2], blue[0], blue[1], blue[2], blue[0],
-                   blue[1], blue[2]});
+            Put({0x01FF80F0, blue[0], blue[1], blue[2], blue[0], blue[1], blue[2], blue[0], blue[1],
+                 blue[2]});
         } else if ((ctx.RenderFlags & 0x40) != 0) {
             const auto alpha = words(24, ctx.BlendForcesZeroAlpha == 1 ? 0 : 0xFF);
             Wait(13);
-            Words({0x0FFF80F0, red[0], red[1], red[2], green[0], green[1], green[2], blue[0],
-                   blue[1], blue[2], alpha[0], alpha[1], blue[2]});
+            Put({0x0FFF80F0, red[0], red[1], red[2], green[0], green[1], green[2], blue[0], blue[1],
+                 blue[2], alpha[0], alpha[1], blue[2]});
         } else {
             Wait(10);
-            Words({0x01FF80F0, red[0], red[1], red[2], green[0], green[1], green[2], blue[0],
-                   blue[1], blue[2]});
-        }
-    }
-
-    void StippleWords(D3DContext& ctx, uint32_t index) {
-        // Rows 0 to 3 of each pattern; rows 4 to 7 repeat them.
-        static const uint32_t rows[16] = {0x00000000, 0x88002200, 0xAA002200, 0xAA00AA00,
-                                          0xAA44AA00, 0xAA44AA11, 0xAA55AA11, 0xAA55AA55,
-                                          0xEE55AA55, 0xEE55BB55, 0xFF55BB55, 0xFF55FF55,
-                                          0xFFDDFF55, 0xFFDDFF77, 0xFFFFFF77, 0xFFFFFFFF};
-        if (index == ctx.StippleIndex) {
-            return;
-        }
-        ctx.StippleIndex = index;
-        Wait(9);
-        Words({0x00FF8040});
-        for (int row = 0; row < 8; ++row) {
-            Words({(rows[index] >> (24 - 8 * (row % 4))) & 0xFF});
+            Put({0x01FF80F0, red[0], red[1], red[2], green[0], green[1], green[2], blue[0], blue[1],
+                 blue[2]});
         }
     }
 
@@ -305,16 +256,16 @@ class TriangleReference {
         const uint32_t upper = Fix16_16(Reciprocal(y1 - y2) * (v[1].x - v[2].x));
         Wait(9);
         if (y1 == y2) {
-            Words({0x00FF8000, x0, dom, x0, lower, startY, 0xFFFF0000,
-                   static_cast<uint32_t>(y0 - y1), render});
+            Put({0x00FF8000, x0, dom, x0, lower, startY, 0xFFFF0000, static_cast<uint32_t>(y0 - y1),
+                 render});
         } else if (y1 == y0) {
-            Words({0x00FF8000, x0, dom, x1, upper, startY, 0xFFFF0000,
-                   static_cast<uint32_t>(y1 - y2), render});
+            Put({0x00FF8000, x0, dom, x1, upper, startY, 0xFFFF0000, static_cast<uint32_t>(y1 - y2),
+                 render});
         } else {
-            Words({0x00FF8000, x0, dom, x0, lower, startY, 0xFFFF0000,
-                   static_cast<uint32_t>(y0 - y1), render});
+            Put({0x00FF8000, x0, dom, x0, lower, startY, 0xFFFF0000, static_cast<uint32_t>(y0 - y1),
+                 render});
             Wait(4);
-            Words({0x040C8000, x1, upper, static_cast<uint32_t>(y1 - y2)});
+            Put({0x040C8000, x1, upper, static_cast<uint32_t>(y1 - y2)});
         }
     }
 };

@@ -1,9 +1,7 @@
 // The flat and Gouraud triangle members of the host set-up.
 #include "driver/raster/gl_gour.h"
 #include "driver/raster/stipple.h"
-#include "tests/driver/raster/gl_gour_reference.h"
-#include "tests/driver/raster/random_batch.h"
-#include "tests/driver/raster/raster_rig.h"
+#include "tests/driver/raster/gl_rig.h"
 
 #include <gtest/gtest.h>
 
@@ -18,20 +16,20 @@
 
 namespace {
 
-using test::Batch;
-using test::RandomBatch;
-using test::RandomState;
+using test::DrawOnce;
+using test::GlintMember;
+using test::HandEdges;
+using test::HandTriangle;
+using test::kHandConstantColor;
+using test::kHandDepth;
+using test::kHandFog;
+using test::kOne;
 using test::RasterRig;
 using test::Vertex;
-using Words = std::vector<uint32_t>;
+using test::Words;
+using test::operator+;
 
-struct MemberCase {
-    const char* name;
-    Renderer renderer;
-    reference::Member traits;
-};
-
-const MemberCase kMembers[] = {
+const GlintMember kPlainMembers[] = {
     {"Glint_Tri_XY_FLAT", Glint_Tri_XY_FLAT, {false, false, false, true}},
     {"Glint_Tri_XY_FLAT_F", Glint_Tri_XY_FLAT_F, {false, false, false, true}},
     {"Glint_Tri_XYZ_FLAT", Glint_Tri_XYZ_FLAT, {true, false, false, false}},
@@ -42,56 +40,26 @@ const MemberCase kMembers[] = {
     {"Glint_Tri_XYZ_RGBF", Glint_Tri_XYZ_RGBF, {true, true, true, false}},
 };
 
-Words operator+(Words left, const Words& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-// A triangle worked out by hand. Rows 20 (A, top), 28 (B), 36 (C, bottom); the long edge is
-// vertical at x 100, B lies 16 to the right of it. inv = -1/256, GradA = -1/16, GradB = -1/32,
-// heights 16, 8, 8: a step in x is (2 d12 - d02) / 32, a step up is -d02 / 16.
-std::vector<D3DTLVERTEX> HandTriangle() {
-    return {Vertex(100, 20, 1.0f, 0x40102030, 0x00000000),
-            Vertex(116, 28, 0.0f, 0xC05020F0, 0x60000000),
-            Vertex(100, 36, 1.0f, 0x80306090, 0x20000000)};
-}
-const std::vector<uint32_t> kOne = {0, 1, 2};
-
 // Red 48, 80, 16; green 96, 32, 32; blue 144, 240, 48 at the sorted vertices.
-const Words kHandRGB = {0x01FF80F0, 0x180000,   0x18000,  0xFFFF0000, 0x300000,
-                        0xFFFF0000, 0xFFFE0000, 0x480000, 0x48000,    0xFFFD0000};
+const Words kPlainRGB = {0x01FF80F0, 0x180000,   0x18000,  0xFFFF0000, 0x300000,
+                         0xFFFF0000, 0xFFFE0000, 0x480000, 0x48000,    0xFFFD0000};
 // Alpha 128, 192, 64 steps 6 in x; up it takes blue's word.
-const Words kHandRGBA = Words{0x0FFF80F0} + Words(kHandRGB.begin() + 1, kHandRGB.end()) +
-                        Words{0x400000, 0x30000, 0xFFFD0000};
-// 65535, 0, 65535: -65535 / 16 in x, 0 up.
-const Words kHandDepth = {0x0FC08130, 0xFFFF, 0, 0xFFFFF000, 0x10000000, 0, 0};
-// 32, 96, 0: 5 in x, -2 up.
-const Words kHandFog = {0x007080D0, 0x80000, 0x14000, 0xFFFF8000};
-const Words kHandConstantColor = {0x0FD, 0x40302010};
+const Words kPlainRGBA = Words{0x0FFF80F0} + Words(kPlainRGB.begin() + 1, kPlainRGB.end()) +
+                         Words{0x400000, 0x30000, 0xFFFD0000};
 // Red 2, green 4, blue 6 in 5:5:5.
 const Words kHandBlockColor = {0x159, 0x08860886};
-
-Words HandEdges(uint32_t render) {
-    return {0x00FF8000, 0x640000, 0,          0x640000, 0x20000,    0x230000, 0xFFFF0000,
-            8,          render,   0x040C8000, 0x740000, 0xFFFE0000, 8};
-}
-
-Words DrawOnce(Renderer member, RasterRig& rig, std::vector<D3DTLVERTEX> vertices) {
-    rig.Draw(member, vertices, kOne);
-    return rig.Take();
-}
 
 Words DrawHand(Renderer member, bool dma = true) {
     RasterRig rig(dma);
     return DrawOnce(member, rig, HandTriangle());
 }
 
-Words HandWords(const reference::Member& traits) {
+Words PlainWords(const reference::Member& traits) {
     Words words;
     if (traits.block) {
         words = Words{0x0FC, 0} + kHandBlockColor;
     } else {
-        words = traits.gouraud ? kHandRGB : kHandConstantColor;
+        words = traits.gouraud ? kPlainRGB : kHandConstantColor;
     }
     if (traits.depth) {
         words = words + kHandDepth;
@@ -104,14 +72,14 @@ Words HandWords(const reference::Member& traits) {
 }
 
 TEST(GlintTriangle, EveryMemberSendsItsGroupsInOrder) {
-    for (const MemberCase& member : kMembers) {
-        EXPECT_EQ(DrawHand(member.renderer), HandWords(member.traits)) << member.name;
+    for (const GlintMember& member : kPlainMembers) {
+        EXPECT_EQ(DrawHand(member.renderer), PlainWords(member.traits)) << member.name;
     }
 }
 
 TEST(GlintTriangle, FifoModeSendsTheSameWords) {
-    for (const MemberCase& member : kMembers) {
-        EXPECT_EQ(DrawHand(member.renderer, false), HandWords(member.traits)) << member.name;
+    for (const GlintMember& member : kPlainMembers) {
+        EXPECT_EQ(DrawHand(member.renderer, false), PlainWords(member.traits)) << member.name;
     }
 }
 
@@ -127,7 +95,7 @@ TEST(GlintTriangle, FifoModeReadsSpaceOnlyWhenTheCreditRunsOut) {
     auto vertices = HandTriangle();
     rig.Draw(Glint_Tri_XYZ_RGBF, vertices, {0, 1, 2, 0, 1, 2});
 
-    const Words once = HandWords({true, true, true, false});
+    const Words once = PlainWords({true, true, true, false});
     std::vector<test::BusEvent> expected = {{'r', reg::InFIFOSpace, 31}};
     for (size_t i = 0; i < once.size(); ++i) {
         if (i == once.size() - 4) {
@@ -152,7 +120,7 @@ TEST(GlintTriangle, FifoModePollsUntilThereIsRoom) {
     auto vertices = HandTriangle();
     rig.Draw(Glint_Tri_XY_RGB, vertices, kOne);
     EXPECT_EQ(rig.bus.ReadsOf(reg::InFIFOSpace), 4u);
-    EXPECT_EQ(rig.Take(), HandWords({false, true, false, false}));
+    EXPECT_EQ(rig.Take(), PlainWords({false, true, false, false}));
 }
 
 TEST(GlintTriangle, NoSpaceIsReadUnderDmaOrWithDisconnectOn) {
@@ -165,7 +133,7 @@ TEST(GlintTriangle, NoSpaceIsReadUnderDmaOrWithDisconnectOn) {
     auto vertices = HandTriangle();
     fifo.Draw(Glint_Tri_XYZ_RGBF, vertices, kOne);
     EXPECT_EQ(fifo.bus.ReadsOf(reg::InFIFOSpace), 0u);
-    EXPECT_EQ(fifo.Take(), HandWords({true, true, true, false}));
+    EXPECT_EQ(fifo.Take(), PlainWords({true, true, true, false}));
 }
 
 TEST(GlintTriangle, ThePositionIsStoredPastTheLastWord) {
@@ -198,7 +166,7 @@ TEST(GlintTriangle, EachDrawnTriangleReserves512Bytes) {
 }
 
 TEST(GlintTriangle, VerticesOnOneRowGiveNoWordsWhateverTheCullModeAndAreSnapped) {
-    for (const MemberCase& member : kMembers) {
+    for (const GlintMember& member : kPlainMembers) {
         for (const uint32_t cull : {1u, 2u, 3u}) {
             RasterRig rig;
             rig.ctx.CullMode = cull;
@@ -348,7 +316,7 @@ TEST(GlintTriangle, RecordOrderDoesNotChangeTheWordsOfATriangleWithThreeRows) {
         RasterRig rig;
         auto vertices = HandTriangle();
         rig.Draw(Glint_Tri_XYZ_RGBF, vertices, order);
-        EXPECT_EQ(rig.Take(), HandWords({true, true, true, false}));
+        EXPECT_EQ(rig.Take(), PlainWords({true, true, true, false}));
     } while (std::next_permutation(order.begin(), order.end()));
 }
 
@@ -394,7 +362,7 @@ TEST(GlintTriangle, OneColouredVertexIsEnoughForAllChannels) {
 TEST(GlintTriangle, BlendingSendsAlphaWithBluesStepUp) {
     RasterRig rig;
     rig.ctx.RenderFlags = RF_BLEND;
-    EXPECT_EQ(DrawOnce(Glint_Tri_XY_RGB, rig, HandTriangle()), kHandRGBA + HandEdges(0x10040));
+    EXPECT_EQ(DrawOnce(Glint_Tri_XY_RGB, rig, HandTriangle()), kPlainRGBA + HandEdges(0x10040));
 }
 
 TEST(GlintTriangle, BlendForcesZeroAlphaSendsZeroAlphaStillWithBluesStepUp) {
@@ -502,7 +470,7 @@ TEST(GlintTriangle, BlockFillClearsBit18OnTheFirstFamilyOfPermediasOnly) {
 }
 
 TEST(GlintTriangle, OnlyTheBlockFillMembersBracketTheBatch) {
-    for (const MemberCase& member : kMembers) {
+    for (const GlintMember& member : kPlainMembers) {
         RasterRig rig;
         auto vertices = HandTriangle();
         rig.Draw(member.renderer, vertices, {0, 1, 2, 0, 1, 2, 0, 1, 2});
@@ -527,7 +495,7 @@ TEST(GlintTriangle, RecordsAdvanceByTheInstructionsSize) {
         rig.Draw(Glint_Tri_XY_RGB, vertices, {3, 4, 5, 0, 1, 2}, bytes);
         const Words words = rig.Take();
         ASSERT_EQ(words.size(), 19u + 23u) << bytes;
-        EXPECT_EQ(Words(words.begin() + 19, words.end()), HandWords({false, true, false, false}));
+        EXPECT_EQ(Words(words.begin() + 19, words.end()), PlainWords({false, true, false, false}));
     }
 }
 
@@ -566,60 +534,17 @@ TEST(GlintTriangle, DummiesDoNothing) {
 
 TEST(GlintTriangle, RandomBatchesAgreeWithThePlainSetUp) {
     std::mt19937 random(7);
-    size_t total = 0;
-    for (const MemberCase& member : kMembers) {
-        RasterRig rig;
-        for (int round = 0; round < 1000; ++round) {
-            RandomState(random, rig.ctx, rig.chip);
-            Batch batch = RandomBatch(random);
-            std::vector<D3DTLVERTEX> expectedVertices = batch.vertices;
-            D3DContext expectedContext = rig.ctx;
-            reference::TriangleReference expected;
-            expected.Batch(member.traits, expectedContext, expectedVertices, batch.indices);
-
-            rig.Draw(member.renderer, batch.vertices, batch.indices);
-            const Words words = rig.Take();
-            ASSERT_EQ(words, expected.Words()) << member.name << " round " << round;
-            ASSERT_EQ(rig.ctx.StippleIndex, expectedContext.StippleIndex);
-            for (size_t i = 0; i < batch.vertices.size(); ++i) {
-                ASSERT_EQ(batch.vertices[i].sy, expectedVertices[i].sy);
-            }
-            total += words.size();
-        }
+    for (const GlintMember& member : kPlainMembers) {
+        test::ExpectBatchesLikeReference(member, random, 1000);
+        ASSERT_FALSE(HasFatalFailure());
     }
-    EXPECT_GT(total, 100000u);
 }
 
 TEST(GlintTriangle, RandomFifoBatchesReadSpaceWhereTheCreditSays) {
     std::mt19937 random(8);
-    for (const MemberCase& member : kMembers) {
-        RasterRig rig(false);
-        for (int round = 0; round < 100; ++round) {
-            RandomState(random, rig.ctx, rig.chip);
-            Batch batch = RandomBatch(random);
-            std::vector<D3DTLVERTEX> vertices = batch.vertices;
-            D3DContext context = rig.ctx;
-            reference::TriangleReference expected;
-            expected.Batch(member.traits, context, vertices, batch.indices);
-
-            rig.bus.fifoSpace = 13 + random() % 60;
-            std::vector<test::BusEvent> events;
-            int32_t credit = 0;
-            for (const reference::Step& step : expected.steps) {
-                if (!step.wait) {
-                    events.push_back({'f', 0, step.value});
-                    continue;
-                }
-                credit -= static_cast<int32_t>(step.value);
-                if (credit < 0) {
-                    events.push_back({'r', reg::InFIFOSpace, rig.bus.fifoSpace});
-                    credit = static_cast<int32_t>(rig.bus.fifoSpace - step.value);
-                }
-            }
-            rig.bus.Clear();
-            rig.Draw(member.renderer, batch.vertices, batch.indices);
-            ASSERT_EQ(rig.bus.events, events) << member.name << " round " << round;
-        }
+    for (const GlintMember& member : kPlainMembers) {
+        test::ExpectFifoLikeReference(member, random, 100);
+        ASSERT_FALSE(HasFatalFailure());
     }
 }
 

@@ -2,9 +2,11 @@
 // Lines, outlines and points of the host set-up once more: plain formulas, a list of words and
 // waits.
 #include "driver/d3d/dcontext.h"
+#include "tests/driver/raster/colour_reference.h"
 #include "tests/driver/raster/conversion_reference.h"
-#include "tests/driver/raster/gl_gour_reference.h"
+#include "tests/driver/raster/stream_reference.h"
 #include "tests/driver/raster/texcoord_reference.h"
+#include "tests/support/tag_names.h"
 
 #include <cmath>
 #include <cstdint>
@@ -12,28 +14,9 @@
 
 namespace reference {
 
-class LineReference {
+class LineReference : public StreamReference {
   public:
     explicit LineReference(const D3DContext& ctx) : ctx_(ctx), flags_(ctx.RenderFlags) {}
-
-    std::vector<Step> steps;
-
-    std::vector<uint32_t> Words() const {
-        std::vector<uint32_t> words;
-        for (const Step& step : steps) {
-            if (!step.wait) {
-                words.push_back(step.value);
-            }
-        }
-        return words;
-    }
-    uint32_t Waits() const {
-        uint32_t entries = 0;
-        for (const Step& step : steps) {
-            entries += step.wait ? step.value : 0;
-        }
-        return entries;
-    }
 
     void Group(const std::vector<uint32_t>& words) {
         steps.push_back({true, static_cast<uint32_t>(words.size())});
@@ -97,7 +80,7 @@ class LineReference {
             }
             Group(words);
         } else {
-            Group({0x0FD, Exchange(a.color)});
+            Group({t::ConstantColor, Exchange(a.color)});
         }
         if (Flag(0x02)) {
             const float z0 = a.sz * 65535.0f, z1 = b.sz * 65535.0f;
@@ -112,7 +95,7 @@ class LineReference {
                Fix16_16(static_cast<float>(y0)), Fix16_16(xMajor ? across : along),
                static_cast<uint32_t>(std::labs(i1 - i0)), render});
         if (lastPixelWord && Flag(0x1000) && !lowered) {
-            Group({0x008, 1});
+            Group({t::ContinueNewLine, 1});
         }
     }
 
@@ -161,7 +144,7 @@ class LineReference {
                 }
             }
             const uint32_t colour = Exchange(Lit(*v[i]));
-            Group({0x0FD, textured ? colour : colour & 0xFFFFFF});
+            Group({t::ConstantColor, textured ? colour : colour & 0xFFFFFF});
             Group({0x00F38000, Fix16_16(v[i]->sx), 0, Fix16_16(v[i]->sy), 0, 1,
                    ctx_.RenderCommand | 0x80});
         }
@@ -178,29 +161,13 @@ class LineReference {
     static float Byte(uint32_t word, int shift) {
         return static_cast<float>((word >> shift) & 0xFF);
     }
-    static uint32_t Exchange(uint32_t c) {
-        return (c & 0xFF00FF00) | ((c & 0xFF) << 16) | ((c >> 16) & 0xFF);
-    }
     static void WrapPair(bool on, std::vector<float>& t) {
         if (on && std::fabs(t[0] - t[1]) > 0.5f) {
             (t[0] < t[1] ? t[0] : t[1]) += 1.0f;
         }
     }
-    // Channel by channel: the low bit is lost, an overflow stops at 0xFE and sets the low bit of
-    // the channel above.
     uint32_t Lit(const D3DTLVERTEX& v) const {
-        if (!Flag(0x04)) {
-            return v.color;
-        }
-        uint32_t lit = (v.color >> 24 & 0xFE) << 24;
-        for (const int shift : {0, 8, 16}) {
-            const uint32_t sum = (v.color >> shift & 0xFE) + (v.specular >> shift & 0xFE);
-            lit |= (sum > 0xFF ? 0xFEu : sum) << shift;
-            if (sum > 0xFF) {
-                lit |= 0x100u << shift;
-            }
-        }
-        return lit;
+        return Flag(0x04) ? AddSpecular(v.color, v.specular) : v.color;
     }
 };
 

@@ -17,14 +17,10 @@ namespace {
 
 using test::RasterRig;
 using test::Vertex;
-using Words = std::vector<uint32_t>;
+using test::Words;
+using test::operator+;
 
 constexpr uint32_t kAllEdges = 0x700;
-
-Words operator+(Words left, const Words& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
 
 Words DrawLines(RasterRig& rig, std::vector<D3DTLVERTEX>& vertices, std::vector<uint16_t> indices) {
     D3DINSTRUCTION ins{D3DOP_LINE, sizeof(D3DLINE), static_cast<WORD>(indices.size() / 2)};

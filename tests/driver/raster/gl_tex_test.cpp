@@ -1,8 +1,6 @@
 // The textured triangle members of the host set-up.
 #include "driver/raster/gl_tex.h"
-#include "tests/driver/raster/gl_gour_reference.h"
-#include "tests/driver/raster/random_batch.h"
-#include "tests/driver/raster/raster_rig.h"
+#include "tests/driver/raster/gl_rig.h"
 
 #include <gtest/gtest.h>
 
@@ -12,18 +10,18 @@
 
 namespace {
 
-using test::Batch;
+using test::DrawOnce;
+using test::GlintMember;
+using test::HandEdges;
+using test::HandTriangle;
+using test::kHandConstantColor;
+using test::kHandDepth;
+using test::kHandFog;
 using test::RasterRig;
-using test::Vertex;
-using Words = std::vector<uint32_t>;
+using test::Words;
+using test::operator+;
 
-struct MemberCase {
-    const char* name;
-    Renderer renderer;
-    reference::Member traits; // depth, gouraud, fog, no block fill, coordinates
-};
-
-const MemberCase kMembers[] = {
+const GlintMember kTexturedMembers[] = {
     {"Glint_Tri_XY_STQ_FLAT", Glint_Tri_XY_STQ_FLAT, {false, false, false, false, 3}},
     {"Glint_Tri_XY_STQ_FLAT_F", Glint_Tri_XY_STQ_FLAT_F, {false, false, true, false, 3}},
     {"Glint_Tri_XYZ_STQ_FLAT", Glint_Tri_XYZ_STQ_FLAT, {true, false, false, false, 3}},
@@ -42,37 +40,6 @@ const MemberCase kMembers[] = {
     {"Glint_Tri_XYZ_ST_RGBF", Glint_Tri_XYZ_ST_RGBF, {true, true, true, false, 2}},
 };
 
-Words operator+(Words left, const Words& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-// Rows 20 (A, top), 28 (B), 36 (C, bottom); the long edge is vertical at x 100, B lies 16 to the
-// right of it. A step in x is (2 d12 - d02) / 32, a step up is -d02 / 16.
-std::vector<D3DTLVERTEX> HandTriangle() {
-    std::vector<D3DTLVERTEX> vertices = {Vertex(100, 20, 1.0f, 0x40102030, 0x00000000),
-                                         Vertex(116, 28, 0.0f, 0xC05020F0, 0x60000000),
-                                         Vertex(100, 36, 1.0f, 0x80306090, 0x20000000)};
-    const float q[] = {0.125f, 0.25f, 0.5f}, u[] = {0.75f, 0.25f, 0.5f}, v[] = {0.5f, 1.0f, 0.25f};
-    for (int i = 0; i < 3; ++i) {
-        vertices[i].rhw = q[i];
-        vertices[i].tu = u[i];
-        vertices[i].tv = v[i];
-    }
-    return vertices;
-}
-const std::vector<uint32_t> kOne = {0, 1, 2};
-
-// 64 by 32 texels.
-void BindTexture(D3DContext& ctx) {
-    ctx.TextureWidth = 64.0f;
-    ctx.TextureHeight = 32.0f;
-    ctx.TextureRepeatU = 32.0f;
-    ctx.TextureRepeatMaskU = 31;
-    ctx.TextureRepeatV = 64.0f;
-    ctx.TextureRepeatMaskV = 63;
-}
-
 // From bottom to top Q is 1, 1/2, 1/4; S is 64 u q: 32, 8, 12; T is 32 v q: 8, 16, 4.
 const Words kHandSTQ = {0x03FE8070, 0x02000000, 0xFFF20000, 0xFFEC0000, 0x00800000,
                         0x000A0000, 0xFFFC0000, 0x40000000, 0xFF800000, 0xFD000000};
@@ -80,29 +47,13 @@ const Words kHandSTQ = {0x03FE8070, 0x02000000, 0xFFF20000, 0xFFEC0000, 0x008000
 const Words kHandST = {0x007E8070, 0x02000000, 0xFFE80000, 0x00100000,
                        0x00800000, 0x00140000, 0x00080000};
 // Through gamma: red 111, 143, 64; green 155, 89, 89; blue 191, 247, 110.
-const Words kHandRGB = {0x01FF80F0, 0x378000,   0x1BC00,  0xFFFE8800, 0x4D8000,
-                        0xFFFEF800, 0xFFFDF000, 0x5F8000, 0x30400,    0xFFFD7800};
+const Words kGammaRGB = {0x01FF80F0, 0x378000,   0x1BC00,  0xFFFE8800, 0x4D8000,
+                         0xFFFEF800, 0xFFFDF000, 0x5F8000, 0x30400,    0xFFFD7800};
 // Alpha 128, 192, 64 steps 6 in x; up it takes blue's word.
-const Words kHandRGBA = Words{0x0FFF80F0} + Words(kHandRGB.begin() + 1, kHandRGB.end()) +
-                        Words{0x400000, 0x30000, 0xFFFD7800};
-const Words kHandDepth = {0x0FC08130, 0xFFFF, 0, 0xFFFFF000, 0x10000000, 0, 0};
-// 32, 96, 0 of 255: 5 in x, -2 up.
-const Words kHandFog = {0x007080D0, 0x80000, 0x14000, 0xFFFF8000};
-const Words kHandConstantColor = {0x0FD, 0x40302010};
-
-Words HandEdges(uint32_t render) {
-    return {0x00FF8000, 0x640000, 0,          0x640000, 0x20000,    0x230000, 0xFFFF0000,
-            8,          render,   0x040C8000, 0x740000, 0xFFFE0000, 8};
-}
-
-Words DrawOnce(Renderer member, RasterRig& rig, std::vector<D3DTLVERTEX> vertices) {
-    BindTexture(rig.ctx);
-    rig.Draw(member, vertices, kOne);
-    return rig.Take();
-}
-
-Words HandWords(const reference::Member& traits) {
-    Words words = traits.gouraud ? kHandRGB : kHandConstantColor;
+const Words kGammaRGBA = Words{0x0FFF80F0} + Words(kGammaRGB.begin() + 1, kGammaRGB.end()) +
+                         Words{0x400000, 0x30000, 0xFFFD7800};
+Words TexturedWords(const reference::Member& traits) {
+    Words words = traits.gouraud ? kGammaRGB : kHandConstantColor;
     if (traits.depth) {
         words = words + kHandDepth;
     }
@@ -126,23 +77,23 @@ Words FogWords(const Words& words) {
 }
 
 TEST(GlintTexturedTriangle, EveryMemberSendsItsGroupsInOrder) {
-    for (const MemberCase& member : kMembers) {
+    for (const GlintMember& member : kTexturedMembers) {
         RasterRig rig;
-        EXPECT_EQ(DrawOnce(member.renderer, rig, HandTriangle()), HandWords(member.traits))
+        EXPECT_EQ(DrawOnce(member.renderer, rig, HandTriangle()), TexturedWords(member.traits))
             << member.name;
     }
 }
 
 TEST(GlintTexturedTriangle, FifoModeSendsTheSameWords) {
-    for (const MemberCase& member : kMembers) {
+    for (const GlintMember& member : kTexturedMembers) {
         RasterRig rig(false);
-        EXPECT_EQ(DrawOnce(member.renderer, rig, HandTriangle()), HandWords(member.traits))
+        EXPECT_EQ(DrawOnce(member.renderer, rig, HandTriangle()), TexturedWords(member.traits))
             << member.name;
     }
 }
 
 TEST(GlintTexturedTriangle, FogFlagAloneSendsNoFogOnMembersWithoutIt) {
-    for (const MemberCase& member : kMembers) {
+    for (const GlintMember& member : kTexturedMembers) {
         RasterRig rig;
         rig.ctx.RenderFlags = RF_FOG;
         EXPECT_EQ(FogWords(DrawOnce(member.renderer, rig, HandTriangle())).empty(),
@@ -152,7 +103,7 @@ TEST(GlintTexturedTriangle, FogFlagAloneSendsNoFogOnMembersWithoutIt) {
 }
 
 TEST(GlintTexturedTriangle, SpecularTakesTheFogUnitOnEveryMember) {
-    for (const MemberCase& member : kMembers) {
+    for (const GlintMember& member : kTexturedMembers) {
         RasterRig rig;
         rig.ctx.RenderFlags = RF_SPECULAR | RF_FOG;
         auto vertices = HandTriangle();
@@ -199,7 +150,7 @@ TEST(GlintTexturedTriangle, SpecularIsNotAddedToColours) {
     const struct {
         Renderer member;
         Words colour;
-    } cases[] = {{Glint_Tri_XYZ_STQ_FLAT, kHandConstantColor}, {Glint_Tri_XYZ_STQ_RGB, kHandRGB}};
+    } cases[] = {{Glint_Tri_XYZ_STQ_FLAT, kHandConstantColor}, {Glint_Tri_XYZ_STQ_RGB, kGammaRGB}};
     for (const auto& [member, colour] : cases) {
         RasterRig rig;
         rig.ctx.RenderFlags = RF_SPECULAR;
@@ -255,7 +206,7 @@ TEST(GlintTexturedTriangle, BlendingSendsAlphaWithBluesStepUp) {
     RasterRig rig;
     rig.ctx.RenderFlags = RF_BLEND;
     const Words words = DrawOnce(Glint_Tri_XY_STQ_RGB, rig, HandTriangle());
-    EXPECT_EQ(words, kHandRGBA + kHandSTQ + HandEdges(0x10040));
+    EXPECT_EQ(words, kGammaRGBA + kHandSTQ + HandEdges(0x10040));
 }
 
 TEST(GlintTexturedTriangle, QIsNormalisedToItsLargest) {
@@ -406,7 +357,7 @@ TEST(GlintTexturedTriangle, TheStippleGroupComesAfterFog) {
 }
 
 TEST(GlintTexturedTriangle, TheRenderWordKeepsTheTextureBitAndNothingIsBracketed) {
-    for (const MemberCase& member : kMembers) {
+    for (const GlintMember& member : kTexturedMembers) {
         RasterRig rig;
         rig.chip.Family = FamilyPermedia;
         rig.ctx.RenderCommand = 0x52000;
@@ -431,62 +382,17 @@ TEST(GlintTexturedTriangle, NegativeQComparesByValue) {
 
 TEST(GlintTexturedTriangle, RandomBatchesAgreeWithThePlainSetUp) {
     std::mt19937 random(21);
-    size_t total = 0;
-    for (const MemberCase& member : kMembers) {
-        RasterRig rig;
-        for (int round = 0; round < 500; ++round) {
-            test::RandomState(random, rig.ctx, rig.chip);
-            Batch batch = test::RandomBatch(random);
-            std::vector<D3DTLVERTEX> expectedVertices = batch.vertices;
-            D3DContext expectedContext = rig.ctx;
-            reference::TriangleReference expected;
-            expected.Batch(member.traits, expectedContext, expectedVertices, batch.indices);
-
-            rig.Draw(member.renderer, batch.vertices, batch.indices);
-            const Words words = rig.Take();
-            ASSERT_EQ(words, expected.Words()) << member.name << " round " << round;
-            ASSERT_EQ(rig.ctx.StippleIndex, expectedContext.StippleIndex);
-            for (size_t i = 0; i < batch.vertices.size(); ++i) {
-                ASSERT_EQ(batch.vertices[i].sy, expectedVertices[i].sy);
-                ASSERT_EQ(batch.vertices[i].tu, expectedVertices[i].tu);
-                ASSERT_EQ(batch.vertices[i].rhw, expectedVertices[i].rhw);
-            }
-            total += words.size();
-        }
+    for (const GlintMember& member : kTexturedMembers) {
+        test::ExpectBatchesLikeReference(member, random, 500);
+        ASSERT_FALSE(HasFatalFailure());
     }
-    EXPECT_GT(total, 100000u);
 }
 
 TEST(GlintTexturedTriangle, RandomFifoBatchesReadSpaceWhereTheCreditSays) {
     std::mt19937 random(22);
-    for (const MemberCase& member : kMembers) {
-        RasterRig rig(false);
-        for (int round = 0; round < 50; ++round) {
-            test::RandomState(random, rig.ctx, rig.chip);
-            Batch batch = test::RandomBatch(random);
-            std::vector<D3DTLVERTEX> vertices = batch.vertices;
-            D3DContext context = rig.ctx;
-            reference::TriangleReference expected;
-            expected.Batch(member.traits, context, vertices, batch.indices);
-
-            rig.bus.fifoSpace = 13 + random() % 60;
-            std::vector<test::BusEvent> events;
-            int32_t credit = 0;
-            for (const reference::Step& step : expected.steps) {
-                if (!step.wait) {
-                    events.push_back({'f', 0, step.value});
-                    continue;
-                }
-                credit -= static_cast<int32_t>(step.value);
-                if (credit < 0) {
-                    events.push_back({'r', reg::InFIFOSpace, rig.bus.fifoSpace});
-                    credit = static_cast<int32_t>(rig.bus.fifoSpace - step.value);
-                }
-            }
-            rig.bus.Clear();
-            rig.Draw(member.renderer, batch.vertices, batch.indices);
-            ASSERT_EQ(rig.bus.events, events) << member.name << " round " << round;
-        }
+    for (const GlintMember& member : kTexturedMembers) {
+        test::ExpectFifoLikeReference(member, random, 50);
+        ASSERT_FALSE(HasFatalFailure());
     }
 }
 

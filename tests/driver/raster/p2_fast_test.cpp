@@ -11,12 +11,14 @@
 
 namespace {
 
+using test::Bits;
+using test::Draw;
 using test::DrawRecords;
-using test::P2Random;
 using test::P2Rig;
+using test::SetupRandom;
 using test::TriangleRecord;
 using test::Vertex;
-using Words = std::vector<uint32_t>;
+using test::Words;
 
 constexpr uint32_t kZ = RF_GOURAUD | RF_ZENABLE | RF_PERSPECTIVE | RF_TEXTURE;
 static_assert(kZ == 0x33);
@@ -27,23 +29,13 @@ struct FastMember {
     uint32_t flags;
     uint32_t vertexWords; // header included
 };
-const FastMember kMembers[] = {
+const FastMember kFastMembers[] = {
     {"P2_GouraudTextureZ", P2_GouraudTextureZ, kZ, 8},
     {"P2_GouraudTextureKSZ", P2_GouraudTextureKSZ, kZ | RF_SPECULAR, 9},
     {"P2_GouraudTextureFogZ", P2_GouraudTextureFogZ, kZ | RF_FOG, 9},
 };
 
-uint32_t Bits(float value) {
-    return std::bit_cast<uint32_t>(value);
-}
-
-Words Draw(P2Rig& rig, Renderer member, std::vector<D3DTLVERTEX> vertices,
-           const std::vector<D3DTRIANGLE>& records) {
-    DrawRecords(rig, member, vertices, records);
-    return rig.Take();
-}
-
-std::vector<D3DTLVERTEX> Vertices() {
+std::vector<D3DTLVERTEX> FastVertices() {
     std::vector<D3DTLVERTEX> v = {
         Vertex(20, 10, 0.5f, 0x40102030, 0x80000000), Vertex(30, 20, 0.25f, 0x80405060, 0x400000FF),
         Vertex(10, 30, 1.0f, 0xC0708090, 0x20000000), Vertex(0, 20, 0.0f, 0xF0A0B0C0, 0),
@@ -63,7 +55,7 @@ std::vector<D3DTLVERTEX> Vertices() {
 TEST(P2Fast, SendsThreeVerticesWithTheirColoursAndADrawWord) {
     P2Rig rig;
     rig.ctx.RenderFlags = kZ;
-    EXPECT_EQ(Draw(rig, P2_GouraudTextureZ, Vertices(), {TriangleRecord(0, 1, 2)}),
+    EXPECT_EQ(Draw(rig, P2_GouraudTextureZ, FastVertices(), {TriangleRecord(0, 1, 2)}),
               (Words{0x5C078230,    Bits(0.0625f), Bits(0.0625f), Bits(0.5f),    0x41A00000,
                      0x41200000,    0x3F000000,    0x40102030,    0x5C078240,    Bits(0.09375f),
                      Bits(0.0625f), Bits(0.25f),   0x41F00000,    0x41A00000,    0x3E800000,
@@ -75,12 +67,12 @@ TEST(P2Fast, SendsThreeVerticesWithTheirColoursAndADrawWord) {
 TEST(P2Fast, FogAndSpecularAddTheirWordBehindQ) {
     P2Rig rig;
     rig.ctx.RenderFlags = kZ | RF_FOG;
-    const Words fog = Draw(rig, P2_GouraudTextureFogZ, Vertices(), {TriangleRecord(0, 1, 2)});
+    const Words fog = Draw(rig, P2_GouraudTextureFogZ, FastVertices(), {TriangleRecord(0, 1, 2)});
     EXPECT_EQ(fog.size(), 29u);
     EXPECT_EQ(Words(fog.begin(), fog.begin() + 6), (Words{0x5E078230, Bits(0.0625f), Bits(0.0625f),
                                                           Bits(0.5f), Bits(0.5f), 0x41A00000}));
     rig.ctx.RenderFlags = kZ | RF_SPECULAR;
-    const Words ks = Draw(rig, P2_GouraudTextureKSZ, Vertices(), {TriangleRecord(0, 1, 2)});
+    const Words ks = Draw(rig, P2_GouraudTextureKSZ, FastVertices(), {TriangleRecord(0, 1, 2)});
     EXPECT_EQ(ks.size(), 29u);
     EXPECT_EQ(ks[0], 0x5C0F8230u);
     EXPECT_EQ(ks[4], 0u);
@@ -88,11 +80,11 @@ TEST(P2Fast, FogAndSpecularAddTheirWordBehindQ) {
 }
 
 TEST(P2Fast, SharingFirstAndThirdSendsOneVertexSharingNothingThreeAndTheThirdAlwaysGoes) {
-    for (const FastMember& member : kMembers) {
+    for (const FastMember& member : kFastMembers) {
         P2Rig rig;
         rig.ctx.RenderFlags = member.flags;
         const auto words = [&](const D3DTRIANGLE& second) {
-            return Draw(rig, member.renderer, Vertices(), {TriangleRecord(0, 1, 2), second})
+            return Draw(rig, member.renderer, FastVertices(), {TriangleRecord(0, 1, 2), second})
                        .size() -
                    (3 * member.vertexWords + 2);
         };
@@ -125,11 +117,11 @@ TEST(P2Fast, AListTriangleHasTwentySixWordsAndAStripsLaterOnesTen) {
 }
 
 TEST(P2Fast, SliversAndBackFacesGoAndLeaveWhatIsKept) {
-    for (const FastMember& member : kMembers) {
+    for (const FastMember& member : kFastMembers) {
         P2Rig rig;
         rig.ctx.RenderFlags = member.flags;
         rig.SetCull(D3DCULL_CCW);
-        auto v = Vertices();
+        auto v = FastVertices();
         v.push_back(Vertex(17.5f, 10));
         v.push_back(Vertex(10, 10.375f));
         v.push_back(Vertex(10, 10));
@@ -143,36 +135,27 @@ TEST(P2Fast, SliversAndBackFacesGoAndLeaveWhatIsKept) {
 }
 
 TEST(P2Fast, ReservesFor128Bytes) {
-    for (const FastMember& member : kMembers) {
+    for (const FastMember& member : kFastMembers) {
         P2Rig rig;
         rig.ctx.RenderFlags = member.flags;
-        static Words counts;
-        counts.clear();
-        CommandStream& stream = rig.ctx.Stream;
-        stream.StartDMA = [](DriverData*, uint32_t, uint32_t count, uint32_t, uint32_t*, uint32_t) {
-            counts.push_back(count);
-            return 0;
-        };
         const uint32_t full = 3 * member.vertexWords + 2;
-        stream.SubBufferWords = stream.SubBufferFlushWords = 32 + full - 1;
-        Draw(rig, member.renderer, Vertices(), {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 3)});
-        EXPECT_EQ(counts, Words{full}) << member.name;
-        counts.clear();
-        stream.SubBufferWords = stream.SubBufferFlushWords = 32 + full;
-        Draw(rig, member.renderer, Vertices(), {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 3)});
-        EXPECT_TRUE(counts.empty()) << member.name;
+        EXPECT_EQ(test::TransfersOfTwo(rig, member.renderer, FastVertices(), 32 + full - 1),
+                  Words{full})
+            << member.name;
+        EXPECT_EQ(test::TransfersOfTwo(rig, member.renderer, FastVertices(), 32 + full), Words{})
+            << member.name;
     }
 }
 
 TEST(P2Fast, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
-    P2Random random(31);
+    SetupRandom random(31);
     P2Rig rig;
     for (int round = 0; round < 1500; ++round) {
-        for (const FastMember& member : kMembers) {
+        for (const FastMember& member : kFastMembers) {
             random.State(rig, member.flags | (random.Pick(8) << 11));
             const auto vertices = random.Vertices(4 + random.Pick(8));
             const auto records = random.Records(vertices.size());
-            test::ExpectLikeReference(
+            test::ExpectLikeReference<reference::P2Reference>(
                 rig, member.renderer, vertices, records, false,
                 [&](reference::P2Reference& r) { r.Textured({.fast = true}, vertices, records); });
             ASSERT_FALSE(HasFatalFailure()) << member.name << " round " << round;
@@ -181,10 +164,10 @@ TEST(P2Fast, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
 }
 
 TEST(P2Fast, SendsWhatTheGeneralMemberSendsForCoordinatesInRange) {
-    P2Random random(32);
+    SetupRandom random(32);
     P2Rig rig;
     for (int round = 0; round < 300; ++round) {
-        for (const FastMember& member : kMembers) {
+        for (const FastMember& member : kFastMembers) {
             random.State(rig, member.flags);
             auto vertices = random.Vertices(6);
             for (D3DTLVERTEX& v : vertices) {
@@ -201,11 +184,11 @@ TEST(P2Fast, SendsWhatTheGeneralMemberSendsForCoordinatesInRange) {
 // Random strips, fans and lists that share vertices, with triangles culled here and there. Left out
 // is a record whose first two vertices are one: the third slot then holds an older vertex.
 TEST(P2Fast, TheStoreHoldsEachDrawnRecordsVertices) {
-    P2Random random(33);
+    SetupRandom random(33);
     P2Rig rig;
     size_t checked = 0, sent = 0;
     for (int round = 0; round < 600; ++round) {
-        for (const FastMember& member : kMembers) {
+        for (const FastMember& member : kFastMembers) {
             random.State(rig, member.flags);
             auto vertices = random.Vertices(4 + random.Pick(10));
             std::vector<D3DTRIANGLE> records, kept;
@@ -247,7 +230,7 @@ TEST(P2Fast, TheStoreHoldsEachDrawnRecordsVertices) {
 TEST(P2Fast, FirstTwoVerticesInOneLeaveAnOlderVertexInTheStore) {
     P2Rig rig;
     rig.ctx.RenderFlags = kZ;
-    auto v = Vertices();
+    auto v = FastVertices();
     // 2 is found twice, 3 goes to the lower of two free slots, and 1 stays in the other.
     DrawRecords(rig, P2_GouraudTextureZ, v,
                 std::vector{TriangleRecord(0, 1, 2), TriangleRecord(2, 2, 3)});

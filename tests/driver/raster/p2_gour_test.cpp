@@ -10,52 +10,26 @@
 
 namespace {
 
+using reference::P2Reference;
+using test::Bits;
+using test::Draw;
 using test::DrawRecords;
-using test::P2Random;
+using test::FanVertices;
+using test::FullXYZ;
+using test::kEven;
 using test::P2Rig;
+using test::SetupRandom;
 using test::TriangleRecord;
 using test::Vertex;
-using Words = std::vector<uint32_t>;
-
-constexpr uint32_t kEven = D3DTRIFLAG_EVEN;
-
-Words operator+(Words left, const Words& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-uint32_t Bits(float value) {
-    return std::bit_cast<uint32_t>(value);
-}
-
-// A fan around vertex 0: 0, 1, 2 and 0, 2, 3 and 0, 3, 4 have areas of one sign, det 300 for the
-// first.
-std::vector<D3DTLVERTEX> FanVertices() {
-    return {
-        Vertex(20, 10, 0.5f, 0x40102030, 0x10000000), Vertex(30, 20, 0.25f, 0x80405060, 0x20000000),
-        Vertex(10, 30, 1.0f, 0xC0708090, 0x30000000), Vertex(0, 20, 0.0f, 0xF0A0B0C0, 0xFF000000),
-        Vertex(2, 5, 0.125f, 0x00D0E0F0, 0x01020304)};
-}
-
-Words XYZ(uint32_t slot, const D3DTLVERTEX& v) {
-    return {0x1C008230 + slot, Bits(v.sx), Bits(v.sy), Bits(v.sz)};
-}
-
-Words Draw(P2Rig& rig, Renderer member, std::vector<D3DTLVERTEX> vertices,
-           const std::vector<D3DTRIANGLE>& records) {
-    DrawRecords(rig, member, vertices, records);
-    return rig.Take();
-}
-
-Words FullPlain(const std::vector<D3DTLVERTEX>& v, int a, int b, int c) {
-    return XYZ(0, v[a]) + XYZ(0x10, v[b]) + XYZ(0x20, v[c]);
-}
+using test::Words;
+using test::XYZ;
+using test::operator+;
 
 TEST(P2Triangle, TheVerticesSignsAreAsTheTestsAssume) {
     const auto v = FanVertices();
-    EXPECT_EQ(reference::P2Reference::Det(v[0], v[1], v[2]), 300.0f);
-    EXPECT_GT(reference::P2Reference::Det(v[0], v[2], v[3]), 0.0f);
-    EXPECT_GT(reference::P2Reference::Det(v[0], v[3], v[4]), 0.0f);
+    EXPECT_EQ(P2Reference::Det(v[0], v[1], v[2]), 300.0f);
+    EXPECT_GT(P2Reference::Det(v[0], v[2], v[3]), 0.0f);
+    EXPECT_GT(P2Reference::Det(v[0], v[3], v[4]), 0.0f);
 }
 
 TEST(P2Triangle, FlatSendsVerticesConstantColourAndDrawWord) {
@@ -72,7 +46,7 @@ TEST(P2Triangle, FogGoesAheadAndGouraudColoursBehindTheVertices) {
     rig.ctx.RenderFlags = RF_GOURAUD | RF_FOG;
     const auto v = FanVertices();
     EXPECT_EQ(Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2)}),
-              ((Words{0x209, 0x40000, 0x219, 0x80000, 0x229, 0xC0000}) + FullPlain(v, 0, 1, 2) +
+              ((Words{0x209, 0x40000, 0x219, 0x80000, 0x229, 0xC0000}) + FullXYZ(v, 0, 1, 2) +
                Words{0x40008200, 0x40102030, 0x40008210, 0x80405060, 0x40008220, 0xC0708090, 0x261,
                      0x10040}));
 }
@@ -224,7 +198,7 @@ TEST(P2Triangle, ACulledContinuationSendsNothingAndTheNextOneStillContinues) {
     const Words words = Draw(
         rig, P2_Tri_XYZ_RGBFS, v,
         {TriangleRecord(0, 1, 2), TriangleRecord(2, 0, 3, kEven), TriangleRecord(0, 3, 4, kEven)});
-    EXPECT_EQ(words, (FullPlain(v, 0, 1, 2) + Words{0x0FD, 0x40302010, 0x261, 0x10040} +
+    EXPECT_EQ(words, (FullXYZ(v, 0, 1, 2) + Words{0x0FD, 0x40302010, 0x261, 0x10040} +
                       XYZ(0x20, v[4]) + Words{0x0FD, 0x40302010, 0x261, 0x10040}));
 }
 
@@ -245,7 +219,7 @@ TEST(P2Triangle, CullingIsByTheSignBitSoThatAnAreaOfZeroSurvivesOneDirection) {
     }
     // -0: 0 * 1 - 0 * -1 is +0, and 0 * -1 - 0 * 1 is -0.
     std::vector<D3DTLVERTEX> flat = {Vertex(1, 5), Vertex(3, 5), Vertex(2, 5)};
-    ASSERT_TRUE(std::signbit(reference::P2Reference::Det(flat[0], flat[1], flat[2])));
+    ASSERT_TRUE(std::signbit(P2Reference::Det(flat[0], flat[1], flat[2])));
     P2Rig rig;
     rig.SetCull(2);
     EXPECT_FALSE(Draw(rig, P2_Tri_XYZ_RGBFS, flat, {TriangleRecord(0, 1, 2)}).empty());
@@ -257,7 +231,7 @@ TEST(P2Triangle, UntexturedTrianglesAreNotTestedForSlivers) {
     P2Rig rig;
     rig.SetCull(D3DCULL_CCW);
     std::vector<D3DTLVERTEX> tiny = {Vertex(10.1f, 10), Vertex(10.2f, 10.1f), Vertex(10, 10.2f)};
-    ASSERT_GT(reference::P2Reference::Det(tiny[0], tiny[1], tiny[2]), 0.0f);
+    ASSERT_GT(P2Reference::Det(tiny[0], tiny[1], tiny[2]), 0.0f);
     EXPECT_FALSE(Draw(rig, P2_Tri_XYZ_RGBFS, tiny, {TriangleRecord(0, 1, 2)}).empty());
     EXPECT_EQ(Draw(rig, P2_Tri_XY_FLATS, tiny, {TriangleRecord(0, 1, 2)}).size(), 4u + 13u);
 }
@@ -295,7 +269,7 @@ TEST(P2Triangle, StippleIsTheFirstVertexsAndLoadedOnce) {
     const Words words =
         Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
     const Words four = {0x00FF8040, 0xAA, 0x44, 0xAA, 0x00, 0xAA, 0x44, 0xAA, 0x00};
-    EXPECT_EQ(words, (FullPlain(v, 0, 1, 2) + four + Words{0x0FD, 0x40302010, 0x261, 0x10041} +
+    EXPECT_EQ(words, (FullXYZ(v, 0, 1, 2) + four + Words{0x0FD, 0x40302010, 0x261, 0x10041} +
                       XYZ(0x10, v[3]) + Words{0x0FD, 0x40302010, 0x261, 0x10041}));
     EXPECT_EQ(rig.ctx.StippleIndex, 4u);
     EXPECT_EQ(rig.ctx.RenderCommand, 0x10000u);
@@ -345,22 +319,9 @@ TEST(P2Triangle, ReservesFor512BytesPerDrawnTriangle) {
     for (const Renderer member : {P2_Tri_XYZ_RGBFS, P2_TriWire_XYZ_RGBFS, P2_TriPoint_XYZ_RGBFS}) {
         P2Rig rig;
         const auto v = FanVertices();
-        const auto one =
-            static_cast<uint32_t>(Draw(rig, member, v, {TriangleRecord(0, 1, 2)}).size());
-        static std::vector<uint32_t> counts;
-        counts.clear();
-        CommandStream& stream = rig.ctx.Stream;
-        stream.StartDMA = [](DriverData*, uint32_t, uint32_t count, uint32_t, uint32_t*, uint32_t) {
-            counts.push_back(count);
-            return 0;
-        };
-        stream.SubBufferWords = stream.SubBufferFlushWords = 128 + one - 1;
-        Draw(rig, member, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 2)});
-        EXPECT_EQ(counts, Words{one});
-        counts.clear();
-        stream.SubBufferWords = stream.SubBufferFlushWords = 128 + one;
-        Draw(rig, member, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 2)});
-        EXPECT_TRUE(counts.empty());
+        const auto one = static_cast<uint32_t>(Draw(rig, member, v).size());
+        EXPECT_EQ(test::TransfersOfTwo(rig, member, v, 128 + one - 1), Words{one});
+        EXPECT_EQ(test::TransfersOfTwo(rig, member, v, 128 + one), Words{});
     }
 }
 
@@ -374,8 +335,8 @@ TEST(P2Triangle, RecordsAdvanceByTheInstructionsSizeAlsoOverASkippedRun) {
             std::vector{TriangleRecord(0, 1, 2), TriangleRecord(1, 0, 2, D3DTRIFLAG_STARTFLAT(2)),
                         TriangleRecord(4, 4, 4), TriangleRecord(4, 4, 4), TriangleRecord(0, 3, 4)},
             bytes);
-        EXPECT_EQ(rig.Take(), (FullPlain(v, 0, 1, 2) + Words{0x0FD, 0x40302010, 0x261, 0x10040} +
-                               FullPlain(v, 0, 3, 4) + Words{0x0FD, 0x40302010, 0x261, 0x10040}))
+        EXPECT_EQ(rig.Take(), (FullXYZ(v, 0, 1, 2) + Words{0x0FD, 0x40302010, 0x261, 0x10040} +
+                               FullXYZ(v, 0, 3, 4) + Words{0x0FD, 0x40302010, 0x261, 0x10040}))
             << bytes;
     }
 }
@@ -457,96 +418,45 @@ TEST(P2Point, BothEndsOfAGouraudPointHaveItsLitColour) {
 }
 
 TEST(P2Untextured, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
-    P2Random random(11);
+    SetupRandom random(11);
     P2Rig rig;
     for (int round = 0; round < 1000; ++round) {
         random.State(rig, random.Pick(0x800) & ~(RF_TEXTURE | RF_PERSPECTIVE));
         const auto vertices = random.Vertices(9);
         const auto records = random.Records(vertices.size());
-        using Reference = reference::P2Reference;
-        test::ExpectLikeReference(rig, P2_Tri_XYZ_RGBFS, vertices, records, true,
-                                  [&](Reference& r) { r.Strips(true, vertices, records); });
-        test::ExpectLikeReference(rig, P2_Tri_XY_FLATS, vertices, records, true,
-                                  [&](Reference& r) { r.Strips(false, vertices, records); });
-        test::ExpectLikeReference(rig, P2_TriWire_XYZ_RGBFS, vertices, records, true,
-                                  [&](Reference& r) { r.Wire(false, vertices, records); });
-        test::ExpectLikeReference(rig, P2_TriPoint_XYZ_RGBFS, vertices, records, true,
-                                  [&](Reference& r) { r.Points(vertices, records); });
+        using R = P2Reference;
+        test::ExpectLikeReference<R>(rig, P2_Tri_XYZ_RGBFS, vertices, records, true,
+                                     [&](R& r) { r.Solid(vertices, records); });
+        test::ExpectLikeReference<R>(rig, P2_Tri_XY_FLATS, vertices, records, true,
+                                     [&](R& r) { r.Block(false, vertices, records); });
+        test::ExpectLikeReference<R>(rig, P2_TriWire_XYZ_RGBFS, vertices, records, true, [&](R& r) {
+            r.Wire(reference::kPlainMember, vertices, records);
+        });
+        test::ExpectLikeReference<R>(rig, P2_TriPoint_XYZ_RGBFS, vertices, records, true,
+                                     [&](R& r) { r.Points(vertices, records); });
         ASSERT_FALSE(HasFatalFailure()) << round;
     }
-}
-
-// Which records a batch draws, worked out with no strip logic: a triangle is drawn unless its own
-// facing drops it, or a promise covers it.
-struct Fate {
-    size_t record;
-    bool trusted; // the store has all its vertices
-};
-std::vector<Fate> DrawnRecords(const P2Rig& rig, const std::vector<D3DTLVERTEX>& vertices,
-                               const std::vector<D3DTRIANGLE>& records) {
-    std::vector<Fate> fates;
-    bool inStrip = false; // a kept triangle is there to go on from
-    bool trusted = false; // no continuation since was culled
-    size_t safeUntil = 0; // continuations before this record are not tested
-    for (size_t i = 0; i < records.size(); ++i) {
-        const D3DTRIANGLE& record = records[i];
-        const float det = reference::P2Reference::Det(vertices[record.v1], vertices[record.v2],
-                                                      vertices[record.v3]);
-        const bool away =
-            rig.ctx.CullMode != 1 && std::signbit(det) != (rig.ctx.CullMode == D3DCULL_CW);
-        const uint32_t code = record.wFlags & 31;
-        if (inStrip && code == D3DTRIFLAG_EVEN) {
-            if (away && i >= safeUntil) {
-                trusted = false;
-            } else {
-                fates.push_back({i, trusted});
-            }
-            continue;
-        }
-        const uint32_t run = inStrip && code < D3DTRIFLAG_ODD ? code : 0;
-        if (away) {
-            inStrip = false;
-            i += run;
-            continue;
-        }
-        fates.push_back({i, true});
-        inStrip = rig.ctx.CullMode != 1;
-        trusted = true;
-        safeUntil = i + 1 + run;
-    }
-    return fates;
 }
 
 // Strips whose records really share what their flags say, cut anywhere by culled triangles and runs
 // of every length. The one case in which the store does not hold the record's vertices is a
 // continuation behind a culled continuation: the culled one's vertex was never sent.
 TEST(P2Untextured, TheStoreHoldsEachDrawnRecordsVerticesButBehindACulledContinuation) {
-    P2Random random(12);
+    SetupRandom random(12);
     size_t trusted = 0, behindCulled = 0;
     P2Rig rig;
     for (int round = 0; round < 300; ++round) {
         random.State(rig, RF_GOURAUD | random.Pick(2) * RF_FOG);
         auto vertices = random.Vertices(40);
-        std::vector<D3DTRIANGLE> records;
-        while (records.size() < 60) {
-            // Continuations go on from the first vertex of the full triangle and the newest one.
-            uint32_t centre = random.Pick(40), other = random.Pick(40), newest = random.Pick(40);
-            const uint32_t starts[] = {D3DTRIFLAG_START, random.Pick(30), D3DTRIFLAG_ODD};
-            records.push_back(TriangleRecord(centre, other, newest, starts[random.Pick(3)]));
-            for (uint32_t length = random.Pick(8); length != 0; --length) {
-                other = newest;
-                newest = random.Pick(40);
-                records.push_back(TriangleRecord(centre, other, newest, kEven));
-            }
-        }
+        const auto records = test::RandomFans(random, 40, 60);
         for (const bool depth : {true, false}) {
             DrawRecords(rig, depth ? P2_Tri_XYZ_RGBFS : P2_Tri_XY_FLATS, vertices, records);
             test::VertexStore store;
             store.Replay(rig.Take());
-            const auto fates = DrawnRecords(rig, vertices, records);
+            const auto fates = test::RecordsDrawn<P2Reference>(rig.ctx.CullMode, vertices, records);
             ASSERT_EQ(store.drawn.size(), fates.size());
             for (size_t i = 0; i < fates.size(); ++i) {
-                if (!fates[i].trusted) {
+                if (!fates[i].complete) {
                     ++behindCulled;
                     continue;
                 }

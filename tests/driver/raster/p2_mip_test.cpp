@@ -1,6 +1,7 @@
 // The mip-mapped triangles of Permedia 2.
 #include "driver/raster/p2_mip.h"
 #include "driver/raster/stipple.h"
+#include "tests/driver/raster/mip_rig.h"
 #include "tests/driver/raster/p2_rig.h"
 
 #include <gtest/gtest.h>
@@ -10,72 +11,31 @@
 
 namespace {
 
+using test::Bits;
+using test::Corner;
+using test::Draw;
 using test::DrawRecords;
-using test::P2Random;
 using test::P2Rig;
+using test::SetupRandom;
 using test::TriangleRecord;
 using test::Vertex;
-using Words = std::vector<uint32_t>;
+using test::Words;
 
 constexpr uint32_t kZMM = RF_GOURAUD | RF_ZENABLE | RF_PERSPECTIVE | RF_TEXTURE | RF_MIPMAP;
 static_assert(kZMM == 0x4033);
 
-uint32_t Bits(float value) {
-    return std::bit_cast<uint32_t>(value);
-}
-
-// 256 by 128 texels; level n has its fields told apart by n.
-struct MipRig : P2Rig {
-    TextureRecord texture{};
-
-    explicit MipRig(bool dma = true) : P2Rig(dma) {
-        texture.TexelCount = 256.0f * 256.0f;
-        texture.LevelCount = 9;
-        for (uint32_t n = 0; n < kMaxTextureLevels; ++n) {
-            TextureLevel& level = texture.Levels[n];
-            level.LogWidth = n < 8 ? 8 - n : 0;
-            level.LogHeight = n < 7 ? 7 - n : 0;
-            level.WidthScale = 1.0f / static_cast<float>(8u << n);
-            level.HeightScale = 1.0f / static_cast<float>(16u << n);
-            level.PP0 = n % 8;
-            level.PP1 = (n + 1) % 8;
-            level.PP2 = (n + 3) % 8;
-            level.Address = 0x100000 + n;
-        }
-        ctx.CurrentTexture = &texture;
-        ctx.RenderFlags = kZMM;
-        ctx.TextureMagLinear = 1;
-        ctx.TextureMinLinear = 0;
-        ctx.Copies.TextureReadMode = 0xFFFFFFFF;
-        ctx.Copies.TextureMapFormat = 0xFFFFFFFF;
-    }
+struct P2MipRig : test::MipRig<P2Rig> {
+    explicit P2MipRig(bool dma = true) : MipRig(dma) { ctx.RenderFlags = kZMM; }
 };
 
-// A right-angled triangle `size` pixels wide and high over the texture coordinates 0 to `span`.
-std::vector<D3DTLVERTEX> Corner(float size, float span) {
-    std::vector<D3DTLVERTEX> v = {Vertex(100 + size, 100), Vertex(100, 100 + size),
-                                  Vertex(100, 100)};
-    v[0].tu = span;
-    v[1].tv = span;
-    return v;
-}
-
-Words Draw(P2Rig& rig, Renderer member, std::vector<D3DTLVERTEX> vertices,
-           const std::vector<D3DTRIANGLE>& records) {
-    DrawRecords(rig, member, vertices, records);
-    return rig.Take();
-}
-
 // The level that one triangle is drawn at.
-uint32_t LevelOf(MipRig& rig, const std::vector<D3DTLVERTEX>& vertices,
+uint32_t LevelOf(P2MipRig& rig, const std::vector<D3DTLVERTEX>& vertices,
                  const D3DTRIANGLE& record = TriangleRecord(0, 1, 2)) {
-    const Words words = Draw(rig, P2_MipTri_XYZ_STQ_RGBFS, vertices, {record});
-    EXPECT_EQ(words.at(4), 0x0B0u);
-    return words.at(5) - 0x100000;
+    return test::LevelOf(Draw(rig, P2_MipTri_XYZ_STQ_RGBFS, vertices, {record}));
 }
 
 TEST(P2Mip, TheLevelIsHalfTheLogarithmOfTexelsPerPixel) {
-    MipRig rig;
+    P2MipRig rig;
     // 256 texels on 128 pixels, both areas exact powers of two.
     EXPECT_EQ(LevelOf(rig, Corner(128, 1)), 1u);
     EXPECT_EQ(LevelOf(rig, Corner(256, 1)), 0u);
@@ -93,13 +53,13 @@ TEST(P2Mip, TheLevelIsHalfTheLogarithmOfTexelsPerPixel) {
 }
 
 TEST(P2Mip, MagnifiedTrianglesTakeLevelZero) {
-    MipRig rig;
+    P2MipRig rig;
     EXPECT_EQ(LevelOf(rig, Corner(512, 1)), 0u);
     EXPECT_EQ(LevelOf(rig, Corner(1000, 0.001f)), 0u);
 }
 
 TEST(P2Mip, TheLastLevelIsTheLimit) {
-    MipRig rig;
+    P2MipRig rig;
     EXPECT_EQ(LevelOf(rig, Corner(4, 8)), 8u);
     rig.texture.LevelCount = 3;
     EXPECT_EQ(LevelOf(rig, Corner(4, 8)), 2u);
@@ -110,14 +70,14 @@ TEST(P2Mip, TheLastLevelIsTheLimit) {
 }
 
 TEST(P2Mip, EqualTextureCoordinatesTakeLevelZero) {
-    MipRig rig;
+    P2MipRig rig;
     EXPECT_EQ(LevelOf(rig, Corner(128, 0)), 0u);
     EXPECT_EQ(LevelOf(rig, Corner(128, 0), TriangleRecord(1, 0, 2)), 0u);
 }
 
 TEST(P2Mip, ALevelIsProgrammedAheadOfTheVerticesAndStaysInTheCopies) {
     for (const Renderer member : {P2_MipTri_XYZ_STQ_RGBFS, P2_GouraudTextureZMM}) {
-        MipRig rig;
+        P2MipRig rig;
         const Words one = Draw(rig, member, Corner(128, 1), {TriangleRecord(0, 1, 2)});
         // Level 1 is 128 by 64 and minified: no filter. PP 1, 2, 4.
         EXPECT_EQ(Words(one.begin(), one.begin() + 7),
@@ -140,7 +100,7 @@ TEST(P2Mip, ALevelIsProgrammedAheadOfTheVerticesAndStaysInTheCopies) {
 
 TEST(P2Mip, TheSameLevelIsProgrammedOncePerCall) {
     for (const Renderer member : {P2_MipTri_XYZ_STQ_RGBFS, P2_GouraudTextureZMM}) {
-        MipRig rig;
+        P2MipRig rig;
         const D3DTRIANGLE record = TriangleRecord(0, 1, 2);
         const Words words = Draw(rig, member, Corner(128, 1), {record, record});
         EXPECT_EQ(words.size(), 6 + 26 + 10u);
@@ -151,7 +111,7 @@ TEST(P2Mip, TheSameLevelIsProgrammedOncePerCall) {
 
 TEST(P2Mip, ALevelChangeSendsAllVerticesAnew) {
     for (const Renderer member : {P2_MipTri_XYZ_STQ_RGBFS, P2_GouraudTextureZMM}) {
-        MipRig rig;
+        P2MipRig rig;
         auto v = Corner(128, 1);
         v.push_back(Vertex(164, 164)); // with 0 and 1: half the screen area, four times the texels
         v[3].tu = v[3].tv = 4.0f;
@@ -164,7 +124,7 @@ TEST(P2Mip, ALevelChangeSendsAllVerticesAnew) {
 }
 
 TEST(P2Mip, CoordinatesAreScaledByTheLevelAndByItsWidthAloneInTheFastMember) {
-    MipRig rig;
+    P2MipRig rig;
     auto v = Corner(128, 1);
     v[1].rhw = 0.5f;
     const Words general = Draw(rig, P2_MipTri_XYZ_STQ_RGBFS, v, {TriangleRecord(0, 1, 2)});
@@ -182,7 +142,7 @@ TEST(P2Mip, CoordinatesAreScaledByTheLevelAndByItsWidthAloneInTheFastMember) {
 
 TEST(P2Mip, CullingIsByBothWordsAndSliversGoEvenWithCullingOff) {
     for (const Renderer member : {P2_MipTri_XYZ_STQ_RGBFS, P2_GouraudTextureZMM}) {
-        MipRig rig;
+        P2MipRig rig;
         const D3DTRIANGLE facing = TriangleRecord(0, 1, 2), away = TriangleRecord(1, 0, 2);
         const auto drawn = [&](const std::vector<D3DTLVERTEX>& v, const D3DTRIANGLE& record) {
             return !Draw(rig, member, v, {record}).empty();
@@ -207,7 +167,7 @@ TEST(P2Mip, CullingIsByBothWordsAndSliversGoEvenWithCullingOff) {
 
 TEST(P2Mip, AVertexInAnotherPlaceKeepsItsSlotButIsSentAgain) {
     for (const Renderer member : {P2_MipTri_XYZ_STQ_RGBFS, P2_GouraudTextureZMM}) {
-        MipRig rig;
+        P2MipRig rig;
         rig.texture.LevelCount = 1;
         auto v = Corner(128, 1);
         for (int i = 0; i < 3; ++i) {
@@ -231,7 +191,7 @@ TEST(P2Mip, AVertexInAnotherPlaceKeepsItsSlotButIsSentAgain) {
 }
 
 TEST(P2Mip, FlatSpecularSendsAllVerticesAndWrappingDoesNot) {
-    MipRig rig;
+    P2MipRig rig;
     rig.texture.LevelCount = 1;
     auto v = Corner(128, 0.2f);
     v.push_back(Vertex(300, 300));
@@ -251,7 +211,7 @@ TEST(P2Mip, FlatSpecularSendsAllVerticesAndWrappingDoesNot) {
 }
 
 TEST(P2Mip, LevelsAreWaitedForWithThreeEntries) {
-    MipRig rig(false);
+    P2MipRig rig(false);
     std::vector<uint32_t> space = {3, 8, 8, 8, 2};
     rig.bus.readFIFOSpace = [&space] {
         const uint32_t value = space.front();
@@ -270,44 +230,25 @@ TEST(P2Mip, ReservesAreOfTheirMembersSizes) {
         uint32_t words;
     } members[] = {{P2_MipTri_XYZ_STQ_RGBFS, 128}, {P2_GouraudTextureZMM, 64}};
     for (const auto& [member, words] : members) {
-        MipRig rig;
-        static Words counts;
-        counts.clear();
-        CommandStream& stream = rig.ctx.Stream;
-        stream.StartDMA = [](DriverData*, uint32_t, uint32_t count, uint32_t, uint32_t*, uint32_t) {
-            counts.push_back(count);
-            return 0;
-        };
-        const D3DTRIANGLE record = TriangleRecord(0, 1, 2);
-        stream.SubBufferWords = stream.SubBufferFlushWords = words + 32 - 1;
-        Draw(rig, member, Corner(128, 1), {record, record});
-        EXPECT_EQ(counts, Words{32});
-        counts.clear();
-        stream.SubBufferWords = stream.SubBufferFlushWords = words + 32;
-        Draw(rig, member, Corner(128, 1), {record, record});
-        EXPECT_TRUE(counts.empty());
+        P2MipRig rig;
+        EXPECT_EQ(test::TransfersOfTwo(rig, member, Corner(128, 1), words + 32 - 1), Words{32});
+        EXPECT_EQ(test::TransfersOfTwo(rig, member, Corner(128, 1), words + 32), Words{});
     }
 }
 
 TEST(P2Mip, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
-    P2Random random(41);
-    MipRig rig;
+    SetupRandom random(41);
+    P2MipRig rig;
     for (int round = 0; round < 1500; ++round) {
-        random.State(rig, (random.Pick(0x800) & ~RF_MIPMAP) | RF_MIPMAP);
-        rig.texture.LevelCount = 1 + random.Pick(9);
-        rig.ctx.TextureMagLinear = random.Pick(3);
-        rig.ctx.TextureMinLinear = random.Pick(3);
-        rig.ctx.Copies.TextureReadMode = random.Pick(0x40000);
-        rig.ctx.Copies.TextureMapFormat = random.Pick(0x40000);
+        rig.Randomise(random, random.Pick(0x800) | RF_MIPMAP);
         const auto vertices = random.Vertices(5 + random.Pick(6));
         const auto records = random.Records(vertices.size());
-        using Reference = reference::P2Reference;
-        test::ExpectLikeReference(
-            rig, P2_MipTri_XYZ_STQ_RGBFS, vertices, records, true,
-            [&](Reference& r) { r.Textured({.mip = true}, vertices, records); });
+        using R = reference::P2Reference;
+        test::ExpectLikeReference<R>(rig, P2_MipTri_XYZ_STQ_RGBFS, vertices, records, true,
+                                     [&](R& r) { r.Textured({.mip = true}, vertices, records); });
         rig.ctx.RenderFlags = kZMM;
-        test::ExpectLikeReference(
-            rig, P2_GouraudTextureZMM, vertices, records, false, [&](Reference& r) {
+        test::ExpectLikeReference<R>(
+            rig, P2_GouraudTextureZMM, vertices, records, false, [&](R& r) {
                 r.Textured({.fast = true, .mip = true, .square = true}, vertices, records);
             });
         ASSERT_FALSE(HasFatalFailure()) << round;
@@ -317,8 +258,8 @@ TEST(P2Mip, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
 // Left out are records whose first two vertices are one, after which a slot holds an older vertex.
 // A kept vertex has the texture words of the level in force, as a new level sends all.
 TEST(P2Mip, TheStoreHoldsEachDrawnRecordsVertices) {
-    P2Random random(42);
-    MipRig rig;
+    SetupRandom random(42);
+    P2MipRig rig;
     size_t checked = 0, sent = 0;
     for (int round = 0; round < 600; ++round) {
         for (const Renderer member : {P2_MipTri_XYZ_STQ_RGBFS, P2_GouraudTextureZMM}) {

@@ -10,61 +10,47 @@
 
 namespace {
 
+using test::Bits;
 using test::DrawRecords;
-using test::P2Random;
 using test::P2Rig;
+using test::SetupRandom;
+using test::TexturedVertex;
 using test::TriangleRecord;
 using test::Vertex;
-using Words = std::vector<uint32_t>;
+using test::Words;
+using test::operator+;
 
 constexpr uint32_t kState = RF_GOURAUD | RF_TEXTURE | RF_ZENABLE;
 
-Words operator+(Words left, const Words& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-uint32_t Bits(float value) {
-    return std::bit_cast<uint32_t>(value);
-}
-
-D3DTLVERTEX Textured(float sx, float sy, float tu, float tv, float rhw, D3DCOLOR color,
-                     D3DCOLOR specular) {
-    D3DTLVERTEX vertex = Vertex(sx, sy, 0.5f, color, specular);
-    vertex.tu = tu;
-    vertex.tv = tv;
-    vertex.rhw = rhw;
-    return vertex;
-}
-
 // Scaled by 1/8 and 1/16; 0, 1, 2 has det 300.
-std::vector<D3DTLVERTEX> Vertices() {
-    return {Textured(20, 10, 1.0f, 2.0f, 0.5f, 0x40102030, 0x80000000),
-            Textured(30, 20, 2.0f, 4.0f, 0.25f, 0x80405060, 0x40000000),
-            Textured(10, 30, 4.0f, 0.0f, 1.0f, 0xC0708090, 0x00FFFFFF),
-            Textured(0, 20, 0.5f, 1.0f, 2.0f, 0xF0A0B0C0, 0xFFFFFFFF),
-            Textured(2, 5, 0.0f, 0.0f, 1.0f, 0x00D0E0F0, 0)};
+std::vector<D3DTLVERTEX> P2Vertices() {
+    return {TexturedVertex(20, 10, 1.0f, 2.0f, 0.5f, 0x40102030, 0x80000000),
+            TexturedVertex(30, 20, 2.0f, 4.0f, 0.25f, 0x80405060, 0x40000000),
+            TexturedVertex(10, 30, 4.0f, 0.0f, 1.0f, 0xC0708090, 0x00FFFFFF),
+            TexturedVertex(0, 20, 0.5f, 1.0f, 2.0f, 0xF0A0B0C0, 0xFFFFFFFF),
+            TexturedVertex(2, 5, 0.0f, 0.0f, 1.0f, 0x00D0E0F0, 0)};
 }
 
-Words Draw(P2Rig& rig, std::vector<D3DTLVERTEX> vertices, const std::vector<D3DTRIANGLE>& records,
-           Renderer member = P2_Tri_XYZ_STQ_RGBFS) {
+Words DrawTextured(P2Rig& rig, std::vector<D3DTLVERTEX> vertices,
+                   const std::vector<D3DTRIANGLE>& records,
+                   Renderer member = P2_Tri_XYZ_STQ_RGBFS) {
     DrawRecords(rig, member, vertices, records);
     return rig.Take();
 }
 
 // S and T of the three vertices of one triangle, affine and unscaled but for the chip's range.
-struct Coordinates {
+struct DrawnCoordinates {
     std::vector<float> s, t;
 };
-Coordinates Drawn(P2Rig& rig, const float (&u)[3], const float (&v)[3]) {
-    auto vertices = Vertices();
+DrawnCoordinates Drawn(P2Rig& rig, const float (&u)[3], const float (&v)[3]) {
+    auto vertices = P2Vertices();
     for (int i = 0; i < 3; ++i) {
         vertices[i].tu = u[i];
         vertices[i].tv = v[i];
     }
     test::VertexStore store;
-    store.Replay(Draw(rig, vertices, {TriangleRecord(0, 1, 2)}));
-    Coordinates out;
+    store.Replay(DrawTextured(rig, vertices, {TriangleRecord(0, 1, 2)}));
+    DrawnCoordinates out;
     for (const auto& slot : store.drawn.at(0).slots) {
         out.s.push_back(std::bit_cast<float>(slot.At(0)) * 8);
         out.t.push_back(std::bit_cast<float>(slot.At(1)) * 16);
@@ -79,7 +65,7 @@ TEST(P2Textured, AffineVerticesHaveQOfOne) {
     P2Rig rig;
     rig.ctx.RenderFlags = kState;
     EXPECT_EQ(
-        Draw(rig, Vertices(), {TriangleRecord(0, 1, 2)}),
+        DrawTextured(rig, P2Vertices(), {TriangleRecord(0, 1, 2)}),
         (Words{0x5C078230, 0x3E000000, 0x3E000000, 0x3F800000, 0x41A00000, 0x41200000, 0x3F000000,
                0x40102030, 0x5C078240, 0x3E800000, 0x3E800000, 0x3F800000, 0x41F00000, 0x41A00000,
                0x3F000000, 0x80405060, 0x5C078250, 0x3F000000, 0x00000000, 0x3F800000, 0x41200000,
@@ -89,7 +75,7 @@ TEST(P2Textured, AffineVerticesHaveQOfOne) {
 TEST(P2Textured, PerspectiveMultipliesByRhwAndFogAndSpecularAddWords) {
     P2Rig rig;
     rig.ctx.RenderFlags = kState | RF_PERSPECTIVE | RF_FOG | RF_SPECULAR;
-    const Words words = Draw(rig, Vertices(), {TriangleRecord(0, 1, 2)});
+    const Words words = DrawTextured(rig, P2Vertices(), {TriangleRecord(0, 1, 2)});
     // F is specular / 2^32. Ks of white: each product and sum rounded to a single.
     const float white =
         (255.0f * 0.001172549019608f + 255.0f * 0.000447058823529f) + 255.0f * 0.002301960784314f;
@@ -130,11 +116,11 @@ TEST(P2Textured, PerspectiveMultipliesByRhwAndFogAndSpecularAddWords) {
 TEST(P2Textured, FogOfAWordWithMoreBitsThanASingleHoldsIsRounded) {
     P2Rig rig;
     rig.ctx.RenderFlags = kState | RF_FOG;
-    auto v = Vertices();
+    auto v = P2Vertices();
     v[0].specular = 0xFFFFFFFF; // to 2^32
     v[1].specular = 0x01000001; // a tie, to even: 2^24
     v[2].specular = 0x80000081; // above the tie: 0x80000100
-    const Words words = Draw(rig, v, {TriangleRecord(0, 1, 2)});
+    const Words words = DrawTextured(rig, v, {TriangleRecord(0, 1, 2)});
     EXPECT_EQ(words[4], Bits(1.0f));
     EXPECT_EQ(words[13], Bits(1.0f / 256));
     EXPECT_EQ(words[22], 0x3F000001u);
@@ -143,11 +129,11 @@ TEST(P2Textured, FogOfAWordWithMoreBitsThanASingleHoldsIsRounded) {
 TEST(P2Textured, SpecularStrengthWeighsBlueMost) {
     P2Rig rig;
     rig.ctx.RenderFlags = kState | RF_SPECULAR;
-    auto v = Vertices();
+    auto v = P2Vertices();
     v[0].specular = 0x00FF0000;
     v[1].specular = 0x0000FF00;
     v[2].specular = 0x000000FF;
-    const Words words = Draw(rig, v, {TriangleRecord(0, 1, 2)});
+    const Words words = DrawTextured(rig, v, {TriangleRecord(0, 1, 2)});
     EXPECT_NEAR(std::bit_cast<float>(words[4]), 0.299, 1e-6);
     EXPECT_NEAR(std::bit_cast<float>(words[13]), 0.114, 1e-6);
     EXPECT_NEAR(std::bit_cast<float>(words[22]), 0.587, 1e-6);
@@ -157,9 +143,9 @@ TEST(P2Textured, FlatShadingSendsTheMaskedConstantColourAndAllKsOfTheFirstVertex
     P2Rig rig;
     rig.ctx.RenderFlags = RF_TEXTURE | RF_SPECULAR | RF_BLEND;
     rig.ctx.BlendForcesZeroAlpha = 1;
-    auto v = Vertices();
+    auto v = P2Vertices();
     v[0].specular = 0x000000FF;
-    const Words words = Draw(rig, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 3)});
+    const Words words = DrawTextured(rig, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 3)});
     EXPECT_EQ(Words(words.begin(), words.begin() + 3), (Words{0x0FD, 0x00302010, 0x1C0F8230}));
     const uint32_t ks = Bits(255.0f * 0.002301960784314f);
     EXPECT_EQ(words[6], ks);
@@ -173,15 +159,16 @@ TEST(P2Textured, VertexColoursAreMaskedAndNeverLit) {
     P2Rig rig;
     rig.ctx.RenderFlags = kState | RF_SPECULAR | RF_BLEND;
     rig.ctx.BlendForcesZeroAlpha = 1;
-    EXPECT_EQ(Draw(rig, Vertices(), {TriangleRecord(2, 1, 0)})[8], 0x00708090u);
+    EXPECT_EQ(DrawTextured(rig, P2Vertices(), {TriangleRecord(2, 1, 0)})[8], 0x00708090u);
     rig.ctx.BlendForcesZeroAlpha = 2;
-    EXPECT_EQ(Draw(rig, Vertices(), {TriangleRecord(2, 1, 0)})[8], 0xC0708090u);
+    EXPECT_EQ(DrawTextured(rig, P2Vertices(), {TriangleRecord(2, 1, 0)})[8], 0xC0708090u);
 }
 
 TEST(P2Textured, StippleAndFlatColourGoAheadOfTheVertices) {
     P2Rig rig;
     rig.ctx.RenderFlags = RF_TEXTURE | RF_STIPPLEDALPHA;
-    const Words words = Draw(rig, Vertices(), {TriangleRecord(1, 2, 0), TriangleRecord(1, 0, 3)});
+    const Words words =
+        DrawTextured(rig, P2Vertices(), {TriangleRecord(1, 2, 0), TriangleRecord(1, 0, 3)});
     EXPECT_EQ(Words(words.begin(), words.begin() + 12),
               (Words{0x00FF8040, 0xEE, 0x55, 0xAA, 0x55, 0xEE, 0x55, 0xAA, 0x55, 0x0FD, 0x80605040,
                      0x1C078230}));
@@ -197,7 +184,7 @@ TEST(P2Textured, ASharedFirstVertexKeepsItsSlotAndTheNewestTakesWhatIsLeft) {
     rig.ctx.RenderFlags = kState;
     const auto headers = [&](std::vector<D3DTRIANGLE> records) {
         Words found;
-        for (const uint32_t word : Draw(rig, Vertices(), records)) {
+        for (const uint32_t word : DrawTextured(rig, P2Vertices(), records)) {
             if (word >> 16 == 0x5C07) {
                 found.push_back((word - 0x5C078230) >> 4);
             }
@@ -226,8 +213,8 @@ TEST(P2Textured, ADroppedTriangleLeavesWhatIsKept) {
     rig.SetCull(D3DCULL_CCW);
     rig.ctx.RenderFlags = kState;
     const Words words =
-        Draw(rig, Vertices(),
-             {TriangleRecord(0, 1, 2), TriangleRecord(1, 0, 4), TriangleRecord(0, 2, 3)});
+        DrawTextured(rig, P2Vertices(),
+                     {TriangleRecord(0, 1, 2), TriangleRecord(1, 0, 4), TriangleRecord(0, 2, 3)});
     EXPECT_EQ(words.size(), 26 + 10u);
     EXPECT_EQ(words[26], 0x5C078240u);
 }
@@ -235,8 +222,8 @@ TEST(P2Textured, ADroppedTriangleLeavesWhatIsKept) {
 TEST(P2Textured, EachCallStartsWithAnEmptyStore) {
     P2Rig rig;
     rig.ctx.RenderFlags = kState;
-    EXPECT_EQ(Draw(rig, Vertices(), {TriangleRecord(0, 1, 2)}).size(), 26u);
-    EXPECT_EQ(Draw(rig, Vertices(), {TriangleRecord(0, 1, 3)}).size(), 26u);
+    EXPECT_EQ(DrawTextured(rig, P2Vertices(), {TriangleRecord(0, 1, 2)}).size(), 26u);
+    EXPECT_EQ(DrawTextured(rig, P2Vertices(), {TriangleRecord(0, 1, 3)}).size(), 26u);
 }
 
 TEST(P2Textured, RangeReductionSlidesByWholeRepeats) {
@@ -287,12 +274,12 @@ TEST(P2Textured, WrappingTakesTheLoneVertexOrItsFellowsToTheNextRepeat) {
 TEST(P2Textured, AWrappedTriangleAndTheOneBehindItSendAllTheirVertices) {
     P2Rig rig;
     rig.ctx.RenderFlags = kState | RF_WRAPU;
-    auto v = Vertices();
+    auto v = P2Vertices();
     v[0].tu = v[1].tu = v[2].tu = v[3].tu = 0.2f;
     v[4].tu = 0.9f;
     const auto sent = [&](std::vector<D3DTRIANGLE> records) {
         test::VertexStore store;
-        store.Replay(Draw(rig, v, records));
+        store.Replay(DrawTextured(rig, v, records));
         return store.verticesSent;
     };
     const D3DTRIANGLE plain = TriangleRecord(0, 1, 2), plainToo = TriangleRecord(0, 1, 3);
@@ -311,7 +298,7 @@ TEST(P2Textured, TinyTrianglesWithinOneRowOrColumnAreSlivers) {
     P2Rig rig;
     rig.ctx.RenderFlags = kState;
     const auto drawn = [&rig](std::vector<D3DTLVERTEX> v) {
-        return !Draw(rig, v, {TriangleRecord(0, 1, 2)}).empty();
+        return !DrawTextured(rig, v, {TriangleRecord(0, 1, 2)}).empty();
     };
     // One row; det 0.4 * 7.4 = 2.96, then 0.4 * 7.5 = 3.0 (det * 2 in binary fractions: 0.375 * 8).
     const std::vector<D3DTLVERTEX> below = {Vertex(17.5f, 10), Vertex(10, 10.375f), Vertex(10, 10)};
@@ -338,20 +325,9 @@ TEST(P2Textured, TinyTrianglesWithinOneRowOrColumnAreSlivers) {
 TEST(P2Textured, ReservesFor256Bytes) {
     P2Rig rig;
     rig.ctx.RenderFlags = kState;
-    static Words counts;
-    counts.clear();
-    CommandStream& stream = rig.ctx.Stream;
-    stream.StartDMA = [](DriverData*, uint32_t, uint32_t count, uint32_t, uint32_t*, uint32_t) {
-        counts.push_back(count);
-        return 0;
-    };
-    stream.SubBufferWords = stream.SubBufferFlushWords = 64 + 26 - 1;
-    Draw(rig, Vertices(), {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 3)});
-    EXPECT_EQ(counts, Words{26});
-    counts.clear();
-    stream.SubBufferWords = stream.SubBufferFlushWords = 64 + 26;
-    Draw(rig, Vertices(), {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 3)});
-    EXPECT_TRUE(counts.empty());
+    EXPECT_EQ(test::TransfersOfTwo(rig, P2_Tri_XYZ_STQ_RGBFS, P2Vertices(), 64 + 26 - 1),
+              Words{26});
+    EXPECT_EQ(test::TransfersOfTwo(rig, P2_Tri_XYZ_STQ_RGBFS, P2Vertices(), 64 + 26), Words{});
 }
 
 TEST(P2Textured, FifoSpaceIsWaitedForPerVertexWithoutCountingFog) {
@@ -360,7 +336,7 @@ TEST(P2Textured, FifoSpaceIsWaitedForPerVertexWithoutCountingFog) {
         rig.ctx.RenderFlags = flags;
         std::vector<uint32_t> asked;
         rig.bus.fifoSpace = 9; // never enough for two waits
-        auto v = Vertices();
+        auto v = P2Vertices();
         DrawRecords(rig, P2_Tri_XYZ_STQ_RGBFS, v, std::vector{TriangleRecord(0, 1, 2)});
         return rig.bus.ReadsOf(reg::InFIFOSpace);
     };
@@ -374,7 +350,7 @@ TEST(P2Textured, NoFifoSpaceIsReadWithDisconnectOn) {
     P2Rig rig(false);
     rig.ctx.Stream.DisconnectMode = 1;
     rig.ctx.RenderFlags = kState | RF_PERSPECTIVE;
-    auto v = Vertices();
+    auto v = P2Vertices();
     DrawRecords(rig, P2_Tri_XYZ_STQ_RGBFS, v, std::vector{TriangleRecord(0, 1, 2)});
     EXPECT_EQ(rig.bus.ReadsOf(reg::InFIFOSpace), 0u);
     EXPECT_EQ(rig.Take().size(), 26u);
@@ -383,9 +359,10 @@ TEST(P2Textured, NoFifoSpaceIsReadWithDisconnectOn) {
 TEST(P2TexturedWire, CarriesSTQAndKsAndLightsItsColoursToo) {
     P2Rig rig;
     rig.ctx.RenderFlags = kState | RF_PERSPECTIVE | RF_SPECULAR;
-    auto v = Vertices();
+    auto v = P2Vertices();
     v[0].specular = 0x000002FF;
-    const Words words = Draw(rig, v, {TriangleRecord(0, 1, 2, 0x700)}, P2_TriWire_XYZ_STQ_RGBFS);
+    const Words words =
+        DrawTextured(rig, v, {TriangleRecord(0, 1, 2, 0x700)}, P2_TriWire_XYZ_STQ_RGBFS);
     const uint32_t ks = Bits(2.0f * 0.000447058823529f + 255.0f * 0.002301960784314f);
     const Words a = {Bits(0.0625f), Bits(0.0625f), Bits(0.5f), ks, Bits(20), Bits(10), Bits(0.5f)};
     EXPECT_EQ(Words(words.begin(), words.begin() + 8), Words{0x1C0F8230} + a);
@@ -399,13 +376,13 @@ TEST(P2TexturedWire, CarriesSTQAndKsAndLightsItsColoursToo) {
 
 TEST(P2TexturedWire, KsIsZeroWithoutSpecularAndTheFirstVertexsWhenFlat) {
     P2Rig rig;
-    auto v = Vertices();
+    auto v = P2Vertices();
     v[0].specular = 0x000000FF;
     rig.ctx.RenderFlags = RF_TEXTURE | RF_GOURAUD;
-    Words words = Draw(rig, v, {TriangleRecord(0, 1, 2)}, P2_TriWire_XYZ_STQ_RGBFS);
+    Words words = DrawTextured(rig, v, {TriangleRecord(0, 1, 2)}, P2_TriWire_XYZ_STQ_RGBFS);
     EXPECT_EQ(words[4], 0u);
     rig.ctx.RenderFlags = RF_TEXTURE | RF_SPECULAR;
-    words = Draw(rig, v, {TriangleRecord(0, 1, 2)}, P2_TriWire_XYZ_STQ_RGBFS);
+    words = DrawTextured(rig, v, {TriangleRecord(0, 1, 2)}, P2_TriWire_XYZ_STQ_RGBFS);
     const uint32_t ks = Bits(255.0f * 0.002301960784314f);
     EXPECT_EQ(words[4], ks);
     EXPECT_EQ(words[12], ks);
@@ -423,7 +400,7 @@ Words DrawLine(P2Rig& rig, std::vector<D3DTLVERTEX> v, uint32_t a = 0, uint32_t 
 TEST(P2Line, AnUntexturedFlatLineIsBracketedByTheRasterizerMode) {
     P2Rig rig;
     rig.ctx.RenderCommand = 0x10040;
-    EXPECT_EQ(DrawLine(rig, Vertices()),
+    EXPECT_EQ(DrawLine(rig, P2Vertices()),
               (Words{0x014, 0x20, 0x1C008230, Bits(20), Bits(10), Bits(0.5f), 0x1C008240, Bits(30),
                      Bits(20), Bits(0.5f), 0x0FD, 0x40302010, 0x263, 0x10004, 0x014, 0}));
 }
@@ -433,7 +410,7 @@ TEST(P2Line, FogColoursAndTheEndPixelFollowTheVertices) {
     // Specular light is not added.
     rig.ctx.RenderFlags = RF_GOURAUD | RF_FOG | RF_LASTPIXEL | RF_SPECULAR | RF_BLEND;
     rig.ctx.BlendForcesZeroAlpha = 1;
-    auto v = Vertices();
+    auto v = P2Vertices();
     v[0].specular = 0x80FFFFFF;
     const Words words = DrawLine(rig, v);
     EXPECT_EQ(Words(words.begin() + 10, words.end()),
@@ -444,7 +421,7 @@ TEST(P2Line, FogColoursAndTheEndPixelFollowTheVertices) {
 TEST(P2Line, TexturedEndsCarrySTQAndKsOfTheirOwn) {
     P2Rig rig;
     rig.ctx.RenderFlags = RF_TEXTURE | RF_PERSPECTIVE | RF_SPECULAR;
-    auto v = Vertices();
+    auto v = P2Vertices();
     v[1].specular = 0x000000FF;
     const Words words = DrawLine(rig, v);
     EXPECT_EQ(Words(words.begin() + 2, words.begin() + 18),
@@ -462,7 +439,7 @@ TEST(P2Line, TheSmallerOfTwoFarCoordinatesWraps) {
     P2Rig rig;
     rig.ctx.RenderFlags = RF_TEXTURE | RF_WRAPU | RF_WRAPV;
     rig.ctx.TextureWidthScale = rig.ctx.TextureHeightScale = 1.0f;
-    auto v = Vertices();
+    auto v = P2Vertices();
     v[0].tu = 0.25f;
     v[1].tu = 0.875f;
     v[0].tv = 0.875f;
@@ -478,12 +455,12 @@ TEST(P2Line, OnlyPermediasScaleTheirCoordinates) {
     P2Rig rig;
     rig.chip.Family = FamilyGlint;
     rig.ctx.RenderFlags = RF_TEXTURE;
-    const Words words = DrawLine(rig, Vertices());
+    const Words words = DrawLine(rig, P2Vertices());
     EXPECT_EQ((Words{words[3], words[4]}), (Words{Bits(1), Bits(2)}));
 }
 
 TEST(P2Textured, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
-    P2Random random(21);
+    SetupRandom random(21);
     P2Rig rig;
     for (int round = 0; round < 1500; ++round) {
         random.State(rig, random.Pick(0x800) | random.Pick(2) * RF_LASTPIXEL);
@@ -491,13 +468,14 @@ TEST(P2Textured, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
         const auto vertices = random.Vertices(6 + random.Pick(6));
         const auto records = random.Records(vertices.size());
         const auto lines = random.Lines(vertices.size());
-        using Reference = reference::P2Reference;
-        test::ExpectLikeReference(rig, P2_Tri_XYZ_STQ_RGBFS, vertices, records, true,
-                                  [&](Reference& r) { r.Textured({}, vertices, records); });
-        test::ExpectLikeReference(rig, P2_TriWire_XYZ_STQ_RGBFS, vertices, records, true,
-                                  [&](Reference& r) { r.Wire(true, vertices, records); });
-        test::ExpectLikeReference(rig, P2_Line_XYZ_STQ_RGBFS, vertices, lines, true,
-                                  [&](Reference& r) { r.Lines(vertices, lines); });
+        using R = reference::P2Reference;
+        test::ExpectLikeReference<R>(rig, P2_Tri_XYZ_STQ_RGBFS, vertices, records, true,
+                                     [&](R& r) { r.Textured({}, vertices, records); });
+        test::ExpectLikeReference<R>(
+            rig, P2_TriWire_XYZ_STQ_RGBFS, vertices, records, true,
+            [&](R& r) { r.Wire(reference::kP2TexturedWire, vertices, records); });
+        test::ExpectLikeReference<R>(rig, P2_Line_XYZ_STQ_RGBFS, vertices, lines, true,
+                                     [&](R& r) { r.Lines(3, vertices, lines); });
         ASSERT_FALSE(HasFatalFailure()) << round;
     }
 }
@@ -507,7 +485,7 @@ TEST(P2Textured, EveryMemberMatchesThePlainReferenceOverRandomBatches) {
 // third slot then holds an older vertex), and coordinates slid into range, which differ from
 // triangle to triangle (those are checked for their places alone).
 TEST(P2Textured, TheStoreHoldsEachDrawnRecordsVertices) {
-    P2Random random(22);
+    SetupRandom random(22);
     P2Rig rig;
     size_t checked = 0;
     for (int round = 0; round < 600; ++round) {

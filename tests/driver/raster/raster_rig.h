@@ -3,6 +3,8 @@
 // from its one large sub-buffer, in FIFO mode from the recording bus.
 #include "driver/core/dma.h"
 #include "tests/support/recording_bus.h"
+#include "tests/support/tag_names.h"
+#include "tests/support/words.h"
 
 #include <cstdint>
 #include <memory>

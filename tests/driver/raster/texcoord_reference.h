@@ -2,7 +2,6 @@
 // Range reduction and wrap of texture coordinates by value, on lists of numbers.
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <vector>
 
 namespace reference {
@@ -41,24 +40,6 @@ inline bool Wrap(std::vector<float>& t) {
         }
     }
     return false;
-}
-
-inline float Strength(uint32_t specular) {
-    const float red = static_cast<float>((specular >> 16) & 0xFF) * 0.001172549019608f;
-    const float green = static_cast<float>((specular >> 8) & 0xFF) * 0.000447058823529f;
-    const float blue = static_cast<float>(specular & 0xFF) * 0.002301960784314f;
-    return (red + green) + blue;
-}
-
-// Each channel through the rounded-down square root of 255 times it: blue as it is, green one
-// less, red one more.
-inline uint32_t Gamma(uint32_t colour) {
-    const auto root = [](uint32_t channel) {
-        return static_cast<uint32_t>(std::sqrt(255.0 * channel));
-    };
-    const uint32_t red = (colour >> 16) & 0xFF, green = (colour >> 8) & 0xFF, blue = colour & 0xFF;
-    return (colour & 0xFF000000) | (red == 0 ? 0 : std::min(255u, root(red) + 1)) << 16 |
-           (green == 0 ? 0 : root(green) - 1) << 8 | root(blue);
 }
 
 } // namespace reference

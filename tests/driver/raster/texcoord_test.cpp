@@ -2,6 +2,7 @@
 #include "driver/raster/gamma.h"
 #include "driver/raster/strength.h"
 #include "driver/raster/texcoord.h"
+#include "tests/driver/raster/colour_reference.h"
 #include "tests/driver/raster/texcoord_reference.h"
 
 #include <gtest/gtest.h>

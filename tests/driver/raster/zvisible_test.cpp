@@ -9,12 +9,8 @@ namespace {
 
 using test::RasterRig;
 using test::Vertex;
-using Words = std::vector<uint32_t>;
-
-Words operator+(Words left, const Words& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
+using test::Words;
+using test::operator+;
 
 // For a target of 320 by 200.
 const Words kBegin = {0x157,      0,     0x118, 0,     0x182, 0,     0x183,

@@ -1,6 +1,7 @@
 #include "driver/core/dma.h"
 #include "driver/services/context.h"
 #include "tests/support/rig.h"
+#include "tests/support/words.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,7 @@ namespace {
 
 using test::BusEvent;
 using test::Rig;
-using Words = std::vector<uint32_t>;
+using test::Words;
 
 constexpr uint32_t kType2D = 1;
 

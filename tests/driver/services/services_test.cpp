@@ -4,6 +4,7 @@
 #include "driver/services/services.h"
 #include "host/win32/system.h"
 #include "tests/support/rig.h"
+#include "tests/support/words.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,7 @@
 namespace {
 
 using test::Rig;
-using Words = std::vector<uint32_t>;
+using test::Words;
 
 constexpr uint32_t kUntouched = 0xEEEEEEEE;
 

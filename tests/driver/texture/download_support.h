@@ -2,6 +2,8 @@
 // A download at work: a source in memory of its own, a destination in the rig's video memory, and
 // the words that came out.
 #include "tests/support/rig.h"
+#include "tests/support/tag_names.h"
+#include "tests/support/words.h"
 
 #include <gtest/gtest.h>
 
@@ -10,15 +12,9 @@
 
 namespace test {
 
-using Words = std::vector<uint32_t>;
 using Bytes = std::vector<uint8_t>;
 using Download = void (*)(DriverData*, PrivateSurfaceData*, DDRAWI_DDRAWSURFACE_LCL*, RECTL*,
                           DDRAWI_DDRAWSURFACE_LCL*, RECTL*);
-
-inline Words operator+(Words a, const Words& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
 
 // Data in hold bursts of at most 64 words.
 inline Words Runs(uint32_t tagNumber, const Words& data) {
@@ -56,6 +52,22 @@ inline Words WordsAt(const Bytes& bytes, size_t offset, size_t count) {
         words.push_back(WordAt(bytes, offset + 4 * i));
     }
     return words;
+}
+
+// A source of 16 lines.
+inline constexpr int32_t kPitch = 1024; // bytes
+inline const Bytes& SourceBytes() {
+    static const Bytes bytes = Pattern(16 * kPitch);
+    return bytes;
+}
+
+// Lines of `words` words for a register, from a byte offset of the source on.
+inline Words Lines(uint32_t tagNumber, size_t offset, size_t words, size_t lines) {
+    Words all;
+    for (size_t line = 0; line != lines; ++line) {
+        all = all + Runs(tagNumber, WordsAt(SourceBytes(), offset + line * kPitch, words));
+    }
+    return all;
 }
 
 struct Loading {

@@ -69,8 +69,6 @@ Words EndOf(uint32_t deviceId) {
 
 constexpr uint32_t kChips[] = {DevicePermedia2, DeviceMX};
 
-} // namespace
-
 TEST(LUTDownload, FourRunsOf64WordsInFIFOMode) {
     for (uint32_t chip : kChips) {
         Palette load(chip, false);
@@ -143,3 +141,5 @@ TEST(LUTDownload, MXHasNoAGPBranch) {
     EXPECT_EQ(load.rig.Sent(),
               SetupOf(DeviceMX) + Runs(0x11D, Palette::Colours()) + EndOf(DeviceMX));
 }
+
+} // namespace

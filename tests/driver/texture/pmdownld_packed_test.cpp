@@ -5,37 +5,21 @@ using namespace test;
 
 namespace {
 
-constexpr int32_t kPitch = 1024;
-
-// A source of 16 lines of 1024 bytes.
-const Bytes& SourceBytes() {
-    static const Bytes bytes = Pattern(16 * kPitch);
-    return bytes;
-}
-
-struct Packed : Loading {
-    explicit Packed(uint32_t pixelSize, uint32_t bits = 16) : Loading(DevicePermedia2, bits) {
+struct PermediaPacked : Loading {
+    explicit PermediaPacked(uint32_t pixelSize, uint32_t bits = 16)
+        : Loading(DevicePermedia2, bits) {
         SetDest(pixelSize, kPitch, 0x6000);
         dest->priv.PackedPPCode = 0x0AB;
         SetSource(SourceBytes(), kPitch);
     }
 };
 
-// Lines of `words` words from a byte offset of the source on.
-Words Lines(size_t offset, size_t words, size_t lines) {
-    Words all;
-    for (size_t line = 0; line != lines; ++line) {
-        all = all + Runs(0x0FE, WordsAt(SourceBytes(), offset + line * kPitch, words));
-    }
-    return all;
-}
-
 // The state in front of the data.
-struct Setup {
+struct PermediaPackedSetup {
     uint32_t readMode, readPixel, base, xDom, xSub, limits, top, height;
 };
 
-Words WordsOf(const Setup& s) {
+Words WordsOf(const PermediaPackedSetup& s) {
     return {0x105, 0,           0x150, s.readMode, 0x15A, s.readPixel, 0x152, 0,
             0x156, s.base,      0x000, s.xDom,     0x002, s.xSub,      0x02A, s.limits,
             0x004, s.top << 16, 0x005, 0x10000,    0x006, s.height,    0x007, 0x1040};
@@ -51,44 +35,42 @@ uint32_t DataOf(const Words& words, uint32_t tagNumber) {
     return 0;
 }
 
-} // namespace
-
 TEST(PackedDownload, SixteenBitPixelsGoTwoToAWord) {
-    Packed load(PixelSize16, 32);
+    PermediaPacked load(PixelSize16, 32);
     load.Run(PermediaPackedDownload, {4, 2, 10, 5}, {6, 3, 12, 6});
     // Columns 3 to (12 + 3) / 2 = 7: four words a line.
     EXPECT_EQ(load.Sent(), WordsOf({0x80123, 1, 0x3000, 3 << 16, 7 << 16, 6 << 16 | 12, 3, 3}) +
-                               Lines(2 * kPitch + 4 * 2, 4, 3) + Words({0x15A, 2}));
+                               Lines(t::Color, 2 * kPitch + 4 * 2, 4, 3) + Words({0x15A, 2}));
 }
 
 TEST(PackedDownload, EightBitPixelsGoFourToAWord) {
-    Packed load(PixelSize8);
+    PermediaPacked load(PixelSize8);
     load.Run(PermediaPackedDownload, {9, 0, 19, 2}, {13, 7, 23, 9});
     // Both start at pixel 1 of their word. Columns 3 to (23 + 7) / 4 = 7; the source starts at
     // pixel 8.
     EXPECT_EQ(load.Sent(), WordsOf({0x80123, 0, 0x6000, 3 << 16, 7 << 16, 13 << 16 | 23, 7, 2}) +
-                               Lines(8, 4, 2) + Words({0x15A, 1}));
+                               Lines(t::Color, 8, 4, 2) + Words({0x15A, 1}));
 }
 
 TEST(PackedDownload, ThirtyTwoBitPixelsAreWords) {
-    Packed load(PixelSize32, 32);
+    PermediaPacked load(PixelSize32, 32);
     load.Run(PermediaPackedDownload, {5, 1, 8, 3}, {2, 0, 5, 2});
     EXPECT_EQ(load.Sent(), WordsOf({0x80123, 2, 0x1800, 2 << 16, 5 << 16, 2 << 16 | 5, 0, 2}) +
-                               Lines(kPitch + 5 * 4, 3, 2) + Words({0x15A, 2}));
+                               Lines(t::Color, kPitch + 5 * 4, 3, 2) + Words({0x15A, 2}));
 }
 
 TEST(PackedDownload, FourAndTwentyFourBitPixelsFollowTheSixteenBitColumns) {
-    Packed four(PixelSize4);
+    PermediaPacked four(PixelSize4);
     four.Run(PermediaPackedDownload, {19, 1, 27, 2}, {3, 0, 11, 1});
     // Source pixel 19 is in the word of pixels 16 to 23; the offset is shifted by the code itself.
     EXPECT_EQ(four.Sent(),
               WordsOf({0x80123, 3, 0x6000 >> 3, 1 << 16, 7 << 16, 3 << 16 | 11, 0, 1}) +
-                  Lines(kPitch + (16 << 3), 6, 1) + Words({0x15A, 1}));
-    Packed whole(PixelSize24, 24);
+                  Lines(t::Color, kPitch + (16 << 3), 6, 1) + Words({0x15A, 1}));
+    PermediaPacked whole(PixelSize24, 24);
     whole.Run(PermediaPackedDownload, {3, 1, 7, 2}, {4, 2, 8, 3});
     EXPECT_EQ(whole.Sent(),
               WordsOf({0x80123, 4, 0x6000 >> 4, 2 << 16, 5 << 16, 4 << 16 | 8, 2, 1}) +
-                  Lines(kPitch + (3 << 4), 3, 1) + Words({0x15A, 4}));
+                  Lines(t::Color, kPitch + (3 << 4), 3, 1) + Words({0x15A, 4}));
 }
 
 TEST(PackedDownload, TheRelativeOffsetIsTheDifferenceOfThePlacesInTheirWords) {
@@ -101,7 +83,7 @@ TEST(PackedDownload, TheRelativeOffsetIsTheDifferenceOfThePlacesInTheirWords) {
                  {PixelSize16, 1, 0, 7}, {PixelSize16, 3, 1, 0}, {PixelSize32, 1, 2, 0},
                  {PixelSize4, 1, 2, 0},  {PixelSize24, 3, 2, 0}};
     for (const auto& c : cases) {
-        Packed load(c.pixelSize);
+        PermediaPacked load(c.pixelSize);
         load.Run(PermediaPackedDownload, {c.source, 0, c.source + 8, 1},
                  {c.dest, 0, c.dest + 8, 1});
         const Words sent = load.Sent();
@@ -112,7 +94,7 @@ TEST(PackedDownload, TheRelativeOffsetIsTheDifferenceOfThePlacesInTheirWords) {
 }
 
 TEST(PackedDownload, ALineOf130WordsGoesAsRunsOf64And64And2) {
-    Packed load(PixelSize32, 32);
+    PermediaPacked load(PixelSize32, 32);
     load.Run(PermediaPackedDownload, {0, 0, 130, 2});
     const Words sent = load.Sent();
     ASSERT_EQ(sent.size(), 24u + 2 * 133 + 2);
@@ -121,15 +103,15 @@ TEST(PackedDownload, ALineOf130WordsGoesAsRunsOf64And64And2) {
         EXPECT_EQ(sent[at + 65], 0x003F00FEu);
         EXPECT_EQ(sent[at + 130], 0x000100FEu);
     }
-    EXPECT_EQ(Words(sent.begin() + 24, sent.end() - 2), Lines(0, 130, 2));
+    EXPECT_EQ(Words(sent.begin() + 24, sent.end() - 2), Lines(t::Color, 0, 130, 2));
 }
 
 TEST(PackedDownload, RunsOfEveryLengthCarryTheirWords) {
     for (LONG words = 1; words != 80; ++words) {
-        Packed load(PixelSize32, 32);
+        PermediaPacked load(PixelSize32, 32);
         load.Run(PermediaPackedDownload, {1, 0, 1 + words, 1}, {0, 0, words, 1});
         const Words sent = load.Sent();
-        EXPECT_EQ(Words(sent.begin() + 24, sent.end() - 2), Lines(4, words, 1));
+        EXPECT_EQ(Words(sent.begin() + 24, sent.end() - 2), Lines(t::Color, 4, words, 1));
     }
 }
 
@@ -137,7 +119,7 @@ TEST(PackedDownload, ASourceWhollyAboveOrLeftIsDropped) {
     for (const RECTL& rect : {RECTL{0, -9, 8, -1}, RECTL{-9, 0, -1, 8}, RECTL{-9, -9, -1, -1}}) {
         for (Download download :
              {PermediaPackedDownload, PermediaPacked16BitDownload, PermediaPacked8BitDownload}) {
-            Packed load(PixelSize16);
+            PermediaPacked load(PixelSize16);
             load.Run(download, rect, {0, 0, 8, 8});
             EXPECT_TRUE(load.rig.bus->events.empty());
         }
@@ -145,23 +127,23 @@ TEST(PackedDownload, ASourceWhollyAboveOrLeftIsDropped) {
 }
 
 TEST(PackedDownload, ASourcePartlyAboveMovesTheDestinationDown) {
-    Packed load(PixelSize16);
+    PermediaPacked load(PixelSize16);
     load.Run(PermediaPackedDownload, {0, -3, 4, 2}, {0, 10, 4, 15});
-    EXPECT_EQ(load.Sent(), WordsOf({0x80123, 1, 0x3000, 0, 3 << 16, 4, 13, 2}) + Lines(0, 3, 2) +
-                               Words({0x15A, 1}));
+    EXPECT_EQ(load.Sent(), WordsOf({0x80123, 1, 0x3000, 0, 3 << 16, 4, 13, 2}) +
+                               Lines(t::Color, 0, 3, 2) + Words({0x15A, 1}));
 }
 
 TEST(PackedDownload, ASourcePartlyLeftMovesTheDestinationRight) {
-    Packed load(PixelSize16);
+    PermediaPacked load(PixelSize16);
     load.Run(PermediaPackedDownload, {-3, 1, 4, 3}, {10, 0, 17, 2});
     // The destination starts at 13, an odd pixel, the source at 0.
     EXPECT_EQ(load.Sent(),
               WordsOf({0x180123, 1, 0x3000, 6 << 16, 10 << 16, 1u << 29 | 13 << 16 | 17, 0, 2}) +
-                  Lines(kPitch, 4, 2) + Words({0x15A, 1}));
+                  Lines(t::Color, kPitch, 4, 2) + Words({0x15A, 1}));
 }
 
 TEST(PackedDownload, ASourceThatOnlyTouchesTheEdgeIsNotDroppedButHasNoLines) {
-    Packed load(PixelSize16);
+    PermediaPacked load(PixelSize16);
     load.Run(PermediaPackedDownload, {0, -4, 4, 0}, {0, 10, 4, 14});
     EXPECT_EQ(load.Sent(), WordsOf({0x80123, 1, 0x3000, 0, 3 << 16, 4, 14, 0}) + Words({0x15A, 1}));
 }
@@ -170,7 +152,7 @@ TEST(PackedDownload, DisconnectStandsInForWaits) {
     for (uint32_t delta : {0u, uint32_t{DeltaPresent}}) {
         for (Download download :
              {PermediaPackedDownload, PermediaPacked16BitDownload, PermediaPacked8BitDownload}) {
-            Packed load(PixelSize16);
+            PermediaPacked load(PixelSize16);
             load.rig.chip->Flags = delta;
             load.Run(download, {0, 0, 200, 16});
             load.ExpectBracket(delta != 0 ? 0x868 : 0x68);
@@ -180,38 +162,41 @@ TEST(PackedDownload, DisconnectStandsInForWaits) {
 
 TEST(PackedDownload, NoWordFallsOutOfTheWindow) {
     for (uint32_t words = 930; words != 960; ++words) {
-        Packed load(PixelSize32, 32);
+        PermediaPacked load(PixelSize32, 32);
         load.rig.driver->Stream.WritePointer += words;
         load.Run(PermediaPackedDownload, {0, 0, 25, 1});
         const Words sent = load.Sent();
-        EXPECT_EQ(Words(sent.begin() + 24, sent.end()), Lines(0, 25, 1) + Words({0x15A, 2}));
+        EXPECT_EQ(Words(sent.begin() + 24, sent.end()),
+                  Lines(t::Color, 0, 25, 1) + Words({0x15A, 2}));
     }
 }
 
 TEST(PackedDisplayDownload, TwoSixteenBitPixelsAreDrawnAsOneOf32Bits) {
-    Packed load(PixelSize16);
+    PermediaPacked load(PixelSize16);
     load.Run(PermediaPacked16BitDownload, {3, 2, 11, 4}, {5, 6, 13, 8});
     const Words want = {0x105, 0,       0x150, 0x0AB,   0x15A, 2,       0x152, 0,
                         0x156, 0x1800,  0x000, 2 << 16, 0x002, 6 << 16, 0x004, 6 << 16,
                         0x005, 0x10000, 0x006, 2,       0x007, 0x1040};
-    EXPECT_EQ(load.Sent(), want + Lines(2 * kPitch + 3 * 2, 4, 2) + Words({0x15A, 1}));
+    EXPECT_EQ(load.Sent(), want + Lines(t::Color, 2 * kPitch + 3 * 2, 4, 2) + Words({0x15A, 1}));
 }
 
 TEST(PackedDisplayDownload, FourEightBitPixelsAreDrawnAsOneOf32Bits) {
-    Packed load(PixelSize8, 8);
+    PermediaPacked load(PixelSize8, 8);
     load.Run(PermediaPacked8BitDownload, {3, 2, 14, 4}, {5, 6, 16, 8});
     const Words want = {0x105, 0,       0x150, 0x0AB,   0x15A, 2,       0x152, 0,
                         0x156, 0x1800,  0x000, 1 << 16, 0x002, 4 << 16, 0x004, 6 << 16,
                         0x005, 0x10000, 0x006, 2,       0x007, 0x1040};
-    EXPECT_EQ(load.Sent(), want + Lines(2 * kPitch + 3, 2, 2) + Words({0x15A, 0}));
+    EXPECT_EQ(load.Sent(), want + Lines(t::Color, 2 * kPitch + 3, 2, 2) + Words({0x15A, 0}));
 }
 
 TEST(PackedDisplayDownload, SizeIsTakenBeforeTheClip) {
-    Packed load(PixelSize16);
+    PermediaPacked load(PixelSize16);
     load.Run(PermediaPacked16BitDownload, {-2, -1, 6, 3}, {4, 5, 12, 9});
     const Words sent = load.Sent();
     EXPECT_EQ(DataOf(sent, 0x000), 3u << 16); // left is 6 after the clip
     EXPECT_EQ(DataOf(sent, 0x004), 6u << 16);
     EXPECT_EQ(DataOf(sent, 0x006), 4u);
-    EXPECT_EQ(Words(sent.begin() + 22, sent.end()), Lines(0, 4, 4) + Words({0x15A, 1}));
+    EXPECT_EQ(Words(sent.begin() + 22, sent.end()), Lines(t::Color, 0, 4, 4) + Words({0x15A, 1}));
 }
+
+} // namespace

@@ -56,8 +56,6 @@ struct Patch : Loading {
     uint32_t height_;
 };
 
-} // namespace
-
 TEST(Bypass4BitDownload, A16By32TextureWrites8BytesALineAndLine1LandsAtByte1) {
     Patch load(16, 32, 32);
     Bytes bytes(8 * 32);
@@ -123,3 +121,5 @@ TEST(EarlierPatched4BitDownload, PutsPixelBit4AtBits7And8AndMarksNothing) {
     EXPECT_EQ(EarlierPlaceOf(16, 0, kPitch), 0x180u);
     EXPECT_EQ(load.dest->priv.Flags & SURFACE_PATCHED_NOW, 0u);
 }
+
+} // namespace

@@ -35,8 +35,6 @@ Words ColoursOf16Bit(uint32_t redMask, const std::vector<uint16_t>& pixels) {
     return colours;
 }
 
-} // namespace
-
 TEST(PatchedDownload, EightBitPixelsGoLineByLineInEveryColourByte) {
     Loading load(DevicePermedia, 32);
     load.SetDest(PixelSize8, 64, 0x4321);
@@ -297,3 +295,5 @@ TEST(PatchedDownload, EverySixteenBitPixelIsConvertedInALoadOf65536) {
         EXPECT_TRUE(Words(sent.begin() + 26, sent.end() - 6) == Runs(0x0FE, data));
     }
 }
+
+} // namespace

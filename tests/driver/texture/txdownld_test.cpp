@@ -5,22 +5,6 @@ using namespace test;
 
 namespace {
 
-constexpr int32_t kPitch = 1024;
-
-const Bytes& SourceBytes() {
-    static const Bytes bytes = Pattern(16 * kPitch);
-    return bytes;
-}
-
-// Lines of `words` words for a register, from a byte offset of the source on.
-Words Lines(uint32_t tagNumber, size_t offset, size_t words, size_t lines) {
-    Words all;
-    for (size_t line = 0; line != lines; ++line) {
-        all = all + Runs(tagNumber, WordsAt(SourceBytes(), offset + line * kPitch, words));
-    }
-    return all;
-}
-
 // A texture in the local buffer.
 struct Texture : Loading {
     explicit Texture(uint32_t pixelSize, int32_t pitch = 256, uint32_t deviceId = DeviceTX)
@@ -32,28 +16,26 @@ struct Texture : Loading {
     static constexpr uint32_t kOffset = 0x4800;
 };
 
-struct Packed : Loading {
-    explicit Packed(uint32_t pixelSize, uint32_t bits = 16, uint32_t deviceId = DeviceTX)
+struct GlintPacked : Loading {
+    explicit GlintPacked(uint32_t pixelSize, uint32_t bits = 16, uint32_t deviceId = DeviceTX)
         : Loading(deviceId, bits) {
         SetDest(pixelSize, kPitch, 0x6000);
         SetSource(SourceBytes(), kPitch);
     }
 };
 
-struct Setup {
+struct GlintPackedSetup {
     uint32_t base, first, right, top, height;
 };
 
 // State behind the scissor words.
-Words WordsOf(const Setup& s) {
+Words GlintWordsOf(const GlintPackedSetup& s) {
     return {0x105,  0,       0x150,         0x123,    0x152,         0,      0x156,
             s.base, 0x000,   s.first << 16, 0x002,    s.right << 16, 0x004,  s.top << 16,
             0x005,  0x10000, 0x006,         s.height, 0x007,         0x41048};
 }
 
 const Words kEnd = {0x030, 0, 0x017, 0};
-
-} // namespace
 
 TEST(TXPatchedDownload, RawWordsGoToTextureDataByPixelSize) {
     const struct {
@@ -146,47 +128,47 @@ TEST(TXPatchedDownload, DisconnectStandsInForWaits) {
 }
 
 TEST(TXPackedDownload, ASixteenBitLoadAtAnOddSourceStartsAPixelEarlierBehindTheScissor) {
-    Packed load(PixelSize16);
+    GlintPacked load(PixelSize16);
     load.Run(TXPackedDownload, {3, 2, 9, 4}, {10, 5, 16, 7});
     // From 9 to 16: (16 - 9 + 1) / 2 = 4 words, read from the source's own left.
-    EXPECT_EQ(load.Sent(), Words({0x030, 3, 0x031, 10}) + WordsOf({0x3000, 9, 16, 5, 2}) +
+    EXPECT_EQ(load.Sent(), Words({0x030, 3, 0x031, 10}) + GlintWordsOf({0x3000, 9, 16, 5, 2}) +
                                Lines(0x0FE, 2 * kPitch + 3 * 2, 4, 2) + kEnd);
 }
 
 TEST(TXPackedDownload, AnEvenSourceStartsWhereItIs) {
-    Packed load(PixelSize16);
+    GlintPacked load(PixelSize16);
     load.Run(TXPackedDownload, {4, 0, 9, 2}, {11, 5, 16, 7});
-    EXPECT_EQ(load.Sent(), Words({0x030, 3, 0x031, 11}) + WordsOf({0x3000, 11, 16, 5, 2}) +
+    EXPECT_EQ(load.Sent(), Words({0x030, 3, 0x031, 11}) + GlintWordsOf({0x3000, 11, 16, 5, 2}) +
                                Lines(0x0FE, 4 * 2, 3, 2) + kEnd);
 }
 
 TEST(TXPackedDownload, EightBitPixelsWidenByTheirPlaceInTheWord) {
-    Packed load(PixelSize8, 8);
+    GlintPacked load(PixelSize8, 8);
     load.Run(TXPackedDownload, {7, 1, 12, 2}, {20, 0, 25, 1});
     // From 17 to 25: (8 + 3) / 4 = 2 words.
-    EXPECT_EQ(load.Sent(), Words({0x030, 3, 0x031, 20}) + WordsOf({0x6000, 17, 25, 0, 1}) +
+    EXPECT_EQ(load.Sent(), Words({0x030, 3, 0x031, 20}) + GlintWordsOf({0x6000, 17, 25, 0, 1}) +
                                Lines(0x0FE, kPitch + 7, 2, 1) + kEnd);
 }
 
 TEST(TXPackedDownload, ThirtyTwoBitPixelsNeedNoScissor) {
-    Packed load(PixelSize32, 32);
+    GlintPacked load(PixelSize32, 32);
     load.Run(TXPackedDownload, {7, 1, 12, 3}, {20, 4, 25, 6});
     EXPECT_EQ(load.Sent(),
-              WordsOf({0x1800, 20, 25, 4, 2}) + Lines(0x0FE, kPitch + 7 * 4, 5, 2) + kEnd);
+              GlintWordsOf({0x1800, 20, 25, 4, 2}) + Lines(0x0FE, kPitch + 7 * 4, 5, 2) + kEnd);
 }
 
 TEST(TXPackedDownload, TheClipMovesTopAndSourceButNotTheColumns) {
-    Packed load(PixelSize16);
+    GlintPacked load(PixelSize16);
     load.Run(TXPackedDownload, {-3, -2, 5, 3}, {10, 20, 18, 25});
     // Left stays 10 and the odd source -3 widens it; top moves to 22, the height is 3, and the
     // source is read from its origin. (18 - 9 + 1) / 2 = 5 words.
-    EXPECT_EQ(load.Sent(), Words({0x030, 3, 0x031, 10}) + WordsOf({0x3000, 9, 18, 22, 3}) +
+    EXPECT_EQ(load.Sent(), Words({0x030, 3, 0x031, 10}) + GlintWordsOf({0x3000, 9, 18, 22, 3}) +
                                Lines(0x0FE, 0, 5, 3) + kEnd);
 }
 
 TEST(TXPackedDownload, ASourceWhollyAboveOrLeftIsDropped) {
     for (const RECTL& rect : {RECTL{0, -9, 8, -1}, RECTL{-9, 0, -1, 8}}) {
-        Packed load(PixelSize16);
+        GlintPacked load(PixelSize16);
         load.rig.chip->Flags = CursorExclude;
         load.rig.driver->FBDepth = 0;
         load.Run(TXPackedDownload, rect, {0, 0, 8, 8});
@@ -196,7 +178,7 @@ TEST(TXPackedDownload, ASourceWhollyAboveOrLeftIsDropped) {
 }
 
 TEST(TXPackedDownload, ADepthLeftByOthersIsPutBackFirst) {
-    Packed load(PixelSize32, 16);
+    GlintPacked load(PixelSize32, 16);
     load.rig.driver->FBDepth = 2;
     load.Run(TXPackedDownload, {0, 0, 1, 1});
     const Words sent = load.Sent();
@@ -205,7 +187,7 @@ TEST(TXPackedDownload, ADepthLeftByOthersIsPutBackFirst) {
 }
 
 TEST(TXPackedDownload, ClearsCursorExclude) {
-    Packed load(PixelSize16);
+    GlintPacked load(PixelSize16);
     load.rig.chip->Flags = CursorExclude | DeltaPresent;
     load.Run(TXPackedDownload, {0, 0, 4, 4});
     EXPECT_EQ(load.rig.chip->Flags, uint32_t{DeltaPresent});
@@ -213,7 +195,7 @@ TEST(TXPackedDownload, ClearsCursorExclude) {
 
 TEST(TXPackedDownload, DisconnectStandsInForWaits) {
     for (uint32_t delta : {0u, uint32_t{DeltaPresent}}) {
-        Packed load(PixelSize16);
+        GlintPacked load(PixelSize16);
         load.rig.chip->Flags = delta;
         load.Run(TXPackedDownload, {0, 0, 400, 16});
         load.ExpectBracket(delta != 0 ? 0x868 : 0x68);
@@ -222,10 +204,12 @@ TEST(TXPackedDownload, DisconnectStandsInForWaits) {
 
 TEST(TXPackedDownload, NoWordFallsOutOfTheWindow) {
     for (uint32_t words = 940; words != 970; ++words) {
-        Packed load(PixelSize32, 32);
+        GlintPacked load(PixelSize32, 32);
         load.rig.driver->Stream.WritePointer += words;
         load.Run(TXPackedDownload, {0, 0, 28, 1});
         const Words sent = load.Sent();
         EXPECT_EQ(Words(sent.begin() + 20, sent.end()), Lines(0x0FE, 0, 28, 1) + kEnd);
     }
 }
+
+} // namespace

@@ -15,18 +15,15 @@ namespace test {
 using PortStep = std::pair<uint32_t, uint32_t>;
 using PortSteps = std::vector<PortStep>;
 
+inline constexpr uint32_t kStart = 1; // flag of an update
+// Aperture offsets of the watchdog's timer and of the line and buffer counts.
+inline constexpr uint32_t kTimer = 0x1180, kLine = 0x5910, kBuffer = 0x5920;
+
 class PortRig : public Rig {
   public:
     PortRig() {
         Ready();
-        // Each read in a row finds one entry more: a wait for n takes n reads.
-        bus->readFIFOSpace = [this, granted = 0u]() mutable {
-            const auto& events = bus->events;
-            const bool again =
-                !events.empty() && events.back().kind == 'r' && events.back().offset == 0x18;
-            granted = again ? granted + 1 : 1;
-            return granted;
-        };
+        bus->MeterFIFO();
         local.lpGbl = &directDraw;
         description.dwSize = 72;
         description.dwFieldWidth = 720;
@@ -76,7 +73,7 @@ class PortRig : public Rig {
         PortSteps steps;
         uint32_t reads = 0;
         for (const BusEvent& event : bus->events) {
-            if (event.kind == 'r' && event.offset == 0x18) {
+            if (event.IsSpaceRead()) {
                 ++reads;
                 continue;
             }

@@ -11,8 +11,10 @@ using test::PortRig;
 using test::PortSteps;
 
 constexpr uint32_t kInvalid = 0x80070057, kNotActive = 0x887602B7, kStillDrawing = 0x8876021C,
-                   kNotImplemented = 0x80004001, kStart = 1;
-constexpr uint32_t kTimer = 0x1180, kLine = 0x5910, kBuffer = 0x5920;
+                   kNotImplemented = 0x80004001;
+using test::kBuffer;
+using test::kLine;
+using test::kTimer;
 
 // A data record of an entry that takes a port.
 template <class Record>
@@ -457,7 +459,7 @@ TEST(VideoPort, AnObjectWithoutADisplayMeansThePrimaryOne) {
 TEST(VideoPort, TheWatchdogLeavesTheChipAsItWasSet) {
     PortRig rig;
     rig.Create();
-    rig.Update(kStart);
+    rig.Update(test::kStart);
     rig.Take();
     rig.driver->VideoNeedSample = 0;
     rig.driver->VideoFailures = 50;

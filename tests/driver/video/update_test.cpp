@@ -9,7 +9,9 @@ using test::PortRig;
 using test::PortSteps;
 using test::RigSurface;
 
-constexpr uint32_t kStart = 1, kStop = 2, kUpdate = 3;
+using test::kStart;
+
+constexpr uint32_t kStop = 2, kUpdate = 3;
 constexpr uint32_t kVSControl = 0x5800, kVSStreamControl = 0x5900, kVSNextBuffer = 0x5918,
                    kVSBase0 = 0x5928, kVSStartPixel = 0x5958, kVSEndPixel = 0x5960;
 

@@ -7,7 +7,9 @@ namespace {
 
 using test::Rig;
 
-constexpr uint32_t kLine = 0x5910, kBuffer = 0x5920, kTimer = 0x1180;
+using test::kBuffer;
+using test::kLine;
+using test::kTimer;
 
 struct WatchdogRig : Rig {
     WatchdogRig() {

@@ -1,0 +1,17 @@
+// The tests' own list of tags against the one that driver and board share.
+#include "chip/tags.h"
+#include "tests/support/tag_names.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(TagNames, TheTestsListAgreesWithTheChips) {
+#define TEST_TAG(number, name)                                                                     \
+    EXPECT_EQ(t::name, tag::name);                                                                 \
+    EXPECT_STREQ(NameOfTag(number), #name);
+    TEST_TAGS(TEST_TAG)
+#undef TEST_TAG
+}
+
+} // namespace

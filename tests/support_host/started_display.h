@@ -1,0 +1,36 @@
+#pragma once
+// A display that the driver has brought up on a machine just switched on, and the runtime on it.
+#include "host/ddraw/ddraw.h"
+#include "host/display/display.h"
+#include "host/display/machine.h"
+
+#include <stdexcept>
+#include <string>
+
+namespace test {
+
+class StartedDisplay {
+  public:
+    explicit StartedDisplay(const host::DisplayConfig& config)
+        : display(SwitchedOn(config)), directDraw(Started()) {}
+
+    // What the board complains of; empty when healthy.
+    std::string Faults() { return display.Board().FaultReport().Describe(); }
+
+    host::Display display;
+    host::DirectDraw directDraw;
+
+  private:
+    static const host::DisplayConfig& SwitchedOn(const host::DisplayConfig& config) {
+        host::PowerCycle();
+        return config;
+    }
+    host::Display& Started() {
+        if (!display.Start()) {
+            throw std::runtime_error("the driver refused the display");
+        }
+        return display;
+    }
+};
+
+} // namespace test
