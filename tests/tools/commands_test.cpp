@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -25,7 +26,9 @@ TEST(Commands, AreTheFilesOfTheFolder) {
         }
     }
     for (const Command* command : Commands()) {
-        names.insert(command->name);
+        std::string name = command->name;
+        std::ranges::replace(name, '-', '_');
+        names.insert(name);
     }
     EXPECT_EQ(names, files);
 }

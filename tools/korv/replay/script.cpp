@@ -21,8 +21,8 @@ namespace {
 const StepKind* FindStep(std::string_view name) {
     for (const std::span<const StepKind> kinds :
          {BringUpSteps(), SurfaceSteps(), ContentSteps(), BlitSteps(), ContextSteps(), StateSteps(),
-          PrimitiveSteps(), ModeSteps(), FlipSteps(), VideoSteps(), CheckSteps(), OutputSteps(),
-          CallSteps(), ExportSteps()}) {
+          PrimitiveSteps(), ModeSteps(), FlipSteps(), LockSteps(), BeamSteps(), VideoSteps(),
+          CheckSteps(), OutputSteps(), CallSteps(), ExportSteps()}) {
         for (const StepKind& kind : kinds) {
             if (kind.name == name) {
                 return &kind;

@@ -103,6 +103,8 @@ std::span<const StepKind> StateSteps();
 std::span<const StepKind> PrimitiveSteps();
 std::span<const StepKind> ModeSteps();
 std::span<const StepKind> FlipSteps();
+std::span<const StepKind> LockSteps();
+std::span<const StepKind> BeamSteps();
 std::span<const StepKind> VideoSteps();
 std::span<const StepKind> CheckSteps();
 std::span<const StepKind> OutputSteps();

@@ -1,4 +1,4 @@
-// Mode changes and the passing of time.
+// Mode changes.
 #include "tools/korv/replay/step.h"
 
 namespace korv {
@@ -16,16 +16,7 @@ StepPlan ReadMode(Fields& fields, Names& names) {
             Only({})};
 }
 
-StepPlan ReadAdvance(Fields& fields, Names& names) {
-    const std::string display = names.DisplayOf(fields);
-    const uint32_t microseconds = fields["microseconds"].Number(0, ~0u);
-    return {[=](Player& player, Outcome&) {
-                player.Display(display).display->Board().Advance(microseconds);
-            },
-            Only({})};
-}
-
-constexpr StepKind kModeSteps[] = {{"mode", ReadMode}, {"advance", ReadAdvance}};
+constexpr StepKind kModeSteps[] = {{"mode", ReadMode}};
 
 } // namespace
 
