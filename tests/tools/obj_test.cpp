@@ -1,3 +1,4 @@
+#include "tests/tools/scene_scripts.h"
 #include "tests/tools/temporary_folder.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/model/obj.h"
@@ -148,9 +149,7 @@ TEST(Obj, WrittenModelReadsBackTheSame) {
 
 TEST(Obj, ShippedModelsAreWhatTheToolWrites) {
     for (const Shape& shape : NamedShapes()) {
-        const std::string path = (std::filesystem::path(__FILE__).parent_path() / "../../scenes" /
-                                  (std::string(shape.name) + ".obj"))
-                                     .string();
+        const std::string path = (ScenesFolder() / (std::string(shape.name) + ".obj")).string();
         EXPECT_EQ(LoadObj(path).triangles.size(), shape.make().triangles.size()) << path;
     }
 }

@@ -1,6 +1,7 @@
 // Fills and copies of the local buffer on the Glint family.
 #include "driver/blit/txblit32.h"
 #include "tests/driver/blit/primitive_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <cstring>
 #include <random>
@@ -43,21 +44,35 @@ class LocalRig : public PrimitiveRig {
 
 // What the chip is sent for a fill of the words from `left` to `right`.
 Words ChipFill(int32_t left, int32_t right, int32_t top, int32_t height, uint32_t fill) {
-    return {W(14), 0x110,
-            0x53,                                      // LBReadMode
-            0x150, 0x2E,                               // FBReadMode
-            0x157, 0,                                  // FBWriteMode
-            0x118, 1,                                  // LBWriteMode
-            0x117, 0x999,                              // LBWindowBase
-            0x135, fill,                               // the depth
-            0x000, static_cast<uint32_t>(left) << 16,  // StartXDom
-            0x002, static_cast<uint32_t>(right) << 16, // StartXSub
-            0x004, static_cast<uint32_t>(top) << 16,   // StartY
-            0x005, 0x10000,                            // dY
-            0x006, static_cast<uint32_t>(height),      // Count
-            0x007, 0x48,                               // Render
-            0x157, 0x21,                               // FBWriteMode
-            0x118, 0};                                 // LBWriteMode
+    return {W(14),
+            t::LBReadMode,
+            0x53, // LBReadMode
+            t::FBReadMode,
+            0x2E,
+            t::FBWriteMode,
+            0,
+            t::LBWriteMode,
+            1,
+            t::LBWindowBase,
+            0x999,
+            t::Depth,
+            fill, // the depth
+            t::StartXDom,
+            static_cast<uint32_t>(left) << 16,
+            t::StartXSub,
+            static_cast<uint32_t>(right) << 16,
+            t::StartY,
+            static_cast<uint32_t>(top) << 16,
+            t::dY,
+            0x10000,
+            t::Count,
+            static_cast<uint32_t>(height),
+            t::Render,
+            0x48,
+            t::FBWriteMode,
+            0x21,
+            t::LBWriteMode,
+            0};
 }
 
 TEST(LocalClear, OfAZBufferIsTheChipsAloneWhateverTheFormatSays) {
@@ -216,11 +231,11 @@ void FillPlainly(std::vector<uint8_t>& memory, uint32_t pitch, const RECTL& rect
 
 // Does the chip's part of a fill, from the words that it was sent.
 void DrawWords(std::vector<uint8_t>& memory, uint32_t pitch, const Words& words) {
-    const auto left = static_cast<int>(WordOf(words, 0x000) >> 16);
-    const auto right = static_cast<int>(WordOf(words, 0x002) >> 16);
-    const auto top = static_cast<int>(WordOf(words, 0x004) >> 16);
-    const auto count = static_cast<int>(WordOf(words, 0x006));
-    FillPlainly(memory, pitch, {left, top, right, top + count}, WordOf(words, 0x135));
+    const auto left = static_cast<int>(WordOf(words, t::StartXDom) >> 16);
+    const auto right = static_cast<int>(WordOf(words, t::StartXSub) >> 16);
+    const auto top = static_cast<int>(WordOf(words, t::StartY) >> 16);
+    const auto count = static_cast<int>(WordOf(words, t::Count));
+    FillPlainly(memory, pitch, {left, top, right, top + count}, WordOf(words, t::Depth));
 }
 
 template <class Pixel>
@@ -306,25 +321,43 @@ TEST(LocalCopy, WritesTheRegistersOfAWordCopyDirectly) {
     };
     for (const auto& row : rows) {
         PrimitiveRig rig({.deviceId = DeviceTX});
-        const Words expected = {W(16),    M(0x105),
-                                0,                                             // LogicalOpMode
-                                M(0x110), 0x242,                               // LBReadMode
-                                M(0x118), 1,                                   // LBWriteMode
-                                M(0x112), static_cast<uint32_t>(row.distance), // LBSourceOffset
-                                M(0x117), row.window,                          // LBWindowBase
-                                M(0x157), 0,                                   // FBWriteMode
-                                M(0x150), 0,                                   // FBReadMode
-                                M(0x130), 8,                                   // Window
-                                M(0x000), row.left << 16,
-                                M(0x002), row.right << 16,
-                                M(0x004), 20 << 16,
-                                M(0x005), 0x10000,
-                                M(0x006), 8,
-                                M(0x007), 0x40,
-                                M(0x118), 0,
-                                M(0x130), 0x18,
-                                W(2),     M(0x150),
-                                0x2E,     M(0x157),
+        const Words expected = {W(16),
+                                M(t::LogicalOpMode),
+                                0, // LogicalOpMode
+                                M(t::LBReadMode),
+                                0x242,
+                                M(t::LBWriteMode),
+                                1,
+                                M(t::LBSourceOffset),
+                                static_cast<uint32_t>(row.distance),
+                                M(t::LBWindowBase),
+                                row.window,
+                                M(t::FBWriteMode),
+                                0,
+                                M(t::FBReadMode),
+                                0,
+                                M(t::Window),
+                                8,
+                                M(t::StartXDom),
+                                row.left << 16,
+                                M(t::StartXSub),
+                                row.right << 16,
+                                M(t::StartY),
+                                20 << 16,
+                                M(t::dY),
+                                0x10000,
+                                M(t::Count),
+                                8,
+                                M(t::Render),
+                                0x40,
+                                M(t::LBWriteMode),
+                                0,
+                                M(t::Window),
+                                0x18,
+                                W(2),
+                                M(t::FBReadMode),
+                                0x2E,
+                                M(t::FBWriteMode),
                                 0x21};
         EXPECT_EQ(LocalCopy(rig, {.pixelSize = row.pixelSize}), expected) << row.pixelSize;
     }
@@ -339,9 +372,9 @@ TEST(LocalCopy, ShiftsEachNumberByItselfAndNegativesDown) {
     c.stride = 131;
     c.relative = -7;
     const Words words = LocalCopy(rig, c);
-    EXPECT_EQ(WordOf(words, 0x000), 8u << 16);
-    EXPECT_EQ(WordOf(words, 0x002), 24u << 16);
-    EXPECT_EQ(WordOf(words, 0x112), static_cast<uint32_t>(5 * 65 - 4 + 1 - 8));
+    EXPECT_EQ(WordOf(words, t::StartXDom), 8u << 16);
+    EXPECT_EQ(WordOf(words, t::StartXSub), 24u << 16);
+    EXPECT_EQ(WordOf(words, t::LBSourceOffset), static_cast<uint32_t>(5 * 65 - 4 + 1 - 8));
 }
 
 TEST(LocalCopy, ClipsAgainstTheSourcesTopAndLeftBeforeItCountsWords) {
@@ -350,10 +383,10 @@ TEST(LocalCopy, ClipsAgainstTheSourcesTopAndLeftBeforeItCountsWords) {
     c.pixelSize = PixelSize16;
     c.source = {-4, -2, 28, 6};
     const Words words = LocalCopy(rig, c);
-    EXPECT_EQ(WordOf(words, 0x000), 10u << 16); // (16 + 4) / 2
-    EXPECT_EQ(WordOf(words, 0x004), 22u << 16);
-    EXPECT_EQ(WordOf(words, 0x006), 6u);
-    EXPECT_EQ(WordOf(words, 0x112), static_cast<uint32_t>(-22 * 64 + 0x80 - 10));
+    EXPECT_EQ(WordOf(words, t::StartXDom), 10u << 16); // (16 + 4) / 2
+    EXPECT_EQ(WordOf(words, t::StartY), 22u << 16);
+    EXPECT_EQ(WordOf(words, t::Count), 6u);
+    EXPECT_EQ(WordOf(words, t::LBSourceOffset), static_cast<uint32_t>(-22 * 64 + 0x80 - 10));
     c.source = {-32, 0, -1, 8};
     EXPECT_EQ(LocalCopy(rig, c), Words{});
     c.source = {0, -8, 32, -1};
@@ -365,7 +398,7 @@ TEST(LocalCopy, BringsTheFrameBufferToTheDisplaysDepth) {
     rig.driver->FBDepth = 2;
     rig.driver->DepthTable[1] = {0x123, 0};
     const Words words = LocalCopy(rig, {});
-    EXPECT_EQ(Words(words.begin(), words.begin() + 4), (Words{W(1), 0x018, 1, W(16)}));
+    EXPECT_EQ(Words(words.begin(), words.begin() + 4), (Words{W(1), t::PixelSize, 1, W(16)}));
     EXPECT_EQ(words[words.size() - 3], 0x123u); // the products in FBReadMode at the end
 }
 

@@ -3,6 +3,7 @@
 #include "driver/blit/pmblit32.h"
 #include "driver/blit/txblit32.h"
 #include "tests/driver/blit/primitive_rig.h"
+#include "tests/support/tag_names.h"
 
 using namespace test;
 
@@ -38,17 +39,12 @@ Words Mapped(const Words& pairs) {
 
 TEST(GlintClear, WithoutBlockFillSendsThePixelAsItCame) {
     PrimitiveRig rig({.deviceId = DeviceTX});
-    const Words expected = {W(12), 0x106,      0xABCD1234, // FBWriteData
-                            0x150, 0x2E,                   // FBReadMode
-                            0x000, 10 << 16,               // StartXDom
-                            0x002, 26 << 16,               // StartXSub
-                            0x105, 0x20,                   // LogicalOpMode
-                            0x156, 0x1234,                 // FBWindowBase
-                            0x004, 20 << 16,               // StartY
-                            0x005, 0x10000,                // dY
-                            0x006, 8,                      // Count
-                            0x007, kPixelFill,             // Render
-                            0x105, 0};
+    const Words expected = {W(12),      t::FBWriteData,   0xABCD1234, t::FBReadMode,
+                            0x2E,       t::StartXDom,     10 << 16,   t::StartXSub,
+                            26 << 16,   t::LogicalOpMode, 0x20,       t::FBWindowBase,
+                            0x1234,     t::StartY,        20 << 16,   t::dY,
+                            0x10000,    t::Count,         8,          t::Render,
+                            kPixelFill, t::LogicalOpMode, 0};
     EXPECT_EQ(Fill(rig, kPixelFill, {10, 20, 26, 28}, 0x1234, 0xABCD1234), expected);
 }
 
@@ -58,11 +54,12 @@ TEST(GlintClear, BlockFillSpreadsThePixelOverTheWordByTheDisplaysDepth) {
     } rows[] = {{8, 0x78787878}, {16, 0x56785678}, {32, 0x12345678}};
     for (const auto& row : rows) {
         PrimitiveRig rig({.deviceId = DeviceMX, .bits = row.bits});
-        const Words expected = {W(12), 0x159,    row.word, // FBBlockColor
-                                0x150, 0x2E,               // FBReadMode
-                                0x000, 10 << 16, 0x002,    26 << 16,   0x105, 0x20,
-                                0x156, 0x1234,   0x004,    20 << 16,   0x005, 0x10000,
-                                0x006, 8,        0x007,    kBlockFill, 0x105, 0};
+        const Words expected = {W(12),      t::FBBlockColor,  row.word, t::FBReadMode,
+                                0x2E,       t::StartXDom,     10 << 16, t::StartXSub,
+                                26 << 16,   t::LogicalOpMode, 0x20,     t::FBWindowBase,
+                                0x1234,     t::StartY,        20 << 16, t::dY,
+                                0x10000,    t::Count,         8,        t::Render,
+                                kBlockFill, t::LogicalOpMode, 0};
         EXPECT_EQ(Fill(rig, kBlockFill, {10, 20, 26, 28}, 0x1234, 0x12345678), expected)
             << row.bits;
     }
@@ -70,28 +67,46 @@ TEST(GlintClear, BlockFillSpreadsThePixelOverTheWordByTheDisplaysDepth) {
 
 TEST(GlintClear, BlockFillOnSXMovesTheOffsetsLowFiveBitsIntoTheColumns) {
     PrimitiveRig rig({.deviceId = DeviceSX});
-    const Words expected = {
-        W(12),   0x159,    0x56785678, 0x150,  0x2E,       0x000,    0x1E0000, // 10 + 0x14
-        0x002,   0x2E0000,                                                     // 26 + 0x14
-        0x105,   0x20,     0x156,      0x1220, 0x004,      20 << 16, 0x005,
-        0x10000, 0x006,    8,          0x007,  kBlockFill, 0x105,    0};
+    const Words expected = {W(12),
+                            t::FBBlockColor,
+                            0x56785678,
+                            t::FBReadMode,
+                            0x2E,
+                            t::StartXDom,
+                            0x1E0000, // 10 + 0x14
+                            t::StartXSub,
+                            0x2E0000, // 26 + 0x14
+                            t::LogicalOpMode,
+                            0x20,
+                            t::FBWindowBase,
+                            0x1220,
+                            t::StartY,
+                            20 << 16,
+                            t::dY,
+                            0x10000,
+                            t::Count,
+                            8,
+                            t::Render,
+                            kBlockFill,
+                            t::LogicalOpMode,
+                            0};
     EXPECT_EQ(Fill(rig, kBlockFill, {10, 20, 26, 28}, 0x1234, 0x12345678), expected);
 }
 
 TEST(GlintClear, PixelFillOnSXKeepsOffsetAndColumns) {
     PrimitiveRig rig({.deviceId = DeviceSX});
     const Words words = Fill(rig, kPixelFill, {10, 20, 26, 28}, 0x1234, 7);
-    EXPECT_EQ(WordOf(words, 0x000), 10u << 16);
-    EXPECT_EQ(WordOf(words, 0x156), 0x1234u);
+    EXPECT_EQ(WordOf(words, t::StartXDom), 10u << 16);
+    EXPECT_EQ(WordOf(words, t::FBWindowBase), 0x1234u);
 }
 
 TEST(GlintClear, OnTXAndMXABlockFillKeepsOffsetAndColumns) {
     for (const uint32_t device : {DeviceTX, DeviceMX}) {
         PrimitiveRig rig({.deviceId = device});
         const Words words = Fill(rig, kBlockFill, {10, 20, 26, 28}, 0x1234, 7);
-        EXPECT_EQ(WordOf(words, 0x000), 10u << 16);
-        EXPECT_EQ(WordOf(words, 0x002), 26u << 16);
-        EXPECT_EQ(WordOf(words, 0x156), 0x1234u);
+        EXPECT_EQ(WordOf(words, t::StartXDom), 10u << 16);
+        EXPECT_EQ(WordOf(words, t::StartXSub), 26u << 16);
+        EXPECT_EQ(WordOf(words, t::FBWindowBase), 0x1234u);
     }
 }
 
@@ -110,8 +125,9 @@ TEST(GlintClear, BringsTheChipToTheDisplaysDepthFirst) {
     rig.driver->DepthTable[1] = {0x123, 0};
     const Words words = Fill(rig, kPixelFill, {0, 0, 1, 1}, 0, 0);
     // PixelSize holds 2 - depth.
-    EXPECT_EQ(Words(words.begin(), words.begin() + 5), (Words{W(1), 0x018, 1, W(12), 0x106}));
-    EXPECT_EQ(WordOf(words, 0x150), 0x123u);
+    EXPECT_EQ(Words(words.begin(), words.begin() + 5),
+              (Words{W(1), t::PixelSize, 1, W(12), t::FBWriteData}));
+    EXPECT_EQ(WordOf(words, t::FBReadMode), 0x123u);
     EXPECT_EQ(rig.driver->FBDepth, 1u);
 }
 
@@ -164,27 +180,37 @@ Words Copy(PrimitiveRig& rig, RECTL dest, RECTL source, int32_t stride, uint32_t
 TEST(GlintCopy, SendsSourceOffsetWindowAndRectangleForward) {
     PrimitiveRig rig({.deviceId = DeviceMX});
     rig.driver->RenderCopy = 0x40048;
-    const Words expected = {W(11), 0x150,
-                            0x22E,                         // FBReadMode, reads the source
-                            0x105, 0,                      // LogicalOpMode
-                            0x151, 20 * 640 + 20 + 0x5000, // FBSourceOffset
-                            0x156, 0x777,                  // FBWindowBase
-                            0x000, 10 << 16,
-                            0x002, 26 << 16,
-                            0x004, 20 << 16,
-                            0x005, 0x10000,
-                            0x006, 8,
-                            0x007, 0x40048};
+    const Words expected = {W(11),
+                            t::FBReadMode,
+                            0x22E, // FBReadMode, reads the source
+                            t::LogicalOpMode,
+                            0,
+                            t::FBSourceOffset,
+                            20 * 640 + 20 + 0x5000,
+                            t::FBWindowBase,
+                            0x777,
+                            t::StartXDom,
+                            10 << 16,
+                            t::StartXSub,
+                            26 << 16,
+                            t::StartY,
+                            20 << 16,
+                            t::dY,
+                            0x10000,
+                            t::Count,
+                            8,
+                            t::Render,
+                            0x40048};
     EXPECT_EQ(Copy(rig, {10, 20, 26, 28}, {30, 40, 46, 48}, 640, 0x777, 0x5000), expected);
 }
 
 TEST(GlintCopy, RunsForwardWhateverTheSign) {
     PrimitiveRig rig({.deviceId = DeviceTX});
     const Words words = Copy(rig, {30, 40, 46, 48}, {30, 39, 46, 47}, 640, 0, 0);
-    EXPECT_EQ(WordOf(words, 0x151), static_cast<uint32_t>(-640));
-    EXPECT_EQ(WordOf(words, 0x000), 30u << 16);
-    EXPECT_EQ(WordOf(words, 0x004), 40u << 16);
-    EXPECT_EQ(WordOf(words, 0x005), 0x10000u);
+    EXPECT_EQ(WordOf(words, t::FBSourceOffset), static_cast<uint32_t>(-640));
+    EXPECT_EQ(WordOf(words, t::StartXDom), 30u << 16);
+    EXPECT_EQ(WordOf(words, t::StartY), 40u << 16);
+    EXPECT_EQ(WordOf(words, t::dY), 0x10000u);
 }
 
 TEST(GlintCopy, LooksAtNoLogicOp) {
@@ -198,11 +224,11 @@ TEST(GlintCopy, LooksAtNoLogicOp) {
 TEST(GlintCopy, ClipsAgainstTheSourcesTopAndLeft) {
     PrimitiveRig rig({.deviceId = DeviceTX});
     const Words words = Copy(rig, {10, 20, 26, 28}, {-3, -2, 13, 6}, 640, 0, 0);
-    EXPECT_EQ(WordOf(words, 0x000), 13u << 16);
-    EXPECT_EQ(WordOf(words, 0x002), 26u << 16);
-    EXPECT_EQ(WordOf(words, 0x004), 22u << 16);
-    EXPECT_EQ(WordOf(words, 0x006), 6u);
-    EXPECT_EQ(WordOf(words, 0x151), static_cast<uint32_t>(-22 * 640 - 13));
+    EXPECT_EQ(WordOf(words, t::StartXDom), 13u << 16);
+    EXPECT_EQ(WordOf(words, t::StartXSub), 26u << 16);
+    EXPECT_EQ(WordOf(words, t::StartY), 22u << 16);
+    EXPECT_EQ(WordOf(words, t::Count), 6u);
+    EXPECT_EQ(WordOf(words, t::FBSourceOffset), static_cast<uint32_t>(-22 * 640 - 13));
 }
 
 TEST(GlintCopy, GivesTheRectanglesBackAsTheyCame) {
@@ -231,7 +257,7 @@ TEST(GlintCopy, BringsTheChipToTheDisplaysDepthAndReadsItsProducts) {
     rig.driver->DepthTable[0] = {0x1F, 0};
     const Words words = Copy(rig, {0, 0, 8, 8}, {8, 8, 16, 16}, 640, 0, 0);
     EXPECT_EQ(Words(words.begin(), words.begin() + 6),
-              (Words{W(1), 0x018, 2, W(11), 0x150, 0x21F}));
+              (Words{W(1), t::PixelSize, 2, W(11), t::FBReadMode, 0x21F}));
 }
 
 // By register writes, with raster operations.
@@ -247,25 +273,25 @@ Words CopyNative(PrimitiveRig& rig, uint32_t logicOp) {
 TEST(GlintCopyNative, WritesTheRegistersOfAPlainCopyDirectly) {
     PrimitiveRig rig({.deviceId = DeviceTX});
     const Words expected = {W(10),
-                            M(0x105),
+                            M(t::LogicalOpMode),
                             0,
-                            M(0x150),
+                            M(t::FBReadMode),
                             0x22E,
-                            M(0x151),
+                            M(t::FBSourceOffset),
                             static_cast<uint32_t>(-640 + 20 + 0x50),
-                            M(0x156),
+                            M(t::FBWindowBase),
                             0x777,
-                            M(0x000),
+                            M(t::StartXDom),
                             10 << 16,
-                            M(0x002),
+                            M(t::StartXSub),
                             26 << 16,
-                            M(0x004),
+                            M(t::StartY),
                             20 << 16,
-                            M(0x005),
+                            M(t::dY),
                             0x10000,
-                            M(0x006),
+                            M(t::Count),
                             8,
-                            M(0x007),
+                            M(t::Render),
                             0x40};
     EXPECT_EQ(CopyNative(rig, 3), expected);
 }
@@ -278,8 +304,8 @@ TEST(GlintCopyNative, TurnsOtherLogicOpsOnAndReadsTheDestinationWhereTheyNeedIt)
         }
         const bool reads = op != 0 && op != 12 && op != 15;
         const Words words = CopyNative(rig, op);
-        EXPECT_EQ(WordOf(words, 0x105), op * 2 + 1) << op;
-        EXPECT_EQ(WordOf(words, 0x150), reads ? 0x62Eu : 0x22Eu) << op;
+        EXPECT_EQ(WordOf(words, t::LogicalOpMode), op * 2 + 1) << op;
+        EXPECT_EQ(WordOf(words, t::FBReadMode), reads ? 0x62Eu : 0x22Eu) << op;
     }
 }
 
@@ -291,8 +317,8 @@ TEST(GlintCopyNative, ClipsNothingAndKeepsTheDepth) {
     vGlintCopyBltNative(rig.driver, &dest, &source, 640, 0, 0, 3);
     const Words words = rig.Take();
     EXPECT_EQ(words[0], W(10));
-    EXPECT_EQ(WordOf(words, 0x000), 10u << 16);
-    EXPECT_EQ(WordOf(words, 0x151), static_cast<uint32_t>(-28 * 640 - 26));
+    EXPECT_EQ(WordOf(words, t::StartXDom), 10u << 16);
+    EXPECT_EQ(WordOf(words, t::FBSourceOffset), static_cast<uint32_t>(-28 * 640 - 26));
 }
 
 TEST(LogicopReadDestTable, SparesClearCopyTwelveAndFifteen) {
@@ -320,9 +346,10 @@ struct WordRig : PrimitiveRig {
 };
 
 Words Head16() {
-    return {W(11),    M(0x105),      0,        M(0x150), 0x22E,
-            M(0x151), kHalfDistance, M(0x156), 0x3BB,    M(0x004),
-            20 << 16, M(0x005),      0x10000,  M(0x006), 8};
+    return {
+        W(11),         M(t::LogicalOpMode), 0,     M(t::FBReadMode), 0x22E,    M(t::FBSourceOffset),
+        kHalfDistance, M(t::FBWindowBase),  0x3BB, M(t::StartY),     20 << 16, M(t::dY),
+        0x10000,       M(t::Count),         8};
 }
 
 Words Joined(Words head, const Words& rest) {
@@ -332,48 +359,61 @@ Words Joined(Words head, const Words& rest) {
 
 TEST(GlintCopy16, DrawsWholeWordsInOne) {
     WordRig rig;
-    EXPECT_EQ(Copy16(rig, 10, 26),
-              Joined(Head16(), {M(0x000), 5 << 16, M(0x002), 13 << 16, M(0x007), 0x40}));
+    EXPECT_EQ(Copy16(rig, 10, 26), Joined(Head16(), {M(t::StartXDom), 5 << 16, M(t::StartXSub),
+                                                     13 << 16, M(t::Render), 0x40}));
 }
 
 TEST(GlintCopy16, MasksTheHalfWordsAtBothEdges) {
     WordRig rig;
-    const Words left = {M(0x158), 0xFFFF0000, M(0x000), 5 << 16,  M(0x002),  6 << 16,
-                        M(0x007), 0x40,       W(4),     M(0x158), 0xFFFFFFFF};
-    const Words right = {W(5),     M(0x158), 0xFFFF, M(0x000), 13 << 16,  M(0x002),
-                         14 << 16, M(0x007), 0x40,   M(0x158), 0xFFFFFFFF};
-    const Words middle = {M(0x000), 6 << 16, M(0x002), 13 << 16, M(0x007), 0x40};
+    const Words left = {M(t::FBHardwareWriteMask),
+                        0xFFFF0000,
+                        M(t::StartXDom),
+                        5 << 16,
+                        M(t::StartXSub),
+                        6 << 16,
+                        M(t::Render),
+                        0x40,
+                        W(4),
+                        M(t::FBHardwareWriteMask),
+                        0xFFFFFFFF};
+    const Words right = {W(5),     M(t::FBHardwareWriteMask), 0xFFFF,    M(t::StartXDom),
+                         13 << 16, M(t::StartXSub),           14 << 16,  M(t::Render),
+                         0x40,     M(t::FBHardwareWriteMask), 0xFFFFFFFF};
+    const Words middle = {M(t::StartXDom), 6 << 16, M(t::StartXSub), 13 << 16, M(t::Render), 0x40};
     EXPECT_EQ(Copy16(rig, 11, 27), Joined(Joined(Joined(Head16(), left), middle), right));
     EXPECT_EQ(Copy16(rig, 11, 26), Joined(Joined(Head16(), left), middle));
-    const Words fromEven = {M(0x000), 5 << 16, M(0x002), 13 << 16, M(0x007), 0x40};
+    const Words fromEven = {M(t::StartXDom), 5 << 16,      M(t::StartXSub),
+                            13 << 16,        M(t::Render), 0x40};
     EXPECT_EQ(Copy16(rig, 10, 27), Joined(Joined(Head16(), fromEven), right));
 }
 
 TEST(GlintCopy16, OfOneColumnDrawsOneHalfWordAlone) {
     WordRig rig;
     EXPECT_EQ(Copy16(rig, 11, 12),
-              Joined(Head16(), {M(0x158), 0xFFFF0000, M(0x000), 5 << 16, M(0x002), 6 << 16,
-                                M(0x007), 0x40, W(4), M(0x158), 0xFFFFFFFF}));
+              Joined(Head16(), {M(t::FBHardwareWriteMask), 0xFFFF0000, M(t::StartXDom), 5 << 16,
+                                M(t::StartXSub), 6 << 16, M(t::Render), 0x40, W(4),
+                                M(t::FBHardwareWriteMask), 0xFFFFFFFF}));
     EXPECT_EQ(Copy16(rig, 12, 13),
-              Joined(Head16(), {W(5), M(0x158), 0xFFFF, M(0x000), 6 << 16, M(0x002), 7 << 16,
-                                M(0x007), 0x40, M(0x158), 0xFFFFFFFF}));
+              Joined(Head16(), {W(5), M(t::FBHardwareWriteMask), 0xFFFF, M(t::StartXDom), 6 << 16,
+                                M(t::StartXSub), 7 << 16, M(t::Render), 0x40,
+                                M(t::FBHardwareWriteMask), 0xFFFFFFFF}));
 }
 
 TEST(GlintCopy16, BringsTheChipToThirtyTwoBitsOnlyWhenItIsNot) {
     PrimitiveRig rig({.deviceId = DeviceTX, .bits = 16});
     rig.driver->DepthTable[2] = {0x44, 0};
     const Words words = Copy16(rig, 10, 26);
-    EXPECT_EQ(Words(words.begin(), words.begin() + 4), (Words{W(1), 0x018, 0, W(11)}));
-    EXPECT_EQ(WordOf(words, 0x150), 0x244u);
+    EXPECT_EQ(Words(words.begin(), words.begin() + 4), (Words{W(1), t::PixelSize, 0, W(11)}));
+    EXPECT_EQ(WordOf(words, t::FBReadMode), 0x244u);
     EXPECT_EQ(rig.driver->FBDepth, 2u);
-    EXPECT_FALSE(Has(Copy16(rig, 10, 26), 0x018));
+    EXPECT_FALSE(Has(Copy16(rig, 10, 26), t::PixelSize));
 }
 
 TEST(GlintCopy16, TakesLogicOpsAsThePlainCopyDoes) {
     WordRig rig;
     const Words words = Copy16(rig, 10, 26, 6);
-    EXPECT_EQ(WordOf(words, 0x105), 13u);
-    EXPECT_EQ(WordOf(words, 0x150), 0x62Eu);
+    EXPECT_EQ(WordOf(words, t::LogicalOpMode), 13u);
+    EXPECT_EQ(WordOf(words, t::FBReadMode), 0x62Eu);
 }
 
 TEST(GlintCopy16, WithOddDistanceFallsToThePlainCopy) {
@@ -384,7 +424,7 @@ TEST(GlintCopy16, WithOddDistanceFallsToThePlainCopy) {
     vGlintCopyBltNative(rig.driver, &dest, &source, 640, 0x776, 0x51, 6);
     EXPECT_EQ(odd, rig.Take());
     EXPECT_EQ(odd[0], W(10));
-    EXPECT_EQ(WordOf(odd, 0x156), 0x776u);
+    EXPECT_EQ(WordOf(odd, t::FBWindowBase), 0x776u);
     EXPECT_EQ(rig.driver->FBDepth, 1u);
 }
 
@@ -395,7 +435,7 @@ TEST(GlintCopy16, WithOddDistanceOnPermediaFallsToItsScreenCopy) {
     RECTL source = {30, 19, 46, 27};
     vPermediaCopyBlt(rig.driver, &dest, &source, 640, 0x776, 0x51, 3);
     EXPECT_EQ(odd, rig.Take());
-    EXPECT_TRUE(Has(odd, 0x02A)); // PackedDataLimits, which no Glint copy sends
+    EXPECT_TRUE(Has(odd, t::PackedDataLimits)); // PackedDataLimits, which no Glint copy sends
 }
 
 } // namespace

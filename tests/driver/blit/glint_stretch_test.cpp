@@ -1,6 +1,7 @@
 // Keyed and stretched copies of MX: every word and wait.
 #include "driver/blit/txblitfx.h"
 #include "tests/driver/blit/primitive_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <cmath>
 #include <random>
@@ -58,27 +59,29 @@ constexpr uint32_t kHalf = 0x100000;
 
 TEST(MXStretch, SendsUnitsTextureCoordinatesAndRectangle) {
     GlintStretchRig rig;
-    const Words expected = {W(16), 0x150,     0x2000022E, // FBReadMode
-                            0x105, 0,                     // LogicalOpMode
-                            0x151, 0x999,                 // FBSourceOffset
-                            0x156, 0x777,                 // FBWindowBase
-                            0x091, 0,                     // TextureFormat
-                            0x090, 0x4400977,             // GlintTextureReadMode
-                            0x070, 1,                     // TextureAddressMode
-                            0x0D0, 0,                     // TextureColorMode
-                            0x071, 10 << 21,              // SStart
-                            0x074, 20 << 21,              // TStart
-                            0x072, kHalf,                 // dSdx
-                            0x073, 0,                     // dSdyDom
-                            0x075, 0,                     // dTdx
-                            0x076, kHalf,                 // dTdyDom
-                            0x000, 30 << 16,              // StartXDom
-                            0x002, 61 << 16,              // StartXSub
-                            0x004, 40 << 16,              // StartY
-                            0x005, 0x10000,               // dY
-                            0x006, 15,                    // Count
-                            0x007, 0x2040,                // Render
-                            0x070, 0,         0x090,      0};
+    const Words expected = {W(16),      t::FBReadMode,
+                            0x2000022E, t::LogicalOpMode,
+                            0,          t::FBSourceOffset,
+                            0x999,      t::FBWindowBase,
+                            0x777,      t::TextureFormat,
+                            0,          t::GlintTextureReadMode,
+                            0x4400977,  t::TextureAddressMode,
+                            1,          t::TextureColorMode,
+                            0,          t::SStart,
+                            10 << 21,   t::TStart,
+                            20 << 21,   t::dSdx,
+                            kHalf,      t::dSdyDom,
+                            0,          t::dTdx,
+                            0,          t::dTdyDom,
+                            kHalf,      t::StartXDom,
+                            30 << 16,   t::StartXSub,
+                            61 << 16,   t::StartY,
+                            40 << 16,   t::dY,
+                            0x10000,    t::Count,
+                            15,         t::Render,
+                            0x2040,     t::TextureAddressMode,
+                            0,          t::GlintTextureReadMode,
+                            0};
     EXPECT_EQ(rig.Stretch(kTo, kFrom), expected);
 }
 
@@ -88,7 +91,7 @@ TEST(MXStretch, TellsTheTexelsBitsByTheDisplaysDepth) {
     } rows[] = {{8, 0x4400777}, {16, 0x4400977}, {32, 0x4400B77}};
     for (const auto& row : rows) {
         GlintStretchRig rig(row.bits);
-        EXPECT_EQ(WordOf(rig.Stretch(kTo, kFrom), 0x090), row.word) << row.bits;
+        EXPECT_EQ(WordOf(rig.Stretch(kTo, kFrom), t::GlintTextureReadMode), row.word) << row.bits;
     }
 }
 
@@ -98,7 +101,7 @@ TEST(MXStretch, BringsTheChipToTheDisplaysDepthFirst) {
     rig.driver->DepthTable[1] = {0x123, 0};
     const Words words = rig.Stretch(kTo, kFrom);
     EXPECT_EQ(Words(words.begin(), words.begin() + 6),
-              (Words{W(1), 0x018, 1, W(16), 0x150, 0x20000323}));
+              (Words{W(1), t::PixelSize, 1, W(16), t::FBReadMode, 0x20000323}));
 }
 
 TEST(MXStretch, ItsStepsDivideByOneMoreThanTheDestinationsSizeAndRoundToEven) {
@@ -116,11 +119,12 @@ TEST(MXStretch, ItsStepsDivideByOneMoreThanTheDestinationsSizeAndRoundToEven) {
     };
     for (const auto& row : rows) {
         const Words words = rig.Stretch({0, 0, row.to, 8}, {0, 0, row.from, 9});
-        EXPECT_EQ(WordOf(words, 0x072), row.step) << row.from << " to " << row.to;
-        EXPECT_EQ(WordOf(words, 0x076), 0x200000u);
+        EXPECT_EQ(WordOf(words, t::dSdx), row.step) << row.from << " to " << row.to;
+        EXPECT_EQ(WordOf(words, t::dTdyDom), 0x200000u);
     }
     for (const auto& row : rows) {
-        EXPECT_EQ(WordOf(rig.Stretch({0, 0, 8, row.to}, {0, 0, 9, row.from}), 0x076), row.step);
+        EXPECT_EQ(WordOf(rig.Stretch({0, 0, 8, row.to}, {0, 0, 9, row.from}), t::dTdyDom),
+                  row.step);
     }
 }
 
@@ -133,10 +137,10 @@ TEST(MXStretch, StepsOfRandomSizesAreThoseOfTheSingleQuotientEitherWayRound) {
         const auto quotient = static_cast<float>(static_cast<double>(from) / (to + 1));
         const double exact = std::nearbyint(static_cast<double>(quotient) * 2097152.0);
         rig.data.dwFlags = DDBLT_ROP;
-        EXPECT_EQ(WordOf(rig.Stretch({0, 0, to, 8}, {0, 0, from, 9}), 0x072),
+        EXPECT_EQ(WordOf(rig.Stretch({0, 0, to, 8}, {0, 0, from, 9}), t::dSdx),
                   static_cast<uint32_t>(static_cast<int64_t>(exact)));
         rig.Mirror(DDBLTFX_MIRRORLEFTRIGHT);
-        EXPECT_EQ(WordOf(rig.Stretch({0, 0, to, 8}, {0, 0, from, 9}), 0x072),
+        EXPECT_EQ(WordOf(rig.Stretch({0, 0, to, 8}, {0, 0, from, 9}), t::dSdx),
                   static_cast<uint32_t>(static_cast<int64_t>(-exact)));
     }
 }
@@ -170,22 +174,22 @@ TEST(MXStretch, DirectionAndMirrorChooseStartsAndSigns) {
             rig.Mirror(row.effects);
         }
         const Words words = rig.Stretch(kTo, kFrom);
-        EXPECT_EQ(WordOf(words, 0x071), row.s << 21);
-        EXPECT_EQ(WordOf(words, 0x074), row.t << 21);
-        EXPECT_EQ(WordOf(words, 0x072), row.stepX);
-        EXPECT_EQ(WordOf(words, 0x076), row.stepY);
-        EXPECT_EQ(WordOf(words, 0x000), (row.backward ? 61u : 30u) << 16);
-        EXPECT_EQ(WordOf(words, 0x002), (row.backward ? 30u : 61u) << 16);
-        EXPECT_EQ(WordOf(words, 0x004), (row.backward ? 54u : 40u) << 16);
-        EXPECT_EQ(WordOf(words, 0x005), row.backward ? 0xFFFF0000 : 0x10000);
-        EXPECT_EQ(WordOf(words, 0x006), 15u);
+        EXPECT_EQ(WordOf(words, t::SStart), row.s << 21);
+        EXPECT_EQ(WordOf(words, t::TStart), row.t << 21);
+        EXPECT_EQ(WordOf(words, t::dSdx), row.stepX);
+        EXPECT_EQ(WordOf(words, t::dTdyDom), row.stepY);
+        EXPECT_EQ(WordOf(words, t::StartXDom), (row.backward ? 61u : 30u) << 16);
+        EXPECT_EQ(WordOf(words, t::StartXSub), (row.backward ? 30u : 61u) << 16);
+        EXPECT_EQ(WordOf(words, t::StartY), (row.backward ? 54u : 40u) << 16);
+        EXPECT_EQ(WordOf(words, t::dY), row.backward ? 0xFFFF0000 : 0x10000);
+        EXPECT_EQ(WordOf(words, t::Count), 15u);
     }
 }
 
 TEST(MXStretch, RunsBackwardOnlyWithinOneMemoryFromAnEarlierSource) {
     GlintStretchRig rig;
     const auto backward = [&](RECTL to, RECTL from) {
-        return WordOf(rig.Stretch(to, from), 0x005) == 0xFFFF0000;
+        return WordOf(rig.Stretch(to, from), t::dY) == 0xFFFF0000;
     };
     EXPECT_FALSE(backward({30, 40, 61, 55}, {10, 20, 26, 28}));
     rig.OneMemory();
@@ -198,9 +202,9 @@ TEST(MXStretch, RunsBackwardOnlyWithinOneMemoryFromAnEarlierSource) {
 TEST(MXStretch, ClipsNothing) {
     GlintStretchRig rig;
     const Words words = rig.Stretch({30, 40, 61, 55}, {-4, -2, 12, 6});
-    EXPECT_EQ(WordOf(words, 0x071), static_cast<uint32_t>(-4 * (1 << 21)));
-    EXPECT_EQ(WordOf(words, 0x074), static_cast<uint32_t>(-2 * (1 << 21)));
-    EXPECT_EQ(WordOf(words, 0x000), 30u << 16);
+    EXPECT_EQ(WordOf(words, t::SStart), static_cast<uint32_t>(-4 * (1 << 21)));
+    EXPECT_EQ(WordOf(words, t::TStart), static_cast<uint32_t>(-2 * (1 << 21)));
+    EXPECT_EQ(WordOf(words, t::StartXDom), 30u << 16);
     EXPECT_FALSE(rig.Stretch({30, 40, 61, 55}, {-8, -8, -1, -1}).empty());
 }
 
@@ -236,8 +240,8 @@ TEST(MXChroma, BoundsFollowTheTexelFormat) {
         rig.source->priv.FormatExtension = row.extension;
         rig.data.bltFX.ddckSrcColorkey = {row.low, row.high};
         for (const Words& words : {rig.Keyed(kFrom, kFrom), rig.KeyedStretch(kTo, kFrom)}) {
-            EXPECT_EQ(WordOf(words, 0x1E2), row.lower);
-            EXPECT_EQ(WordOf(words, 0x1E1), row.upper);
+            EXPECT_EQ(WordOf(words, t::ChromaLowerBound), row.lower);
+            EXPECT_EQ(WordOf(words, t::ChromaUpperBound), row.upper);
         }
     }
 }
@@ -246,53 +250,67 @@ TEST(MXChroma, EqualSizeCopySendsKeyOffsetAndRectangle) {
     GlintStretchRig rig;
     rig.driver->RenderCopy = 0x7777; // not used
     rig.data.bltFX.ddckSrcColorkey = {0x7C00, 0x7C00};
-    const Words expected = {W(14), 0x1E3,
-                            9,                           // ChromaTestMode
-                            0x150, 0x22E,                // FBReadMode
-                            0x105, 0,                    // LogicalOpMode
-                            0x1E2, 0x1F,                 // ChromaLowerBound
-                            0x1E1, 0xFF00001F,           // ChromaUpperBound
-                            0x151, 20 * 500 + 20 + 0x50, // FBSourceOffset
-                            0x156, 0x777,                // FBWindowBase
-                            0x000, 10 << 16,
-                            0x002, 26 << 16,
-                            0x004, 20 << 16,
-                            0x005, 0x10000,
-                            0x006, 8,
-                            0x007, 0x40,
-                            0x1E3, 0};
+    const Words expected = {W(14),
+                            t::ChromaTestMode,
+                            9, // ChromaTestMode
+                            t::FBReadMode,
+                            0x22E,
+                            t::LogicalOpMode,
+                            0,
+                            t::ChromaLowerBound,
+                            0x1F,
+                            t::ChromaUpperBound,
+                            0xFF00001F,
+                            t::FBSourceOffset,
+                            20 * 500 + 20 + 0x50,
+                            t::FBWindowBase,
+                            0x777,
+                            t::StartXDom,
+                            10 << 16,
+                            t::StartXSub,
+                            26 << 16,
+                            t::StartY,
+                            20 << 16,
+                            t::dY,
+                            0x10000,
+                            t::Count,
+                            8,
+                            t::Render,
+                            0x40,
+                            t::ChromaTestMode,
+                            0};
     EXPECT_EQ(rig.Keyed({10, 20, 26, 28}, {30, 40, 46, 48}, 500, 0x50), expected);
 }
 
 TEST(MXChroma, EqualSizeCopyGoesBackwardFromASourceBeforeTheDestination) {
     GlintStretchRig rig;
     const Words back = rig.Keyed({10, 20, 26, 28}, {10, 20, 26, 28}, 640, -1);
-    EXPECT_EQ(WordOf(back, 0x151), 0xFFFFFFFFu);
-    EXPECT_EQ(WordOf(back, 0x000), 26u << 16);
-    EXPECT_EQ(WordOf(back, 0x002), 10u << 16);
-    EXPECT_EQ(WordOf(back, 0x004), 27u << 16);
-    EXPECT_EQ(WordOf(back, 0x005), 0xFFFF0000u);
-    EXPECT_EQ(WordOf(back, 0x006), 8u);
+    EXPECT_EQ(WordOf(back, t::FBSourceOffset), 0xFFFFFFFFu);
+    EXPECT_EQ(WordOf(back, t::StartXDom), 26u << 16);
+    EXPECT_EQ(WordOf(back, t::StartXSub), 10u << 16);
+    EXPECT_EQ(WordOf(back, t::StartY), 27u << 16);
+    EXPECT_EQ(WordOf(back, t::dY), 0xFFFF0000u);
+    EXPECT_EQ(WordOf(back, t::Count), 8u);
     // An offset of 0 is forward.
-    EXPECT_EQ(WordOf(rig.Keyed({10, 20, 26, 28}, {10, 20, 26, 28}), 0x005), 0x10000u);
+    EXPECT_EQ(WordOf(rig.Keyed({10, 20, 26, 28}, {10, 20, 26, 28}), t::dY), 0x10000u);
 }
 
 TEST(MXChroma, BothCopiesClipAgainstTheSourcesTopAndLeft) {
     GlintStretchRig rig;
     const Words copy = rig.Keyed({10, 20, 26, 28}, {-3, -2, 13, 6});
-    EXPECT_EQ(WordOf(copy, 0x000), 26u << 16); // before the destination: backward
-    EXPECT_EQ(WordOf(copy, 0x002), 13u << 16);
-    EXPECT_EQ(WordOf(copy, 0x006), 6u);
-    EXPECT_EQ(WordOf(copy, 0x151), static_cast<uint32_t>(-22 * 640 - 13));
+    EXPECT_EQ(WordOf(copy, t::StartXDom), 26u << 16); // before the destination: backward
+    EXPECT_EQ(WordOf(copy, t::StartXSub), 13u << 16);
+    EXPECT_EQ(WordOf(copy, t::Count), 6u);
+    EXPECT_EQ(WordOf(copy, t::FBSourceOffset), static_cast<uint32_t>(-22 * 640 - 13));
     const Words stretch = rig.KeyedStretch(kTo, {-3, -2, 13, 6});
-    EXPECT_EQ(WordOf(stretch, 0x000), 33u << 16);
-    EXPECT_EQ(WordOf(stretch, 0x004), 42u << 16);
-    EXPECT_EQ(WordOf(stretch, 0x006), 13u);
-    EXPECT_EQ(WordOf(stretch, 0x071), 0u);
-    EXPECT_EQ(WordOf(stretch, 0x074), 0u);
+    EXPECT_EQ(WordOf(stretch, t::StartXDom), 33u << 16);
+    EXPECT_EQ(WordOf(stretch, t::StartY), 42u << 16);
+    EXPECT_EQ(WordOf(stretch, t::Count), 13u);
+    EXPECT_EQ(WordOf(stretch, t::SStart), 0u);
+    EXPECT_EQ(WordOf(stretch, t::TStart), 0u);
     // The sizes are those before the clip.
-    EXPECT_EQ(WordOf(stretch, 0x072), kHalf);
-    EXPECT_EQ(WordOf(stretch, 0x076), kHalf);
+    EXPECT_EQ(WordOf(stretch, t::dSdx), kHalf);
+    EXPECT_EQ(WordOf(stretch, t::dTdyDom), kHalf);
     for (const RECTL& off : {RECTL{-8, 0, -1, 8}, RECTL{0, -8, 8, -1}}) {
         EXPECT_EQ(rig.Keyed({0, 0, 7, 7}, off), Words{});
         EXPECT_EQ(rig.KeyedStretch({0, 0, 70, 7}, off), Words{});
@@ -324,9 +342,10 @@ TEST(MXChroma, StretchIsThePlainOneBetweenKeyAndItsEndWithTheOffsetAsGiven) {
                 rig.OneMemory();
             }
             Words expected = rig.Stretch(kTo, kFrom);
-            const Words key = {0x1E3, 9, 0x1E2, 0x1F, 0x1E1, 0xFF00001F};
+            const Words key = {t::ChromaTestMode,   9,         t::ChromaLowerBound, 0x1F,
+                               t::ChromaUpperBound, 0xFF00001F};
             expected.insert(expected.begin() + 1, key.begin(), key.end());
-            expected.insert(expected.end(), {0x1E3, 0});
+            expected.insert(expected.end(), {t::ChromaTestMode, 0});
             expected[1 + 6 + 5] = static_cast<uint32_t>(-0x50); // FBSourceOffset
             EXPECT_EQ(rig.KeyedStretch(kTo, kFrom), expected);
         }
@@ -339,7 +358,7 @@ TEST(MXChroma, BothBringTheChipToTheDisplaysDepthFirst) {
         rig.driver->FBDepth = 2;
         const Words words = stretch ? rig.KeyedStretch(kTo, kFrom) : rig.Keyed(kFrom, kFrom);
         EXPECT_EQ(Words(words.begin(), words.begin() + 5),
-                  (Words{W(1), 0x018, 1, W(stretch ? 16 : 14), 0x1E3}));
+                  (Words{W(1), t::PixelSize, 1, W(stretch ? 16 : 14), t::ChromaTestMode}));
     }
 }
 

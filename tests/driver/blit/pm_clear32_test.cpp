@@ -2,6 +2,7 @@
 #include "driver/blit/pmblit32.h"
 #include "driver/d3d/dcontext.h"
 #include "tests/driver/blit/primitive_rig.h"
+#include "tests/support/tag_names.h"
 
 namespace {
 
@@ -76,25 +77,52 @@ struct ClearRig : PrimitiveRig {
     }
 };
 
-const Words kRepair = {W(5), 0x0D2, 0xA1, 0x0D3, 0xA6, 0x0D0, 0xA3, 0x070, 0xA2, 0x102, 0xA5};
-const Words kCommonUnits = {W(16), 0x0FC, 0, 0x0D2, 0, 0x100, 0, 0x110, 0,
-                            W(16), 0x103, 0, 0x105, 0, 0x102, 0, W(16)};
-const Words kPermediaUnits = kCommonUnits + Words{0x0CE, 0, 0x0B1, 0, 0x0B2, 0,       0x0CF, 0,
-                                                  0x0D0, 0, 0x1E0, 0, 0x0F9, 0x7F8000};
+const Words kRepair = {W(5), t::FogMode,          0xA1, t::FogColor,
+                       0xA6, t::TextureColorMode, 0xA3, t::TextureAddressMode,
+                       0xA2, t::AlphaBlendMode,   0xA5};
+const Words kCommonUnits = {
+    W(16), t::ColorDDAMode, 0, t::FogMode,       0, t::AlphaTestMode,  0, t::LBReadMode, 0,
+    W(16), t::DitherMode,   0, t::LogicalOpMode, 0, t::AlphaBlendMode, 0, W(16)};
+const Words kPermediaUnits =
+    kCommonUnits +
+    Words{t::TextureReadMode, 0,       t::TextureMapFormat, 0, t::TextureDataFormat, 0,
+          t::TexelLUTMode,    0,       t::TextureColorMode, 0, t::YUVMode,           0,
+          t::AStart,          0x7F8000};
 
 Words TargetFill(uint32_t left, uint32_t top, uint32_t right, uint32_t bottom) {
-    return {W(12),     0x106,   0x12341234, 0x150,      0x55,         0x105,       0x20,
-            0x156,     0x11111, 0x000,      left << 16, 0x002,        right << 16, 0x004,
-            top << 16, 0x005,   0x10000,    0x006,      bottom - top, 0x007,       0x40,
-            0x15A,     1,       0x105,      0};
+    return {W(12),
+            t::FBWriteData,
+            0x12341234,
+            t::FBReadMode,
+            0x55,
+            t::LogicalOpMode,
+            0x20,
+            t::FBWindowBase,
+            0x11111,
+            t::StartXDom,
+            left << 16,
+            t::StartXSub,
+            right << 16,
+            t::StartY,
+            top << 16,
+            t::dY,
+            0x10000,
+            t::Count,
+            bottom - top,
+            t::Render,
+            0x40,
+            t::FBReadPixel,
+            1,
+            t::LogicalOpMode,
+            0};
 }
 
 // In 32-bit columns.
 Words DepthFill(uint32_t left, uint32_t top, uint32_t right, uint32_t bottom) {
-    return {W(5),       0x106,      0xFFFFFFFF,  0x150,     0x66,    0x15A,
-            1,          0x105,      0x20,        0x156,     0x22222, W(9),
-            0x00F58000, left << 16, right << 16, top << 16, 0x10000, bottom - top,
-            0x40,       0x15A,      1,           0x105,     0};
+    return {W(5),       t::FBWriteData,   0xFFFFFFFF,  t::FBReadMode,    0x66,    t::FBReadPixel,
+            1,          t::LogicalOpMode, 0x20,        t::FBWindowBase,  0x22222, W(9),
+            0x00F58000, left << 16,       right << 16, top << 16,        0x10000, bottom - top,
+            0x40,       t::FBReadPixel,   1,           t::LogicalOpMode, 0};
 }
 
 TEST(Clear32, TakesTheChipForAFIFOContextAndGivesItBackWithTheFiveWordsEachTime) {
@@ -114,7 +142,7 @@ TEST(Clear32, WithoutFogTheHeldFogColourIsAllOnes) {
     rig.ctx->RenderFlags = 0;
     rig.ctx->DirtyFlags = 0;
     const Words words = rig.Clear(kTarget, {{0, 0, 1, 1}});
-    EXPECT_EQ(WordOf(words, 0x0D3), 0xFFFFFFFFu);
+    EXPECT_EQ(WordOf(words, t::FogColor), 0xFFFFFFFFu);
     EXPECT_EQ(rig.ctx->DirtyFlags, 0x1Eu);
 }
 
@@ -147,7 +175,7 @@ TEST(Clear32, OfADMAContextLeavesTheChipWhereItIs) {
 }
 
 TEST(Clear32, OnPermedia2LosesNoWordsAndQuietsTheLookupTable) {
-    const Words units = kPermediaUnits + Words{0x098, 0, 0x09B, 0};
+    const Words units = kPermediaUnits + Words{t::TexelLUTIndex, 0, t::TexelLUTTransfer, 0};
     for (uint32_t device : {7u, 0x3D07u}) {
         ClearRig rig(device);
         EXPECT_EQ(rig.Clear(kTarget, {{10, 20, 26, 28}}), units + TargetFill(10, 20, 26, 28));
@@ -157,8 +185,11 @@ TEST(Clear32, OnPermedia2LosesNoWordsAndQuietsTheLookupTable) {
 }
 
 TEST(Clear32, OnGlintUsesTheSamePrimitives) {
-    const Words glint = kCommonUnits + Words{0x090, 0, 0x070, 0, 0x0D0, 0};
-    const Words mx = glint + Words{0x1E3, 0, 0x09C, 0, 0x09B, 0, 0x098, 0, 0x09A, 0};
+    const Words glint = kCommonUnits + Words{t::GlintTextureReadMode, 0, t::TextureAddressMode, 0,
+                                             t::TextureColorMode,     0};
+    const Words mx =
+        glint + Words{t::ChromaTestMode, 0, t::TextureFilterMode, 0, t::TexelLUTTransfer, 0,
+                      t::TexelLUTIndex,  0, t::TexelLUTAddress,   0};
     for (uint32_t device : {1u, 2u, 6u}) {
         ClearRig rig(device, true);
         EXPECT_EQ(rig.Clear(kTarget | kDepth, {{10, 20, 26, 28}}), (device == 6 ? mx : glint) +

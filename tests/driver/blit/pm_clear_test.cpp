@@ -1,6 +1,7 @@
 // Fills of the Permedia family.
 #include "driver/blit/pmblit32.h"
 #include "tests/driver/blit/primitive_rig.h"
+#include "tests/support/tag_names.h"
 
 namespace {
 
@@ -28,21 +29,25 @@ struct FillRig : PrimitiveRig {
 
 TEST(Fill, GoesAsConstantWritesWithoutBlockFill) {
     FillRig rig;
-    EXPECT_EQ(rig.Fill(0x12345678),
-              (Words{W(12),    0x106,      0x56785678, 0x150,   kProducts, 0x105,    0x20,
-                     0x156,    kClearBase, 0x000,      0xB0000, 0x002,     0x1B0000, 0x004,
-                     0x140000, 0x005,      0x10000,    0x006,   8,         0x007,    0x40,
-                     0x15A,    1,          0x105,      0}));
+    EXPECT_EQ(
+        rig.Fill(0x12345678),
+        (Words{W(12),    t::FBWriteData,  0x56785678, t::FBReadMode,  kProducts, t::LogicalOpMode,
+               0x20,     t::FBWindowBase, kClearBase, t::StartXDom,   0xB0000,   t::StartXSub,
+               0x1B0000, t::StartY,       0x140000,   t::dY,          0x10000,   t::Count,
+               8,        t::Render,       0x40,       t::FBReadPixel, 1,         t::LogicalOpMode,
+               0}));
 }
 
 TEST(Fill, GoesAsABlockWhereTheRenderWordSaysSo) {
     FillRig rig;
     rig.driver->RenderClear = 0x10048;
-    EXPECT_EQ(rig.Fill(0x12345678),
-              (Words{W(12),    0x159,      0x56785678, 0x150,   kProducts, 0x105,    0x20,
-                     0x156,    kClearBase, 0x000,      0xB0000, 0x002,     0x1B0000, 0x004,
-                     0x140000, 0x005,      0x10000,    0x006,   8,         0x007,    0x10048,
-                     0x15A,    1,          0x105,      0}));
+    EXPECT_EQ(
+        rig.Fill(0x12345678),
+        (Words{W(12),    t::FBBlockColor, 0x56785678, t::FBReadMode,  kProducts, t::LogicalOpMode,
+               0x20,     t::FBWindowBase, kClearBase, t::StartXDom,   0xB0000,   t::StartXSub,
+               0x1B0000, t::StartY,       0x140000,   t::dY,          0x10000,   t::Count,
+               8,        t::Render,       0x10048,    t::FBReadPixel, 1,         t::LogicalOpMode,
+               0}));
 }
 
 TEST(Fill, IsRepeatedByTheSurfacesPixelsAndLeavesTheDisplaysSize) {
@@ -57,8 +62,8 @@ TEST(Fill, IsRepeatedByTheSurfacesPixelsAndLeavesTheDisplaysSize) {
         FillRig rig(32);
         rig.surface.priv.PixelSize = row.pixelSize;
         const Words words = rig.Fill(0x12345678);
-        EXPECT_EQ(WordOf(words, 0x106), row.word) << row.pixelSize;
-        EXPECT_EQ(WordOf(words, 0x15A), 2u) << row.pixelSize;
+        EXPECT_EQ(WordOf(words, t::FBWriteData), row.word) << row.pixelSize;
+        EXPECT_EQ(WordOf(words, t::FBReadPixel), 2u) << row.pixelSize;
     }
 }
 
@@ -66,13 +71,13 @@ TEST(Fill, Of24BitPixelsIsABlockOnlyWithThreeEqualBytes) {
     FillRig rig(24);
     rig.driver->RenderClear = 0x48;
     Words words = rig.Fill(0x99ABABAB);
-    EXPECT_EQ(WordOf(words, 0x159), 0xABABABABu);
-    EXPECT_EQ(WordOf(words, 0x007), 0x48u);
+    EXPECT_EQ(WordOf(words, t::FBBlockColor), 0xABABABABu);
+    EXPECT_EQ(WordOf(words, t::Render), 0x48u);
     for (uint32_t fill : {0x99123456u, 0xABABABACu, 0xABABACABu, 0xABACABABu}) {
         words = rig.Fill(fill);
-        EXPECT_FALSE(Has(words, 0x159));
-        EXPECT_EQ(WordOf(words, 0x106), (fill & 0xFFFFFF) + (fill % 256) * 0x1000000);
-        EXPECT_EQ(WordOf(words, 0x007), 0x40u);
+        EXPECT_FALSE(Has(words, t::FBBlockColor));
+        EXPECT_EQ(WordOf(words, t::FBWriteData), (fill & 0xFFFFFF) + (fill % 256) * 0x1000000);
+        EXPECT_EQ(WordOf(words, t::Render), 0x40u);
     }
     EXPECT_EQ(rig.driver->RenderClear, 0x48u);
 }
@@ -97,10 +102,13 @@ TEST(Fill, WithoutAReadySurfaceOfTheDriversDoesNothing) {
 
 TEST(DepthFill, GoesInHalvedColumnsWithoutBlockFill) {
     FillRig rig(32);
-    EXPECT_EQ(rig.FillDepth(0x1234BEEF),
-              (Words{W(5),    0x106, 0xBEEFBEEF, 0x150, kProducts,  0x15A,    1,         0x105,
-                     0x20,    0x156, kClearBase, W(9),  0x00F58000, 5u << 16, 13u << 16, 0x140000,
-                     0x10000, 8,     0x40,       0x15A, 2,          0x105,    0}));
+    EXPECT_EQ(
+        rig.FillDepth(0x1234BEEF),
+        (Words{
+            W(5),       t::FBWriteData,   0xBEEFBEEF, t::FBReadMode,    kProducts,  t::FBReadPixel,
+            1,          t::LogicalOpMode, 0x20,       t::FBWindowBase,  kClearBase, W(9),
+            0x00F58000, 5u << 16,         13u << 16,  0x140000,         0x10000,    8,
+            0x40,       t::FBReadPixel,   2,          t::LogicalOpMode, 0}));
     EXPECT_EQ(rig.rect.left, 11);
     EXPECT_EQ(rig.rect.right, 27);
 }
@@ -108,10 +116,13 @@ TEST(DepthFill, GoesInHalvedColumnsWithoutBlockFill) {
 TEST(DepthFill, KeepsTheColumnsOfABlockFill) {
     FillRig rig;
     rig.driver->RenderClear = 0x48;
-    EXPECT_EQ(rig.FillDepth(0xBEEF),
-              (Words{W(5),    0x159, 0xBEEFBEEF, 0x150, kProducts,  0x15A,     1,         0x105,
-                     0x20,    0x156, kClearBase, W(9),  0x00F58000, 11u << 16, 27u << 16, 0x140000,
-                     0x10000, 8,     0x48,       0x15A, 1,          0x105,     0}));
+    EXPECT_EQ(
+        rig.FillDepth(0xBEEF),
+        (Words{
+            W(5),       t::FBBlockColor,  0xBEEFBEEF, t::FBReadMode,    kProducts,  t::FBReadPixel,
+            1,          t::LogicalOpMode, 0x20,       t::FBWindowBase,  kClearBase, W(9),
+            0x00F58000, 11u << 16,        27u << 16,  0x140000,         0x10000,    8,
+            0x48,       t::FBReadPixel,   1,          t::LogicalOpMode, 0}));
 }
 
 } // namespace

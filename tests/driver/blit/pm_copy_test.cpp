@@ -2,6 +2,7 @@
 #include "driver/blit/pmblit32.h"
 #include "driver/blit/pmdirecx.h"
 #include "tests/driver/blit/primitive_rig.h"
+#include "tests/support/tag_names.h"
 
 namespace {
 
@@ -43,20 +44,25 @@ TEST(PackedCopy, SendsBothSidesAndWalksForward) {
     CopyRig rig;
     // An even column from an odd one: -1, which three bits hold as 7.
     EXPECT_EQ(rig.Run(PackedPermediaCopyBlt),
-              (Words{W(12), 0x156, kCopyBase, 0x150, 0x7802A5, 0x15D, 0x78031B, 0x105, 0,
+              (Words{W(12), t::FBWindowBase, kCopyBase, t::FBReadMode, 0x7802A5, t::FBWriteConfig,
+                     0x78031B, t::LogicalOpMode, 0,
                      // 20 lines of 512, columns 30 and 10 of whole words
-                     0x151, 0xF2814, 0x000, 0x50000, 0x002, 0xE0000, 0x02A, 0xE01A000A, 0x004,
-                     0x140000, 0x005, 0x10000, 0x006, 8, 0x007, 0x10040}));
+                     t::FBSourceOffset, 0xF2814, t::StartXDom, 0x50000, t::StartXSub, 0xE0000,
+                     t::PackedDataLimits, 0xE01A000A, t::StartY, 0x140000, t::dY, 0x10000, t::Count,
+                     8, t::Render, 0x10040}));
 }
 
 TEST(PackedCopy, ASourceInFrontIsWalkedFromItsEndInBothAxes) {
     CopyRig rig;
     rig.from = {10, 19, 26, 27}; // one line above, in one surface
     EXPECT_EQ(rig.Run(PackedPermediaCopyBlt, 0, 640),
-              (Words{W(12),   0x156, kCopyBase,  0x150,      0x802A5,  0x15D,   0x8031B,
-                     0x105,   0,     0x151,      0xFFFFFD80, 0x000,    0xE0000, 0x002,
-                     0x50000, 0x02A, 0x000A001A, 0x004,      0x1B0000, 0x005,   0xFFFF0000,
-                     0x006,   8,     0x007,      0x10040}));
+              (Words{W(12),      t::FBWindowBase,   kCopyBase,  t::FBReadMode,
+                     0x802A5,    t::FBWriteConfig,  0x8031B,    t::LogicalOpMode,
+                     0,          t::FBSourceOffset, 0xFFFFFD80, t::StartXDom,
+                     0xE0000,    t::StartXSub,      0x50000,    t::PackedDataLimits,
+                     0x000A001A, t::StartY,         0x1B0000,   t::dY,
+                     0xFFFF0000, t::Count,          8,          t::Render,
+                     0x10040}));
 }
 
 TEST(PackedCopy, DirectionGoesByTheSignOfTheDistance) {
@@ -74,9 +80,9 @@ TEST(PackedCopy, DirectionGoesByTheSignOfTheDistance) {
         CopyRig rig;
         rig.from = {10 + row.dx, 20 + row.dy, 26 + row.dx, 28 + row.dy};
         const Words words = rig.Run(PackedPermediaCopyBlt, 0, 640);
-        EXPECT_EQ(WordOf(words, 0x151), static_cast<uint32_t>(row.distance));
-        EXPECT_EQ(WordOf(words, 0x005), row.distance < 0 ? 0xFFFF0000u : 0x10000u);
-        EXPECT_EQ(WordOf(words, 0x000), row.distance < 0 ? 0xE0000u : 0x50000u);
+        EXPECT_EQ(WordOf(words, t::FBSourceOffset), static_cast<uint32_t>(row.distance));
+        EXPECT_EQ(WordOf(words, t::dY), row.distance < 0 ? 0xFFFF0000u : 0x10000u);
+        EXPECT_EQ(WordOf(words, t::StartXDom), row.distance < 0 ? 0xE0000u : 0x50000u);
     }
 }
 
@@ -85,9 +91,9 @@ TEST(PackedCopy, ADistanceWithinOneWordIsNone) {
     rig.from = {10, 20, 26, 28};
     rig.to = {11, 20, 27, 28};
     const Words words = rig.Run(PackedPermediaCopyBlt, 0, 640);
-    EXPECT_EQ(WordOf(words, 0x151), 0u); // and so forward
-    EXPECT_EQ(WordOf(words, 0x005), 0x10000u);
-    EXPECT_EQ(WordOf(words, 0x150), 0x1802A5u);
+    EXPECT_EQ(WordOf(words, t::FBSourceOffset), 0u); // and so forward
+    EXPECT_EQ(WordOf(words, t::dY), 0x10000u);
+    EXPECT_EQ(WordOf(words, t::FBReadMode), 0x1802A5u);
 }
 
 TEST(PackedCopy, Of8BitPixelsTakesFourToTheWord) {
@@ -95,31 +101,31 @@ TEST(PackedCopy, Of8BitPixelsTakesFourToTheWord) {
     rig.to = {5, 20, 23, 28};
     rig.from = {11, 40, 29, 48};
     const Words words = rig.Run(PackedPermediaCopyBlt);
-    EXPECT_EQ(WordOf(words, 0x150), 0x6802A5u); // 1 - 3
-    EXPECT_EQ(WordOf(words, 0x15D), 0x68031Bu);
-    EXPECT_EQ(WordOf(words, 0x151), 0xF0000u + 20 * 512 + 8 - 4);
-    EXPECT_EQ(WordOf(words, 0x000), 1u << 16);
-    EXPECT_EQ(WordOf(words, 0x002), 8u << 16);
-    EXPECT_EQ(WordOf(words, 0x02A), 0xC0170005u);
+    EXPECT_EQ(WordOf(words, t::FBReadMode), 0x6802A5u); // 1 - 3
+    EXPECT_EQ(WordOf(words, t::FBWriteConfig), 0x68031Bu);
+    EXPECT_EQ(WordOf(words, t::FBSourceOffset), 0xF0000u + 20 * 512 + 8 - 4);
+    EXPECT_EQ(WordOf(words, t::StartXDom), 1u << 16);
+    EXPECT_EQ(WordOf(words, t::StartXSub), 8u << 16);
+    EXPECT_EQ(WordOf(words, t::PackedDataLimits), 0xC0170005u);
 }
 
 TEST(PackedCopy, Of32BitPixelsTakesOneToTheWord) {
     CopyRig rig(32);
     const Words words = rig.Run(PackedPermediaCopyBlt);
-    EXPECT_EQ(WordOf(words, 0x150), 0x802A5u);
-    EXPECT_EQ(WordOf(words, 0x151), 0xF0000u + 20 * 512 + 31 - 10);
-    EXPECT_EQ(WordOf(words, 0x000), 10u << 16);
-    EXPECT_EQ(WordOf(words, 0x002), 26u << 16);
-    EXPECT_EQ(WordOf(words, 0x02A), 0x001A000Au);
+    EXPECT_EQ(WordOf(words, t::FBReadMode), 0x802A5u);
+    EXPECT_EQ(WordOf(words, t::FBSourceOffset), 0xF0000u + 20 * 512 + 31 - 10);
+    EXPECT_EQ(WordOf(words, t::StartXDom), 10u << 16);
+    EXPECT_EQ(WordOf(words, t::StartXSub), 26u << 16);
+    EXPECT_EQ(WordOf(words, t::PackedDataLimits), 0x001A000Au);
 }
 
 TEST(PackedCopy, TheDistanceCountsWordsOfTheDestinationAndTheColumnsThoseOfTheDisplay) {
     CopyRig rig;
     rig.dest.priv.PixelSize = PixelSize8;
     const Words words = rig.Run(PackedPermediaCopyBlt);
-    EXPECT_EQ(WordOf(words, 0x151), 0xF0000u + 20 * 512 + 28 - 8);
-    EXPECT_EQ(WordOf(words, 0x150), 0x7802A5u);
-    EXPECT_EQ(WordOf(words, 0x000), 5u << 16);
+    EXPECT_EQ(WordOf(words, t::FBSourceOffset), 0xF0000u + 20 * 512 + 28 - 8);
+    EXPECT_EQ(WordOf(words, t::FBReadMode), 0x7802A5u);
+    EXPECT_EQ(WordOf(words, t::StartXDom), 5u << 16);
 }
 
 TEST(PackedCopy, TheRelativeOffsetIsTakenWithThreeBits) {
@@ -130,9 +136,9 @@ TEST(PackedCopy, TheRelativeOffsetIsTakenWithThreeBits) {
             rig.from = {from, 0, from + 4, 1};
             const Words words = rig.Run(PackedPermediaCopyBlt);
             const uint32_t relative = static_cast<uint32_t>(to - from + 8) % 8;
-            EXPECT_EQ(WordOf(words, 0x150) >> 20, relative);
-            EXPECT_EQ(WordOf(words, 0x15D) >> 20, relative);
-            EXPECT_EQ(WordOf(words, 0x02A) >> 29, relative);
+            EXPECT_EQ(WordOf(words, t::FBReadMode) >> 20, relative);
+            EXPECT_EQ(WordOf(words, t::FBWriteConfig) >> 20, relative);
+            EXPECT_EQ(WordOf(words, t::PackedDataLimits) >> 29, relative);
         }
     }
 }
@@ -142,10 +148,12 @@ TEST(Packed24BitCopy, MeasuresColumnsByThreeQuarters) {
     rig.to = {6, 2, 17, 5};
     rig.from = {9, 4, 20, 7};
     EXPECT_EQ(rig.Run(Packed24BitPermediaCopyBlt, 0x1000, 640),
-              (Words{W(12), 0x156, kCopyBase, 0x150, 0x1802A5, 0x15D, 0x18031B, 0x105, 0,
+              (Words{W(12), t::FBWindowBase, kCopyBase, t::FBReadMode, 0x1802A5, t::FBWriteConfig,
+                     0x18031B, t::LogicalOpMode, 0,
                      // 1280 - 4 + 4096 + 9
-                     0x151, 0x1505, 0x000, 4u << 16, 0x002, 13u << 16, 0x02A, 0x20110006, 0x004,
-                     0x20000, 0x005, 0x10000, 0x006, 3, 0x007, 0x10040}));
+                     t::FBSourceOffset, 0x1505, t::StartXDom, 4u << 16, t::StartXSub, 13u << 16,
+                     t::PackedDataLimits, 0x20110006, t::StartY, 0x20000, t::dY, 0x10000, t::Count,
+                     3, t::Render, 0x10040}));
 }
 
 TEST(Packed24BitCopy, RunsBackwardWithTheColumnsExchanged) {
@@ -154,29 +162,29 @@ TEST(Packed24BitCopy, RunsBackwardWithTheColumnsExchanged) {
     rig.from = {9, 1, 20, 4};
     // -640 - 4 + 9, and the same offset within the word as above.
     EXPECT_EQ(rig.Run(Packed24BitPermediaCopyBlt, 0, 640), (Words{W(12),
-                                                                  0x156,
+                                                                  t::FBWindowBase,
                                                                   kCopyBase,
-                                                                  0x150,
+                                                                  t::FBReadMode,
                                                                   0x1802A5,
-                                                                  0x15D,
+                                                                  t::FBWriteConfig,
                                                                   0x18031B,
-                                                                  0x105,
+                                                                  t::LogicalOpMode,
                                                                   0,
-                                                                  0x151,
+                                                                  t::FBSourceOffset,
                                                                   static_cast<uint32_t>(-635),
-                                                                  0x000,
+                                                                  t::StartXDom,
                                                                   13u << 16,
-                                                                  0x002,
+                                                                  t::StartXSub,
                                                                   4u << 16,
-                                                                  0x02A,
+                                                                  t::PackedDataLimits,
                                                                   0x20060011,
-                                                                  0x004,
+                                                                  t::StartY,
                                                                   0x40000,
-                                                                  0x005,
+                                                                  t::dY,
                                                                   0xFFFF0000,
-                                                                  0x006,
+                                                                  t::Count,
                                                                   3,
-                                                                  0x007,
+                                                                  t::Render,
                                                                   0x10040}));
 }
 
@@ -197,7 +205,7 @@ TEST(Packed24BitCopy, TheRelativeOffsetComesFromWholeWordsOfTheSource) {
         CopyRig rig(24);
         rig.to = {row.to, 0, row.to + 5, 1};
         rig.from = {row.from, 0, row.from + 5, 1};
-        EXPECT_EQ(WordOf(rig.Run(Packed24BitPermediaCopyBlt), 0x150) >> 20, row.relative)
+        EXPECT_EQ(WordOf(rig.Run(Packed24BitPermediaCopyBlt), t::FBReadMode) >> 20, row.relative)
             << row.to << " " << row.from;
     }
 }
@@ -205,10 +213,13 @@ TEST(Packed24BitCopy, TheRelativeOffsetComesFromWholeWordsOfTheSource) {
 TEST(PatchedCopy, IntoAPatchedSurfaceConvertsOnTheDestinationsSide) {
     CopyRig rig;
     rig.dest.priv.Flags |= SURFACE_PATCHED;
-    EXPECT_EQ(rig.Run(PatchedPermediaCopyBlt),
-              (Words{W(12),    0x156, kCopyBase, 0x150, 0x2A5,   0x15D, 0x204011B, 0x105,
-                     0,        0x151, 0xF2814,   0x000, 0xA0000, 0x002, 0x1A0000,  0x004,
-                     0x140000, 0x005, 0x10000,   0x006, 8,       0x007, 0x10040}));
+    EXPECT_EQ(
+        rig.Run(PatchedPermediaCopyBlt),
+        (Words{
+            W(12),     t::FBWindowBase,  kCopyBase, t::FBReadMode,     0x2A5,    t::FBWriteConfig,
+            0x204011B, t::LogicalOpMode, 0,         t::FBSourceOffset, 0xF2814,  t::StartXDom,
+            0xA0000,   t::StartXSub,     0x1A0000,  t::StartY,         0x140000, t::dY,
+            0x10000,   t::Count,         8,         t::Render,         0x10040}));
     EXPECT_EQ(rig.dest.priv.Flags & SURFACE_PATCHED_NOW, uint32_t{SURFACE_PATCHED_NOW});
 }
 
@@ -217,19 +228,30 @@ TEST(PatchedCopy, OutOfAPatchedSurfaceConvertsOnTheSourcesSide) {
     rig.source.priv.Flags |= SURFACE_PATCHED;
     rig.dest.priv.Flags |= SURFACE_PATCHED_NOW;
     rig.from = {10, 19, 26, 27};
-    EXPECT_EQ(rig.Run(PatchedPermediaCopyBlt, 0, 640),
-              (Words{W(12),    0x156, kCopyBase,  0x150, 0x20402A5, 0x15D, 0x11B,   0x105,
-                     0,        0x151, 0xFFFFFD80, 0x000, 0x1A0000,  0x002, 0xA0000, 0x004,
-                     0x1B0000, 0x005, 0xFFFF0000, 0x006, 8,         0x007, 0x10040}));
+    EXPECT_EQ(rig.Run(PatchedPermediaCopyBlt, 0, 640), (Words{W(12),      t::FBWindowBase,
+                                                              kCopyBase,  t::FBReadMode,
+                                                              0x20402A5,  t::FBWriteConfig,
+                                                              0x11B,      t::LogicalOpMode,
+                                                              0,          t::FBSourceOffset,
+                                                              0xFFFFFD80, t::StartXDom,
+                                                              0x1A0000,   t::StartXSub,
+                                                              0xA0000,    t::StartY,
+                                                              0x1B0000,   t::dY,
+                                                              0xFFFF0000, t::Count,
+                                                              8,          t::Render,
+                                                              0x10040}));
     EXPECT_EQ(rig.dest.priv.Flags & SURFACE_PATCHED_NOW, 0u);
 }
 
 TEST(ScreenCopy, WritesTheRegistersPastTheStream) {
     CopyRig rig;
     EXPECT_EQ(rig.RunOnScreen(),
-              (Words{W(10),    M(0x156), kCopyBase, M(0x150), 0x78022E, M(0x151),   0xF2814,
-                     M(0x000), 0x50000,  M(0x002),  0xE0000,  M(0x02A), 0xE01A000A, M(0x004),
-                     0x140000, M(0x005), 0x10000,   M(0x006), 8,        M(0x007),   0x10040}));
+              (Words{W(10),      M(t::FBWindowBase),   kCopyBase, M(t::FBReadMode),
+                     0x78022E,   M(t::FBSourceOffset), 0xF2814,   M(t::StartXDom),
+                     0x50000,    M(t::StartXSub),      0xE0000,   M(t::PackedDataLimits),
+                     0xE01A000A, M(t::StartY),         0x140000,  M(t::dY),
+                     0x10000,    M(t::Count),          8,         M(t::Render),
+                     0x10040}));
     EXPECT_EQ(rig.driver->Stream.WritePointer, rig.driver->Stream.Current().Linear);
 }
 
@@ -237,10 +259,10 @@ TEST(ScreenCopy, RunsForwardWhateverTheDistance) {
     CopyRig rig;
     rig.from = {10, 19, 26, 27};
     const Words words = rig.RunOnScreen(0);
-    EXPECT_EQ(WordOf(words, 0x151), static_cast<uint32_t>(-512));
-    EXPECT_EQ(WordOf(words, 0x000), 0x50000u);
-    EXPECT_EQ(WordOf(words, 0x004), 0x140000u);
-    EXPECT_EQ(WordOf(words, 0x005), 0x10000u);
+    EXPECT_EQ(WordOf(words, t::FBSourceOffset), static_cast<uint32_t>(-512));
+    EXPECT_EQ(WordOf(words, t::StartXDom), 0x50000u);
+    EXPECT_EQ(WordOf(words, t::StartY), 0x140000u);
+    EXPECT_EQ(WordOf(words, t::dY), 0x10000u);
 }
 
 // The head that all four have.
@@ -275,23 +297,23 @@ TEST(CopyHead, PartsAboveAndLeftAreTakenAwayFromBothAndGivenBack) {
         CopyRig rig(copier.bits);
         rig.from = {-2, -3, 14, 5};
         const Words words = copier.run(rig);
-        EXPECT_EQ(WordOf(words, 0x151), 0xF0000u - 23 * 512 - 12) << copier.name;
-        EXPECT_EQ(WordOf(words, 0x004), 23u << 16) << copier.name;
-        EXPECT_EQ(WordOf(words, 0x006), 5u) << copier.name;
+        EXPECT_EQ(WordOf(words, t::FBSourceOffset), 0xF0000u - 23 * 512 - 12) << copier.name;
+        EXPECT_EQ(WordOf(words, t::StartY), 23u << 16) << copier.name;
+        EXPECT_EQ(WordOf(words, t::Count), 5u) << copier.name;
         EXPECT_TRUE((rig.from == RECTL{-2, -3, 14, 5})) << copier.name;
         EXPECT_TRUE((rig.to == RECTL{10, 20, 26, 28})) << copier.name;
     }
     CopyRig rig;
     rig.from = {-2, -3, 14, 5};
-    EXPECT_EQ(WordOf(rig.Run(PackedPermediaCopyBlt), 0x02A), 0x001A000Cu);
+    EXPECT_EQ(WordOf(rig.Run(PackedPermediaCopyBlt), t::PackedDataLimits), 0x001A000Cu);
 }
 
 TEST(CopyHead, ASourceThatEndsOnTheEdgeIsStillDrawn) {
     CopyRig rig;
     rig.from = {0, -8, 16, 0};
     const Words words = rig.Run(PackedPermediaCopyBlt);
-    EXPECT_EQ(WordOf(words, 0x004), 28u << 16);
-    EXPECT_EQ(WordOf(words, 0x006), 0u);
+    EXPECT_EQ(WordOf(words, t::StartY), 28u << 16);
+    EXPECT_EQ(WordOf(words, t::Count), 0u);
 }
 
 TEST(CopyHead, AnotherDepthIsSetFirst) {
@@ -303,13 +325,13 @@ TEST(CopyHead, AnotherDepthIsSetFirst) {
         const Words words = copier.run(rig);
         ASSERT_GT(words.size(), 4u);
         EXPECT_EQ(Words(words.begin(), words.begin() + 3),
-                  (Words{W(1), 0x15A, rig.driver->PixelSize}))
+                  (Words{W(1), t::FBReadPixel, rig.driver->PixelSize}))
             << copier.name;
         EXPECT_EQ(rig.driver->FBDepth, rig.driver->PixelSize);
         if (std::string(copier.name) == "screen") {
-            EXPECT_EQ(WordOf(words, 0x150), 0x780277u); // with the new depth's products
+            EXPECT_EQ(WordOf(words, t::FBReadMode), 0x780277u); // with the new depth's products
         }
-        EXPECT_FALSE(Has(copier.run(rig), 0x15A)) << copier.name;
+        EXPECT_FALSE(Has(copier.run(rig), t::FBReadPixel)) << copier.name;
     }
 }
 
@@ -330,8 +352,8 @@ TEST(CopyByCallback, ReachesTheChip) {
     EXPECT_EQ(PermediaBlt32(&data), DDHAL_DRIVER_HANDLED);
     EXPECT_EQ(data.ddRVal, DD_OK);
     const Words words = rig.Take();
-    EXPECT_EQ(WordOf(words, 0x156), 0x90000u);
-    EXPECT_EQ(WordOf(words, 0x151), 0xF0000u - 23 * 640 - 12);
+    EXPECT_EQ(WordOf(words, t::FBWindowBase), 0x90000u);
+    EXPECT_EQ(WordOf(words, t::FBSourceOffset), 0xF0000u - 23 * 640 - 12);
     EXPECT_EQ(data.rSrc.left, -2);
     EXPECT_EQ(data.rDest.top, 20);
     CHIPRender = {};

@@ -2,6 +2,7 @@
 #include "driver/blit/pmblitfx.h"
 #include "driver/blit/pmdirecx.h"
 #include "tests/driver/blit/primitive_rig.h"
+#include "tests/support/tag_names.h"
 
 namespace {
 
@@ -53,38 +54,123 @@ struct Axis {
 };
 
 void ExpectAxes(const Words& words, Axis s, Axis t, uint32_t stepS, uint32_t stepT) {
-    EXPECT_EQ(WordOf(words, 0x071), s.start << 20);
-    EXPECT_EQ(WordOf(words, 0x074), t.start << 20);
-    EXPECT_EQ(WordOf(words, 0x072), s.flipped ? 0 - stepS : stepS);
-    EXPECT_EQ(WordOf(words, 0x076), t.flipped ? 0 - stepT : stepT);
+    EXPECT_EQ(WordOf(words, t::SStart), s.start << 20);
+    EXPECT_EQ(WordOf(words, t::TStart), t.start << 20);
+    EXPECT_EQ(WordOf(words, t::dSdx), s.flipped ? 0 - stepS : stepS);
+    EXPECT_EQ(WordOf(words, t::dTdyDom), t.flipped ? 0 - stepT : stepT);
 }
 
 TEST(Stretch, DrawsTheSourceAsATexture) {
     PermediaStretchRig rig;
-    EXPECT_EQ(
-        rig.Run(PermediaStretchCopyBlt),
-        (Words{
-            W(15),     0x103,    0x405,         0x156,   kDestOffset, 0x150,    0x11B,     0x105,
-            0,         0x0B0,    kSourceOffset, 0x070,   1,           0x0D0,    7,         0x0CE,
-            0x17601,   0x0B2,    0x21,          0x0B1,   0x800A5,     0x071,    0x1E00000, 0x074,
-            0x2800000, 0x072,    0x200000,      0x073,   0,           0x075,    0,         W(11),
-            0x076,     0x200000, 0x000,         0xA0000, 0x002,       0x1A0000, 0x004,     0x140000,
-            0x005,     0x10000,  0x006,         8,       0x007,       0x2040,   0x103,     0,
-            0x070,     0,        0x0D0,         0,       0x0CE,       0}));
+    EXPECT_EQ(rig.Run(PermediaStretchCopyBlt), (Words{W(15),
+                                                      t::DitherMode,
+                                                      0x405,
+                                                      t::FBWindowBase,
+                                                      kDestOffset,
+                                                      t::FBReadMode,
+                                                      0x11B,
+                                                      t::LogicalOpMode,
+                                                      0,
+                                                      t::TextureBaseAddress,
+                                                      kSourceOffset,
+                                                      t::TextureAddressMode,
+                                                      1,
+                                                      t::TextureColorMode,
+                                                      7,
+                                                      t::TextureReadMode,
+                                                      0x17601,
+                                                      t::TextureDataFormat,
+                                                      0x21,
+                                                      t::TextureMapFormat,
+                                                      0x800A5,
+                                                      t::SStart,
+                                                      0x1E00000,
+                                                      t::TStart,
+                                                      0x2800000,
+                                                      t::dSdx,
+                                                      0x200000,
+                                                      t::dSdyDom,
+                                                      0,
+                                                      t::dTdx,
+                                                      0,
+                                                      W(11),
+                                                      t::dTdyDom,
+                                                      0x200000,
+                                                      t::StartXDom,
+                                                      0xA0000,
+                                                      t::StartXSub,
+                                                      0x1A0000,
+                                                      t::StartY,
+                                                      0x140000,
+                                                      t::dY,
+                                                      0x10000,
+                                                      t::Count,
+                                                      8,
+                                                      t::Render,
+                                                      0x2040,
+                                                      t::DitherMode,
+                                                      0,
+                                                      t::TextureAddressMode,
+                                                      0,
+                                                      t::TextureColorMode,
+                                                      0,
+                                                      t::TextureReadMode,
+                                                      0}));
 }
 
 TEST(Stretch, OfIndicesLeavesTheDitherUnitOff) {
     PermediaStretchRig rig(8);
     rig.source.priv.Format = 14;
-    EXPECT_EQ(rig.Run(PermediaStretchCopyBlt),
-              (Words{W(15),    0x156,         kDestOffset, 0x150,    0x11B,   0x105,   0,
-                     0x0B0,    kSourceOffset, 0x070,       1,        0x0D0,   7,       0x0CE,
-                     0x17601,  0x0B2,         0x2E,        0x0B1,    0xA5,    0x071,   0x1E00000,
-                     0x074,    0x2800000,     0x072,       0x200000, 0x073,   0,       0x075,
-                     0,        W(11),         0x076,       0x200000, 0x000,   0xA0000, 0x002,
-                     0x1A0000, 0x004,         0x140000,    0x005,    0x10000, 0x006,   8,
-                     0x007,    0x2040,        0x070,       0,        0x0D0,   0,       0x0CE,
-                     0}));
+    EXPECT_EQ(rig.Run(PermediaStretchCopyBlt), (Words{W(15),
+                                                      t::FBWindowBase,
+                                                      kDestOffset,
+                                                      t::FBReadMode,
+                                                      0x11B,
+                                                      t::LogicalOpMode,
+                                                      0,
+                                                      t::TextureBaseAddress,
+                                                      kSourceOffset,
+                                                      t::TextureAddressMode,
+                                                      1,
+                                                      t::TextureColorMode,
+                                                      7,
+                                                      t::TextureReadMode,
+                                                      0x17601,
+                                                      t::TextureDataFormat,
+                                                      0x2E,
+                                                      t::TextureMapFormat,
+                                                      0xA5,
+                                                      t::SStart,
+                                                      0x1E00000,
+                                                      t::TStart,
+                                                      0x2800000,
+                                                      t::dSdx,
+                                                      0x200000,
+                                                      t::dSdyDom,
+                                                      0,
+                                                      t::dTdx,
+                                                      0,
+                                                      W(11),
+                                                      t::dTdyDom,
+                                                      0x200000,
+                                                      t::StartXDom,
+                                                      0xA0000,
+                                                      t::StartXSub,
+                                                      0x1A0000,
+                                                      t::StartY,
+                                                      0x140000,
+                                                      t::dY,
+                                                      0x10000,
+                                                      t::Count,
+                                                      8,
+                                                      t::Render,
+                                                      0x2040,
+                                                      t::TextureAddressMode,
+                                                      0,
+                                                      t::TextureColorMode,
+                                                      0,
+                                                      t::TextureReadMode,
+                                                      0}));
 }
 
 TEST(Stretch, FormatWordsAreTheSources) {
@@ -103,9 +189,9 @@ TEST(Stretch, FormatWordsAreTheSources) {
         for (StretchFunction blit :
              {PermediaStretchCopyBlt, PermediaSourceChromaBlt, PermediaStretchCopyChromaBlt}) {
             const Words words = rig.Run(blit);
-            EXPECT_EQ(WordOf(words, 0x103), row.dither);
-            EXPECT_EQ(WordOf(words, 0x0B2), row.data);
-            EXPECT_EQ(WordOf(words, 0x0B1), row.map);
+            EXPECT_EQ(WordOf(words, t::DitherMode), row.dither);
+            EXPECT_EQ(WordOf(words, t::TextureDataFormat), row.data);
+            EXPECT_EQ(WordOf(words, t::TextureMapFormat), row.map);
         }
     }
 }
@@ -115,8 +201,8 @@ TEST(Stretch, StepsAreUnsignedQuotientsIn12_20) {
     rig.from = {0, 0, 7, 3000};
     rig.to = {0, 0, 3, 1000};
     const Words words = rig.Run(PermediaStretchCopyBlt);
-    EXPECT_EQ(WordOf(words, 0x072), 0x255555u);
-    EXPECT_EQ(WordOf(words, 0x076), 0x300000u); // 3000 << 20 has the sign bit set
+    EXPECT_EQ(WordOf(words, t::dSdx), 0x255555u);
+    EXPECT_EQ(WordOf(words, t::dTdyDom), 0x300000u); // 3000 << 20 has the sign bit set
 }
 
 TEST(Stretch, DirectionAndMirror) {
@@ -180,11 +266,11 @@ TEST(Stretch, DirectionAndMirror) {
             const Words words = rig.Run(blit);
             ExpectAxes(words, row.s, row.t, 0x200000, 0x200000);
             const uint32_t top = row.overlap ? 100 : 20;
-            EXPECT_EQ(WordOf(words, 0x000), row.overlap ? 26u << 16 : 10u << 16);
-            EXPECT_EQ(WordOf(words, 0x002), row.overlap ? 10u << 16 : 26u << 16);
-            EXPECT_EQ(WordOf(words, 0x004), (row.overlap ? top + 7 : top) << 16);
-            EXPECT_EQ(WordOf(words, 0x005), row.overlap ? 0xFFFF0000 : 0x10000u);
-            EXPECT_EQ(WordOf(words, 0x006), 8u);
+            EXPECT_EQ(WordOf(words, t::StartXDom), row.overlap ? 26u << 16 : 10u << 16);
+            EXPECT_EQ(WordOf(words, t::StartXSub), row.overlap ? 10u << 16 : 26u << 16);
+            EXPECT_EQ(WordOf(words, t::StartY), (row.overlap ? top + 7 : top) << 16);
+            EXPECT_EQ(WordOf(words, t::dY), row.overlap ? 0xFFFF0000 : 0x10000u);
+            EXPECT_EQ(WordOf(words, t::Count), 8u);
             // What a mirror changed is not given back.
             EXPECT_EQ(rig.from.left, row.from.left);
             EXPECT_EQ(rig.from.top, row.from.top);
@@ -214,7 +300,7 @@ TEST(Stretch, RunsBackwardOnlyInOneMemoryFromAnEarlierSource) {
                 rig.source.Global().fpVidMem = rig.dest.Global().fpVidMem;
             }
             rig.from = {row.left, row.top, row.left + 16, row.top + 8};
-            EXPECT_EQ(WordOf(rig.Run(blit), 0x005), row.backward ? 0xFFFF0000 : 0x10000u)
+            EXPECT_EQ(WordOf(rig.Run(blit), t::dY), row.backward ? 0xFFFF0000 : 0x10000u)
                 << row.left << " " << row.top;
         }
     }
@@ -223,9 +309,9 @@ TEST(Stretch, RunsBackwardOnlyInOneMemoryFromAnEarlierSource) {
 TEST(Stretch, OnlyTheTwoStretchesFilter) {
     PermediaStretchRig rig;
     DXGlobals.FilterStretch = 1;
-    EXPECT_EQ(WordOf(rig.Run(PermediaStretchCopyBlt), 0x0CE), 0x37601u);
-    EXPECT_EQ(WordOf(rig.Run(PermediaStretchCopyChromaBlt), 0x0CE), 0x37601u);
-    EXPECT_EQ(WordOf(rig.Run(PermediaSourceChromaBlt), 0x0CE), 0x17601u);
+    EXPECT_EQ(WordOf(rig.Run(PermediaStretchCopyBlt), t::TextureReadMode), 0x37601u);
+    EXPECT_EQ(WordOf(rig.Run(PermediaStretchCopyChromaBlt), t::TextureReadMode), 0x37601u);
+    EXPECT_EQ(WordOf(rig.Run(PermediaSourceChromaBlt), t::TextureReadMode), 0x17601u);
 }
 
 TEST(Stretch, AnotherDepthIsSetFirst) {
@@ -234,27 +320,77 @@ TEST(Stretch, AnotherDepthIsSetFirst) {
         PermediaStretchRig rig;
         rig.driver->FBDepth = PixelSize32;
         const Words words = rig.Run(blit);
-        EXPECT_EQ(Words(words.begin(), words.begin() + 3), (Words{W(1), 0x15A, 1}));
+        EXPECT_EQ(Words(words.begin(), words.begin() + 3), (Words{W(1), t::FBReadPixel, 1}));
         EXPECT_EQ(rig.driver->FBDepth, 1u);
-        EXPECT_FALSE(Has(rig.Run(blit), 0x15A));
+        EXPECT_FALSE(Has(rig.Run(blit), t::FBReadPixel));
     }
 }
 
 TEST(KeyedCopy, DrawsForwardWithTheKeysBounds) {
     PermediaStretchRig rig;
     rig.from = {30, 40, 46, 48};
-    EXPECT_EQ(rig.Run(PermediaSourceChromaBlt),
-              (Words{W(16),         0x1E0,     4,          0x103,    0x405,   0x156,
-                     kDestOffset,   0x150,     0x11B,      0x105,    0,       0x0B0,
-                     kSourceOffset, 0x070,     1,          0x0D0,    7,       0x0CE,
-                     0x17601,       0x0B2,     0x21,       0x0B1,    0x800A5, 0x1E2,
-                     0xA08820,      0x1E1,     0xFF6FF757, W(16),    0x071,   0x1E00000,
-                     0x074,         0x2800000, 0x072,      0x100000, 0x073,   0,
-                     0x075,         0,         0x076,      0x100000, 0x000,   0xA0000,
-                     0x002,         0x1A0000,  0x004,      0x140000, 0x005,   0x10000,
-                     0x006,         8,         0x007,      0x2040,   0x103,   0,
-                     0x1E0,         0,         0x070,      0,        0x0D0,   0,
-                     0x0CE,         0}));
+    EXPECT_EQ(rig.Run(PermediaSourceChromaBlt), (Words{W(16),
+                                                       t::YUVMode,
+                                                       4,
+                                                       t::DitherMode,
+                                                       0x405,
+                                                       t::FBWindowBase,
+                                                       kDestOffset,
+                                                       t::FBReadMode,
+                                                       0x11B,
+                                                       t::LogicalOpMode,
+                                                       0,
+                                                       t::TextureBaseAddress,
+                                                       kSourceOffset,
+                                                       t::TextureAddressMode,
+                                                       1,
+                                                       t::TextureColorMode,
+                                                       7,
+                                                       t::TextureReadMode,
+                                                       0x17601,
+                                                       t::TextureDataFormat,
+                                                       0x21,
+                                                       t::TextureMapFormat,
+                                                       0x800A5,
+                                                       t::ChromaLowerBound,
+                                                       0xA08820,
+                                                       t::ChromaUpperBound,
+                                                       0xFF6FF757,
+                                                       W(16),
+                                                       t::SStart,
+                                                       0x1E00000,
+                                                       t::TStart,
+                                                       0x2800000,
+                                                       t::dSdx,
+                                                       0x100000,
+                                                       t::dSdyDom,
+                                                       0,
+                                                       t::dTdx,
+                                                       0,
+                                                       t::dTdyDom,
+                                                       0x100000,
+                                                       t::StartXDom,
+                                                       0xA0000,
+                                                       t::StartXSub,
+                                                       0x1A0000,
+                                                       t::StartY,
+                                                       0x140000,
+                                                       t::dY,
+                                                       0x10000,
+                                                       t::Count,
+                                                       8,
+                                                       t::Render,
+                                                       0x2040,
+                                                       t::DitherMode,
+                                                       0,
+                                                       t::YUVMode,
+                                                       0,
+                                                       t::TextureAddressMode,
+                                                       0,
+                                                       t::TextureColorMode,
+                                                       0,
+                                                       t::TextureReadMode,
+                                                       0}));
 }
 
 TEST(KeyedCopy, BackwardStartsBehindTheLastTexelInSAndOnItInT) {
@@ -262,81 +398,129 @@ TEST(KeyedCopy, BackwardStartsBehindTheLastTexelInSAndOnItInT) {
     rig.Overlap();
     rig.source.priv.Format = 14;
     rig.from = {30, 40, 46, 48};
-    EXPECT_EQ(rig.Run(PermediaSourceChromaBlt),
-              (Words{W(16),  0x1E0,      4,          0x156,         kDestOffset, 0x150, 0x11B,
-                     0x105,  0,          0x0B0,      kSourceOffset, 0x070,       1,     0x0D0,
-                     7,      0x0CE,      0x17601,    0x0B2,         0x2E,        0x0B1, 0xA5,
-                     0x1E2,  0x343434,   0x1E1,      0xFFCDCDCD,    W(16),       0x071, 46u << 20,
-                     0x074,  47u << 20,  0x072,      0xFFF00000,    0x073,       0,     0x075,
-                     0,      0x076,      0xFFF00000, 0x000,         0x1A0000,    0x002, 0xA0000,
-                     0x004,  107u << 16, 0x005,      0xFFFF0000,    0x006,       8,     0x007,
-                     0x2040, 0x1E0,      0,          0x070,         0,           0x0D0, 0,
-                     0x0CE,  0}));
+    EXPECT_EQ(rig.Run(PermediaSourceChromaBlt), (Words{W(16),
+                                                       t::YUVMode,
+                                                       4,
+                                                       t::FBWindowBase,
+                                                       kDestOffset,
+                                                       t::FBReadMode,
+                                                       0x11B,
+                                                       t::LogicalOpMode,
+                                                       0,
+                                                       t::TextureBaseAddress,
+                                                       kSourceOffset,
+                                                       t::TextureAddressMode,
+                                                       1,
+                                                       t::TextureColorMode,
+                                                       7,
+                                                       t::TextureReadMode,
+                                                       0x17601,
+                                                       t::TextureDataFormat,
+                                                       0x2E,
+                                                       t::TextureMapFormat,
+                                                       0xA5,
+                                                       t::ChromaLowerBound,
+                                                       0x343434,
+                                                       t::ChromaUpperBound,
+                                                       0xFFCDCDCD,
+                                                       W(16),
+                                                       t::SStart,
+                                                       46u << 20,
+                                                       t::TStart,
+                                                       47u << 20,
+                                                       t::dSdx,
+                                                       0xFFF00000,
+                                                       t::dSdyDom,
+                                                       0,
+                                                       t::dTdx,
+                                                       0,
+                                                       t::dTdyDom,
+                                                       0xFFF00000,
+                                                       t::StartXDom,
+                                                       0x1A0000,
+                                                       t::StartXSub,
+                                                       0xA0000,
+                                                       t::StartY,
+                                                       107u << 16,
+                                                       t::dY,
+                                                       0xFFFF0000,
+                                                       t::Count,
+                                                       8,
+                                                       t::Render,
+                                                       0x2040,
+                                                       t::YUVMode,
+                                                       0,
+                                                       t::TextureAddressMode,
+                                                       0,
+                                                       t::TextureColorMode,
+                                                       0,
+                                                       t::TextureReadMode,
+                                                       0}));
 }
 
 TEST(KeyedStretch, IsTheStretchWithTheKeyAroundIt) {
     PermediaStretchRig rig;
     EXPECT_EQ(rig.Run(PermediaStretchCopyChromaBlt), (Words{W(15),
-                                                            0x1E0,
+                                                            t::YUVMode,
                                                             4,
-                                                            0x103,
+                                                            t::DitherMode,
                                                             0x405,
-                                                            0x156,
+                                                            t::FBWindowBase,
                                                             kDestOffset,
-                                                            0x150,
+                                                            t::FBReadMode,
                                                             0x11B,
-                                                            0x105,
+                                                            t::LogicalOpMode,
                                                             0,
-                                                            0x0B0,
+                                                            t::TextureBaseAddress,
                                                             kSourceOffset,
-                                                            0x070,
+                                                            t::TextureAddressMode,
                                                             1,
-                                                            0x0D0,
+                                                            t::TextureColorMode,
                                                             7,
-                                                            0x0CE,
+                                                            t::TextureReadMode,
                                                             0x17601,
-                                                            0x0B2,
+                                                            t::TextureDataFormat,
                                                             0x21,
-                                                            0x0B1,
+                                                            t::TextureMapFormat,
                                                             0x800A5,
-                                                            0x071,
+                                                            t::SStart,
                                                             0x1E00000,
-                                                            0x074,
+                                                            t::TStart,
                                                             0x2800000,
-                                                            0x072,
+                                                            t::dSdx,
                                                             0x200000,
-                                                            0x073,
+                                                            t::dSdyDom,
                                                             0,
-                                                            0x075,
+                                                            t::dTdx,
                                                             0,
                                                             W(11),
-                                                            0x076,
+                                                            t::dTdyDom,
                                                             0x200000,
-                                                            0x1E2,
+                                                            t::ChromaLowerBound,
                                                             0xA08820,
-                                                            0x1E1,
+                                                            t::ChromaUpperBound,
                                                             0xFF6FF757,
-                                                            0x000,
+                                                            t::StartXDom,
                                                             0xA0000,
-                                                            0x002,
+                                                            t::StartXSub,
                                                             0x1A0000,
-                                                            0x004,
+                                                            t::StartY,
                                                             0x140000,
-                                                            0x005,
+                                                            t::dY,
                                                             0x10000,
-                                                            0x006,
+                                                            t::Count,
                                                             8,
-                                                            0x007,
+                                                            t::Render,
                                                             0x2040,
-                                                            0x103,
+                                                            t::DitherMode,
                                                             0,
-                                                            0x070,
+                                                            t::TextureAddressMode,
                                                             0,
-                                                            0x0D0,
+                                                            t::TextureColorMode,
                                                             0,
-                                                            0x0CE,
+                                                            t::TextureReadMode,
                                                             0,
-                                                            0x1E0,
+                                                            t::YUVMode,
                                                             0}));
 }
 
@@ -366,8 +550,10 @@ TEST(ColourKey, BecomesBoundsByTheSourcesFormat) {
             rig.source.priv.FormatExtension = row.extension;
             rig.data.bltFX.ddckSrcColorkey = {row.low, row.high};
             const Words words = rig.Run(blit);
-            EXPECT_EQ(WordOf(words, 0x1E2), row.lowBound) << row.format << " " << row.extension;
-            EXPECT_EQ(WordOf(words, 0x1E1), row.highBound) << row.format << " " << row.extension;
+            EXPECT_EQ(WordOf(words, t::ChromaLowerBound), row.lowBound)
+                << row.format << " " << row.extension;
+            EXPECT_EQ(WordOf(words, t::ChromaUpperBound), row.highBound)
+                << row.format << " " << row.extension;
         }
     }
 }
@@ -377,8 +563,8 @@ TEST(ColourKey, OfOneValueIn555MatchesExactlyOneTriple) {
     for (uint32_t key : {0u, 0x1234u, 0x5A5Au, 0x7FFFu}) {
         rig.data.bltFX.ddckSrcColorkey = {key, key};
         const Words words = rig.Run(PermediaSourceChromaBlt);
-        const uint32_t low = WordOf(words, 0x1E2);
-        const uint32_t high = WordOf(words, 0x1E1);
+        const uint32_t low = WordOf(words, t::ChromaLowerBound);
+        const uint32_t high = WordOf(words, t::ChromaUpperBound);
         uint32_t matches = 0;
         for (uint32_t pixel = 0; pixel != 0x8000; ++pixel) {
             const uint32_t fields[] = {pixel / 1024, pixel / 32 % 32, pixel % 32};

@@ -2,6 +2,7 @@
 #include "driver/core/korv32_flip.h"
 #include "driver/services/context.h"
 #include "tests/driver/blit/blit_rig.h"
+#include "tests/support/tag_names.h"
 
 namespace {
 
@@ -210,7 +211,7 @@ TEST_P(BlitOn, UnderDmaNothingIsLeftWaitingInTheSubBuffer) {
     rig.OneCall();
     ASSERT_EQ(rig.bus->transfers.size(), 1u);
     EXPECT_EQ(rig.bus->transfers[0].address, rig.chip->DMABufferPhysical[0]);
-    EXPECT_EQ(rig.bus->transfers[0].words, (std::vector<uint32_t>{0x0D2, 0x55}));
+    EXPECT_EQ(rig.bus->transfers[0].words, (std::vector<uint32_t>{t::FogMode, 0x55}));
     EXPECT_EQ(rig.driver->Stream.SubBufferIndex, 1u);
     EXPECT_EQ(rig.driver->Stream.WritePointer, rig.driver->Stream.SubBuffers[1].Linear);
     EXPECT_FALSE(Excluded());

@@ -1,5 +1,6 @@
 #include "driver/core/dma.h"
 #include "tests/support/rig.h"
+#include "tests/support/tag_names.h"
 #include "tests/support/words.h"
 
 #include <gtest/gtest.h>
@@ -12,12 +13,18 @@ using test::Words;
 
 // The head of a sub-buffer on the first Permedia, as words.
 Words HeadOf(const D3DContext* ctx) {
-    return {0x0D2, ctx->Copies.FogMode,
-            0x070, ctx->Copies.TextureAddressMode,
-            0x0D0, ctx->Copies.TextureColorMode,
-            0x0CE, ctx->Copies.TextureReadMode,
-            0x102, ctx->AlphaBlendModeOut,
-            0x0D3, (ctx->RenderFlags & RF_FOG) != 0 ? ctx->FogColor : 0xFFFFFFFF};
+    return {t::FogMode,
+            ctx->Copies.FogMode,
+            t::TextureAddressMode,
+            ctx->Copies.TextureAddressMode,
+            t::TextureColorMode,
+            ctx->Copies.TextureColorMode,
+            t::TextureReadMode,
+            ctx->Copies.TextureReadMode,
+            t::AlphaBlendMode,
+            ctx->AlphaBlendModeOut,
+            t::FogColor,
+            (ctx->RenderFlags & RF_FOG) != 0 ? ctx->FogColor : 0xFFFFFFFF};
 }
 
 D3DContext* ContextOfId5(Rig& rig, bool dma, uint32_t subBuffers = 2) {
@@ -237,7 +244,7 @@ TEST(SendSubBufferDirect, WritesTheNewHeadAfterTheStartAndBeforeTheWait) {
     };
     SendSubBufferDirect(rig.driver, ctx);
     EXPECT_EQ(rig.bus->transfers[0].words[0], 0u);
-    EXPECT_EQ(seenAtWait, 0x0D2u);
+    EXPECT_EQ(seenAtWait, t::FogMode);
 }
 
 TEST(SendSubBufferDirect, DoesNothingInFifoMode) {
@@ -390,7 +397,7 @@ TEST(WaitDMAIdle, WaitsForTheTailThenForTheCountWithSpacedReads) {
 TEST(SyncChip, DropsWordsOfOtherTags) {
     Rig rig;
     rig.Ready();
-    rig.bus->output = {0x17, 0x187, 0x400};
+    rig.bus->output = {0x17, t::PickResult, 0x400};
     SyncChip(rig.driver);
     EXPECT_TRUE(rig.bus->output.empty());
     EXPECT_EQ(rig.bus->ReadsOf(0x2000), 4u);
@@ -459,17 +466,18 @@ TEST(WordForms, AreEmittedAsTagWordAndData) {
     D3DContext* ctx = ContextOfId5(rig, false);
     ReserveSpace(ctx, 64);
     const uint32_t data[] = {1, 2, 3};
-    EmitIndexed(ctx->Stream, 0x0D0, 0x70, data);
+    EmitIndexed(ctx->Stream, t::TextureColorMode, 0x70, data);
     EmitHold(ctx->Stream, tag::Color, 3, data);
     EmitTag(ctx->Stream, tag::FogMode, 9);
-    EXPECT_EQ(rig.bus->FifoWords(), (Words{0x007080D0, 1, 2, 3, 0x000200FE, 1, 2, 3, 0x0D2, 9}));
+    EXPECT_EQ(rig.bus->FifoWords(),
+              (Words{0x007080D0, 1, 2, 3, 0x000200FE, 1, 2, 3, t::FogMode, 9}));
 }
 
 TEST(OutputFifo, APairIsFoundBehindOtherWords) {
     Rig rig;
     rig.Ready();
-    rig.bus->output = {0x188, 0x187, 42};
-    EXPECT_EQ(ReadOutputFIFOPair(rig.driver, 0x187), 42u);
+    rig.bus->output = {t::Sync, t::PickResult, 42};
+    EXPECT_EQ(ReadOutputFIFOPair(rig.driver, t::PickResult), 42u);
     EXPECT_EQ(rig.bus->ReadsOf(0x2004), 1u);
 }
 

@@ -2,6 +2,7 @@
 #include "driver/core/glintutl.h"
 #include "driver/core/korv32.h"
 #include "tests/support/rig.h"
+#include "tests/support/tag_names.h"
 #include "tests/support/words.h"
 
 #include <gtest/gtest.h>
@@ -39,9 +40,18 @@ void BringMode(Rig& rig) {
 
 Pairs CommonPairs(uint32_t products, uint32_t writeMode = 1) {
     const uint32_t size = 480u << 16 | 640;
-    return {{0x110, products},   {0x150, products},   {0x157, writeMode}, {0x152, 0},
-            {0x158, 0xFFFFFFFF}, {0x104, 0xFFFFFFFF}, {0x031, 0},         {0x032, size},
-            {0x033, size},       {0x039, 0},          {0x001, 0},         {0x003, 0}};
+    return {{t::LBReadMode, products},
+            {t::FBReadMode, products},
+            {t::FBWriteMode, writeMode},
+            {t::FBPixelOffset, 0},
+            {t::FBHardwareWriteMask, 0xFFFFFFFF},
+            {t::FBSoftwareWriteMask, 0xFFFFFFFF},
+            {t::ScissorMinXY, 0},
+            {t::ScissorMaxXY, size},
+            {t::ScreenSize, size},
+            {t::WindowOrigin, 0},
+            {t::dXDom, 0},
+            {t::dXSub, 0}};
 }
 
 Pairs operator+(Pairs left, const Pairs& right) {
@@ -54,12 +64,13 @@ TEST(ModeChange, SendsThePermediaWordsInOrder) {
         Rig rig({.deviceId = device});
         BringMode(rig);
         const uint32_t products = Products640(device);
-        EXPECT_EQ(rig.Sent(), Flat(CommonPairs(products) + Pairs{{0x0CE, 0x17601},
-                                                                 {0x0B1, (1 << 19) + products},
-                                                                 {0x0B2, 0x21},
-                                                                 {0x119, 0},
-                                                                 {0x130, 0x40000},
-                                                                 {0x15A, 1}}))
+        EXPECT_EQ(rig.Sent(),
+                  Flat(CommonPairs(products) + Pairs{{t::TextureReadMode, 0x17601},
+                                                     {t::TextureMapFormat, (1 << 19) + products},
+                                                     {t::TextureDataFormat, 0x21},
+                                                     {t::LBWriteFormat, 0},
+                                                     {t::Window, 0x40000},
+                                                     {t::FBReadPixel, 1}}))
             << device;
         EXPECT_EQ(rig.driver->LocalBufferShift, 1u);
         EXPECT_EQ(rig.driver->RenderSolid, 0x48u);
@@ -72,7 +83,7 @@ TEST(ModeChange, SendsTheTexelFormatOfAnEightBitPermediaMode) {
     Rig rig({.bits = 8});
     BringMode(rig);
     const Words sent = rig.Sent();
-    EXPECT_EQ(sent[24 + 4], 0x0B2u);
+    EXPECT_EQ(sent[24 + 4], t::TextureDataFormat);
     EXPECT_EQ(sent[24 + 5], 0x2Eu);
 }
 
@@ -82,15 +93,16 @@ TEST(ModeChange, SendsTheGlintWordsWithTheAlphaWordFirst) {
              {std::tuple{8u, 0x32E02u, 2u}, {16u, 0x32102u, 1u}, {32u, 0x32002u, 0u}}) {
             Rig rig({.deviceId = device, .bits = bits});
             BringMode(rig);
-            EXPECT_EQ(rig.Sent(), Flat(Pairs{{0x102, alpha}} + CommonPairs(Products640(device)) +
-                                       Pairs{{0x09C, 0},
-                                             {0x0D0, 0},
-                                             {0x090, 0},
-                                             {0x070, 0},
-                                             {0x119, 2},
-                                             {0x130, 0x18},
-                                             {0x134, 0x79},
-                                             {0x018, select}}))
+            EXPECT_EQ(rig.Sent(),
+                      Flat(Pairs{{t::AlphaBlendMode, alpha}} + CommonPairs(Products640(device)) +
+                           Pairs{{t::TextureFilterMode, 0},
+                                 {t::TextureColorMode, 0},
+                                 {t::GlintTextureReadMode, 0},
+                                 {t::TextureAddressMode, 0},
+                                 {t::LBWriteFormat, 2},
+                                 {t::Window, 0x18},
+                                 {t::DepthMode, 0x79},
+                                 {t::PixelSize, select}}))
                 << device << " at " << bits;
             EXPECT_EQ(rig.driver->LocalBufferShift, 2u);
             EXPECT_EQ(rig.driver->RenderSolid, 0x48u);
@@ -300,19 +312,27 @@ TEST(DepthTable, A24BitModeHasItsOwnSlotBehindTheRows) {
 }
 
 TEST(DisableAllUnits, QuietsEachBlockInOrder) {
-    const Words first = {0x014, 0x034, 0x035, 0x030, 0x0FC, 0x0D2, 0x101, 0x100,
-                         0x110, 0x130, 0x131, 0x134, 0x118, 0x150, 0x15F, 0x103,
-                         0x105, 0x157, 0x181, 0x102, 0x180, 0x018, 0x155, 0x119};
+    const Words first = {
+        t::RasterizerMode, t::AreaStippleMode, t::LineStippleMode, t::ScissorMode,
+        t::ColorDDAMode,   t::FogMode,         t::AntialiasMode,   t::AlphaTestMode,
+        t::LBReadMode,     t::Window,          t::StencilMode,     t::DepthMode,
+        t::LBWriteMode,    t::FBReadMode,      t::PatternRamMode,  t::DitherMode,
+        t::LogicalOpMode,  t::FBWriteMode,     t::StatisticMode,   t::AlphaBlendMode,
+        t::FilterMode,     t::PixelSize,       t::FBSourceData,    t::LBWriteFormat};
     struct Row {
         uint32_t device;
         Words tags;
     };
-    const Words permedia = {0x0CE, 0x0B1, 0x0B2, 0x0CF, 0x0D0, 0x1E0, 0x0F9};
+    const Words permedia = {t::TextureReadMode, t::TextureMapFormat, t::TextureDataFormat,
+                            t::TexelLUTMode,    t::TextureColorMode, t::YUVMode,
+                            t::AStart};
     Words permedia2 = permedia;
-    permedia2.insert(permedia2.end(), {0x0B0, 0x098, 0x09B});
-    const Words glint = {0x090, 0x070, 0x0D0};
+    permedia2.insert(permedia2.end(),
+                     {t::TextureBaseAddress, t::TexelLUTIndex, t::TexelLUTTransfer});
+    const Words glint = {t::GlintTextureReadMode, t::TextureAddressMode, t::TextureColorMode};
     Words mx = glint;
-    mx.insert(mx.end(), {0x1E3, 0x09C, 0x09B, 0x098, 0x09A});
+    mx.insert(mx.end(), {t::ChromaTestMode, t::TextureFilterMode, t::TexelLUTTransfer,
+                         t::TexelLUTIndex, t::TexelLUTAddress});
     for (const Row& row : {Row{4, permedia},
                            {0x3D04, permedia},
                            {7, permedia2},
@@ -327,7 +347,7 @@ TEST(DisableAllUnits, QuietsEachBlockInOrder) {
         for (const Words& part : {first, row.tags}) {
             for (const uint32_t tagNumber : part) {
                 expected.push_back(tagNumber);
-                expected.push_back(tagNumber == 0x0F9 ? 0x7F8000 : 0);
+                expected.push_back(tagNumber == t::AStart ? 0x7F8000 : 0);
             }
         }
         EXPECT_EQ(rig.Sent(), expected) << row.device;

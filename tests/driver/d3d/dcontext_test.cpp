@@ -4,6 +4,7 @@
 #include "driver/texture/textures.h"
 #include "host/win32/heap.h"
 #include "tests/driver/d3d/context_support.h"
+#include "tests/support/tag_names.h"
 
 #include <algorithm>
 #include <set>
@@ -49,8 +50,6 @@ TextureRecord* AddTexture(D3DContext* ctx, uint32_t magic, uint32_t context, uin
     ctx->TextureBuckets[bucket] = texture;
     return texture;
 }
-
-} // namespace
 
 // Sub-buffers.
 
@@ -123,10 +122,8 @@ TEST(CreateDirect3DContext, TheFirstSubBufferGetsNoHead) {
     ContextRig rig;
     D3DContext* ctx = rig.Create(rig.MakeTarget());
     ASSERT_NE(ctx, nullptr);
-    EXPECT_EQ(ctx->Stream.SubBuffers[0].Linear[0], 0x014u);
+    EXPECT_EQ(ctx->Stream.SubBuffers[0].Linear[0], t::RasterizerMode);
 }
-
-namespace {
 
 void ExpectFIFOContext(ContextRig& rig, D3DContext* ctx) {
     ASSERT_NE(ctx, nullptr);
@@ -144,8 +141,6 @@ void ExpectFIFOContext(ContextRig& rig, D3DContext* ctx) {
     EXPECT_EQ(stream.SubBufferWords, 0u);
     EXPECT_EQ(EndIndexOf(rig, ctx), 0u);
 }
-
-} // namespace
 
 TEST(CreateDirect3DContext, NoDMAOfOneYieldsAFIFOContextWithOnePseudoSubBuffer) {
     ContextRig rig;
@@ -501,8 +496,6 @@ TEST(DeleteBadProcess, SucceedsWithNothingToReap) {
 
 // The list of live handles.
 
-namespace {
-
 std::vector<uint32_t> ListedHandles() {
     std::vector<uint32_t> handles;
     for (const D3DContextNode* node = lpD3DContextList; node != nullptr; node = node->Next) {
@@ -516,8 +509,6 @@ uint32_t Remove(uint32_t handle) {
     EXPECT_EQ(RemoveDirect3DContext(&data), 1u);
     return data.ddrval;
 }
-
-} // namespace
 
 TEST(AddDirect3DContext, ListsTheNewestFirst) {
     ContextRig rig;
@@ -568,3 +559,5 @@ TEST(RemoveDirect3DContext, DropsTheEntryOfARefusedDeletionAndToleratesNone) {
     EXPECT_NE(ContextSlots[1], nullptr);
     EXPECT_EQ(Remove(1), 0x200u);
 }
+
+} // namespace

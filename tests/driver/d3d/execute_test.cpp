@@ -2,6 +2,7 @@
 #include "driver/d3d/execute.h"
 #include "driver/texture/textures.h"
 #include "tests/driver/d3d/context_support.h"
+#include "tests/support/tag_names.h"
 
 #include <cstring>
 
@@ -38,7 +39,7 @@ void Note(char kind, D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices
     calls.busyAtDraw = (ctx->Driver->ChipInfo->Flags & kBusy) != 0;
     for (uint32_t i = 0; i < calls.words; ++i) {
         ReserveSpace(ctx, 8);
-        EmitTag(ctx->Stream, 0x0FD, i);
+        EmitTag(ctx->Stream, t::ConstantColor, i);
     }
 }
 void Triangle(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices, void* records) {
@@ -128,8 +129,6 @@ using SceneCaptureTest = Execute;
 using FlipSurfacesTest = Execute;
 using SynchroniseContextTest = Execute;
 using SubBufferRing = Execute;
-
-} // namespace
 
 // Dispatch.
 
@@ -236,7 +235,8 @@ TEST_F(RenderPrimitiveTest, SendsNothingAtItsEnd) {
     calls.words = 3;
     EXPECT_EQ(Draw(rig, ctx->ContextHandle, 3), 0u);
     EXPECT_TRUE(rig.bus->events.empty());
-    EXPECT_EQ(PairsOf(Rig::Pending(ctx)), (Steps{{0x0FD, 0}, {0x0FD, 1}, {0x0FD, 2}}));
+    EXPECT_EQ(PairsOf(Rig::Pending(ctx)),
+              (Steps{{t::ConstantColor, 0}, {t::ConstantColor, 1}, {t::ConstantColor, 2}}));
 }
 
 // Flips and mode changes.
@@ -255,7 +255,7 @@ TEST_F(RenderPrimitiveTest, AfterAModeChangeTheFirstPrimitiveOfEachContextAimsIt
         EXPECT_EQ(calls.order, "FT");
         EXPECT_EQ(calls.dirtyAtFlush, 0x10u);
         EXPECT_EQ(ctx->ModeStamp, 1u);
-        EXPECT_EQ(PairsOf(Rig::Pending(ctx)), (Steps{{0x152, 0x30000}}));
+        EXPECT_EQ(PairsOf(Rig::Pending(ctx)), (Steps{{t::FBPixelOffset, 0x30000}}));
         EXPECT_EQ(rig.driver->TargetLost, 0u);
         calls.order.clear();
         EXPECT_EQ(Draw(rig, ctx->ContextHandle, 3), 0u);
@@ -274,7 +274,7 @@ TEST_F(RenderPrimitiveTest, AfterAFlipOnlyTheFirstContextToDrawAimsItsTarget) {
     EXPECT_EQ(Draw(rig, second->ContextHandle, 3), 0u);
     EXPECT_EQ(Draw(rig, first->ContextHandle, 3), 0u);
     EXPECT_EQ(calls.order, "FTT");
-    EXPECT_EQ(PairsOf(Rig::Pending(second)), (Steps{{0x152, 0x30000}}));
+    EXPECT_EQ(PairsOf(Rig::Pending(second)), (Steps{{t::FBPixelOffset, 0x30000}}));
     EXPECT_TRUE(Rig::Pending(first).empty());
 }
 
@@ -347,8 +347,6 @@ TEST_F(RenderPrimitiveTest, ARealTextureInSystemMemoryIsRefusedOnEveryBoardWithT
 
 // Context synchronisation.
 
-namespace {
-
 void SetHeadWords(D3DContext* ctx) {
     ctx->Copies.FogMode = 0xA1;
     ctx->Copies.TextureAddressMode = 0xA2;
@@ -357,8 +355,6 @@ void SetHeadWords(D3DContext* ctx) {
     ctx->AlphaBlendModeOut = 0xA5;
     ctx->FogColor = 0xA6;
 }
-
-} // namespace
 
 TEST_F(SynchroniseContextTest, AFIFOContextOnTheFirstPermediaSendsFiveWordsAgain) {
     for (uint32_t id : {4u, 0x3D04u}) {
@@ -379,8 +375,12 @@ TEST_F(SynchroniseContextTest, AFIFOContextOnTheFirstPermediaSendsFiveWordsAgain
             rig.bus->Clear();
             EXPECT_EQ(Draw(rig, ctx->ContextHandle, 3), 0u);
             EXPECT_EQ(rig.chip->CurrentContext, ctx->Stream.HardwareContext);
-            const Steps expected = {Wait(5),       {0x0D2, 0xA1}, {0x0D3, fog ? 0xA6 : kOnes},
-                                    {0x0D0, 0xA3}, {0x070, 0xA2}, {0x102, 0xA5}};
+            const Steps expected = {Wait(5),
+                                    {t::FogMode, 0xA1},
+                                    {t::FogColor, fog ? 0xA6 : kOnes},
+                                    {t::TextureColorMode, 0xA3},
+                                    {t::TextureAddressMode, 0xA2},
+                                    {t::AlphaBlendMode, 0xA5}};
             EXPECT_EQ(rig.MeteredSteps(), expected);
             EXPECT_EQ(ctx->DirtyFlags, 0u);
         }
@@ -428,8 +428,11 @@ TEST_F(SynchroniseContextTest, WithDisconnectOnTheWordsGoOutWithoutAWait) {
     rig.MeterFIFO();
     rig.bus->Clear();
     EXPECT_EQ(Draw(rig, ctx->ContextHandle, 3), 0u);
-    const Steps expected = {
-        {0x0D2, 0xA1}, {0x0D3, kOnes}, {0x0D0, 0xA3}, {0x070, 0xA2}, {0x102, 0xA5}};
+    const Steps expected = {{t::FogMode, 0xA1},
+                            {t::FogColor, kOnes},
+                            {t::TextureColorMode, 0xA3},
+                            {t::TextureAddressMode, 0xA2},
+                            {t::AlphaBlendMode, 0xA5}};
     EXPECT_EQ(rig.MeteredSteps(), expected);
 }
 
@@ -442,19 +445,18 @@ TEST_F(SynchroniseContextTest, UnderDMANothingHappensUntilTheNextSubBuffer) {
     calls.words = 1;
     EXPECT_EQ(Draw(rig, ctx->ContextHandle, 3), 0u);
     EXPECT_EQ(rig.chip->CurrentContext, kContext2D);
-    EXPECT_EQ(PairsOf(Rig::Pending(ctx)), (Steps{{0x0FD, 0}}));
+    EXPECT_EQ(PairsOf(Rig::Pending(ctx)), (Steps{{t::ConstantColor, 0}}));
     EXPECT_TRUE(rig.bus->events.empty());
     // The end of the scene changes the context and heads the next sub-buffer.
     EXPECT_EQ(Capture(ctx->ContextHandle, 1), 0u);
     EXPECT_EQ(rig.chip->CurrentContext, ctx->Stream.HardwareContext);
-    const Steps head = {{0x0D2, 0xA1}, {0x070, 0xA2}, {0x0D0, 0xA3},
-                        {0x0CE, 0xA4}, {0x102, 0xA5}, {0x0D3, kOnes}};
+    const Steps head = {{t::FogMode, 0xA1},          {t::TextureAddressMode, 0xA2},
+                        {t::TextureColorMode, 0xA3}, {t::TextureReadMode, 0xA4},
+                        {t::AlphaBlendMode, 0xA5},   {t::FogColor, kOnes}};
     EXPECT_EQ(PairsOf(Rig::Pending(ctx)), head);
 }
 
 // Sub-buffers.
-
-namespace {
 
 // A ring of `count` sub-buffers of `words` words each.
 RigOptions RingOptions(uint32_t id, uint32_t count, uint32_t words) {
@@ -463,8 +465,6 @@ RigOptions RingOptions(uint32_t id, uint32_t count, uint32_t words) {
     options.dmaBufferBytes = count * words * 4;
     return options;
 }
-
-} // namespace
 
 TEST_F(SubBufferRing, TheFillLimitGrowsByTwoHundredFiftySixUpToTheWholeSubBuffer) {
     ContextRig rig(RingOptions(7, 2, 700));
@@ -482,12 +482,12 @@ TEST_F(SubBufferRing, TheFillLimitGrowsByTwoHundredFiftySixUpToTheWholeSubBuffer
         EXPECT_EQ(transfer.address, rig.chip->DMABufferPhysical[0] + (i % 2) * 700 * 4);
         ASSERT_EQ(transfer.words.size(), sizes[i]);
         for (const Step& step : PairsOf(transfer.words)) {
-            EXPECT_EQ(step, (Step{0x0FD, next++}));
+            EXPECT_EQ(step, (Step{t::ConstantColor, next++}));
         }
     }
     EXPECT_EQ(ctx->Stream.SubBufferFlushWords, 700u);
     EXPECT_EQ(ctx->Stream.SubBufferIndex, 0u);
-    EXPECT_EQ(PairsOf(Rig::Pending(ctx)), (Steps{{0x0FD, next}}));
+    EXPECT_EQ(PairsOf(Rig::Pending(ctx)), (Steps{{t::ConstantColor, next}}));
     EXPECT_EQ(rig.chip->CurrentContext, ctx->Stream.HardwareContext);
 }
 
@@ -503,17 +503,18 @@ TEST_F(SubBufferRing, OnTheFirstPermediaEachNewSubBufferBeginsWithItsHead) {
         calls.words = 128 + 122 + 1;
         EXPECT_EQ(Draw(rig, ctx->ContextHandle, 3), 0u);
         ASSERT_EQ(rig.bus->transfers.size(), 2u);
-        EXPECT_EQ(PairsOf(rig.bus->transfers[0].words)[0], (Step{0x0FD, 0}));
-        const Steps head = {{0x0D2, 0xA1}, {0x070, 0xA2}, {0x0D0, 0xA3},
-                            {0x0CE, 0xA4}, {0x102, 0xA5}, {0x0D3, 0xA6}};
+        EXPECT_EQ(PairsOf(rig.bus->transfers[0].words)[0], (Step{t::ConstantColor, 0}));
+        const Steps head = {{t::FogMode, 0xA1},          {t::TextureAddressMode, 0xA2},
+                            {t::TextureColorMode, 0xA3}, {t::TextureReadMode, 0xA4},
+                            {t::AlphaBlendMode, 0xA5},   {t::FogColor, 0xA6}};
         const Steps second = PairsOf(rig.bus->transfers[1].words);
         ASSERT_EQ(second.size(), 128u);
         EXPECT_EQ(Steps(second.begin(), second.begin() + 6), head);
-        EXPECT_EQ(second[6], (Step{0x0FD, 128}));
+        EXPECT_EQ(second[6], (Step{t::ConstantColor, 128}));
         const Steps third = PairsOf(Rig::Pending(ctx));
         ASSERT_EQ(third.size(), 7u);
         EXPECT_EQ(Steps(third.begin(), third.begin() + 6), head);
-        EXPECT_EQ(third[6], (Step{0x0FD, 250}));
+        EXPECT_EQ(third[6], (Step{t::ConstantColor, 250}));
     }
 }
 
@@ -585,8 +586,9 @@ TEST_F(SceneCaptureTest, TheEndSendsWhatIsPendingAndMovesOn) {
         rig.SetRegistry("Direct3DHAL.SubBuffers", "2");
         D3DContext* ctx = MakeContext(rig);
         ASSERT_NE(ctx, nullptr);
-        const Steps head = {{0x0D2, 0xA1}, {0x070, 0xA2}, {0x0D0, 0xA3},
-                            {0x0CE, 0xA4}, {0x102, 0xA5}, {0x0D3, kOnes}};
+        const Steps head = {{t::FogMode, 0xA1},          {t::TextureAddressMode, 0xA2},
+                            {t::TextureColorMode, 0xA3}, {t::TextureReadMode, 0xA4},
+                            {t::AlphaBlendMode, 0xA5},   {t::FogColor, kOnes}};
         SetHeadWords(ctx);
         ctx->RenderFlags = 0;
         ctx->Stream.SubBufferFlushWords = 300;
@@ -595,7 +597,8 @@ TEST_F(SceneCaptureTest, TheEndSendsWhatIsPendingAndMovesOn) {
         EXPECT_EQ(Capture(ctx->ContextHandle, 1), 0u);
         ASSERT_EQ(rig.bus->transfers.size(), 1u);
         EXPECT_EQ(rig.bus->transfers[0].address, rig.chip->DMABufferPhysical[0]);
-        EXPECT_EQ(PairsOf(rig.bus->transfers[0].words), (Steps{{0x0FD, 0}, {0x0FD, 1}}));
+        EXPECT_EQ(PairsOf(rig.bus->transfers[0].words),
+                  (Steps{{t::ConstantColor, 0}, {t::ConstantColor, 1}}));
         EXPECT_EQ(ctx->Stream.SubBufferIndex, 1u);
         EXPECT_EQ(ctx->Stream.SubBufferFlushWords, 300u);
         EXPECT_EQ(PairsOf(Rig::Pending(ctx)), id == 4 ? head : Steps{});
@@ -652,7 +655,7 @@ TEST_F(SceneCaptureTest, TheEndComparesTheIndexForEqualityOnly) {
     ctx->Stream.SubBufferIndex = 2; // out of range: 3 is not 2, and stays
     ctx->Stream.WritePointer = ctx->Stream.SubBuffers[2].Linear;
     ReserveSpace(ctx, 8);
-    EmitTag(ctx->Stream, 0x0FD, 1);
+    EmitTag(ctx->Stream, t::ConstantColor, 1);
     EXPECT_EQ(Capture(ctx->ContextHandle, 1), 0u);
     EXPECT_EQ(ctx->Stream.SubBufferIndex, 3u);
 }
@@ -670,7 +673,8 @@ TEST_F(FlipSurfacesTest, NamesTheBuffersInTheUnitsOfEachFamily) {
         ASSERT_NE(ctx, nullptr);
         rig.driver->TargetLost = 1;
         FlipSurfaces(rig.driver, ctx);
-        EXPECT_EQ(PairsOf(Rig::Pending(ctx)), (Steps{{0x152, colour}, {0x117, depth}}));
+        EXPECT_EQ(PairsOf(Rig::Pending(ctx)),
+                  (Steps{{t::FBPixelOffset, colour}, {t::LBWindowBase, depth}}));
         EXPECT_EQ(ctx->WindowBaseColour, colour);
         EXPECT_EQ(ctx->WindowBaseDepth, depth);
         EXPECT_EQ(rig.driver->TargetLost, 0u);
@@ -685,7 +689,8 @@ TEST_F(FlipSurfacesTest, OnAnyOtherFamilyTheOldDepthBaseGoesOutAgain) {
     rig.chip->Family = 2;
     ctx->WindowBaseDepth = 0x777;
     FlipSurfaces(rig.driver, ctx);
-    EXPECT_EQ(PairsOf(Rig::Pending(ctx)), (Steps{{0x152, 0x30000}, {0x117, 0x777}}));
+    EXPECT_EQ(PairsOf(Rig::Pending(ctx)),
+              (Steps{{t::FBPixelOffset, 0x30000}, {t::LBWindowBase, 0x777}}));
 }
 
 TEST_F(FlipSurfacesTest, DividesByTheDisplaysBytesAtSetUpAndNotByTheTargets) {
@@ -721,6 +726,8 @@ TEST_F(FlipSurfacesTest, WaitsForFourEntriesInFIFOMode) {
     rig.MeterFIFO();
     rig.bus->Clear();
     FlipSurfaces(rig.driver, ctx);
-    EXPECT_EQ(rig.MeteredSteps(), (Steps{Wait(4), {0x152, 0x30000}}));
+    EXPECT_EQ(rig.MeteredSteps(), (Steps{Wait(4), {t::FBPixelOffset, 0x30000}}));
     EXPECT_EQ(ctx->Stream.WritePointer, ctx->Stream.Current().Linear + 2);
 }
+
+} // namespace

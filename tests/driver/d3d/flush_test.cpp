@@ -3,6 +3,7 @@
 #include "driver/raster/gl_gour.h"
 #include "driver/raster/p2_gour.h"
 #include "tests/driver/d3d/state_support.h"
+#include "tests/support/tag_names.h"
 
 namespace test {
 namespace {
@@ -77,10 +78,11 @@ TEST_P(PermediaFlushTest, DepthSectionByCompareAndWrites) {
                     Words words;
                     if (GetParam().delta) {
                         r.DeltaMode |= 0x80;
-                        words = {0x260, r.DeltaMode};
+                        words = {t::DeltaMode, r.DeltaMode};
                     }
-                    return words + Words{0x130, r.WindowMode, 0x134, r.DepthMode,
-                                         0x110, r.LBReadMode, 0x118, r.LBWriteMode};
+                    return words + Words{t::Window,      r.WindowMode,  t::DepthMode,
+                                         r.DepthMode,    t::LBReadMode, r.LBReadMode,
+                                         t::LBWriteMode, r.LBWriteMode};
                 });
             }
         }
@@ -105,10 +107,10 @@ TEST_P(PermediaFlushTest, DepthOffByFlagOrByMissingSurface) {
                 Words words;
                 if (GetParam().delta) {
                     r.DeltaMode &= ~0x80u;
-                    words = {0x260, r.DeltaMode};
+                    words = {t::DeltaMode, r.DeltaMode};
                 }
-                return words + Words{0x130, r.WindowMode, 0x134, r.DepthMode,
-                                     0x110, r.LBReadMode, 0x118, r.LBWriteMode};
+                return words + Words{t::Window,     r.WindowMode, t::DepthMode,   r.DepthMode,
+                                     t::LBReadMode, r.LBReadMode, t::LBWriteMode, r.LBWriteMode};
             });
         }
     });
@@ -154,9 +156,10 @@ TEST_P(PermediaFlushTest, BlendSectionByPair) {
                     w.DirtyFlags = 3;
                     Words words;
                     if (!on) {
-                        words = {0x0F9, 0x7F8000};
+                        words = {t::AStart, 0x7F8000};
                     }
-                    return words + Words{0x150, r.FBReadMode, 0x102, w.AlphaBlendModeOut};
+                    return words + Words{t::FBReadMode, r.FBReadMode, t::AlphaBlendMode,
+                                         w.AlphaBlendModeOut};
                 });
             }
         }
@@ -170,7 +173,7 @@ TEST_P(PermediaFlushTest, OnePlusOneIsDrawnAsOnePlusInverseSourceAlpha) {
     c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
     EXPECT_EQ(c.ctx->AlphaBlendModeOut & 0xFE, 0xA2u);
     EXPECT_EQ(c.ctx->BlendForcesZeroAlpha, 1u);
-    EXPECT_EQ(c.Take(), (Words{0x150, 0x400, 0x102, 0x40A3}));
+    EXPECT_EQ(c.Take(), (Words{t::FBReadMode, 0x400, t::AlphaBlendMode, 0x40A3}));
 }
 
 TEST_P(PermediaFlushTest, OnePlusZeroTurnsBlendingOff) {
@@ -180,7 +183,7 @@ TEST_P(PermediaFlushTest, OnePlusZeroTurnsBlendingOff) {
     const uint32_t states[] = {27, 1, 19, 2, 20, 1};
     c.ctx->ProcessStates(c.ctx, 3, states);
     c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
-    EXPECT_EQ(c.Take(), (Words{0x0F9, 0x7F8000, 0x150, 0, 0x102, 0x02}));
+    EXPECT_EQ(c.Take(), (Words{t::AStart, 0x7F8000, t::FBReadMode, 0, t::AlphaBlendMode, 0x02}));
 }
 
 TEST_P(GlintFlushTest, DepthSectionByCompareAndWrites) {
@@ -202,10 +205,10 @@ TEST_P(GlintFlushTest, DepthSectionByCompareAndWrites) {
                     Words words;
                     if (GetParam().delta) {
                         r.DeltaMode |= 0x80;
-                        words = {0x260, r.DeltaMode};
+                        words = {t::DeltaMode, r.DeltaMode};
                     }
-                    return words +
-                           Words{0x134, r.DepthMode, 0x110, r.LBReadMode, 0x118, r.LBWriteMode};
+                    return words + Words{t::DepthMode, r.DepthMode,    t::LBReadMode,
+                                         r.LBReadMode, t::LBWriteMode, r.LBWriteMode};
                 });
             }
         }
@@ -228,9 +231,10 @@ TEST_P(GlintFlushTest, DepthOffByFlagOrByMissingSurface) {
                 Words words;
                 if (GetParam().delta) {
                     r.DeltaMode &= ~0x80u;
-                    words = {0x260, r.DeltaMode};
+                    words = {t::DeltaMode, r.DeltaMode};
                 }
-                return words + Words{0x134, r.DepthMode, 0x110, r.LBReadMode, 0x118, r.LBWriteMode};
+                return words + Words{t::DepthMode, r.DepthMode,    t::LBReadMode,
+                                     r.LBReadMode, t::LBWriteMode, r.LBWriteMode};
             });
         }
     }
@@ -262,14 +266,14 @@ Words NoTextureWords(const StateChip& chip, D3DContext& w) {
     w.RenderFlags &= ~0x20u;
     w.RenderCommand &= ~0x2000u;
     w.TextureValid = 1;
-    Words words = {0x070, r.GlintTextureAddressMode, 0x090, r.GlintTextureReadMode,
-                   0x09C, r.GlintTextureFilterMode};
+    Words words = {t::TextureAddressMode,  r.GlintTextureAddressMode, t::GlintTextureReadMode,
+                   r.GlintTextureReadMode, t::TextureFilterMode,      r.GlintTextureFilterMode};
     if (chip.device == 6) {
         r.TextureColorMode &= ~1u;
-        words = words + Words{0x0D0, r.TextureColorMode};
+        words = words + Words{t::TextureColorMode, r.TextureColorMode};
     } else if ((r.GlintTextureFormat & 0x60) == 0x20) {
         r.ColorDDAMode |= 1;
-        words = words + Words{0x0FC, r.ColorDDAMode};
+        words = words + Words{t::ColorDDAMode, r.ColorDDAMode};
     }
     return words;
 }
@@ -297,12 +301,13 @@ TEST_P(GlintFlushTest, BlendSectionPassesEveryPairAndRunsTheTextureChange) {
                             Words words;
                             if (on && tx && dither == 1) {
                                 r.DitherMode &= ~2u;
-                                words = {0x103, r.DitherMode};
+                                words = {t::DitherMode, r.DitherMode};
                             } else if (!on && ((tx && dither == 1) || always != 0)) {
                                 r.DitherMode |= 2;
-                                words = {0x103, r.DitherMode};
+                                words = {t::DitherMode, r.DitherMode};
                             }
-                            words = words + Words{0x150, r.FBReadMode, 0x102, r.AlphaBlendMode};
+                            words = words + Words{t::FBReadMode, r.FBReadMode, t::AlphaBlendMode,
+                                                  r.AlphaBlendMode};
                             w.DirtyFlags = 0x0B;
                             return words + NoTextureWords(GetParam(), w);
                         });
@@ -350,11 +355,21 @@ TEST_P(PermediaFlushTest, SectionsRunInTheirOrder) {
     c.ctx->DirtyFlags = 0x1E; // all but the renderers, which follow by themselves
     c.rig.driver->TargetLost = 1;
     c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
-    Words tags = GetParam().delta ? Words{0x260} : Words{};
-    tags = tags + Words{0x130, 0x134, 0x110, 0x118,        // Z
-                        0x0F9, 0x150, 0x102,               // blend
-                        0x070, 0x0CE, 0x0D0, 0x0B0, 0x09B, // texture
-                        0x152, 0x117};                     // target
+    Words tags = GetParam().delta ? Words{t::DeltaMode} : Words{};
+    tags = tags + Words{t::Window,
+                        t::DepthMode,
+                        t::LBReadMode,
+                        t::LBWriteMode, // Z
+                        t::AStart,
+                        t::FBReadMode,
+                        t::AlphaBlendMode, // blend
+                        t::TextureAddressMode,
+                        t::TextureReadMode,
+                        t::TextureColorMode,
+                        t::TextureBaseAddress,
+                        t::TexelLUTTransfer, // texture
+                        t::FBPixelOffset,
+                        t::LBWindowBase}; // target
     EXPECT_EQ(TagsOf(c.Take()), tags);
     EXPECT_EQ(c.ctx->DirtyFlags, 0x1Fu); // the caller clears them
     EXPECT_EQ(c.rig.driver->TargetLost, 0u);
@@ -369,18 +384,19 @@ TEST_P(GlintFlushTest, SectionsRunInTheirOrder) {
     c.ctx->ZBufferSurface = &c.zbuffer->local;
     c.ctx->DirtyFlags = 0x1E;
     c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
-    Words tags = {0x150, 0x102}; // blend
+    Words tags = {t::FBReadMode, t::AlphaBlendMode}; // blend
     if (GetParam().device != 1) {
-        tags = tags + Words{0x070, 0x090, 0x09C}; // texture
+        tags = tags + Words{t::TextureAddressMode, t::GlintTextureReadMode,
+                            t::TextureFilterMode}; // texture
     }
     if (GetParam().device == 6) {
-        tags = tags + Words{0x0D0};
+        tags = tags + Words{t::TextureColorMode};
     }
     if (GetParam().delta) {
-        tags = tags + Words{0x260};
+        tags = tags + Words{t::DeltaMode};
     }
-    tags = tags + Words{0x134, 0x110, 0x118, // Z
-                        0x152, 0x117};       // target
+    tags = tags + Words{t::DepthMode, t::LBReadMode, t::LBWriteMode, // Z
+                        t::FBPixelOffset, t::LBWindowBase};          // target
     EXPECT_EQ(TagsOf(c.Take()), tags);
     EXPECT_EQ(c.ctx->DirtyFlags, 0x1Fu);
 }
@@ -404,7 +420,7 @@ TEST_P(FlushTest, TheTargetSectionAimsTheChip) {
     WatchedContext c(GetParam());
     c.ctx->DirtyFlags = DIRTY_TARGET;
     c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
-    EXPECT_EQ(c.Take(), (Words{0x152, 0x20000 / 2}));
+    EXPECT_EQ(c.Take(), (Words{t::FBPixelOffset, 0x20000 / 2}));
     EXPECT_EQ(c.target->priv.OwnerContext, c.ctx);
     EXPECT_EQ(c.ctx->TriangleRenderer, nullptr);
 }

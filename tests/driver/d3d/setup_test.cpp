@@ -9,6 +9,7 @@
 #include "driver/raster/gl_line.h"
 #include "driver/raster/p2_tex.h"
 #include "tests/driver/d3d/context_support.h"
+#include "tests/support/tag_names.h"
 
 #include <algorithm>
 #include <string>
@@ -75,19 +76,55 @@ void Append(Steps& to, const Steps& more) {
 }
 
 Steps DisableSteps(const Board& board) {
-    Steps s = {Wait(16),   {0x014, 0}, {0x034, 0}, {0x035, 0}, {0x030, 0}, {0x0FC, 0}, {0x0D2, 0},
-               {0x101, 0}, {0x100, 0}, {0x110, 0}, {0x130, 0}, {0x131, 0}, {0x134, 0}, {0x118, 0},
-               {0x150, 0}, {0x15F, 0}, Wait(16),   {0x103, 0}, {0x102, 0}, {0x105, 0}, {0x157, 0},
-               {0x181, 0}, {0x180, 0}, {0x018, 0}, {0x155, 0}, {0x119, 0}, Wait(16)};
+    Steps s = {Wait(16),
+               {t::RasterizerMode, 0},
+               {t::AreaStippleMode, 0},
+               {t::LineStippleMode, 0},
+               {t::ScissorMode, 0},
+               {t::ColorDDAMode, 0},
+               {t::FogMode, 0},
+               {t::AntialiasMode, 0},
+               {t::AlphaTestMode, 0},
+               {t::LBReadMode, 0},
+               {t::Window, 0},
+               {t::StencilMode, 0},
+               {t::DepthMode, 0},
+               {t::LBWriteMode, 0},
+               {t::FBReadMode, 0},
+               {t::PatternRamMode, 0},
+               Wait(16),
+               {t::DitherMode, 0},
+               {t::AlphaBlendMode, 0},
+               {t::LogicalOpMode, 0},
+               {t::FBWriteMode, 0},
+               {t::StatisticMode, 0},
+               {t::FilterMode, 0},
+               {t::PixelSize, 0},
+               {t::FBSourceData, 0},
+               {t::LBWriteFormat, 0},
+               Wait(16)};
     if (board.glint) {
-        Append(s, {{0x108, 0}, {0x090, 0}, {0x070, 0}, {0x0D0, 0}});
+        Append(s, {{t::RouterMode, 0},
+                   {t::GlintTextureReadMode, 0},
+                   {t::TextureAddressMode, 0},
+                   {t::TextureColorMode, 0}});
         if (board.deviceId == 6) {
-            Append(s, {{0x1E3, 0}, {0x09C, 0}, {0x09B, 0}, {0x098, 0}, {0x09A, 0}});
+            Append(s, {{t::ChromaTestMode, 0},
+                       {t::TextureFilterMode, 0},
+                       {t::TexelLUTTransfer, 0},
+                       {t::TexelLUTIndex, 0},
+                       {t::TexelLUTAddress, 0}});
         }
     } else {
-        Append(s, {{0x0CE, 0}, {0x0B1, 0}, {0x0B2, 0}, {0x0CF, 0}, {0x0D0, 0}, {0x0F9, 0x7F8000}});
+        Append(s, {{t::TextureReadMode, 0},
+                   {t::TextureMapFormat, 0},
+                   {t::TextureDataFormat, 0},
+                   {t::TexelLUTMode, 0},
+                   {t::TextureColorMode, 0},
+                   {t::AStart, 0x7F8000}});
         if (IsSecond(board)) {
-            Append(s, {{0x0B0, 0}, {0x098, 0}, {0x09B, 0}});
+            Append(s,
+                   {{t::TextureBaseAddress, 0}, {t::TexelLUTIndex, 0}, {t::TexelLUTTransfer, 0}});
         }
     }
     return s;
@@ -95,102 +132,102 @@ Steps DisableSteps(const Board& board) {
 
 Steps CommonSteps(const Board& board) {
     return {Wait(16),
-            {0x030, 2},
-            {0x0FC, 3},
-            {0x151, 0},
-            {0x104, kOnes},
-            {0x158, kOnes},
-            {0x180, 0},
-            {0x181, 0},
-            {0x112, 0},
-            {0x039, 0},
-            {0x156, 0},
-            {0x014, board.useDelta ? 0u : 0x20u},
-            {0x005, 0xFFFF0000},
-            {0x0D3, kOnes}};
+            {t::ScissorMode, 2},
+            {t::ColorDDAMode, 3},
+            {t::FBSourceOffset, 0},
+            {t::FBSoftwareWriteMask, kOnes},
+            {t::FBHardwareWriteMask, kOnes},
+            {t::FilterMode, 0},
+            {t::StatisticMode, 0},
+            {t::LBSourceOffset, 0},
+            {t::WindowOrigin, 0},
+            {t::FBWindowBase, 0},
+            {t::RasterizerMode, board.useDelta ? 0u : 0x20u},
+            {t::dY, 0xFFFF0000},
+            {t::FogColor, kOnes}};
 }
 
 Steps PermediaSteps(const Board& board, const Depth& depth, bool z) {
     Steps s = {Wait(10),
-               {0x150, kTargetProducts},
-               {0x110, z ? kZProducts : board.displayProducts},
-               {0x033, 0x01E00280},
-               {0x15A, depth.permediaPixel},
-               {0x102, depth.permediaBlend},
-               {0x103, depth.permediaDither},
+               {t::FBReadMode, kTargetProducts},
+               {t::LBReadMode, z ? kZProducts : board.displayProducts},
+               {t::ScreenSize, 0x01E00280},
+               {t::FBReadPixel, depth.permediaPixel},
+               {t::AlphaBlendMode, depth.permediaBlend},
+               {t::DitherMode, depth.permediaDither},
                Wait(16),
-               {0x157, 1},
-               {0x111, 0},
-               {0x119, 0},
-               {0x118, 0},
-               {0x134, 0x32},
-               {0x131, 0},
-               {0x0D2, 1},
-               {0x130, 0x40000},
-               {0x1E1, 0},
-               {0x1E2, 0},
-               {0x1E3, kOnes},
-               {0x1E4, 0x11000000},
+               {t::FBWriteMode, 1},
+               {t::LBReadFormat, 0},
+               {t::LBWriteFormat, 0},
+               {t::LBWriteMode, 0},
+               {t::DepthMode, 0x32},
+               {t::StencilMode, 0},
+               {t::FogMode, 1},
+               {t::Window, 0x40000},
+               {t::ChromaUpperBound, 0},
+               {t::ChromaLowerBound, 0},
+               {t::ChromaTestMode, kOnes},
+               {t::Unit1E4, 0x11000000},
                Wait(3),
-               {0x159, 0},
-               {0x070, IsFirst(board) && board.useDelta ? 9u : 1u},
+               {t::FBBlockColor, 0},
+               {t::TextureAddressMode, IsFirst(board) && board.useDelta ? 9u : 1u},
                Wait(16),
-               {0x0D0, 1},
-               {0x0B1, 0x80000 | board.displayProducts},
-               {0x0B2, 0x31},
-               {0x0B0, 0},
-               {0x0CE, 0x1100B},
-               {0x1E0, 0},
-               {0x0CF, 0},
-               {0x034, 1}};
+               {t::TextureColorMode, 1},
+               {t::TextureMapFormat, 0x80000 | board.displayProducts},
+               {t::TextureDataFormat, 0x31},
+               {t::TextureBaseAddress, 0},
+               {t::TextureReadMode, 0x1100B},
+               {t::YUVMode, 0},
+               {t::TexelLUTMode, 0},
+               {t::AreaStippleMode, 1}};
     if (board.useDelta) {
-        s.push_back({0x260, IsSecond(board) ? 0x44C76u : 0x4C76u});
+        s.push_back({t::DeltaMode, IsSecond(board) ? 0x44C76u : 0x4C76u});
     }
     return s;
 }
 
 Steps GlintSteps(const Board& board, const Depth& depth, bool z) {
     Steps s = {Wait(10),
-               {0x110, z ? kZProducts : board.displayProducts},
-               {0x033, 0x01E00280},
-               {0x018, depth.glintPixel},
-               {0x103, depth.glintDither},
-               {0x102, depth.glintBlend},
+               {t::LBReadMode, z ? kZProducts : board.displayProducts},
+               {t::ScreenSize, 0x01E00280},
+               {t::PixelSize, depth.glintPixel},
+               {t::DitherMode, depth.glintDither},
+               {t::AlphaBlendMode, depth.glintBlend},
                Wait(16),
-               {0x111, 2},
-               {0x119, 2},
-               {0x150, board.displayProducts},
-               {0x157, 1},
-               {0x118, 1},
-               {0x134, 0x72},
-               {0x131, 0},
+               {t::LBReadFormat, 2},
+               {t::LBWriteFormat, 2},
+               {t::FBReadMode, board.displayProducts},
+               {t::FBWriteMode, 1},
+               {t::LBWriteMode, 1},
+               {t::DepthMode, 0x72},
+               {t::StencilMode, 0},
                Wait(16),
-               {0x0D2, 1},
-               {0x130, 0},
-               {0x09D, 0},
-               {0x09E, 0},
-               {0x095, 0},
-               {0x100, 8},
-               {0x1E3, 0xA},
-               {0x034, 0x25}};
+               {t::FogMode, 1},
+               {t::Window, 0},
+               {t::TextureChromaUpper, 0},
+               {t::TextureChromaLower, 0},
+               {t::Unit095, 0},
+               {t::AlphaTestMode, 8},
+               {t::ChromaTestMode, 0xA},
+               {t::AreaStippleMode, 0x25}};
     if (board.useDelta) {
-        s.push_back({0x260, board.deviceId == 1 ? 0xC5Cu : 0x8C7Du});
+        s.push_back({t::DeltaMode, board.deviceId == 1 ? 0xC5Cu : 0x8C7Du});
     }
     if (board.deviceId == 1) {
         return s;
     }
-    Append(s, {{0x070, 0x2002B},
-               {0x090, 0x09540911},
-               {0x091, 0x4001E},
-               {0x0D0, 1},
-               {0x092, 3},
+    Append(s, {{t::TextureAddressMode, 0x2002B},
+               {t::GlintTextureReadMode, 0x09540911},
+               {t::TextureFormat, 0x4001E},
+               {t::TextureColorMode, 1},
+               {t::TextureCacheControl, 3},
                Wait(10),
-               {0x0CD, 0},
-               {0x0A0, 0},
+               {t::Unit0CD, 0},
+               {t::TextureBaseAddr0, 0},
                {0x0A1, 0},
-               {0x108, 1}});
+               {t::RouterMode, 1}});
     if (board.deviceId == 6) {
-        Append(s, {{0x1E3, 9}, {0x09C, 5}});
+        Append(s, {{t::ChromaTestMode, 9}, {t::TextureFilterMode, 5}});
     }
     return s;
 }
@@ -199,12 +236,17 @@ Steps GlintSteps(const Board& board, const Depth& depth, bool z) {
 Steps StartSteps(const Board& board, const Depth& depth, bool z, bool dma) {
     Steps s;
     if (!dma && IsFirst(board)) {
-        s = {Wait(5), {0x0D2, 0}, {0x0D3, kOnes}, {0x0D0, 0}, {0x070, 0}, {0x102, 0}};
+        s = {Wait(5),
+             {t::FogMode, 0},
+             {t::FogColor, kOnes},
+             {t::TextureColorMode, 0},
+             {t::TextureAddressMode, 0},
+             {t::AlphaBlendMode, 0}};
     }
     Append(s, DisableSteps(board));
-    Append(s, {Wait(4), {0x152, depth.windowBase}});
+    Append(s, {Wait(4), {t::FBPixelOffset, depth.windowBase}});
     if (z) {
-        s.push_back({0x117, board.glint ? 0x1000u : 0x40000u});
+        s.push_back({t::LBWindowBase, board.glint ? 0x1000u : 0x40000u});
     }
     Append(s, CommonSteps(board));
     Append(s, board.glint ? GlintSteps(board, depth, z) : PermediaSteps(board, depth, z));
@@ -240,8 +282,6 @@ std::string NameOf(const testing::TestParamInfo<StartingWords::ParamType>& info)
            (dma ? "_DMA" : "_FIFO");
 }
 
-} // namespace
-
 TEST_P(StartingWords, AreExactlyTheChipsOwnInOrderWithTheirWaits) {
     const auto& [board, depth, z, dma] = GetParam();
     ContextRig rig(OptionsOf(board, depth.bits));
@@ -275,15 +315,11 @@ INSTANTIATE_TEST_SUITE_P(AllBoards, StartingWords,
                                           testing::Bool(), testing::Bool()),
                          NameOf);
 
-namespace {
-
 class StartingFields : public testing::TestWithParam<Board> {};
 
 std::string BoardName(const testing::TestParamInfo<Board>& info) {
     return info.param.name;
 }
-
-} // namespace
 
 TEST_P(StartingFields, AreSetForTheFirstPrimitive) {
     const Board& board = GetParam();
@@ -362,8 +398,6 @@ TEST(SetupContext, ClearsExactlyTheRegisterCopies) {
 
 // Words over copies of all ones: shows which bits each step clears.
 
-namespace {
-
 Steps PairsFromAllOnes(const Board& board, void (*setup)(D3DContext*), D3DContext** out,
                        ContextRig& rig) {
     D3DContext* ctx = rig.Create(Target(rig));
@@ -380,8 +414,6 @@ Steps PairsFromAllOnes(const Board& board, void (*setup)(D3DContext*), D3DContex
     return PairsOf(Rig::Pending(ctx));
 }
 
-} // namespace
-
 TEST(SetupPermediaContext, TouchesOnlyItsOwnBitsOfTheCopies) {
     for (const Board& board : {kBoards[7], kBoards[10]}) {
         SCOPED_TRACE(board.name);
@@ -389,35 +421,35 @@ TEST(SetupPermediaContext, TouchesOnlyItsOwnBitsOfTheCopies) {
         D3DContext* ctx = nullptr;
         const bool second = IsSecond(board);
         const uint32_t pp = board.displayProducts;
-        const Steps expected = {{0x150, 0xF98478D1},
-                                {0x110, 0xFFF0F800 | pp},
-                                {0x033, 0x01E00280},
-                                {0x15A, 1},
-                                {0x102, 0xFFFEA102},
-                                {0x103, 0xFFFECC07},
-                                {0x157, 0xFFFFFFF7},
-                                {0x111, 0xFFFFFFF0},
-                                {0x119, 0xFFFFFFF0},
-                                {0x118, 0xFFFFFFFE},
-                                {0x134, 0xFFFFFFB2},
-                                {0x131, 0xFFFFFF80},
-                                {0x0D2, kOnes},
-                                {0x130, 0xFFFFFFE7},
-                                {0x1E1, 0},
-                                {0x1E2, 0},
-                                {0x1E3, kOnes},
-                                {0x1E4, 0x11000000},
-                                {0x159, 0},
-                                {0x070, second ? 0xFFFFFFF1 : 0xFFFFFFF9},
-                                {0x0D0, 0xFFFFFF81},
-                                {0x0B1, 0xFFCCFE00 | pp},
-                                {0x0B2, 0xFFFFFFF1},
-                                {0x0B0, 0},
-                                {0x0CE, 0x111EB},
-                                {0x1E0, 0xFFFFFFC0},
-                                {0x0CF, 0},
-                                {0x034, 1},
-                                {0x260, second ? 0xFFFC4C76 : 0xFFFE4C76}};
+        const Steps expected = {{t::FBReadMode, 0xF98478D1},
+                                {t::LBReadMode, 0xFFF0F800 | pp},
+                                {t::ScreenSize, 0x01E00280},
+                                {t::FBReadPixel, 1},
+                                {t::AlphaBlendMode, 0xFFFEA102},
+                                {t::DitherMode, 0xFFFECC07},
+                                {t::FBWriteMode, 0xFFFFFFF7},
+                                {t::LBReadFormat, 0xFFFFFFF0},
+                                {t::LBWriteFormat, 0xFFFFFFF0},
+                                {t::LBWriteMode, 0xFFFFFFFE},
+                                {t::DepthMode, 0xFFFFFFB2},
+                                {t::StencilMode, 0xFFFFFF80},
+                                {t::FogMode, kOnes},
+                                {t::Window, 0xFFFFFFE7},
+                                {t::ChromaUpperBound, 0},
+                                {t::ChromaLowerBound, 0},
+                                {t::ChromaTestMode, kOnes},
+                                {t::Unit1E4, 0x11000000},
+                                {t::FBBlockColor, 0},
+                                {t::TextureAddressMode, second ? 0xFFFFFFF1 : 0xFFFFFFF9},
+                                {t::TextureColorMode, 0xFFFFFF81},
+                                {t::TextureMapFormat, 0xFFCCFE00 | pp},
+                                {t::TextureDataFormat, 0xFFFFFFF1},
+                                {t::TextureBaseAddress, 0},
+                                {t::TextureReadMode, 0x111EB},
+                                {t::YUVMode, 0xFFFFFFC0},
+                                {t::TexelLUTMode, 0},
+                                {t::AreaStippleMode, 1},
+                                {t::DeltaMode, second ? 0xFFFC4C76 : 0xFFFE4C76}};
         EXPECT_EQ(PairsFromAllOnes(board, SetupPermediaContext, &ctx, rig), expected);
         ASSERT_NE(ctx, nullptr);
         // The words are kept.
@@ -433,28 +465,42 @@ TEST(SetupGlintContext, TouchesOnlyItsOwnBitsOfTheCopies) {
         SCOPED_TRACE(board.name);
         ContextRig rig(OptionsOf(board, 16));
         D3DContext* ctx = nullptr;
-        Steps expected = {
-            {0x110, 0xFFF8F82B}, {0x033, 0x01E00280}, {0x018, 1},          {0x103, 0xFFFFFC07},
-            {0x102, 0xFFFF2102}, {0x111, 0xFFFE0002}, {0x119, 0xFFFE0002}, {0x150, 0xFFFE782B},
-            {0x157, 0xFFFFFFF9}, {0x118, kOnes},      {0x134, 0xFFFFFFF2}, {0x131, 0xFFFE7F80},
-            {0x0D2, 0xFFFFFFFD}, {0x130, 0xFFF80000}, {0x09D, 0},          {0x09E, 0},
-            {0x095, 0},          {0x100, 0xFFFFF008}, {0x1E3, 0xFFFFFFFA}, {0x034, 0x25}};
+        Steps expected = {{t::LBReadMode, 0xFFF8F82B},
+                          {t::ScreenSize, 0x01E00280},
+                          {t::PixelSize, 1},
+                          {t::DitherMode, 0xFFFFFC07},
+                          {t::AlphaBlendMode, 0xFFFF2102},
+                          {t::LBReadFormat, 0xFFFE0002},
+                          {t::LBWriteFormat, 0xFFFE0002},
+                          {t::FBReadMode, 0xFFFE782B},
+                          {t::FBWriteMode, 0xFFFFFFF9},
+                          {t::LBWriteMode, kOnes},
+                          {t::DepthMode, 0xFFFFFFF2},
+                          {t::StencilMode, 0xFFFE7F80},
+                          {t::FogMode, 0xFFFFFFFD},
+                          {t::Window, 0xFFF80000},
+                          {t::TextureChromaUpper, 0},
+                          {t::TextureChromaLower, 0},
+                          {t::Unit095, 0},
+                          {t::AlphaTestMode, 0xFFFFF008},
+                          {t::ChromaTestMode, 0xFFFFFFFA},
+                          {t::AreaStippleMode, 0x25}};
         if (board.deviceId == 1) {
-            Append(expected, {{0x260, 0xFFFE0E5C}});
+            Append(expected, {{t::DeltaMode, 0xFFFE0E5C}});
         } else {
-            Append(expected, {{0x260, 0xFFFE8C7D},
-                              {0x070, 0xFFFFFE2B},
-                              {0x090, 0xF9540911},
-                              {0x091, 0xFFF7FC1E},
-                              {0x0D0, 0xFFFFFF81},
-                              {0x092, 3},
-                              {0x0CD, 0},
-                              {0x0A0, 0},
+            Append(expected, {{t::DeltaMode, 0xFFFE8C7D},
+                              {t::TextureAddressMode, 0xFFFFFE2B},
+                              {t::GlintTextureReadMode, 0xF9540911},
+                              {t::TextureFormat, 0xFFF7FC1E},
+                              {t::TextureColorMode, 0xFFFFFF81},
+                              {t::TextureCacheControl, 3},
+                              {t::Unit0CD, 0},
+                              {t::TextureBaseAddr0, 0},
                               {0x0A1, 0},
-                              {0x108, 1}});
+                              {t::RouterMode, 1}});
         }
         if (board.deviceId == 6) {
-            Append(expected, {{0x1E3, 0xFFFFFFF9}, {0x09C, 0xFFFFFFFD}});
+            Append(expected, {{t::ChromaTestMode, 0xFFFFFFF9}, {t::TextureFilterMode, 0xFFFFFFFD}});
         }
         EXPECT_EQ(PairsFromAllOnes(board, SetupGlintContext, &ctx, rig), expected);
         ASSERT_NE(ctx, nullptr);
@@ -467,8 +513,6 @@ TEST(SetupGlintContext, TouchesOnlyItsOwnBitsOfTheCopies) {
 }
 
 // The switches.
-
-namespace {
 
 struct Disconnects {
     uint32_t mode;       // DisconnectMode
@@ -504,8 +548,6 @@ Disconnects CreateWithDisconnects(uint32_t deviceId, uint32_t chipFlags, bool dm
     }
     return result;
 }
-
-} // namespace
 
 TEST(SetupContext, IgnoresEnableDisconnectsUnderDMAAndPokesNoRegister) {
     for (uint32_t flags : {0x1u, 0x100u, 0x101u}) {
@@ -548,8 +590,6 @@ TEST(SetupContext, TakesOnlyTheValueOneForEnableDisconnects) {
     }
 }
 
-namespace {
-
 uint32_t WordOf(const Steps& steps, uint32_t tagNumber) {
     uint32_t word = 0xBAD0BAD0;
     for (const Step& step : steps) {
@@ -560,15 +600,13 @@ uint32_t WordOf(const Steps& steps, uint32_t tagNumber) {
     return word;
 }
 
-} // namespace
-
 TEST(SetupPermediaContext, FastPerspectiveSetsItsAddressModeBitForAnyNonzeroValue) {
     for (auto [value, word] : {std::pair{"0", 1u}, std::pair{"1", 5u}, std::pair{"3", 5u}}) {
         ContextRig rig;
         rig.SetRegistry("Direct3DHAL.FastPerspective", value);
         D3DContext* ctx = rig.Create(Target(rig));
         ASSERT_NE(ctx, nullptr);
-        EXPECT_EQ(WordOf(PairsOf(Rig::Pending(ctx)), 0x070), word);
+        EXPECT_EQ(WordOf(PairsOf(Rig::Pending(ctx)), t::TextureAddressMode), word);
         EXPECT_EQ(ctx->Copies.TextureAddressMode, word);
     }
 }
@@ -589,7 +627,7 @@ TEST(SetupPermediaContext, ZPatchSetsThePatchedBitOfTheDepthRead) {
     D3DContext* ctx = rig.Create(Target(rig), &ZSurface(rig));
     ASSERT_NE(ctx, nullptr);
     EXPECT_EQ(ctx->Copies.LBReadMode, 0x80000u | kZProducts);
-    EXPECT_EQ(WordOf(PairsOf(Rig::Pending(ctx)), 0x110), 0x80000u | kZProducts);
+    EXPECT_EQ(WordOf(PairsOf(Rig::Pending(ctx)), t::LBReadMode), 0x80000u | kZProducts);
 }
 
 TEST(SetupGlintContext, ZPatchMeansNothingThere) {
@@ -604,8 +642,6 @@ TEST(SetupGlintContext, ZPatchMeansNothingThere) {
 
 // First primitives.
 
-namespace {
-
 // An instruction of no known kind: sends the dirty state and draws nothing.
 uint32_t DrawNothing(ContextRig& rig, D3DContext* ctx) {
     RigSurface& execute = rig.MakeBuffer(16);
@@ -619,8 +655,6 @@ uint32_t DrawNothing(ContextRig& rig, D3DContext* ctx) {
     RenderPrimitive(&data);
     return data.ddrval;
 }
-
-} // namespace
 
 TEST(SetupContext, NeverProgramsATextureRegisterOnSX) {
     RigOptions options;
@@ -639,9 +673,11 @@ TEST(SetupContext, NeverProgramsATextureRegisterOnSX) {
     EXPECT_EQ(DrawNothing(rig, ctx), 0u);
     Append(pairs, PairsOf(Rig::Pending(ctx)));
     for (const Step& step : pairs) {
-        const bool texture = step.tag == 0x070 || step.tag == 0x090 || step.tag == 0x091 ||
-                             step.tag == 0x092 || (step.tag >= 0x0A0 && step.tag < 0x0B0) ||
-                             step.tag == 0x0D0 || step.tag == 0x108;
+        const bool texture =
+            step.tag == t::TextureAddressMode || step.tag == t::GlintTextureReadMode ||
+            step.tag == t::TextureFormat || step.tag == t::TextureCacheControl ||
+            (step.tag >= t::TextureBaseAddr0 && step.tag < t::TextureBaseAddress) ||
+            step.tag == t::TextureColorMode || step.tag == t::RouterMode;
         EXPECT_FALSE(texture) << step;
     }
 }
@@ -659,3 +695,5 @@ TEST(SetupContext, StartsTXAndMXAsTexturedUntilTheFirstPrimitive) {
         EXPECT_EQ(ctx->RenderFlags & RF_TEXTURE, 0u);
     }
 }
+
+} // namespace

@@ -1,5 +1,6 @@
 // The render states that belong to Permedia and Permedia 2.
 #include "tests/driver/d3d/state_support.h"
+#include "tests/support/tag_names.h"
 
 namespace test {
 namespace {
@@ -47,7 +48,7 @@ TEST_P(PermediaStateTest, TextureAddressSetsBothWrapFields) {
                 const uint32_t field = value == 2 ? 0x14 : value == 3 ? 0 : 0x0A;
                 uint32_t& word = w.Copies.TextureReadMode;
                 word = WithBits(word, 0x1E, field);
-                return Words{0x0CE, word};
+                return Words{t::TextureReadMode, word};
             });
         }
     });
@@ -56,7 +57,7 @@ TEST_P(PermediaStateTest, TextureAddressSetsBothWrapFields) {
 TEST_P(PermediaStateTest, TextureAddressBorderActsAsWrap) {
     WatchedContext c(GetParam());
     c.Run(3, D3DTADDRESS_BORDER);
-    EXPECT_EQ(c.Take(), (Words{0x0CE, 0x0A}));
+    EXPECT_EQ(c.Take(), (Words{t::TextureReadMode, 0x0A}));
 }
 
 TEST_P(PermediaStateTest, PerspectiveSendsThreeWordsOnEveryChip) {
@@ -74,7 +75,8 @@ TEST_P(PermediaStateTest, PerspectiveSendsThreeWordsOnEveryChip) {
                     delta = WithBits(delta, 0xC000, on ? 0x8000 : 0x4000);
                     w.RenderFlags = WithBits(flags, 0x10, on ? 0x10 : 0);
                     w.DirtyFlags = 1;
-                    return Words{0x118, w.Copies.LBWriteMode, 0x070, address, 0x260, delta};
+                    return Words{t::LBWriteMode, w.Copies.LBWriteMode, t::TextureAddressMode,
+                                 address,        t::DeltaMode,         delta};
                 });
             }
         }
@@ -209,7 +211,7 @@ TEST_P(PermediaStateTest, TextureBlendSetsTheColourField) {
                         word = WithBits(word, 0x0E, 0x02);
                     }
                     w.DirtyFlags = 8;
-                    return Words{0x0D0, word};
+                    return Words{t::TextureColorMode, word};
                 });
             }
         });
@@ -220,7 +222,7 @@ TEST_P(PermediaStateTest, ForceCopyModeMakesModulateACopy) {
     WatchedContext c(GetParam());
     c.ctx->ForceCopyMode = 1;
     c.Run(21, D3DTBLEND_MODULATE);
-    EXPECT_EQ(c.Take(), (Words{0x0D0, 0x06}));
+    EXPECT_EQ(c.Take(), (Words{t::TextureColorMode, 0x06}));
 }
 
 TEST_P(PermediaStateTest, CullModeSetsSignWordsOnPermedia2Only) {
@@ -242,7 +244,7 @@ TEST_P(PermediaStateTest, CullModeSetsSignWordsOnPermedia2Only) {
                     w.CullSignA = 0x80000000;
                     w.CullSignB = 0;
                 }
-                return Words{0x260, w.Copies.DeltaMode};
+                return Words{t::DeltaMode, w.Copies.DeltaMode};
             });
         }
     });
@@ -257,7 +259,7 @@ TEST_P(PermediaStateTest, DitherFollowsTheValueOrTheSwitch) {
                 c.Expect(26, value, [&](D3DContext& w) {
                     uint32_t& word = w.Copies.DitherMode;
                     word = WithBits(word, 2, value != 0 || always != 0 ? 2 : 0);
-                    return Words{0x103, word};
+                    return Words{t::DitherMode, word};
                 });
             }
         });
@@ -282,7 +284,7 @@ TEST_P(PermediaStateTest, FogEnableDropsTexturedSpecularOnTheFirstPermedia) {
                     if (first && (flags & 0x24) == 0x24) {
                         w.RenderFlags &= ~4u;
                     }
-                    return first ? Words{0x0D3, 0x00332211} : Words{};
+                    return first ? Words{t::FogColor, 0x00332211} : Words{};
                 });
                 c.ctx->RenderFlags = flags;
                 c.ctx->RenderCommand = command;
@@ -294,7 +296,7 @@ TEST_P(PermediaStateTest, FogEnableDropsTexturedSpecularOnTheFirstPermedia) {
                     if (first && specular == 1) {
                         w.RenderFlags |= 4;
                     }
-                    return first ? Words{0x0D3, 0xFFFFFFFF} : Words{};
+                    return first ? Words{t::FogColor, 0xFFFFFFFF} : Words{};
                 });
             }
         }
@@ -332,7 +334,7 @@ TEST_P(PermediaStateTest, FogColourExchangesRedAndBlue) {
             if (GetParam().IsFirst() && flags == 0) {
                 return Words{};
             }
-            return Words{0x0D3, 0x11443322};
+            return Words{t::FogColor, 0x11443322};
         });
     }
 }

@@ -1,5 +1,6 @@
 // The render states that belong to the Glint family.
 #include "tests/driver/d3d/state_support.h"
+#include "tests/support/tag_names.h"
 
 #include <algorithm>
 
@@ -76,7 +77,7 @@ TEST_P(TexturedGlintStateTest, TextureAddressSetsBothWrapFields) {
                 const uint32_t field = value == 1 ? 0x140000 : value == 3 ? 0 : 0x280000;
                 uint32_t& word = w.Copies.GlintTextureReadMode;
                 word = WithBits(word, 0x3C0000, field);
-                return Words{0x090, word};
+                return Words{t::GlintTextureReadMode, word};
             });
         }
     });
@@ -85,7 +86,7 @@ TEST_P(TexturedGlintStateTest, TextureAddressSetsBothWrapFields) {
 TEST_P(TexturedGlintStateTest, TextureAddressBorderActsAsMirror) {
     WatchedContext c(GetParam());
     c.Run(3, D3DTADDRESS_BORDER);
-    EXPECT_EQ(c.Take(), (Words{0x090, 0x280000}));
+    EXPECT_EQ(c.Take(), (Words{t::GlintTextureReadMode, 0x280000}));
 }
 
 TEST_P(TexturedGlintStateTest, PerspectiveIsAFlagOnly) {
@@ -124,14 +125,14 @@ TEST_P(TexturedGlintStateTest, TextureFiltersGoStraightToTheReadWord) {
                 } else if (value == 2 || value == 5 || value == 6) {
                     word |= 0x4000;
                 }
-                return Words{0x090, word};
+                return Words{t::GlintTextureReadMode, word};
             });
             c.Expect(18, value, [&](D3DContext& w) {
                 uint32_t& word = w.Copies.GlintTextureReadMode;
                 if (value >= 1 && value <= 6) {
                     word = WithBits(word, 0x38000, (value - 1) << 15);
                 }
-                return Words{0x090, word};
+                return Words{t::GlintTextureReadMode, word};
             });
         }
     });
@@ -199,7 +200,7 @@ TEST_P(TXStateTest, TextureBlendOnTXUsesFormatAndColourWords) {
                     format &= ~0x60u;
                 }
                 w.DirtyFlags = 8;
-                return Words{0x0D0, color};
+                return Words{t::TextureColorMode, color};
             });
         }
     });
@@ -250,7 +251,7 @@ TEST_P(GlintStateTest, DitherIsSuspendedWhileTXBlends) {
                         const bool off = flags != 0 && IsTX();
                         w.DitherEnabled = value != 0;
                         word = WithBits(word, 2, !off && (value != 0 || always != 0) ? 2 : 0);
-                        return Words{0x103, word};
+                        return Words{t::DitherMode, word};
                     });
                 }
             }
@@ -274,7 +275,7 @@ TEST_P(GlintStateTest, FogEnableDropsTexturedSpecular) {
                 if ((flags & 0x24) == 0x24) {
                     w.RenderFlags &= ~4u;
                 }
-                return IsSX() ? Words{} : Words{0x0D3, 0x00332211};
+                return IsSX() ? Words{} : Words{t::FogColor, 0x00332211};
             });
             c.ctx->RenderFlags = flags;
             c.ctx->DirtyFlags = 0;
@@ -285,7 +286,7 @@ TEST_P(GlintStateTest, FogEnableDropsTexturedSpecular) {
                 if (specular == 1) {
                     w.RenderFlags |= 4;
                 }
-                return IsSX() ? Words{} : Words{0x0D3, 0xFFFFFFFF};
+                return IsSX() ? Words{} : Words{t::FogColor, 0xFFFFFFFF};
             });
         }
     }
@@ -313,7 +314,7 @@ TEST_P(GlintStateTest, FogColourIsSentOnlyInFog) {
         c.ctx->RenderFlags = flags;
         c.Expect(34, 0x11223344, [&](D3DContext& w) {
             w.FogColor = 0x11443322;
-            return flags != 0 ? Words{0x0D3, 0x11443322} : Words{};
+            return flags != 0 ? Words{t::FogColor, 0x11443322} : Words{};
         });
     }
 }

@@ -1,5 +1,6 @@
 // The render states that all chips treat alike, the walk over pairs, and the entry.
 #include "tests/driver/d3d/state_support.h"
+#include "tests/support/tag_names.h"
 
 namespace test {
 namespace {
@@ -91,7 +92,7 @@ TEST_P(StateTest, FillModeIsStoredAndUnknownModesAreSolid) {
             if (!GetParam().delta) {
                 return Words{};
             }
-            return Words{0x014, value == 2 ? 0x20u : 0u};
+            return Words{t::RasterizerMode, value == 2 ? 0x20u : 0u};
         });
     }
 }
@@ -122,11 +123,11 @@ TEST_P(StateTest, ShadeModeChangesColourAndDeltaWordsOnlyOnAChange) {
                             w.RenderFlags ^= 1;
                             w.DirtyFlags = dirty;
                             if (!GetParam().delta) {
-                                return Words{0x0FC, dda};
+                                return Words{t::ColorDDAMode, dda};
                             }
                             uint32_t& delta = w.Copies.DeltaMode;
                             delta = WithBits(delta, 0x40, smooth ? 0x40 : 0);
-                            return Words{0x0FC, dda, 0x260, delta};
+                            return Words{t::ColorDDAMode, dda, t::DeltaMode, delta};
                         });
                     } else {
                         c.ExpectNothing(9, value);
@@ -152,7 +153,7 @@ TEST_P(StateTest, MonoMarksTheRenderersAlways) {
 TEST_P(StateTest, PlaneMaskGoesStraightToTheChip) {
     WatchedContext c(GetParam());
     for (uint32_t value : kValues) {
-        c.Expect(13, value, [&](D3DContext&) { return Words{0x158, value}; });
+        c.Expect(13, value, [&](D3DContext&) { return Words{t::FBHardwareWriteMask, value}; });
     }
 }
 
@@ -244,7 +245,7 @@ TEST_P(StateTest, StippleRowsKeepTheLowByteAndSendTheWholeWord) {
             c.ctx->RenderFlags = 0;
             c.Expect(64 + row, value, [&](D3DContext& w) {
                 w.StipplePattern[row] = static_cast<uint8_t>(value);
-                return Words{0x040 + row, value};
+                return Words{t::AreaStipplePattern0 + row, value};
             });
         }
     }
@@ -265,8 +266,22 @@ TEST_P(StateTest, StippleRowsSentDuringStippledAlphaGoOutWhenItEnds) {
     }
     c.Expect(33, 0, [](D3DContext& w) {
         w.RenderFlags = 0;
-        return Words{0x040, 0x00, 0x041, 0x11, 0x042, 0x22, 0x043, 0x33,
-                     0x044, 0x44, 0x045, 0x55, 0x046, 0x66, 0x047, 0x77};
+        return Words{t::AreaStipplePattern0,
+                     0x00,
+                     0x041,
+                     0x11,
+                     0x042,
+                     0x22,
+                     0x043,
+                     0x33,
+                     0x044,
+                     0x44,
+                     0x045,
+                     0x55,
+                     0x046,
+                     0x66,
+                     0x047,
+                     0x77};
     });
 }
 
@@ -286,8 +301,22 @@ TEST_P(StateTest, StippledAlphaTakesAreaStippleOverAndGivesItBack) {
     c.Expect(33, 0, [](D3DContext& w) {
         w.RenderFlags = 0;
         w.RenderCommand = 0x10001;
-        return Words{0x040, 0, 0x041, 0, 0x042, 0, 0x043, 0,
-                     0x044, 0, 0x045, 0, 0x046, 0, 0x047, 0};
+        return Words{t::AreaStipplePattern0,
+                     0,
+                     0x041,
+                     0,
+                     0x042,
+                     0,
+                     0x043,
+                     0,
+                     0x044,
+                     0,
+                     0x045,
+                     0,
+                     0x046,
+                     0,
+                     0x047,
+                     0};
     });
     c.ExpectNothing(33, 0);
 }
@@ -315,7 +344,7 @@ TEST_P(StateTest, ALockedStateIsIgnoredUntilTheOverrideIsCleared) {
         w.OverrideMask[0] = 0;
         return Words{};
     });
-    c.Expect(13, 78, [](D3DContext&) { return Words{0x158, 78}; });
+    c.Expect(13, 78, [](D3DContext&) { return Words{t::FBHardwareWriteMask, 78}; });
 }
 
 TEST_P(StateTest, EveryStateFrom1To256HasALockOfItsOwn) {
@@ -350,7 +379,8 @@ TEST_P(StateTest, StatesOfOneRunApplyInOrder) {
     WatchedContext c(GetParam());
     const uint32_t pairs[] = {13, 1, 256 + 13, 1, 13, 2, 256 + 13, 0, 13, 3, 30, 4, 13, 5};
     EXPECT_EQ(c.ctx->ProcessStates(c.ctx, 7, pairs), 0u);
-    EXPECT_EQ(c.Take(), (Words{0x158, 1, 0x158, 3, 0x158, 5}));
+    EXPECT_EQ(c.Take(), (Words{t::FBHardwareWriteMask, 1, t::FBHardwareWriteMask, 3,
+                               t::FBHardwareWriteMask, 5}));
     EXPECT_EQ(c.ctx->ZVisibleMode, 4u);
     EXPECT_EQ(c.ctx->RenderStates[13], GetParam().IsGlint() ? 0u : 5u);
 }
@@ -375,7 +405,9 @@ TEST_P(StateTest, FIFOSpaceIsReadAgainOnlyWhenTheCountRunsOut) {
     EXPECT_EQ(reads(8, 3), 2u);
     EXPECT_EQ(reads(7, 2), 2u);
     EXPECT_EQ(reads(8, 5), 3u);
-    EXPECT_EQ(c.rig.bus->FifoWords(), (Words{0x158, 1, 0x158, 2, 0x158, 3, 0x158, 4, 0x158, 5}));
+    EXPECT_EQ(c.rig.bus->FifoWords(),
+              (Words{t::FBHardwareWriteMask, 1, t::FBHardwareWriteMask, 2, t::FBHardwareWriteMask,
+                     3, t::FBHardwareWriteMask, 4, t::FBHardwareWriteMask, 5}));
 }
 
 TEST_P(StateTest, NoWaitUnderDMAOrWithDisconnect) {
@@ -386,7 +418,7 @@ TEST_P(StateTest, NoWaitUnderDMAOrWithDisconnect) {
     fifo.ctx->Stream.DisconnectMode = 1;
     fifo.Run(13, 1);
     EXPECT_EQ(fifo.rig.bus->ReadsOf(reg::InFIFOSpace), 0u);
-    EXPECT_EQ(fifo.Take(), (Words{0x158, 1}));
+    EXPECT_EQ(fifo.Take(), (Words{t::FBHardwareWriteMask, 1}));
 }
 
 TEST_P(StateTest, EachStateReserves128BytesEvenAnIgnoredOne) {
@@ -499,7 +531,7 @@ TEST_P(StateTest, RenderState32RunsStatesFromAnExecuteBuffer) {
     data.ddrval = 1;
     EXPECT_EQ(RenderState32(&data), 1u);
     EXPECT_EQ(data.ddrval, 0u);
-    EXPECT_EQ(c.Take(), (Words{0x158, 0x55}));
+    EXPECT_EQ(c.Take(), (Words{t::FBHardwareWriteMask, 0x55}));
     EXPECT_EQ(c.ctx->ZVisibleMode, 1u);
 }
 

@@ -1,6 +1,7 @@
 // Changing and describing render targets.
 #include "driver/d3d/dcontext_target.h"
 #include "tests/driver/d3d/context_support.h"
+#include "tests/support/tag_names.h"
 
 using namespace test;
 
@@ -34,8 +35,6 @@ D3DContext* BareContext(ContextRig& rig, uint32_t fill) {
     DropPending(ctx);
     return ctx;
 }
-
-} // namespace
 
 TEST(SetRenderTarget32, WithoutAColourSurfaceIsRefused) {
     ContextRig rig;
@@ -116,8 +115,14 @@ TEST(SetRenderTarget32, TakesTheChipBackFirstInFIFOMode) {
     EXPECT_EQ(SetTarget(ctx->ContextHandle, &other, nullptr), 0u);
     EXPECT_EQ(rig.chip->CurrentContext, ctx->Stream.HardwareContext);
     const Steps steps = rig.MeteredSteps();
-    const Steps head = {Wait(5),       {0x0D2, 0x11}, {0x0D3, kOnes}, {0x0D0, 0x22},
-                        {0x070, 0x33}, {0x102, 0x44}, Wait(10),       {0x150, 0x1D}};
+    const Steps head = {Wait(5),
+                        {t::FogMode, 0x11},
+                        {t::FogColor, kOnes},
+                        {t::TextureColorMode, 0x22},
+                        {t::TextureAddressMode, 0x33},
+                        {t::AlphaBlendMode, 0x44},
+                        Wait(10),
+                        {t::FBReadMode, 0x1D}};
     ASSERT_GE(steps.size(), head.size());
     EXPECT_EQ(Steps(steps.begin(), steps.begin() + static_cast<ptrdiff_t>(head.size())), head);
 }
@@ -157,16 +162,12 @@ TEST(SetRenderTarget32, WithANullZKeepsTheDepthReadOnTheDisplaysProducts) {
 
 // What each size code sends and changes, over copies of zeros and of ones.
 
-namespace {
-
 struct PixelCase {
     uint32_t pixelSize;
     int pixelWord; // -1: none sent
     uint32_t ditherOfZero, blendOfZero;
     uint32_t ditherOfOnes, blendOfOnes;
 };
-
-} // namespace
 
 TEST(SetupPermediaTargetData, SendsEachPixelSizesWordsInOrder) {
     const PixelCase cases[] = {
@@ -188,14 +189,14 @@ TEST(SetupPermediaTargetData, SendsEachPixelSizesWordsInOrder) {
             SetupPermediaTargetData(ctx, &target.local, nullptr);
             const uint32_t dither = fill == 0 ? c.ditherOfZero : c.ditherOfOnes;
             const uint32_t blend = fill == 0 ? c.blendOfZero : c.blendOfOnes;
-            Steps expected = {{0x150, (fill & ~0x1FFu) | 5},
-                              {0x110, (fill & ~0x1FFu) | 0x1D},
-                              {0x033, 200u << 16 | 320}};
+            Steps expected = {{t::FBReadMode, (fill & ~0x1FFu) | 5},
+                              {t::LBReadMode, (fill & ~0x1FFu) | 0x1D},
+                              {t::ScreenSize, 200u << 16 | 320}};
             if (c.pixelWord >= 0) {
-                expected.push_back({0x15A, static_cast<uint32_t>(c.pixelWord)});
+                expected.push_back({t::FBReadPixel, static_cast<uint32_t>(c.pixelWord)});
             }
-            expected.push_back({0x102, blend});
-            expected.push_back({0x103, dither});
+            expected.push_back({t::AlphaBlendMode, blend});
+            expected.push_back({t::DitherMode, dither});
             EXPECT_EQ(PairsOf(Rig::Pending(ctx)), expected);
             EXPECT_EQ(ctx->AlphaBlendModeOut, blend);
             EXPECT_EQ(ctx->Copies.AlphaBlendMode, blend);
@@ -220,12 +221,13 @@ TEST(SetupGlintTargetData, SendsEachPixelSizesWordsInOrder) {
             SetupGlintTargetData(ctx, &target.local, nullptr);
             const uint32_t dither = fill == 0 ? c.ditherOfZero : c.ditherOfOnes;
             const uint32_t blend = fill == 0 ? c.blendOfZero : c.blendOfOnes;
-            Steps expected = {{0x110, (fill & ~0x1FFu) | 0x2B}, {0x033, 200u << 16 | 320}};
+            Steps expected = {{t::LBReadMode, (fill & ~0x1FFu) | 0x2B},
+                              {t::ScreenSize, 200u << 16 | 320}};
             if (c.pixelWord >= 0) {
-                expected.push_back({0x018, static_cast<uint32_t>(c.pixelWord)});
+                expected.push_back({t::PixelSize, static_cast<uint32_t>(c.pixelWord)});
             }
-            expected.push_back({0x103, dither});
-            expected.push_back({0x102, blend});
+            expected.push_back({t::DitherMode, dither});
+            expected.push_back({t::AlphaBlendMode, blend});
             EXPECT_EQ(PairsOf(Rig::Pending(ctx)), expected);
             EXPECT_EQ(ctx->Copies.AlphaBlendMode, blend);
             EXPECT_EQ(ctx->Copies.DitherMode, dither);
@@ -307,3 +309,5 @@ TEST(SetupTargetData, WaitsForTenEntriesOnce) {
         EXPECT_EQ(WithoutWaits(steps).size(), steps.size() - 1);
     }
 }
+
+} // namespace

@@ -3,6 +3,7 @@
 #include "driver/texture/textures_bind.h"
 #include "driver/texture/textures_key.h"
 #include "tests/driver/d3d/state_support.h"
+#include "tests/support/tag_names.h"
 
 namespace test {
 namespace {
@@ -157,27 +158,27 @@ TEST_P(PermediaBindTest, NoTextureSwitchesTheUnitOff) {
                         r.TextureAddressMode &= ~1u;
                         r.TextureReadMode &= ~1u;
                         r.TextureColorMode &= ~1u;
-                        Words words = {0x070, r.TextureAddressMode,
-                                       0x0CE, r.TextureReadMode,
-                                       0x0D0, r.TextureColorMode,
-                                       0x0B0, 0,
-                                       0x09B, 0};
+                        Words words = {t::TextureAddressMode, r.TextureAddressMode,
+                                       t::TextureReadMode,    r.TextureReadMode,
+                                       t::TextureColorMode,   r.TextureColorMode,
+                                       t::TextureBaseAddress, 0,
+                                       t::TexelLUTTransfer,   0};
                         w.RenderFlags &= ~0x20u;
                         w.RenderCommand = 0x10001;
                         if (mode == 3) {
                             if (chip.delta) {
                                 r.DeltaMode = WithBits(r.DeltaMode, 0x40, (flags & 1) << 6);
-                                words = words + Words{0x260, r.DeltaMode};
+                                words = words + Words{t::DeltaMode, r.DeltaMode};
                             }
                             r.ColorDDAMode |= 1;
-                            words = words + Words{0x0FC, r.ColorDDAMode};
+                            words = words + Words{t::ColorDDAMode, r.ColorDDAMode};
                         }
                         if (chip.IsFirst() && on == 1) {
                             w.RenderFlags |= 4;
                         }
                         if (on == 1) {
                             r.YUVMode &= ~7u;
-                            words = words + Words{0x1E0, r.YUVMode};
+                            words = words + Words{t::YUVMode, r.YUVMode};
                             w.ColorKeyActive = 0;
                         }
                         w.TextureValid = 1;
@@ -206,11 +207,12 @@ TEST_P(TXBindTest, NoTextureSwitchesTheUnitOff) {
                     r.GlintTextureAddressMode &= ~1u;
                     r.GlintTextureReadMode &= ~1u;
                     r.GlintTextureFilterMode &= ~1u;
-                    Words words = {0x070, r.GlintTextureAddressMode, 0x090, r.GlintTextureReadMode,
-                                   0x09C, r.GlintTextureFilterMode};
+                    Words words = {t::TextureAddressMode,   r.GlintTextureAddressMode,
+                                   t::GlintTextureReadMode, r.GlintTextureReadMode,
+                                   t::TextureFilterMode,    r.GlintTextureFilterMode};
                     if (mode == 1) {
                         r.ColorDDAMode |= 1;
-                        words = words + Words{0x0FC, r.ColorDDAMode};
+                        words = words + Words{t::ColorDDAMode, r.ColorDDAMode};
                     }
                     w.RenderFlags = on == 1 ? 4 : 0;
                     w.RenderCommand = 0x10001;
@@ -241,16 +243,18 @@ TEST_P(MXBindTest, NoTextureSwitchesUnitAndKeyOff) {
                     r.GlintTextureReadMode &= ~1u;
                     r.GlintTextureFilterMode &= ~1u;
                     r.TextureColorMode &= ~1u;
-                    Words words = {0x070, r.GlintTextureAddressMode, 0x090, r.GlintTextureReadMode,
-                                   0x09C, r.GlintTextureFilterMode,  0x0D0, r.TextureColorMode};
+                    Words words = {t::TextureAddressMode,   r.GlintTextureAddressMode,
+                                   t::GlintTextureReadMode, r.GlintTextureReadMode,
+                                   t::TextureFilterMode,    r.GlintTextureFilterMode,
+                                   t::TextureColorMode,     r.TextureColorMode};
                     w.RenderFlags &= ~0x20u;
                     if (on == 1) {
                         r.FBReadMode = WithBits(r.FBReadMode, 0x400, blend << 10);
-                        words = words + Words{0x102, r.AlphaBlendMode,
-                                              0x150, r.FBReadMode,
-                                              0x100, r.AlphaTestMode,
-                                              0x108, 1,
-                                              0x1E3, 0};
+                        words = words + Words{t::AlphaBlendMode, r.AlphaBlendMode,
+                                              t::FBReadMode,     r.FBReadMode,
+                                              t::AlphaTestMode,  r.AlphaTestMode,
+                                              t::RouterMode,     1,
+                                              t::ChromaTestMode, 0};
                         w.ColorKeyActive = 0;
                         w.RenderFlags = 4;
                     }
@@ -365,7 +369,7 @@ TEST_P(PermediaBindTest, APlainTextureSendsItsWords) {
                         r.DeltaMode = WithBits(r.DeltaMode, 0x100, specular ? 0x100 : 0);
                         r.TextureColorMode =
                             WithBits(r.TextureColorMode, 0x48, specular ? 0x48 : 0);
-                        words = {0x260, r.DeltaMode};
+                        words = {t::DeltaMode, r.DeltaMode};
                     }
                     // 256 texels: one product, 2^(4 + 4).
                     r.TextureMapFormat = WithBits(r.TextureMapFormat, 0x3A01FF,
@@ -384,15 +388,24 @@ TEST_P(PermediaBindTest, APlainTextureSendsItsWords) {
                     w.TextureWidthScale = 0.125f;
                     w.TextureHeightScale = 0.03125f;
                     w.ColorKeyActive = 0;
-                    return words + Words{0x0B0, 0x20000,
-                                         0x0CF, 0,
-                                         0x0CE, r.TextureReadMode,
-                                         0x0B2, r.TextureDataFormat,
-                                         0x0FC, r.ColorDDAMode,
-                                         0x0B1, r.TextureMapFormat,
-                                         0x0D0, r.TextureColorMode,
-                                         0x1E0, r.YUVMode,
-                                         0x070, r.TextureAddressMode};
+                    return words + Words{t::TextureBaseAddress,
+                                         0x20000,
+                                         t::TexelLUTMode,
+                                         0,
+                                         t::TextureReadMode,
+                                         r.TextureReadMode,
+                                         t::TextureDataFormat,
+                                         r.TextureDataFormat,
+                                         t::ColorDDAMode,
+                                         r.ColorDDAMode,
+                                         t::TextureMapFormat,
+                                         r.TextureMapFormat,
+                                         t::TextureColorMode,
+                                         r.TextureColorMode,
+                                         t::YUVMode,
+                                         r.YUVMode,
+                                         t::TextureAddressMode,
+                                         r.TextureAddressMode};
                 });
             }
         }
@@ -424,11 +437,11 @@ TEST_P(TXBindTest, APlainTextureSendsItsWords) {
                     r.GlintTextureFilterMode |= 1;
                     r.ColorDDAMode = WithBits(r.ColorDDAMode, 1, mode == 1 ? 0 : 1);
                     TakenBy(w, c.record);
-                    return Words{0x070, r.GlintTextureAddressMode,
-                                 0x090, r.GlintTextureReadMode,
-                                 0x091, r.GlintTextureFormat,
-                                 0x0FC, r.ColorDDAMode,
-                                 0x0A0, 0x10000 << 5};
+                    return Words{t::TextureAddressMode,   r.GlintTextureAddressMode,
+                                 t::GlintTextureReadMode, r.GlintTextureReadMode,
+                                 t::TextureFormat,        r.GlintTextureFormat,
+                                 t::ColorDDAMode,         r.ColorDDAMode,
+                                 t::TextureBaseAddr0,     0x10000 << 5};
                 });
             }
         }
@@ -464,18 +477,18 @@ TEST_P(MXBindTest, APlainTextureSendsItsWords) {
                         r.FBReadMode = WithBits(r.FBReadMode, 0x400, blend << 10);
                         w.ColorKeyActive = 0;
                         TakenBy(w, c.record);
-                        return Words{0x070, r.GlintTextureAddressMode,
-                                     0x090, r.GlintTextureReadMode,
-                                     0x091, r.GlintTextureFormat,
-                                     0x0A0, 0x10000 << 5,
-                                     0x09B, 0,
-                                     0x102, r.AlphaBlendMode,
-                                     0x100, r.AlphaTestMode,
-                                     0x1E3, 0,
-                                     0x108, 1,
-                                     0x09C, r.GlintTextureFilterMode,
-                                     0x150, r.FBReadMode,
-                                     0x0D0, r.TextureColorMode};
+                        return Words{t::TextureAddressMode,   r.GlintTextureAddressMode,
+                                     t::GlintTextureReadMode, r.GlintTextureReadMode,
+                                     t::TextureFormat,        r.GlintTextureFormat,
+                                     t::TextureBaseAddr0,     0x10000 << 5,
+                                     t::TexelLUTTransfer,     0,
+                                     t::AlphaBlendMode,       r.AlphaBlendMode,
+                                     t::AlphaTestMode,        r.AlphaTestMode,
+                                     t::ChromaTestMode,       0,
+                                     t::RouterMode,           1,
+                                     t::TextureFilterMode,    r.GlintTextureFilterMode,
+                                     t::FBReadMode,           r.FBReadMode,
+                                     t::TextureColorMode,     r.TextureColorMode};
                     });
                 }
             }
@@ -493,10 +506,10 @@ TEST_P(MXBindTest, AMipMapSendsEveryBaseAndItsBits) {
     }
     c.Change();
     const Words words = c.Take();
-    EXPECT_EQ(Bound::DataOf(words, 0x090) & 0x800000, 0x800000u);
-    EXPECT_EQ(Bound::DataOf(words, 0x070) & 0x180, 0x180u);
+    EXPECT_EQ(Bound::DataOf(words, t::GlintTextureReadMode) & 0x800000, 0x800000u);
+    EXPECT_EQ(Bound::DataOf(words, t::TextureAddressMode) & 0x180, 0x180u);
     for (uint32_t i = 0; i != 5; ++i) {
-        EXPECT_EQ(Bound::DataOf(words, 0x0A0 + i), 0x2000 * (i + 1));
+        EXPECT_EQ(Bound::DataOf(words, t::TextureBaseAddr0 + i), 0x2000 * (i + 1));
     }
     EXPECT_FALSE(Bound::Has(words, 0x0A5));
     EXPECT_EQ(c.ctx->RenderFlags & 0x4000, 0u); // the mip flag is Permedia's
@@ -516,11 +529,11 @@ TEST_P(PermediaBindTest, TheFilterBitIsTheMipRenderersWithLevels) {
             c.ctx->TextureMagLinear = linear;
             c.FillCopies(before);
             c.Change();
-            EXPECT_EQ(Bound::DataOf(c.Take(), 0x0CE) & 0x20000, before & 0x20000);
+            EXPECT_EQ(Bound::DataOf(c.Take(), t::TextureReadMode) & 0x20000, before & 0x20000);
             EXPECT_EQ(c.ctx->RenderFlags & 0x4000, 0x4000u);
             c.record->MipMapped = 0;
             c.Change();
-            EXPECT_EQ(Bound::DataOf(c.Take(), 0x0CE) & 0x20000, linear << 17);
+            EXPECT_EQ(Bound::DataOf(c.Take(), t::TextureReadMode) & 0x20000, linear << 17);
             EXPECT_EQ(c.ctx->RenderFlags & 0x4000, 0u);
         }
     }
@@ -531,11 +544,11 @@ TEST_P(PermediaBindTest, ThePatchedBitGoesByTheSurfacesOwnRecord) {
     c.Create();
     c.surface->priv.Flags |= SURFACE_PATCHED_NOW; // patched since the texture was made
     c.Change();
-    EXPECT_EQ(Bound::DataOf(c.Take(), 0x0B1) & 0x20000, 0x20000u);
+    EXPECT_EQ(Bound::DataOf(c.Take(), t::TextureMapFormat) & 0x20000, 0x20000u);
     c.surface->priv.Flags &= ~SURFACE_PATCHED_NOW;
     c.record->Private.Flags |= SURFACE_PATCHED_NOW;
     c.Change();
-    EXPECT_EQ(Bound::DataOf(c.Take(), 0x0B1) & 0x20000, 0u);
+    EXPECT_EQ(Bound::DataOf(c.Take(), t::TextureMapFormat) & 0x20000, 0u);
 }
 
 TEST_P(PermediaBindTest, AnEightBitTextureWithoutPrivateDataLoadsNoPalette) {
@@ -546,8 +559,8 @@ TEST_P(PermediaBindTest, AnEightBitTextureWithoutPrivateDataLoadsNoPalette) {
     c.surface->Global().dwReserved1 = 0;
     c.Change();
     const Words words = c.Take();
-    EXPECT_FALSE(Bound::Has(words, 0x11E));
-    EXPECT_EQ(Bound::DataOf(words, 0x09A), 0u);
+    EXPECT_FALSE(Bound::Has(words, t::TextureDownloadOffset));
+    EXPECT_EQ(Bound::DataOf(words, t::TexelLUTAddress), 0u);
 }
 
 TEST_P(PermediaBindTest, YUY2TurnsTheConversionOn) {
@@ -557,15 +570,15 @@ TEST_P(PermediaBindTest, YUY2TurnsTheConversionOn) {
     c.ctx->Copies.TextureDataFormat = 0xFFFFFFFF;
     c.Change();
     const Words words = c.Take();
-    EXPECT_EQ(Bound::DataOf(words, 0x1E0) & 7, 1u);
-    EXPECT_EQ(Bound::DataOf(words, 0x0B2) & 0x20, 0u);
-    EXPECT_EQ(Bound::DataOf(words, 0x0B2) & 0xF, 3u);
+    EXPECT_EQ(Bound::DataOf(words, t::YUVMode) & 7, 1u);
+    EXPECT_EQ(Bound::DataOf(words, t::TextureDataFormat) & 0x20, 0u);
+    EXPECT_EQ(Bound::DataOf(words, t::TextureDataFormat) & 0xF, 3u);
     // The conversion goes by the surface's own record.
     c.surface->priv.Format = 1;
     c.Change();
     const Words plain = c.Take();
-    EXPECT_EQ(Bound::DataOf(plain, 0x1E0) & 7, 0u);
-    EXPECT_EQ(Bound::DataOf(plain, 0x0B2) & 0x2F, 0x23u);
+    EXPECT_EQ(Bound::DataOf(plain, t::YUVMode) & 7, 0u);
+    EXPECT_EQ(Bound::DataOf(plain, t::TextureDataFormat) & 0x2F, 0x23u);
 }
 
 TEST(Bind, FogDropsSpecularAndUnbindingRestoresIt) {
@@ -590,7 +603,7 @@ TEST(Bind, FogDropsSpecularAndUnbindingRestoresIt) {
 Words PalettePairs(uint32_t count) {
     Words words;
     for (uint32_t i = 0; i != count; ++i) {
-        words.push_back(0x1D0 + i);
+        words.push_back(t::TexelLUT0 + i);
         words.push_back(Bound::PaletteWord(i));
     }
     return words;
@@ -618,16 +631,16 @@ TEST_P(BindTest, AFourBitPaletteIsSentAtEachChange) {
     c.Create();
     Words want;
     if (GetParam().IsFirst()) {
-        want = Words{0x0B0, 0x80000, 0x0CF, 1} + PalettePairs(16);
-        want = want + Words{0x0CE, 0};
+        want = Words{t::TextureBaseAddress, 0x80000, t::TexelLUTMode, 1} + PalettePairs(16);
+        want = want + Words{t::TextureReadMode, 0};
     } else if (GetParam().IsP2()) {
-        want = Words{0x0B0, 0x80000, 0x0CF, 1} + PalettePairs(16);
-        want = want + Words{0x098, 0, 0x09B, 0, 0x0CE, 0};
+        want = Words{t::TextureBaseAddress, 0x80000, t::TexelLUTMode, 1} + PalettePairs(16);
+        want = want + Words{t::TexelLUTIndex, 0, t::TexelLUTTransfer, 0, t::TextureReadMode, 0};
     } else if (GetParam().device == 2) {
-        want = Words{0x0A0, 0x200000} + PalettePairs(16);
+        want = Words{t::TextureBaseAddr0, 0x200000} + PalettePairs(16);
     } else {
-        want = Words{0x0A0, 0x200000} + PalettePairs(16);
-        want = want + Words{0x09B, 0, 0x098, 0};
+        want = Words{t::TextureBaseAddr0, 0x200000} + PalettePairs(16);
+        want = want + Words{t::TexelLUTTransfer, 0, t::TexelLUTIndex, 0};
     }
     for (int round = 0; round != 2; ++round) {
         c.Change();
@@ -651,13 +664,13 @@ TEST_P(BindTest, AFourBitTextureWithoutAPaletteLeavesTheTable) {
         c.Create();
         c.Change();
         const Words words = c.Take();
-        EXPECT_FALSE(Bound::Has(words, 0x1D0));
+        EXPECT_FALSE(Bound::Has(words, t::TexelLUT0));
         if (!GetParam().IsGlint()) {
-            EXPECT_EQ(Bound::DataOf(words, 0x0CF), 1u);
+            EXPECT_EQ(Bound::DataOf(words, t::TexelLUTMode), 1u);
         }
         const bool indexed = GetParam().IsP2() || GetParam().device == 6;
-        EXPECT_EQ(Bound::Has(words, 0x098), indexed);
-        EXPECT_EQ(Bound::Has(words, 0x09B), indexed);
+        EXPECT_EQ(Bound::Has(words, t::TexelLUTIndex), indexed);
+        EXPECT_EQ(Bound::Has(words, t::TexelLUTTransfer), indexed);
     }
 }
 
@@ -667,14 +680,14 @@ TEST_P(TXBindTest, APaletteNeedsFourBitTexels) {
     c.GivePalette();
     c.Create();
     c.Change();
-    EXPECT_FALSE(Bound::Has(c.Take(), 0x1D0));
+    EXPECT_FALSE(Bound::Has(c.Take(), t::TexelLUT0));
     Bound eight(GetParam());
     eight.surface->priv.Format = 14;
     eight.surface->priv.PixelSize = 3;
     eight.GivePalette();
     eight.Create();
     eight.Change();
-    EXPECT_FALSE(Bound::Has(eight.Take(), 0x1D0));
+    EXPECT_FALSE(Bound::Has(eight.Take(), t::TexelLUT0));
     EXPECT_EQ(eight.surface->priv.LUTAddress, 0u);
 }
 
@@ -700,14 +713,15 @@ TEST_P(PermediaBindTest, AnEightBitPaletteIsLoadedOnce) {
     c.Change();
     const uint32_t address = (0x40000 + 256 * 64) / 4;
     EXPECT_EQ(c.surface->priv.LUTAddress, address);
-    Words want = GetParam().IsFirst() ? Words{} : Words{0x260, 0};
-    want = want + Words{0x0B0, 0x40000, 0x11E, address};
+    Words want = GetParam().IsFirst() ? Words{} : Words{t::DeltaMode, 0};
+    want = want + Words{t::TextureBaseAddress, 0x40000, t::TextureDownloadOffset, address};
     want = want + PaletteRuns();
-    want = want + Words{0x017, 0, 0x09A, address, 0x09B, 0x10000, 0x0CF, 1};
+    want = want + Words{t::WaitForCompletion, 0,       t::TexelLUTAddress, address,
+                        t::TexelLUTTransfer,  0x10000, t::TexelLUTMode,    1};
     if (GetParam().IsP2()) {
-        want = want + Words{0x098, 0};
+        want = want + Words{t::TexelLUTIndex, 0};
     }
-    want.push_back(0x0CE);
+    want.push_back(t::TextureReadMode);
     Words have = c.Take();
     ASSERT_GE(have.size(), want.size());
     have.resize(want.size());
@@ -715,9 +729,9 @@ TEST_P(PermediaBindTest, AnEightBitPaletteIsLoadedOnce) {
     // The second time the address is known.
     c.Change();
     const Words again = c.Take();
-    EXPECT_FALSE(Bound::Has(again, 0x11E));
-    EXPECT_EQ(Bound::DataOf(again, 0x09A), address);
-    EXPECT_EQ(Bound::DataOf(again, 0x09B), 0x10000u);
+    EXPECT_FALSE(Bound::Has(again, t::TextureDownloadOffset));
+    EXPECT_EQ(Bound::DataOf(again, t::TexelLUTAddress), address);
+    EXPECT_EQ(Bound::DataOf(again, t::TexelLUTTransfer), 0x10000u);
 }
 
 TEST_P(MXBindTest, AnEightBitPaletteIsLoadedOnceAndTheDepthWordsComeBack) {
@@ -732,17 +746,20 @@ TEST_P(MXBindTest, AnEightBitPaletteIsLoadedOnceAndTheDepthWordsComeBack) {
     c.Change();
     const uint32_t address = (0x40000 + 256 * 64) / 4;
     EXPECT_EQ(c.surface->priv.LUTAddress, address);
-    Words want = {0x0A0, 0x200000, 0x117, address, 0x11E, 0, 0x110, 0};
+    Words want = {t::TextureBaseAddr0,      0x200000, t::LBWindowBase, address,
+                  t::TextureDownloadOffset, 0,        t::LBReadMode,   0};
     want = want + PaletteRuns();
-    want = want + Words{0x017, 0, 0x110, 0x1234, 0x117, 0x5678, 0x09A, address, 0x09B, 0x10000};
+    want = want + Words{t::WaitForCompletion, 0,      t::LBReadMode,      0x1234,
+                        t::LBWindowBase,      0x5678, t::TexelLUTAddress, address,
+                        t::TexelLUTTransfer,  0x10000};
     Words have = c.Take();
     have.erase(have.begin(), have.begin() + 6); // the unit words
     have.resize(want.size());
     EXPECT_EQ(have, want);
     c.Change();
     const Words again = c.Take();
-    EXPECT_FALSE(Bound::Has(again, 0x11E));
-    EXPECT_EQ(Bound::DataOf(again, 0x09A), address);
+    EXPECT_FALSE(Bound::Has(again, t::TextureDownloadOffset));
+    EXPECT_EQ(Bound::DataOf(again, t::TexelLUTAddress), address);
 }
 
 TEST(Bind, APaletteLoadBracketsFIFOModeWithDisconnect) {
@@ -800,7 +817,7 @@ TEST(Bind, APaletteInAGPMemoryIsWrittenByTheProcessor) {
         for (uint32_t i = 0; i != 256; ++i) {
             EXPECT_EQ(behind[i], withPalette ? Bound::PaletteWord(i) : 0u);
         }
-        EXPECT_FALSE(Bound::Has(c.Take(), 0x11E));
+        EXPECT_FALSE(Bound::Has(c.Take(), t::TextureDownloadOffset));
     }
 }
 
@@ -846,11 +863,13 @@ TEST_P(PermediaBindTest, ColourKeysAreExpandedAndWidened) {
         c.FillCopies(0xFFFFFFFF);
         c.Change();
         const Words words = c.Take();
-        EXPECT_EQ(Between(words, 0x1E1, 0x1E2),
-                  (Words{0x1E1, row.wantHigh | 0x07070707, 0x1E2, row.wantLow & 0xF8F8F8F8}));
+        EXPECT_EQ(Between(words, t::ChromaUpperBound, t::ChromaLowerBound),
+                  (Words{t::ChromaUpperBound, row.wantHigh | 0x07070707, t::ChromaLowerBound,
+                         row.wantLow & 0xF8F8F8F8}));
         EXPECT_EQ(c.ctx->ColorKeyActive, 1u);
-        EXPECT_EQ(Bound::DataOf(words, 0x1E0) & 7, 4u);
-        EXPECT_EQ(Bound::DataOf(words, 0x0B2) & 0x180, GetParam().IsP2() ? 0u : 0x180u);
+        EXPECT_EQ(Bound::DataOf(words, t::YUVMode) & 7, 4u);
+        EXPECT_EQ(Bound::DataOf(words, t::TextureDataFormat) & 0x180,
+                  GetParam().IsP2() ? 0u : 0x180u);
     }
 }
 
@@ -867,8 +886,9 @@ TEST_P(MXBindTest, ColourKeysAreExpandedAndWidened) {
         c.Create();
         c.Change();
         const Words words = c.Take();
-        EXPECT_EQ(Between(words, 0x09D, 0x09E),
-                  (Words{0x09D, row.wantHigh | 0x07070707, 0x09E, row.wantLow & 0xF8F8F8F8}));
+        EXPECT_EQ(Between(words, t::TextureChromaUpper, t::TextureChromaLower),
+                  (Words{t::TextureChromaUpper, row.wantHigh | 0x07070707, t::TextureChromaLower,
+                         row.wantLow & 0xF8F8F8F8}));
     }
 }
 
@@ -879,7 +899,8 @@ TEST_P(MXBindTest, ASurfaceWithoutItsOwnFormatTakesTheDisplays) {
     c.surface->local.dwFlags &= ~DDRAWISURF_HASPIXELFORMAT;
     c.Create();
     c.Change();
-    EXPECT_EQ(Between(c.Take(), 0x09D, 0x09E), (Words{0x09D, 0xFF0707FF, 0x09E, 0x000000F8}));
+    EXPECT_EQ(Between(c.Take(), t::TextureChromaUpper, t::TextureChromaLower),
+              (Words{t::TextureChromaUpper, 0xFF0707FF, t::TextureChromaLower, 0x000000F8}));
 }
 
 TEST(Bind, PaletteKeysIndexThePalette) {
@@ -896,10 +917,12 @@ TEST(Bind, PaletteKeysIndexThePalette) {
             const uint32_t low = colour & 0x00FFFFFF;
             const Words words = c.Take();
             if (mx) { // exact
-                EXPECT_EQ(Between(words, 0x09D, 0x09E), (Words{0x09D, colour, 0x09E, low}));
+                EXPECT_EQ(Between(words, t::TextureChromaUpper, t::TextureChromaLower),
+                          (Words{t::TextureChromaUpper, colour, t::TextureChromaLower, low}));
             } else {
-                EXPECT_EQ(Between(words, 0x1E1, 0x1E2),
-                          (Words{0x1E1, colour | 0x07070707, 0x1E2, low & 0xF8F8F8F8}));
+                EXPECT_EQ(Between(words, t::ChromaUpperBound, t::ChromaLowerBound),
+                          (Words{t::ChromaUpperBound, colour | 0x07070707, t::ChromaLowerBound,
+                                 low & 0xF8F8F8F8}));
             }
         }
     }
@@ -914,11 +937,11 @@ TEST_P(PermediaBindTest, NoKeyWithoutPrivateDataOrFlag) {
     c.ctx->ColorKeyActive = 1;
     c.Change();
     const Words words = c.Take();
-    EXPECT_FALSE(Bound::Has(words, 0x1E1));
+    EXPECT_FALSE(Bound::Has(words, t::ChromaUpperBound));
     EXPECT_EQ(c.ctx->ColorKeyActive, 0u);
-    EXPECT_EQ(Bound::DataOf(words, 0x0B2) & 0x180, 0u);
-    EXPECT_EQ(Bound::DataOf(words, 0x1E0) & 6, 0u);
-    EXPECT_EQ(Bound::DataOf(words, 0x0B1) & 0x20000, 0u); // nor a patched bit
+    EXPECT_EQ(Bound::DataOf(words, t::TextureDataFormat) & 0x180, 0u);
+    EXPECT_EQ(Bound::DataOf(words, t::YUVMode) & 6, 0u);
+    EXPECT_EQ(Bound::DataOf(words, t::TextureMapFormat) & 0x20000, 0u); // nor a patched bit
 }
 
 TEST_P(MXBindTest, AKeySendsBlendAndTestWords) {
@@ -947,20 +970,20 @@ TEST_P(MXBindTest, AKeySendsBlendAndTestWords) {
                 w.ColorKeyActive = 1;
                 TakenBy(w, c.record);
                 w.RenderFlags |= 0x2000;
-                return Words{0x070, r.GlintTextureAddressMode,
-                             0x090, r.GlintTextureReadMode,
-                             0x091, r.GlintTextureFormat,
-                             0x0A0, 0x10000 << 5,
-                             0x09B, 0,
-                             0x09D, 0x07FFFFFF,
-                             0x09E, 0x80080808,
-                             0x1E3, 0,
-                             0x108, 0,
-                             0x102, r.AlphaBlendModeKeyed,
-                             0x100, r.AlphaTestModeKeyed,
-                             0x09C, r.GlintTextureFilterMode,
-                             0x150, r.FBReadMode,
-                             0x0D0, r.TextureColorMode};
+                return Words{t::TextureAddressMode,   r.GlintTextureAddressMode,
+                             t::GlintTextureReadMode, r.GlintTextureReadMode,
+                             t::TextureFormat,        r.GlintTextureFormat,
+                             t::TextureBaseAddr0,     0x10000 << 5,
+                             t::TexelLUTTransfer,     0,
+                             t::TextureChromaUpper,   0x07FFFFFF,
+                             t::TextureChromaLower,   0x80080808,
+                             t::ChromaTestMode,       0,
+                             t::RouterMode,           0,
+                             t::AlphaBlendMode,       r.AlphaBlendModeKeyed,
+                             t::AlphaTestMode,        r.AlphaTestModeKeyed,
+                             t::TextureFilterMode,    r.GlintTextureFilterMode,
+                             t::FBReadMode,           r.FBReadMode,
+                             t::TextureColorMode,     r.TextureColorMode};
             });
         }
     }

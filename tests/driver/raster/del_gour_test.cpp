@@ -1,6 +1,7 @@
 // The untextured members of a Delta setup unit.
 #include "driver/raster/del_gour.h"
 #include "tests/driver/raster/del_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -28,9 +29,10 @@ using test::operator+;
 
 TEST(DeltaTriangle, FlatSendsVerticesConstantColourAndDrawWord) {
     DeltaRig rig;
-    const Words expected = {0x1C008230, 0x41A00000, 0x41200000, 0x3F000000, 0x1C008240, 0x41F00000,
-                            0x41A00000, 0x3E800000, 0x1C008250, 0x41200000, 0x41F00000, 0x3F800000,
-                            0x0FD,      0x40302010, 0x261,      0x10040};
+    const Words expected = {0x1C008230,       0x41A00000, 0x41200000,      0x3F000000,
+                            0x1C008240,       0x41F00000, 0x41A00000,      0x3E800000,
+                            0x1C008250,       0x41200000, 0x41F00000,      0x3F800000,
+                            t::ConstantColor, 0x40302010, t::DrawTriangle, 0x10040};
     EXPECT_EQ(Draw(rig, Delta_Tri_XYZ_RGBF, FanVertices(), {TriangleRecord(0, 1, 2)}), expected);
 }
 
@@ -38,12 +40,12 @@ TEST(DeltaTriangle, GouraudColoursAreFixedPointWordsAndFogGoesAhead) {
     DeltaRig rig;
     rig.ctx.RenderFlags = RF_GOURAUD | RF_FOG;
     const auto v = FanVertices();
-    const Words fog = {0x209, 0x40000, 0x219, 0x80000, 0x229, 0xC0000};
+    const Words fog = {t::V0Fixed + 9, 0x40000, t::V1Fixed + 9, 0x80000, t::V2Fixed + 9, 0xC0000};
     // Red 0x10, green 0x20, blue 0x30 at bit 22 and so on.
     const Words colours = {0x00E08200, 0x10u << 22, 0x20u << 22, 0x30u << 22,
                            0x00E08210, 0x40u << 22, 0x50u << 22, 0x60u << 22,
                            0x00E08220, 0x70u << 22, 0x80u << 22, 0x90u << 22};
-    const Words draw = {0x261, 0x10040};
+    const Words draw = {t::DrawTriangle, 0x10040};
     const Words words = Draw(rig, Delta_Tri_XYZ_RGBF, v, {TriangleRecord(0, 1, 2)});
     EXPECT_EQ(words, fog + FullXYZ(v, 0, 1, 2) + colours + draw);
 }
@@ -97,10 +99,12 @@ TEST(DeltaTriangle, AKeptTriangleContinuesWithOneVertexInTurnInSlotsOneAndTwo) {
     const Words words = Draw(
         rig, Delta_Tri_XYZ_RGBF, v,
         {TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven), TriangleRecord(0, 3, 4, kEven)});
-    const Words second = Words{0x219, 0x3FC000} + XYZ(0x10, v[3]) +
-                         Words{0x00E08210, 0xA0u << 22, 0xB0u << 22, 0xC0u << 22, 0x261, 0x10040};
-    const Words third = Words{0x229, 0x4000} + XYZ(0x20, v[4]) +
-                        Words{0x00E08220, 0xD0u << 22, 0xE0u << 22, 0xF0u << 22, 0x261, 0x10040};
+    const Words second =
+        Words{t::V1Fixed + 9, 0x3FC000} + XYZ(0x10, v[3]) +
+        Words{0x00E08210, 0xA0u << 22, 0xB0u << 22, 0xC0u << 22, t::DrawTriangle, 0x10040};
+    const Words third =
+        Words{t::V2Fixed + 9, 0x4000} + XYZ(0x20, v[4]) +
+        Words{0x00E08220, 0xD0u << 22, 0xE0u << 22, 0xF0u << 22, t::DrawTriangle, 0x10040};
     EXPECT_EQ(Words(words.begin() + 6 + 12 + 12 + 2, words.end()), second + third);
 }
 
@@ -164,7 +168,7 @@ TEST(DeltaTriangle, TheStippleIndexIsTheFirstVertexs) {
     const Words words =
         Draw(rig, Delta_Tri_XYZ_RGBF, v, {TriangleRecord(1, 2, 0), TriangleRecord(1, 2, 0)});
     const Words pattern = {0x00FF8040, 0xEE, 0x55, 0xAA, 0x55, 0xEE, 0x55, 0xAA, 0x55};
-    const Words tail = {0x0FD, 0x80605040, 0x261, 0x10041};
+    const Words tail = {t::ConstantColor, 0x80605040, t::DrawTriangle, 0x10041};
     EXPECT_EQ(words, FullXYZ(v, 1, 2, 0) + pattern + tail + FullXYZ(v, 1, 2, 0) + tail);
 }
 
@@ -174,13 +178,14 @@ TEST(DeltaFlatTriangle, SendsTwoCoordinatesAndTheBlockColourWithinTheBracket) {
     const auto v = FanVertices();
     const Words words = Draw(rig, Delta_Tri_XY_FLAT, v, {TriangleRecord(0, 1, 2)});
     // Red 2, green 4, blue 6 of 0x102030 in 5:5:5; bit 18 goes on Permedia.
-    const Words begin = {0x0FC, 0}, end = {0x159, 0x08860886, 0x261, 0x10048, 0x0FC, 3};
+    const Words begin = {t::ColorDDAMode, 0},
+                end = {t::FBBlockColor, 0x08860886, t::DrawTriangle, 0x10048, t::ColorDDAMode, 3};
     EXPECT_EQ(words, begin + XY(0, v[0]) + XY(0x10, v[1]) + XY(0x20, v[2]) + end);
     rig.chip.Family = FamilyGlint;
     rig.ctx.BytesPerPixel = 4;
     const Words glint = Draw(rig, Delta_Tri_XY_FLAT, v, {TriangleRecord(0, 1, 2)});
     EXPECT_EQ(Words(glint.begin() + 11, glint.end()),
-              (Words{0x159, 0x102030, 0x261, 0x50048, 0x0FC, 3}));
+              (Words{t::FBBlockColor, 0x102030, t::DrawTriangle, 0x50048, t::ColorDDAMode, 3}));
 }
 
 TEST(DeltaFlatTriangle, ContinuesWithOneVertexAndTheColourOfItsOwnFirst) {
@@ -193,7 +198,8 @@ TEST(DeltaFlatTriangle, ContinuesWithOneVertexAndTheColourOfItsOwnFirst) {
     const Words words =
         Draw(rig, Delta_Tri_XY_FLAT, v, {TriangleRecord(0, 1, 2), TriangleRecord(2, 3, 0, kEven)});
     EXPECT_EQ(Words(words.begin() + 15, words.end()),
-              XY(0x10, v[0]) + (Words{0x159, 0x728292, 0x261, 0x10048, 0x0FC, 3}));
+              XY(0x10, v[0]) +
+                  (Words{t::FBBlockColor, 0x728292, t::DrawTriangle, 0x10048, t::ColorDDAMode, 3}));
 }
 
 TEST(DeltaFlatTriangle, MonoTakesItsGreyFromBlueAtAnyPixelSizeAndIgnoresSpecular) {
@@ -221,8 +227,10 @@ TEST(DeltaWire, DrawsThreeEdgesFromLeftToRightWithTheStippleRestartedOnTheFirst)
     const Words again = {0x00E08210, 0x10u << 22, 0x20u << 22, 0x30u << 22};
     const Words words = Draw(rig, Delta_TriWire_XYZ_RGBF, v, {TriangleRecord(0, 1, 2, 0x700)});
     // x of A, B, C is 20, 30, 10; slot 0 has the left end each time: A, then C twice.
-    const Words fogAB = {0x209, 0x40000, 0x219, 0x80000}, fogC = {0x209, 0xC0000};
-    const Words fogA = {0x219, 0x40000}, first = {0x263, 0x10004}, later = {0x263, 0x10000};
+    const Words fogAB = {t::V0Fixed + 9, 0x40000, t::V1Fixed + 9, 0x80000},
+                fogC = {t::V0Fixed + 9, 0xC0000};
+    const Words fogA = {t::V1Fixed + 9, 0x40000}, first = {t::DrawLine01, 0x10004},
+                later = {t::DrawLine01, 0x10000};
     EXPECT_EQ(words, XYZ(0, v[0]) + XYZ(0x10, v[1]) + fogAB + c0 + c1 + first + XYZ(0, v[2]) +
                          fogC + c2 + later + XYZ(0x10, v[0]) + fogA + again + later);
 }
@@ -233,7 +241,8 @@ TEST(DeltaWire, FlatColourGoesOnceFromTheFirstVertex) {
     auto v = FanVertices();
     v[0].specular = 0x00020202;
     const Words words = Draw(rig, Delta_TriWire_XYZ_RGBF, v, {TriangleRecord(0, 1, 2, 0)});
-    EXPECT_EQ(words, XYZ(0, v[0]) + XYZ(0x10, v[1]) + (Words{0x0FD, 0x40322212}) + XYZ(0, v[2]));
+    EXPECT_EQ(words, XYZ(0, v[0]) + XYZ(0x10, v[1]) + (Words{t::ConstantColor, 0x40322212}) +
+                         XYZ(0, v[2]));
 }
 
 TEST(DeltaPoint, EachVertexIsALineOneRowLongDrawnByItsEdgeFlag) {
@@ -248,7 +257,7 @@ TEST(DeltaPoint, EachVertexIsALineOneRowLongDrawnByItsEdgeFlag) {
         return XYZ(0, at) + Words{0x1C008240, Bits(at.sx), Bits(at.sy + 1), Bits(at.sz)} +
                Words{0x01E08200, r, g, b, a << 22, 0x01E08210, r, g, b, a << 22};
     };
-    const Words draw = {0x263, 0x10000};
+    const Words draw = {t::DrawLine01, 0x10000};
     EXPECT_EQ(words, point(v[0], 0x40) + point(v[1], 0x80) + draw + point(v[2], 0xC0));
 }
 

@@ -2,6 +2,7 @@
 #include "driver/raster/del_mip.h"
 #include "tests/driver/raster/del_rig.h"
 #include "tests/driver/raster/mip_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -86,7 +87,8 @@ TEST(DeltaMip, ALevelIsProgrammedAheadOfTheVerticesAndStaysInTheCopies) {
     const uint32_t read = 0xFFFC01FF | 6u << 9 | 5u << 13;
     const uint32_t map = 0xFFFFFE00 | 2 | 3 << 3 | 5 << 6;
     EXPECT_EQ(Words(words.begin(), words.begin() + 7),
-              (Words{0x0CE, read, 0x0B1, map, 0x0B0, 0x100002, 0x1C078230}));
+              (Words{t::TextureReadMode, read, t::TextureMapFormat, map, t::TextureBaseAddress,
+                     0x100002, 0x1C078230}));
     EXPECT_EQ(rig.ctx.Copies.TextureReadMode, read);
     EXPECT_EQ(rig.ctx.Copies.TextureMapFormat, map);
 }

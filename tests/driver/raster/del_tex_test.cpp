@@ -1,6 +1,7 @@
 // The textured members of a Delta setup unit, and its lines.
 #include "driver/raster/del_tex.h"
 #include "tests/driver/raster/del_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -84,11 +85,12 @@ TEST(DeltaTextured, FullTriangleSendsVerticesFogColoursAndDrawWord) {
     for (uint32_t i = 0; i < 3; ++i) {
         expected = expected + Words{0x1C078230 + 0x10 * i} + STQ(v[i]) + Place(v[i]);
     }
-    const Words fog = {0x209, 0x40000, 0x219, 0x80000, 0x229, 0xC0000};
+    const Words fog = {t::V0Fixed + 9, 0x40000, t::V1Fixed + 9, 0x80000, t::V2Fixed + 9, 0xC0000};
     const Words c1 = {0x00E08210, 16u << 22, 14u << 22, 15u << 22};
     const Words c2 = {0x00E08220, 255u << 22, 254u << 22, 255u << 22};
-    EXPECT_EQ(DrawOne(rig, Delta_Tri_XYZ_STQ_RGBF, v),
-              expected + fog + Words{0x00E08200} + kGrey + c1 + c2 + (Words{0x261, 0x12040}));
+    EXPECT_EQ(DrawOne(rig, Delta_Tri_XYZ_STQ_RGBF, v), expected + fog + Words{0x00E08200} + kGrey +
+                                                           c1 + c2 +
+                                                           (Words{t::DrawTriangle, 0x12040}));
 }
 
 TEST(DeltaTextured, WithoutPerspectiveQIsOne) {
@@ -125,7 +127,7 @@ TEST(DeltaTextured, FlatColourGoesThroughGammaButOnRGBFS) {
         DeltaRig rig;
         const Words words = DrawOne(rig, member.renderer, DeltaVertices());
         EXPECT_EQ(Words(words.end() - 4, words.end() - 2),
-                  (Words{0x0FD, member.traits.gamma ? 0x40B4B3B5u : 0x40808080u}))
+                  (Words{t::ConstantColor, member.traits.gamma ? 0x40B4B3B5u : 0x40808080u}))
             << member.name;
     }
 }
@@ -183,7 +185,7 @@ TEST(DeltaTextured, RGBFSSendsKsAndRealFog) {
     EXPECT_EQ(ks[1], 255.0f * 0.000447058823529f);
     EXPECT_EQ(ks[2], 255.0f * 0.001172549019608f);
     EXPECT_EQ(Words(words.begin() + 24, words.begin() + 30),
-              (Words{0x209, 0x40000, 0x219, 0x80000, 0x229, 0xC0000}));
+              (Words{t::V0Fixed + 9, 0x40000, t::V1Fixed + 9, 0x80000, t::V2Fixed + 9, 0xC0000}));
 }
 
 TEST(DeltaTextured, WithSpecularOffTheHeadersStayAndLIsZero) {
@@ -226,7 +228,7 @@ TEST(DeltaTextured, AContinuationSendsVertexFogAndColourOfTheThird) {
                   std::vector{TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
     EXPECT_EQ(Words(words.begin() + 41, words.end()),
               Words{0x1C078240} + STQ(v[3]) + Place(v[3]) +
-                  (Words{0x219, 0x3FC000, 0x00E08210, 0, 0, 0, 0x261, 0x10040}));
+                  (Words{t::V1Fixed + 9, 0x3FC000, 0x00E08210, 0, 0, 0, 0x261, 0x10040}));
 }
 
 TEST(DeltaTextured, CoordinatesAreSlidAndWrappedOnTheFullPath) {
@@ -360,7 +362,7 @@ TEST(DeltaTexturedWire, SendsTheTrianglesWordsForTwoEndsAtATime) {
     const auto vertex = [&](uint32_t slot, const D3DTLVERTEX& at) {
         return Words{0x1C0F8230 + slot} + STQ(at) + Words{0} + Place(at);
     };
-    const Words colour = {0x0FD, 0x40808080}, draw = {0x263, 0x10000};
+    const Words colour = {t::ConstantColor, 0x40808080}, draw = {t::DrawLine01, 0x10000};
     EXPECT_EQ(words, vertex(0, v[0]) + vertex(0x10, v[1]) + colour + vertex(0, v[2]) + draw);
 }
 
@@ -377,8 +379,9 @@ TEST(DeltaLine, BracketsTheBatchAndDrawsFromTheFirstEnd) {
     rig.ctx.RenderFlags = RF_LASTPIXEL;
     const auto v = DeltaVertices();
     for (const Renderer member : {Delta_Line_XYZ_STQ_RGBF, Delta_Line_XYZ_STQ_RGBFS}) {
-        const Words begin = {0x014, 0x20, 0x1C008230}, second = {0x1C008240};
-        const Words end = {0x0FD, 0x40808080, 0x263, 0x10004, 0x008, 1, 0x014, 0};
+        const Words begin = {t::RasterizerMode, 0x20, 0x1C008230}, second = {0x1C008240};
+        const Words end = {t::ConstantColor,   0x40808080, t::DrawLine01,     0x10004,
+                           t::ContinueNewLine, 1,          t::RasterizerMode, 0};
         EXPECT_EQ(DrawBound(rig, member, v, OneLine(0, 1)),
                   begin + Place(v[0]) + second + Place(v[1]) + end);
     }
@@ -403,7 +406,7 @@ TEST(DeltaLine, SpecularIsFOrKsOfEachEndAndRealFogMayGoToo) {
     auto v = DeltaVertices();
     v[1].specular = 0x200000FF;
     const float l = 255.0f * 0.002301960784314f;
-    const Words fog = {0x209, 0x40000, 0x219, 0x80000};
+    const Words fog = {t::V0Fixed + 9, 0x40000, t::V1Fixed + 9, 0x80000};
     const Words rgbf = DrawBound(rig, Delta_Line_XYZ_STQ_RGBF, v, OneLine(0, 1));
     EXPECT_EQ(Words(rgbf.begin() + 2, rgbf.begin() + 22),
               Words{0x1E078230} + STQ(v[0]) + Words{Bits(1.0f)} + Place(v[0]) + Words{0x1E078240} +
@@ -424,7 +427,8 @@ TEST(DeltaLine, EndsOnOnePixelAreDrawnOnePixelLongAndTheVertexStaysAsItWas) {
     const Words words = rig.Take();
     EXPECT_EQ(words[4], Bits(10.2f - 1.0f));
     EXPECT_EQ(words[8], Bits(10.1f));
-    EXPECT_EQ(Words(words.end() - 4, words.end()), (Words{0x008, 1, 0x014, 0}));
+    EXPECT_EQ(Words(words.end() - 4, words.end()),
+              (Words{t::ContinueNewLine, 1, t::RasterizerMode, 0}));
     EXPECT_EQ(v[0].sy, 10.2f);
     EXPECT_EQ(v[1].sy, 10.1f);
 }

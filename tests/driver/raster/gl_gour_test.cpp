@@ -2,6 +2,7 @@
 #include "driver/raster/gl_gour.h"
 #include "driver/raster/stipple.h"
 #include "tests/driver/raster/gl_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -47,7 +48,7 @@ const Words kPlainRGB = {0x01FF80F0, 0x180000,   0x18000,  0xFFFF0000, 0x300000,
 const Words kPlainRGBA = Words{0x0FFF80F0} + Words(kPlainRGB.begin() + 1, kPlainRGB.end()) +
                          Words{0x400000, 0x30000, 0xFFFD0000};
 // Red 2, green 4, blue 6 in 5:5:5.
-const Words kHandBlockColor = {0x159, 0x08860886};
+const Words kHandBlockColor = {t::FBBlockColor, 0x08860886};
 
 Words DrawHand(Renderer member, bool dma = true) {
     RasterRig rig(dma);
@@ -57,7 +58,7 @@ Words DrawHand(Renderer member, bool dma = true) {
 Words PlainWords(const reference::Member& traits) {
     Words words;
     if (traits.block) {
-        words = Words{0x0FC, 0} + kHandBlockColor;
+        words = Words{t::ColorDDAMode, 0} + kHandBlockColor;
     } else {
         words = traits.gouraud ? kPlainRGB : kHandConstantColor;
     }
@@ -68,7 +69,7 @@ Words PlainWords(const reference::Member& traits) {
         words = words + kHandFog;
     }
     words = words + HandEdges(traits.block ? 0x10048 : 0x10040);
-    return traits.block ? words + Words{0x0FC, 3} : words;
+    return traits.block ? words + Words{t::ColorDDAMode, 3} : words;
 }
 
 TEST(GlintTriangle, EveryMemberSendsItsGroupsInOrder) {
@@ -173,7 +174,8 @@ TEST(GlintTriangle, VerticesOnOneRowGiveNoWordsWhateverTheCullModeAndAreSnapped)
             std::vector<D3DTLVERTEX> vertices = {Vertex(10, 10.4f), Vertex(30, 10.2f),
                                                  Vertex(20, 9.6f)};
             rig.Draw(member.renderer, vertices, kOne);
-            const Words expected = member.traits.block ? Words{0x0FC, 0, 0x0FC, 3} : Words{};
+            const Words expected =
+                member.traits.block ? Words{t::ColorDDAMode, 0, t::ColorDDAMode, 3} : Words{};
             EXPECT_EQ(rig.Take(), expected) << member.name << cull;
             for (const D3DTLVERTEX& vertex : vertices) {
                 EXPECT_EQ(vertex.sy, 10.0f);
@@ -476,11 +478,11 @@ TEST(GlintTriangle, OnlyTheBlockFillMembersBracketTheBatch) {
         rig.Draw(member.renderer, vertices, {0, 1, 2, 0, 1, 2, 0, 1, 2});
         const Words words = rig.Take();
         if (member.traits.block) {
-            EXPECT_EQ(Words(words.begin(), words.begin() + 2), (Words{0x0FC, 0}));
-            EXPECT_EQ(Words(words.end() - 2, words.end()), (Words{0x0FC, 3}));
+            EXPECT_EQ(Words(words.begin(), words.begin() + 2), (Words{t::ColorDDAMode, 0}));
+            EXPECT_EQ(Words(words.end() - 2, words.end()), (Words{t::ColorDDAMode, 3}));
             EXPECT_EQ(words.size(), 4u + 3 * 15u);
         } else {
-            EXPECT_EQ(std::count(words.begin(), words.end(), 0x0FCu), 0) << member.name;
+            EXPECT_EQ(std::count(words.begin(), words.end(), t::ColorDDAMode), 0) << member.name;
         }
     }
 }

@@ -6,6 +6,7 @@
 #include "tests/driver/raster/gl_line_reference.h"
 #include "tests/driver/raster/random_batch.h"
 #include "tests/driver/raster/raster_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -33,13 +34,13 @@ Words WalkOf(RasterRig& rig, D3DTLVERTEX a, D3DTLVERTEX b) {
     std::vector<D3DTLVERTEX> vertices = {a, b};
     const Words words = DrawLines(rig, vertices, {0, 1});
     EXPECT_GE(words.size(), 4u);
-    EXPECT_EQ(Words(words.begin(), words.begin() + 2), (Words{0x014, 0}));
-    EXPECT_EQ(Words(words.end() - 2, words.end()), (Words{0x014, 0x20}));
+    EXPECT_EQ(Words(words.begin(), words.begin() + 2), (Words{t::RasterizerMode, 0}));
+    EXPECT_EQ(Words(words.end() - 2, words.end()), (Words{t::RasterizerMode, 0x20}));
     const Words inner(words.begin() + 2, words.end() - 2);
     if (inner.empty()) {
         return {};
     }
-    EXPECT_EQ(inner[0], 0x0FDu);
+    EXPECT_EQ(inner[0], t::ConstantColor);
     return {inner.begin() + 2, inner.end()};
 }
 
@@ -93,8 +94,9 @@ TEST(GlintLine, WithLastPixelOneOfNoLengthStartsAPixelHigherAndRunsDown) {
     rig.ctx.RenderFlags = RF_LASTPIXEL;
     std::vector<D3DTLVERTEX> vertices = {Vertex(10.25f, 5), Vertex(10.25f, 5)};
     const Words words = DrawLines(rig, vertices, {0, 1});
-    EXPECT_EQ(words, (Words{0x014, 0, 0x0FD, 0, 0x00F38000, 0xA4000, 0, 0x40000, 0x10000, 1,
-                            0x10000, 0x014, 0x20})); // and no further pixel
+    EXPECT_EQ(words,
+              (Words{t::RasterizerMode, 0, t::ConstantColor, 0, 0x00F38000, 0xA4000, 0, 0x40000,
+                     0x10000, 1, 0x10000, t::RasterizerMode, 0x20})); // and no further pixel
     EXPECT_EQ(vertices[0].sy, 5.0f);
 }
 
@@ -119,7 +121,7 @@ TEST(GlintLine, ADroppedOneHasAskedForItsRoomAllTheSame) {
     // The bracket's pair leaves one word less than 512 bytes.
     stream.WritePointer = stream.Current().Linear + 600 - 2 - 127;
     std::vector<D3DTLVERTEX> vertices = {Vertex(10, 5), Vertex(10, 5)};
-    EXPECT_EQ(DrawLines(rig, vertices, {0, 1}), (Words{0x014, 0x20}));
+    EXPECT_EQ(DrawLines(rig, vertices, {0, 1}), (Words{t::RasterizerMode, 0x20}));
     stream.WritePointer = stream.Current().Linear + 600 - 2 - 128;
     EXPECT_EQ(DrawLines(rig, vertices, {0, 1}).size(), 600 - 128 + 2u);
 }
@@ -128,7 +130,7 @@ TEST(GlintLine, WithLastPixelALongerOneIsContinuedByOne) {
     RasterRig rig;
     rig.ctx.RenderFlags = RF_LASTPIXEL;
     EXPECT_EQ(WalkOf(rig, Vertex(0, 0), Vertex(4, 0)),
-              (Words{0x00F38000, 0, 0x10000, 0, 0, 4, 0x10000, 0x008, 1}));
+              (Words{0x00F38000, 0, 0x10000, 0, 0, 4, 0x10000, t::ContinueNewLine, 1}));
 }
 
 TEST(GlintLine, EveryQuantityStepsByItsDifferenceOverTheLength) {
@@ -151,7 +153,8 @@ TEST(GlintLine, EveryQuantityStepsByItsDifferenceOverTheLength) {
     const Words fog = {0x007080D0, 0x100000, 0, 0x40000};
     const Words walk = {0x00F38000, 0x80000, 0x10000, 0x40000, 0, 8, 0x10000};
     EXPECT_EQ(DrawLines(rig, vertices, {0, 1}),
-              (Words{0x014, 0} + inner + colour + depth + fog + walk + Words{0x014, 0x20}));
+              (Words{t::RasterizerMode, 0} + inner + colour + depth + fog + walk +
+               Words{t::RasterizerMode, 0x20}));
 }
 
 TEST(GlintLine, SpecularOfATexturedOneGoesThroughFogAndRealFogMayFollow) {
@@ -161,11 +164,34 @@ TEST(GlintLine, SpecularOfATexturedOneGoesThroughFogAndRealFogMayFollow) {
     std::vector<D3DTLVERTEX> vertices = {Vertex(0, 0, 0, 0x00102030, 0x80000000),
                                          Vertex(8, 0, 0, 0, 0x00000000)};
     // Black specular leaves all of the texture: 1.0. Flat colour goes as it is.
-    EXPECT_EQ(DrawLines(rig, vertices, {0, 1}),
-              (Words{0x014,    0,          0x007E8070, 0,        0,          0,          0,
-                     0,        0,          0x007080D0, 0x400000, 0,          0,          0x0FD,
-                     0x302010, 0x007080D0, 0x200000,   0,        0xFFFC0000, 0x00F38000, 0,
-                     0x10000,  0,          0,          8,        0x10000,    0x014,      0x20}));
+    EXPECT_EQ(DrawLines(rig, vertices, {0, 1}), (Words{t::RasterizerMode,
+                                                       0,
+                                                       0x007E8070,
+                                                       0,
+                                                       0,
+                                                       0,
+                                                       0,
+                                                       0,
+                                                       0,
+                                                       0x007080D0,
+                                                       0x400000,
+                                                       0,
+                                                       0,
+                                                       t::ConstantColor,
+                                                       0x302010,
+                                                       0x007080D0,
+                                                       0x200000,
+                                                       0,
+                                                       0xFFFC0000,
+                                                       0x00F38000,
+                                                       0,
+                                                       0x10000,
+                                                       0,
+                                                       0,
+                                                       8,
+                                                       0x10000,
+                                                       t::RasterizerMode,
+                                                       0x20}));
 }
 
 TEST(GlintLine, AnInstructionWithoutLinesSendsNothing) {
@@ -258,7 +284,7 @@ TEST_P(GlintLineCarriers, RandomLinesAreAsTheReferenceSays) {
     for (int round = 0; round < 400; ++round) {
         RandomRun run(random, GetParam());
         reference::LineReference want(run.rig.ctx);
-        want.Group({0x014, 0});
+        want.Group({t::RasterizerMode, 0});
         std::vector<uint16_t> indices;
         for (size_t i = 0; i + 1 < run.batch.indices.size(); i += 2) {
             const uint32_t a = run.batch.indices[i], b = run.batch.indices[i + 1];
@@ -267,7 +293,7 @@ TEST_P(GlintLineCarriers, RandomLinesAreAsTheReferenceSays) {
             want.Line(run.batch.vertices[a], run.batch.vertices[b],
                       run.rig.ctx.RenderCommand & ~0x40u, true);
         }
-        want.Group({0x014, 0x20});
+        want.Group({t::RasterizerMode, 0x20});
         ASSERT_EQ(DrawLines(run.rig, run.batch.vertices, indices), want.Words()) << round;
         ASSERT_EQ(run.spaceReads, GetParam() ? 0 : want.Waits()) << round;
     }
@@ -278,9 +304,9 @@ TEST_P(GlintLineCarriers, RandomOutlinesAreAsTheReferenceSays) {
     for (int round = 0; round < 400; ++round) {
         RandomRun run(random, GetParam());
         reference::LineReference want(run.rig.ctx);
-        want.Group({0x014, 0});
+        want.Group({t::RasterizerMode, 0});
         run.ForEach([&](const auto& corners, uint32_t wFlags) { want.Wire(corners, wFlags); });
-        want.Group({0x014, 0x20});
+        want.Group({t::RasterizerMode, 0x20});
         ASSERT_EQ(run.Draw(Glint_TriWire_XYZ_STQ_RGBF), want.Words()) << round;
         ASSERT_EQ(run.spaceReads, GetParam() ? 0 : want.Waits()) << round;
     }
@@ -292,10 +318,10 @@ TEST_P(GlintLineCarriers, RandomPointsAreAsTheReferenceSays) {
         const bool textured = round % 2 == 0;
         RandomRun run(random, GetParam());
         reference::LineReference want(run.rig.ctx);
-        want.Group({0x0FC, 0});
+        want.Group({t::ColorDDAMode, 0});
         run.ForEach(
             [&](const auto& corners, uint32_t wFlags) { want.Points(corners, wFlags, textured); });
-        want.Group({0x0FC, run.rig.ctx.Copies.ColorDDAMode});
+        want.Group({t::ColorDDAMode, run.rig.ctx.Copies.ColorDDAMode});
         ASSERT_EQ(run.Draw(textured ? Glint_TriPoint_XYZ_STQ_RGBF : RenderRGBPoint), want.Words())
             << round;
         ASSERT_EQ(run.spaceReads, GetParam() ? 0 : want.Waits()) << round;
@@ -319,10 +345,12 @@ Words DrawTriangle(RasterRig& rig, Renderer member, std::vector<D3DTLVERTEX> ver
 
 TEST(GlintWire, DrawsTheEnabledEdgesEachOfItsFirstEndsColour) {
     RasterRig rig;
-    const Words ab = {0x0FD, 0x010000, 0x00F38000, 0, 0x10000, 0, 0, 8, 0x10000};
-    const Words bc = {0x0FD, 0x020000, 0x00F38000, 0x80000, 0xFFFF0000, 0, 0x8000, 8, 0x10000};
-    const Words ca = {0x0FD, 0x030000, 0x00F38000, 0, 0, 0x40000, 0xFFFF0000, 4, 0x10000};
-    const Words begin = {0x014, 0}, end = {0x014, 0x20};
+    const Words ab = {t::ConstantColor, 0x010000, 0x00F38000, 0, 0x10000, 0, 0, 8, 0x10000};
+    const Words bc = {t::ConstantColor, 0x020000, 0x00F38000, 0x80000, 0xFFFF0000, 0,
+                      0x8000,           8,        0x10000};
+    const Words ca = {t::ConstantColor, 0x030000,   0x00F38000, 0,      0,
+                      0x40000,          0xFFFF0000, 4,          0x10000};
+    const Words begin = {t::RasterizerMode, 0}, end = {t::RasterizerMode, 0x20};
     EXPECT_EQ(DrawTriangle(rig, Glint_TriWire_XYZ_STQ_RGBF, WireTriangle(), 0x700),
               begin + ab + bc + ca + end);
     EXPECT_EQ(DrawTriangle(rig, Glint_TriWire_XYZ_STQ_RGBF, WireTriangle(), 0x200),
@@ -332,7 +360,7 @@ TEST(GlintWire, DrawsTheEnabledEdgesEachOfItsFirstEndsColour) {
 TEST(GlintWire, WithoutEnabledEdgesOnlyTheBracketGoes) {
     RasterRig rig;
     EXPECT_EQ(DrawTriangle(rig, Glint_TriWire_XYZ_STQ_RGBF, WireTriangle(), 0),
-              (Words{0x014, 0, 0x014, 0x20}));
+              (Words{t::RasterizerMode, 0, t::RasterizerMode, 0x20}));
 }
 
 TEST(GlintWire, AnEdgeOfNoLengthDropsThatEdgeOnly) {
@@ -363,15 +391,16 @@ TEST(GlintPoints, DrawEachEnabledVertexAsOneStep) {
     std::vector<D3DTLVERTEX> vertices = {Vertex(1.5f, 2, 0.0f, 0x80112233, 0x40000000),
                                          Vertex(8, 2, 1.0f, 0x80445566, 0x80000000),
                                          Vertex(1, 9, 0.5f, 0x80778899, 0xC0000000)};
-    const Words first = {0x007080D0, 0x100000, 0,       0, 0x0FC08130, 0,          0,
-                         0,          0,        0,       0, 0x0FD,      0x80332211, 0x00F38000,
-                         0x18000,    0,        0x20000, 0, 1,          0x10080};
+    const Words first = {
+        0x007080D0,       0x100000,   0,          0,       0x0FC08130, 0,       0, 0, 0,      0, 0,
+        t::ConstantColor, 0x80332211, 0x00F38000, 0x18000, 0,          0x20000, 0, 1, 0x10080};
     // From the second vertex on depth goes first.
-    const Words second = {0x0FC08130, 0xFFFF,   0,       0, 0,     0,          0,
-                          0x007080D0, 0x200000, 0,       0, 0x0FD, 0x80665544, 0x00F38000,
-                          0x80000,    0,        0x20000, 0, 1,     0x10080};
+    const Words second = {0x0FC08130, 0xFFFF,     0,        0, 0,       0,
+                          0,          0x007080D0, 0x200000, 0, 0,       t::ConstantColor,
+                          0x80665544, 0x00F38000, 0x80000,  0, 0x20000, 0,
+                          1,          0x10080};
     EXPECT_EQ(DrawTriangle(rig, Glint_TriPoint_XYZ_STQ_RGBF, vertices, 0x300),
-              (Words{0x0FC, 0} + first + second + Words{0x0FC, 3}));
+              (Words{t::ColorDDAMode, 0} + first + second + Words{t::ColorDDAMode, 3}));
 }
 
 TEST(GlintPoints, OfUntexturedTrianglesHaveDepthAlwaysAndNoAlpha) {
@@ -379,14 +408,15 @@ TEST(GlintPoints, OfUntexturedTrianglesHaveDepthAlwaysAndNoAlpha) {
     std::vector<D3DTLVERTEX> vertices = {Vertex(1, 2, 1.0f, 0x80112233), Vertex(8, 2),
                                          Vertex(1, 9)};
     EXPECT_EQ(DrawTriangle(rig, RenderRGBPoint, vertices, 0x100),
-              (Words{0x0FC,    0,          0x0FC08130, 0xFFFF, 0,       0, 0, 0,       0,     0x0FD,
-                     0x332211, 0x00F38000, 0x10000,    0,      0x20000, 0, 1, 0x10080, 0x0FC, 3}));
+              (Words{t::ColorDDAMode,  0,        0x0FC08130, 0xFFFF,  0, 0,       0, 0, 0,
+                     t::ConstantColor, 0x332211, 0x00F38000, 0x10000, 0, 0x20000, 0, 1, 0x10080,
+                     t::ColorDDAMode,  3}));
 }
 
 TEST(GlintPoints, CulledTrianglesSendOnlyTheBracket) {
     RasterRig rig;
     rig.ctx.CullMode = 3;
-    const Words bracket = {0x0FC, 0, 0x0FC, 3};
+    const Words bracket = {t::ColorDDAMode, 0, t::ColorDDAMode, 3};
     std::vector<D3DTLVERTEX> flat = {Vertex(0, 0), Vertex(4, 4), Vertex(8, 8)};
     EXPECT_EQ(DrawTriangle(rig, RenderRGBPoint, flat, kAllEdges), bracket);
     rig.ctx.CullMode = 2;

@@ -1,6 +1,7 @@
 // The textured triangle members of the host set-up.
 #include "driver/raster/gl_tex.h"
 #include "tests/driver/raster/gl_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -363,7 +364,7 @@ TEST(GlintTexturedTriangle, TheRenderWordKeepsTheTextureBitAndNothingIsBracketed
         rig.ctx.RenderCommand = 0x52000;
         const Words words = DrawOnce(member.renderer, rig, HandTriangle());
         EXPECT_EQ(words[words.size() - 5], 0x52040u) << member.name;
-        EXPECT_EQ(std::count(words.begin(), words.end(), 0x0FCu), 0) << member.name;
+        EXPECT_EQ(std::count(words.begin(), words.end(), t::ColorDDAMode), 0) << member.name;
     }
 }
 

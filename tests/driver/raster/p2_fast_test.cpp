@@ -3,6 +3,7 @@
 #include "driver/raster/p2_tex.h"
 #include "driver/raster/stipple.h"
 #include "tests/driver/raster/p2_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -60,7 +61,7 @@ TEST(P2Fast, SendsThreeVerticesWithTheirColoursAndADrawWord) {
                      0x41200000,    0x3F000000,    0x40102030,    0x5C078240,    Bits(0.09375f),
                      Bits(0.0625f), Bits(0.25f),   0x41F00000,    0x41A00000,    0x3E800000,
                      0x80405060,    0x5C078250,    Bits(5.0f),    Bits(-0.125f), Bits(2.0f),
-                     0x41200000,    0x41F00000,    0x3F800000,    0xC0708090,    0x261,
+                     0x41200000,    0x41F00000,    0x3F800000,    0xC0708090,    t::DrawTriangle,
                      0x10040}));
 }
 

@@ -2,6 +2,7 @@
 #include "driver/raster/p2_gour.h"
 #include "driver/raster/stipple.h"
 #include "tests/driver/raster/p2_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -37,8 +38,8 @@ TEST(P2Triangle, FlatSendsVerticesConstantColourAndDrawWord) {
     const auto v = FanVertices();
     EXPECT_EQ(Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2)}),
               (Words{0x1C008230, 0x41A00000, 0x41200000, 0x3F000000, 0x1C008240, 0x41F00000,
-                     0x41A00000, 0x3E800000, 0x1C008250, 0x41200000, 0x41F00000, 0x3F800000, 0x0FD,
-                     0x40302010, 0x261, 0x10040}));
+                     0x41A00000, 0x3E800000, 0x1C008250, 0x41200000, 0x41F00000, 0x3F800000,
+                     t::ConstantColor, 0x40302010, t::DrawTriangle, 0x10040}));
 }
 
 TEST(P2Triangle, FogGoesAheadAndGouraudColoursBehindTheVertices) {
@@ -46,9 +47,10 @@ TEST(P2Triangle, FogGoesAheadAndGouraudColoursBehindTheVertices) {
     rig.ctx.RenderFlags = RF_GOURAUD | RF_FOG;
     const auto v = FanVertices();
     EXPECT_EQ(Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2)}),
-              ((Words{0x209, 0x40000, 0x219, 0x80000, 0x229, 0xC0000}) + FullXYZ(v, 0, 1, 2) +
-               Words{0x40008200, 0x40102030, 0x40008210, 0x80405060, 0x40008220, 0xC0708090, 0x261,
-                     0x10040}));
+              ((Words{t::V0Fixed + 9, 0x40000, t::V1Fixed + 9, 0x80000, t::V2Fixed + 9, 0xC0000}) +
+               FullXYZ(v, 0, 1, 2) +
+               Words{0x40008200, 0x40102030, 0x40008210, 0x80405060, 0x40008220, 0xC0708090,
+                     t::DrawTriangle, 0x10040}));
 }
 
 TEST(P2Triangle, SpecularIsAddedOnTheHostToEachVertexsColour) {
@@ -60,11 +62,12 @@ TEST(P2Triangle, SpecularIsAddedOnTheHostToEachVertexsColour) {
     v[2].specular = 0xFF000000; // alpha is not added
     const Words words = Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2)});
     EXPECT_EQ(Words(words.end() - 8, words.end()),
-              (Words{0x40008200, 0x40122232, 0x40008210, 0x81FE5060, 0x40008220, 0xC0708090, 0x261,
-                     0x10040}));
+              (Words{0x40008200, 0x40122232, 0x40008210, 0x81FE5060, 0x40008220, 0xC0708090,
+                     t::DrawTriangle, 0x10040}));
     rig.ctx.RenderFlags = RF_SPECULAR;
     const Words flat = Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2)});
-    EXPECT_EQ(Words(flat.end() - 4, flat.end()), (Words{0x0FD, 0x40322212, 0x261, 0x10040}));
+    EXPECT_EQ(Words(flat.end() - 4, flat.end()),
+              (Words{t::ConstantColor, 0x40322212, t::DrawTriangle, 0x10040}));
 }
 
 TEST(P2Triangle, WithCullModeNoneEveryTriangleIsSentInFullWhateverItsStripCode) {
@@ -87,9 +90,9 @@ TEST(P2Triangle, AKeptTriangleContinuesWithOneVertexInTurnInSlotsOneAndTwo) {
         rig, P2_Tri_XYZ_RGBFS, v,
         {TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven), TriangleRecord(0, 3, 4, kEven)});
     EXPECT_EQ(Words(words.begin() + 26, words.end()),
-              ((Words{0x219, 0x3FC000}) + XYZ(0x10, v[3]) +
-               Words{0x40008240, 0xF0A0B0C0, 0x261, 0x10040, 0x229, 0x4000} + XYZ(0x20, v[4]) +
-               Words{0x40008250, 0x00D0E0F0, 0x261, 0x10040}));
+              ((Words{t::V1Fixed + 9, 0x3FC000}) + XYZ(0x10, v[3]) +
+               Words{0x40008240, 0xF0A0B0C0, t::DrawTriangle, 0x10040, t::V2Fixed + 9, 0x4000} +
+               XYZ(0x20, v[4]) + Words{0x40008250, 0x00D0E0F0, t::DrawTriangle, 0x10040}));
 }
 
 TEST(P2Triangle, AFlatContinuationTakesTheFirstVertexsColour) {
@@ -101,7 +104,7 @@ TEST(P2Triangle, AFlatContinuationTakesTheFirstVertexsColour) {
         Draw(rig, P2_Tri_XYZ_RGBFS, v,
              {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 2, 1), TriangleRecord(2, 0, 3, kEven)});
     EXPECT_EQ(Words(words.begin() + 32, words.end()),
-              XYZ(0x10, v[3]) + (Words{0x0FD, 0xC0908070, 0x261, 0x10040}));
+              XYZ(0x10, v[3]) + (Words{t::ConstantColor, 0xC0908070, t::DrawTriangle, 0x10040}));
 }
 
 TEST(P2Triangle, OddTrianglesTakeTheFullPath) {
@@ -198,8 +201,9 @@ TEST(P2Triangle, ACulledContinuationSendsNothingAndTheNextOneStillContinues) {
     const Words words = Draw(
         rig, P2_Tri_XYZ_RGBFS, v,
         {TriangleRecord(0, 1, 2), TriangleRecord(2, 0, 3, kEven), TriangleRecord(0, 3, 4, kEven)});
-    EXPECT_EQ(words, (FullXYZ(v, 0, 1, 2) + Words{0x0FD, 0x40302010, 0x261, 0x10040} +
-                      XYZ(0x20, v[4]) + Words{0x0FD, 0x40302010, 0x261, 0x10040}));
+    EXPECT_EQ(words,
+              (FullXYZ(v, 0, 1, 2) + Words{t::ConstantColor, 0x40302010, t::DrawTriangle, 0x10040} +
+               XYZ(0x20, v[4]) + Words{t::ConstantColor, 0x40302010, t::DrawTriangle, 0x10040}));
 }
 
 TEST(P2Triangle, CullingIsByTheSignBitSoThatAnAreaOfZeroSurvivesOneDirection) {
@@ -269,8 +273,10 @@ TEST(P2Triangle, StippleIsTheFirstVertexsAndLoadedOnce) {
     const Words words =
         Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
     const Words four = {0x00FF8040, 0xAA, 0x44, 0xAA, 0x00, 0xAA, 0x44, 0xAA, 0x00};
-    EXPECT_EQ(words, (FullXYZ(v, 0, 1, 2) + four + Words{0x0FD, 0x40302010, 0x261, 0x10041} +
-                      XYZ(0x10, v[3]) + Words{0x0FD, 0x40302010, 0x261, 0x10041}));
+    EXPECT_EQ(words,
+              (FullXYZ(v, 0, 1, 2) + four +
+               Words{t::ConstantColor, 0x40302010, t::DrawTriangle, 0x10041} + XYZ(0x10, v[3]) +
+               Words{t::ConstantColor, 0x40302010, t::DrawTriangle, 0x10041}));
     EXPECT_EQ(rig.ctx.StippleIndex, 4u);
     EXPECT_EQ(rig.ctx.RenderCommand, 0x10000u);
     // A continuation loads its own first vertex's.
@@ -279,8 +285,9 @@ TEST(P2Triangle, StippleIsTheFirstVertexsAndLoadedOnce) {
         Draw(rig, P2_Tri_XYZ_RGBFS, v,
              {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 2, 1), TriangleRecord(2, 0, 3, kEven)});
     const Words twelve = {0x00FF8040, 0xFF, 0xDD, 0xFF, 0x55, 0xFF, 0xDD, 0xFF, 0x55};
-    EXPECT_EQ(Words(other.begin() + 32, other.end()),
-              (XYZ(0x10, v[3]) + twelve + Words{0x0FD, 0xC0908070, 0x261, 0x10041}));
+    EXPECT_EQ(
+        Words(other.begin() + 32, other.end()),
+        (XYZ(0x10, v[3]) + twelve + Words{t::ConstantColor, 0xC0908070, t::DrawTriangle, 0x10041}));
 }
 
 TEST(P2Triangle, BlockFilledTrianglesAreBracketedAndSendTheirColourBehindTheVertices) {
@@ -292,10 +299,18 @@ TEST(P2Triangle, BlockFilledTrianglesAreBracketedAndSendTheirColourBehindTheVert
     const Words words =
         Draw(rig, P2_Tri_XY_FLATS, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
     // 0x102030 is red 2, green 4, blue 6 in 5:5:5.
-    EXPECT_EQ(words, (Words{0x0FC,      0,          0x0C008230, Bits(20),   Bits(10), 0x0C008240,
-                            Bits(30),   Bits(20),   0x0C008250, Bits(10),   Bits(30), 0x159,
-                            0x08860886, 0x261,      0x10048,    0x0C008240, Bits(0),  Bits(20),
-                            0x159,      0x08860886, 0x261,      0x10048,    0x0FC,    3}));
+    EXPECT_EQ(words, (Words{t::ColorDDAMode, 0,
+                            0x0C008230,      Bits(20),
+                            Bits(10),        0x0C008240,
+                            Bits(30),        Bits(20),
+                            0x0C008250,      Bits(10),
+                            Bits(30),        t::FBBlockColor,
+                            0x08860886,      t::DrawTriangle,
+                            0x10048,         0x0C008240,
+                            Bits(0),         Bits(20),
+                            t::FBBlockColor, 0x08860886,
+                            t::DrawTriangle, 0x10048,
+                            t::ColorDDAMode, 3}));
     rig.chip.Family = FamilyGlint;
     rig.ctx.BytesPerPixel = 4;
     rig.ctx.RenderFlags = RF_SPECULAR;
@@ -303,7 +318,7 @@ TEST(P2Triangle, BlockFilledTrianglesAreBracketedAndSendTheirColourBehindTheVert
     lit[0].specular = 0x00020406;
     const Words glint = Draw(rig, P2_Tri_XY_FLATS, lit, {TriangleRecord(0, 1, 2)});
     EXPECT_EQ(Words(glint.begin() + 11, glint.end()),
-              (Words{0x159, 0x122436, 0x261, 0x50048, 0x0FC, 3}));
+              (Words{t::FBBlockColor, 0x122436, t::DrawTriangle, 0x50048, t::ColorDDAMode, 3}));
 }
 
 TEST(P2Triangle, SYIsNeverRewritten) {
@@ -335,8 +350,10 @@ TEST(P2Triangle, RecordsAdvanceByTheInstructionsSizeAlsoOverASkippedRun) {
             std::vector{TriangleRecord(0, 1, 2), TriangleRecord(1, 0, 2, D3DTRIFLAG_STARTFLAT(2)),
                         TriangleRecord(4, 4, 4), TriangleRecord(4, 4, 4), TriangleRecord(0, 3, 4)},
             bytes);
-        EXPECT_EQ(rig.Take(), (FullXYZ(v, 0, 1, 2) + Words{0x0FD, 0x40302010, 0x261, 0x10040} +
-                               FullXYZ(v, 0, 3, 4) + Words{0x0FD, 0x40302010, 0x261, 0x10040}))
+        EXPECT_EQ(
+            rig.Take(),
+            (FullXYZ(v, 0, 1, 2) + Words{t::ConstantColor, 0x40302010, t::DrawTriangle, 0x10040} +
+             FullXYZ(v, 0, 3, 4) + Words{t::ConstantColor, 0x40302010, t::DrawTriangle, 0x10040}))
             << bytes;
     }
 }
@@ -349,10 +366,12 @@ TEST(P2Wire, DrawsThreeEdgesFromLeftToRightWithTheStippleRestartedOnTheFirst) {
     // A is left of B: 01. C, then in slot 0, is left of B: 01. C is left of A, now in slot 1: 01.
     EXPECT_EQ(Draw(rig, P2_TriWire_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2, 0x700)}),
               (XYZ(0, v[0]) + XYZ(0x10, v[1]) +
-               Words{0x209, 0x40000, 0x219, 0x80000, 0x40008200, 0x40102030, 0x40008210, 0x80405060,
-                     0x263, 0x10004} +
-               XYZ(0, v[2]) + Words{0x209, 0xC0000, 0x40008200, 0xC0708090, 0x263, 0x10000} +
-               XYZ(0x10, v[0]) + Words{0x219, 0x40000, 0x40008210, 0x40102030, 0x263, 0x10000}));
+               Words{t::V0Fixed + 9, 0x40000, t::V1Fixed + 9, 0x80000, 0x40008200, 0x40102030,
+                     0x40008210, 0x80405060, t::DrawLine01, 0x10004} +
+               XYZ(0, v[2]) +
+               Words{t::V0Fixed + 9, 0xC0000, 0x40008200, 0xC0708090, t::DrawLine01, 0x10000} +
+               XYZ(0x10, v[0]) +
+               Words{t::V1Fixed + 9, 0x40000, 0x40008210, 0x40102030, t::DrawLine01, 0x10000}));
 }
 
 TEST(P2Wire, EdgesTheOtherWayRoundAndVerticalOnesStartFromSlotOne) {
@@ -363,23 +382,23 @@ TEST(P2Wire, EdgesTheOtherWayRoundAndVerticalOnesStartFromSlotOne) {
                  {TriangleRecord(0, 1, 2, 0x700)});
         return Words{words[10], words[16], words[22]};
     };
-    EXPECT_EQ(lines(1, 2, 3), (Words{0x263, 0x264, 0x264}));
-    EXPECT_EQ(lines(3, 2, 1), (Words{0x264, 0x263, 0x263}));
-    EXPECT_EQ(lines(2, 2, 2), (Words{0x264, 0x264, 0x264}));
+    EXPECT_EQ(lines(1, 2, 3), (Words{t::DrawLine01, t::DrawLine10, t::DrawLine10}));
+    EXPECT_EQ(lines(3, 2, 1), (Words{t::DrawLine10, t::DrawLine01, t::DrawLine01}));
+    EXPECT_EQ(lines(2, 2, 2), (Words{t::DrawLine10, t::DrawLine10, t::DrawLine10}));
 }
 
 TEST(P2Wire, EdgeFlagsDecideOnDrawingAndOnTheThirdLoad) {
     P2Rig rig;
     const auto v = FanVertices();
-    const Words head = XYZ(0, v[0]) + XYZ(0x10, v[1]) + Words{0x0FD, 0x40302010};
+    const Words head = XYZ(0, v[0]) + XYZ(0x10, v[1]) + Words{t::ConstantColor, 0x40302010};
     const auto draw = [&](uint32_t edges) {
         return Draw(rig, P2_TriWire_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2, edges)});
     };
     EXPECT_EQ(draw(0), head + XYZ(0, v[2]));
     // The first edge's stipple bit is gone though it was not drawn.
-    EXPECT_EQ(draw(0x200), (head + XYZ(0, v[2]) + Words{0x263, 0x10000}));
-    EXPECT_EQ(draw(0x400), (head + XYZ(0, v[2]) + XYZ(0x10, v[0]) + Words{0x263, 0x10000}));
-    EXPECT_EQ(draw(0x100), (head + Words{0x263, 0x10004} + XYZ(0, v[2])));
+    EXPECT_EQ(draw(0x200), (head + XYZ(0, v[2]) + Words{t::DrawLine01, 0x10000}));
+    EXPECT_EQ(draw(0x400), (head + XYZ(0, v[2]) + XYZ(0x10, v[0]) + Words{t::DrawLine01, 0x10000}));
+    EXPECT_EQ(draw(0x100), (head + Words{t::DrawLine01, 0x10004} + XYZ(0, v[2])));
 }
 
 TEST(P2Wire, ACulledTriangleSendsNothing) {
@@ -399,12 +418,13 @@ TEST(P2Point, EachVertexIsALineOneRowLongDrawnByItsEdgeFlag) {
     const auto point = [&v](int i, uint32_t fog, uint32_t colour) {
         D3DTLVERTEX below = v[i];
         below.sy += 1.0f;
-        return XYZ(0, v[i]) + XYZ(0x10, below) + Words{0x209, fog, 0x219, fog, 0x0FD, colour};
+        return XYZ(0, v[i]) + XYZ(0x10, below) +
+               Words{t::V0Fixed + 9, fog, t::V1Fixed + 9, fog, t::ConstantColor, colour};
     };
     EXPECT_EQ(Draw(rig, P2_TriPoint_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2, 0x500)}),
-              (point(0, 0x40000, 0x40302010) + Words{0x263, 0x14000} +
+              (point(0, 0x40000, 0x40302010) + Words{t::DrawLine01, 0x14000} +
                point(1, 0x80000, 0x80605040) + point(2, 0xC0000, 0xC0908070) +
-               Words{0x263, 0x14000}));
+               Words{t::DrawLine01, 0x14000}));
 }
 
 TEST(P2Point, BothEndsOfAGouraudPointHaveItsLitColour) {
@@ -414,7 +434,7 @@ TEST(P2Point, BothEndsOfAGouraudPointHaveItsLitColour) {
     v[0].specular = 0x00020202;
     const Words words = Draw(rig, P2_TriPoint_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2, 0x100)});
     EXPECT_EQ(Words(words.begin() + 8, words.begin() + 14),
-              (Words{0x40008200, 0x40122232, 0x40008210, 0x40122232, 0x263, 0x10000}));
+              (Words{0x40008200, 0x40122232, 0x40008210, 0x40122232, t::DrawLine01, 0x10000}));
 }
 
 TEST(P2Untextured, EveryMemberMatchesThePlainReferenceOverRandomBatches) {

@@ -3,6 +3,7 @@
 #include "driver/raster/stipple.h"
 #include "tests/driver/raster/mip_rig.h"
 #include "tests/driver/raster/p2_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -80,9 +81,10 @@ TEST(P2Mip, ALevelIsProgrammedAheadOfTheVerticesAndStaysInTheCopies) {
         P2MipRig rig;
         const Words one = Draw(rig, member, Corner(128, 1), {TriangleRecord(0, 1, 2)});
         // Level 1 is 128 by 64 and minified: no filter. PP 1, 2, 4.
-        EXPECT_EQ(Words(one.begin(), one.begin() + 7),
-                  (Words{0x0CE, 0xFFFC01FF | 7 << 9 | 6 << 13, 0x0B1,
-                         0xFFFFFE00 | 1 | 2 << 3 | 4 << 6, 0x0B0, 0x100001, 0x5C078230}));
+        EXPECT_EQ(
+            Words(one.begin(), one.begin() + 7),
+            (Words{t::TextureReadMode, 0xFFFC01FF | 7 << 9 | 6 << 13, t::TextureMapFormat,
+                   0xFFFFFE00 | 1 | 2 << 3 | 4 << 6, t::TextureBaseAddress, 0x100001, 0x5C078230}));
         EXPECT_EQ(rig.ctx.Copies.TextureReadMode, one[1]);
         EXPECT_EQ(rig.ctx.Copies.TextureMapFormat, one[3]);
         const Words zero = Draw(rig, member, Corner(256, 1), {TriangleRecord(0, 1, 2)});
@@ -104,8 +106,8 @@ TEST(P2Mip, TheSameLevelIsProgrammedOncePerCall) {
         const D3DTRIANGLE record = TriangleRecord(0, 1, 2);
         const Words words = Draw(rig, member, Corner(128, 1), {record, record});
         EXPECT_EQ(words.size(), 6 + 26 + 10u);
-        EXPECT_EQ(std::count(words.begin(), words.end(), 0x0CEu), 1);
-        EXPECT_EQ(Draw(rig, member, Corner(128, 1), {record})[0], 0x0CEu);
+        EXPECT_EQ(std::count(words.begin(), words.end(), t::TextureReadMode), 1);
+        EXPECT_EQ(Draw(rig, member, Corner(128, 1), {record})[0], t::TextureReadMode);
     }
 }
 
@@ -118,7 +120,7 @@ TEST(P2Mip, ALevelChangeSendsAllVerticesAnew) {
         const Words words =
             Draw(rig, member, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 3)});
         EXPECT_EQ(words.size(), 6 + 26 + 6 + 26u);
-        EXPECT_EQ(words[32], 0x0CEu);
+        EXPECT_EQ(words[32], t::TextureReadMode);
         EXPECT_EQ(words[38], 0x5C078230u);
     }
 }
@@ -290,7 +292,8 @@ TEST(P2Mip, TheStoreHoldsEachDrawnRecordsVertices) {
             for (size_t i = 0; i < records.size(); ++i) {
                 test::Drawn& drawn = store.drawn[i];
                 ASSERT_TRUE(test::HoldsTriangle(drawn, vertices, records[i])) << round;
-                const TextureLevel& level = rig.texture.Levels[drawn.registers[0x0B0] - 0x100000];
+                const TextureLevel& level =
+                    rig.texture.Levels[drawn.registers[t::TextureBaseAddress] - 0x100000];
                 const float vScale =
                     member == P2_GouraudTextureZMM ? level.WidthScale : level.HeightScale;
                 for (const uint32_t index : {records[i].v1, records[i].v2, records[i].v3}) {

@@ -2,6 +2,7 @@
 #include "driver/raster/p2_tex.h"
 #include "driver/raster/stipple.h"
 #include "tests/driver/raster/p2_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -64,12 +65,12 @@ std::vector<float> DrawnU(P2Rig& rig, float u0, float u1, float u2) {
 TEST(P2Textured, AffineVerticesHaveQOfOne) {
     P2Rig rig;
     rig.ctx.RenderFlags = kState;
-    EXPECT_EQ(
-        DrawTextured(rig, P2Vertices(), {TriangleRecord(0, 1, 2)}),
-        (Words{0x5C078230, 0x3E000000, 0x3E000000, 0x3F800000, 0x41A00000, 0x41200000, 0x3F000000,
-               0x40102030, 0x5C078240, 0x3E800000, 0x3E800000, 0x3F800000, 0x41F00000, 0x41A00000,
-               0x3F000000, 0x80405060, 0x5C078250, 0x3F000000, 0x00000000, 0x3F800000, 0x41200000,
-               0x41F00000, 0x3F000000, 0xC0708090, 0x261,      0x10040}));
+    EXPECT_EQ(DrawTextured(rig, P2Vertices(), {TriangleRecord(0, 1, 2)}),
+              (Words{0x5C078230,      0x3E000000, 0x3E000000, 0x3F800000, 0x41A00000, 0x41200000,
+                     0x3F000000,      0x40102030, 0x5C078240, 0x3E800000, 0x3E800000, 0x3F800000,
+                     0x41F00000,      0x41A00000, 0x3F000000, 0x80405060, 0x5C078250, 0x3F000000,
+                     0x00000000,      0x3F800000, 0x41200000, 0x41F00000, 0x3F000000, 0xC0708090,
+                     t::DrawTriangle, 0x10040}));
 }
 
 TEST(P2Textured, PerspectiveMultipliesByRhwAndFogAndSpecularAddWords) {
@@ -109,7 +110,7 @@ TEST(P2Textured, PerspectiveMultipliesByRhwAndFogAndSpecularAddWords) {
                             Bits(30),
                             Bits(0.5f),
                             0xC0708090,
-                            0x261,
+                            t::DrawTriangle,
                             0x10040}));
 }
 
@@ -146,7 +147,8 @@ TEST(P2Textured, FlatShadingSendsTheMaskedConstantColourAndAllKsOfTheFirstVertex
     auto v = P2Vertices();
     v[0].specular = 0x000000FF;
     const Words words = DrawTextured(rig, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 3)});
-    EXPECT_EQ(Words(words.begin(), words.begin() + 3), (Words{0x0FD, 0x00302010, 0x1C0F8230}));
+    EXPECT_EQ(Words(words.begin(), words.begin() + 3),
+              (Words{t::ConstantColor, 0x00302010, 0x1C0F8230}));
     const uint32_t ks = Bits(255.0f * 0.002301960784314f);
     EXPECT_EQ(words[6], ks);
     EXPECT_EQ(words[14], ks);
@@ -170,12 +172,12 @@ TEST(P2Textured, StippleAndFlatColourGoAheadOfTheVertices) {
     const Words words =
         DrawTextured(rig, P2Vertices(), {TriangleRecord(1, 2, 0), TriangleRecord(1, 0, 3)});
     EXPECT_EQ(Words(words.begin(), words.begin() + 12),
-              (Words{0x00FF8040, 0xEE, 0x55, 0xAA, 0x55, 0xEE, 0x55, 0xAA, 0x55, 0x0FD, 0x80605040,
-                     0x1C078230}));
+              (Words{0x00FF8040, 0xEE, 0x55, 0xAA, 0x55, 0xEE, 0x55, 0xAA, 0x55, t::ConstantColor,
+                     0x80605040, 0x1C078230}));
     EXPECT_EQ(words[33], 0x10041u);
     // The second has the pattern, and both its first vertices.
     EXPECT_EQ(Words(words.begin() + 34, words.begin() + 37),
-              (Words{0x0FD, 0x80605040, 0x1C078240}));
+              (Words{t::ConstantColor, 0x80605040, 0x1C078240}));
     EXPECT_EQ(words.size(), 34 + 2 + 7 + 2u);
 }
 
@@ -369,7 +371,7 @@ TEST(P2TexturedWire, CarriesSTQAndKsAndLightsItsColoursToo) {
     EXPECT_EQ(words[8], 0x1C0F8240u);
     // Blue 0x30 and 0xFE: full, and a carry into green.
     EXPECT_EQ(Words(words.begin() + 16, words.begin() + 22),
-              (Words{0x40008200, 0x401023FE, 0x40008210, 0x80405060, 0x263, 0x10004}));
+              (Words{0x40008200, 0x401023FE, 0x40008210, 0x80405060, t::DrawLine01, 0x10004}));
     EXPECT_EQ(words[22], 0x1C0F8230u);
     EXPECT_EQ(Words(words.begin() + 34, words.begin() + 42), Words{0x1C0F8240} + a);
 }
@@ -401,8 +403,9 @@ TEST(P2Line, AnUntexturedFlatLineIsBracketedByTheRasterizerMode) {
     P2Rig rig;
     rig.ctx.RenderCommand = 0x10040;
     EXPECT_EQ(DrawLine(rig, P2Vertices()),
-              (Words{0x014, 0x20, 0x1C008230, Bits(20), Bits(10), Bits(0.5f), 0x1C008240, Bits(30),
-                     Bits(20), Bits(0.5f), 0x0FD, 0x40302010, 0x263, 0x10004, 0x014, 0}));
+              (Words{t::RasterizerMode, 0x20, 0x1C008230, Bits(20), Bits(10), Bits(0.5f),
+                     0x1C008240, Bits(30), Bits(20), Bits(0.5f), t::ConstantColor, 0x40302010,
+                     t::DrawLine01, 0x10004, t::RasterizerMode, 0}));
 }
 
 TEST(P2Line, FogColoursAndTheEndPixelFollowTheVertices) {
@@ -414,8 +417,9 @@ TEST(P2Line, FogColoursAndTheEndPixelFollowTheVertices) {
     v[0].specular = 0x80FFFFFF;
     const Words words = DrawLine(rig, v);
     EXPECT_EQ(Words(words.begin() + 10, words.end()),
-              (Words{0x209, 0x200000, 0x219, 0x100000, 0x40008200, 0x00102030, 0x40008210,
-                     0x00405060, 0x263, 0x10004, 0x008, 1, 0x014, 0}));
+              (Words{t::V0Fixed + 9, 0x200000, t::V1Fixed + 9, 0x100000, 0x40008200, 0x00102030,
+                     0x40008210, 0x00405060, t::DrawLine01, 0x10004, t::ContinueNewLine, 1,
+                     t::RasterizerMode, 0}));
 }
 
 TEST(P2Line, TexturedEndsCarrySTQAndKsOfTheirOwn) {

@@ -50,7 +50,7 @@ class VertexStore {
             const uint32_t header = words[i++];
             if ((header & 0x8000) != 0) {
                 const uint32_t group = header & 0x3F0;
-                if (group >= 0x230 && group <= 0x250 && (header >> 26 & 3) == 3) {
+                if (group >= t::V0Float && group <= t::V2Float && (header >> 26 & 3) == 3) {
                     ++verticesSent;
                 }
                 for (uint32_t place = 0; place < 16; ++place) {
@@ -70,11 +70,11 @@ class VertexStore {
 
   private:
     void Write(uint32_t number, uint32_t word) {
-        if (number >= 0x200 && number < 0x230) {
-            slots_[(number - 0x200) >> 4].fixed[number & 0xF] = word;
-        } else if (number >= 0x230 && number < 0x260) {
-            slots_[(number - 0x230) >> 4].floats[number & 0xF] = word;
-        } else if (number >= 0x261 && number <= 0x264) {
+        if (number >= t::V0Fixed && number < t::V0Float) {
+            slots_[(number - t::V0Fixed) >> 4].fixed[number & 0xF] = word;
+        } else if (number >= t::V0Float && number < t::DeltaMode) {
+            slots_[(number - t::V0Float) >> 4].floats[number & 0xF] = word;
+        } else if (number >= t::DrawTriangle && number <= t::DrawLine10) {
             drawn.push_back({number, word, slots_, registers_});
         } else {
             registers_[number] = word;

@@ -1,5 +1,6 @@
 #include "driver/raster/ZVisible.h"
 #include "tests/driver/raster/raster_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -13,9 +14,10 @@ using test::Words;
 using test::operator+;
 
 // For a target of 320 by 200.
-const Words kBegin = {0x157,      0,     0x118, 0,     0x182, 0,     0x183,
-                      0x00C80140, 0x180, 0xC00, 0x181, 5,     0x184, 0};
-const Words kAsk = {0x180, 0x3C00, 0x187, 0};
+const Words kBegin = {t::FBWriteMode,     0,          t::LBWriteMode, 0,     t::MinRegion,     0,
+                      t::MaxRegion,       0x00C80140, t::FilterMode,  0xC00, t::StatisticMode, 5,
+                      t::ResetPickResult, 0};
+const Words kAsk = {t::FilterMode, 0x3C00, t::PickResult, 0};
 
 class ZPick : public testing::TestWithParam<bool> {
   protected:
@@ -34,7 +36,7 @@ class ZPick : public testing::TestWithParam<bool> {
         };
     }
     // What the chip will say, after a word of somebody else's.
-    void Answer(uint32_t result) { rig.bus.output = {0x188, 0, 0x187, result}; }
+    void Answer(uint32_t result) { rig.bus.output = {t::Sync, 0, t::PickResult, result}; }
     // All words, sent or waiting.
     Words All() {
         const Words rest = rig.Take();
@@ -73,13 +75,13 @@ TEST_P(ZPick, EndTurnsOnDepthWritesOnlyForAContextThatWritesDepth) {
     Answer(1);
     rig.ctx.Copies.LBWriteMode = 0xFFFFFFFE;
     EndZPickTest(&rig.driver, &rig.ctx);
-    EXPECT_EQ(All(), kAsk + Words({0x157, 1}));
+    EXPECT_EQ(All(), kAsk + Words({t::FBWriteMode, 1}));
     sent.clear();
 
     Answer(1);
     rig.ctx.Copies.LBWriteMode = 0x81;
     EndZPickTest(&rig.driver, &rig.ctx);
-    EXPECT_EQ(All(), kAsk + Words({0x157, 1, 0x118, 1}));
+    EXPECT_EQ(All(), kAsk + Words({t::FBWriteMode, 1, t::LBWriteMode, 1}));
 }
 
 TEST_P(ZPick, TheQuestionReachesTheChipBeforeTheAnswerIsAwaited) {
@@ -105,10 +107,10 @@ TEST_P(ZPick, DeltaSendsThreeVerticesAndADrawWordForEachKeptTriangle) {
     EXPECT_EQ(
         Test(Delta_Tri_Z_Visible, {Vertex(1, 2, 0.5f), Vertex(5, 2, 0.25f), Vertex(1, 8, 1.0f)}, 2),
         1u);
-    const Words triangle = {0x1C008230, 0x3F800000, 0x40000000, 0x3F000000, 0x1C008240,
-                            0x40A00000, 0x40000000, 0x3E800000, 0x1C008250, 0x3F800000,
-                            0x41000000, 0x3F800000, 0x261,      0x10040};
-    EXPECT_EQ(All(), kBegin + triangle + triangle + kAsk + Words({0x157, 1}));
+    const Words triangle = {0x1C008230, 0x3F800000, 0x40000000,      0x3F000000, 0x1C008240,
+                            0x40A00000, 0x40000000, 0x3E800000,      0x1C008250, 0x3F800000,
+                            0x41000000, 0x3F800000, t::DrawTriangle, 0x10040};
+    EXPECT_EQ(All(), kBegin + triangle + triangle + kAsk + Words({t::FBWriteMode, 1}));
 }
 
 TEST_P(ZPick, GlintSendsDepthAndEdgesButNeitherColourNorStipple) {
@@ -127,7 +129,7 @@ TEST_P(ZPick, GlintSendsDepthAndEdgesButNeitherColourNorStipple) {
     EXPECT_EQ(
         Words(words.begin() + kBegin.size() + 7, words.end()),
         Words({0x00FF8000, 0xC0000, 0xFFFE0000, 0x40000, 0, 0x70000, 0xFFFF0000, 4, 0x10040}) +
-            kAsk + Words({0x157, 1}));
+            kAsk + Words({t::FBWriteMode, 1}));
 }
 
 TEST_P(ZPick, AllCulledDrawsNothingAndIsNotVisible) {
@@ -136,7 +138,7 @@ TEST_P(ZPick, AllCulledDrawsNothingAndIsNotVisible) {
     for (const auto facility : {Delta_Tri_Z_Visible, Glint_Tri_Z_Visible}) {
         Answer(0);
         EXPECT_EQ(Test(facility, line, 3), 0u);
-        EXPECT_EQ(All(), kBegin + kAsk + Words({0x157, 1}));
+        EXPECT_EQ(All(), kBegin + kAsk + Words({t::FBWriteMode, 1}));
         sent.clear();
     }
 }
@@ -147,7 +149,7 @@ TEST_P(ZPick, WithoutTrianglesDeltaSaysVisibleAndGlintAsksTheChip) {
     EXPECT_TRUE(rig.bus.events.empty());
     Answer(0);
     EXPECT_EQ(Test(Glint_Tri_Z_Visible, {}, 0), 0u);
-    EXPECT_EQ(All(), kBegin + kAsk + Words({0x157, 1}));
+    EXPECT_EQ(All(), kBegin + kAsk + Words({t::FBWriteMode, 1}));
 }
 
 TEST_P(ZPick, GlintDropsAFlatTriangleAndLeavesItsVerticesOnWholeRows) {
@@ -156,7 +158,7 @@ TEST_P(ZPick, GlintDropsAFlatTriangleAndLeavesItsVerticesOnWholeRows) {
     D3DTRIANGLE record{0, 1, 2, 0};
     D3DINSTRUCTION ins{D3DOP_TRIANGLE, sizeof record, 1};
     EXPECT_EQ(Glint_Tri_Z_Visible(&rig.ctx, &ins, vertices.data(), &record), 0u);
-    EXPECT_EQ(All(), kBegin + kAsk + Words({0x157, 1}));
+    EXPECT_EQ(All(), kBegin + kAsk + Words({t::FBWriteMode, 1}));
     for (const D3DTLVERTEX& vertex : vertices) {
         EXPECT_EQ(vertex.sy, 10.0f);
     }
@@ -252,7 +254,7 @@ TEST_P(ZPickDMA, EndGoesOnInTheNextSubBufferAndFromTheLastOneInTheFirst) {
         Answer(0);
         EndZPickTest(&rig.driver, &rig.ctx);
         EXPECT_EQ(stream.SubBufferIndex, next);
-        EXPECT_EQ(rig.Take(), (Words{0x157, 1}));
+        EXPECT_EQ(rig.Take(), (Words{t::FBWriteMode, 1}));
     }
 }
 
@@ -262,8 +264,9 @@ TEST_P(ZPickDMA, OnTheFirstPermediaTheNextSubBufferBeginsWithItsHead) {
     Answer(1);
     EndZPickTest(&rig.driver, &rig.ctx);
     EXPECT_EQ(sent, kAsk);
-    EXPECT_EQ(rig.Take(), (Words{0x0D2, 0, 0x070, 0, 0x0D0, 0, 0x0CE, 0, 0x102, 0, 0x0D3,
-                                 0xFFFFFFFF, 0x157, 1}));
+    EXPECT_EQ(rig.Take(), (Words{t::FogMode, 0, t::TextureAddressMode, 0, t::TextureColorMode, 0,
+                                 t::TextureReadMode, 0, t::AlphaBlendMode, 0, t::FogColor,
+                                 0xFFFFFFFF, t::FBWriteMode, 1}));
 }
 
 } // namespace

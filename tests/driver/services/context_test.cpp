@@ -1,6 +1,7 @@
 #include "driver/core/dma.h"
 #include "driver/services/context.h"
 #include "tests/support/rig.h"
+#include "tests/support/tag_names.h"
 #include "tests/support/words.h"
 
 #include <gtest/gtest.h>
@@ -37,7 +38,8 @@ TEST(HardwareContexts, ANewOneStartsWithTheChipsRegistersAndIsNotCurrent) {
     }
     const uint32_t id = CreateContext(rig.driver, rig.chip, 3, 0x1111, 0x2222);
     EXPECT_EQ(id, 6u);
-    EXPECT_EQ(SavedOf(rig.chip, id, 5), (Words{0x100, 0x101, 0x102, 0x103, 0x104}));
+    EXPECT_EQ(SavedOf(rig.chip, id, 5),
+              (Words{0x100, 0x101, 0x102, 0x103, 0x104}));
     EXPECT_EQ(rig.chip->ContextBlocks->Handle[6], 0x1111u);
     EXPECT_EQ(rig.chip->ContextBlocks->Owner[6], 0x2222u);
     EXPECT_EQ(rig.chip->ContextBlocks->Type[6], 3u);
@@ -249,7 +251,7 @@ TEST(HardwareContexts, AnOutgoingDirect3DContextsWordsGoFirstThenTheSync) {
     rig.bus->Clear();
     ChangeContext(rig.driver, rig.chip, kContext2D);
     ASSERT_EQ(rig.bus->transfers.size(), 1u);
-    EXPECT_EQ(rig.bus->transfers[0].words, (Words{0x0D2, 1}));
+    EXPECT_EQ(rig.bus->transfers[0].words, (Words{t::FogMode, 1}));
     const std::vector<BusEvent> writes = rig.bus->Writes();
     EXPECT_EQ(writes[0].offset, reg::DMAAddress);
     EXPECT_EQ(writes[1].offset, reg::DMACount);

@@ -4,6 +4,7 @@
 #include "driver/services/services.h"
 #include "host/win32/system.h"
 #include "tests/support/rig.h"
+#include "tests/support/tag_names.h"
 #include "tests/support/words.h"
 
 #include <gtest/gtest.h>
@@ -57,9 +58,9 @@ class ServiceTest : public testing::Test {
 };
 
 TEST_F(ServiceTest, ReadsRegistersOfTheCurrentContextByRunningNumber) {
-    rig.bus->registers[0x8000 + 0x103 * 8] = 0xD17;
-    rig.bus->registers[0x8000 + 0x104 * 8] = 0xD18;
-    EXPECT_EQ(Service(0, {0, 2, 0x103, 5}), 0);
+    rig.bus->registers[0x8000 + t::DitherMode * 8] = 0xD17;
+    rig.bus->registers[0x8000 + t::FBSoftwareWriteMask * 8] = 0xD18;
+    EXPECT_EQ(Service(0, {0, 2, t::DitherMode, 5}), 0);
     EXPECT_EQ(Answer(5), (Words{0, 0xD17, 1, 0xD18, kUntouched}));
     EXPECT_EQ(rig.chip->CurrentContext, 5u);
     EXPECT_TRUE(rig.bus->Writes().empty());
@@ -68,11 +69,11 @@ TEST_F(ServiceTest, ReadsRegistersOfTheCurrentContextByRunningNumber) {
 
 TEST_F(ServiceTest, ReadsRegistersUnderAnotherContextAndGoesBack) {
     const int32_t id = KORV_CreateContext(rig.driver, 2);
-    EXPECT_EQ(Service(0, {0, 1, 0x103, static_cast<uint32_t>(id)}), 0);
+    EXPECT_EQ(Service(0, {0, 1, t::DitherMode, static_cast<uint32_t>(id)}), 0);
     EXPECT_EQ(rig.chip->CurrentContext, 5u);
     const auto& events = rig.bus->events;
     const auto syncs = std::count_if(events.begin(), events.end(), [](const test::BusEvent& e) {
-        return e.kind == 'w' && e.offset == 0x8000 + 0x188 * 8;
+        return e.kind == 'w' && e.offset == 0x8000 + t::Sync * 8;
     });
     EXPECT_EQ(syncs, 2); // each change drains the chip
 }
@@ -108,9 +109,9 @@ TEST_F(ServiceTest, FromNoContextItGoesBackToNone) {
 TEST_F(ServiceTest, NoRegistersAtAllAreReadAndTheContextStillChanges) {
     const auto id = static_cast<uint32_t>(KORV_CreateContext(rig.driver, 2));
     rig.bus->Clear();
-    EXPECT_EQ(Service(0, {0, 0, 0x103, id}), 0);
+    EXPECT_EQ(Service(0, {0, 0, t::DitherMode, id}), 0);
     EXPECT_EQ(buffer[0], kUntouched);
-    EXPECT_EQ(rig.bus->ReadsOf(0x8000 + 0x103 * 8), 0u);
+    EXPECT_EQ(rig.bus->ReadsOf(0x8000 + t::DitherMode * 8), 0u);
     EXPECT_FALSE(rig.bus->Writes().empty());
 }
 

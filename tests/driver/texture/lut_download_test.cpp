@@ -1,6 +1,7 @@
 // Palette loads on a context's own stream, under both carriers.
 #include "driver/texture/lut_download.h"
 #include "tests/driver/texture/download_support.h"
+#include "tests/support/tag_names.h"
 
 using namespace test;
 
@@ -59,12 +60,15 @@ struct Palette {
 };
 
 Words SetupOf(uint32_t deviceId) {
-    return deviceId == DeviceMX ? Words{0x117, kAddress, 0x11E, 0, 0x110, 0}
-                                : Words{0x11E, kAddress};
+    return deviceId == DeviceMX
+               ? Words{t::LBWindowBase, kAddress, t::TextureDownloadOffset, 0, t::LBReadMode, 0}
+               : Words{t::TextureDownloadOffset, kAddress};
 }
 
 Words EndOf(uint32_t deviceId) {
-    return deviceId == DeviceMX ? Words{0x017, 0, 0x110, 0x1234, 0x117, 0x5678} : Words{0x017, 0};
+    return deviceId == DeviceMX
+               ? Words{t::WaitForCompletion, 0, t::LBReadMode, 0x1234, t::LBWindowBase, 0x5678}
+               : Words{t::WaitForCompletion, 0};
 }
 
 constexpr uint32_t kChips[] = {DevicePermedia2, DeviceMX};
@@ -73,7 +77,8 @@ TEST(LUTDownload, FourRunsOf64WordsInFIFOMode) {
     for (uint32_t chip : kChips) {
         Palette load(chip, false);
         load.Load();
-        EXPECT_EQ(load.rig.Sent(), SetupOf(chip) + Runs(0x11D, Palette::Colours()) + EndOf(chip));
+        EXPECT_EQ(load.rig.Sent(),
+                  SetupOf(chip) + Runs(t::TextureData, Palette::Colours()) + EndOf(chip));
         EXPECT_EQ(load.surface->priv.LUTAddress, kAddress);
     }
 }
@@ -83,7 +88,7 @@ TEST(LUTDownload, TheSameWordsUnderDMAWithoutDisconnect) {
         Palette load(chip, true);
         load.Load();
         const Words words = load.rig.Sent() + Rig::Pending(load.ctx);
-        EXPECT_EQ(words, SetupOf(chip) + Runs(0x11D, Palette::Colours()) + EndOf(chip));
+        EXPECT_EQ(words, SetupOf(chip) + Runs(t::TextureData, Palette::Colours()) + EndOf(chip));
         for (const BusEvent& write : load.rig.bus->Writes()) {
             EXPECT_NE(write.offset, 0x68u);
             EXPECT_NE(write.offset, 0x868u);
@@ -139,7 +144,7 @@ TEST(LUTDownload, MXHasNoAGPBranch) {
     load.surface->local.ddsCaps.dwCaps |= DDSCAPS_NONLOCALVIDMEM;
     load.Load();
     EXPECT_EQ(load.rig.Sent(),
-              SetupOf(DeviceMX) + Runs(0x11D, Palette::Colours()) + EndOf(DeviceMX));
+              SetupOf(DeviceMX) + Runs(t::TextureData, Palette::Colours()) + EndOf(DeviceMX));
 }
 
 } // namespace

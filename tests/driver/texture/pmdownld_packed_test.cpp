@@ -1,5 +1,6 @@
 #include "driver/texture/pmdownld.h"
 #include "tests/driver/texture/download_support.h"
+#include "tests/support/tag_names.h"
 
 using namespace test;
 
@@ -20,9 +21,30 @@ struct PermediaPackedSetup {
 };
 
 Words WordsOf(const PermediaPackedSetup& s) {
-    return {0x105, 0,           0x150, s.readMode, 0x15A, s.readPixel, 0x152, 0,
-            0x156, s.base,      0x000, s.xDom,     0x002, s.xSub,      0x02A, s.limits,
-            0x004, s.top << 16, 0x005, 0x10000,    0x006, s.height,    0x007, 0x1040};
+    return {t::LogicalOpMode,
+            0,
+            t::FBReadMode,
+            s.readMode,
+            t::FBReadPixel,
+            s.readPixel,
+            t::FBPixelOffset,
+            0,
+            t::FBWindowBase,
+            s.base,
+            t::StartXDom,
+            s.xDom,
+            t::StartXSub,
+            s.xSub,
+            t::PackedDataLimits,
+            s.limits,
+            t::StartY,
+            s.top << 16,
+            t::dY,
+            0x10000,
+            t::Count,
+            s.height,
+            t::Render,
+            0x1040};
 }
 
 uint32_t DataOf(const Words& words, uint32_t tagNumber) {
@@ -40,7 +62,8 @@ TEST(PackedDownload, SixteenBitPixelsGoTwoToAWord) {
     load.Run(PermediaPackedDownload, {4, 2, 10, 5}, {6, 3, 12, 6});
     // Columns 3 to (12 + 3) / 2 = 7: four words a line.
     EXPECT_EQ(load.Sent(), WordsOf({0x80123, 1, 0x3000, 3 << 16, 7 << 16, 6 << 16 | 12, 3, 3}) +
-                               Lines(t::Color, 2 * kPitch + 4 * 2, 4, 3) + Words({0x15A, 2}));
+                               Lines(t::Color, 2 * kPitch + 4 * 2, 4, 3) +
+                               Words({t::FBReadPixel, 2}));
 }
 
 TEST(PackedDownload, EightBitPixelsGoFourToAWord) {
@@ -49,14 +72,14 @@ TEST(PackedDownload, EightBitPixelsGoFourToAWord) {
     // Both start at pixel 1 of their word. Columns 3 to (23 + 7) / 4 = 7; the source starts at
     // pixel 8.
     EXPECT_EQ(load.Sent(), WordsOf({0x80123, 0, 0x6000, 3 << 16, 7 << 16, 13 << 16 | 23, 7, 2}) +
-                               Lines(t::Color, 8, 4, 2) + Words({0x15A, 1}));
+                               Lines(t::Color, 8, 4, 2) + Words({t::FBReadPixel, 1}));
 }
 
 TEST(PackedDownload, ThirtyTwoBitPixelsAreWords) {
     PermediaPacked load(PixelSize32, 32);
     load.Run(PermediaPackedDownload, {5, 1, 8, 3}, {2, 0, 5, 2});
     EXPECT_EQ(load.Sent(), WordsOf({0x80123, 2, 0x1800, 2 << 16, 5 << 16, 2 << 16 | 5, 0, 2}) +
-                               Lines(t::Color, kPitch + 5 * 4, 3, 2) + Words({0x15A, 2}));
+                               Lines(t::Color, kPitch + 5 * 4, 3, 2) + Words({t::FBReadPixel, 2}));
 }
 
 TEST(PackedDownload, FourAndTwentyFourBitPixelsFollowTheSixteenBitColumns) {
@@ -65,12 +88,12 @@ TEST(PackedDownload, FourAndTwentyFourBitPixelsFollowTheSixteenBitColumns) {
     // Source pixel 19 is in the word of pixels 16 to 23; the offset is shifted by the code itself.
     EXPECT_EQ(four.Sent(),
               WordsOf({0x80123, 3, 0x6000 >> 3, 1 << 16, 7 << 16, 3 << 16 | 11, 0, 1}) +
-                  Lines(t::Color, kPitch + (16 << 3), 6, 1) + Words({0x15A, 1}));
+                  Lines(t::Color, kPitch + (16 << 3), 6, 1) + Words({t::FBReadPixel, 1}));
     PermediaPacked whole(PixelSize24, 24);
     whole.Run(PermediaPackedDownload, {3, 1, 7, 2}, {4, 2, 8, 3});
     EXPECT_EQ(whole.Sent(),
               WordsOf({0x80123, 4, 0x6000 >> 4, 2 << 16, 5 << 16, 4 << 16 | 8, 2, 1}) +
-                  Lines(t::Color, kPitch + (3 << 4), 3, 1) + Words({0x15A, 4}));
+                  Lines(t::Color, kPitch + (3 << 4), 3, 1) + Words({t::FBReadPixel, 4}));
 }
 
 TEST(PackedDownload, TheRelativeOffsetIsTheDifferenceOfThePlacesInTheirWords) {
@@ -87,8 +110,8 @@ TEST(PackedDownload, TheRelativeOffsetIsTheDifferenceOfThePlacesInTheirWords) {
         load.Run(PermediaPackedDownload, {c.source, 0, c.source + 8, 1},
                  {c.dest, 0, c.dest + 8, 1});
         const Words sent = load.Sent();
-        EXPECT_EQ(DataOf(sent, 0x150), 0x80123u | c.relative << 20);
-        EXPECT_EQ(DataOf(sent, 0x02A),
+        EXPECT_EQ(DataOf(sent, t::FBReadMode), 0x80123u | c.relative << 20);
+        EXPECT_EQ(DataOf(sent, t::PackedDataLimits),
                   c.relative << 29 | static_cast<uint32_t>(c.dest << 16 | (c.dest + 8)));
     }
 }
@@ -130,7 +153,7 @@ TEST(PackedDownload, ASourcePartlyAboveMovesTheDestinationDown) {
     PermediaPacked load(PixelSize16);
     load.Run(PermediaPackedDownload, {0, -3, 4, 2}, {0, 10, 4, 15});
     EXPECT_EQ(load.Sent(), WordsOf({0x80123, 1, 0x3000, 0, 3 << 16, 4, 13, 2}) +
-                               Lines(t::Color, 0, 3, 2) + Words({0x15A, 1}));
+                               Lines(t::Color, 0, 3, 2) + Words({t::FBReadPixel, 1}));
 }
 
 TEST(PackedDownload, ASourcePartlyLeftMovesTheDestinationRight) {
@@ -139,13 +162,14 @@ TEST(PackedDownload, ASourcePartlyLeftMovesTheDestinationRight) {
     // The destination starts at 13, an odd pixel, the source at 0.
     EXPECT_EQ(load.Sent(),
               WordsOf({0x180123, 1, 0x3000, 6 << 16, 10 << 16, 1u << 29 | 13 << 16 | 17, 0, 2}) +
-                  Lines(t::Color, kPitch, 4, 2) + Words({0x15A, 1}));
+                  Lines(t::Color, kPitch, 4, 2) + Words({t::FBReadPixel, 1}));
 }
 
 TEST(PackedDownload, ASourceThatOnlyTouchesTheEdgeIsNotDroppedButHasNoLines) {
     PermediaPacked load(PixelSize16);
     load.Run(PermediaPackedDownload, {0, -4, 4, 0}, {0, 10, 4, 14});
-    EXPECT_EQ(load.Sent(), WordsOf({0x80123, 1, 0x3000, 0, 3 << 16, 4, 14, 0}) + Words({0x15A, 1}));
+    EXPECT_EQ(load.Sent(),
+              WordsOf({0x80123, 1, 0x3000, 0, 3 << 16, 4, 14, 0}) + Words({t::FBReadPixel, 1}));
 }
 
 TEST(PackedDownload, DisconnectStandsInForWaits) {
@@ -167,36 +191,43 @@ TEST(PackedDownload, NoWordFallsOutOfTheWindow) {
         load.Run(PermediaPackedDownload, {0, 0, 25, 1});
         const Words sent = load.Sent();
         EXPECT_EQ(Words(sent.begin() + 24, sent.end()),
-                  Lines(t::Color, 0, 25, 1) + Words({0x15A, 2}));
+                  Lines(t::Color, 0, 25, 1) + Words({t::FBReadPixel, 2}));
     }
 }
 
 TEST(PackedDisplayDownload, TwoSixteenBitPixelsAreDrawnAsOneOf32Bits) {
     PermediaPacked load(PixelSize16);
     load.Run(PermediaPacked16BitDownload, {3, 2, 11, 4}, {5, 6, 13, 8});
-    const Words want = {0x105, 0,       0x150, 0x0AB,   0x15A, 2,       0x152, 0,
-                        0x156, 0x1800,  0x000, 2 << 16, 0x002, 6 << 16, 0x004, 6 << 16,
-                        0x005, 0x10000, 0x006, 2,       0x007, 0x1040};
-    EXPECT_EQ(load.Sent(), want + Lines(t::Color, 2 * kPitch + 3 * 2, 4, 2) + Words({0x15A, 1}));
+    const Words want = {
+        t::LogicalOpMode, 0,       t::FBReadMode,   0x0AB,   t::FBReadPixel, 2,
+        t::FBPixelOffset, 0,       t::FBWindowBase, 0x1800,  t::StartXDom,   2 << 16,
+        t::StartXSub,     6 << 16, t::StartY,       6 << 16, t::dY,          0x10000,
+        t::Count,         2,       t::Render,       0x1040};
+    EXPECT_EQ(load.Sent(),
+              want + Lines(t::Color, 2 * kPitch + 3 * 2, 4, 2) + Words({t::FBReadPixel, 1}));
 }
 
 TEST(PackedDisplayDownload, FourEightBitPixelsAreDrawnAsOneOf32Bits) {
     PermediaPacked load(PixelSize8, 8);
     load.Run(PermediaPacked8BitDownload, {3, 2, 14, 4}, {5, 6, 16, 8});
-    const Words want = {0x105, 0,       0x150, 0x0AB,   0x15A, 2,       0x152, 0,
-                        0x156, 0x1800,  0x000, 1 << 16, 0x002, 4 << 16, 0x004, 6 << 16,
-                        0x005, 0x10000, 0x006, 2,       0x007, 0x1040};
-    EXPECT_EQ(load.Sent(), want + Lines(t::Color, 2 * kPitch + 3, 2, 2) + Words({0x15A, 0}));
+    const Words want = {
+        t::LogicalOpMode, 0,       t::FBReadMode,   0x0AB,   t::FBReadPixel, 2,
+        t::FBPixelOffset, 0,       t::FBWindowBase, 0x1800,  t::StartXDom,   1 << 16,
+        t::StartXSub,     4 << 16, t::StartY,       6 << 16, t::dY,          0x10000,
+        t::Count,         2,       t::Render,       0x1040};
+    EXPECT_EQ(load.Sent(),
+              want + Lines(t::Color, 2 * kPitch + 3, 2, 2) + Words({t::FBReadPixel, 0}));
 }
 
 TEST(PackedDisplayDownload, SizeIsTakenBeforeTheClip) {
     PermediaPacked load(PixelSize16);
     load.Run(PermediaPacked16BitDownload, {-2, -1, 6, 3}, {4, 5, 12, 9});
     const Words sent = load.Sent();
-    EXPECT_EQ(DataOf(sent, 0x000), 3u << 16); // left is 6 after the clip
-    EXPECT_EQ(DataOf(sent, 0x004), 6u << 16);
-    EXPECT_EQ(DataOf(sent, 0x006), 4u);
-    EXPECT_EQ(Words(sent.begin() + 22, sent.end()), Lines(t::Color, 0, 4, 4) + Words({0x15A, 1}));
+    EXPECT_EQ(DataOf(sent, t::StartXDom), 3u << 16); // left is 6 after the clip
+    EXPECT_EQ(DataOf(sent, t::StartY), 6u << 16);
+    EXPECT_EQ(DataOf(sent, t::Count), 4u);
+    EXPECT_EQ(Words(sent.begin() + 22, sent.end()),
+              Lines(t::Color, 0, 4, 4) + Words({t::FBReadPixel, 1}));
 }
 
 } // namespace

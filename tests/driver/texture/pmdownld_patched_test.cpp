@@ -1,5 +1,6 @@
 #include "driver/texture/pmdownld.h"
 #include "tests/driver/texture/download_support.h"
+#include "tests/support/tag_names.h"
 
 using namespace test;
 
@@ -24,7 +25,7 @@ Words ColoursOf16Bit(uint32_t redMask, const std::vector<uint16_t>& pixels) {
     load.SetSource(Halves(pixels), 2 * count);
     load.Run(PermediaPatchedTextureDownload, {0, 0, count, 1});
     const Words sent = load.Sent();
-    const Words data = Runs(0x0FE, Words(pixels.size()));
+    const Words data = Runs(t::Color, Words(pixels.size()));
     constexpr size_t kTail = 6;
     Words colours;
     for (size_t i = sent.size() - kTail - data.size(), n = 0; i != sent.size() - kTail; ++i, ++n) {
@@ -40,12 +41,42 @@ TEST(PatchedDownload, EightBitPixelsGoLineByLineInEveryColourByte) {
     load.SetDest(PixelSize8, 64, 0x4321);
     load.SetSource({0x01, 0x80, 0xFF, 0x99, 0x10, 0x00, 0x7F, 0x99}, 4);
     load.Run(PermediaPatchedTextureDownload, {0, 0, 3, 2});
-    const Words want = {0x15A,   0,        0x0D0,    0,        0x105,    0, //
-                        0x150,   0x123,    0x152,    0,        0x156,    0x4321,   0x000, 0,
-                        0x002,   3 << 16,  0x004,    0,        0x005,    0x10000,  0x006, 2,
-                        0x007,   0x1040,   0x200FE,  0x010101, 0x808080, 0xFFFFFF, //
-                        0x200FE, 0x101010, 0x000000, 0x7F7F7F,                     //
-                        0x15A,   2,        0x017,    0};
+    const Words want = {t::FBReadPixel,
+                        0,
+                        t::TextureColorMode,
+                        0,
+                        t::LogicalOpMode,
+                        0, //
+                        t::FBReadMode,
+                        0x123,
+                        t::FBPixelOffset,
+                        0,
+                        t::FBWindowBase,
+                        0x4321,
+                        t::StartXDom,
+                        0,
+                        t::StartXSub,
+                        3 << 16,
+                        t::StartY,
+                        0,
+                        t::dY,
+                        0x10000,
+                        t::Count,
+                        2,
+                        t::Render,
+                        0x1040,
+                        0x200FE,
+                        0x010101,
+                        0x808080,
+                        0xFFFFFF, //
+                        0x200FE,
+                        0x101010,
+                        0x000000,
+                        0x7F7F7F, //
+                        t::FBReadPixel,
+                        2,
+                        t::WaitForCompletion,
+                        0};
     EXPECT_EQ(load.Sent(), want);
 }
 
@@ -57,12 +88,43 @@ TEST(PatchedDownload, SixteenBitPixelsAreDitheredToTheSurfacesFormat) {
     record.RedMask = 0xF800;
     load.SetSource(Halves({0xF800, 0x07E0, 0x001F, 0x0821}), 4);
     load.Run(PermediaPatchedTextureDownload, {0, 0, 2, 2});
-    const Words want = {0x15A,   1,        0x103,    0x10001,  0x0D0,    0,     0x105,
-                        0,       0x150,    0x123,    0x152,    0,        0x156, 0x2000,
-                        0x000,   0,        0x002,    0x20000,  0x004,    0,     0x005,
-                        0x10000, 0x006,    2,        0x007,    0x1040,   //
-                        0x300FE, 0xF80000, 0x00FC00, 0x0000F8, 0x080408, //
-                        0x103,   0,        0x15A,    2,        0x017,    0};
+    const Words want = {t::FBReadPixel,
+                        1,
+                        t::DitherMode,
+                        0x10001,
+                        t::TextureColorMode,
+                        0,
+                        t::LogicalOpMode,
+                        0,
+                        t::FBReadMode,
+                        0x123,
+                        t::FBPixelOffset,
+                        0,
+                        t::FBWindowBase,
+                        0x2000,
+                        t::StartXDom,
+                        0,
+                        t::StartXSub,
+                        0x20000,
+                        t::StartY,
+                        0,
+                        t::dY,
+                        0x10000,
+                        t::Count,
+                        2,
+                        t::Render,
+                        0x1040, //
+                        0x300FE,
+                        0xF80000,
+                        0x00FC00,
+                        0x0000F8,
+                        0x080408, //
+                        t::DitherMode,
+                        0,
+                        t::FBReadPixel,
+                        2,
+                        t::WaitForCompletion,
+                        0};
     EXPECT_EQ(load.Sent(), want);
 }
 
@@ -94,12 +156,41 @@ TEST(PatchedDownload, ThirtyTwoBitPixelsGoAsTheyStand) {
     load.SetDest(PixelSize32, 64, 0x4000);
     load.SetSource({1, 2, 3, 4, 5, 6, 7, 8}, 8);
     load.Run(PermediaPatchedTextureDownload, {0, 0, 2, 1});
-    const Words want = {0x15A,   2,          0x103,      1,       0x0D0,  0,     0x105,
-                        0,       0x150,      0x123,      0x152,   0,      0x156, 0x1000,
-                        0x000,   0,          0x002,      0x20000, 0x004,  0,     0x005,
-                        0x10000, 0x006,      1,          0x007,   0x1040, //
-                        0x100FE, 0x04030201, 0x08070605,                  //
-                        0x103,   0,          0x15A,      0,       0x017,  0};
+    const Words want = {t::FBReadPixel,
+                        2,
+                        t::DitherMode,
+                        1,
+                        t::TextureColorMode,
+                        0,
+                        t::LogicalOpMode,
+                        0,
+                        t::FBReadMode,
+                        0x123,
+                        t::FBPixelOffset,
+                        0,
+                        t::FBWindowBase,
+                        0x1000,
+                        t::StartXDom,
+                        0,
+                        t::StartXSub,
+                        0x20000,
+                        t::StartY,
+                        0,
+                        t::dY,
+                        0x10000,
+                        t::Count,
+                        1,
+                        t::Render,
+                        0x1040, //
+                        0x100FE,
+                        0x04030201,
+                        0x08070605, //
+                        t::DitherMode,
+                        0,
+                        t::FBReadPixel,
+                        0,
+                        t::WaitForCompletion,
+                        0};
     EXPECT_EQ(load.Sent(), want);
 }
 
@@ -110,11 +201,34 @@ TEST(PatchedDownload, TwentyFourBitSurfacesTakeWordsAtAThirdOfTheOffset) {
     record.FormatExtension = 1;
     load.SetSource(Pattern(16), 6);
     load.Run(PermediaPatchedTextureDownload, {0, 0, 2, 2});
-    const Words want = Words{0x15A, 4,     0x103, 0x10011, 0x0D0,  0,     0x105, 0,     0x150,
-                             0x123, 0x152, 0,     0x156,   0x1000, 0x000, 0,     0x002, 0x20000,
-                             0x004, 0,     0x005, 0x10000, 0x006,  2,     0x007, 0x1040} +
-                       Runs(0x0FE, WordsAt(Pattern(16), 0, 4)) +
-                       Words{0x103, 0, 0x15A, 4, 0x017, 0};
+    const Words want = Words{t::FBReadPixel,
+                             4,
+                             t::DitherMode,
+                             0x10011,
+                             t::TextureColorMode,
+                             0,
+                             t::LogicalOpMode,
+                             0,
+                             t::FBReadMode,
+                             0x123,
+                             t::FBPixelOffset,
+                             0,
+                             t::FBWindowBase,
+                             0x1000,
+                             t::StartXDom,
+                             0,
+                             t::StartXSub,
+                             0x20000,
+                             t::StartY,
+                             0,
+                             t::dY,
+                             0x10000,
+                             t::Count,
+                             2,
+                             t::Render,
+                             0x1040} +
+                       Runs(t::Color, WordsAt(Pattern(16), 0, 4)) +
+                       Words{t::DitherMode, 0, t::FBReadPixel, 4, t::WaitForCompletion, 0};
     EXPECT_EQ(load.Sent(), want);
 }
 
@@ -128,11 +242,44 @@ TEST(PatchedDownload, AFourBitSurfaceIsDrawnAsAnEightBitOneOfHalfTheWidth) {
         load.SetSource({0x21, 0x43, 0x99, 0xBA, 0xDC, 0x99}, 3);
         load.Run(PermediaPatchedTextureDownload, {0, 0, 4, 2});
         const uint32_t code = (5u << 3 | 2u) | (patched ? 0x4040000u : 0u);
-        const Words want = {0x15A,   0,     0x103, 0,       0x0D0,  0,     0x105, 0,      0x150,
-                            code,    0x152, 0,     0x156,   0x4003, 0x000, 0,     0x002,  0x20000,
-                            0x004,   0,     0x005, 0x10000, 0x006,  2,     0x007, 0x1040, //
-                            0x100FE, 0x21,  0x43,  0x100FE, 0xBA,   0xDC,                 //
-                            0x103,   0,     0x15A, 1,       0x017,  0};
+        const Words want = {t::FBReadPixel,
+                            0,
+                            t::DitherMode,
+                            0,
+                            t::TextureColorMode,
+                            0,
+                            t::LogicalOpMode,
+                            0,
+                            t::FBReadMode,
+                            code,
+                            t::FBPixelOffset,
+                            0,
+                            t::FBWindowBase,
+                            0x4003,
+                            t::StartXDom,
+                            0,
+                            t::StartXSub,
+                            0x20000,
+                            t::StartY,
+                            0,
+                            t::dY,
+                            0x10000,
+                            t::Count,
+                            2,
+                            t::Render,
+                            0x1040, //
+                            0x100FE,
+                            0x21,
+                            0x43,
+                            0x100FE,
+                            0xBA,
+                            0xDC, //
+                            t::DitherMode,
+                            0,
+                            t::FBReadPixel,
+                            1,
+                            t::WaitForCompletion,
+                            0};
         EXPECT_EQ(load.Sent(), want);
     }
 }
@@ -253,7 +400,7 @@ TEST(PatchedDownload, SendsTheSameWordsWhereverInTheWindowItStarts) {
         for (uint8_t byte : Pattern(8)) {
             want.push_back(byte * 0x010101u);
         }
-        want = Runs(0x0FE, want) + Words{0x15A, 1, 0x017, 0};
+        want = Runs(t::Color, want) + Words{t::FBReadPixel, 1, t::WaitForCompletion, 0};
         const Words sent = load.Sent();
         EXPECT_EQ(sent.size(), 24 + want.size());
         EXPECT_EQ(Words(sent.begin() + 24, sent.end()), want);
@@ -292,7 +439,7 @@ TEST(PatchedDownload, EverySixteenBitPixelIsConvertedInALoadOf65536) {
         }
         const Words sent = load.Sent();
         ASSERT_EQ(sent.size(), 26u + 65536 + 1024 + 6);
-        EXPECT_TRUE(Words(sent.begin() + 26, sent.end() - 6) == Runs(0x0FE, data));
+        EXPECT_TRUE(Words(sent.begin() + 26, sent.end() - 6) == Runs(t::Color, data));
     }
 }
 

@@ -1,5 +1,6 @@
 #include "driver/texture/txdownld.h"
 #include "tests/driver/texture/download_support.h"
+#include "tests/support/tag_names.h"
 
 using namespace test;
 
@@ -30,12 +31,29 @@ struct GlintPackedSetup {
 
 // State behind the scissor words.
 Words GlintWordsOf(const GlintPackedSetup& s) {
-    return {0x105,  0,       0x150,         0x123,    0x152,         0,      0x156,
-            s.base, 0x000,   s.first << 16, 0x002,    s.right << 16, 0x004,  s.top << 16,
-            0x005,  0x10000, 0x006,         s.height, 0x007,         0x41048};
+    return {t::LogicalOpMode,
+            0,
+            t::FBReadMode,
+            0x123,
+            t::FBPixelOffset,
+            0,
+            t::FBWindowBase,
+            s.base,
+            t::StartXDom,
+            s.first << 16,
+            t::StartXSub,
+            s.right << 16,
+            t::StartY,
+            s.top << 16,
+            t::dY,
+            0x10000,
+            t::Count,
+            s.height,
+            t::Render,
+            0x41048};
 }
 
-const Words kEnd = {0x030, 0, 0x017, 0};
+const Words kEnd = {t::ScissorMode, 0, t::WaitForCompletion, 0};
 
 TEST(TXPatchedDownload, RawWordsGoToTextureDataByPixelSize) {
     const struct {
@@ -45,8 +63,10 @@ TEST(TXPatchedDownload, RawWordsGoToTextureDataByPixelSize) {
     for (const auto& c : cases) {
         Texture load(c.pixelSize);
         load.Run(TXPatchedTextureDownload, {0, 0, 24, 3});
-        EXPECT_EQ(load.Sent(), Words({0x117, Texture::kOffset / 4, 0x092, 3, 0x11E, 0, 0x110, 0}) +
-                                   Lines(0x11D, 0, c.words, 3) + Words({0x017, 0}));
+        EXPECT_EQ(load.Sent(), Words({t::LBWindowBase, Texture::kOffset / 4, t::TextureCacheControl,
+                                      3, t::TextureDownloadOffset, 0, t::LBReadMode, 0}) +
+                                   Lines(t::TextureData, 0, c.words, 3) +
+                                   Words({t::WaitForCompletion, 0}));
     }
 }
 
@@ -54,13 +74,13 @@ TEST(TXPatchedDownload, AFourBitTextureOfWidth16GoesAs2WordsALine) {
     Texture load(PixelSize4);
     load.Run(TXPatchedTextureDownload, {0, 0, 16, 2});
     const Bytes& bytes = SourceBytes();
-    const Words want = {0x117,
+    const Words want = {t::LBWindowBase,
                         Texture::kOffset / 4,
-                        0x092,
+                        t::TextureCacheControl,
                         3,
-                        0x11E,
+                        t::TextureDownloadOffset,
                         0,
-                        0x110,
+                        t::LBReadMode,
                         0,
                         0x1011D,
                         WordAt(bytes, 0),
@@ -68,7 +88,7 @@ TEST(TXPatchedDownload, AFourBitTextureOfWidth16GoesAs2WordsALine) {
                         0x1011D,
                         WordAt(bytes, kPitch),
                         WordAt(bytes, kPitch + 4),
-                        0x017,
+                        t::WaitForCompletion,
                         0};
     EXPECT_EQ(load.Sent(), want);
 }
@@ -81,7 +101,7 @@ TEST(TXPatchedDownload, ALineOf130WordsGoesAsRunsOf64And64And2) {
     EXPECT_EQ(sent[8], 0x003F011Du);
     EXPECT_EQ(sent[8 + 65], 0x003F011Du);
     EXPECT_EQ(sent[8 + 130], 0x0001011Du);
-    EXPECT_EQ(Words(sent.begin() + 8, sent.end() - 2), Lines(0x11D, 0, 130, 1));
+    EXPECT_EQ(Words(sent.begin() + 8, sent.end() - 2), Lines(t::TextureData, 0, 130, 1));
 }
 
 TEST(TXPatchedDownload, APatchedTexturesPitchGoesIntoTheReadMode) {
@@ -131,30 +151,33 @@ TEST(TXPackedDownload, ASixteenBitLoadAtAnOddSourceStartsAPixelEarlierBehindTheS
     GlintPacked load(PixelSize16);
     load.Run(TXPackedDownload, {3, 2, 9, 4}, {10, 5, 16, 7});
     // From 9 to 16: (16 - 9 + 1) / 2 = 4 words, read from the source's own left.
-    EXPECT_EQ(load.Sent(), Words({0x030, 3, 0x031, 10}) + GlintWordsOf({0x3000, 9, 16, 5, 2}) +
-                               Lines(0x0FE, 2 * kPitch + 3 * 2, 4, 2) + kEnd);
+    EXPECT_EQ(load.Sent(), Words({t::ScissorMode, 3, t::ScissorMinXY, 10}) +
+                               GlintWordsOf({0x3000, 9, 16, 5, 2}) +
+                               Lines(t::Color, 2 * kPitch + 3 * 2, 4, 2) + kEnd);
 }
 
 TEST(TXPackedDownload, AnEvenSourceStartsWhereItIs) {
     GlintPacked load(PixelSize16);
     load.Run(TXPackedDownload, {4, 0, 9, 2}, {11, 5, 16, 7});
-    EXPECT_EQ(load.Sent(), Words({0x030, 3, 0x031, 11}) + GlintWordsOf({0x3000, 11, 16, 5, 2}) +
-                               Lines(0x0FE, 4 * 2, 3, 2) + kEnd);
+    EXPECT_EQ(load.Sent(), Words({t::ScissorMode, 3, t::ScissorMinXY, 11}) +
+                               GlintWordsOf({0x3000, 11, 16, 5, 2}) + Lines(t::Color, 4 * 2, 3, 2) +
+                               kEnd);
 }
 
 TEST(TXPackedDownload, EightBitPixelsWidenByTheirPlaceInTheWord) {
     GlintPacked load(PixelSize8, 8);
     load.Run(TXPackedDownload, {7, 1, 12, 2}, {20, 0, 25, 1});
     // From 17 to 25: (8 + 3) / 4 = 2 words.
-    EXPECT_EQ(load.Sent(), Words({0x030, 3, 0x031, 20}) + GlintWordsOf({0x6000, 17, 25, 0, 1}) +
-                               Lines(0x0FE, kPitch + 7, 2, 1) + kEnd);
+    EXPECT_EQ(load.Sent(), Words({t::ScissorMode, 3, t::ScissorMinXY, 20}) +
+                               GlintWordsOf({0x6000, 17, 25, 0, 1}) +
+                               Lines(t::Color, kPitch + 7, 2, 1) + kEnd);
 }
 
 TEST(TXPackedDownload, ThirtyTwoBitPixelsNeedNoScissor) {
     GlintPacked load(PixelSize32, 32);
     load.Run(TXPackedDownload, {7, 1, 12, 3}, {20, 4, 25, 6});
     EXPECT_EQ(load.Sent(),
-              GlintWordsOf({0x1800, 20, 25, 4, 2}) + Lines(0x0FE, kPitch + 7 * 4, 5, 2) + kEnd);
+              GlintWordsOf({0x1800, 20, 25, 4, 2}) + Lines(t::Color, kPitch + 7 * 4, 5, 2) + kEnd);
 }
 
 TEST(TXPackedDownload, TheClipMovesTopAndSourceButNotTheColumns) {
@@ -162,8 +185,9 @@ TEST(TXPackedDownload, TheClipMovesTopAndSourceButNotTheColumns) {
     load.Run(TXPackedDownload, {-3, -2, 5, 3}, {10, 20, 18, 25});
     // Left stays 10 and the odd source -3 widens it; top moves to 22, the height is 3, and the
     // source is read from its origin. (18 - 9 + 1) / 2 = 5 words.
-    EXPECT_EQ(load.Sent(), Words({0x030, 3, 0x031, 10}) + GlintWordsOf({0x3000, 9, 18, 22, 3}) +
-                               Lines(0x0FE, 0, 5, 3) + kEnd);
+    EXPECT_EQ(load.Sent(), Words({t::ScissorMode, 3, t::ScissorMinXY, 10}) +
+                               GlintWordsOf({0x3000, 9, 18, 22, 3}) + Lines(t::Color, 0, 5, 3) +
+                               kEnd);
 }
 
 TEST(TXPackedDownload, ASourceWhollyAboveOrLeftIsDropped) {
@@ -182,7 +206,7 @@ TEST(TXPackedDownload, ADepthLeftByOthersIsPutBackFirst) {
     load.rig.driver->FBDepth = 2;
     load.Run(TXPackedDownload, {0, 0, 1, 1});
     const Words sent = load.Sent();
-    EXPECT_EQ(Words(sent.begin(), sent.begin() + 3), Words({0x018, 1, 0x105}));
+    EXPECT_EQ(Words(sent.begin(), sent.begin() + 3), Words({t::PixelSize, 1, t::LogicalOpMode}));
     EXPECT_EQ(load.rig.driver->FBDepth, 1u);
 }
 
@@ -208,7 +232,7 @@ TEST(TXPackedDownload, NoWordFallsOutOfTheWindow) {
         load.rig.driver->Stream.WritePointer += words;
         load.Run(TXPackedDownload, {0, 0, 28, 1});
         const Words sent = load.Sent();
-        EXPECT_EQ(Words(sent.begin() + 20, sent.end()), Lines(0x0FE, 0, 28, 1) + kEnd);
+        EXPECT_EQ(Words(sent.begin() + 20, sent.end()), Lines(t::Color, 0, 28, 1) + kEnd);
     }
 }
 

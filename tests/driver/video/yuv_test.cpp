@@ -1,5 +1,6 @@
 #include "driver/video/video.h"
 #include "tests/driver/blit/primitive_rig.h"
+#include "tests/support/tag_names.h"
 
 namespace {
 
@@ -31,36 +32,85 @@ struct YuvRig : PrimitiveRig {
 TEST(YUVtoRGB, DrawsTheSourceAsATextureWithTheConversionOn) {
     YuvRig rig;
     // Steps of a half and of four texels.
-    EXPECT_EQ(
-        rig.Run(),
-        (Words{W(16),   0x103,    0x10403, 0x156,    0x9000, 0x150,    0x11B, 0x105,    0,
-               0x0B0,   0x18000,  0x070,   1,        0x0D0,  7,        0x0CE, 0x17601,  0x0B2,
-               0x43,    0x0B1,    0x800A5, 0x1E0,    1,      0x105,    0,     0x071,    0x800000,
-               0x074,   0x400000, 0x072,   0x80000,  0x073,  0,        W(12), 0x075,    0,
-               0x076,   0x400000, 0x000,   0x640000, 0x002,  0x840000, 0x004, 0xC80000, 0x005,
-               0x10000, 0x006,    16,      0x007,    0x2040, 0x103,    0,     0x1E0,    0,
-               0x070,   0,        0x0D0,   0}));
+    EXPECT_EQ(rig.Run(), (Words{W(16),
+                                t::DitherMode,
+                                0x10403,
+                                t::FBWindowBase,
+                                0x9000,
+                                t::FBReadMode,
+                                0x11B,
+                                t::LogicalOpMode,
+                                0,
+                                t::TextureBaseAddress,
+                                0x18000,
+                                t::TextureAddressMode,
+                                1,
+                                t::TextureColorMode,
+                                7,
+                                t::TextureReadMode,
+                                0x17601,
+                                t::TextureDataFormat,
+                                0x43,
+                                t::TextureMapFormat,
+                                0x800A5,
+                                t::YUVMode,
+                                1,
+                                t::LogicalOpMode,
+                                0,
+                                t::SStart,
+                                0x800000,
+                                t::TStart,
+                                0x400000,
+                                t::dSdx,
+                                0x80000,
+                                t::dSdyDom,
+                                0,
+                                W(12),
+                                t::dTdx,
+                                0,
+                                t::dTdyDom,
+                                0x400000,
+                                t::StartXDom,
+                                0x640000,
+                                t::StartXSub,
+                                0x840000,
+                                t::StartY,
+                                0xC80000,
+                                t::dY,
+                                0x10000,
+                                t::Count,
+                                16,
+                                t::Render,
+                                0x2040,
+                                t::DitherMode,
+                                0,
+                                t::YUVMode,
+                                0,
+                                t::TextureAddressMode,
+                                0,
+                                t::TextureColorMode,
+                                0}));
 }
 
 TEST(YUVtoRGB, LeavesTheDitherUnitAloneForASourceOfEightBits) {
     YuvRig rig;
     rig.source.priv.PixelSize = 0;
     const Words words = rig.Run();
-    EXPECT_FALSE(Has(words, 0x103));
-    EXPECT_EQ(WordOf(words, 0x0B1), 0xA5u);
+    EXPECT_FALSE(Has(words, t::DitherMode));
+    EXPECT_EQ(WordOf(words, t::TextureMapFormat), 0xA5u);
     EXPECT_EQ(words.size(), 2u + 2 * 26);
 }
 
 TEST(YUVtoRGB, FiltersOnPermedia2WhenVideoIsToBeFiltered) {
     for (const uint32_t device : {7u, 0x3D07u}) {
         YuvRig rig(device);
-        EXPECT_EQ(WordOf(rig.Run(), 0x0CE), 0x17601u);
+        EXPECT_EQ(WordOf(rig.Run(), t::TextureReadMode), 0x17601u);
         DXGlobals.FilterVideo = 1;
-        EXPECT_EQ(WordOf(rig.Run(), 0x0CE), 0x37601u);
+        EXPECT_EQ(WordOf(rig.Run(), t::TextureReadMode), 0x37601u);
     }
     YuvRig first(DevicePermedia);
     DXGlobals.FilterVideo = 1;
-    EXPECT_EQ(WordOf(first.Run(), 0x0CE), 0x17601u);
+    EXPECT_EQ(WordOf(first.Run(), t::TextureReadMode), 0x17601u);
 }
 
 TEST(YUVtoRGB, BringsTheChipToTheDisplaysDepthFirst) {
