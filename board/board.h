@@ -15,9 +15,9 @@ namespace board {
 class BusRecorder;
 class VideoSource;
 
-// One caller at a time; ThreadedBoard is for several. Its functions are virtual for that one's
-// sake: who knows which board he has, and cares for the price of an access, names the class in the
-// call.
+// For one caller at a time; a ThreadedBoard takes several. Functions are virtual for its sake
+// alone: code that knows which of the two it has can name the class in a call, which is a plain one
+// then.
 class Board {
   public:
     explicit Board(const Config& config);

@@ -1,5 +1,6 @@
 #pragma once
-// Everything behind the board's interface: its units, and how they work together.
+// Everything behind the board's interface: its units, and how they work together. What runs for
+// every word stands here, so that it is inlined.
 #include "board/board.h"
 #include "board/bus/beam.h"
 #include "board/bus/decoder.h"
@@ -18,6 +19,9 @@ namespace board {
 
 struct Board::Parts {
     static constexpr uint32_t kUnlimited = 0xFFFFFFFF;
+    static constexpr uint32_t RateOr(uint32_t rate, uint32_t otherwise) {
+        return rate != 0 ? rate : otherwise;
+    }
 
     Parts(Board& owner, const Config& config, Pace pace);
 
@@ -46,14 +50,25 @@ struct Board::Parts {
         return !input.Empty() || dma.Busy() || (interrupts.Pending() && !handlerRunning);
     }
     // What the units do in a tick.
-    void TickUnits();
+    void TickUnits() {
+        interrupts.Tick();
+        if (pace == Pace::Ticks) {
+            Execute(RateOr(config.timing.fifoDrainPerTick, kUnlimited));
+            MoveDmaWords(RateOr(config.timing.dmaWordsPerTick, kUnlimited));
+        }
+    }
     // Lets `ticks` pass without an access.
     void Idle(uint32_t ticks);
     // As many ticks at once as pass with nothing to do but moving the clock, at most `ticks`.
     uint32_t QuietTicks(uint32_t ticks) const;
     // Calls the handler for interrupts that are due. Whoever finds it running leaves: the one who
     // runs it looks again afterwards.
-    void DeliverInterrupts();
+    void DeliverInterrupts() {
+        if (interrupts.Due()) {
+            AnswerInterrupts();
+        }
+    }
+    void AnswerInterrupts();
     // What every access ends with.
     void Finish() {
         if (pace == Pace::Ticks) {
@@ -66,19 +81,60 @@ struct Board::Parts {
     // Entries execute as they arrive.
     bool Immediate() const { return pace == Pace::Ticks && config.timing.fifoDrainPerTick == 0; }
     // Executes up to `entries` waiting entries.
-    void Execute(uint32_t entries);
-    void Enter(RegisterWrite write);
+    void Execute(uint32_t entries) {
+        for (; entries != 0 && !input.Empty(); --entries) {
+            commands.Execute(input.Pop());
+        }
+    }
+    void Enter(RegisterWrite write) {
+        if (Immediate()) {
+            commands.Execute(write);
+        } else {
+            input.Push(write);
+        }
+    }
     // The processor is held off the bus instead of losing writes.
     bool HoldsBus() const;
     // Room for an entry that the processor writes.
-    bool MakeRoom();
+    bool MakeRoom() { return !input.Full() || Immediate() || MakeRoomNow(); }
+    bool MakeRoomNow(); // in a full FIFO
     // A stream word at the FIFO's mouth, for which there is room.
-    void Decode(uint32_t word);
-    void WriteFifoWord(uint32_t word);
+    void Decode(uint32_t word) {
+        RegisterWrite write{};
+        switch (decoder.Feed(word, write)) {
+        case StreamDecoder::Kind::Tag:
+            break;
+        case StreamDecoder::Kind::Malformed:
+            ++faults.malformedWords;
+            break;
+        case StreamDecoder::Kind::Data:
+            if (!RegisterFile::HasTag(write.tag)) {
+                ++faults.unknownRegisters[write.tag];
+            }
+            Enter(write);
+            break;
+        }
+    }
+    void WriteFifoWord(uint32_t word) {
+        if (recorder != nullptr) {
+            recorder->OnFifoWord(word);
+        }
+        if (!decoder.ExpectsData() || MakeRoom()) {
+            Decode(word);
+        } else {
+            RegisterWrite lost{};
+            decoder.Feed(word, lost);
+        }
+    }
     void WriteFifo(const uint32_t* words, size_t count);
     void StartDma(uint32_t words);
     // Moves up to `words` words; stops at a full FIFO.
-    void MoveDmaWords(uint32_t words);
+    void MoveDmaWords(uint32_t words) {
+        if (dma.Busy()) {
+            MoveWords(words);
+        }
+    }
+    void MoveWords(uint32_t words); // under way
 
     // --- register aperture (aperture.cpp) ---
 

@@ -3,29 +3,12 @@
 
 namespace board {
 
-void Board::Parts::Execute(uint32_t entries) {
-    for (; entries != 0 && !input.Empty(); --entries) {
-        commands.Execute(input.Pop());
-    }
-}
-
-void Board::Parts::Enter(RegisterWrite write) {
-    if (Immediate()) {
-        commands.Execute(write);
-    } else {
-        input.Push(write);
-    }
-}
-
 bool Board::Parts::HoldsBus() const {
     return registers.Get(field::DisconnectControl_Enable) != 0 ||
            registers.Get(field::DeltaDisconnectControl_Enable) != 0;
 }
 
-bool Board::Parts::MakeRoom() {
-    if (!input.Full() || Immediate()) {
-        return true;
-    }
+bool Board::Parts::MakeRoomNow() {
     if (HoldsBus()) {
         Execute(1);
         return true;
@@ -33,35 +16,6 @@ bool Board::Parts::MakeRoom() {
     ++faults.fifoOverflows;
     RaiseError(field::ErrorFlags_InputFIFO);
     return false;
-}
-
-void Board::Parts::Decode(uint32_t word) {
-    RegisterWrite write{};
-    switch (decoder.Feed(word, write)) {
-    case StreamDecoder::Kind::Tag:
-        break;
-    case StreamDecoder::Kind::Malformed:
-        ++faults.malformedWords;
-        break;
-    case StreamDecoder::Kind::Data:
-        if (!RegisterFile::HasTag(write.tag)) {
-            ++faults.unknownRegisters[write.tag];
-        }
-        Enter(write);
-        break;
-    }
-}
-
-void Board::Parts::WriteFifoWord(uint32_t word) {
-    if (recorder != nullptr) {
-        recorder->OnFifoWord(word);
-    }
-    if (!decoder.ExpectsData() || MakeRoom()) {
-        Decode(word);
-    } else {
-        RegisterWrite lost{};
-        decoder.Feed(word, lost);
-    }
 }
 
 void Board::Parts::WriteFifo(const uint32_t* words, size_t count) {
@@ -82,10 +36,7 @@ void Board::Parts::StartDma(uint32_t words) {
     }
 }
 
-void Board::Parts::MoveDmaWords(uint32_t words) {
-    if (!dma.Busy()) {
-        return;
-    }
+void Board::Parts::MoveWords(uint32_t words) {
     for (; words != 0 && dma.Busy(); --words) {
         if (decoder.ExpectsData() && !Immediate() && input.Full()) {
             return;

@@ -10,10 +10,6 @@ namespace {
 // Words that a round moves, and entries that it executes, where the timing sets no rate.
 constexpr uint32_t kRoundBurst = 64;
 
-uint32_t RateOr(uint32_t rate, uint32_t otherwise) {
-    return rate != 0 ? rate : otherwise;
-}
-
 } // namespace
 
 void Board::Parts::ApplyTiming() {
@@ -45,14 +41,6 @@ void Board::Parts::LookAhead() {
     nextEvent = std::min(nextFrameStart, video.NextLine());
 }
 
-void Board::Parts::TickUnits() {
-    interrupts.Tick();
-    if (pace == Pace::Ticks) {
-        Execute(RateOr(config.timing.fifoDrainPerTick, kUnlimited));
-        MoveDmaWords(RateOr(config.timing.dmaWordsPerTick, kUnlimited));
-    }
-}
-
 uint32_t Board::Parts::QuietTicks(uint32_t ticks) const {
     if (HasWork() || ticks == 0) {
         return 0;
@@ -76,7 +64,7 @@ void Board::Parts::Idle(uint32_t ticks) {
     }
 }
 
-void Board::Parts::DeliverInterrupts() {
+void Board::Parts::AnswerInterrupts() {
     while (interrupts.Due() && !handlerRunning) {
         interrupts.Taken();
         if (!handler) {
@@ -97,8 +85,8 @@ bool Board::HasWork() const {
 void Board::Round() {
     const Timing& timing = parts_->config.timing;
     parts_->interrupts.Tick();
-    parts_->MoveDmaWords(RateOr(timing.dmaWordsPerTick, kRoundBurst));
-    parts_->Execute(RateOr(timing.fifoDrainPerTick, kRoundBurst));
+    parts_->MoveDmaWords(Parts::RateOr(timing.dmaWordsPerTick, kRoundBurst));
+    parts_->Execute(Parts::RateOr(timing.fifoDrainPerTick, kRoundBurst));
     parts_->DeliverInterrupts();
 }
 

@@ -10,10 +10,4 @@ void InterruptLine::Raise(const Field& flag) {
     }
 }
 
-void InterruptLine::Tick() {
-    if (ticksLeft_ != 0) {
-        --ticksLeft_;
-    }
-}
-
 } // namespace board

@@ -19,7 +19,11 @@ class InterruptLine {
 
     // An event happens, of the kind that a field of IntFlags stands for.
     void Raise(const Field& flag);
-    void Tick();
+    void Tick() {
+        if (ticksLeft_ != 0) {
+            --ticksLeft_;
+        }
+    }
     bool Pending() const { return pending_; }
     bool Due() const { return pending_ && ticksLeft_ == 0; }
     // The call that was due is being made.

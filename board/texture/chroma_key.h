@@ -1,5 +1,5 @@
 #pragma once
-// The chroma test: is a texel inside the bounds of a colour key?
+// A colour key: bounds, and what becomes of the texels inside them. The chroma test compares.
 #include "board/values/colour.h"
 
 #include <cstdint>
