@@ -1,12 +1,7 @@
 #include "host/driver_module.h"
 
-#include "driver/blit/pmdirecx.h"
+#include "driver/core/globals.h"
 #include "driver/core/korv32.h"
-#include "driver/core/korv32_flip.h"
-#include "driver/d3d/dcontext.h"
-#include "driver/d3d/direct3d.h"
-#include "driver/diag/korvtrace.h"
-#include "driver/heap/linalloc.h"
 #include "driver/services/OpenGL.h"
 #include "driver/services/context.h"
 #include "driver/services/services.h"
@@ -14,7 +9,6 @@
 #include "host/loader/image.h"
 #include "host/loader/imports.h"
 
-#include <algorithm>
 #include <memory>
 #include <stdexcept>
 
@@ -71,26 +65,6 @@ DriverModule ModuleOf(const loader::Image& image) {
     return module;
 }
 
-// The linked library's globals as they are when the module has just been loaded. What is left out
-// is set at every start before it is read.
-void ResetLinkedGlobals() {
-    static const D3DDEVICEDESC permediaCaps = PermediaCaps, txCaps = TXCaps;
-    PermediaCaps = permediaCaps;
-    TXCaps = txCaps;
-    CHIPRender = {};
-    HeapStats = {};
-    functionList = nullptr;
-    TermTrace();
-    DXGlobals = {};
-    pDriverData = nullptr;
-    D3DInitialised = 0;
-    bHALInitialisedOnce = 0;
-    flipRecord = {};
-    bBlankReturn = 0;
-    std::fill(std::begin(ContextSlots), std::end(ContextSlots), nullptr);
-    lpD3DContextList = nullptr;
-}
-
 struct State {
     DriverModule module = LinkedModule();
     std::shared_ptr<loader::Image> inForce, chosen; // null: the linked library
@@ -131,7 +105,7 @@ void LoadDriver() {
         instance = reinterpret_cast<HINSTANCE>(state.inForce->Base());
     }
     // Also with a DLL, so that nothing of an earlier machine is left.
-    ResetLinkedGlobals();
+    ResetDriverGlobals();
     const DriverCall call;
     if (state.module.dllMain(instance, DLL_PROCESS_ATTACH, nullptr) == 0) {
         throw std::runtime_error("the driver's DllMain refused to be loaded");

@@ -1,8 +1,8 @@
 #pragma once
 // What the Glint family's blits of the screen share, whether their words go by the stream or by the
 // mapped registers.
-#include "driver/blit/blit_rect.h"
 #include "driver/blit/fill_word.h"
+#include "driver/core/rectangle.h"
 
 #include <cstdint>
 

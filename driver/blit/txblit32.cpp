@@ -1,8 +1,8 @@
 #include "driver/blit/txblit32.h"
 
-#include "driver/blit/blit_clip.h"
 #include "driver/blit/glint_screen.h"
 #include "driver/core/glintutl.h"
+#include "driver/core/source_clip.h"
 #include "driver/heap/surface_format.h"
 
 namespace {

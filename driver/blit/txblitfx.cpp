@@ -1,10 +1,10 @@
 #include "driver/blit/txblitfx.h"
 
-#include "driver/blit/blit_clip.h"
 #include "driver/blit/chroma_bounds.h"
 #include "driver/blit/glint_screen.h"
 #include "driver/blit/stretch_way.h"
 #include "driver/core/glintutl.h"
+#include "driver/core/source_clip.h"
 #include "driver/heap/surface_format.h"
 #include "driver/raster/flt2fix.h"
 

@@ -73,9 +73,7 @@ int32_t StartDMA(DriverData* driver, uint32_t context, uint32_t count, uint32_t 
     }
     ChipInfo* chip = driver->ChipInfo;
     ChipRegisters* registers = driver->Registers;
-    if (chip->CurrentContext != context) {
-        ChangeContext(driver, chip, context);
-    }
+    ChangeContext(driver, chip, context);
     ClearDMAState(chip, DMAIdle);
     ForceWritesOut();
     if ((chip->DMAState & DMAQueueOn) != 0) {

@@ -1,5 +1,6 @@
 #include "driver/core/glintutl.h"
 
+#include "driver/core/cursor.h"
 #include "driver/core/units.h"
 
 uint32_t rops[8];
@@ -17,10 +18,9 @@ void DisableAllUnits(DriverData* driver) {
     ChipInfo* chip = driver->ChipInfo;
     StreamWriter<DriverData> out(driver);
     out.Reserve(800);
-    SetFlag(chip, CursorExclude);
+    const CursorAway away(chip);
     TurnUnitsOff(out, chip, kBufferUnits, kPermediaTextureUnits, kGlintTextureUnits);
     out.Store();
-    ClearFlag(chip, CursorExclude);
 }
 
 void vGlintChangeFBDepth(DriverData* driver, uint32_t depth) {

@@ -24,7 +24,6 @@ void* GetpWin16Lock;
 
 namespace {
 
-constexpr uint32_t kGetDriverData = 4; // mini VDD request
 constexpr DWORD kSharedHeap = 0x04000000;
 constexpr DWORD kHeapInitialBytes = 2500;
 constexpr int32_t kDMABuffers = 10;
@@ -141,7 +140,8 @@ BOOL KORV_STDCALL DllMain(HINSTANCE instance, DWORD reason, void* /*reserved*/) 
 
 DriverData* KORV_STDCALL DriverInit(uint32_t display) {
     DriverData* driver = nullptr;
-    if (DoIOCTL(kGetDriverData, &display, sizeof(display), &driver, sizeof(driver), nullptr) == 0 ||
+    if (DoIOCTL(MiniVDDGetDriverData, &display, sizeof(display), &driver, sizeof(driver),
+                nullptr) == 0 ||
         driver == nullptr) {
         return nullptr;
     }
@@ -176,9 +176,7 @@ uint32_t InitDDHAL32Bit(DriverData* driver) {
     if (driver->SubBuffersReady != 1) {
         SetupDriverStream(driver);
     }
-    if (driver->ChipInfo->CurrentContext != kContext2D) {
-        ChangeContext(driver, driver->ChipInfo, kContext2D);
-    }
+    ChangeContext(driver, driver->ChipInfo, kContext2D);
     DisableAllUnits(driver);
     ChangeDDHAL32Mode(driver);
     FillCallbacks(driver);

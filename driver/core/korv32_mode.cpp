@@ -1,9 +1,10 @@
-// The work of a mode change: everything on the chip that depends on the display mode.
-#include "driver/blit/pmdirecx.h"
+#include "driver/core/korv32_mode.h"
+
+#include "driver/blit/primitives.h"
+#include "driver/core/cursor.h"
 #include "driver/core/dma.h"
 #include "driver/core/glintutl.h"
-#include "driver/core/korv32.h"
-#include "driver/heap/surface.h"
+#include "driver/heap/surface_pitch.h"
 #include "driver/services/context.h"
 
 namespace {
@@ -114,10 +115,8 @@ void ChangeDDHAL32Mode(DriverData* driver) {
     ChipInfo* chip = driver->ChipInfo;
     StreamWriter<DriverData> out(driver);
     out.Reserve(400);
-    SetFlag(chip, CursorExclude);
-    if (chip->CurrentContext != kContext2D) {
-        ChangeContext(driver, chip, kContext2D);
-    }
+    const CursorAway away(chip);
+    ChangeContext(driver, chip, kContext2D);
     // The 16-bit side rebuilt the heap in its own terms: the flat ring is a ring of one again.
     NodeGroup& first = driver->Heap.FirstGroup;
     first.Next = &first;
@@ -179,5 +178,4 @@ void ChangeDDHAL32Mode(DriverData* driver) {
     vGlintChangeFBDepth(driver, driver->PixelSize);
     driver->ModeChanged = 0;
     ++driver->ModeChangeCount;
-    ClearFlag(chip, CursorExclude);
 }

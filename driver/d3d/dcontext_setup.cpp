@@ -7,7 +7,7 @@
 #include "driver/d3d/execute.h"
 #include "driver/d3d/statepm.h"
 #include "driver/d3d/statesx.h"
-#include "driver/heap/surface.h"
+#include "driver/heap/surface_pitch.h"
 #include "driver/raster/del_tex.h"
 #include "driver/raster/gl_line.h"
 #include "driver/raster/p2_tex.h"
@@ -17,7 +17,6 @@
 namespace {
 
 using RegisterCopies = D3DContext::RegisterCopies;
-using Writer = StreamWriter<D3DContext>;
 
 // A change to some bits of a mode word. Bits that have a field of their own go by Put; the others,
 // whose meaning the driver never needs, by their masks.
@@ -45,7 +44,7 @@ constexpr ModeStep Constant(uint32_t tagNumber, uint32_t word) {
 }
 
 template <size_t N>
-void Write(Writer& out, D3DContext* ctx, const ModeStep (&steps)[N]) {
+void Write(StateWriter& out, D3DContext* ctx, const ModeStep (&steps)[N]) {
     for (const ModeStep& step : steps) {
         uint32_t word = step.edit.set;
         if (step.copy != nullptr) {
@@ -301,14 +300,14 @@ Renderer StartingLineRenderer(const D3DContext* ctx) {
 
 void __GlintDisableUnits(D3DContext* ctx) {
     const ChipInfo* chip = ctx->Driver->ChipInfo;
-    Writer out(ctx);
+    StateWriter out(ctx);
     out.Reserve(0x200);
     TurnUnitsOff(out, chip, kBufferUnits, kPermediaUnits, kGlintUnits);
     out.Store();
 }
 
 void SetupCommonContext(D3DContext* ctx) {
-    Writer out(ctx);
+    StateWriter out(ctx);
     out.Reserve(0x100);
     out.Wait(16);
     Write(out, ctx, kCommonSteps);
@@ -328,7 +327,7 @@ void SetupPermediaContext(D3DContext* ctx) {
     copies.AlphaBlendMode = kPermediaBlend.Of(copies.AlphaBlendMode);
     SetupPermediaTargetData(ctx, ctx->RenderTargetSurface, ctx->ZBufferSurface);
 
-    Writer out(ctx);
+    StateWriter out(ctx);
     out.Reserve(0x200);
     out.Wait(16);
     Write(out, ctx, kPermediaSteps1);
@@ -367,7 +366,7 @@ void SetupGlintContext(D3DContext* ctx) {
     copies.LBReadMode = kDepthReadOff.Of(copies.LBReadMode);
     SetupGlintTargetData(ctx, ctx->RenderTargetSurface, ctx->ZBufferSurface);
 
-    Writer out(ctx);
+    StateWriter out(ctx);
     out.Reserve(0x200);
     out.Wait(16);
     copies.FBReadMode = PutDisplayProducts(copies.FBReadMode, ctx);

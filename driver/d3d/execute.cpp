@@ -1,7 +1,8 @@
 #include "driver/d3d/execute.h"
 
+#include "driver/core/cursor.h"
 #include "driver/core/dma.h"
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 #include "driver/services/context.h"
 
 void SwitchFIFOContext(D3DContext* ctx, uint32_t id) {
@@ -10,7 +11,7 @@ void SwitchFIFOContext(D3DContext* ctx, uint32_t id) {
     if (!IsFirstPermedia(chip)) {
         return;
     }
-    StreamWriter<D3DContext> out(ctx);
+    StateWriter out(ctx);
     out.Reserve(0x40);
     out.Wait(5); // counts pairs, where other context code counts words
     out.Tag(tag::FogMode, ctx->Copies.FogMode);
@@ -29,7 +30,7 @@ void SynchroniseContext(D3DContext* ctx) {
 }
 
 void FlipSurfaces(DriverData* driver, D3DContext* ctx) {
-    StreamWriter<D3DContext> out(ctx);
+    StateWriter out(ctx);
     out.Reserve(0x80);
     out.Wait(4);
 
@@ -119,9 +120,8 @@ DWORD KORV_STDCALL RenderPrimitive(D3DHAL_RENDERPRIMITIVEDATA* data) {
     }
     SynchroniseContext(ctx);
 
-    SetFlag(driver->ChipInfo, CursorExclude);
+    const CursorAway away(driver->ChipInfo);
     data->ddrval = DrawInstruction(driver, ctx, data);
-    ClearFlag(driver->ChipInfo, CursorExclude);
     return DDHAL_DRIVER_HANDLED;
 }
 

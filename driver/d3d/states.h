@@ -6,11 +6,10 @@
 // what is stale in DirtyFlags, and the next primitive works the combination out.
 #include "driver/core/bits.h"
 #include "driver/core/dma.h"
+#include "driver/texture/colour_field.h"
 
 #include <cstdint>
 #include <span>
-
-using StateWriter = StreamWriter<D3DContext>;
 
 // Direct3D callback: processes a run of D3DSTATE pairs of an execute buffer. Returns 1; ddrval is
 // DD_OK or D3DHAL_CONTEXT_BAD.
@@ -67,12 +66,8 @@ inline void PutMapped(uint32_t& word, const Field& field, std::span<const uint8_
 }
 
 // TextureColorMode's colour field by D3DTBLEND_*, on all chips but TX.
-inline constexpr uint32_t kColorModeCopy = 3;
 inline constexpr uint8_t kTextureBlendField[] = {kKeep, kColorModeCopy, 0,     1,
                                                  0,     kKeep,          kKeep, kColorModeCopy};
-// TextureFormat's colour field, which does the same on TX.
-inline constexpr uint32_t kTXModulate = 0;
-inline constexpr uint32_t kTXCopy = 1;
 
 // The states that both families treat alike. Numbers that are not among them are ignored.
 void ApplyCommonState(D3DContext* ctx, StateWriter& out, uint32_t state, uint32_t value);

@@ -1,20 +1,13 @@
 // Memory of the mini VDD: blocks that every process and the 16-bit side see at the same address.
+#include "driver/core/minivdd.h"
 #include "driver/heap/linalloc.h"
-#include "driver/services/context.h"
 
 namespace {
-
-constexpr uint32_t kIoctlMemoryService = 3;
-
-enum MemoryServiceCommand : uint32_t {
-    MemoryServiceAllocate = 1,
-    MemoryServiceFree = 2,
-};
 
 // One request; the answer replaces it.
 bool CallMemoryService(MemoryServiceRequest* request) {
     uint32_t returned = 0;
-    return DoIOCTL(kIoctlMemoryService, request, sizeof *request, request, sizeof *request,
+    return DoIOCTL(MiniVDDMemoryService, request, sizeof *request, request, sizeof *request,
                    &returned) != 0;
 }
 

@@ -1,6 +1,7 @@
 #include "driver/texture/pmdownld.h"
 
 #include "driver/core/bits.h"
+#include "driver/heap/surface_pitch.h"
 #include "driver/texture/download.h"
 
 namespace {

@@ -1,7 +1,9 @@
 #pragma once
 // The design that the three bindings share.
-#include "driver/d3d/states.h"
+#include "driver/core/bits.h"
+#include "driver/core/dma.h"
 #include "driver/heap/surface_format.h"
+#include "driver/texture/colour_field.h"
 #include "driver/texture/textures.h"
 
 #include <cstdint>
