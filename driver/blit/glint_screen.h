@@ -6,6 +6,10 @@
 
 #include <cstdint>
 
+// Reserved for a fill, 14 pairs at most, and for a copy or stretch, 26 pairs at most.
+inline constexpr uint32_t kFillBytes = 200;
+inline constexpr uint32_t kCopyBytes = 280;
+
 // A trapezoid that the mode bits of the Render words have no part in.
 inline constexpr uint32_t kRenderPlain = field::Render_Primitive.Put(0, 1);
 

@@ -6,7 +6,9 @@ namespace {
 
 // Written to ErrorFlags in front of a read of the empty output FIFO: the error interrupt that
 // follows wakes the queue's handler.
-constexpr uint32_t kClearErrors = 7;
+constexpr uint32_t kClearErrors = field::ErrorFlags_InputFIFO.Mask() |
+                                  field::ErrorFlags_OutputFIFO.Mask() |
+                                  field::ErrorFlags_Unknown2.Mask();
 
 constexpr uint32_t kSyncFilter = field::FilterMode_SyncTag.Mask();
 

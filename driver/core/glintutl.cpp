@@ -7,6 +7,11 @@ uint32_t rops[8];
 
 namespace {
 
+// Reserved for turning all units off: 34 pairs at most, on Permedia 2.
+constexpr uint32_t kUnitsOffBytes = 800;
+// Reserved for a change of depth, one pair.
+constexpr uint32_t kDepthBytes = 40;
+
 constexpr uint16_t kBufferUnits[] = {
     tag::DitherMode, tag::LogicalOpMode, tag::FBWriteMode,  tag::StatisticMode, tag::AlphaBlendMode,
     tag::FilterMode, tag::PixelSize,     tag::FBSourceData, tag::LBWriteFormat,
@@ -17,7 +22,7 @@ constexpr uint16_t kBufferUnits[] = {
 void DisableAllUnits(DriverData* driver) {
     ChipInfo* chip = driver->ChipInfo;
     StreamWriter<DriverData> out(driver);
-    out.Reserve(800);
+    out.Reserve(kUnitsOffBytes);
     const CursorAway away(chip);
     TurnUnitsOff(out, chip, kBufferUnits, kPermediaTextureUnits, kGlintTextureUnits);
     out.Store();
@@ -35,7 +40,7 @@ void vGlintChangeFBDepth(DriverData* driver, uint32_t depth) {
         return;
     }
     StreamWriter<DriverData> out(driver);
-    out.Reserve(40);
+    out.Reserve(kDepthBytes);
     out.Wait(1);
     if (chip->DeviceId == DeviceTX || chip->DeviceId == DeviceMX) {
         out.Tag(tag::PixelSize, 2 - depth);

@@ -9,7 +9,7 @@ uint32_t bBlankReturn;
 
 namespace {
 
-constexpr uint32_t kRetraceFlag = 16; // IntFlags
+constexpr uint32_t kRetraceFlag = field::IntFlags_Retrace.Mask();
 constexpr uint32_t kBankBoundary = 4u << 20;
 constexpr uint32_t kLowBank = 0xFE;  // ScreenBank: visible image below 4 MB
 constexpr uint32_t kHighBank = 0xFF; // from there on

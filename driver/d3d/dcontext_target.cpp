@@ -7,6 +7,9 @@
 
 namespace {
 
+// Reserved for a target: six pairs at most.
+constexpr uint32_t kTargetBytes = 256;
+
 // How a target's pixels are named to the chip.
 struct TargetFormat {
     int8_t pixelSize;    // FBReadPixel on Permedia, PixelSize on Glint; -1: no target of the chip
@@ -117,7 +120,7 @@ void SetupPermediaTargetData(D3DContext* ctx, DDRAWI_DDRAWSURFACE_LCL* target,
                              DDRAWI_DDRAWSURFACE_LCL* zbuffer) {
     D3DContext::RegisterCopies& copies = ctx->Copies;
     StateWriter out(ctx);
-    out.Reserve(0x100);
+    out.Reserve(kTargetBytes);
     out.Wait(10);
     // In rectangular allocation all surfaces share the stride of the display.
     const uint32_t colour =
@@ -146,7 +149,7 @@ void SetupPermediaTargetData(D3DContext* ctx, DDRAWI_DDRAWSURFACE_LCL* target,
 void SetupGlintTargetData(D3DContext* ctx, DDRAWI_DDRAWSURFACE_LCL* target,
                           DDRAWI_DDRAWSURFACE_LCL* zbuffer) {
     StateWriter out(ctx);
-    out.Reserve(0x100);
+    out.Reserve(kTargetBytes);
     out.Wait(10);
     // FBReadMode keeps the pitch of the display: allocation is always rectangular.
     WriteDepthPitchAndSize(out, ctx, target, zbuffer);

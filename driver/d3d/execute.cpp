@@ -5,6 +5,15 @@
 #include "driver/core/records/private_surface.h"
 #include "driver/services/context.h"
 
+namespace {
+
+// Reserved for the five pairs that a change of context does not keep.
+constexpr uint32_t kHeldWordsBytes = 64;
+// Reserved for the bases of a target and its depth, two pairs.
+constexpr uint32_t kBasesBytes = 128;
+
+} // namespace
+
 void SwitchFIFOContext(D3DContext* ctx, uint32_t id) {
     ChipInfo* chip = ctx->Driver->ChipInfo;
     ChangeContext(ctx->Driver, chip, id);
@@ -12,7 +21,7 @@ void SwitchFIFOContext(D3DContext* ctx, uint32_t id) {
         return;
     }
     StateWriter out(ctx);
-    out.Reserve(0x40);
+    out.Reserve(kHeldWordsBytes);
     out.Wait(5); // counts pairs, where other context code counts words
     out.Tag(tag::FogMode, ctx->Copies.FogMode);
     out.Tag(tag::FogColor, HeldFogColor(ctx));
@@ -31,7 +40,7 @@ void SynchroniseContext(D3DContext* ctx) {
 
 void FlipSurfaces(DriverData* driver, D3DContext* ctx) {
     StateWriter out(ctx);
-    out.Reserve(0x80);
+    out.Reserve(kBasesBytes);
     out.Wait(4);
 
     // The flag is the display's: the first context to draw consumes it for all.

@@ -35,7 +35,7 @@ bool IsStateLocked(const D3DContext* ctx, uint32_t state) {
 namespace {
 
 // RasterizerMode of a setup unit that draws wires.
-constexpr uint32_t kRasterizerWires = 0x20;
+constexpr uint32_t kRasterizerWires = field::RasterizerMode_HalfBias.Mask();
 
 // Turns a render flag on or off; true if that changed it.
 bool ChangeFlag(D3DContext* ctx, RenderFlag flag, bool on) {

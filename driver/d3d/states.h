@@ -21,7 +21,7 @@ void OverrideState(D3DContext* ctx, uint32_t type, bool locked);
 bool IsStateLocked(const D3DContext* ctx, uint32_t state);
 
 // Longest run of words of one state, in bytes.
-inline constexpr uint32_t kStateBytes = 0x80;
+inline constexpr uint32_t kStateBytes = 128;
 
 // Processes `count` pairs of state number and value by Apply(ctx, out, state, value). KeepsImage:
 // values are also kept in RenderStates. Always DD_OK.

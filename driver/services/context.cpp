@@ -6,7 +6,9 @@
 namespace {
 
 // IntEnable bits of the queue: DMA done, and error (the kick).
-constexpr uint32_t kQueueInterrupts = 9;
+constexpr uint32_t kQueueInterrupts = field::IntEnable_DMA.Mask() | field::IntEnable_Error.Mask();
+static_assert(kQueueInterrupts ==
+              (field::DeltaIntEnable_DMA.Mask() | field::DeltaIntEnable_Error.Mask()));
 
 struct Slot {
     ContextBlock* block;

@@ -9,7 +9,7 @@
 #include <cstdint>
 
 // Space of one binding, in bytes.
-inline constexpr uint32_t kBindBytes = 0x200;
+inline constexpr uint32_t kBindBytes = 512;
 
 // TexelLUTTransfer: take the palette from memory at TexelLUTAddress.
 inline constexpr uint32_t kLoadPalette = 0x10000;
