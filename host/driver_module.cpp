@@ -1,12 +1,7 @@
 #include "host/driver_module.h"
 
-#include "driver/blit/pmdirecx.h"
+#include "driver/core/globals.h"
 #include "driver/core/korv32.h"
-#include "driver/core/korv32_flip.h"
-#include "driver/d3d/dcontext.h"
-#include "driver/d3d/direct3d.h"
-#include "driver/diag/korvtrace.h"
-#include "driver/heap/linalloc.h"
 #include "driver/services/OpenGL.h"
 #include "driver/services/context.h"
 #include "driver/services/services.h"
@@ -63,26 +58,6 @@ class LinkedModule : public DriverModule {
     void Load() override {}
 };
 
-// The linked library's globals as they are when the module has just been loaded. What is left out
-// is set at every start before it is read.
-void ResetLinkedGlobals() {
-    static const D3DDEVICEDESC permediaCaps = PermediaCaps, txCaps = TXCaps;
-    PermediaCaps = permediaCaps;
-    TXCaps = txCaps;
-    CHIPRender = {};
-    HeapStats = {};
-    functionList = nullptr;
-    TermTrace();
-    DXGlobals = {};
-    pDriverData = nullptr;
-    D3DInitialised = 0;
-    bHALInitialisedOnce = 0;
-    flipRecord = {};
-    bBlankReturn = 0;
-    std::fill(std::begin(ContextSlots), std::end(ContextSlots), nullptr);
-    lpD3DContextList = nullptr;
-}
-
 struct State {
     const std::shared_ptr<DriverModule> linked = std::make_shared<LinkedModule>();
     std::shared_ptr<DriverModule> inForce = linked, chosen = linked;
@@ -121,7 +96,7 @@ void LoadDriver() {
     state.chosen->Load();
     state.inForce = state.chosen;
     // Also with another module, so that nothing of an earlier machine is left.
-    ResetLinkedGlobals();
+    ResetDriverGlobals();
     const DriverModule& module = TheDriverModule();
     const DriverCall call;
     if (module.dllMain(module.instance, DLL_PROCESS_ATTACH, nullptr) == 0) {

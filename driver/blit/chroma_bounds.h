@@ -1,7 +1,7 @@
 #pragma once
 // Source colour keys as bounds of the chip's chroma test.
 #include "driver/core/dma.h"
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 
 #include <cstdint>
 

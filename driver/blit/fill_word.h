@@ -1,6 +1,6 @@
 #pragma once
 // A fill's pixel spread over the chip's 32-bit word.
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 
 #include <cstdint>
 

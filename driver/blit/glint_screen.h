@@ -1,10 +1,14 @@
 #pragma once
 // What the Glint family's blits of the screen share, whether their words go by the stream or by the
 // mapped registers.
-#include "driver/blit/blit_rect.h"
 #include "driver/blit/fill_word.h"
+#include "driver/core/rectangle.h"
 
 #include <cstdint>
+
+// Reserved for a fill, 14 pairs at most, and for a copy or stretch, 26 pairs at most.
+inline constexpr uint32_t kFillBytes = 200;
+inline constexpr uint32_t kCopyBytes = 280;
 
 // A trapezoid that the mode bits of the Render words have no part in.
 inline constexpr uint32_t kRenderPlain = field::Render_Primitive.Put(0, 1);

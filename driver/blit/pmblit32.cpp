@@ -1,9 +1,9 @@
 #include "driver/blit/pmblit32.h"
 
-#include "driver/blit/blit_clip.h"
-#include "driver/blit/blit_rect.h"
 #include "driver/core/bits.h"
 #include "driver/core/glintutl.h"
+#include "driver/core/rectangle.h"
+#include "driver/core/source_clip.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 // looked at. A fill of a surface that the driver does not know or whose pitch is not settled does
 // nothing.
 #include "driver/core/driverdata.h"
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 // Fills, and Direct3D's clear, which is made of them.
-#include "driver/blit/blit_rect.h"
 #include "driver/blit/fill_word.h"
 #include "driver/blit/pmblit32.h"
+#include "driver/core/rectangle.h"
 #include "driver/core/units.h"
 #include "driver/d3d/execute.h"
 

@@ -1,10 +1,10 @@
 #include "driver/blit/pmblitfx.h"
 
-#include "driver/blit/blit_rect.h"
 #include "driver/blit/chroma_bounds.h"
 #include "driver/blit/stretch_way.h"
-#include "driver/blit/texture_units.h"
 #include "driver/core/glintutl.h"
+#include "driver/core/rectangle.h"
+#include "driver/texture/texture_units.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // Stretches, keyed copies and copies by the processor on the Permedia family. The forms of the
 // first three are told with CHIPRenderTable.
 #include "driver/core/driverdata.h"
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 
 #include <cstdint>
 

@@ -1,18 +1,11 @@
 #include "driver/blit/pmdirecx.h"
 
-#include "driver/blit/pmblit32.h"
 #include "driver/blit/pmblitfx.h"
 #include "driver/blit/request.h"
-#include "driver/blit/txblit32.h"
-#include "driver/blit/txblitfx.h"
 #include "driver/core/chipbus.h"
 #include "driver/core/glintutl.h"
-#include "driver/core/korv32.h"
-#include "driver/texture/pmdownld.h"
-#include "driver/texture/txdownld.h"
+#include "driver/core/korv32_mode.h"
 #include "driver/video/video.h"
-
-CHIPRenderTable CHIPRender;
 
 namespace {
 
@@ -186,47 +179,12 @@ BlitOutcome Decide(BlitRequest& blit) {
 
 } // namespace
 
-void SetupFnTable(DriverData* driver) {
-    if (driver == nullptr || driver->ChipInfo == nullptr) {
-        return;
-    }
-    CHIPRender.ModeKey = driver->ModeKey;
-    CHIPRender.PackedCopyBlt =
-        driver->PixelSize == PixelSize24 ? Packed24BitPermediaCopyBlt : PackedPermediaCopyBlt;
-    CHIPRender.PatchedCopyBlt = PatchedPermediaCopyBlt;
-    CHIPRender.StretchCopyBlt = PermediaStretchCopyBlt;
-    CHIPRender.FastClear = FastPermediaClear;
-    CHIPRender.FastLBClear = FastLBPermediaClear;
-    CHIPRender.SourceChromaBlt = PermediaSourceChromaBlt;
-    CHIPRender.YUVBlt = YUVtoRGB;
-    if (driver->PixelSize == PixelSize8) {
-        CHIPRender.PackedDisplayDownload = PermediaPacked8BitDownload;
-    } else if (driver->PixelSize == PixelSize16) {
-        CHIPRender.PackedDisplayDownload = PermediaPacked16BitDownload;
-    }
-    CHIPRender.PackedDownload = PermediaPackedDownload;
-    CHIPRender.PatchedDownload = PermediaPatchedTextureDownload;
-    CHIPRender.Bypass4BitDownload = PermediaBypass4BitPatchedTextureDownload;
-    CHIPRender.ScreenCopyBlt =
-        driver->ChipInfo->Family == FamilyPermedia ? vPermediaCopyBlt : PackedTXCopyBlt;
-    CHIPRender.LBCopyBlt = vGlintLBCopyBltNative;
-    CHIPRender.GlintClear = FastGlintClear;
-    CHIPRender.GlintLBClear = FastLBGlintClear;
-    CHIPRender.TXPatchedDownload = TXPatchedTextureDownload;
-    CHIPRender.TXPackedDownload = TXPackedDownload;
-    CHIPRender.MXChromaBlt = MXSourceChromaBlt;
-    CHIPRender.MXStretchBlt = MXStretchCopyBlt;
-}
-
 DWORD KORV_STDCALL PermediaBlt32(DDHAL_BLTDATA* data) {
     DriverData* driver = SurfaceDriverOf(data->lpDD);
-    if (driver->ModeChanged != 0) {
-        ChangeDDHAL32Mode(driver);
-    }
+    FollowModeChange(driver);
     if (BlitWaitsForFlip(driver, data) || WaitsForVideoPort(driver, data) ||
         BlitWaitsForDMA(driver, data)) {
         return DDHAL_DRIVER_HANDLED;
     }
-    BlitRequest blit = BeginBlit(driver, data);
-    return EndBlit(blit, Decide(blit));
+    return RunBlit(driver, data, Decide);
 }

@@ -1,9 +1,27 @@
 #include "driver/blit/request.h"
 
-#include "driver/blit/pmdirecx.h"
+#include "driver/blit/primitives.h"
+#include "driver/core/cursor.h"
 #include "driver/core/dma.h"
 #include "driver/core/korv32_flip.h"
-#include "driver/services/context.h"
+
+namespace {
+
+BlitRequest RequestOf(DriverData* driver, DDHAL_BLTDATA* data) {
+    BlitRequest blit{};
+    blit.driver = driver;
+    blit.data = data;
+    blit.dest = data->lpDDDestSurface;
+    blit.source = data->lpDDSrcSurface;
+    blit.destPriv = PrivateOf(blit.dest);
+    blit.srcPriv = blit.source != nullptr ? PrivateOf(blit.source) : nullptr;
+    blit.destRect = data->rDest;
+    blit.srcRect = data->rSrc;
+    blit.rop = (data->bltFX.dwROP >> 16) & 0xFF;
+    return blit;
+}
+
+} // namespace
 
 bool BlitWaitsForFlip(DriverData* driver, DDHAL_BLTDATA* data) {
     const uint32_t status = updateFlipStatus(driver, data->lpDDDestSurface->lpGbl->fpVidMem);
@@ -22,36 +40,17 @@ bool BlitWaitsForDMA(DriverData* driver, DDHAL_BLTDATA* data) {
     return true;
 }
 
-BlitRequest BeginBlit(DriverData* driver, DDHAL_BLTDATA* data) {
-    ChipInfo* chip = driver->ChipInfo;
-    SetFlag(chip, CursorExclude);
-    if (driver->ModeKey != CHIPRender.ModeKey) {
-        SetupFnTable(driver);
+DWORD RunBlit(DriverData* driver, DDHAL_BLTDATA* data, BlitOutcome (*decide)(BlitRequest& blit)) {
+    {
+        const CursorAway away(driver->ChipInfo);
+        TakeChipFor2D(driver);
+        BlitRequest blit = RequestOf(driver, data);
+        if (decide(blit) == BlitOutcome::Refused) {
+            return DDHAL_DRIVER_NOTHANDLED;
+        }
+        FlushSubBuffer(driver);
     }
-    if (chip->CurrentContext != kContext2D) {
-        ChangeContext(driver, chip, kContext2D);
-    }
-    BlitRequest blit{};
-    blit.driver = driver;
-    blit.data = data;
-    blit.dest = data->lpDDDestSurface;
-    blit.source = data->lpDDSrcSurface;
-    blit.destPriv = PrivateOf(blit.dest);
-    blit.srcPriv = blit.source != nullptr ? PrivateOf(blit.source) : nullptr;
-    blit.destRect = data->rDest;
-    blit.srcRect = data->rSrc;
-    blit.rop = (data->bltFX.dwROP >> 16) & 0xFF;
-    return blit;
-}
-
-DWORD EndBlit(const BlitRequest& blit, BlitOutcome outcome) {
-    if (outcome == BlitOutcome::Refused) {
-        ClearFlag(blit.driver->ChipInfo, CursorExclude);
-        return DDHAL_DRIVER_NOTHANDLED;
-    }
-    FlushSubBuffer(blit.driver);
-    ClearFlag(blit.driver->ChipInfo, CursorExclude);
-    blit.data->ddRVal = DD_OK;
+    data->ddRVal = DD_OK;
     return DDHAL_DRIVER_HANDLED;
 }
 

@@ -2,7 +2,7 @@
 // What the blits of both families share: when a request must wait, how the chip is taken for it,
 // and how it ends.
 #include "driver/core/driverdata.h"
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 #include "driver/heap/surface_format.h"
 
 #include <cstdint>
@@ -34,12 +34,10 @@ bool BlitWaitsForFlip(DriverData* driver, DDHAL_BLTDATA* data);
 // True when the request won't wait and DMA runs. The result goes to the request.
 bool BlitWaitsForDMA(DriverData* driver, DDHAL_BLTDATA* data);
 
-// Takes the chip for a request: cursor away, primitives of the mode, the two-dimensional context.
-// A null source is as good as none.
-BlitRequest BeginBlit(DriverData* driver, DDHAL_BLTDATA* data);
-// Ends what BeginBlit began: nothing stays in the sub-buffer, the cursor may draw again. The
+// Runs a request with the cursor away and the chip taken: `decide` says what becomes of it and
+// draws. At the end nothing stays in the sub-buffer. A null source is as good as none. The
 // callback's answer.
-DWORD EndBlit(const BlitRequest& blit, BlitOutcome outcome);
+DWORD RunBlit(DriverData* driver, DDHAL_BLTDATA* data, BlitOutcome (*decide)(BlitRequest& blit));
 
 // A request for a raster operation that is neither a fill nor a copy. Always refused.
 BlitOutcome RefuseRop(const BlitRequest& blit);

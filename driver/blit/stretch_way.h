@@ -1,7 +1,7 @@
 #pragma once
 // From which end a blit through the texture unit runs, and which axes it reads in reverse.
-#include "driver/blit/blit_rect.h"
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
+#include "driver/core/rectangle.h"
 
 struct StretchWay {
     BlitDirection Direction;

@@ -1,8 +1,8 @@
 #include "driver/blit/txblit32.h"
 
-#include "driver/blit/blit_clip.h"
 #include "driver/blit/glint_screen.h"
 #include "driver/core/glintutl.h"
+#include "driver/core/source_clip.h"
 #include "driver/heap/surface_format.h"
 
 namespace {
@@ -84,7 +84,7 @@ void ToWords(RECTL& rect, uint32_t shift) {
 void FastGlintClear(DriverData* driver, RECTL* destRect, uint32_t destOffset, uint32_t fill) {
     MatchFBDepth(driver);
     StreamWriter<DriverData> out(driver);
-    out.Reserve(200);
+    out.Reserve(kFillBytes);
     FillScreen(out, driver, *destRect, destOffset, fill);
     out.Store();
 }
@@ -112,7 +112,7 @@ void FastLBGlintClear(DriverData* driver, DDRAWI_DDRAWSURFACE_LCL* surface, RECT
         return;
     }
     StreamWriter<DriverData> out(driver);
-    out.Reserve(200);
+    out.Reserve(kFillBytes);
     out.Wait(14);
     out.Tag(tag::LBReadMode, priv->PPCode);
     out.Tag(tag::FBReadMode, driver->PartialProducts);
@@ -134,7 +134,7 @@ void PackedTXCopyBlt(DriverData* driver, RECTL* destRect, RECTL* srcRect, int32_
     }
     MatchFBDepth(driver);
     StreamWriter<DriverData> out(driver);
-    out.Reserve(280);
+    out.Reserve(kCopyBytes);
     out.Wait(11);
     out.Tag(tag::FBReadMode, driver->PartialProducts | field::FBReadMode_ReadSource.Mask());
     out.Tag(tag::LogicalOpMode, 0);

@@ -2,7 +2,7 @@
 // Copies and fills on the Glint family: of the frame buffer, and of the local buffer (LB), which
 // holds textures and Z buffers. Their forms are told with CHIPRenderTable.
 #include "driver/core/driverdata.h"
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 
 #include <cstdint>
 

@@ -1,10 +1,10 @@
 #include "driver/blit/txblitfx.h"
 
-#include "driver/blit/blit_clip.h"
 #include "driver/blit/chroma_bounds.h"
 #include "driver/blit/glint_screen.h"
 #include "driver/blit/stretch_way.h"
 #include "driver/core/glintutl.h"
+#include "driver/core/source_clip.h"
 #include "driver/heap/surface_format.h"
 #include "driver/raster/flt2fix.h"
 
@@ -24,7 +24,8 @@ constexpr ChromaLayout kLayouts[] = {
 };
 
 // ChromaTestMode: pixels within the bounds are not drawn.
-constexpr uint32_t kRejectInside = 9;
+constexpr uint32_t kRejectInside =
+    field::ChromaTestMode_Enable.Mask() | field::ChromaTestMode_Unknown1.Put(0, 4);
 
 constexpr uint32_t kRenderTextured = kRenderPlain | field::Render_Texture.Mask();
 
@@ -33,9 +34,10 @@ constexpr uint32_t kReadTexels =
     field::FBReadMode_ReadTexels.Mask() | field::FBReadMode_ReadSource.Mask();
 // GlintTextureReadMode without the texel size: the frame buffer as a map of 2048 by 2048 texels,
 // so that no blit comes to its edge.
-constexpr uint32_t kScreenMap = 0x4400000 | field::GlintTextureReadMode_Enable.Mask() |
-                                field::GlintTextureReadMode_Width.Put(0, 11) |
-                                field::GlintTextureReadMode_Height.Put(0, 11);
+constexpr uint32_t kScreenMap =
+    field::GlintTextureReadMode_Enable.Mask() | field::GlintTextureReadMode_Width.Put(0, 11) |
+    field::GlintTextureReadMode_Height.Put(0, 11) | field::GlintTextureReadMode_Unknown22.Mask() |
+    field::GlintTextureReadMode_Unknown24.Put(0, 4);
 
 ChromaBounds BoundsOf(const DDHAL_BLTDATA* data, const PrivateSurfaceData* source) {
     return ChromaBoundsOf(data->bltFX.ddckSrcColorkey, source, kLayouts, kSwappedBytes);
@@ -59,7 +61,7 @@ void DrawStretch(DriverData* driver, const DDHAL_BLTDATA* data,
                  const ChromaBounds* bounds) {
     MatchFBDepth(driver);
     StreamWriter<DriverData> out(driver);
-    out.Reserve(280);
+    out.Reserve(kCopyBytes);
     out.Wait(16);
     if (bounds != nullptr) {
         out.Tag(tag::ChromaTestMode, kRejectInside);
@@ -103,7 +105,7 @@ void MXSourceChromaBlt(DriverData* driver, DDHAL_BLTDATA* bltData, int32_t strid
     MatchFBDepth(driver);
     const int32_t distance = SourceDistance(at.Source, at.Dest, stride, srcRelative);
     StreamWriter<DriverData> out(driver);
-    out.Reserve(280);
+    out.Reserve(kCopyBytes);
     out.Wait(14);
     out.Tag(tag::ChromaTestMode, kRejectInside);
     out.Tag(tag::FBReadMode, driver->PartialProducts | field::FBReadMode_ReadSource.Mask());

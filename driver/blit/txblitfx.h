@@ -2,7 +2,7 @@
 // Stretches and keyed copies on MX, through its texture unit and chroma test. Their forms are told
 // with CHIPRenderTable.
 #include "driver/core/driverdata.h"
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 
 #include <cstdint>
 

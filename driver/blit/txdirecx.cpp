@@ -1,10 +1,10 @@
 #include "driver/blit/txdirecx.h"
 
-#include "driver/blit/pmdirecx.h"
+#include "driver/blit/primitives.h"
 #include "driver/blit/request.h"
 #include "driver/blit/txblitfx.h"
 #include "driver/core/glintutl.h"
-#include "driver/core/korv32.h"
+#include "driver/core/korv32_mode.h"
 
 namespace {
 
@@ -124,12 +124,9 @@ BlitOutcome Decide(BlitRequest& blit) {
 
 DWORD KORV_STDCALL GlintBlt32(DDHAL_BLTDATA* data) {
     DriverData* driver = SurfaceDriverOf(data->lpDD);
-    if (driver->ModeChanged != 0) {
-        ChangeDDHAL32Mode(driver);
-    }
+    FollowModeChange(driver);
     if (BlitWaitsForFlip(driver, data) || BlitWaitsForDMA(driver, data)) {
         return DDHAL_DRIVER_HANDLED;
     }
-    BlitRequest blit = BeginBlit(driver, data);
-    return EndBlit(blit, Decide(blit));
+    return RunBlit(driver, data, Decide);
 }

@@ -5,8 +5,8 @@
 // store the write position back. DriverData's stream is always in FIFO mode; a D3DContext's is a
 // ring of DMA sub-buffers or, with DMA off, the FIFO window.
 #include "driver/core/driverdata.h"
+#include "driver/core/records/d3d_context.h"
 #include "driver/core/tags.h"
-#include "driver/d3d/dcontext.h"
 
 #include <cstdint>
 
@@ -124,6 +124,9 @@ class StreamWriter {
     uint32_t* at_;
     int32_t credit_ = 0;
 };
+
+// The words of render states and textures.
+using StateWriter = StreamWriter<D3DContext>;
 
 // A mapped register write; the caller has waited for FIFO space.
 inline void WriteChipRegister(DriverData* driver, uint32_t tagNumber, uint32_t data) {

@@ -6,7 +6,9 @@ namespace {
 
 // Written to ErrorFlags in front of a read of the empty output FIFO: the error interrupt that
 // follows wakes the queue's handler.
-constexpr uint32_t kClearErrors = 7;
+constexpr uint32_t kClearErrors = field::ErrorFlags_InputFIFO.Mask() |
+                                  field::ErrorFlags_OutputFIFO.Mask() |
+                                  field::ErrorFlags_Unknown2.Mask();
 
 constexpr uint32_t kSyncFilter = field::FilterMode_SyncTag.Mask();
 
@@ -73,9 +75,7 @@ int32_t StartDMA(DriverData* driver, uint32_t context, uint32_t count, uint32_t 
     }
     ChipInfo* chip = driver->ChipInfo;
     ChipRegisters* registers = driver->Registers;
-    if (chip->CurrentContext != context) {
-        ChangeContext(driver, chip, context);
-    }
+    ChangeContext(driver, chip, context);
     ClearDMAState(chip, DMAIdle);
     ForceWritesOut();
     if ((chip->DMAState & DMAQueueOn) != 0) {

@@ -2,8 +2,8 @@
 // The per-display record, the global switches, and the rules by which an entry finds its display.
 // The record itself comes from the mini VDD and is never freed here.
 #include "driver/core/chipinfo.h"
+#include "driver/core/records/video_heap.h"
 #include "driver/core/stream.h"
-#include "driver/heap/linalloc.h"
 #include "driver/platform/d3dhal.h"
 #include "driver/platform/ddhal.h"
 #include "driver/platform/videoport.h"

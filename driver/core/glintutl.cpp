@@ -1,10 +1,16 @@
 #include "driver/core/glintutl.h"
 
+#include "driver/core/cursor.h"
 #include "driver/core/units.h"
 
 uint32_t rops[8];
 
 namespace {
+
+// Reserved for turning all units off: 34 pairs at most, on Permedia 2.
+constexpr uint32_t kUnitsOffBytes = 800;
+// Reserved for a change of depth, one pair.
+constexpr uint32_t kDepthBytes = 40;
 
 constexpr uint16_t kBufferUnits[] = {
     tag::DitherMode, tag::LogicalOpMode, tag::FBWriteMode,  tag::StatisticMode, tag::AlphaBlendMode,
@@ -16,11 +22,10 @@ constexpr uint16_t kBufferUnits[] = {
 void DisableAllUnits(DriverData* driver) {
     ChipInfo* chip = driver->ChipInfo;
     StreamWriter<DriverData> out(driver);
-    out.Reserve(800);
-    SetFlag(chip, CursorExclude);
+    out.Reserve(kUnitsOffBytes);
+    const CursorAway away(chip);
     TurnUnitsOff(out, chip, kBufferUnits, kPermediaTextureUnits, kGlintTextureUnits);
     out.Store();
-    ClearFlag(chip, CursorExclude);
 }
 
 void vGlintChangeFBDepth(DriverData* driver, uint32_t depth) {
@@ -35,7 +40,7 @@ void vGlintChangeFBDepth(DriverData* driver, uint32_t depth) {
         return;
     }
     StreamWriter<DriverData> out(driver);
-    out.Reserve(40);
+    out.Reserve(kDepthBytes);
     out.Wait(1);
     if (chip->DeviceId == DeviceTX || chip->DeviceId == DeviceMX) {
         out.Tag(tag::PixelSize, 2 - depth);

@@ -1,7 +1,5 @@
 #include "driver/core/k32exp.h"
 
-#include "driver/platform/win32.h"
-
 namespace {
 
 constexpr uint16_t kImageMagic = 0x5A4D;
@@ -12,14 +10,14 @@ constexpr uint32_t kExportDirectoryAt = 120;
 constexpr uint32_t kNumberOfFunctionsAt = 20;
 constexpr uint32_t kAddressOfFunctionsAt = 28;
 
-HMODULE hmod;
-
 template <class T>
 T Load(const uint8_t* at) {
     return *reinterpret_cast<const T*>(at);
 }
 
 } // namespace
+
+HMODULE hmod;
 
 void* GetK32ProcAddress(uint32_t ordinal) {
     if (hmod == nullptr) {

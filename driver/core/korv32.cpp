@@ -28,7 +28,7 @@ namespace {
 constexpr DWORD kSharedHeap = 0x04000000;
 constexpr DWORD kHeapInitialBytes = 2500;
 constexpr int32_t kDMABuffers = 10;
-constexpr uint32_t kPlainTrapezoid = 0x40; // Render word
+constexpr uint32_t kPlainTrapezoid = field::Render_Primitive.Put(0, 1);
 
 // cpuid function 1.
 constexpr uint32_t kSignatureMask = 0x600; // both bits: a family that passes the test
@@ -177,9 +177,7 @@ uint32_t InitDDHAL32Bit(DriverData* driver) {
     if (driver->SubBuffersReady != 1) {
         SetupDriverStream(driver);
     }
-    if (driver->ChipInfo->CurrentContext != kContext2D) {
-        ChangeContext(driver, driver->ChipInfo, kContext2D);
-    }
+    ChangeContext(driver, driver->ChipInfo, kContext2D);
     DisableAllUnits(driver);
     ChangeDDHAL32Mode(driver);
     FillCallbacks(driver);

@@ -1,6 +1,7 @@
 #pragma once
-// From being loaded by the system to a filled DDHALINFO, and the work of a mode change.
+// From being loaded by the system to a filled DDHALINFO.
 #include "driver/core/driverdata.h"
+#include "driver/core/korv32_mode.h" // IWYU pragma: export
 
 // Slots that belong to the 16-bit side of the system; nothing fills or reads them here.
 extern void* LoadLibrary16;
@@ -20,5 +21,3 @@ uint32_t InitDDHAL32Bit(DriverData* driver);
 void GetDDHALInfo(DriverData* driver, DDHALINFO* info);
 // Answers the system's requests for further callback tables.
 DWORD KORV_STDCALL GetDriverInfo32(DD_GETDRIVERINFODATA* data);
-// Programs everything that depends on the display mode.
-void ChangeDDHAL32Mode(DriverData* driver);

@@ -1,7 +1,7 @@
 #include "driver/core/korv32_flip.h"
 
 #include "driver/core/dma.h"
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 #include "driver/services/context.h"
 
 FlipRecord flipRecord;
@@ -9,7 +9,7 @@ uint32_t bBlankReturn;
 
 namespace {
 
-constexpr uint32_t kRetraceFlag = 16; // IntFlags
+constexpr uint32_t kRetraceFlag = field::IntFlags_Retrace.Mask();
 constexpr uint32_t kBankBoundary = 4u << 20;
 constexpr uint32_t kLowBank = 0xFE;  // ScreenBank: visible image below 4 MB
 constexpr uint32_t kHighBank = 0xFF; // from there on
@@ -86,13 +86,9 @@ void FlushOwner(DriverData* driver, D3DContext* ctx) {
     }
     const uint32_t own = ctx->Stream.HardwareContext;
     const uint32_t holder = driver->ChipInfo->CurrentContext;
-    if (holder != own) {
-        ChangeContext(driver, driver->ChipInfo, own);
-    }
+    ChangeContext(driver, driver->ChipInfo, own);
     SendSubBufferDirect(driver, ctx);
-    if (holder != own) {
-        ChangeContext(driver, driver->ChipInfo, holder);
-    }
+    ChangeContext(driver, driver->ChipInfo, holder);
 }
 
 // Byte position of pixel column `left`.

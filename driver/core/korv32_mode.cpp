@@ -1,23 +1,33 @@
-// The work of a mode change: everything on the chip that depends on the display mode.
-#include "driver/blit/pmdirecx.h"
+#include "driver/core/korv32_mode.h"
+
+#include "driver/blit/primitives.h"
+#include "driver/core/cursor.h"
 #include "driver/core/dma.h"
 #include "driver/core/glintutl.h"
-#include "driver/core/korv32.h"
-#include "driver/heap/surface.h"
+#include "driver/heap/surface_pitch.h"
 #include "driver/services/context.h"
 
 namespace {
 
-// Bits of FBModeSel that choose the depth.
-constexpr uint32_t kDepthSelect8 = 4;
-constexpr uint32_t kDepthSelect16 = 2;
-constexpr uint32_t kDepthSelectMask = 6;
+// Reserved for a mode: 20 pairs at most, on TX and MX.
+constexpr uint32_t kModeBytes = 400;
+
+constexpr uint32_t kDepthSelect8 = field::FBModeSel_Depth.Put(0, 2);
+constexpr uint32_t kDepthSelect16 = field::FBModeSel_Depth.Put(0, 1);
 
 constexpr uint32_t kFastFill = field::Render_FastFill.Mask();
-constexpr uint32_t kTXCopyBits = 0x40008;
+constexpr uint32_t kTXCopyBits = kFastFill | field::Render_BlockFillKind.Mask();
 
-// AlphaBlendMode of TX and MX by pixel size code.
-constexpr uint32_t kTXAlphaWord[3] = {0x32E02, 0x32102, 0x32002};
+// AlphaBlendMode of TX and MX, switched off, for a colour format.
+constexpr uint32_t TXAlphaWord(uint32_t colourFormat) {
+    return field::AlphaBlendMode_Source.Put(0, 1) |
+           field::AlphaBlendMode_ColorFormat.Put(0, colourFormat) |
+           field::AlphaBlendMode_ColorOrder.Mask() | field::AlphaBlendMode_FormatExtension.Mask() |
+           field::AlphaBlendMode_Unknown17.Mask();
+}
+// By pixel size code.
+constexpr uint32_t kTXAlphaWord[3] = {TXAlphaWord(14), TXAlphaWord(1), TXAlphaWord(0)};
+static_assert(kTXAlphaWord[0] == 0x32E02);
 
 // A 2048 by 2048 map.
 constexpr uint32_t kTextureReadStart = field::TextureReadMode_Enable.Put(0, 1) |
@@ -26,7 +36,8 @@ constexpr uint32_t kTextureReadStart = field::TextureReadMode_Enable.Put(0, 1) |
 static_assert(kTextureReadStart == 0x17601);
 constexpr uint32_t kFormat8BitTexels = 0xE;
 constexpr uint32_t kGlintDepthFormat = field::LBReadFormat_DepthWidth.Put(0, 2);
-constexpr uint32_t kGlintWindow = 0x18;
+constexpr uint32_t kGlintWindow =
+    field::Window_ForceUpdate.Mask() | field::Window_UpdateFromRegister.Mask();
 // Always passes and writes nothing.
 constexpr uint32_t kGlintDepthStart = field::DepthMode_Enable.Put(0, 1) |
                                       field::DepthMode_Source.Put(0, 2) |
@@ -38,11 +49,12 @@ uint32_t FastFillSize(const DriverData* driver, uint32_t modeSelect) {
     if (driver->PixelSize != PixelSize32) {
         return 8;
     }
-    const uint32_t width = (modeSelect >> 10) & 3;
+    const uint32_t width = field::FBModeSel_BlockWidth.Get(modeSelect);
     if (width != 1 && width != 2) {
         return 0;
     }
-    return 2u << ((modeSelect & 1) + width + ((modeSelect >> 8) & 3));
+    return 2u << (field::FBModeSel_Interleave.Get(modeSelect) + width +
+                  field::FBModeSel_BlockRows.Get(modeSelect));
 }
 
 // The Render words are only ever or-ed here: bits of an earlier mode stay.
@@ -113,11 +125,9 @@ void FillDepthTable(DriverData* driver, uint32_t modeSelect) {
 void ChangeDDHAL32Mode(DriverData* driver) {
     ChipInfo* chip = driver->ChipInfo;
     StreamWriter<DriverData> out(driver);
-    out.Reserve(400);
-    SetFlag(chip, CursorExclude);
-    if (chip->CurrentContext != kContext2D) {
-        ChangeContext(driver, chip, kContext2D);
-    }
+    out.Reserve(kModeBytes);
+    const CursorAway away(chip);
+    ChangeContext(driver, chip, kContext2D);
     // The 16-bit side rebuilt the heap in its own terms: the flat ring is a ring of one again.
     NodeGroup& first = driver->Heap.FirstGroup;
     first.Next = &first;
@@ -132,7 +142,7 @@ void ChangeDDHAL32Mode(DriverData* driver) {
     if (chip->Family == FamilyPermedia) {
         driver->LocalBufferShift = 1;
     } else {
-        modeSelect = ReadChip(driver->Registers, reg::FBModeSel) & ~kDepthSelectMask;
+        modeSelect = ReadChip(driver->Registers, reg::FBModeSel) & ~field::FBModeSel_Depth.Mask();
         driver->LocalBufferShift = 2;
     }
     SetRenderWords(driver, out, modeSelect);
@@ -179,5 +189,4 @@ void ChangeDDHAL32Mode(DriverData* driver) {
     vGlintChangeFBDepth(driver, driver->PixelSize);
     driver->ModeChanged = 0;
     ++driver->ModeChangeCount;
-    ClearFlag(chip, CursorExclude);
 }

@@ -14,9 +14,6 @@ constexpr DWORD kValueBytes = 10;
 // Numbers are written with this length whatever they are: longer ones are cut.
 constexpr uint32_t kStoredBytes = 4;
 
-// One key for all displays and processes, never closed.
-HKEY registryKey;
-
 bool IsBlank(char c) {
     return (c >= 9 && c <= 13) || c == 32;
 }
@@ -61,6 +58,8 @@ uint32_t IsOne(const char* name) {
 }
 
 } // namespace
+
+HKEY registryKey;
 
 void vGlintInitializeRegistryKey(DriverData* driver) {
     char path[kPathBytes];

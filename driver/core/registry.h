@@ -1,9 +1,14 @@
 #pragma once
 // The configuration store: one registry key per display, decimal numbers as text. A missing key or
 // value is never an error.
+#include "driver/platform/win32.h"
+
 #include <cstdint>
 
 struct DriverData;
+
+// One key for all displays and processes, never closed.
+extern HKEY registryKey;
 
 // Opens the key named by ChipInfo.RegistryName; on failure the handle stays as it was.
 void vGlintInitializeRegistryKey(DriverData* driver);

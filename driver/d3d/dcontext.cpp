@@ -1,16 +1,15 @@
 #include "driver/d3d/dcontext.h"
 
+#include "driver/core/cursor.h"
 #include "driver/core/dma.h"
+#include "driver/core/records/private_surface.h"
 #include "driver/core/registry.h"
 #include "driver/d3d/dcontext_setup.h"
-#include "driver/d3d/execute.h"
 #include "driver/diag/korvtrace.h"
 #include "driver/heap/linalloc.h"
-#include "driver/heap/surface.h"
 #include "driver/services/context.h"
 #include "driver/texture/textures.h"
 
-D3DContext* ContextSlots[kContextSlots];
 D3DContextNode* lpD3DContextList;
 
 namespace {
@@ -127,9 +126,10 @@ HRESULT CreateContextOn(DriverData* driver, D3DHAL_CONTEXTCREATEDATA* data) {
     ctx->UseDelta = SetupUnitInUse(chip);
     ctx->ProcessId = data->dwPID;
 
-    SetFlag(chip, CursorExclude);
-    SetupContext(ctx);
-    ClearFlag(chip, CursorExclude);
+    {
+        const CursorAway away(chip);
+        SetupContext(ctx);
+    }
 
     ctx->CullMode = D3DCULL_CCW;
     ctx->TextureValid = 1;

@@ -7,7 +7,7 @@
 #include "driver/d3d/execute.h"
 #include "driver/d3d/statepm.h"
 #include "driver/d3d/statesx.h"
-#include "driver/heap/surface.h"
+#include "driver/heap/surface_pitch.h"
 #include "driver/raster/del_tex.h"
 #include "driver/raster/gl_line.h"
 #include "driver/raster/p2_tex.h"
@@ -17,10 +17,15 @@
 namespace {
 
 using RegisterCopies = D3DContext::RegisterCopies;
-using Writer = StreamWriter<D3DContext>;
 
-// A change to some bits of a mode word. Bits that have a field of their own go by Put; the others,
-// whose meaning the driver never needs, by their masks.
+// Reserved for turning all units off: 33 pairs at most.
+constexpr uint32_t kUnitsOffBytes = 512;
+// For what all chips start with, 13 pairs.
+constexpr uint32_t kCommonBytes = 256;
+// For what a family starts with: 27 pairs at most, on MX with a setup unit in front.
+constexpr uint32_t kFamilyBytes = 512;
+
+// A change to some fields of a mode word; all other bits stay.
 struct WordEdit {
     uint32_t clear = 0;
     uint32_t set = 0;
@@ -28,8 +33,8 @@ struct WordEdit {
     constexpr WordEdit Put(Field bits, uint32_t value) const {
         return {clear | bits.Mask(), bits.Put(set, value)};
     }
-    constexpr WordEdit Off(uint32_t bits) const { return {clear | bits, set & ~bits}; }
-    constexpr WordEdit On(uint32_t bits) const { return {clear | bits, set | bits}; }
+    // Clears all but these bits, whatever was put before.
+    static constexpr WordEdit KeepOnly(Field bits) { return {~bits.Mask(), 0}; }
     constexpr uint32_t Of(uint32_t word) const { return (word & ~clear) | set; }
 };
 
@@ -45,7 +50,7 @@ constexpr ModeStep Constant(uint32_t tagNumber, uint32_t word) {
 }
 
 template <size_t N>
-void Write(Writer& out, D3DContext* ctx, const ModeStep (&steps)[N]) {
+void Write(StateWriter& out, D3DContext* ctx, const ModeStep (&steps)[N]) {
     for (const ModeStep& step : steps) {
         uint32_t word = step.edit.set;
         if (step.copy != nullptr) {
@@ -83,25 +88,30 @@ constexpr WordEdit kBlendOff = WordEdit()
                                    .Put(field::AlphaBlendMode_Dest, 0)
                                    .Put(field::AlphaBlendMode_ColorOrder, 1)
                                    .Put(field::AlphaBlendMode_Special, 0)
-                                   .Off(0x1000);
-constexpr WordEdit kPermediaBlend = kBlendOff.On(0x60000);
+                                   .Put(field::AlphaBlendMode_Unknown12, 0)
+                                   .Put(field::AlphaBlendMode_Unknown17, 1);
+constexpr WordEdit kPermediaBlend = kBlendOff.Put(field::AlphaBlendMode_Unknown18, 1);
 constexpr WordEdit kGlintBlend =
-    kBlendOff.Put(field::AlphaBlendMode_FormatExtension, 1).Off(0x8000).On(0x20000);
+    kBlendOff.Put(field::AlphaBlendMode_FormatExtension, 1).Put(field::AlphaBlendMode_Unknown15, 0);
 
 constexpr WordEdit kGlintDither = WordEdit()
                                       .Put(field::DitherMode_UnitEnable, 1)
                                       .Put(field::DitherMode_ColorOrder, 1)
-                                      .Off(0x03C0);
-constexpr WordEdit kPermediaDither = kGlintDither.Off(0x3000);
+                                      .Put(field::DitherMode_Unknown6, 0);
+constexpr WordEdit kPermediaDither = kGlintDither.Put(field::DitherMode_Unknown12, 0);
 
-constexpr WordEdit kDepthReadOff =
-    WordEdit().Put(field::LBReadMode_ReadSource, 0).Put(field::LBReadMode_ReadDest, 0).Off(0x70000);
-constexpr WordEdit kPermediaColourReadOff = WordEdit()
-                                                .Put(field::FBReadMode_ReadSource, 0)
-                                                .Put(field::FBReadMode_ReadDest, 0)
-                                                .Off(0x067B8000);
-constexpr WordEdit kGlintColourReadOff =
-    WordEdit().Put(field::FBReadMode_ReadSource, 0).Put(field::FBReadMode_ReadDest, 0).Off(0x18000);
+constexpr WordEdit kDepthReadOff = WordEdit()
+                                       .Put(field::LBReadMode_ReadSource, 0)
+                                       .Put(field::LBReadMode_ReadDest, 0)
+                                       .Put(field::LBReadMode_Unknown16, 0);
+constexpr WordEdit kGlintColourReadOff = WordEdit()
+                                             .Put(field::FBReadMode_ReadSource, 0)
+                                             .Put(field::FBReadMode_ReadDest, 0)
+                                             .Put(field::FBReadMode_Unknown15, 0);
+constexpr WordEdit kPermediaColourReadOff = kGlintColourReadOff.Put(field::FBReadMode_Unknown17, 0)
+                                                .Put(field::FBReadMode_Packed, 0)
+                                                .Put(field::FBReadMode_RelativeOffset, 0)
+                                                .Put(field::FBReadMode_PatchKind, 0);
 
 // DepthMode_Compare: one less than the D3DCMP value.
 constexpr uint32_t kCompareLessEqual = D3DCMP_LESSEQUAL - 1;
@@ -119,7 +129,13 @@ constexpr WordEdit DepthWithCompare(uint32_t compare) {
 constexpr WordEdit kTextureColour = WordEdit()
                                         .Put(field::TextureColorMode_Enable, 1)
                                         .Put(field::TextureColorMode_Application, 0)
-                                        .Off(0x70);
+                                        .Put(field::TextureColorMode_Unknown4, 0)
+                                        .Put(field::TextureColorMode_Specular, 0);
+
+constexpr WordEdit kStencilOff =
+    WordEdit().Put(field::StencilMode_Enable, 0).Put(field::StencilMode_Unknown1, 0);
+constexpr WordEdit kWindowUpdateOff =
+    WordEdit().Put(field::Window_ForceUpdate, 0).Put(field::Window_UpdateFromRegister, 0);
 
 constexpr ModeStep kCommonSteps[] = {
     Constant(tag::ScissorMode, field::ScissorMode_ScreenEnable.Mask()),
@@ -135,20 +151,21 @@ constexpr ModeStep kCommonSteps[] = {
     Constant(tag::FBWindowBase, 0),
 };
 // RasterizerMode without a setup unit.
-constexpr uint32_t kRasterizerHostSetup = 0x20;
+constexpr uint32_t kRasterizerHostSetup = field::RasterizerMode_HalfBias.Mask();
 constexpr uint32_t kMinusOne = 0xFFFF0000; // 16.16
 
 constexpr ModeStep kPermediaSteps1[] = {
     {tag::FBWriteMode, &RegisterCopies::FBWriteMode,
-     WordEdit().Put(field::FBWriteMode_Enable, 1).Off(0x8)},
-    {tag::LBReadFormat, &RegisterCopies::LBReadFormat, WordEdit().Off(0xF)},
+     WordEdit().Put(field::FBWriteMode_Enable, 1).Put(field::FBWriteMode_Unknown3, 0)},
+    {tag::LBReadFormat, &RegisterCopies::LBReadFormat,
+     WordEdit().Put(field::LBReadFormat_DepthWidth, 0).Put(field::LBReadFormat_Unknown2, 0)},
     {tag::LBWriteFormat, &RegisterCopies::LBReadFormat},
     {tag::LBWriteMode, &RegisterCopies::LBWriteMode, WordEdit().Put(field::LBWriteMode_Enable, 0)},
     {tag::DepthMode, &RegisterCopies::DepthMode, DepthWithCompare(kCompareLessEqual)},
-    {tag::StencilMode, &RegisterCopies::StencilMode, WordEdit().Off(0x7F)},
+    {tag::StencilMode, &RegisterCopies::StencilMode, kStencilOff},
     {tag::FogMode, &RegisterCopies::FogMode, WordEdit().Put(field::FogMode_Enable, 1)},
     {tag::Window, &RegisterCopies::WindowMode,
-     WordEdit().Put(field::Window_DisableUpdate, 1).Off(0x18)},
+     kWindowUpdateOff.Put(field::Window_DisableUpdate, 1)},
     Constant(tag::ChromaUpperBound, 0),
     Constant(tag::ChromaLowerBound, 0),
     Constant(tag::ChromaTestMode, 0xFFFFFFFF),
@@ -160,46 +177,62 @@ constexpr ModeStep kPermediaSteps2[] = {
      WordEdit()
          .Put(field::TextureMapFormat_TexelSize, 1)
          .Put(field::TextureMapFormat_Patched, 0)
-         .Off(0x10000)},
+         .Put(field::TextureMapFormat_Unknown16, 0)},
     {tag::TextureDataFormat, &RegisterCopies::TextureDataFormat,
      WordEdit()
          .Put(field::TextureDataFormat_Format, 1)
          .Put(field::TextureDataFormat_NoAlpha, 1)
          .Put(field::TextureDataFormat_ColorOrder, 1)},
     Constant(tag::TextureBaseAddress, 0),
-    // A 256 by 256 map that wraps; of an old word only bits 5 to 8 are kept.
+    // A 256 by 256 map that wraps.
     {tag::TextureReadMode, &RegisterCopies::TextureReadMode,
-     WordEdit()
-         .Off(~0x1E0u)
+     WordEdit::KeepOnly(field::TextureReadMode_Unknown5)
          .Put(field::TextureReadMode_Enable, 1)
          .Put(field::TextureReadMode_WrapS, 1)
          .Put(field::TextureReadMode_WrapT, 1)
          .Put(field::TextureReadMode_Width, 8)
          .Put(field::TextureReadMode_Height, 8)},
-    {tag::YUVMode, &RegisterCopies::YUVMode, WordEdit().Off(0x3F)},
+    {tag::YUVMode, &RegisterCopies::YUVMode,
+     WordEdit()
+         .Put(field::YUVMode_Enable, 0)
+         .Put(field::YUVMode_KeyMode, 0)
+         .Put(field::YUVMode_Unknown3, 0)},
     Constant(tag::TexelLUTMode, 0),
     Constant(tag::AreaStippleMode, field::AreaStippleMode_Enable.Mask()),
 };
-constexpr WordEdit kPermediaDelta = WordEdit()
-                                        .Put(field::DeltaMode_SmoothShading, 1)
-                                        .Put(field::DeltaMode_DepthEnable, 0)
-                                        .Put(field::DeltaMode_Specular, 0)
+// What every setup unit starts with.
+constexpr WordEdit kAnyDelta = WordEdit()
+                                   .Put(field::DeltaMode_Fog, 1)
+                                   .Put(field::DeltaMode_SmoothShading, 1)
+                                   .Put(field::DeltaMode_DepthEnable, 0)
+                                   .Put(field::DeltaMode_Specular, 0)
+                                   .Put(field::DeltaMode_SubPixelCorrection, 1)
+                                   .Put(field::DeltaMode_Unknown11, 1)
+                                   .Put(field::DeltaMode_Unknown12, 0)
+                                   .Put(field::DeltaMode_Unknown16, 0);
+constexpr WordEdit kPermediaDelta = kAnyDelta.Put(field::DeltaMode_TargetChip, 2)
+                                        .Put(field::DeltaMode_DepthFormat, 1)
+                                        .Put(field::DeltaMode_Texture, 1)
+                                        .Put(field::DeltaMode_Unknown9, 0)
                                         .Put(field::DeltaMode_PerspectiveOff, 1)
-                                        .Put(field::DeltaMode_PerspectiveOn, 0)
-                                        .Off(0x13209)
-                                        .On(0x00C36);
-constexpr WordEdit kPermedia2Delta = kPermediaDelta.Off(0x20000).On(0x40000);
+                                        .Put(field::DeltaMode_PerspectiveOn, 0);
+constexpr WordEdit kPermedia2Delta =
+    kPermediaDelta.Put(field::DeltaMode_Unknown17, 0).Put(field::DeltaMode_ColorOrder, 1);
 
 constexpr ModeStep kGlintSteps1[] = {
     {tag::LBReadFormat, &RegisterCopies::LBReadFormat,
-     WordEdit().Put(field::LBReadFormat_DepthWidth, 2).Off(0x1FFFC)},
+     WordEdit()
+         .Put(field::LBReadFormat_DepthWidth, 2)
+         .Put(field::LBReadFormat_Unknown2, 0)
+         .Put(field::LBReadFormat_Unknown4, 0)},
     {tag::LBWriteFormat, &RegisterCopies::LBReadFormat},
     {tag::FBReadMode, &RegisterCopies::FBReadMode, kGlintColourReadOff},
     {tag::FBWriteMode, &RegisterCopies::FBWriteMode,
-     WordEdit().Put(field::FBWriteMode_Enable, 1).Off(0x6)},
+     WordEdit().Put(field::FBWriteMode_Enable, 1).Put(field::FBWriteMode_Unknown1, 0)},
     {tag::LBWriteMode, &RegisterCopies::LBWriteMode, WordEdit().Put(field::LBWriteMode_Enable, 1)},
     {tag::DepthMode, &RegisterCopies::DepthMode, DepthWithCompare(kCompareAlways)},
-    {tag::StencilMode, &RegisterCopies::StencilMode, WordEdit().Off(0x1807F)},
+    {tag::StencilMode, &RegisterCopies::StencilMode,
+     kStencilOff.Put(field::StencilMode_Unknown15, 0)},
 };
 constexpr WordEdit kAlphaTestOff = WordEdit()
                                        .Put(field::AlphaTestMode_Enable, 0)
@@ -207,33 +240,41 @@ constexpr WordEdit kAlphaTestOff = WordEdit()
                                        .Put(field::AlphaTestMode_Reference, 0);
 constexpr WordEdit kAlphaTestOn = kAlphaTestOff.Put(field::AlphaTestMode_Enable, 1);
 constexpr ModeStep kGlintSteps2[] = {
-    {tag::FogMode, &RegisterCopies::FogMode, WordEdit().Put(field::FogMode_Enable, 1).Off(0x2)},
-    {tag::Window, &RegisterCopies::WindowMode, WordEdit().Off(0x7FFFF)},
+    {tag::FogMode, &RegisterCopies::FogMode,
+     WordEdit().Put(field::FogMode_Enable, 1).Put(field::FogMode_Unknown1, 0)},
+    {tag::Window, &RegisterCopies::WindowMode,
+     kWindowUpdateOff.Put(field::Window_Unknown0, 0)
+         .Put(field::Window_Unknown5, 0)
+         .Put(field::Window_DisableUpdate, 0)},
     Constant(tag::TextureChromaUpper, 0),
     Constant(tag::TextureChromaLower, 0),
     Constant(tag::Unit095, 0),
     {tag::AlphaTestMode, &RegisterCopies::AlphaTestMode, kAlphaTestOff},
-    {tag::ChromaTestMode, &RegisterCopies::MXModeWord, WordEdit().Off(0x5).On(0xA)},
+    {tag::ChromaTestMode, &RegisterCopies::MXModeWord,
+     WordEdit().Put(field::ChromaTestMode_Enable, 0).Put(field::ChromaTestMode_Unknown1, 5)},
     Constant(tag::AreaStippleMode, field::AreaStippleMode_Enable.Put(0, 1) |
                                        field::AreaStippleMode_XSelect.Put(0, 2) |
                                        field::AreaStippleMode_YSelect.Put(0, 2)),
 };
-constexpr WordEdit kGlintDelta = WordEdit()
-                                     .Put(field::DeltaMode_DepthEnable, 0)
-                                     .Off(0x13000)
-                                     .On(0x00C1C | field::DeltaMode_SmoothShading.Mask());
-constexpr WordEdit kDeltaUntextured = kGlintDelta.Put(field::DeltaMode_Specular, 0)
-                                          .Put(field::DeltaMode_PerspectiveOff, 0)
-                                          .Put(field::DeltaMode_PerspectiveOn, 0)
-                                          .Off(0x00023);
-constexpr WordEdit kDeltaTextured = kGlintDelta.Put(field::DeltaMode_Specular, 0)
-                                        .Put(field::DeltaMode_PerspectiveOff, 0)
-                                        .Put(field::DeltaMode_PerspectiveOn, 1)
-                                        .Off(0x00202)
-                                        .On(0x00021);
+constexpr WordEdit kGlintDelta =
+    kAnyDelta.Put(field::DeltaMode_DepthFormat, 3).Put(field::DeltaMode_PerspectiveOff, 0);
+constexpr WordEdit kDeltaUntextured = kGlintDelta.Put(field::DeltaMode_TargetChip, 0)
+                                          .Put(field::DeltaMode_Texture, 0)
+                                          .Put(field::DeltaMode_PerspectiveOn, 0);
+constexpr WordEdit kDeltaTextured = kGlintDelta.Put(field::DeltaMode_TargetChip, 1)
+                                        .Put(field::DeltaMode_Texture, 1)
+                                        .Put(field::DeltaMode_Unknown9, 0)
+                                        .Put(field::DeltaMode_PerspectiveOn, 1);
 constexpr ModeStep kGlintTextureSteps[] = {
     {tag::TextureAddressMode, &RegisterCopies::GlintTextureAddressMode,
-     WordEdit().Off(0x1D4).On(0x2002B)},
+     WordEdit()
+         .Put(field::TextureAddressMode_Enable, 1)
+         .Put(field::TextureAddressMode_Perspective, 1)
+         .Put(field::TextureAddressMode_FastPerspective, 0)
+         .Put(field::TextureAddressMode_DeltaFormat, 1)
+         .Put(field::TextureAddressMode_Unknown4, 2)
+         .Put(field::TextureAddressMode_LevelOfDetail, 0)
+         .Put(field::TextureAddressMode_Unknown17, 1)},
     {tag::GlintTextureReadMode, &RegisterCopies::GlintTextureReadMode,
      WordEdit()
          .Put(field::GlintTextureReadMode_Enable, 1)
@@ -245,9 +286,18 @@ constexpr ModeStep kGlintTextureSteps[] = {
          .Put(field::GlintTextureReadMode_WrapS, 1)
          .Put(field::GlintTextureReadMode_WrapT, 1)
          .Put(field::GlintTextureReadMode_MipMap, 0)
-         .Off(0x06003000)
-         .On(0x09400000)},
-    {tag::TextureFormat, &RegisterCopies::GlintTextureFormat, WordEdit().Off(0x803E1).On(0x4001E)},
+         .Put(field::GlintTextureReadMode_Unknown12, 0)
+         .Put(field::GlintTextureReadMode_Unknown22, 1)
+         .Put(field::GlintTextureReadMode_Unknown24, 9)},
+    {tag::TextureFormat, &RegisterCopies::GlintTextureFormat,
+     WordEdit()
+         .Put(field::TextureFormat_Unknown0, 0)
+         .Put(field::TextureFormat_ColorOrder, 1)
+         .Put(field::TextureFormat_RedHigh, 1)
+         .Put(field::TextureFormat_Components, 3)
+         .Put(field::TextureFormat_Application, 0)
+         .Put(field::TextureFormat_Unknown7, 0)
+         .Put(field::TextureFormat_Unknown18, 1)},
     {tag::TextureColorMode, &RegisterCopies::TextureColorMode, kTextureColour},
     Constant(tag::TextureCacheControl, 3),
 };
@@ -258,8 +308,13 @@ constexpr ModeStep kGlintTextureBase[] = {
     Constant(tag::RouterMode, 1),
 };
 constexpr ModeStep kMXSteps[] = {
-    {tag::ChromaTestMode, &RegisterCopies::MXModeWord, WordEdit().Off(0x6).On(0x9)},
-    {tag::TextureFilterMode, &RegisterCopies::GlintTextureFilterMode, WordEdit().Off(0x2).On(0x5)},
+    {tag::ChromaTestMode, &RegisterCopies::MXModeWord,
+     WordEdit().Put(field::ChromaTestMode_Enable, 1).Put(field::ChromaTestMode_Unknown1, 4)},
+    {tag::TextureFilterMode, &RegisterCopies::GlintTextureFilterMode,
+     WordEdit()
+         .Put(field::TextureFilterMode_Enable, 1)
+         .Put(field::TextureFilterMode_KeyTest, 0)
+         .Put(field::TextureFilterMode_Unknown2, 1)},
 };
 
 bool RegistrySwitchIsOn(const char* name) {
@@ -277,10 +332,12 @@ void SetupDisconnect(D3DContext* ctx) {
         return;
     }
     if (ctx->UseDelta != 0) {
-        WriteChip(driver->Registers, reg::DeltaDisconnectControl, 1);
+        WriteChip(driver->Registers, reg::DeltaDisconnectControl,
+                  field::DeltaDisconnectControl_Enable.Mask());
         ctx->Stream.DisconnectMode = 1;
     } else if ((driver->ChipInfo->Flags & DisconnectUsable) != 0) {
-        WriteChip(driver->Registers, reg::DisconnectControl, 1);
+        WriteChip(driver->Registers, reg::DisconnectControl,
+                  field::DisconnectControl_Enable.Mask());
         ctx->Stream.DisconnectMode = 1;
     }
 }
@@ -301,15 +358,15 @@ Renderer StartingLineRenderer(const D3DContext* ctx) {
 
 void __GlintDisableUnits(D3DContext* ctx) {
     const ChipInfo* chip = ctx->Driver->ChipInfo;
-    Writer out(ctx);
-    out.Reserve(0x200);
+    StateWriter out(ctx);
+    out.Reserve(kUnitsOffBytes);
     TurnUnitsOff(out, chip, kBufferUnits, kPermediaUnits, kGlintUnits);
     out.Store();
 }
 
 void SetupCommonContext(D3DContext* ctx) {
-    Writer out(ctx);
-    out.Reserve(0x100);
+    StateWriter out(ctx);
+    out.Reserve(kCommonBytes);
     out.Wait(16);
     Write(out, ctx, kCommonSteps);
     out.Tag(tag::RasterizerMode, ctx->UseDelta != 0 ? 0 : kRasterizerHostSetup);
@@ -328,8 +385,8 @@ void SetupPermediaContext(D3DContext* ctx) {
     copies.AlphaBlendMode = kPermediaBlend.Of(copies.AlphaBlendMode);
     SetupPermediaTargetData(ctx, ctx->RenderTargetSurface, ctx->ZBufferSurface);
 
-    Writer out(ctx);
-    out.Reserve(0x200);
+    StateWriter out(ctx);
+    out.Reserve(kFamilyBytes);
     out.Wait(16);
     Write(out, ctx, kPermediaSteps1);
     out.Wait(3);
@@ -367,8 +424,8 @@ void SetupGlintContext(D3DContext* ctx) {
     copies.LBReadMode = kDepthReadOff.Of(copies.LBReadMode);
     SetupGlintTargetData(ctx, ctx->RenderTargetSurface, ctx->ZBufferSurface);
 
-    Writer out(ctx);
-    out.Reserve(0x200);
+    StateWriter out(ctx);
+    out.Reserve(kFamilyBytes);
     out.Wait(16);
     copies.FBReadMode = PutDisplayProducts(copies.FBReadMode, ctx);
     Write(out, ctx, kGlintSteps1);

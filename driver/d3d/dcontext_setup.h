@@ -1,7 +1,7 @@
 #pragma once
 // The state with which a new context starts: every unit quiet, then the mode words of the chip at
 // hand, each with its copy in the context.
-#include "driver/d3d/dcontext.h"
+#include "driver/core/records/d3d_context.h"
 
 // Brings the chip and the copies of a new context to the starting state. Always 1.
 uint32_t SetupContext(D3DContext* ctx);

@@ -1,12 +1,14 @@
 #include "driver/d3d/dcontext_target.h"
 
+#include "driver/core/cursor.h"
 #include "driver/core/dma.h"
 #include "driver/d3d/execute.h"
-#include "driver/heap/surface.h"
+#include "driver/heap/surface_pitch.h"
 
 namespace {
 
-using Writer = StreamWriter<D3DContext>;
+// Reserved for a target: six pairs at most.
+constexpr uint32_t kTargetBytes = 256;
 
 // How a target's pixels are named to the chip.
 struct TargetFormat {
@@ -54,7 +56,8 @@ uint32_t PutProducts(uint32_t word, uint32_t products) {
 }
 
 // The depth unit's pitch, and the size of the target.
-void WriteDepthPitchAndSize(Writer& out, D3DContext* ctx, const DDRAWI_DDRAWSURFACE_LCL* target,
+void WriteDepthPitchAndSize(StateWriter& out, D3DContext* ctx,
+                            const DDRAWI_DDRAWSURFACE_LCL* target,
                             const DDRAWI_DDRAWSURFACE_LCL* zbuffer) {
     const uint32_t depth =
         zbuffer != nullptr ? SurfaceProducts(ctx, zbuffer) : DisplayProducts(ctx);
@@ -95,13 +98,14 @@ HRESULT SetRenderTarget(uint32_t handle, DDRAWI_DDRAWSURFACE_LCL* target,
     }
     SynchroniseContext(ctx);
     ChipInfo* chip = ctx->Driver->ChipInfo;
-    SetFlag(chip, CursorExclude);
-    if (chip->Family == FamilyPermedia) {
-        SetupPermediaTargetData(ctx, target, zbuffer);
-    } else {
-        SetupGlintTargetData(ctx, target, zbuffer);
+    {
+        const CursorAway away(chip);
+        if (chip->Family == FamilyPermedia) {
+            SetupPermediaTargetData(ctx, target, zbuffer);
+        } else {
+            SetupGlintTargetData(ctx, target, zbuffer);
+        }
     }
-    ClearFlag(chip, CursorExclude);
     ctx->DirtyFlags |= DIRTY_BLEND | DIRTY_Z | DIRTY_TARGET;
     return DD_OK;
 }
@@ -115,8 +119,8 @@ uint32_t PutDisplayProducts(uint32_t word, const D3DContext* ctx) {
 void SetupPermediaTargetData(D3DContext* ctx, DDRAWI_DDRAWSURFACE_LCL* target,
                              DDRAWI_DDRAWSURFACE_LCL* zbuffer) {
     D3DContext::RegisterCopies& copies = ctx->Copies;
-    Writer out(ctx);
-    out.Reserve(0x100);
+    StateWriter out(ctx);
+    out.Reserve(kTargetBytes);
     out.Wait(10);
     // In rectangular allocation all surfaces share the stride of the display.
     const uint32_t colour =
@@ -144,8 +148,8 @@ void SetupPermediaTargetData(D3DContext* ctx, DDRAWI_DDRAWSURFACE_LCL* target,
 
 void SetupGlintTargetData(D3DContext* ctx, DDRAWI_DDRAWSURFACE_LCL* target,
                           DDRAWI_DDRAWSURFACE_LCL* zbuffer) {
-    Writer out(ctx);
-    out.Reserve(0x100);
+    StateWriter out(ctx);
+    out.Reserve(kTargetBytes);
     out.Wait(10);
     // FBReadMode keeps the pitch of the display: allocation is always rectangular.
     WriteDepthPitchAndSize(out, ctx, target, zbuffer);

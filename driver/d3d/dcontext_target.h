@@ -1,6 +1,6 @@
 #pragma once
 // Render targets: what the chip must know of the colour and Z surfaces besides where they lie.
-#include "driver/d3d/dcontext.h"
+#include "driver/core/records/d3d_context.h"
 
 // Direct3D callback: changes the surfaces a context draws to. Returns 1; ddrval is DD_OK,
 // DDERR_INVALIDPARAMS without a colour surface, DDERR_CURRENTLYNOTAVAIL for one in system memory,

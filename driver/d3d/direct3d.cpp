@@ -4,6 +4,7 @@
 #include "driver/d3d/dcontext.h"
 #include "driver/d3d/execute.h"
 #include "driver/d3d/states.h"
+#include "driver/heap/linalloc.h"
 #include "driver/texture/textures.h"
 
 DDHAL_DDEXEBUFCALLBACKS myD3DExeBufCallbacks = {

@@ -1,8 +1,18 @@
 #include "driver/d3d/execute.h"
 
+#include "driver/core/cursor.h"
 #include "driver/core/dma.h"
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 #include "driver/services/context.h"
+
+namespace {
+
+// Reserved for the five pairs that a change of context does not keep.
+constexpr uint32_t kHeldWordsBytes = 64;
+// Reserved for the bases of a target and its depth, two pairs.
+constexpr uint32_t kBasesBytes = 128;
+
+} // namespace
 
 void SwitchFIFOContext(D3DContext* ctx, uint32_t id) {
     ChipInfo* chip = ctx->Driver->ChipInfo;
@@ -10,8 +20,8 @@ void SwitchFIFOContext(D3DContext* ctx, uint32_t id) {
     if (!IsFirstPermedia(chip)) {
         return;
     }
-    StreamWriter<D3DContext> out(ctx);
-    out.Reserve(0x40);
+    StateWriter out(ctx);
+    out.Reserve(kHeldWordsBytes);
     out.Wait(5); // counts pairs, where other context code counts words
     out.Tag(tag::FogMode, ctx->Copies.FogMode);
     out.Tag(tag::FogColor, HeldFogColor(ctx));
@@ -29,8 +39,8 @@ void SynchroniseContext(D3DContext* ctx) {
 }
 
 void FlipSurfaces(DriverData* driver, D3DContext* ctx) {
-    StreamWriter<D3DContext> out(ctx);
-    out.Reserve(0x80);
+    StateWriter out(ctx);
+    out.Reserve(kBasesBytes);
     out.Wait(4);
 
     // The flag is the display's: the first context to draw consumes it for all.
@@ -119,9 +129,8 @@ DWORD KORV_STDCALL RenderPrimitive(D3DHAL_RENDERPRIMITIVEDATA* data) {
     }
     SynchroniseContext(ctx);
 
-    SetFlag(driver->ChipInfo, CursorExclude);
+    const CursorAway away(driver->ChipInfo);
     data->ddrval = DrawInstruction(driver, ctx, data);
-    ClearFlag(driver->ChipInfo, CursorExclude);
     return DDHAL_DRIVER_HANDLED;
 }
 

@@ -1,14 +1,9 @@
 #pragma once
 // The render path: drawing instructions, the ends of a scene, and aiming the chip at a context's
 // buffers.
-#include "driver/d3d/dcontext.h"
+#include "driver/core/records/d3d_context.h"
 
 #include <cstdint>
-
-// Local object behind an interface pointer that may be null.
-inline DDRAWI_DDRAWSURFACE_LCL* LocalSurfaceOf(LPDIRECTDRAWSURFACE surface) {
-    return surface != nullptr ? surface->lpLcl : nullptr;
-}
 
 // First byte of the memory behind an execute or vertex buffer. Nothing is locked or checked.
 inline uint8_t* BufferDataOf(LPDIRECTDRAWSURFACE buffer) {

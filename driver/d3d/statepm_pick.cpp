@@ -1,7 +1,7 @@
 // Choice of the triangle renderer on Permedia and Permedia 2.
+#include "driver/core/records/private_surface.h"
 #include "driver/d3d/statepm.h"
 #include "driver/d3d/states_pick.h"
-#include "driver/heap/surface.h"
 #include "driver/raster/del_gour.h"
 #include "driver/raster/del_mip.h"
 #include "driver/raster/del_tex.h"

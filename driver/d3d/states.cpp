@@ -1,5 +1,6 @@
 #include "driver/d3d/states.h"
 
+#include "driver/core/cursor.h"
 #include "driver/d3d/execute.h"
 
 DWORD KORV_STDCALL RenderState32(D3DHAL_RENDERSTATEDATA* data) {
@@ -8,13 +9,11 @@ DWORD KORV_STDCALL RenderState32(D3DHAL_RENDERSTATEDATA* data) {
         data->ddrval = D3DHAL_CONTEXT_BAD;
         return DDHAL_DRIVER_HANDLED;
     }
-    ChipInfo* chip = ctx->Driver->ChipInfo;
-    SetFlag(chip, CursorExclude);
+    const CursorAway away(ctx->Driver->ChipInfo);
     SynchroniseContext(ctx);
     const auto* pairs =
         reinterpret_cast<const uint32_t*>(BufferDataOf(data->lpExeBuf) + data->dwOffset);
     data->ddrval = ctx->ProcessStates(ctx, data->dwCount, pairs);
-    ClearFlag(chip, CursorExclude);
     return DDHAL_DRIVER_HANDLED;
 }
 
@@ -36,7 +35,7 @@ bool IsStateLocked(const D3DContext* ctx, uint32_t state) {
 namespace {
 
 // RasterizerMode of a setup unit that draws wires.
-constexpr uint32_t kRasterizerWires = 0x20;
+constexpr uint32_t kRasterizerWires = field::RasterizerMode_HalfBias.Mask();
 
 // Turns a render flag on or off; true if that changed it.
 bool ChangeFlag(D3DContext* ctx, RenderFlag flag, bool on) {

@@ -6,11 +6,10 @@
 // what is stale in DirtyFlags, and the next primitive works the combination out.
 #include "driver/core/bits.h"
 #include "driver/core/dma.h"
+#include "driver/texture/colour_field.h"
 
 #include <cstdint>
 #include <span>
-
-using StateWriter = StreamWriter<D3DContext>;
 
 // Direct3D callback: processes a run of D3DSTATE pairs of an execute buffer. Returns 1; ddrval is
 // DD_OK or D3DHAL_CONTEXT_BAD.
@@ -22,7 +21,7 @@ void OverrideState(D3DContext* ctx, uint32_t type, bool locked);
 bool IsStateLocked(const D3DContext* ctx, uint32_t state);
 
 // Longest run of words of one state, in bytes.
-inline constexpr uint32_t kStateBytes = 0x80;
+inline constexpr uint32_t kStateBytes = 128;
 
 // Processes `count` pairs of state number and value by Apply(ctx, out, state, value). KeepsImage:
 // values are also kept in RenderStates. Always DD_OK.
@@ -67,12 +66,8 @@ inline void PutMapped(uint32_t& word, const Field& field, std::span<const uint8_
 }
 
 // TextureColorMode's colour field by D3DTBLEND_*, on all chips but TX.
-inline constexpr uint32_t kColorModeCopy = 3;
 inline constexpr uint8_t kTextureBlendField[] = {kKeep, kColorModeCopy, 0,     1,
                                                  0,     kKeep,          kKeep, kColorModeCopy};
-// TextureFormat's colour field, which does the same on TX.
-inline constexpr uint32_t kTXModulate = 0;
-inline constexpr uint32_t kTXCopy = 1;
 
 // The states that both families treat alike. Numbers that are not among them are ignored.
 void ApplyCommonState(D3DContext* ctx, StateWriter& out, uint32_t state, uint32_t value);

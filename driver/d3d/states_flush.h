@@ -1,6 +1,6 @@
 #pragma once
 // What the dirty flushes of both families work out alike.
-#include "driver/d3d/dcontext.h"
+#include "driver/core/records/d3d_context.h"
 
 #include <cstdint>
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr uint32_t kBlendBytes = 0x40;
+constexpr uint32_t kBlendBytes = 64;
 
 void SendDither(D3DContext* ctx, StateWriter& out, bool on) {
     PutField(ctx->Copies.DitherMode, field::DitherMode_Enable, on);

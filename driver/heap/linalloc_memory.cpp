@@ -1,7 +1,6 @@
 // Memory of the mini VDD: blocks that every process and the 16-bit side see at the same address.
+#include "driver/core/minivdd.h"
 #include "driver/heap/linalloc.h"
-#include "driver/platform/minivdd.h"
-#include "driver/services/context.h"
 
 namespace {
 

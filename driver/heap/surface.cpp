@@ -3,7 +3,8 @@
 
 #include "driver/core/dma.h"
 #include "driver/core/driverdata.h"
-#include "driver/core/korv32.h"
+#include "driver/core/korv32_mode.h"
+#include "driver/heap/linalloc.h"
 #include "driver/heap/surface_format.h"
 #include "driver/heap/surface_pitch.h"
 
@@ -15,12 +16,6 @@ constexpr uint32_t kFullTileHeight = 32;        // lines
 constexpr uint32_t kWidestFreeYUY2Screen = 640; // pixels
 constexpr uint32_t kFlipTargetAlignment = 8192; // bytes
 constexpr uint32_t kHeapsWithAlignment = 3;
-
-void FollowModeChange(DriverData* driver) {
-    if (driver->ModeChanged != 0) {
-        ChangeDDHAL32Mode(driver);
-    }
-}
 
 bool CountsAsFlipSurface(const DriverData* driver, const DDRAWI_DDRAWSURFACE_LCL* surface) {
     return driver->FlipLimitOn != 0 && HasCaps(surface, DDSCAPS_BACKBUFFER | DDSCAPS_FLIP);

@@ -1,8 +1,10 @@
 #pragma once
 // Pixel formats of surfaces.
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 
 #include <cstdint>
+
+struct DriverData;
 
 inline constexpr uint32_t kFourCCY411 = MAKEFOURCC('Y', '4', '1', '1');
 inline constexpr uint32_t kFourCCYUY2 = MAKEFOURCC('Y', 'U', 'Y', '2');
@@ -26,3 +28,6 @@ inline bool OwnFormatHas(const DDRAWI_DDRAWSURFACE_LCL* surface, uint32_t flag) 
 // The format in force: the surface's own, or the display's for the primary and for surfaces that
 // have none.
 const DDPIXELFORMAT* PixelFormatOf(const DDRAWI_DDRAWSURFACE_LCL* surface);
+// Fills Flags, pixel size and format fields of `record` for `surface`.
+void SetupPrivateSurfaceData(DriverData* driver, PrivateSurfaceData* record,
+                             DDRAWI_DDRAWSURFACE_LCL* surface);

@@ -1,8 +1,10 @@
 #pragma once
 // Pitches that the chip can form, and their partial products.
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 
 #include <cstdint>
+
+struct DriverData;
 
 // The narrowest pitch that partial products can express, and the step between pitches, in pixels.
 inline constexpr uint32_t kSmallestPitch = 32;
@@ -35,3 +37,7 @@ bool SearchPitch(ProductLimits limits, uint32_t width, PitchChoice* choice);
 void StoreProducts(PrivateSurfaceData* record, const PartialProductSet& products);
 // The same from the products of the screen stride.
 void StoreScreenProducts(DriverData* driver, PrivateSurfaceData* record);
+// Partial-product codes of a width in pixels, rounded down to a multiple of 32. Code c stands for
+// 2^(c + 4) pixels, 0 for nothing.
+void DeterminePPCode(DriverData* driver, uint32_t width, uint32_t* pp0, uint32_t* pp1,
+                     uint32_t* pp2, uint32_t* pp3);

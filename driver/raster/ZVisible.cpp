@@ -16,6 +16,8 @@ constexpr uint32_t kStatisticsOut = kStatisticsInside | field::FilterMode_Statis
 // StatisticMode: on, for pixels that are drawn.
 constexpr uint32_t kPickDrawnPixels = 5;
 constexpr uint32_t kWritesOff = 0;
+
+constexpr uint32_t kBeginBytes = 128; // reserved for seven pairs
 constexpr uint32_t kWritesOn = 1;
 
 // What EndZPickTest sends: two pairs, and two more when the answer has come.
@@ -47,7 +49,7 @@ void BeginZPickTest(DriverData* /*driver*/, D3DContext* ctx) {
     const DDRAWI_DDRAWSURFACE_GBL* target = ctx->RenderTargetSurface->lpGbl;
     const uint32_t lastCorner = uint32_t{target->wHeight} << 16 | target->wWidth;
     StreamWriter<D3DContext> out(ctx);
-    out.Reserve(128);
+    out.Reserve(kBeginBytes);
     out.Wait(7);
     out.Tag(tag::FBWriteMode, kWritesOff);
     out.Tag(tag::LBWriteMode, kWritesOff);

@@ -1,7 +1,7 @@
 #pragma once
 // What the host decides about a triangle before it is set up or sent: its facing, and whether it is
 // too small to be worth it. Nothing here writes to a vertex.
-#include "driver/d3d/dcontext.h"
+#include "driver/core/records/d3d_context.h"
 #include "driver/raster/inline.h"
 
 #include <bit>

@@ -82,9 +82,12 @@ KORV_INLINE void StippleGroup(Output<kWaits>& out, D3DCOLOR colour) {
     }
 }
 
+// Reserved for one pair.
+inline constexpr uint32_t kModeBytes = 8;
+
 template <bool kWaits>
 KORV_INLINE void SetColorDDAMode(Output<kWaits>& out, uint32_t word) {
-    out.Reserve(8);
+    out.Reserve(kModeBytes);
     out.Wait(2);
     out.Tag(tag::ColorDDAMode, word);
     out.Store();
@@ -92,7 +95,7 @@ KORV_INLINE void SetColorDDAMode(Output<kWaits>& out, uint32_t word) {
 
 template <bool kWaits>
 KORV_INLINE void SetRasterizerMode(Output<kWaits>& out, uint32_t word) {
-    out.Reserve(8);
+    out.Reserve(kModeBytes);
     out.Wait(2);
     out.Tag(tag::RasterizerMode, word);
     out.Store();

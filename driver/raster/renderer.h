@@ -1,16 +1,7 @@
 #pragma once
-// The contract of all renderers: one drawing instruction in, words in the current sub-buffer out.
+// What all renderers share: their contract, Renderer, is told with the record that holds them.
+#include "driver/core/records/d3d_context.h" // IWYU pragma: export
 #include "driver/platform/d3dhal.h"
-
-#include <cstdint>
-
-struct D3DContext;
-
-// `records` is the instruction's first record (D3DTRIANGLE, D3DLINE or D3DPOINT); it advances by
-// ins->bSize bytes for ins->wCount (at least 1) rounds. Indices into `vertices` are not checked.
-// The vertices' sy may be rewritten to whole rows. Nothing is flushed.
-using Renderer = void (*)(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices,
-                          void* records);
 
 // Renderers that draw nothing.
 void Dummy_Triangle_Renderer(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices,

@@ -1,8 +1,8 @@
 #pragma once
 // Mip mapping by the host: one level for each triangle, by how many texels lie on a pixel, and the
 // chip pointed at that level in between.
+#include "driver/core/records/texture_record.h"
 #include "driver/raster/su_texture.h"
-#include "driver/texture/textures.h"
 
 #include <bit>
 

@@ -1,9 +1,8 @@
 #include "driver/services/OpenGL.h"
 
-#include "driver/blit/pmdirecx.h"
+#include "driver/blit/primitives.h"
 #include "driver/core/dma.h"
 #include "driver/core/registry.h"
-#include "driver/services/context.h"
 
 namespace {
 
@@ -125,12 +124,7 @@ int32_t KORV_STDCALL KORV_FreeVideoMemory(DriverData* driver, uint32_t address) 
 int32_t KORV_STDCALL KORV_CopyBlt(DriverData* driver, RECTL* rect, uint32_t destOffset,
                                   uint32_t srcRelative) {
     driver = ServiceDriver(driver);
-    if (driver->ModeKey != CHIPRender.ModeKey) {
-        SetupFnTable(driver);
-    }
-    if (driver->ChipInfo->CurrentContext != kContext2D) {
-        ChangeContext(driver, driver->ChipInfo, kContext2D);
-    }
+    TakeChipFor2D(driver);
     constexpr uint32_t kLogicOpCopy = 3;
     CHIPRender.ScreenCopyBlt(driver, rect, rect, static_cast<int32_t>(driver->ScreenWidth),
                              destOffset, static_cast<int32_t>(srcRelative), kLogicOpCopy);

@@ -7,7 +7,9 @@
 namespace {
 
 // IntEnable bits of the queue: DMA done, and error (the kick).
-constexpr uint32_t kQueueInterrupts = 9;
+constexpr uint32_t kQueueInterrupts = field::IntEnable_DMA.Mask() | field::IntEnable_Error.Mask();
+static_assert(kQueueInterrupts ==
+              (field::DeltaIntEnable_DMA.Mask() | field::DeltaIntEnable_Error.Mask()));
 
 struct Slot {
     ContextBlock* block;
@@ -63,23 +65,6 @@ void EnableInterrupts(ChipRegisters* registers, uint32_t offset) {
 }
 
 } // namespace
-
-int32_t DoIOCTL(uint32_t code, void* in, uint32_t inSize, void* out, uint32_t outSize,
-                uint32_t* returnedBytes) {
-    const HANDLE device =
-        CreateFileA(kMiniVDDName, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (device == INVALID_HANDLE_VALUE) {
-        return 0;
-    }
-    DWORD returned = 0;
-    const BOOL ok = DeviceIoControl(device, code, in, inSize, out, outSize, &returned, nullptr);
-    if (returnedBytes != nullptr) {
-        *returnedBytes = returned;
-    }
-    CloseHandle(device);
-    return ok;
-}
 
 int32_t AddContextMemory(ChipInfo* chip) {
     uint32_t returned;
@@ -213,9 +198,7 @@ int32_t KORV_STDCALL KORV_CreateContext(DriverData* driver, uint32_t subBuffers)
 
 int32_t KORV_STDCALL KORV_SwitchContext(DriverData* driver, uint32_t id) {
     driver = ServiceDriver(driver);
-    if (id != driver->ChipInfo->CurrentContext) {
-        ChangeContext(driver, driver->ChipInfo, id);
-    }
+    ChangeContext(driver, driver->ChipInfo, id);
     return 0;
 }
 

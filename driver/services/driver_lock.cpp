@@ -72,6 +72,7 @@ int32_t KORV_STDCALL KORV_GetDriverLock(DriverData* driver, DCISURFACEINFO* surf
         }
         driver->DriverLockKind = LockWin16;
     }
+    // Until the lock is freed, in another call.
     SetFlag(driver->ChipInfo, CursorExclude);
     return 0;
 }

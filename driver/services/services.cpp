@@ -33,11 +33,8 @@ void ReadNumbered(DriverData* driver, uint32_t offset, uint32_t count, NumberedW
 uint32_t ReadUnderContext(DriverData* driver, uint32_t block, const ServiceRequest* request,
                           NumberedWord* out) {
     ChipInfo* chip = driver->ChipInfo;
-    uint32_t before = 0;
-    if (request->Context != chip->CurrentContext) {
-        before = chip->CurrentContext;
-        ChangeContext(driver, chip, request->Context);
-    }
+    const uint32_t before = chip->CurrentContext;
+    ChangeContext(driver, chip, request->Context);
     ReadNumbered(driver, block + request->FirstRegister * kRegisterBytes, request->RegisterCount,
                  out);
     // A present context of 0 is not gone back to.

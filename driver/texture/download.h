@@ -1,9 +1,9 @@
 #pragma once
 // What the downloads of both chip families share: where a rectangle goes, and how its lines are
 // sent.
-#include "driver/blit/blit_clip.h"
-#include "driver/blit/blit_rect.h"
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
+#include "driver/core/rectangle.h"
+#include "driver/core/source_clip.h"
 #include "driver/texture/chunked_burst.h"
 
 // Reserved for the state in front of the data, in bytes.

@@ -1,8 +1,8 @@
 #pragma once
 // Loading of 256-entry palettes. A palette lies in texture memory directly behind its image;
 // surface creation left room for it.
-#include "driver/d3d/dcontext.h"
-#include "driver/heap/surface.h"
+#include "driver/core/driverdata.h"
+#include "driver/core/records/private_surface.h"
 
 // Load the palette of `surface` and set LUTAddress of `record`, its private record. Words go
 // through the context's stream, which must have been stored back. A surface without a palette gets

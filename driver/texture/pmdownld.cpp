@@ -1,6 +1,7 @@
 #include "driver/texture/pmdownld.h"
 
 #include "driver/core/bits.h"
+#include "driver/heap/surface_pitch.h"
 #include "driver/texture/download.h"
 
 namespace {
@@ -10,8 +11,10 @@ constexpr uint32_t kRenderFromHost =
     field::Render_SyncOnHostData.Mask() | field::Render_Primitive.Put(0, 1);
 
 // FBReadMode of a patched destination, by the chip's own pixel size and by that of 4-bit pixels.
-constexpr uint32_t kReadPatched = 0x2040000;
-constexpr uint32_t kReadPatched4Bit = 0x4040000;
+constexpr uint32_t kReadPatched =
+    field::FBReadMode_Patched.Mask() | field::FBReadMode_PatchKind.Put(0, 1);
+constexpr uint32_t kReadPatched4Bit =
+    field::FBReadMode_Patched.Mask() | field::FBReadMode_PatchKind.Put(0, 2);
 
 // Pixels in the chip's Color form, 8:8:8:8. Bits below a short field stay 0.
 constexpr uint32_t ColorOf8Bit(uint8_t pixel) {

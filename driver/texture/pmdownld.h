@@ -4,10 +4,12 @@
 // Patched loading goes through the pixel pipeline, which converts to the destination's texel format
 // and scatters into the patched layout. Packed loading puts raw 32-bit words, several pixels each,
 // into a rectangle.
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 #include "driver/platform/ddhal.h"
 
-// All have the form of DownloadFunction (blit/pmdirecx.h). `source` and `dest` hold pixels of one
+struct DriverData;
+
+// All have the form of DownloadFunction (blit/primitives.h). `source` and `dest` hold pixels of one
 // format. Rectangles are in pixels, right and bottom exclusive, and are not changed. Words go
 // through the stream of `driver`. None can fail.
 

@@ -1,7 +1,8 @@
 #include "driver/texture/textures.h"
 
+#include "driver/core/cursor.h"
 #include "driver/core/driverdata.h"
-#include "driver/d3d/execute.h"
+#include "driver/heap/surface_format.h"
 #include "driver/heap/surface_pitch.h"
 
 namespace {
@@ -266,13 +267,12 @@ HRESULT SwapTextures(const D3DHAL_TEXTURESWAPDATA* data) {
         !IsTextureUsable(second)) {
         return DDERR_INVALIDPARAMS;
     }
-    SetFlag(ctx->Driver->ChipInfo, CursorExclude);
+    const CursorAway away(ctx->Driver->ChipInfo);
     ExchangeRecords(first, second);
     if (ctx->TextureHandle != 0 &&
         (ctx->TextureHandle == data->dwHandle1 || ctx->TextureHandle == data->dwHandle2)) {
         ctx->DirtyFlags |= DIRTY_TEXTURE;
     }
-    ClearFlag(ctx->Driver->ChipInfo, CursorExclude);
     return DD_OK;
 }
 

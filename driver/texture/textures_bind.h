@@ -4,7 +4,7 @@
 //
 // The result is TextureValid: 0 while the texture in force lies in system memory. A handle that
 // names nothing is no error, and the chip keeps what it had.
-#include "driver/d3d/dcontext.h"
+#include "driver/core/records/d3d_context.h"
 
 void ChangeTexturePermedia(D3DContext* ctx);
 void ChangeTextureTX(D3DContext* ctx);

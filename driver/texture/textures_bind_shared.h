@@ -1,13 +1,15 @@
 #pragma once
 // The design that the three bindings share.
-#include "driver/d3d/states.h"
+#include "driver/core/bits.h"
+#include "driver/core/dma.h"
 #include "driver/heap/surface_format.h"
+#include "driver/texture/colour_field.h"
 #include "driver/texture/textures.h"
 
 #include <cstdint>
 
 // Space of one binding, in bytes.
-inline constexpr uint32_t kBindBytes = 0x200;
+inline constexpr uint32_t kBindBytes = 512;
 
 // TexelLUTTransfer: take the palette from memory at TexelLUTAddress.
 inline constexpr uint32_t kLoadPalette = 0x10000;

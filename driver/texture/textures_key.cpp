@@ -1,6 +1,6 @@
 #include "driver/texture/textures_key.h"
 
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 
 namespace {
 

@@ -120,5 +120,6 @@ void TXPackedDownload(DriverData* driver, PrivateSurfaceData* destPrivate,
     out.Tag(tag::WaitForCompletion, 0);
     out.Store();
     EndDisconnect(driver);
+    // Ahead of the guard of the blit that called.
     ClearFlag(driver->ChipInfo, CursorExclude);
 }

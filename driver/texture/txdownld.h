@@ -1,8 +1,10 @@
 #pragma once
-// Downloads on the Glint family, in the form of DownloadFunction (blit/pmdirecx.h). No conversion
+// Downloads on the Glint family, in the form of DownloadFunction (blit/primitives.h). No conversion
 // takes place: the chip reads texture formats as they are.
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 #include "driver/platform/ddhal.h"
+
+struct DriverData;
 
 // A whole texture into the local buffer: the size is destRect's, and the load starts at the origins
 // of both surfaces.

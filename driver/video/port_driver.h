@@ -1,7 +1,7 @@
 #pragma once
 // What the files of the video port share.
 #include "driver/core/chipbus.h"
-#include "driver/video/video.h"
+#include "driver/core/driverdata.h"
 
 // The display of a video port entry: that of the port, or of the DirectDraw object that asks.
 template <class Record>

@@ -1,4 +1,6 @@
 // The video port's life, its flips, and what can be asked of it while it runs.
+#include "driver/video/video.h"
+
 #include "driver/core/dma.h"
 #include "driver/video/port_driver.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 // Video port and overlay entries, the port's watchdog, and the blit that shows what it takes in.
 #include "driver/core/driverdata.h"
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
 #include "driver/platform/videoport.h"
 
 // DriverData.VideoFlags.

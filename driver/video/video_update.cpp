@@ -2,6 +2,7 @@
 #include "driver/core/bits.h"
 #include "driver/core/dma.h"
 #include "driver/video/port_driver.h"
+#include "driver/video/video.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The blit that shows YUV data: through the texture unit, with the chip's conversion on.
-#include "driver/blit/texture_units.h"
 #include "driver/core/glintutl.h"
+#include "driver/texture/texture_units.h"
 #include "driver/video/video.h"
 
 namespace {

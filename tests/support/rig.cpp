@@ -1,8 +1,10 @@
 #include "tests/support/rig.h"
 
+#include "driver/core/globals.h"
 #include "driver/core/registers.h"
 #include "driver/core/registry.h"
 #include "driver/core/tags.h"
+#include "driver/heap/linalloc.h"
 #include "driver/platform/minivdd.h"
 #include "host/win32/registry.h"
 
@@ -31,14 +33,11 @@ const std::vector<uint16_t> kRigListDirect3D = {Mapped(tag::FBReadMode), Mapped(
                                                 Mapped(tag::DepthMode)};
 
 Rig::Rig(const RigOptions& options) : options_(options) {
+    // An open trace still has its objects.
+    ResetDriverGlobals();
     host::ResetWin32();
     host::RegisterDevice(kMiniVDDName, this);
-    DXGlobals = {};
     DXGlobals.Heap = HeapCreate(0x04000000, 2500, 0);
-    pDriverData = nullptr;
-    D3DInitialised = 0;
-    bHALInitialisedOnce = 0;
-    std::fill(std::begin(ContextSlots), std::end(ContextSlots), nullptr);
 
     shared_ = std::make_unique<Shared>();
     std::memset(static_cast<void*>(shared_.get()), 0, sizeof(Shared));

@@ -1,4 +1,5 @@
 // What a display announces: capabilities word for word, entry points, texture formats.
+#include "driver/d3d/dcontext.h"
 #include "driver/d3d/direct3d.h"
 #include "driver/d3d/execute.h"
 #include "driver/d3d/states.h"
@@ -61,6 +62,17 @@ class Direct3DTest : public testing::Test {
         SXCaps = sx_;
     }
 
+    // A rig for one more display of the running driver: the records stay as they are.
+    static std::unique_ptr<Rig> NextDisplay(uint32_t device) {
+        const D3DDEVICEDESC permedia = PermediaCaps, tx = TXCaps, sx = SXCaps;
+        auto rig = std::make_unique<Rig>(Chip(device));
+        PermediaCaps = permedia;
+        TXCaps = tx;
+        SXCaps = sx;
+        rig->Ready();
+        return rig;
+    }
+
     struct Outputs {
         D3DHAL_GLOBALDRIVERDATA* global = reinterpret_cast<D3DHAL_GLOBALDRIVERDATA*>(1);
         D3DHAL_CALLBACKS* callbacks = reinterpret_cast<D3DHAL_CALLBACKS*>(1);
@@ -110,9 +122,9 @@ TEST_F(Direct3DTest, Permedia2Adds24BitTargetsAndAGPTexturesForGood) {
         EXPECT_EQ(WordsOf(out.global->hwCaps), DeviceWords(0x125B, kPermedia, 3, 0x700, 0x400));
     }
     // The additions stay, for a first Permedia too.
-    Rig rig(Chip(4));
-    rig.Ready();
-    EXPECT_EQ(WordsOf(Create(rig).global->hwCaps), DeviceWords(0x125B, kPermedia, 3, 0x700, 0x400));
+    const auto rig = NextDisplay(4);
+    EXPECT_EQ(WordsOf(Create(*rig).global->hwCaps),
+              DeviceWords(0x125B, kPermedia, 3, 0x700, 0x400));
 }
 
 TEST_F(Direct3DTest, PermediaMipChangesOnlyTheTriangleFilters) {
@@ -134,12 +146,10 @@ TEST_F(Direct3DTest, MipFiltersOnceAddedStayForLaterCalls) {
     first.SetRegistry("Direct3DHAL.PermediaMip", "0");
     EXPECT_EQ(WordsOf(Create(first).global->hwCaps),
               DeviceWords(0x25B, kPermedia, 0x3F, 0x500, 0x400));
-    Rig mx(Chip(6));
-    mx.Ready();
-    Create(mx);
-    Rig tx(Chip(2));
-    tx.Ready();
-    EXPECT_EQ(WordsOf(Create(tx).global->hwCaps), DeviceWords(0x25B, kTX, 0x3F, 0x500, 0x500));
+    const auto mx = NextDisplay(6);
+    Create(*mx);
+    const auto tx = NextDisplay(2);
+    EXPECT_EQ(WordsOf(Create(*tx).global->hwCaps), DeviceWords(0x25B, kTX, 0x3F, 0x500, 0x500));
 }
 
 TEST_F(Direct3DTest, MXAddsMipFiltersToTheTriangles) {

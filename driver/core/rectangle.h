@@ -1,5 +1,6 @@
 #pragma once
-// How a rectangle is drawn: its edges, its rows and the word that starts it, from either end.
+// How a rectangle of a blit or a load is drawn: its edges, its rows and the word that starts it,
+// from either end.
 //
 // Sink is whatever takes a register's tag and data by Tag(): the stream (StreamWriter) or the
 // mapped registers (MappedWriter).

@@ -1,8 +1,8 @@
 #pragma once
 // The chip's units for a blit that is drawn as a textured rectangle. Texture coordinates are 12.20
 // fixed point here.
-#include "driver/blit/blit_rect.h"
-#include "driver/heap/surface.h"
+#include "driver/core/records/private_surface.h"
+#include "driver/core/rectangle.h"
 
 #include <cstdint>
 
