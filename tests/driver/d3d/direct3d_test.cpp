@@ -339,6 +339,25 @@ void SetSwitches(Rig& rig, bool r, bool p, bool t, bool a, const char* on) {
     rig.SetRegistry("Direct3DHAL.DisableAlphaTextures", a ? on : "0");
 }
 
+// The formats without a palette that every family offers alike: small ones on demand, and those
+// with alpha unless they are switched off.
+void AppendTrueColour(std::vector<std::string>& want, bool small, bool noAlpha, bool deep) {
+    if (small) {
+        want.push_back("RGB332");
+        if (!noAlpha) {
+            want.push_back("ARGB1232");
+        }
+    }
+    if (!noAlpha) {
+        want.push_back("ARGB1555");
+        want.push_back("ARGB4444");
+        if (deep) {
+            want.push_back("ARGB8888");
+        }
+    }
+    want.push_back("RGB565");
+}
+
 TEST_F(Direct3DTest, PermediaFormatsForEverySwitchCombination) {
     for (uint32_t device : {4u, 0x3D04u, 7u, 0x3D07u}) {
         const bool p2 = device == 7 || device == 0x3D07;
@@ -357,20 +376,7 @@ TEST_F(Direct3DTest, PermediaFormatsForEverySwitchCombination) {
             if (p2 && p) {
                 want.push_back("PAL8");
             }
-            if (p2 ? r && p : r) {
-                want.push_back("RGB332");
-                if (!a) {
-                    want.push_back("ARGB1232");
-                }
-            }
-            if (!a) {
-                want.push_back("ARGB1555");
-                want.push_back("ARGB4444");
-                if (t) {
-                    want.push_back("ARGB8888");
-                }
-            }
-            want.push_back("RGB565");
+            AppendTrueColour(want, p2 ? r && p : r, a, t);
             const uint32_t count = BuildTextureFormatsPermedia(rig.driver);
             EXPECT_EQ(OfferedNames(rig.driver, count), want) << device << " " << mask;
         }
@@ -388,20 +394,7 @@ TEST_F(Direct3DTest, GlintFormatsForEverySwitchCombination) {
             if (device == 6) {
                 want.push_back("PAL8");
             }
-            if (r) {
-                want.push_back("RGB332");
-                if (!a) {
-                    want.push_back("ARGB1232");
-                }
-            }
-            if (!a) {
-                want.push_back("ARGB1555");
-                want.push_back("ARGB4444");
-                if (t) {
-                    want.push_back("ARGB8888");
-                }
-            }
-            want.push_back("RGB565");
+            AppendTrueColour(want, r, a, t);
             const uint32_t count = BuildTextureFormatsTX(rig.driver);
             EXPECT_EQ(OfferedNames(rig.driver, count), want) << device << " " << mask;
         }

@@ -81,6 +81,12 @@ inline std::string Difference(const D3DContext& have, const D3DContext& want) {
     return {};
 }
 
+inline uint32_t WithBits(uint32_t word, uint32_t clear, uint32_t set) {
+    return (word & ~clear) | set;
+}
+
+using RegisterCopies = decltype(D3DContext::Copies);
+
 class WatchedContext {
   public:
     explicit WatchedContext(const StateChip& chip, bool dma = true)
@@ -135,6 +141,20 @@ class WatchedContext {
         EXPECT_EQ(Take(), words);
         EXPECT_EQ(Difference(*ctx, want), "");
     }
+    // Over all values and backgrounds: the state sets the bits of `mask` in the copy of a register
+    // to what `field` says, and the copy is sent.
+    void ExpectField(uint32_t state, uint32_t RegisterCopies::*copy, uint32_t tagNumber,
+                     uint32_t mask, const std::function<uint32_t(uint32_t value)>& field) {
+        OverBackgrounds([&] {
+            for (uint32_t value : kValues) {
+                Expect(state, value, [&](D3DContext& w) {
+                    uint32_t& word = w.Copies.*copy;
+                    word = WithBits(word, mask, field(value));
+                    return Words{tagNumber, word};
+                });
+            }
+        });
+    }
     void ExpectNothing(uint32_t state, uint32_t value) {
         Expect(state, value, [](D3DContext&) { return Words{}; });
     }
@@ -163,10 +183,6 @@ class StateTest : public testing::TestWithParam<StateChip> {};
 
 inline std::string ChipName(const testing::TestParamInfo<StateChip>& info) {
     return info.param.name;
-}
-
-inline uint32_t WithBits(uint32_t word, uint32_t clear, uint32_t set) {
-    return (word & ~clear) | set;
 }
 
 } // namespace test

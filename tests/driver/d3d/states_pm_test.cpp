@@ -42,16 +42,10 @@ TEST_P(PermediaStateTest, TheTextureHandleInForceChangesNothing) {
 
 TEST_P(PermediaStateTest, TextureAddressSetsBothWrapFields) {
     WatchedContext c(GetParam());
-    c.OverBackgrounds([&] {
-        for (uint32_t value : kValues) {
-            c.Expect(3, value, [&](D3DContext& w) {
-                const uint32_t field = value == 2 ? 0x14 : value == 3 ? 0 : 0x0A;
-                uint32_t& word = w.Copies.TextureReadMode;
-                word = WithBits(word, 0x1E, field);
-                return Words{t::TextureReadMode, word};
-            });
-        }
-    });
+    c.ExpectField(3, &RegisterCopies::TextureReadMode, t::TextureReadMode, 0x1E,
+                  [](uint32_t value) { return value == 2   ? 0x14
+                                              : value == 3 ? 0u
+                                                           : 0x0A; });
 }
 
 TEST_P(PermediaStateTest, TextureAddressBorderActsAsWrap) {

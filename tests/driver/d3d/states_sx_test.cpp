@@ -71,16 +71,10 @@ TEST_P(TexturedGlintStateTest, ANewTextureHandleMarksRenderersAndTexture) {
 
 TEST_P(TexturedGlintStateTest, TextureAddressSetsBothWrapFields) {
     WatchedContext c(GetParam());
-    c.OverBackgrounds([&] {
-        for (uint32_t value : kValues) {
-            c.Expect(3, value, [&](D3DContext& w) {
-                const uint32_t field = value == 1 ? 0x140000 : value == 3 ? 0 : 0x280000;
-                uint32_t& word = w.Copies.GlintTextureReadMode;
-                word = WithBits(word, 0x3C0000, field);
-                return Words{t::GlintTextureReadMode, word};
-            });
-        }
-    });
+    c.ExpectField(3, &RegisterCopies::GlintTextureReadMode, t::GlintTextureReadMode, 0x3C0000,
+                  [](uint32_t value) {
+                      return value == 1 ? 0x140000 : value == 3 ? 0u : 0x280000;
+                  });
 }
 
 TEST_P(TexturedGlintStateTest, TextureAddressBorderActsAsMirror) {
