@@ -32,7 +32,7 @@ inline void FillScreen(Sink& out, const DriverData* driver, const RECTL& rect, u
         out.Tag(tag::FBWriteData, fill);
     } else {
         out.Tag(tag::FBBlockColor, ReplicateFill(fill, driver->PixelSize));
-        if (driver->ChipInfo->DeviceId == DeviceSX) {
+        if (IsSX(driver->ChipInfo)) {
             // Block fills on SX start from an aligned window.
             constexpr uint32_t kMisaligned = 0x1F;
             left += static_cast<int32_t>(offset & kMisaligned);

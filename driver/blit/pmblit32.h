@@ -36,5 +36,6 @@ void FastLBPermediaClear(DriverData* driver, DDRAWI_DDRAWSURFACE_GBL* surface, R
                          uint32_t offset, uint32_t fill);
 
 // Direct3D's clear of a context's target, depth buffer or both, in the rectangles given. Always
-// reports 0, also when nothing could be cleared. No table hands it out.
+// reports 0, also when nothing could be cleared.
+// Kept as an outside name: nothing here calls it.
 DWORD KORV_STDCALL Clear32(D3DHAL_CLEARDATA* data);

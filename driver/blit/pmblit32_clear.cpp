@@ -64,7 +64,7 @@ void QuietUnits(DriverData* driver) {
         }
     } else if (chip->Family == FamilyGlint) {
         WriteZeros(out, kGlintTextureUnits);
-        if (chip->DeviceId == DeviceMX) {
+        if (IsMX(chip)) {
             WriteZeros(out, kMXUnits);
         }
     }

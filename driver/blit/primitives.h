@@ -56,7 +56,7 @@ struct CHIPRenderTable {
     PermediaClearFunction FastLBClear; // of a Z buffer
     StretchFunction SourceChromaBlt;   // rewritten by each keyed blit on Permedia
     YUVFunction YUVBlt;
-    DownloadFunction PackedDisplayDownload; // nothing calls it
+    DownloadFunction PackedDisplayDownload; // kept as an outside name: nothing here calls it
     DownloadFunction PackedDownload;
     DownloadFunction PatchedDownload;
     DownloadFunction Bypass4BitDownload;

@@ -105,12 +105,34 @@ inline constexpr uint32_t kNoContext = 0xFFFF;
 // The two-dimensional context; it exists before the driver starts.
 inline constexpr uint32_t kContext2D = 5;
 
-inline bool IsFirstPermedia(const ChipInfo* chip) {
-    return chip->DeviceId == DevicePermedia || chip->DeviceId == DevicePermediaSecond;
+// Which chip it is, by DeviceId alone, where the family is asked by ChipInfo.Family: the two are
+// separate words, and an id that is in no row is none of the models.
+template <ChipModel kModel>
+inline bool Is(const ChipInfo* chip) {
+    constexpr const DeviceRow& row = DeviceOf(kModel);
+    if constexpr (row.secondId != 0) {
+        return chip->DeviceId == row.id || chip->DeviceId == row.secondId;
+    } else {
+        return chip->DeviceId == row.id;
+    }
 }
-
+inline bool IsSX(const ChipInfo* chip) {
+    return Is<ChipModel::SX>(chip);
+}
+inline bool IsTX(const ChipInfo* chip) {
+    return Is<ChipModel::TX>(chip);
+}
+inline bool IsMX(const ChipInfo* chip) {
+    return Is<ChipModel::MX>(chip);
+}
+inline bool IsFirstPermedia(const ChipInfo* chip) {
+    return Is<ChipModel::Permedia>(chip);
+}
 inline bool IsPermedia2(const ChipInfo* chip) {
-    return chip->DeviceId == DevicePermedia2 || chip->DeviceId == DevicePermedia2Second;
+    return Is<ChipModel::Permedia2>(chip);
+}
+inline bool IsGlintWithTextures(const ChipInfo* chip) {
+    return IsTX(chip) || IsMX(chip);
 }
 
 // Plain read-modify-write, as the other binaries do it.

@@ -74,9 +74,11 @@ inline void EmitTag(CommandStream& stream, uint32_t tagNumber, uint32_t data) {
 
 // An indexed burst at WritePointer: one word of `data` per set bit of `mask`, lowest first, bit i
 // to register `group` + i.
+// Kept as an outside name: nothing here calls it.
 void EmitIndexed(CommandStream& stream, uint32_t group, uint32_t mask, const uint32_t* data);
 
 // A hold burst at WritePointer: `count` words of `data`, all to one register.
+// Kept as an outside name: nothing here calls it.
 void EmitHold(CommandStream& stream, uint32_t tagNumber, uint32_t count, const uint32_t* data);
 
 // A local view of a stream, for a run of state words: position and FIFO credit stay in locals until

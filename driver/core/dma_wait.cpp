@@ -75,6 +75,8 @@ int32_t StartDMA(DriverData* driver, uint32_t context, uint32_t count, uint32_t 
     }
     ChipInfo* chip = driver->ChipInfo;
     ChipRegisters* registers = driver->Registers;
+    // Upwards, and with it the one circle of files: a transfer takes the chip for its context, and
+    // a change of context sends what the outgoing one has pending.
     ChangeContext(driver, chip, context);
     ClearDMAState(chip, DMAIdle);
     ForceWritesOut();

@@ -33,7 +33,7 @@ void vGlintChangeFBDepth(DriverData* driver, uint32_t depth) {
     const DepthRow& row = DepthRowOf(driver, depth);
     driver->PartialProducts = row.word;
     driver->FBDepth = depth;
-    if (chip->DeviceId == DeviceSX) {
+    if (IsSX(chip)) {
         // Past the stream: the select takes effect as soon as the pipeline is empty.
         SyncChip(driver);
         WriteChip(driver->Registers, reg::FBModeSel, row.select);
@@ -42,7 +42,7 @@ void vGlintChangeFBDepth(DriverData* driver, uint32_t depth) {
     StreamWriter<DriverData> out(driver);
     out.Reserve(kDepthBytes);
     out.Wait(1);
-    if (chip->DeviceId == DeviceTX || chip->DeviceId == DeviceMX) {
+    if (IsGlintWithTextures(chip)) {
         out.Tag(tag::PixelSize, 2 - depth);
     } else if (chip->Family == FamilyPermedia) {
         out.Tag(tag::FBReadPixel, depth);

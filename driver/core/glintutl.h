@@ -14,6 +14,7 @@ void MatchFBDepth(DriverData* driver);
 void setupRops(const uint8_t* list, uint32_t* bits, uint32_t count);
 
 inline constexpr uint8_t ropList95[3] = {0xCC, 0xFF, 0x00};
+// Kept as an outside name: nothing here reads it.
 inline constexpr uint8_t ropListNT[1] = {0xCC};
 extern uint32_t rops[8];
 

@@ -1,4 +1,5 @@
-// Being loaded, and bringing a display up.
+// Being loaded, and bringing a display up. From here every room is seen: the callbacks of all are
+// handed out.
 #include "driver/core/korv32.h"
 
 #include "driver/blit/pmdirecx.h"

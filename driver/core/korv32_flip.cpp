@@ -58,8 +58,7 @@ void ShowOnPermedia(DriverData* driver, uint32_t offset) {
 
 void ShowOnGlint(DriverData* driver, uint32_t offset) {
     WriteChip(driver->Registers, reg::ScreenBaseGlint, offset >> 13);
-    const uint32_t device = driver->ChipInfo->DeviceId;
-    if (device == DeviceTX || device == DeviceMX) {
+    if (IsGlintWithTextures(driver->ChipInfo)) {
         WriteChip(driver->Registers, reg::ScreenBank,
                   offset < kBankBoundary ? kLowBank : kHighBank);
     }

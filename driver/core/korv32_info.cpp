@@ -1,4 +1,4 @@
-// What the board can do, as DirectDraw asks for it.
+// What the board can do, as DirectDraw asks for it. Sees the rooms whose callbacks it hands out.
 #include "driver/core/glintutl.h"
 #include "driver/core/korv32.h"
 #include "driver/core/registry.h"
@@ -34,16 +34,16 @@ void AddPermediaCaps(const DriverData* driver, DDCORECAPS& caps) {
 }
 
 void AddGlintCaps(const DriverData* driver, DDCORECAPS& caps) {
-    const uint32_t device = driver->ChipInfo->DeviceId;
+    const ChipInfo* chip = driver->ChipInfo;
     caps.dwCaps |= DDCAPS_CANBLTSYSMEM;
     caps.ddsCaps.dwCaps |= DDSCAPS_TEXTURE;
     caps.dwZBufferBitDepths = DDBD_16 | DDBD_32;
     caps.dwSVBCaps = DDCAPS_BLT;
-    if (device == DeviceTX && RegistrySwitchIsOne("Direct3DHAL.ReportTransparency")) {
+    if (IsTX(chip) && RegistrySwitchIsOne("Direct3DHAL.ReportTransparency")) {
         caps.dwCaps |= DDCAPS_COLORKEY;
         caps.dwCKeyCaps = DDCKEYCAPS_SRCBLT | DDCKEYCAPS_SRCBLTCLRSPACE;
     }
-    if (device == DeviceMX) {
+    if (IsMX(chip)) {
         caps.dwCaps |= DDCAPS_COLORKEY | DDCAPS_BLTSTRETCH;
         caps.dwCKeyCaps = DDCKEYCAPS_SRCBLT | DDCKEYCAPS_SRCBLTCLRSPACE;
         caps.dwFXCaps = kStretchAndMirror;

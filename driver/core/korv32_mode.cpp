@@ -60,13 +60,13 @@ uint32_t FastFillSize(const DriverData* driver, uint32_t modeSelect) {
 // The Render words are only ever or-ed here: bits of an earlier mode stay.
 void SetRenderWords(DriverData* driver, StreamWriter<DriverData>& out, uint32_t modeSelect) {
     const ChipInfo* chip = driver->ChipInfo;
-    if (chip->DeviceId == DeviceSX) {
+    if (IsSX(chip)) {
         const uint32_t size = FastFillSize(driver, modeSelect);
         if (chip->Revision != kRevisionOne && size != 0) {
             driver->RenderSolid |= (size & ~7u) | kFastFill;
             driver->FBWriteMode |= (size >> 3) & 0x1FFFFFFE;
         }
-    } else if (chip->DeviceId == DeviceTX || chip->DeviceId == DeviceMX) {
+    } else if (IsGlintWithTextures(chip)) {
         out.Wait(2);
         if (driver->PixelSize < 3) {
             out.Tag(tag::AlphaBlendMode, kTXAlphaWord[driver->PixelSize]);
@@ -136,6 +136,7 @@ void ChangeDDHAL32Mode(DriverData* driver) {
 
     driver->ModeKey = ((driver->ScreenHeight << 15 | driver->ScreenWidth) << 2) | driver->PixelSize;
     driver->FlipLimitOn = 0;
+    // Upwards: the table of primitives is of the mode.
     SetupFnTable(driver);
 
     uint32_t modeSelect = 0;

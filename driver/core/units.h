@@ -64,7 +64,7 @@ inline void TurnUnitsOff(StreamWriter<Owner>& out, const ChipInfo* chip,
         }
     } else if (chip->Family == FamilyGlint) {
         WriteZeros(out, glintUnits);
-        if (chip->DeviceId == DeviceMX) {
+        if (IsMX(chip)) {
             WriteZeros(out, kMXUnits);
         }
     }

@@ -418,7 +418,7 @@ void SetupPermediaContext(D3DContext* ctx) {
 void SetupGlintContext(D3DContext* ctx) {
     const ChipInfo* chip = ctx->Driver->ChipInfo;
     RegisterCopies& copies = ctx->Copies;
-    const bool hasTextureUnit = chip->DeviceId != DeviceSX;
+    const bool hasTextureUnit = !IsSX(chip);
     copies.DitherMode = kGlintDither.Of(copies.DitherMode);
     copies.AlphaBlendMode = kGlintBlend.Of(copies.AlphaBlendMode);
     copies.LBReadMode = kDepthReadOff.Of(copies.LBReadMode);
@@ -442,7 +442,7 @@ void SetupGlintContext(D3DContext* ctx) {
         Write(out, ctx, kGlintTextureSteps);
         out.Wait(10);
         Write(out, ctx, kGlintTextureBase);
-        if (chip->DeviceId == DeviceMX) {
+        if (IsMX(chip)) {
             Write(out, ctx, kMXSteps);
         }
         // As if textured; the texture flush of the first primitive corrects it.

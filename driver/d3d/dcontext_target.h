@@ -5,6 +5,7 @@
 // Direct3D callback: changes the surfaces a context draws to. Returns 1; ddrval is DD_OK,
 // DDERR_INVALIDPARAMS without a colour surface, DDERR_CURRENTLYNOTAVAIL for one in system memory,
 // or D3DHAL_CONTEXT_BAD.
+// Kept as an outside name: nothing here calls it.
 DWORD KORV_STDCALL SetRenderTarget32(D3DHAL_SETRENDERTARGETDATA* data);
 
 // `word` with the display's partial products in its low nine bits, where read and map modes have

@@ -22,10 +22,6 @@ namespace {
 constexpr DWORD kMipFilterCaps = D3DPTFILTERCAPS_MIPNEAREST | D3DPTFILTERCAPS_MIPLINEAR |
                                  D3DPTFILTERCAPS_LINEARMIPNEAREST | D3DPTFILTERCAPS_LINEARMIPLINEAR;
 
-bool IsGlintWithTextures(const ChipInfo* chip) {
-    return chip->DeviceId == DeviceTX || chip->DeviceId == DeviceMX;
-}
-
 bool HasTextures(const ChipInfo* chip) {
     return chip->Family == FamilyPermedia || IsGlintWithTextures(chip);
 }
@@ -42,7 +38,7 @@ const D3DDEVICEDESC& TunedPermediaCaps(const ChipInfo* chip) {
 }
 
 const D3DDEVICEDESC& TunedTXCaps(const ChipInfo* chip) {
-    if (chip->DeviceId == DeviceMX) {
+    if (IsMX(chip)) {
         TXCaps.dpcTriCaps.dwTextureFilterCaps |= kMipFilterCaps;
     }
     return TXCaps;
@@ -55,7 +51,7 @@ void FillGlobalData(DriverData* driver, D3DHAL_GLOBALDRIVERDATA* globalData) {
     if (chip->Family == FamilyPermedia) {
         globalData->hwCaps = TunedPermediaCaps(chip);
         globalData->dwNumTextureFormats = BuildTextureFormatsPermedia(driver);
-    } else if (chip->DeviceId == DeviceSX) {
+    } else if (IsSX(chip)) {
         globalData->hwCaps = SXCaps;
     } else if (IsGlintWithTextures(chip)) {
         globalData->hwCaps = TunedTXCaps(chip);

@@ -111,7 +111,7 @@ uint32_t BuildTextureFormatsTX(DriverData* driver) {
     FormatList list(driver);
     list.AddIf(true, RGB555);
     list.AddIf(true, PAL4);
-    list.AddIf(driver->ChipInfo->DeviceId == DeviceMX, PAL8);
+    list.AddIf(IsMX(driver->ChipInfo), PAL8);
     AddDirectColours(list, RGB8Wanted(), TrueColorWanted());
     return list.Count();
 }

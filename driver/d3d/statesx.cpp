@@ -52,8 +52,7 @@ void SetTextureMapBlendMX(D3DContext* ctx, uint32_t value) {
 
 // TX does not dither while it blends.
 void SetDither(D3DContext* ctx, StateWriter& out, uint32_t value) {
-    const bool suspended =
-        (ctx->RenderFlags & RF_BLEND) != 0 && ctx->Driver->ChipInfo->DeviceId == DeviceTX;
+    const bool suspended = (ctx->RenderFlags & RF_BLEND) != 0 && IsTX(ctx->Driver->ChipInfo);
     const bool wanted = value != 0 || DXGlobals.AlwaysDither != 0;
     ctx->DitherEnabled = value != 0;
     PutField(ctx->Copies.DitherMode, field::DitherMode_Enable, wanted && !suspended);
@@ -62,7 +61,7 @@ void SetDither(D3DContext* ctx, StateWriter& out, uint32_t value) {
 
 // The states of the texture unit, for chips that have one.
 void ApplyTextureState(D3DContext* ctx, StateWriter& out, uint32_t state, uint32_t value) {
-    const uint32_t device = ctx->Driver->ChipInfo->DeviceId;
+    const ChipInfo* chip = ctx->Driver->ChipInfo;
     uint32_t& readMode = ctx->Copies.GlintTextureReadMode;
     switch (state) {
     case D3DRENDERSTATE_TEXTUREHANDLE:
@@ -86,9 +85,9 @@ void ApplyTextureState(D3DContext* ctx, StateWriter& out, uint32_t state, uint32
         out.Tag(tag::GlintTextureReadMode, readMode);
         break;
     case D3DRENDERSTATE_TEXTUREMAPBLEND:
-        if (device == DeviceTX) {
+        if (IsTX(chip)) {
             SetTextureMapBlendTX(ctx, out, value);
-        } else if (device == DeviceMX) {
+        } else if (IsMX(chip)) {
             SetTextureMapBlendMX(ctx, value);
         }
         break;
@@ -98,7 +97,7 @@ void ApplyTextureState(D3DContext* ctx, StateWriter& out, uint32_t state, uint32
 }
 
 void ApplyGlintState(D3DContext* ctx, StateWriter& out, uint32_t state, uint32_t value) {
-    const bool hasTextures = ctx->Driver->ChipInfo->DeviceId != DeviceSX;
+    const bool hasTextures = !IsSX(ctx->Driver->ChipInfo);
     switch (state) {
     case D3DRENDERSTATE_TEXTUREHANDLE:
     case D3DRENDERSTATE_TEXTUREADDRESS:

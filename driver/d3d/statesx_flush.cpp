@@ -22,7 +22,7 @@ void FlushBlend(D3DContext* ctx, StateWriter& out) {
     const bool on = (ctx->RenderFlags & RF_BLEND) != 0 && pair != kBlendOneZero;
     EnableBlend(ctx, on);
     // TX does not dither while it blends.
-    const bool ditherOnTX = ctx->DitherEnabled == 1 && ctx->Driver->ChipInfo->DeviceId == DeviceTX;
+    const bool ditherOnTX = ctx->DitherEnabled == 1 && IsTX(ctx->Driver->ChipInfo);
     if (ditherOnTX) {
         SendDither(ctx, out, !on);
     } else if (!on && DXGlobals.AlwaysDither != 0) {
@@ -56,15 +56,11 @@ void FlushDepth(D3DContext* ctx, StateWriter& out) {
 }
 
 void ChangeTexture(D3DContext* ctx) {
-    switch (ctx->Driver->ChipInfo->DeviceId) {
-    case DeviceTX:
+    const ChipInfo* chip = ctx->Driver->ChipInfo;
+    if (IsTX(chip)) {
         ChangeTextureTX(ctx);
-        break;
-    case DeviceMX:
+    } else if (IsMX(chip)) {
         ChangeTextureMX(ctx);
-        break;
-    default:
-        break;
     }
 }
 

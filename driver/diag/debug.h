@@ -5,6 +5,8 @@
 struct DDRAWI_DDRAWSURFACE_LCL;
 struct DriverData;
 
+// Kept as outside names: nothing here calls them.
+
 void DebugPrint(uint32_t level, const char* format, ...);
 void DumpSurface(uint32_t level, const DDRAWI_DDRAWSURFACE_LCL* surface);
 // Both factors of a blend, as Direct3D knows them.

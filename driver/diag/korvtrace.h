@@ -17,6 +17,8 @@ static_assert(offsetof(TraceRecord, Count) == 20);
 // Functions called so far, the newest first.
 extern TraceRecord* functionList;
 
+// The count of calls. Kept as outside names: nothing here calls them.
+
 void initializeTrace();
 // Counts a call; the first one lists the record. 1.
 uint32_t traceFunction(TraceRecord* record);
@@ -32,6 +34,7 @@ struct DMATraceRecord {
 static_assert(sizeof(DMATraceRecord) == 16);
 
 // Opens the tool's two semaphores and its record. 1, or 0 with nothing left open.
+// Kept as an outside name: nothing here calls it.
 uint32_t InitTrace();
 // Closes an open trace; does nothing without one.
 void TermTrace();

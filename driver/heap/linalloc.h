@@ -81,6 +81,7 @@ void NODE_SetBase(NodeSetHead* head, const HeapNode* node);
 // and the set's head.
 void AddNodeToSetAfter(DriverData* heap, HeapNode* after, HeapNode* node);
 // The mirror: links `node` in front of `before`.
+// Kept as an outside name: nothing here calls it.
 void AddNodeToSetBefore(DriverData* heap, HeapNode* before, HeapNode* node);
 // The node of the sorted ring from `head` (not null) behind which `node` belongs.
 HeapNode* FindNodeInsertAfter(DriverData* heap, HeapNode* head, HeapNode* node);
@@ -91,8 +92,10 @@ HeapNode* NextInRound(DriverData* heap, HeapNode* first, HeapNode* node);
 // The allocated node with exactly this flag word, or null.
 HeapNode* FindSharedMemory(DriverData* heap, uint32_t flags);
 // One free node over HeapStart..HeapEnd and 99 spares. 1 always.
+// Kept as an outside name: nothing here calls it.
 uint32_t InitialiseHeapManager(DriverData* heap);
 // Frees everything; notes in ClientMemoryLost whether a client's memory was among it.
+// Kept as an outside name: nothing here calls it.
 void UnInitialiseHeapManager(DriverData* heap);
 
 // `pointer` rounded up to a multiple of `alignment` bytes above `basePtr`.
@@ -106,4 +109,5 @@ void FreeAllVideoMemory(DriverData* heap);
 uint32_t GetFreeMemInHeap(DriverData* heap);
 // Draws the heap as 5:5:5 pixels, one for two bytes, addressed by `dest` plus a stretch's own
 // address, and fills HeapStats. 1 always.
+// Kept as an outside name: nothing here calls it.
 uint32_t WalkAndDrawHeap(DriverData* heap, uint16_t* dest);

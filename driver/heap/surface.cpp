@@ -163,7 +163,7 @@ CreateResult CreateGlintSurface(DriverData* driver, DDRAWI_DDRAWSURFACE_LCL* sur
         }
         sized = true;
     }
-    if (driver->ChipInfo->DeviceId == DeviceMX && WantsColourTable(record, surface)) {
+    if (IsMX(driver->ChipInfo) && WantsColourTable(record, surface)) {
         if (!sized) {
             AskForBlock(global, global->wHeight * static_cast<uint32_t>(global->lPitch), 1);
         }
@@ -411,9 +411,8 @@ DWORD KORV_STDCALL UpdateNonLocalHeap32(DDHAL_UPDATENONLOCALHEAPDATA* data) {
 
 DWORD KORV_STDCALL GetHeapAlignment32(DDHAL_GETHEAPALIGNMENTDATA* data) {
     const DriverData* driver = ServiceDriver(reinterpret_cast<DriverData*>(data->dwInstance));
-    const uint32_t device = driver->ChipInfo->DeviceId;
     data->ddRVal = DD_OK;
-    if (device != DeviceMX && device != DeviceTX) {
+    if (!IsGlintWithTextures(driver->ChipInfo)) {
         return DDHAL_DRIVER_HANDLED;
     }
     if (data->dwHeap >= kHeapsWithAlignment) {

@@ -14,6 +14,10 @@ constexpr uint32_t kMaxSearchedProducts = 3;
 constexpr uint32_t kCodeBits = 3;
 constexpr uint32_t kCodeMask = 7;
 
+template <ChipModel kModel>
+constexpr ProductLimits kLimits = {.Top = DeviceOf(kModel).pitchTop,
+                                   .Slots = DeviceOf(kModel).pitchSlots};
+
 constexpr uint32_t RoundUpToPitch(uint32_t width) {
     return (width + kSmallestPitch - 1) & ~(kSmallestPitch - 1);
 }
@@ -44,10 +48,11 @@ void StorePackedProducts(PrivateSurfaceData* record) {
 
 ProductLimits ProductLimitsOf(const DriverData* driver) {
     const ChipInfo* chip = driver->ChipInfo;
+    // An id that is in no row has the limits of its family's first chip.
     if (chip->Family != FamilyPermedia) {
-        return {.Top = 11, .Slots = 4};
+        return kLimits<ChipModel::SX>;
     }
-    return {.Top = IsPermedia2(chip) ? 10u : 9u, .Slots = 3};
+    return IsPermedia2(chip) ? kLimits<ChipModel::Permedia2> : kLimits<ChipModel::Permedia>;
 }
 
 PartialProductSet FindProducts(ProductLimits limits, uint32_t width) {

@@ -17,6 +17,7 @@ uint32_t EndZPickTest(DriverData* driver, D3DContext* ctx);
 
 // The whole test for an instruction's triangles; arguments as of a Renderer. 1 visible, 0 not.
 // Without triangles Delta's answers 1 at once, the other asks the chip, which saw nothing.
+// Kept as outside names: nothing here calls them.
 uint32_t Delta_Tri_Z_Visible(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices,
                              void* records);
 uint32_t Glint_Tri_Z_Visible(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices,

@@ -8,6 +8,7 @@ void Delta_TriWire_XYZ_RGBF(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* v
                             void* records);
 void Delta_Tri_XYZ_RGBF(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices, void* records);
 void Delta_Tri_XY_FLAT(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices, void* records);
-// For grey on a 16-bit target. No table selects it.
+// For grey on a 16-bit target.
+// Kept as an outside name: nothing here calls it.
 void Delta_Tri_XY_16BIT_MONO_FLAT(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices,
                                   void* records);

@@ -163,6 +163,8 @@ void ChangeContext(DriverData* driver, ChipInfo* chip, uint32_t id) {
             // ids of 32 and more that is the first block's slot of that number.
             auto* ctx = reinterpret_cast<D3DContext*>(typeSlot.block->Owner[oldSlot.index]);
             if (ctx != nullptr) {
+                // The other half of the circle with DMA: past the queue, so that it cannot come
+                // back here.
                 SendSubBufferDirect(driver, ctx);
             }
         }

@@ -36,7 +36,8 @@ void PermediaPacked8BitDownload(DriverData* driver, PrivateSurfaceData* destPriv
 void PermediaBypass4BitPatchedTextureDownload(DriverData* driver, PrivateSurfaceData* destPrivate,
                                               DDRAWI_DDRAWSURFACE_LCL* source, RECTL* sourceRect,
                                               DDRAWI_DDRAWSURFACE_LCL* dest, RECTL* destRect);
-// An earlier form of it with another layout; nothing calls it.
+// An earlier form of it with another layout.
+// Kept as an outside name: nothing here calls it.
 void TextureDownloadPatched4Bit(DriverData* driver, PrivateSurfaceData* destPrivate,
                                 DDRAWI_DDRAWSURFACE_LCL* source, RECTL* sourceRect,
                                 DDRAWI_DDRAWSURFACE_LCL* dest, RECTL* destRect);

@@ -159,7 +159,7 @@ void DescribePermediaLevels(DriverData* driver, TextureRecord* record) {
 
 void DescribeGlintLevels(DriverData* driver, TextureRecord* record) {
     const bool mipMap = (record->Surface->ddsCaps.dwCaps & DDSCAPS_MIPMAP) != 0;
-    if (mipMap && driver->ChipInfo->DeviceId != DeviceTX) {
+    if (mipMap && !IsTX(driver->ChipInfo)) {
         DescribeChain<FillGlintLevel, CopyGlintLevel>(driver, record);
     } else {
         DescribeSingleLevel<FillGlintLevel>(driver, record);

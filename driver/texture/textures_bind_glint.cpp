@@ -10,9 +10,9 @@ namespace {
 constexpr uint32_t kFourComponents = 3;
 // Texture bases are given in bits.
 constexpr uint32_t kBaseShift = 5;
-// Source alpha over inverse source alpha, enabled: the low byte of a blend word.
-constexpr uint32_t kAlphaOverMask = 0xA9;
-constexpr uint32_t kAlphaOver = 0xA8;
+// AlphaBlendMode's factors for source alpha over inverse source alpha.
+constexpr uint32_t kSourceAlpha = 4;
+constexpr uint32_t kInverseSourceAlpha = 5;
 
 bool IsCopyingTX(const D3DContext* ctx) {
     return field::TextureFormat_Application.Get(ctx->Copies.GlintTextureFormat) == kTXCopy;
@@ -171,8 +171,8 @@ void SendKeyOn(D3DContext* ctx, StateWriter& out, const TextureRecord* record) {
     out.Tag(tag::TextureChromaLower, bounds.Low);
     copies.AlphaBlendModeKeyed = field::AlphaBlendMode_Enable.Put(copies.AlphaBlendMode, 1);
     if ((ctx->RenderFlags & RF_BLEND) == 0) {
-        copies.AlphaBlendModeKeyed =
-            (copies.AlphaBlendModeKeyed & (~0xFFu | kAlphaOverMask)) | kAlphaOver;
+        PutField(copies.AlphaBlendModeKeyed, field::AlphaBlendMode_Source, kSourceAlpha);
+        PutField(copies.AlphaBlendModeKeyed, field::AlphaBlendMode_Dest, kInverseSourceAlpha);
     }
     PutField(copies.FBReadMode, field::FBReadMode_ReadDest, 1);
     PutBaseFormat(ctx, true);

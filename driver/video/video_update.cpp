@@ -6,33 +6,14 @@
 
 namespace {
 
-constexpr uint32_t kVideoInterrupt = 0x200; // IntEnable
+constexpr uint32_t kVideoInterrupt = field::IntEnable_Video.Mask();
 constexpr uint32_t kFirstLine = 17;
 constexpr uint32_t kFirstPixel = 155;
 constexpr uint32_t kLastPixel = 2047;
 
-// VSControl. Bits 0 to 2 hold the format of the incoming words.
+// VSControl_Format: how wide the incoming words are.
 constexpr uint32_t kFormat8Bits = 3;
 constexpr uint32_t kFormat16Bits = 4;
-constexpr uint32_t kHRefHigh = 1u << 9;
-constexpr uint32_t kVRefHigh = 1u << 10;
-constexpr uint32_t kHRefLow = 1u << 11;
-constexpr uint32_t kAlwaysSet = 1u << 12;
-constexpr uint32_t kNotInverted = 1u << 13;
-constexpr uint32_t kControlInterleave = 1u << 16;
-
-// VSStreamControl.
-constexpr uint32_t kStreamEnable = 1u << 0;
-constexpr uint32_t kThreeBuffers = 1u << 2;
-constexpr uint32_t kScaleXShift = 3;
-constexpr uint32_t kScaleYShift = 5;
-constexpr uint32_t kMirrorX = 1u << 7;
-constexpr uint32_t kMirrorY = 1u << 8;
-constexpr uint32_t kStreamInterleave = 1u << 11;
-
-uint32_t BitIf(bool on, uint32_t bit) {
-    return on ? bit : 0;
-}
 
 bool Has(const DriverData* driver, VideoFlag flag) {
     return (driver->VideoFlags & flag) != 0;
@@ -96,20 +77,23 @@ uint32_t TakeAttachedBuffers(DriverData* driver, const DDRAWI_DDRAWSURFACE_LCL* 
 }
 
 uint32_t ControlWord(const DriverData* driver) {
-    return (IsEightBitPort(driver) ? kFormat8Bits : kFormat16Bits) |
-           BitIf(Has(driver, VideoHRefHigh), kHRefHigh) |
-           BitIf(Has(driver, VideoVRefHigh), kVRefHigh) |
-           BitIf(!Has(driver, VideoHRefHigh), kHRefLow) | kAlwaysSet |
-           BitIf(Has(driver, VideoNotInverted), kNotInverted) |
-           BitIf(Has(driver, VideoInterleave), kControlInterleave);
+    const bool hrefHigh = Has(driver, VideoHRefHigh);
+    return field::VSControl_Format.Put(0, IsEightBitPort(driver) ? kFormat8Bits : kFormat16Bits) |
+           field::VSControl_HRefHigh.Put(0, hrefHigh) |
+           field::VSControl_VRefHigh.Put(0, Has(driver, VideoVRefHigh)) |
+           field::VSControl_HRefLow.Put(0, !hrefHigh) | field::VSControl_AlwaysSet.Mask() |
+           field::VSControl_NotInverted.Put(0, Has(driver, VideoNotInverted)) |
+           field::VSControl_Interleave.Put(0, Has(driver, VideoInterleave));
 }
 
 uint32_t StreamControlWord(const DriverData* driver, uint32_t scaleX, uint32_t scaleY) {
-    return kStreamEnable | BitIf(driver->VideoSurfaceCount == 3, kThreeBuffers) |
-           scaleX << kScaleXShift | scaleY << kScaleYShift |
-           BitIf(Has(driver, VideoMirrorLeftRight), kMirrorX) |
-           BitIf(Has(driver, VideoMirrorUpDown), kMirrorY) |
-           BitIf(Has(driver, VideoInterleave), kStreamInterleave);
+    return field::VSStreamControl_Enable.Mask() |
+           field::VSStreamControl_ThreeBuffers.Put(0, driver->VideoSurfaceCount == 3) |
+           field::VSStreamControl_ScaleX.Put(0, scaleX) |
+           field::VSStreamControl_ScaleY.Put(0, scaleY) |
+           field::VSStreamControl_MirrorX.Put(0, Has(driver, VideoMirrorLeftRight)) |
+           field::VSStreamControl_MirrorY.Put(0, Has(driver, VideoMirrorUpDown)) |
+           field::VSStreamControl_Interleave.Put(0, Has(driver, VideoInterleave));
 }
 
 void WritePixelRange(const DriverData* driver) {
