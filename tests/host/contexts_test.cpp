@@ -1,4 +1,5 @@
 // What is seen of the driver's contexts from outside, and the trace that is turned on in them.
+#include "board/recorder.h"
 #include "driver/d3d/dcontext.h"
 #include "driver/diag/korvtrace.h"
 #include "host/d3d/direct3d.h"

@@ -1,3 +1,4 @@
+#include "driver/heap/linalloc.h"
 #include "driver/heap/surface.h"
 #include "host/ddraw/ddraw.h"
 #include "host/display/machine.h"
