@@ -155,10 +155,15 @@ struct D3DContextNode {
 };
 extern D3DContextNode* lpD3DContextList;
 
-// The live context behind a handle, or null for an empty slot or a wrong magic. The handle is not
-// range-checked.
+// The record behind a handle, whatever its magic; null for an empty slot and for a handle outside 1
+// to 199.
+inline D3DContext* ContextOf(uint32_t handle) {
+    return handle != 0 && handle < kContextSlots ? ContextSlots[handle] : nullptr;
+}
+
+// The live context behind a handle, or null also for a wrong magic.
 inline D3DContext* LiveContext(uint32_t handle) {
-    D3DContext* ctx = ContextSlots[handle];
+    D3DContext* ctx = ContextOf(handle);
     return ctx != nullptr && ctx->Magic == kContextMagic ? ctx : nullptr;
 }
 

@@ -103,10 +103,10 @@ int32_t KORV_STDCALL KORV_WaitForDMA(DriverData* driver) {
 
 int32_t KORV_STDCALL KORV_AllocateVideoMemory(DriverData* driver, HeapRequest* request) {
     driver = ServiceDriver(driver);
+    if (driver == nullptr) {
+        return kFailed; // no display is up yet
+    }
     if ((request->Flags & WholeFrameBuffer) != 0) {
-        if (driver == nullptr) {
-            return kFailed;
-        }
         request->Address = AddressOf(driver->FrameBufferBase);
         return 0;
     }
