@@ -83,14 +83,7 @@ void NoteFlip(DriverData* driver, uint32_t surface) {
 // The context that last aimed at the surface, or null; one that has ended since counts as none.
 D3DContext* LiveOwner(const DDRAWI_DDRAWSURFACE_LCL* surface) {
     const PrivateSurfaceData* record = PrivateOf(surface);
-    if (record != nullptr && record->OwnerContext != nullptr) {
-        for (D3DContext* ctx : ContextSlots) {
-            if (ctx == record->OwnerContext) {
-                return ctx;
-            }
-        }
-    }
-    return nullptr;
+    return record != nullptr && IsListed(record->OwnerContext) ? record->OwnerContext : nullptr;
 }
 
 // Sends what the surface's owner has pending beyond its head, whoever holds the chip.

@@ -161,6 +161,18 @@ inline D3DContext* ContextOf(uint32_t handle) {
     return handle != 0 && handle < kContextSlots ? ContextSlots[handle] : nullptr;
 }
 
+// True for a context that has not ended; an address that has outlived its record is only compared.
+inline bool IsListed(const D3DContext* ctx) {
+    if (ctx != nullptr) {
+        for (const D3DContext* listed : ContextSlots) {
+            if (listed == ctx) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
 // The live context behind a handle, or null also for a wrong magic.
 inline D3DContext* LiveContext(uint32_t handle) {
     D3DContext* ctx = ContextOf(handle);

@@ -55,17 +55,19 @@ void FlushDepth(D3DContext* ctx, StateWriter& out) {
     ctx->DirtyFlags |= DIRTY_RENDERERS;
 }
 
-void ChangeTexture(D3DContext* ctx) {
-    switch (ctx->Driver->ChipInfo->DeviceId) {
-    case DeviceTX:
-        ChangeTextureTX(ctx);
-        break;
-    case DeviceMX:
-        ChangeTextureMX(ctx);
-        break;
-    default:
-        break;
+// Nothing is called, and the FIFO count goes on, on a chip without textures.
+void ChangeTexture(D3DContext* ctx, StateWriter& out) {
+    const uint32_t device = ctx->Driver->ChipInfo->DeviceId;
+    if (device != DeviceTX && device != DeviceMX) {
+        return;
     }
+    out.Store();
+    if (device == DeviceTX) {
+        ChangeTextureTX(ctx);
+    } else {
+        ChangeTextureMX(ctx);
+    }
+    out.Reload();
 }
 
 } // namespace
@@ -77,9 +79,7 @@ void HandleDirtyGlintState(DriverData* driver, D3DContext* ctx) {
         FlushBlend(ctx, out);
     }
     if ((ctx->DirtyFlags & DIRTY_TEXTURE) != 0) {
-        out.Store();
-        ChangeTexture(ctx);
-        out.Reload();
+        ChangeTexture(ctx, out);
     }
     if ((ctx->DirtyFlags & DIRTY_Z) != 0) {
         FlushDepth(ctx, out);

@@ -125,6 +125,9 @@ int32_t KORV_STDCALL KORV_FreeVideoMemory(DriverData* driver, uint32_t address) 
 int32_t KORV_STDCALL KORV_CopyBlt(DriverData* driver, RECTL* rect, uint32_t destOffset,
                                   uint32_t srcRelative) {
     driver = ServiceDriver(driver);
+    if (driver == nullptr) {
+        return 0;
+    }
     if (driver->ModeKey != CHIPRender.ModeKey) {
         SetupFnTable(driver);
     }

@@ -233,6 +233,14 @@ HRESULT DestroyTexture(const D3DHAL_TEXTUREDESTROYDATA* data) {
         return D3DHAL_CONTEXT_BAD;
     }
     Unlink(ctx, record);
+    if (ctx->CurrentTexture == record) {
+        // The chip keeps reading the texture, at the level it was left at.
+        ctx->CurrentTexture = nullptr;
+        if ((ctx->RenderFlags & RF_MIPMAP) != 0) {
+            ctx->RenderFlags &= ~RF_MIPMAP;
+            ctx->DirtyFlags |= DIRTY_RENDERERS;
+        }
+    }
     HeapFree(DXGlobals.Heap, 0, record);
     if (ctx->TextureHandle == data->dwHandle) {
         // TextureHandle stays: the next flush finds no record behind it.

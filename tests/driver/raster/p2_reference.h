@@ -250,8 +250,9 @@ class P2Reference {
                     const float s = ctx.TextureWidthScale * u[i];
                     const float t = ctx.TextureHeightScale * v[i];
                     const uint32_t from = corner[(flags & RF_GOURAUD) != 0 ? i : 0].specular;
+                    // Ks goes whether specular light is on or not.
                     Put({0x1C0F8230 + slot, Bits(s * q), Bits(t * q), Bits(q),
-                         (flags & RF_SPECULAR) != 0 ? Bits(Strength(from)) : 0});
+                         Bits(Strength(from))});
                 }
                 Put({Bits(corner[i].sx), Bits(corner[i].sy), Bits(corner[i].sz)});
             };
