@@ -2,9 +2,9 @@
 // reservations and the levels there are, and makes the same words under DMA and in FIFO mode.
 #include "driver/raster/reciprocal.h"
 #include "driver/texture/textures.h"
-#include "tests/support/guarded_pages.h"
 #include "tests/driver/raster/members.h"
 #include "tests/driver/raster/raster_rig.h"
+#include "tests/support/guarded_pages.h"
 
 #include <gtest/gtest.h>
 
@@ -33,7 +33,7 @@ class Wild {
     uint32_t Word() { return static_cast<uint32_t>(random_()); }
 
     // With `oneNaN` the only NaN is the one that the processor itself makes, so that it does not
-    // matter which operand of a sum comes first.
+    // matter which operand of a sum comes first: the sign of a NaN decides culls and levels.
     float Number(bool oneNaN) {
         const float unit = static_cast<float>(random_() >> 8) / 16777216.0f;
         switch (Pick(10)) {
@@ -186,8 +186,11 @@ class Stage {
             return;
         }
         const Words byFIFO = DrawOn(fifo_, member, vertices, records, bytes, atEnd);
+        if (!oneNaN) {
+            return;
+        }
         ASSERT_EQ(byDMA.size(), byFIFO.size());
-        for (size_t i = 0; oneNaN && i < byDMA.size(); ++i) {
+        for (size_t i = 0; i < byDMA.size(); ++i) {
             ASSERT_EQ(byDMA[i], byFIFO[i]) << "word " << i;
         }
     }
