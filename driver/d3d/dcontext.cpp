@@ -148,23 +148,10 @@ D3DContext* DeletableContext(uint32_t slot) {
     return LiveContext(slot);
 }
 
-// Takes the record out of the table of hardware contexts, where a change of context would look for
-// pending words.
-void ForgetOwner(ChipInfo* chip, const D3DContext* ctx) {
-    for (ContextBlock* block = chip->ContextBlocks; block != nullptr; block = block->NextBlock) {
-        for (uint32_t& owner : block->Owner) {
-            if (owner == reinterpret_cast<uint32_t>(ctx)) {
-                owner = 0;
-            }
-        }
-    }
-}
-
 // Everything of a context, its record and its slot.
 void EndContext(uint32_t slot) {
     D3DContext* ctx = ContextSlots[slot];
     CleanDirect3DContext(ctx);
-    ForgetOwner(ctx->Driver->ChipInfo, ctx);
     FreeMem(ctx->MemHandle, ctx->MemAddress);
     ContextSlots[slot] = nullptr;
 }

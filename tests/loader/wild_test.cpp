@@ -10,8 +10,10 @@
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <cmath>
+#include <cstdio>
 #include <random>
+#include <string>
+#include <vector>
 
 namespace test {
 namespace {
@@ -23,20 +25,18 @@ class Dice {
     explicit Dice(uint32_t seed) : random_(seed) {}
     uint32_t Below(uint32_t bound) { return static_cast<uint32_t>(random_() % bound); }
     uint32_t Word() { return static_cast<uint32_t>(random_()); }
-    float Number() {
+    float Number(bool finite) {
         const float unit = static_cast<float>(random_() >> 8) / 16777216.0f;
-        switch (Below(8)) {
+        const uint32_t sign = Word() & 0x80000000;
+        switch (Below(finite ? 4 : 6)) {
         case 0:
-        case 1:
             return (unit - 0.5f) * 2e9f;
-        case 2:
-            return Below(2) == 0 ? INFINITY : -INFINITY;
-        case 3:
-            // The one that the processor makes: of two that differ, x87 and SSE pass on different
-            // ones.
-            return std::bit_cast<float>(0xFFC00000);
-        case 4:
+        case 1:
             return std::bit_cast<float>(Word() & 0x807FFFFF); // denormal or zero
+        case 4:
+            return std::bit_cast<float>(0x7F800000 | sign);
+        case 5:
+            return std::bit_cast<float>(0x7F800001 | sign | (Word() & 0x7FFFFF));
         default:
             return unit * 300.0f;
         }
@@ -77,6 +77,11 @@ void RollStates(Dice& dice, host::Device3D& device, uint32_t texture) {
     set(D3DRENDERSTATE_TEXTUREHANDLE, dice.Below(2) * texture);
 }
 
+constexpr size_t kSamples = 600;
+constexpr bool IsFinite(size_t sample) {
+    return sample < 450;
+}
+
 std::vector<Words> PlayWild(Driver driver, uint32_t deviceId, uint32_t flags, uint32_t seed) {
     PowerOn(driver);
     host::DisplayConfig config;
@@ -102,23 +107,25 @@ std::vector<Words> PlayWild(Driver driver, uint32_t deviceId, uint32_t flags, ui
         format.dwBBitMask = 0x1F;
         texture = device.CreateTexture(directDraw.CreateTexture(64, 32, format, 4));
     }
-    // What came before goes out, and no more until the end of the scene.
+    // What came before goes out, and no more from then on: the limit is the whole sub-buffer.
     host::Check("scene", device.BeginScene());
     host::Check("scene", device.EndScene());
     host::Check("scene", device.BeginScene());
     CommandStream& stream = ContextOn(display)->Stream;
+    stream.SubBufferFlushWords = stream.SubBufferWords;
     uint32_t* const start = stream.WritePointer;
     const uint32_t* const buffer = stream.Current().Linear;
 
     Dice dice(seed);
     std::vector<Words> samples;
-    for (int sample = 0; sample < 300; ++sample) {
+    for (size_t sample = 0; sample < kSamples; ++sample) {
         RollStates(dice, device, texture);
+        const bool finite = IsFinite(sample);
         D3DTLVERTEX v[3] = {};
         for (D3DTLVERTEX& vertex : v) {
             for (float* field :
                  {&vertex.sx, &vertex.sy, &vertex.sz, &vertex.rhw, &vertex.tu, &vertex.tv}) {
-                *field = dice.Number();
+                *field = dice.Number(finite);
             }
             vertex.color = dice.Word();
             vertex.specular = dice.Word();
@@ -136,6 +143,23 @@ std::vector<Words> PlayWild(Driver driver, uint32_t deviceId, uint32_t flags, ui
     return samples;
 }
 
+// Where the words differ, or nothing.
+std::string Different(const Words& library, const Words& dll) {
+    if (library.size() != dll.size()) {
+        return "lengths " + std::to_string(library.size()) + " and " + std::to_string(dll.size());
+    }
+    std::string text;
+    for (size_t i = 0; i < library.size(); ++i) {
+        if (library[i] != dll[i]) {
+            char line[64];
+            std::snprintf(line, sizeof(line), "word %u: %08X and %08X\n", static_cast<unsigned>(i),
+                          library[i], dll[i]);
+            text += line;
+        }
+    }
+    return text;
+}
+
 struct WildChip {
     const char* name;
     uint32_t deviceId;
@@ -151,8 +175,13 @@ TEST_P(WildTest, TheDllAndTheLibraryMakeTheSameWords) {
         size_t words = 0;
         ASSERT_EQ(library.size(), dll.size());
         for (size_t i = 0; i < library.size(); ++i) {
-            EXPECT_EQ(library[i], dll[i]) << "sample " << i;
-            words += library[i].size();
+            // Where two NaNs meet, x87 and SSE pass on different ones, and the sign of a NaN
+            // decides which way it saturates and what is culled. Such samples only have to come
+            // to an end.
+            if (IsFinite(i)) {
+                ASSERT_EQ(Different(library[i], dll[i]), "") << "sample " << i;
+                words += library[i].size();
+            }
         }
         EXPECT_GT(words, 5000u);
     }

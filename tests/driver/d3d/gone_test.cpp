@@ -34,37 +34,40 @@ TEST(GoneOwner, CountsAsNoneInALock) {
     EXPECT_EQ(data.lpSurfData, reinterpret_cast<void*>(surface.Global().fpVidMem));
 }
 
-TEST(GoneOwner, IsForgottenByTheTableOfHardwareContexts) {
-    for (const uint32_t device : {DeviceTX, DevicePermedia2}) {
-        for (const bool byProcess : {false, true}) {
-            Rig rig({.deviceId = device});
-            rig.Ready();
-            RigSurface& target = rig.MakeSurface(64, 64, DDSCAPS_3DDEVICE, PixelSize16, 0x20000);
-            D3DHAL_CONTEXTCREATEDATA create{};
-            create.lpDDGbl = &rig.directDraw;
-            create.lpDDS = &target.interface;
-            create.dwPID = 5;
-            CreateDirect3DContext(&create);
-            ASSERT_EQ(create.ddrval, 0u);
-            const D3DContext* ctx = ContextSlots[create.dwhContext];
-            const uint32_t id = ctx->Stream.HardwareContext;
-            EXPECT_EQ(rig.chip->ContextBlocks->Owner[id], reinterpret_cast<uint32_t>(ctx));
-            if (byProcess) {
-                D3DHAL_CONTEXTDESTROYALLDATA destroy{};
-                destroy.dwPID = 5;
-                DeleteBadProcess(&destroy);
-            } else {
-                D3DHAL_CONTEXTDESTROYDATA destroy{};
-                destroy.dwhContext = create.dwhContext;
-                DeleteDirect3DContext(&destroy);
-            }
-            EXPECT_EQ(rig.chip->ContextBlocks->Owner[id], 0u);
-            // A client that still switches to the number, and away from it.
-            ChangeContext(rig.driver, rig.chip, id);
-            rig.bus->Clear();
-            ChangeContext(rig.driver, rig.chip, kContext2D);
-            EXPECT_TRUE(rig.bus->transfers.empty());
+// A client that still switches to the number of an ended context, and away from it.
+TEST(GoneOwner, IsNotFlushedByAChangeOfContext) {
+    for (const bool byProcess : {false, true}) {
+        Rig rig({.deviceId = DeviceTX});
+        rig.Ready();
+        RigSurface& target = rig.MakeSurface(64, 64, DDSCAPS_3DDEVICE, PixelSize16, 0x20000);
+        D3DHAL_CONTEXTCREATEDATA create{};
+        create.lpDDGbl = &rig.directDraw;
+        create.lpDDS = &target.interface;
+        create.dwPID = 5;
+        CreateDirect3DContext(&create);
+        ASSERT_EQ(create.ddrval, 0u);
+        const D3DContext* ctx = ContextSlots[create.dwhContext];
+        const uint32_t id = ctx->Stream.HardwareContext;
+        uint32_t& owner = rig.chip->ContextBlocks->Owner[id];
+        EXPECT_EQ(owner, reinterpret_cast<uint32_t>(ctx));
+        if (byProcess) {
+            D3DHAL_CONTEXTDESTROYALLDATA destroy{};
+            destroy.dwPID = 5;
+            DeleteBadProcess(&destroy);
+        } else {
+            D3DHAL_CONTEXTDESTROYDATA destroy{};
+            destroy.dwhContext = create.dwhContext;
+            DeleteDirect3DContext(&destroy);
         }
+        EXPECT_EQ(owner, reinterpret_cast<uint32_t>(ctx)); // stays as it was
+        // Where reading it would end the program.
+        GuardedPages pages(kContextPages);
+        pages.Close();
+        owner = reinterpret_cast<uint32_t>(pages.First<D3DContext>(1));
+        ChangeContext(rig.driver, rig.chip, id);
+        rig.bus->Clear();
+        ChangeContext(rig.driver, rig.chip, kContext2D);
+        EXPECT_TRUE(rig.bus->transfers.empty());
     }
 }
 
