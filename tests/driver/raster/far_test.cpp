@@ -15,7 +15,7 @@ namespace {
 
 using Words = std::vector<uint32_t>;
 
-// The table in the member's 16.16: -scaled / rows, cut, by the rule of ten decimals.
+// By hand: 1/rows to ten decimals.
 TEST(FarTriangle, HeightsAbove2048RowsHaveEntriesByTheSameRule) {
     // 1/3000 = 0.0003333333|33, 1/4095 = 0.0002442002|44, 1/2049 = 0.0004880429|48.
     EXPECT_EQ(reciprocalTable[3000], -0.0003333333f);
