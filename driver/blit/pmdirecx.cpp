@@ -5,6 +5,7 @@
 #include "driver/core/chipbus.h"
 #include "driver/core/glintutl.h"
 #include "driver/core/korv32_mode.h"
+#include "driver/heap/surface_format.h"
 #include "driver/video/video.h"
 
 namespace {
@@ -14,9 +15,8 @@ constexpr uint32_t kFormatYUV = 3;
 
 // Bits per pixel by which the surface is measured: its own, or the display's.
 uint32_t BitsOf(const BlitRequest& blit, const DDRAWI_DDRAWSURFACE_LCL* surface) {
-    return (surface->dwFlags & DDRAWISURF_HASPIXELFORMAT) != 0
-               ? surface->lpGbl->ddpfSurface.dwRGBBitCount
-               : blit.driver->PixelDepthBits;
+    return HasOwnFormat(surface) ? surface->lpGbl->ddpfSurface.dwRGBBitCount
+                                 : blit.driver->PixelDepthBits;
 }
 
 // Absolute offset of the surface for the texture unit, where each surface's own size counts.

@@ -118,8 +118,12 @@ class StreamWriter {
 
     void Store() { StoreWritePointer(StreamOf(owner_), at_); }
 
-    // Takes the position up again after a callee wrote through the stream itself.
-    void Reload() { at_ = StreamOf(owner_).WritePointer; }
+    // Takes the position up again after a callee wrote through the stream itself, and may have used
+    // up whatever space was known to be left.
+    void Reload() {
+        at_ = StreamOf(owner_).WritePointer;
+        credit_ = 0;
+    }
 
   private:
     Owner* owner_;

@@ -1,7 +1,8 @@
 #include "driver/core/korv32_flip.h"
 
 #include "driver/core/dma.h"
-#include "driver/core/records/private_surface.h"
+#include "driver/core/records/d3d_context.h"
+#include "driver/heap/surface_format.h"
 #include "driver/services/context.h"
 
 FlipRecord flipRecord;
@@ -76,6 +77,12 @@ void NoteFlip(DriverData* driver, uint32_t surface) {
         flipRecord.FlipLine = static_cast<uint16_t>(ScanLine(driver));
         flipRecord.OutsideBlank = 1;
     }
+}
+
+// The context that last aimed at the surface, or null; one that has ended since counts as none.
+D3DContext* LiveOwner(const DDRAWI_DDRAWSURFACE_LCL* surface) {
+    const PrivateSurfaceData* record = PrivateOf(surface);
+    return record != nullptr && IsListed(record->OwnerContext) ? record->OwnerContext : nullptr;
 }
 
 // Sends what the surface's owner has pending beyond its head, whoever holds the chip.
@@ -180,15 +187,13 @@ DWORD KORV_STDCALL Lock32(DDHAL_LOCKDATA* data) {
         data->ddRVal = DDERR_WASSTILLDRAWING;
         return DDHAL_DRIVER_HANDLED;
     }
-    if (const PrivateSurfaceData* record = PrivateOf(surface);
-        record != nullptr && record->OwnerContext != nullptr) {
-        FlushOwner(driver, record->OwnerContext);
+    if (D3DContext* owner = LiveOwner(surface)) {
+        FlushOwner(driver, owner);
     }
     uint32_t address = global->fpVidMem;
     if (data->bHasRect != 0) {
-        const uint32_t bits = (surface->dwFlags & DDRAWISURF_HASPIXELFORMAT) != 0
-                                  ? global->ddpfSurface.dwRGBBitCount
-                                  : driver->PixelDepthBits;
+        const uint32_t bits =
+            HasOwnFormat(surface) ? global->ddpfSurface.dwRGBBitCount : driver->PixelDepthBits;
         address += static_cast<uint32_t>(data->rArea.top * global->lPitch);
         address += ColumnOffset(static_cast<uint32_t>(data->rArea.left), bits);
     }

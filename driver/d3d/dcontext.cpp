@@ -141,7 +141,7 @@ HRESULT CreateContextOn(DriverData* driver, D3DHAL_CONTEXTCREATEDATA* data) {
 // The record of a slot on the delete paths, its magic repaired; null if there is none or it is not
 // a context.
 D3DContext* DeletableContext(uint32_t slot) {
-    D3DContext* ctx = ContextSlots[slot];
+    D3DContext* ctx = ContextOf(slot);
     if (ctx != nullptr && ctx->Magic == kContextMagicStale) {
         ctx->Magic = kContextMagic;
     }

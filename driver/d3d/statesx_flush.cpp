@@ -55,13 +55,19 @@ void FlushDepth(D3DContext* ctx, StateWriter& out) {
     ctx->DirtyFlags |= DIRTY_RENDERERS;
 }
 
-void ChangeTexture(D3DContext* ctx) {
+// Nothing is called, and the FIFO count goes on, on a chip without textures.
+void ChangeTexture(D3DContext* ctx, StateWriter& out) {
     const ChipInfo* chip = ctx->Driver->ChipInfo;
+    if (!IsTX(chip) && !IsMX(chip)) {
+        return;
+    }
+    out.Store();
     if (IsTX(chip)) {
         ChangeTextureTX(ctx);
-    } else if (IsMX(chip)) {
+    } else {
         ChangeTextureMX(ctx);
     }
+    out.Reload();
 }
 
 } // namespace
@@ -73,9 +79,7 @@ void HandleDirtyGlintState(DriverData* driver, D3DContext* ctx) {
         FlushBlend(ctx, out);
     }
     if ((ctx->DirtyFlags & DIRTY_TEXTURE) != 0) {
-        out.Store();
-        ChangeTexture(ctx);
-        out.Reload();
+        ChangeTexture(ctx, out);
     }
     if ((ctx->DirtyFlags & DIRTY_Z) != 0) {
         FlushDepth(ctx, out);

@@ -126,11 +126,8 @@ bool WantsPatching(const ChipInfo* chip, const DDRAWI_DDRAWSURFACE_LCL* surface)
 } // namespace
 
 const DDPIXELFORMAT* PixelFormatOf(const DDRAWI_DDRAWSURFACE_LCL* surface) {
-    if ((surface->dwFlags & DDRAWISURF_HASPIXELFORMAT) != 0 &&
-        !HasCaps(surface, DDSCAPS_PRIMARYSURFACE)) {
-        return &surface->lpGbl->ddpfSurface;
-    }
-    return &surface->lpGbl->lpDD->vmiData.ddpfDisplay;
+    return HasOwnFormat(surface) ? &surface->lpGbl->ddpfSurface
+                                 : &surface->lpGbl->lpDD->vmiData.ddpfDisplay;
 }
 
 void SetupPrivateSurfaceData(DriverData* driver, PrivateSurfaceData* record,

@@ -19,10 +19,16 @@ inline bool HasCaps(const DDRAWI_DDRAWSURFACE_LCL* surface, uint32_t caps) {
     return (surface->ddsCaps.dwCaps & caps) != 0;
 }
 
-// True for a surface with a format of its own that has the DDPF flag.
-inline bool OwnFormatHas(const DDRAWI_DDRAWSURFACE_LCL* surface, uint32_t flag) {
+// True for a surface that goes by a format of its own. The primary never does: whatever its record
+// says, it has the display's.
+inline bool HasOwnFormat(const DDRAWI_DDRAWSURFACE_LCL* surface) {
     return (surface->dwFlags & DDRAWISURF_HASPIXELFORMAT) != 0 &&
-           (surface->lpGbl->ddpfSurface.dwFlags & flag) != 0;
+           !HasCaps(surface, DDSCAPS_PRIMARYSURFACE);
+}
+
+// True for such a surface whose format has the DDPF flag.
+inline bool OwnFormatHas(const DDRAWI_DDRAWSURFACE_LCL* surface, uint32_t flag) {
+    return HasOwnFormat(surface) && (surface->lpGbl->ddpfSurface.dwFlags & flag) != 0;
 }
 
 // The format in force: the surface's own, or the display's for the primary and for surfaces that

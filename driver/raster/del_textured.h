@@ -127,6 +127,7 @@ template <class Form, bool kWaits, class FlagSet>
                                      FlagSet flags) {
     DeltaTextured<Form, kWaits, FlagSet> groups(ctx, flags);
     const TextureRecord* const texture = ctx->CurrentTexture;
+    const uint32_t levels = LevelsOf(texture);
     CurrentLevel level;
     WalkTriangles(
         CompareCull(ctx), ins, vertices, records,
@@ -137,8 +138,8 @@ template <class Form, bool kWaits, class FlagSet>
                 const float texels = __builtin_fabsf(TexelArea(a, b, c, texture->TexelCount));
                 // The determinant's sign bit goes along and sends its triangle to the first
                 // level or the last.
-                const int32_t wanted = LevelFor(std::bit_cast<uint32_t>(texels),
-                                                std::bit_cast<uint32_t>(det), texture->LevelCount);
+                const int32_t wanted =
+                    LevelFor(std::bit_cast<uint32_t>(texels), std::bit_cast<uint32_t>(det), levels);
                 if (level.Change(groups.out, texture, wanted)) {
                     const TextureLevel& to = texture->Levels[wanted];
                     groups.scale = {to.WidthScale, to.HeightScale};

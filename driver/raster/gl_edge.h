@@ -59,7 +59,9 @@ inline bool SetUpEdge(const D3DTLVERTEX* a, const D3DTLVERTEX* b, uint32_t rende
     if (first == last) {
         return false;
     }
-    walk.count = static_cast<uint32_t>(first < last ? last - first : first - last);
+    // The steps of a line from one end of the numbers to the other wrap.
+    const uint32_t forwards = static_cast<uint32_t>(last) - static_cast<uint32_t>(first);
+    walk.count = first < last ? forwards : 0 - forwards;
     const float inverse = 1.0f / major;
     walk.inverse = __builtin_fabsf(inverse);
     const float slope = minor / major;

@@ -133,7 +133,7 @@ KORV_INLINE void EdgeGroup(Output<kWaits>& out, const Setup& s, uint32_t renderW
         out.Word(x0);
         out.Word(dXDom);
         out.Word(startXSub);
-        out.Word(flt_to_fix_16_16(reciprocalTable[rows] * dx));
+        out.Word(flt_to_fix_16_16(NegativeReciprocal(rows) * dx));
         out.Word(startY);
         out.Word(kRowUp);
         out.Word(rows);
@@ -150,7 +150,7 @@ KORV_INLINE void EdgeGroup(Output<kWaits>& out, const Setup& s, uint32_t renderW
         out.Wait(4);
         out.Word(burst::NextSubEdge);
         out.Word(EncodeX(s.v1->sx));
-        out.Word(flt_to_fix_16_16(reciprocalTable[rows] * (s.v1->sx - s.v2->sx)));
+        out.Word(flt_to_fix_16_16(NegativeReciprocal(rows) * (s.v1->sx - s.v2->sx)));
         out.Word(rows);
     }
 }

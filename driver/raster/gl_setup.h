@@ -73,7 +73,7 @@ void TriangleBatch(D3DContext* ctx, const D3DINSTRUCTION* ins, D3DTLVERTEX* vert
         const float inverse = InverseArea(det, order.oddSwaps);
         s.gradA = inverse * (s.v0->sy - s.v2->sy);
         s.gradB = inverse * (s.v1->sy - s.v2->sy);
-        s.invHeight = reciprocalTable[s.row0 - s.row2];
+        s.invHeight = NegativeReciprocal(s.row0 - s.row2);
 
         out.Reserve(kTriangleBytes);
         const bool specular = (renderFlags & RF_SPECULAR) != 0;

@@ -47,6 +47,10 @@ template <P2TexturedTraits kTraits, Culling kCulling, bool kWaits, class FlagSet
     const SignCull cull(ctx);
     const uint32_t cullGate = ctx->CullSignA;
     const TextureRecord* const texture = ctx->CurrentTexture;
+    [[maybe_unused]] uint32_t levels = 0;
+    if constexpr (kTraits.mipMapped) {
+        levels = LevelsOf(texture);
+    }
     TextureScale scale = ScaleOf(ctx);
     CurrentLevel level;
     KeptVertices kept;
@@ -84,9 +88,8 @@ template <P2TexturedTraits kTraits, Culling kCulling, bool kWaits, class FlagSet
         if constexpr (kTraits.mipMapped) {
             constexpr uint32_t kMagnitude = 0x7FFFFFFF;
             const float texels = TexelArea(a, b, c, texture->TexelCount);
-            const int32_t wanted =
-                LevelFor(std::bit_cast<uint32_t>(texels) & kMagnitude,
-                         std::bit_cast<uint32_t>(det) & kMagnitude, texture->LevelCount);
+            const int32_t wanted = LevelFor(std::bit_cast<uint32_t>(texels) & kMagnitude,
+                                            std::bit_cast<uint32_t>(det) & kMagnitude, levels);
             newLevel = level.Change(out, texture, wanted);
             if (newLevel) {
                 const TextureLevel& to = texture->Levels[wanted];

@@ -15,6 +15,12 @@ KORV_INLINE float TexelArea(const D3DTLVERTEX* a, const D3DTLVERTEX* b, const D3
     return area * texelCount;
 }
 
+// The levels that a member may choose among: a full chain may have more than the record has
+// entries.
+KORV_INLINE uint32_t LevelsOf(const TextureRecord* texture) {
+    return texture->LevelCount < kMaxTextureLevels ? texture->LevelCount : kMaxTextureLevels;
+}
+
 // The level for areas given as bit patterns of singles. Their difference is, roughly, the logarithm
 // of the ratio, and half of that the logarithm along a side.
 KORV_INLINE int32_t LevelFor(uint32_t texelBits, uint32_t screenBits, uint32_t levelCount) {

@@ -27,14 +27,15 @@ struct P2Plain {
     }
 };
 
-// Textured wires and lines. Wires carry Ks, and have specular light added to their colours too.
+// Textured wires and lines. Wires carry Ks whether specular light is on or not, and have it added
+// to their colours too.
 struct P2Textured : P2Plain {
     static constexpr uint32_t kMask = words::XYZ | words::STQ | words::Ks;
     static constexpr uint32_t kStrength = words::Ks;
 
     template <class FlagSet>
-    KORV_INLINE static float Strength(const D3DTLVERTEX* vertex, FlagSet flags) {
-        return flags.Has(RF_SPECULAR) ? SpecularStrength(vertex->specular) : 0.0f;
+    KORV_INLINE static float Strength(const D3DTLVERTEX* vertex, FlagSet) {
+        return SpecularStrength(vertex->specular);
     }
 };
 

@@ -102,10 +102,10 @@ int32_t KORV_STDCALL KORV_WaitForDMA(DriverData* driver) {
 
 int32_t KORV_STDCALL KORV_AllocateVideoMemory(DriverData* driver, HeapRequest* request) {
     driver = ServiceDriver(driver);
+    if (driver == nullptr) {
+        return kFailed; // no display is up yet
+    }
     if ((request->Flags & WholeFrameBuffer) != 0) {
-        if (driver == nullptr) {
-            return kFailed;
-        }
         request->Address = AddressOf(driver->FrameBufferBase);
         return 0;
     }
@@ -124,6 +124,9 @@ int32_t KORV_STDCALL KORV_FreeVideoMemory(DriverData* driver, uint32_t address) 
 int32_t KORV_STDCALL KORV_CopyBlt(DriverData* driver, RECTL* rect, uint32_t destOffset,
                                   uint32_t srcRelative) {
     driver = ServiceDriver(driver);
+    if (driver == nullptr) {
+        return 0;
+    }
     TakeChipFor2D(driver);
     constexpr uint32_t kLogicOpCopy = 3;
     CHIPRender.ScreenCopyBlt(driver, rect, rect, static_cast<int32_t>(driver->ScreenWidth),

@@ -79,7 +79,8 @@ int32_t KORV_STDCALL KORV_AllocateVideoMemory(DriverData* driver, HeapRequest* r
 // Gives it back. 0, or a HeapResult.
 int32_t KORV_STDCALL KORV_FreeVideoMemory(DriverData* driver, uint32_t address);
 // Copies to `rect` of the screen (pixels) from the same place at another offset, both in pixels: of
-// the destination, and of the source relative to it. `rect` may be changed during the call. 0.
+// the destination, and of the source relative to it. `rect` may be changed during the call. 0, also
+// without a display.
 int32_t KORV_STDCALL KORV_CopyBlt(DriverData* driver, RECTL* rect, uint32_t destOffset,
                                   uint32_t srcRelative);
 

@@ -161,8 +161,9 @@ void ChangeContext(DriverData* driver, ChipInfo* chip, uint32_t id) {
         if (oldSlot.block->Owner[oldSlot.index] != 0 && oldSlot.block->Handle[oldSlot.index] != 0) {
             // The record comes from the block of the type's list, under the old slot's number: for
             // ids of 32 and more that is the first block's slot of that number.
+            // A free slot still names its last client, whose record is gone.
             auto* ctx = reinterpret_cast<D3DContext*>(typeSlot.block->Owner[oldSlot.index]);
-            if (ctx != nullptr) {
+            if (ctx != nullptr && typeSlot.block->Size[oldSlot.index] >= 0) {
                 // The other half of the circle with DMA: past the queue, so that it cannot come
                 // back here.
                 SendSubBufferDirect(driver, ctx);

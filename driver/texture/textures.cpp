@@ -214,7 +214,7 @@ HRESULT CreateTexture(D3DHAL_TEXTURECREATEDATA* data) {
 }
 
 HRESULT DestroyTexture(const D3DHAL_TEXTUREDESTROYDATA* data) {
-    D3DContext* ctx = ContextSlots[data->dwhContext];
+    D3DContext* ctx = ContextOf(data->dwhContext);
     TextureRecord* record = FindTexture(ctx, data->dwHandle);
     if (ctx == nullptr) {
         return D3DHAL_CONTEXT_BAD;
@@ -234,6 +234,14 @@ HRESULT DestroyTexture(const D3DHAL_TEXTUREDESTROYDATA* data) {
         return D3DHAL_CONTEXT_BAD;
     }
     Unlink(ctx, record);
+    if (ctx->CurrentTexture == record) {
+        // The chip keeps reading the texture, at the level it was left at.
+        ctx->CurrentTexture = nullptr;
+        if ((ctx->RenderFlags & RF_MIPMAP) != 0) {
+            ctx->RenderFlags &= ~RF_MIPMAP;
+            ctx->DirtyFlags |= DIRTY_RENDERERS;
+        }
+    }
     HeapFree(DXGlobals.Heap, 0, record);
     if (ctx->TextureHandle == data->dwHandle) {
         // TextureHandle stays: the next flush finds no record behind it.
@@ -314,7 +322,7 @@ DWORD KORV_STDCALL TextureSwap(D3DHAL_TEXTURESWAPDATA* data) {
 
 DWORD KORV_STDCALL TextureGetSurf(D3DHAL_TEXTUREGETSURFDATA* data) {
     // The context's magic is not looked at.
-    const TextureRecord* record = FindTexture(ContextSlots[data->dwhContext], data->dwHandle);
+    const TextureRecord* record = FindTexture(ContextOf(data->dwhContext), data->dwHandle);
     if (record == nullptr || !IsTextureUsable(record)) {
         data->ddrval = D3DHAL_CONTEXT_BAD;
         return DDHAL_DRIVER_HANDLED;

@@ -125,9 +125,12 @@ void PutColourKey(D3DContext* ctx, StateWriter& out, const TextureRecord* record
         PutField(copies.YUVMode, field::YUVMode_KeyMode, 0);
         return;
     }
-    // The surface's format word is taken as it stands, own format or not.
-    const KeyColours bounds = WidenKey(ExpandColourKey(
-        record->Surface, record->Surface->lpGbl->ddpfSurface, record->Private.PixelSize, false));
+    // The surface's format word is taken as it stands, own format or not, but for the primary.
+    const DDPIXELFORMAT& format = HasCaps(record->Surface, DDSCAPS_PRIMARYSURFACE)
+                                      ? *PixelFormatOf(record->Surface)
+                                      : record->Surface->lpGbl->ddpfSurface;
+    const KeyColours bounds =
+        WidenKey(ExpandColourKey(record->Surface, format, record->Private.PixelSize, false));
     if (IsPermedia2(ctx->Driver->ChipInfo)) {
         PutField(copies.TextureDataFormat, field::TextureDataFormat_KeyMode, 0);
     }

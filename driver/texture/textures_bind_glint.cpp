@@ -1,4 +1,5 @@
 // Binding on TX and MX.
+#include "driver/heap/surface_format.h"
 #include "driver/texture/lut_download.h"
 #include "driver/texture/textures_bind.h"
 #include "driver/texture/textures_bind_shared.h"
@@ -153,9 +154,7 @@ void SendPaletteMX(D3DContext* ctx, StateWriter& out, const TextureRecord* recor
 
 KeyColours KeyBoundsMX(const TextureRecord* record) {
     const DDRAWI_DDRAWSURFACE_LCL* surface = record->Surface;
-    const bool ownFormat = (surface->dwFlags & DDRAWISURF_HASPIXELFORMAT) != 0;
-    const DDPIXELFORMAT& format =
-        ownFormat ? surface->lpGbl->ddpfSurface : surface->lpGbl->lpDD->vmiData.ddpfDisplay;
+    const DDPIXELFORMAT& format = *PixelFormatOf(surface);
     const KeyColours key = ExpandColourKey(surface, format, record->Private.PixelSize, true);
     // A palette's colours are exact.
     return IsPaletteFormat(format) ? key : WidenKey(key);

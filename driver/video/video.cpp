@@ -102,8 +102,8 @@ DWORD KORV_STDCALL FlipVideoPort32(DDHAL_FLIPVPORTDATA* data) {
     DriverData* driver = VideoDriverOf(data);
     if (driver->VideoPortActive == 1) {
         ++driver->VideoCurrentBuffer;
-        // A port started without a front buffer may count from above the last one.
-        if (driver->VideoCurrentBuffer >= driver->VideoSurfaceCount) {
+        // A port started without a front buffer may count from above the last one, and goes on.
+        if (driver->VideoCurrentBuffer == driver->VideoSurfaceCount) {
             driver->VideoCurrentBuffer = 0;
         }
         SyncChip(driver);

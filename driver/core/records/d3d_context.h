@@ -158,9 +158,26 @@ static_assert(sizeof(D3DContext::RegisterCopies) == 27 * 4);
 // The context's slot table, shared by all displays.
 extern D3DContext* ContextSlots[kContextSlots];
 
-// The live context behind a handle, or null for an empty slot or a wrong magic. The handle is not
-// range-checked.
+// The record behind a handle, whatever its magic; null for an empty slot and for a handle outside 1
+// to 199.
+inline D3DContext* ContextOf(uint32_t handle) {
+    return handle != 0 && handle < kContextSlots ? ContextSlots[handle] : nullptr;
+}
+
+// True for a context that has not ended; an address that has outlived its record is only compared.
+inline bool IsListed(const D3DContext* ctx) {
+    if (ctx != nullptr) {
+        for (const D3DContext* listed : ContextSlots) {
+            if (listed == ctx) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+// The live context behind a handle, or null also for a wrong magic.
 inline D3DContext* LiveContext(uint32_t handle) {
-    D3DContext* ctx = ContextSlots[handle];
+    D3DContext* ctx = ContextOf(handle);
     return ctx != nullptr && ctx->Magic == kContextMagic ? ctx : nullptr;
 }

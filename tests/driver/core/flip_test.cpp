@@ -279,7 +279,7 @@ TEST(Lock, SendsWhatTheOwnerHasPendingAndGivesTheChipBack) {
     D3DContext* ctx = rig.PlainContext(true);
     ctx->Stream.HardwareContext =
         CreateContext(rig.driver, rig.chip, 3, 1, reinterpret_cast<uint32_t>(ctx));
-    rig.back.priv.OwnerContext = ctx;
+    rig.back.priv.OwnerContext = ContextSlots[4] = ctx;
     ReserveSpace(ctx, 8);
     EmitTag(ctx->Stream, tag::FogMode, 1);
     DDHAL_LOCKDATA data{};
@@ -301,7 +301,7 @@ TEST(Lock, OfATargetWhoseOwnerHasTheChipSendsWithoutAChangeOfContext) {
     FlipRig rig(kGlint);
     D3DContext* ctx = rig.PlainContext(true);
     ctx->Stream.HardwareContext = kContext2D;
-    rig.back.priv.OwnerContext = ctx;
+    rig.back.priv.OwnerContext = ContextSlots[4] = ctx;
     ReserveSpace(ctx, 8);
     EmitTag(ctx->Stream, tag::FogMode, 1);
     DDHAL_LOCKDATA data{};
@@ -320,7 +320,7 @@ TEST(Lock, SendsNothingForAnOwnerWithItsHeadAloneOrInFifoMode) {
         D3DContext* ctx = rig.PlainContext(dma);
         ctx->Stream.HardwareContext =
             CreateContext(rig.driver, rig.chip, 3, 1, reinterpret_cast<uint32_t>(ctx));
-        rig.back.priv.OwnerContext = ctx;
+        rig.back.priv.OwnerContext = ContextSlots[4] = ctx;
         for (int pair = 0; pair < 6; ++pair) { // as many words as a head has
             ReserveSpace(ctx, 8);
             EmitTag(ctx->Stream, tag::FogMode, 1);

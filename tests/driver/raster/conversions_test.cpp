@@ -276,9 +276,9 @@ TEST(ExchangeRedBlue, KeepsGreenAndAlpha) {
 
 // By decimal text and the C library's correctly rounding reader.
 TEST(ReciprocalTable, IsTheTenDecimalReciprocalAsTheNearestSingle) {
-    ASSERT_EQ(sizeof(reciprocalTable), 2049 * sizeof(float));
+    ASSERT_EQ(sizeof(reciprocalTable), 4096 * sizeof(float));
     EXPECT_EQ(std::bit_cast<uint32_t>(reciprocalTable[0]), 0u);
-    for (unsigned n = 1; n <= 2048; ++n) {
+    for (unsigned n = 1; n <= 4095; ++n) {
         // Long division, eleven decimals, then the last one rounds.
         unsigned long long quotient = 0;
         unsigned rest = 1;

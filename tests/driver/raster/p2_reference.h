@@ -177,6 +177,7 @@ class P2Reference final : public SetupReference {
     // One packed word.
     void Colour(uint32_t colour, uint32_t slot) override { Put({0x40008200 + slot, colour}); }
     uint32_t ColourEntries() const override { return 2; }
+    bool LightsAlways() const override { return true; }
     void WireScale(Triangle& triangle) const override {
         triangle.scaleU = ctx.TextureWidthScale;
         triangle.scaleV = ctx.TextureHeightScale;

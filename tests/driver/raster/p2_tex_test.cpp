@@ -376,16 +376,16 @@ TEST(P2TexturedWire, CarriesSTQAndKsAndLightsItsColoursToo) {
     EXPECT_EQ(Words(words.begin() + 34, words.begin() + 42), Words{0x1C0F8240} + a);
 }
 
-TEST(P2TexturedWire, KsIsZeroWithoutSpecularAndTheFirstVertexsWhenFlat) {
+TEST(P2TexturedWire, KsGoesWithoutSpecularTooAndIsTheFirstVertexsWhenFlat) {
     P2Rig rig;
     auto v = P2Vertices();
     v[0].specular = 0x000000FF;
     rig.ctx.RenderFlags = RF_TEXTURE | RF_GOURAUD;
     Words words = DrawTextured(rig, v, {TriangleRecord(0, 1, 2)}, P2_TriWire_XYZ_STQ_RGBFS);
-    EXPECT_EQ(words[4], 0u);
+    const uint32_t ks = Bits(255.0f * 0.002301960784314f);
+    EXPECT_EQ(words[4], ks);
     rig.ctx.RenderFlags = RF_TEXTURE | RF_SPECULAR;
     words = DrawTextured(rig, v, {TriangleRecord(0, 1, 2)}, P2_TriWire_XYZ_STQ_RGBFS);
-    const uint32_t ks = Bits(255.0f * 0.002301960784314f);
     EXPECT_EQ(words[4], ks);
     EXPECT_EQ(words[12], ks);
     EXPECT_EQ(words[22], ks); // C, behind the flat colour

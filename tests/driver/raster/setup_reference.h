@@ -231,6 +231,8 @@ class SetupReference : public StreamReference {
     virtual uint32_t ColourEntries() const = 0;
     // Scales of an outline where they are not the family's.
     virtual void WireScale(Triangle&) const {}
+    // Ks goes as the vertex has it, whether specular light is on or not.
+    virtual bool LightsAlways() const { return false; }
     // What happens to a line's first end.
     virtual void BeginLine(D3DTLVERTEX&, const D3DTLVERTEX&) const {}
 
@@ -338,7 +340,8 @@ class SetupReference : public StreamReference {
         }
         if (member.strength != 0) {
             const uint32_t from = Has(RF_GOURAUD) ? v.specular : triangle.v[0].specular;
-            StrengthWord(member.strength, Has(RF_SPECULAR) ? Strength(from) : 0.0f);
+            const bool lit = LightsAlways() || Has(RF_SPECULAR);
+            StrengthWord(member.strength, lit ? Strength(from) : 0.0f);
         }
         Put({Bits(v.sx), Bits(v.sy), Bits(v.sz)});
     }

@@ -178,15 +178,17 @@ TEST(VideoPort, FlipsGoRoundTheBuffers) {
     }
 }
 
-TEST(VideoPort, AFlipFromAboveTheLastBufferGoesToTheFirst) {
+TEST(VideoPort, AFlipFromAboveTheLastBufferRunsOn) {
     PortRig rig;
     rig.driver->VideoPortActive = 1;
     rig.driver->VideoSurfaceCount = 2;
     rig.driver->VideoCurrentBuffer = 0x11; // a start without a front buffer
     auto data = DataOf<DDHAL_FLIPVPORTDATA>(rig);
     FlipVideoPort32(&data);
-    EXPECT_EQ(rig.driver->VideoCurrentBuffer, 0u);
-    EXPECT_EQ(rig.Register(0x5918), 0u);
+    EXPECT_EQ(rig.driver->VideoCurrentBuffer, 0x12u);
+    EXPECT_EQ(rig.Register(0x5918), 0x12u);
+    FlipVideoPort32(&data);
+    EXPECT_EQ(rig.Register(0x5918), 0x13u);
 }
 
 TEST(VideoPort, AFlipLetsTheChipFinishFirst) {
