@@ -20,9 +20,9 @@ namespace {
 
 using Words = std::vector<uint32_t>;
 
-class Dice {
+class WildDice {
   public:
-    explicit Dice(uint32_t seed) : random_(seed) {}
+    explicit WildDice(uint32_t seed) : random_(seed) {}
     uint32_t Below(uint32_t bound) { return static_cast<uint32_t>(random_() % bound); }
     uint32_t Word() { return static_cast<uint32_t>(random_()); }
     float Number(bool comparable) {
@@ -58,7 +58,7 @@ D3DContext* ContextOn(host::Display& display) {
     return nullptr;
 }
 
-void RollStates(Dice& dice, host::Device3D& device, uint32_t texture) {
+void RollStates(WildDice& dice, host::Device3D& device, uint32_t texture) {
     const auto set = [&](D3DRENDERSTATETYPE type, uint32_t value) { device.SetState(type, value); };
     set(D3DRENDERSTATE_CULLMODE, D3DCULL_NONE + dice.Below(3));
     set(D3DRENDERSTATE_FILLMODE, D3DFILL_POINT + dice.Below(3));
@@ -116,7 +116,7 @@ std::vector<Words> PlayWild(Driver driver, uint32_t deviceId, uint32_t flags, ui
     uint32_t* const start = stream.WritePointer;
     const uint32_t* const buffer = stream.Current().Linear;
 
-    Dice dice(seed);
+    WildDice dice(seed);
     std::vector<Words> samples;
     for (size_t sample = 0; sample < kSamples; ++sample) {
         RollStates(dice, device, texture);

@@ -7,6 +7,7 @@
 #include "driver/raster/reciprocal.h"
 #include "driver/texture/textures.h"
 #include "tests/driver/raster/del_rig.h"
+#include "tests/driver/raster/p2_rig.h"
 
 #include <gtest/gtest.h>
 
