@@ -36,6 +36,8 @@ struct BltOptions {
     bool async = false;
 };
 
+struct PaletteObject;
+
 class DirectDraw {
   public:
     // The display must have been started.
@@ -127,7 +129,6 @@ class DirectDraw {
     // A surface that is never free within this many milliseconds is a fault of somebody's.
     static constexpr int kPatience = 10000;
 
-    struct PaletteObject;
 
     std::unique_ptr<Surface> NewSurface(const SurfaceRequest& request, uint32_t level);
     std::vector<std::unique_ptr<Surface>> NewList(const SurfaceRequest& request);

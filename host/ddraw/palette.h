@@ -1,12 +1,12 @@
 #pragma once
-#include "host/ddraw/ddraw.h"
+#include "driver/platform/ddhal.h"
 
 #include <vector>
 
 namespace host {
 
 // The runtime's records of a palette.
-struct DirectDraw::PaletteObject {
+struct PaletteObject {
     DDRAWI_DDRAWPALETTE_INT interface {};
     DDRAWI_DDRAWPALETTE_LCL local{};
     DDRAWI_DDRAWPALETTE_GBL global{};
