@@ -12,16 +12,6 @@ namespace {
 
 constexpr const char* kCodeFolders[] = {"chip", "driver", "board", "host", "tools", "bench"};
 
-std::string TextOf(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) {
-        throw std::runtime_error("cannot read " + file.string());
-    }
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 // The name between the two marks of an include line; empty for any other line.
 std::string Included(const std::string& line, char open, char close) {
     const std::string directive = std::string("#include ") + open;
@@ -82,6 +72,16 @@ bool IsCode(const std::filesystem::path& path) {
 }
 
 } // namespace
+
+std::string TextOf(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    if (!in) {
+        throw std::runtime_error("cannot read " + file.string());
+    }
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
 
 std::set<std::string> SystemHeaders(const std::filesystem::path& folder) {
     std::set<std::string> headers;

@@ -12,6 +12,9 @@ namespace house {
 // File, by its path below the project's folder -> the project's files that it includes.
 using IncludeGraph = std::map<std::string, std::set<std::string>>;
 
+// A file's text. std::runtime_error if it cannot be read.
+std::string TextOf(const std::filesystem::path& file);
+
 // Reads all .h, .cpp and .def files below the folders of the project that hold code.
 IncludeGraph ReadIncludes(const std::filesystem::path& project);
 
