@@ -34,6 +34,7 @@ enum class Use : uint8_t {
 enum class Form : uint8_t {
     Bits,         // nothing known
     Fields,       // a mode word, by its fields
+    Unknown,      // bits that the driver sets or clears, and nothing more is known of
     Flag,         // one bit
     Code,         // a choice
     Number,       // unsigned

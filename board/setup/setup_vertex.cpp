@@ -11,12 +11,14 @@ namespace board {
 
 namespace {
 
-// DeltaMode bits that no field stands for: bit 11 is part of every mode, the others of none.
-constexpr uint32_t kAlwaysSet = 0x800;
+// Of the DeltaMode bits without a meaning one is part of every mode, the others of none.
+constexpr uint32_t kAlwaysSet = field::DeltaMode_Unknown11.Mask();
 constexpr uint32_t KnownBits() {
     uint32_t bits = kAlwaysSet;
     for (const Field& field : kFields) {
-        bits |= field.offset == MappedOffset(tag::DeltaMode) ? field.Mask() : 0;
+        if (field.offset == MappedOffset(tag::DeltaMode) && field.form != Form::Unknown) {
+            bits |= field.Mask();
+        }
     }
     return bits;
 }
