@@ -112,6 +112,7 @@ struct Board::Parts {
     }
     // The processor enters an entry: `mapped`, or as the latest word of the FIFO window.
     void CountEntry(uint32_t tagNumber, bool mapped) {
+        ++entered[tagNumber];
         if (!credit.Take()) {
             CountUnwaited(tagNumber, mapped);
         }
@@ -179,6 +180,7 @@ struct Board::Parts {
     HostMemory host;
     InputFifo input;
     FifoCredit credit;
+    EntryCounts entered{}; // by the processor
     OutputFifo output;
     Faults faults;
     CommandUnit commands;

@@ -1,5 +1,6 @@
 #pragma once
 // What goes wrong on the board, counted by the units that notice it. All zero on a healthy run.
+#include <array>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -15,6 +16,9 @@ struct UnwaitedEntries {
 
     bool operator==(const UnwaitedEntries&) const = default;
 };
+
+// Entries that the processor wrote, by tag.
+using EntryCounts = std::array<uint64_t, 0x400>;
 
 struct FaultCounts {
     uint64_t fifoOverflows = 0;     // register writes lost because the input FIFO was full
