@@ -40,7 +40,8 @@ uint32_t Board::Parts::ReadAperture(uint32_t offset) {
     case reg::IntFlags:
         return interrupts.Flags();
     case reg::InFIFOSpace:
-        return input.ReportSpace();
+        credit.Grant(input.ReportSpace());
+        return credit.Left();
     case reg::OutFIFOWords:
         return output.Count();
     case reg::DMACount:
@@ -62,6 +63,8 @@ void Board::Parts::WriteAperture(uint32_t offset, uint32_t value) {
         if (!RegisterFile::HasTag(tagNumber)) {
             ++faults.unknownRegisters[offset];
         }
+        ++mappedWrites;
+        CountEntry(tagNumber, true);
         if (MakeRoom()) {
             Enter({tagNumber, value});
         }

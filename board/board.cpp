@@ -77,4 +77,8 @@ Faults Board::FaultReport() const {
     return parts_->faults;
 }
 
+EntryCounts Board::Entered() const {
+    return parts_->entered;
+}
+
 } // namespace board

@@ -60,6 +60,7 @@ class Board {
     virtual void SetTiming(const Timing& timing);
     const Config& Configuration() const;
     virtual Faults FaultReport() const;
+    virtual EntryCounts Entered() const;
 
   protected:
     // What moves entries through the FIFO, words through the DMA engine, and interrupts to their

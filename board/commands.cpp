@@ -2,6 +2,8 @@
 
 #include "board/pixel/texture_download.h"
 
+#include <algorithm>
+
 namespace board {
 
 void CommandUnit::Execute(RegisterWrite write) {
@@ -221,6 +223,7 @@ void CommandUnit::DrawRows(uint32_t rows) {
     }
     rasteriser_.Walk(rows & kRowCountMask, [this](const Span& span) {
         DrawSpan(pipeline_, span, interpolants_, pick_, faults_);
+        pixelsDrawn_ += static_cast<uint64_t>(std::max<int64_t>(span.right - span.left, 0));
         interpolants_.StepRow();
     });
 }
@@ -229,6 +232,7 @@ void CommandUnit::DrawSteps(uint32_t steps) {
     if (!GoesOn(Walk::Steps)) {
         return;
     }
+    pixelsDrawn_ += steps & kRowCountMask;
     line_.Walk(steps & kRowCountMask, [this](int64_t x, int64_t y) {
         Span pixel{};
         pixel.y = y;

@@ -16,6 +16,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 namespace board {
 
@@ -34,6 +35,9 @@ class CommandUnit {
     void SetStrayWords(uint32_t words) { strayWords_ = words; }
 
     void Execute(RegisterWrite write);
+    // Pixels that primitives have covered since the last call, clipped ones too; those of a
+    // download, whose every word is an entry, are not among them.
+    uint64_t TakePixelsDrawn() { return std::exchange(pixelsDrawn_, 0); }
 
   private:
     // What the latest primitive walks along, and so how it can go on.
@@ -76,6 +80,7 @@ class CommandUnit {
     HostDownload download_;
     bool fromHost_ = false; // the latest trapezoid takes its pixels from the host
     Walk walk_ = Walk::None;
+    uint64_t pixelsDrawn_ = 0;
 };
 
 } // namespace board

@@ -11,14 +11,24 @@ using Chip = ChipModel;
 // How the board keeps time. A tick is one register access by the processor, or one unit of Idle().
 // Zero rates mean "at once". The defaults are a board that is always ready; tests set others.
 struct Timing {
-    uint32_t fifoDepth = 256;         // entries (decoded register writes) of the input FIFO
-    uint32_t fifoDrainPerTick = 0;    // entries executed per tick
+    uint32_t fifoDepth = 256;      // entries (decoded register writes) of the input FIFO
+    uint32_t fifoDrainPerTick = 0; // entries executed per tick
+    // Ticks that an entry takes, for paces below one a tick: with 2 or more it is the rate,
+    // whatever fifoDrainPerTick says.
+    uint32_t fifoTicksPerEntry = 0;
+    // Pixels that the pipeline draws per tick: whatever draws keeps the FIFO waiting as long.
+    uint32_t pixelsPerTick = 0;
     uint32_t fifoReportLag = 0;       // InFIFOSpace reports the space of this many reads ago
     uint32_t fifoReportCap = 0;       // InFIFOSpace never reports more than this (0 = no cap)
     uint32_t dmaWordsPerTick = 0;     // words moved from memory per tick
     uint32_t interruptLatency = 0;    // ticks from the raising of the line to the handler
     uint32_t strayOutputWords = 0;    // words of other tags put before each answer
     uint32_t microsecondsPerTick = 1; // how far the board's clock moves per tick
+
+    // Entries are executed as they arrive.
+    constexpr bool PipelineAtOnce() const {
+        return fifoDrainPerTick == 0 && fifoTicksPerEntry == 0 && pixelsPerTick == 0;
+    }
 };
 
 struct Config {

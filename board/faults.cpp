@@ -9,7 +9,7 @@ namespace board {
 bool Faults::Any() const {
     return fifoOverflows != 0 || badDmaAddresses != 0 || dmaRestarts != 0 ||
            badMemoryAccesses != 0 || malformedWords != 0 || !unknownRegisters.empty() ||
-           !unmodelled.empty();
+           !unwaited.empty() || !unmodelled.empty();
 }
 
 std::string Faults::Describe() const {
@@ -27,6 +27,12 @@ std::string Faults::Describe() const {
     for (const auto& [number, times] : unknownRegisters) {
         text += fmt::format("{} writes to unknown {}\n", times,
                             number > kTagMask ? OffsetText(number) : TagText(number));
+    }
+    for (const auto& [number, of] : unwaited) {
+        const bool mapped = number > kTagMask;
+        text += fmt::format("{} writes to {} without waiting for FIFO space, the first as {} {}\n",
+                            of.entries, mapped ? OffsetText(number) : TagText(number),
+                            mapped ? "mapped write" : "FIFO word", of.firstPlace);
     }
     for (const auto& [unit, times] : unmodelled) {
         text += fmt::format("{} uses of {}, which is not modelled\n", times, unit);

@@ -3,6 +3,7 @@
 // every word stands here, so that it is inlined.
 #include "board/board.h"
 #include "board/bus/beam.h"
+#include "board/bus/credit.h"
 #include "board/bus/decoder.h"
 #include "board/bus/dma.h"
 #include "board/bus/fifo.h"
@@ -47,7 +48,8 @@ struct Board::Parts {
     }
     // The FIFO, the DMA engine or the interrupt line has something to do.
     bool HasWork() const {
-        return !input.Empty() || dma.Busy() || (interrupts.Pending() && !handlerRunning);
+        return !input.Empty() || busyTicks != 0 || dma.Busy() ||
+               (interrupts.Pending() && !handlerRunning);
     }
     // What the units do in a tick.
     void TickUnits() {
@@ -79,12 +81,27 @@ struct Board::Parts {
     // --- stream (stream.cpp) ---
 
     // Entries execute as they arrive.
-    bool Immediate() const { return pace == Pace::Ticks && config.timing.fifoDrainPerTick == 0; }
-    // Executes up to `entries` waiting entries.
+    bool Immediate() const { return pace == Pace::Ticks && config.timing.PipelineAtOnce(); }
+    // A tick of the pipeline: executes up to `entries` waiting entries, or goes on with what an
+    // earlier one keeps it busy with.
     void Execute(uint32_t entries) {
-        for (; entries != 0 && !input.Empty(); --entries) {
-            commands.Execute(input.Pop());
+        if (busyTicks != 0) {
+            --busyTicks;
+            return;
         }
+        for (; entries != 0 && busyTicks == 0 && !input.Empty(); --entries) {
+            commands.Execute(input.Pop());
+            busyTicks = TicksBehindEntry();
+        }
+    }
+    // Ticks for which the entry just executed keeps the pipeline busy behind its own.
+    uint64_t TicksBehindEntry() {
+        const Timing& timing = config.timing;
+        const uint64_t pixels = commands.TakePixelsDrawn();
+        const uint64_t drawing = timing.pixelsPerTick == 0
+                                     ? 0
+                                     : (pixels + timing.pixelsPerTick - 1) / timing.pixelsPerTick;
+        return drawing + RateOr(timing.fifoTicksPerEntry, 1) - 1;
     }
     void Enter(RegisterWrite write) {
         if (Immediate()) {
@@ -93,6 +110,14 @@ struct Board::Parts {
             input.Push(write);
         }
     }
+    // The processor enters an entry: `mapped`, or as the latest word of the FIFO window.
+    void CountEntry(uint32_t tagNumber, bool mapped) {
+        ++entered[tagNumber];
+        if (!credit.Take()) {
+            CountUnwaited(tagNumber, mapped);
+        }
+    }
+    void CountUnwaited(uint32_t tagNumber, bool mapped); // without credit
     // The processor is held off the bus instead of losing writes.
     bool HoldsBus() const;
     // Room for an entry that the processor writes.
@@ -119,12 +144,16 @@ struct Board::Parts {
         if (recorder != nullptr) {
             recorder->OnFifoWord(word);
         }
-        if (!decoder.ExpectsData() || MakeRoom()) {
-            Decode(word);
-        } else {
-            RegisterWrite lost{};
-            decoder.Feed(word, lost);
+        ++fifoWords;
+        if (decoder.ExpectsData()) {
+            CountEntry(decoder.NextRegister(), false);
+            if (!MakeRoom()) {
+                RegisterWrite lost{};
+                decoder.Feed(word, lost);
+                return;
+            }
         }
+        Decode(word);
     }
     void WriteFifo(const uint32_t* words, size_t count);
     void StartDma(uint32_t words);
@@ -150,6 +179,8 @@ struct Board::Parts {
     Memories memories;
     HostMemory host;
     InputFifo input;
+    FifoCredit credit;
+    EntryCounts entered{}; // by the processor
     OutputFifo output;
     Faults faults;
     CommandUnit commands;
@@ -158,6 +189,9 @@ struct Board::Parts {
     InterruptLine interrupts;
     VideoPort video;
     uint32_t errorFlags = 0;
+    uint64_t fifoWords = 0;      // written by the processor
+    uint64_t mappedWrites = 0;   // likewise
+    uint64_t busyTicks = 0;      // until the pipeline takes the next entry
     uint64_t clock = 0;          // microseconds
     uint64_t clockRemainder = 0; // microseconds on the clock that made no whole tick yet
     uint64_t nextFrameStart = 0; // microseconds

@@ -8,8 +8,21 @@ bool Board::Parts::HoldsBus() const {
            registers.Get(field::DeltaDisconnectControl_Enable) != 0;
 }
 
+void Board::Parts::CountUnwaited(uint32_t tagNumber, bool mapped) {
+    if (HoldsBus()) {
+        return;
+    }
+    const uint32_t number = mapped ? MappedOffset(tagNumber) : tagNumber;
+    UnwaitedEntries& of = faults.unwaited[number];
+    if (of.entries++ == 0) {
+        of.firstPlace = (mapped ? mappedWrites : fifoWords) - 1;
+    }
+}
+
 bool Board::Parts::MakeRoomNow() {
     if (HoldsBus()) {
+        MoveClock(busyTicks * config.timing.microsecondsPerTick);
+        busyTicks = 0;
         Execute(1);
         return true;
     }

@@ -133,4 +133,9 @@ Faults ThreadedBoard::FaultReport() const {
     return Board::FaultReport();
 }
 
+EntryCounts ThreadedBoard::Entered() const {
+    const std::lock_guard lock(mutex_);
+    return Board::Entered();
+}
+
 } // namespace board

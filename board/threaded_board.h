@@ -33,6 +33,7 @@ class ThreadedBoard final : public Board {
     void Drain() override;
     void SetTiming(const Timing& timing) override;
     Faults FaultReport() const override;
+    EntryCounts Entered() const override;
 
   private:
     void CallHandler(const std::function<void()>& handler) override;

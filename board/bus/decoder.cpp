@@ -1,7 +1,5 @@
 #include "board/bus/decoder.h"
 
-#include <bit>
-
 namespace board {
 
 namespace {
@@ -10,14 +8,13 @@ constexpr uint32_t kGroupIndexBits = 0xF;
 } // namespace
 
 StreamDecoder::Kind StreamDecoder::Feed(uint32_t word, RegisterWrite& write) {
-    if (maskLeft_ != 0) {
-        write = {base_ + static_cast<uint32_t>(std::countr_zero(maskLeft_)), word};
-        maskLeft_ &= maskLeft_ - 1;
-        return Kind::Data;
-    }
-    if (holdLeft_ != 0) {
-        write = {base_, word};
-        --holdLeft_;
+    if (ExpectsData()) {
+        write = {NextRegister(), word};
+        if (maskLeft_ != 0) {
+            maskLeft_ &= maskLeft_ - 1;
+        } else {
+            --holdLeft_;
+        }
         return Kind::Data;
     }
     if ((word & kUnusedTagBits) != 0) {

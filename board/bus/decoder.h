@@ -2,6 +2,7 @@
 // Turns the command stream into register writes: plain pairs, hold bursts, indexed bursts.
 #include "board/values/registers.h"
 
+#include <bit>
 #include <cstdint>
 
 namespace board {
@@ -12,6 +13,11 @@ class StreamDecoder {
 
     // True when the next word is data for a register.
     bool ExpectsData() const { return holdLeft_ != 0 || maskLeft_ != 0; }
+
+    // Tag of the register that the next word is data for. ExpectsData() must be true.
+    uint32_t NextRegister() const {
+        return maskLeft_ != 0 ? base_ + static_cast<uint32_t>(std::countr_zero(maskLeft_)) : base_;
+    }
 
     // Takes one word. For Data, `write` becomes the register write it makes. A malformed word is
     // skipped: the next word is taken for a tag word again.

@@ -82,7 +82,7 @@ void CheckConfig(const DisplayConfig& config) {
 void CheckTimingForDll(const DisplayConfig& config) {
     const board::Timing& timing = config.timing;
     const bool atOnce =
-        timing.dmaWordsPerTick == 0 && timing.fifoDrainPerTick == 0 && timing.interruptLatency == 0;
+        timing.dmaWordsPerTick == 0 && timing.PipelineAtOnce() && timing.interruptLatency == 0;
     if (!config.dmaThread && !atOnce) {
         throw std::invalid_argument("a driver DLL needs a board with a DMA thread, or one that "
                                     "drains its FIFO, moves DMA and interrupts at once");

@@ -45,7 +45,13 @@ inline board::Config SmallConfig(board::Chip chip = board::Chip::Permedia) {
 template <class Kind>
 class RigOf {
   public:
-    explicit RigOf(const board::Config& config) : board(config) {}
+    // A rig writes without ever asking for room. A board that executes as words arrive may hold
+    // the bus for it: that is no fault then, and without effect otherwise.
+    explicit RigOf(const board::Config& config) : board(config) {
+        if (config.timing.PipelineAtOnce()) {
+            board.Write(reg::DisconnectControl, 1);
+        }
+    }
 
     // A Permedia with a 64 pixels wide 32-bit target at the start of memory, raw colour words, all
     // units off but the frame buffer's writes.

@@ -4,6 +4,7 @@
 #include "driver/blit/txblitfx.h"
 #include "host/ddraw/ddraw.h"
 #include "host/display/machine.h"
+#include "host/inspect/unwaited.h"
 
 #include <gtest/gtest.h>
 
@@ -223,7 +224,7 @@ TEST_P(TextureLoad, LeavesTheTexelsOfTheSource) {
             }
         }
     }
-    const board::Faults faults = display.Board().FaultReport();
+    const board::Faults faults = host::UnexpectedFaults(display.Board());
     EXPECT_FALSE(faults.Any()) << faults.Describe();
 }
 
@@ -243,7 +244,7 @@ TEST_P(BlitOnChip, APictureFromSystemMemoryReachesTheScreenAndNothingAroundIt) {
             ASSERT_EQ(primary.Pixel(x, y), inside ? Texel(0, x - 41, y - 30) : 0) << x << ',' << y;
         }
     }
-    const board::Faults faults = display.Board().FaultReport();
+    const board::Faults faults = host::UnexpectedFaults(display.Board());
     EXPECT_FALSE(faults.Any()) << faults.Describe();
 }
 

@@ -1,6 +1,7 @@
 #include "driver/d3d/dcontext.h"
 #include "host/d3d/direct3d.h"
 #include "host/display/machine.h"
+#include "host/inspect/unwaited.h"
 #include "host/picture.h"
 #include "host/vdd/minivdd.h"
 #include "tests/support_host/configs.h"
@@ -134,7 +135,7 @@ TEST_P(DeviceTest, ATriangleIsThereWhenTheDeviceHasFinished) {
     EXPECT_EQ(picture.At(16, 16), (std::array<uint8_t, 4>{0, 0, 255, 255}));
     EXPECT_EQ(picture.At(50, 50), (std::array<uint8_t, 4>{0, 0, 0, 255}));
     EXPECT_EQ(picture.At(4, 4), (std::array<uint8_t, 4>{0, 0, 0, 255}));
-    const board::Faults faults = display->Board().FaultReport();
+    const board::Faults faults = host::UnexpectedFaults(display->Board());
     EXPECT_FALSE(faults.Any()) << faults.Describe();
 }
 

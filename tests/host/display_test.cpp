@@ -4,6 +4,7 @@
 #include "host/display/context_lists.h"
 #include "host/display/display.h"
 #include "host/display/machine.h"
+#include "host/inspect/unwaited.h"
 #include "host/vdd/minivdd.h"
 #include "host/win32/registry.h"
 #include "tests/support_host/configs.h"
@@ -162,7 +163,8 @@ TEST_F(DisplayTest, DmaBuffersAreReachableFromTheBus) {
     display.Board().Write(reg::DMACount, 2);
     display.Board().Drain();
     EXPECT_EQ(display.Board().Read(MappedOffset(tag::FogColor)), 0x123456u);
-    EXPECT_FALSE(display.Board().FaultReport().Any()) << display.Board().FaultReport().Describe();
+    EXPECT_FALSE(host::UnexpectedFaults(display.Board()).Any())
+        << host::UnexpectedFaults(display.Board()).Describe();
 }
 
 TEST_F(DisplayTest, TheContextTableHoldsListsAndTheTwoContextsOfTheScreen) {
@@ -275,7 +277,8 @@ TEST_P(StartTest, TheDriverComesUpWithAHealthyBoard) {
     EXPECT_EQ(display.Chip()->CurrentContext, kContext2D);
     EXPECT_EQ(display.Driver()->HALInfo.dwSize, 460u);
     EXPECT_EQ(display.Driver()->ModeChangeCount, 1u);
-    EXPECT_FALSE(display.Board().FaultReport().Any()) << display.Board().FaultReport().Describe();
+    EXPECT_FALSE(host::UnexpectedFaults(display.Board()).Any())
+        << host::UnexpectedFaults(display.Board()).Describe();
 }
 
 INSTANTIATE_TEST_SUITE_P(Chips, StartTest, ::testing::ValuesIn(kAllDevices));

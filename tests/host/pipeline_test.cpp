@@ -3,6 +3,7 @@
 #include "driver/services/context.h"
 #include "host/d3d/direct3d.h"
 #include "host/display/machine.h"
+#include "host/inspect/unwaited.h"
 #include "host/picture.h"
 #include "host/vdd/minivdd.h"
 #include "tests/support_host/configs.h"
@@ -89,7 +90,7 @@ Outcome Draw(DisplayConfig config) {
         run.second = host::ReadPicture(second).rgba;
     }
     run.queued = host::TheMiniVdd().QueueCounters(display.Driver()).transfers;
-    run.faults = display.Board().FaultReport().Describe();
+    run.faults = host::UnexpectedFaults(display.Board()).Describe();
     return run;
 }
 

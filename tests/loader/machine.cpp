@@ -4,6 +4,7 @@
 #include "host/ddraw/ddraw.h"
 #include "host/display/machine.h"
 #include "host/driver_module.h"
+#include "host/inspect/unwaited.h"
 #include "host/loader/dll_module.h"
 #include "tests/support_host/surfaces.h"
 
@@ -199,7 +200,7 @@ Outcome Play(Driver driver, const host::DisplayConfig& config, uint32_t triangle
     display.Board().Drain();
     display.Board().SetRecorder(nullptr);
     outcome.events = std::move(recording.events);
-    outcome.faults = display.Board().FaultReport().Describe();
+    outcome.faults = host::UnexpectedFaults(display.Board()).Describe();
     return outcome;
 }
 

@@ -3,6 +3,7 @@
 #include "host/ddraw/ddraw.h"
 #include "host/display/display.h"
 #include "host/display/machine.h"
+#include "host/inspect/unwaited.h"
 
 #include <stdexcept>
 #include <string>
@@ -15,7 +16,7 @@ class StartedDisplay {
         : display(SwitchedOn(config)), directDraw(Started()) {}
 
     // What the board complains of; empty when healthy.
-    std::string Faults() { return display.Board().FaultReport().Describe(); }
+    std::string Faults() { return host::UnexpectedFaults(display.Board()).Describe(); }
 
     host::Display display;
     host::DirectDraw directDraw;

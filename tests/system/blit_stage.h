@@ -1,6 +1,7 @@
 #pragma once
 // A display for two-dimensional pictures, and copies of its memories on which plain loops do what
 // the chip should.
+#include "host/inspect/unwaited.h"
 #include "tests/support_host/started_display.h"
 
 #include <gtest/gtest.h>
@@ -88,7 +89,7 @@ class BlitStage {
     void Compare(host::Surface& surface);
     // What the board was asked for and does not have.
     std::map<std::string, uint64_t> Unmodelled() {
-        return machine_.display.Board().FaultReport().unmodelled;
+        return host::UnexpectedFaults(machine_.display.Board()).unmodelled;
     }
 
     host::DirectDraw& DirectDraw() { return machine_.directDraw; }

@@ -5,6 +5,7 @@
 #include "host/ddraw/ddraw.h"
 #include "host/display/display.h"
 #include "host/display/machine.h"
+#include "host/inspect/unwaited.h"
 #include "host/picture.h"
 #include "host/win32/clock.h"
 #include "tests/support_host/configs.h"
@@ -235,7 +236,7 @@ void WatchFlips(FlipMachine& machine, uint64_t clockAtFlip) {
             EXPECT_EQ(machine.ShownColour(), over + after < shown ? before : machine.FrontColour());
         }
     }
-    EXPECT_EQ(machine.display.Board().FaultReport().Describe(), "");
+    EXPECT_EQ(host::UnexpectedFaults(machine.display.Board()).Describe(), "");
 }
 
 TEST_P(FlipTest, IsBusyUntilTheNextFrameBeginsAndFreeFromThenOn) {
@@ -493,7 +494,7 @@ TEST_P(LockTest, SendsWhatTheContextOfTheSurfaceHasPending) {
     EXPECT_EQ(target.Pixel(20, 20) & 0x7FFF, 0x7FFFu); // at once: the lock has waited
     EXPECT_EQ(target.Pixel(40, 5) & 0x7FFF, 0x7FFFu);
     EXPECT_EQ(elsewhere.Pixel(20, 20), 0u);
-    EXPECT_EQ(display_.Board().FaultReport().Describe(), "");
+    EXPECT_EQ(host::UnexpectedFaults(display_.Board()).Describe(), "");
 }
 
 TEST_P(LockTest, GivesTheChipBackToWhoHadIt) {
@@ -517,7 +518,7 @@ TEST_P(LockTest, GivesTheChipBackToWhoHadIt) {
     EXPECT_TRUE(directDraw_.Lock(elsewhere, nullptr).Done());
     EXPECT_EQ(elsewhere.Pixel(3, 3), 0x1111u);
     EXPECT_EQ(elsewhere.Pixel(12, 3), 0x2222u);
-    EXPECT_EQ(display_.Board().FaultReport().Describe(), "");
+    EXPECT_EQ(host::UnexpectedFaults(display_.Board()).Describe(), "");
 }
 
 TEST_P(LockTest, OfARectanglePointsToItsFirstPixel) {

@@ -3,6 +3,7 @@
 #include "host/ddraw/ddraw.h"
 #include "host/display/display.h"
 #include "host/display/machine.h"
+#include "host/inspect/unwaited.h"
 
 #include <gtest/gtest.h>
 
@@ -107,8 +108,8 @@ class PermediaBlits : public testing::TestWithParam<PermediaMode> {
     void ExpectAll() {
         ExpectWanted(back_, backWanted_);
         ExpectWanted(sprite_, spriteWanted_);
-        EXPECT_FALSE(display_.Board().FaultReport().Any())
-            << display_.Board().FaultReport().Describe();
+        EXPECT_FALSE(host::UnexpectedFaults(display_.Board()).Any())
+            << host::UnexpectedFaults(display_.Board()).Describe();
     }
 
     host::Display display_;

@@ -10,6 +10,7 @@
 #include "host/ddraw/ddraw.h"
 #include "host/display/display.h"
 #include "host/display/machine.h"
+#include "host/inspect/unwaited.h"
 #include "tests/support_host/surfaces.h"
 
 #include <gtest/gtest.h>
@@ -78,7 +79,7 @@ class Screen {
         display.Board().Drain();
         return target->Pixel(x, y) & 0x7FFF;
     }
-    std::string Faults() { return display.Board().FaultReport().Describe(); }
+    std::string Faults() { return host::UnexpectedFaults(display.Board()).Describe(); }
 
     DmaWords dma;
     host::Display display;

@@ -7,6 +7,7 @@
 #include "host/ddraw/video_port.h"
 #include "host/display/display.h"
 #include "host/display/machine.h"
+#include "host/inspect/unwaited.h"
 #include "host/picture.h"
 #include "tests/support_host/configs.h"
 
@@ -135,7 +136,7 @@ class VideoMachine {
         GoTo(0, 0);
         EXPECT_TRUE(directDraw.ColorFill(primary, {0, 0, 320, 200}, 0).Done());
     }
-    ~VideoMachine() { EXPECT_EQ(display.Board().FaultReport().Describe(), ""); }
+    ~VideoMachine() { EXPECT_EQ(host::UnexpectedFaults(display.Board()).Describe(), ""); }
 
     void Plug() { display.Board().SetVideoSource(&camera); }
     void Unplug() { display.Board().SetVideoSource(nullptr); }

@@ -29,13 +29,14 @@ TEST(Beam, EveryAccessMovesTheClockByATick) {
     board::Config config = SlowBeam();
     config.timing.microsecondsPerTick = 200;
     rig::Rig r(config);
-    EXPECT_EQ(r.board.Read(reg::LineCounter), 1u);
+    // The rig's own access was the first.
     EXPECT_EQ(r.board.Read(reg::LineCounter), 2u);
+    EXPECT_EQ(r.board.Read(reg::LineCounter), 3u);
     r.board.Idle(10);
-    EXPECT_EQ(r.board.Read(reg::LineCounter), 13u);
+    EXPECT_EQ(r.board.Read(reg::LineCounter), 14u);
     const uint32_t words[] = {tag::FogMode, 0, tag::FogMode, 0};
     r.board.WriteFifo(words, 4);
-    EXPECT_EQ(r.board.Read(reg::LineCounter), 18u);
+    EXPECT_EQ(r.board.Read(reg::LineCounter), 19u);
 }
 
 TEST(Beam, BlankEndRegistersHoldTheBlankLinesUntilWritten) {

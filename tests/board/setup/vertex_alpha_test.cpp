@@ -19,6 +19,7 @@ class VertexAlpha : public testing::Test {
     uint32_t AlphaOf(uint32_t slot) {
         return board.Read(reg::MappedRegisters + (tag::V0Fixed + 16 * slot + kAlpha) * 8);
     }
+    VertexAlpha() { board.Write(reg::DisconnectControl, 1); }
     board::Board board{{.chip = board::Chip::TX, .setupUnit = true}};
 };
 

@@ -1,4 +1,5 @@
 #include "host/driver_module.h"
+#include "host/inspect/unwaited.h"
 #include "host/loader/dll_module.h"
 #include "tools/korv/base/crash_note.h"
 #include "tools/korv/base/errors.h"
@@ -59,7 +60,7 @@ void Replay(const ReplayArguments& arguments, Console& console) {
     player.CommitRecordings();
     for (auto& [name, one] : player.Displays()) {
         WarnOfFaults(console, fmt::format("{}: display '{}'", arguments.script, name),
-                     one.display->Board().FaultReport().Describe());
+                     host::UnexpectedFaults(one.display->Board()).Describe());
     }
     fmt::print(console.out, "{}: {} steps, all as expected\n", arguments.script, script.Steps());
 }

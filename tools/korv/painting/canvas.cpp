@@ -2,6 +2,7 @@
 
 #include "host/d3d/visibility.h"
 #include "host/display/machine.h"
+#include "host/inspect/unwaited.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/images/texel_format.h"
 #include "tools/korv/images/texels.h"
@@ -435,7 +436,7 @@ void Canvas::StopVideo() {
 }
 
 std::string Canvas::Faults() {
-    return display_->Board().FaultReport().Describe();
+    return host::UnexpectedFaults(display_->Board()).Describe();
 }
 
 } // namespace korv

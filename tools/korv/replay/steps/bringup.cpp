@@ -17,15 +17,19 @@ namespace {
 
 constexpr uint32_t kMegabytes = 1u << 20;
 
+constexpr uint32_t kMaxTicksPerEntry = 1000;
+
 void ReadTiming(const Node& node, board::Timing& timing) {
     Fields fields(node);
-    const auto number = [&](const char* name, uint32_t& out) {
+    const auto number = [&](const char* name, uint32_t& out, uint32_t high = ~0u) {
         if (const auto found = fields.Find(name)) {
-            out = found->Number(0, ~0u);
+            out = found->Number(0, high);
         }
     };
     number("fifoDepth", timing.fifoDepth);
     number("fifoDrainPerTick", timing.fifoDrainPerTick);
+    number("fifoTicksPerEntry", timing.fifoTicksPerEntry, kMaxTicksPerEntry);
+    number("pixelsPerTick", timing.pixelsPerTick);
     number("fifoReportLag", timing.fifoReportLag);
     number("fifoReportCap", timing.fifoReportCap);
     number("dmaWordsPerTick", timing.dmaWordsPerTick);

@@ -1,4 +1,5 @@
 // Looks into memory from the host's side: records, pixels, blocks of memory, faults of the board.
+#include "host/inspect/unwaited.h"
 #include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>
@@ -285,7 +286,8 @@ StepPlan ReadPeek(Fields& fields, Names& names) {
 StepPlan ReadFaults(Fields& fields, Names& names) {
     const std::string display = names.DisplayOf(fields);
     return {[=](Player& player, Outcome& outcome) {
-                outcome.Set("any", player.Display(display).display->Board().FaultReport().Any());
+                outcome.Set("any",
+                            host::UnexpectedFaults(player.Display(display).display->Board()).Any());
             },
             Only({{"any", FieldKind::Flag}})};
 }
