@@ -2,6 +2,7 @@
 
 #include "board/threaded_board.h"
 #include "driver/heap/surface.h"
+#include "host/display/config_check.h"
 #include "host/display/context_table.h"
 #include "host/display/known_device.h"
 #include "host/driver_module.h"
@@ -17,13 +18,8 @@ namespace host {
 
 namespace {
 
-constexpr uint32_t kMaxDmaBuffers = 10;
-constexpr uint32_t kMaxRegistryName = 34;
 constexpr uint32_t kDmaBusBase = 0x40000000, kDmaBusStep = 0x01000000;
 constexpr uint32_t kHeapAlignment = 256;
-// In the rectangular layout the runtime has the memory behind the screen, and the driver's heap
-// serves only the exported services from this much at the end.
-constexpr uint32_t kServiceHeapBytes = 256 * 1024;
 
 // FBModeSel's depth by PixelSize, on boards of the Glint family.
 constexpr uint32_t kDepthOfMode[] = {2, 1, 0};
@@ -45,36 +41,6 @@ board::Config BoardConfig(const DisplayConfig& config) {
 
 std::string KeyPath(const DisplayConfig& config) {
     return "SOFTWARE\\" + config.registryName + "\\DirectX";
-}
-
-void CheckMode(const DisplayConfig& config) {
-    if (config.bits != 8 && config.bits != 16 && config.bits != 32 &&
-        !(config.bits == 24 && KnownDevice(config.deviceId).model == ChipModel::Permedia2)) {
-        throw std::invalid_argument("no board has a mode of " + std::to_string(config.bits) +
-                                    " bits per pixel here");
-    }
-    const uint32_t pitch = ScreenPitchPixels(config.deviceId, config.width);
-    if (config.width == 0 || config.height == 0 || pitch < config.width || config.height > 0xFFFF) {
-        throw std::invalid_argument("no mode of " + std::to_string(config.width) + " by " +
-                                    std::to_string(config.height) + " pixels");
-    }
-    const uint64_t screen = uint64_t{pitch} * config.height * config.bits / 8;
-    if (screen + 2 * kServiceHeapBytes > config.frameBufferBytes) {
-        throw std::invalid_argument("the mode does not fit the frame buffer");
-    }
-}
-
-void CheckConfig(const DisplayConfig& config) {
-    CheckMode(config);
-    if (config.dmaBufferCount > kMaxDmaBuffers || config.dmaBufferBytes > kDmaBusStep) {
-        throw std::invalid_argument("too many or too large DMA buffers");
-    }
-    if (config.registryName.size() > kMaxRegistryName) {
-        throw std::invalid_argument("registry name too long");
-    }
-    if (config.refreshRate == 0) {
-        throw std::invalid_argument("refresh rate 0");
-    }
 }
 
 // A DLL waits in plain loops over shared memory, in which this board's clock does not move. So the

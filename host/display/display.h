@@ -39,8 +39,8 @@ struct DisplayConfig {
 
 class Display {
   public:
-    // Powers the board on and fills all shared records. Throws std::invalid_argument for a device,
-    // depth or size that no board has, and for a timing under which a driver DLL would wait for
+    // Powers the board on and fills all shared records. Throws std::invalid_argument for
+    // what no machine has (CheckConfig), and for a timing under which a driver DLL would wait for
     // ever.
     explicit Display(DisplayConfig config);
     ~Display();

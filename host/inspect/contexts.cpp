@@ -32,6 +32,16 @@ const D3DContext* ContextRecord(const ChipInfo* chip, uint32_t handle) {
     return nullptr;
 }
 
+bool HasHardwareContext(const ChipInfo* chip, uint32_t id) {
+    const ContextBlock* block = chip->ContextBlocks;
+    for (; block != nullptr && id >= kContextsPerBlock; id -= kContextsPerBlock) {
+        block = block->NextBlock;
+    }
+    // The lists of types have slots as well, of a type that is no slot.
+    return block != nullptr && id < block->SlotCount && block->Size[id] > 0 &&
+           block->Type[id] != kNoContext;
+}
+
 UnsentByContext UnsentWords(const ChipInfo* chip) {
     UnsentByContext unsent;
     for (const D3DContext* context : LiveContexts(chip)) {

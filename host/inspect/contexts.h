@@ -16,6 +16,9 @@ std::vector<const D3DContext*> LiveContexts(const ChipInfo* chip);
 // The driver's record of the live context of that handle, or null.
 const D3DContext* ContextRecord(const ChipInfo* chip, uint32_t handle);
 
+// True if a client, the display or the 16-bit driver has the hardware context of that id.
+bool HasHardwareContext(const ChipInfo* chip, uint32_t id);
+
 // Words that contexts have written to their sub-buffers and not yet sent, by handle. Contexts
 // without such words, and those that go without DMA, are left out.
 using UnsentByContext = std::map<uint32_t, std::vector<uint32_t>>;

@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace korv {
 
 namespace {
@@ -161,7 +163,7 @@ void Player::AddContext(const std::string& name, PlayedContext context) {
 }
 
 void* Player::Scratch(size_t bytes) {
-    return scratch_.emplace_back(std::make_unique<uint8_t[]>(bytes)).get();
+    return scratch_.emplace_back(bytes).data();
 }
 
 std::vector<Player::NamedMemory> Player::NamedMemories() {
@@ -188,14 +190,38 @@ std::vector<Player::NamedMemory> Player::NamedMemories() {
     return all;
 }
 
-bool Player::Holds(uint32_t address, size_t bytes) {
-    for (const NamedMemory& one : NamedMemories()) {
-        const uint32_t offset = address - AddressOf(one.start);
-        if (offset <= one.bytes && one.bytes - offset >= bytes) {
-            return true;
+const host::Surface* Player::SurfaceAt(uint32_t address) {
+    for (const auto& [name, one] : surfaces_) {
+        if (address == AddressOf(one.surface->Local()) ||
+            address == AddressOf(one.surface->Interface())) {
+            return one.surface;
         }
     }
-    return false;
+    return nullptr;
+}
+
+DriverData* Player::StartedDriver(DriverData* driver) {
+    for (const auto& [name, one] : displays_) {
+        const bool meant =
+            driver != nullptr ? one.display->Driver() == driver : one.display->Config().primary;
+        if (one.directDraw && meant) {
+            return one.display->Driver();
+        }
+    }
+    return nullptr;
+}
+
+bool Player::Holds(uint32_t address, size_t bytes) {
+    const auto within = [&](const void* start, size_t size) {
+        const uint32_t offset = address - AddressOf(start);
+        return offset <= size && size - offset >= bytes;
+    };
+    return std::ranges::any_of(
+               NamedMemories(),
+               [&](const NamedMemory& one) { return within(one.start, one.bytes); }) ||
+           std::ranges::any_of(scratch_, [&](const std::vector<uint8_t>& one) {
+               return within(one.data(), one.size());
+           });
 }
 
 std::string Player::DescribeAddress(uint32_t address) {

@@ -103,7 +103,12 @@ class Player {
     void DestroySurface(const std::string& name);
     // NotThereError if there is a live context of that name.
     void AddContext(const std::string& name, PlayedContext context);
-    // Whether so many bytes from an address on belong to something that a script can name.
+    // The surface whose record or interface lies there, or null.
+    const host::Surface* SurfaceAt(uint32_t address);
+    // The display that an export reaches by `driver`, or by null: it has started. Null for none.
+    DriverData* StartedDriver(DriverData* driver);
+    // Whether so many bytes from an address on belong to something that a script can name, or to a
+    // record or list of a step.
     bool Holds(uint32_t address, size_t bytes);
     std::map<std::string, PlayedContext> contexts;
     std::map<std::string, uint32_t> textures;
@@ -137,7 +142,7 @@ class Player {
     PlayOptions options_;
     std::map<std::string, PlayedDisplay> displays_;
     std::map<std::string, NamedSurface> surfaces_;
-    std::vector<std::unique_ptr<uint8_t[]>> scratch_;
+    std::vector<std::vector<uint8_t>> scratch_;
 };
 
 } // namespace korv

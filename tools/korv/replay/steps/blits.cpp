@@ -1,5 +1,6 @@
 // Blits and fills.
 #include "host/driver_module.h"
+#include "tools/korv/replay/records/checks.h"
 #include "tools/korv/replay/step.h"
 #include "tools/korv/replay/steps/answers.h"
 
@@ -148,6 +149,8 @@ StepPlan ReadBlt(Fields& fields, Names& names) {
                 WriteRecord(&data.bltFX, op.values, player);
                 data.Blt = blt;
                 WriteRecord(&data, values, player);
+                CheckCall(player, *FindCallback("Blt"), player.Driver(player.DisplayOf(dest).name),
+                          &data);
                 const bool handled = host::CallDriver(blt, &data) == DDHAL_DRIVER_HANDLED;
                 Tell({handled, data.ddRVal}, outcome);
                 outcome.SetRecord(type, &data);

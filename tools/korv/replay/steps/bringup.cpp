@@ -1,4 +1,5 @@
 // Steps that bring displays up: boards, the driver's start, further callback tables, refusals.
+#include "host/display/config_check.h"
 #include "host/driver_module.h"
 #include "host/vdd/minivdd.h"
 #include "tools/korv/base/errors.h"
@@ -57,10 +58,26 @@ void ReadChip(Fields& fields, host::DisplayConfig& config) {
     }
 }
 
+// The field of a display at "NAME" or "timing/NAME"; the step where the script leaves it out.
+Node FieldAt(const Node& step, const std::string& path) {
+    Node node = step;
+    for (size_t start = 0; start < path.size();) {
+        const size_t end = std::min(path.find('/', start), path.size());
+        const auto child = Fields(node).Find(path.substr(start, end - start));
+        if (!child) {
+            return node;
+        }
+        node = *child;
+        start = end + 1;
+    }
+    return node;
+}
+
 StepPlan ReadDisplay(Fields& fields, Names& names) {
     host::DisplayConfig config;
     const std::string name = names.Declare(NameKind::Display, fields["name"]);
-    const auto number = [&](const char* field, uint32_t& out, uint32_t low, uint32_t high) {
+    const auto number = [&](const char* field, uint32_t& out, uint32_t low = 0,
+                            uint32_t high = ~0u) {
         if (const auto found = fields.Find(field)) {
             out = found->Number(low, high);
         }
@@ -80,13 +97,13 @@ StepPlan ReadDisplay(Fields& fields, Names& names) {
     if (const auto revision = fields.Find("revision")) {
         config.revision = revision->Word();
     }
-    number("dmaBuffers", config.dmaBufferCount, 0, 10);
-    number("dmaBufferBytes", config.dmaBufferBytes, 4, 64 * kMegabytes);
+    number("dmaBuffers", config.dmaBufferCount);
+    number("dmaBufferBytes", config.dmaBufferBytes);
     if (const auto flags = fields.Find("chipFlags")) {
         config.chipFlags = flags->Word();
     }
     flag("noDCI", config.noDCI);
-    number("refreshRate", config.refreshRate, 1, 1000);
+    number("refreshRate", config.refreshRate);
     if (const auto registryName = fields.Find("registryName")) {
         config.registryName = registryName->Name();
     }
@@ -96,12 +113,25 @@ StepPlan ReadDisplay(Fields& fields, Names& names) {
             config.registry[value] = text.Text();
         }
     }
-    number("frameBufferBytes", config.frameBufferBytes, kMegabytes, 64 * kMegabytes);
-    number("localBufferBytes", config.localBufferBytes, kMegabytes, 64 * kMegabytes);
+    number("frameBufferBytes", config.frameBufferBytes);
+    number("localBufferBytes", config.localBufferBytes);
     if (const auto timing = fields.Find("timing")) {
         ReadTiming(*timing, config.timing);
     }
-    return {[name, config](Player& player, Outcome&) { player.AddDisplay(name, config); },
+    const auto checked = [step = fields.Object()](const auto& action) {
+        try {
+            action();
+        } catch (const host::ConfigError& error) {
+            FieldAt(step, error.field).Fail(error.what());
+        } catch (const std::invalid_argument& error) {
+            step.Fail(error.what());
+        }
+    };
+    checked([&] { host::CheckConfig(config); });
+    return {[=](Player& player, Outcome&) {
+                // The options of the replay may ask for more.
+                checked([&] { player.AddDisplay(name, config); });
+            },
             Only({})};
 }
 

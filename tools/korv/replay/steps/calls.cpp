@@ -1,5 +1,6 @@
 // Raw HAL records: any callback of the driver's tables.
 #include "host/driver_module.h"
+#include "tools/korv/replay/records/checks.h"
 #include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>
@@ -49,6 +50,7 @@ StepPlan ReadCall(Fields& fields, Names& names) {
                     WriteField(record, *place, reinterpret_cast<uintptr_t>(entry));
                 }
                 WriteRecord(record, values, player);
+                CheckCall(player, *callback, driver, record);
                 uint32_t handled;
                 {
                     const host::DriverCall call;

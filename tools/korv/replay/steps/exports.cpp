@@ -1,5 +1,6 @@
 // Calls of the exported functions, and what their caller writes by hand.
 #include "host/driver_module.h"
+#include "tools/korv/replay/records/checks.h"
 #include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>
@@ -112,6 +113,10 @@ StepPlan ReadExport(Fields& fields, Names& names) {
                 for (const Bits& argument : arguments) {
                     words.push_back(argument(player));
                 }
+                const size_t front = entry.takesDriver ? 1 : 0;
+                CheckExport(player, entry.name,
+                            front != 0 ? reinterpret_cast<DriverData*>(words[0]) : nullptr,
+                            entry.arguments, std::span(words).subspan(front));
                 const uint32_t result = Call(address, words);
                 outcome.Set("result", result);
                 outcome.Set("address", result);
