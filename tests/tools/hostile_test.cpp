@@ -82,8 +82,6 @@ constexpr Hostile kHostile[] = {
 
 class HostileScript : public testing::TestWithParam<Hostile> {};
 
-} // namespace
-
 void PrintTo(const Hostile& hostile, std::ostream* out) {
     *out << hostile.name;
 }
@@ -106,4 +104,5 @@ INSTANTIATE_TEST_SUITE_P(All, HostileScript, testing::ValuesIn(kHostile),
                              return name;
                          });
 
+} // namespace
 } // namespace korv

@@ -219,9 +219,9 @@ TEST(SetupTexture, SpecularStrengthFollowsThePlaneWhenItIsOn) {
 }
 
 TEST(SetupTexture, UnknownModeBitsAndDepthFormatsAreCounted) {
-    Unit unit(0x80000 | rig::kDeltaDepth | 2 << 2);
+    Unit unit(0x20000 | rig::kDeltaDepth | 2 << 2);
     unit.Triangle({Point{0, 0}, Point{32, 0}, Point{0, 32}});
-    const std::map<std::string, uint64_t> expected = {{"DeltaMode bits 80000", 1},
+    const std::map<std::string, uint64_t> expected = {{"DeltaMode bits 20000", 1},
                                                       {"setup depth format 2", 1}};
     EXPECT_EQ(unit.faults.unmodelled, expected);
 }
