@@ -304,9 +304,7 @@ TEST(HardwareContexts, BeyondTheFirstBlockTheRecordIsReadFromTheListsBlock) {
 TEST(RegisterLists, AreWrittenInRunsOfTheReportedSpace) {
     Rig rig;
     rig.Ready();
-    std::vector<uint32_t> space = {2, 0, 9};
-    size_t read = 0;
-    rig.bus->readFIFOSpace = [&] { return space.at(read++); };
+    rig.bus->ScriptFIFOSpace({2, 0, 9});
     const struct {
         uint16_t count;
         uint16_t offsets[5];
