@@ -71,13 +71,16 @@ Rig::Rig(const RigOptions& options) : options_(options) {
     }
     std::strcpy(chip->RegistryName, "Rig");
 
-    // Slots 1, 2 and 3 hold the register lists; 5 is the two-dimensional context of type 1.
+    // Slots 1, 2 and 3 hold the register lists, slot 0 an empty one; 5 is the two-dimensional
+    // context of type 1.
     ContextBlock* block = NewContextBlock();
     chip->ContextBlocks = block;
     host::AddRegisterList(block, {});
     host::AddRegisterList(block, kRigList2D);
     host::AddRegisterList(block, kRigListClient);
     host::AddRegisterList(block, kRigListDirect3D);
+    // A test may make these slots current, as contexts of no register.
+    std::fill_n(block->Type, block->SlotCount, uint16_t{host::ListDriver});
     const auto zero = [](uint16_t) { return 0u; };
     host::AddContext(block, host::ListScreen, kRigList2D, zero);
     host::AddContext(block, host::ListScreen, kRigList2D, zero);
