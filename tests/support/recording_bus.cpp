@@ -2,6 +2,8 @@
 
 #include "driver/core/tags.h"
 
+#include <gtest/gtest.h>
+
 namespace test {
 
 RecordingBus::RecordingBus(ChipRegisters* aperture) : aperture_(aperture) {
@@ -80,6 +82,18 @@ void RecordingBus::Write(uint32_t offset, uint32_t value) {
         }
         transfers.push_back(transfer);
     }
+}
+
+void RecordingBus::ScriptFIFOSpace(const std::vector<uint32_t>& answers) {
+    readFIFOSpace = [this, left = std::deque(answers.begin(), answers.end())]() mutable {
+        if (left.empty()) {
+            ADD_FAILURE() << "InFIFOSpace is read more often than the test answers";
+            return fifoSpace;
+        }
+        const uint32_t answer = left.front();
+        left.pop_front();
+        return answer;
+    };
 }
 
 void RecordingBus::MapMemory(uint32_t address, const uint32_t* words, uint32_t bytes) {

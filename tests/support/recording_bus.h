@@ -48,6 +48,9 @@ class RecordingBus {
     std::function<uint32_t()> readLineCounter;
     std::function<void(uint32_t rounds)> onIdle;
 
+    // From now on reads of the space find these values, each once; a read more fails the test.
+    void ScriptFIFOSpace(const std::vector<uint32_t>& answers);
+
     // From now on each read of the space in a row finds one entry more, so that a wait for n takes
     // exactly n reads and leaves no credit.
     void MeterFIFO() {

@@ -6,6 +6,7 @@
 #include "driver/core/tags.h"
 #include "driver/heap/linalloc.h"
 #include "driver/platform/minivdd.h"
+#include "host/display/context_table.h"
 #include "host/win32/registry.h"
 
 #include <algorithm>
@@ -70,31 +71,19 @@ Rig::Rig(const RigOptions& options) : options_(options) {
     }
     std::strcpy(chip->RegistryName, "Rig");
 
-    // Slots 1, 2 and 3 hold the register lists; 5 is the two-dimensional context of type 1.
+    // Slots 1, 2 and 3 hold the register lists, slot 0 an empty one; 5 is the two-dimensional
+    // context of type 1.
     ContextBlock* block = NewContextBlock();
     chip->ContextBlocks = block;
-    const auto addSlot = [&](uint32_t bytes, uint16_t type) {
-        const uint32_t slot = block->SlotCount++;
-        ++block->UsedCount;
-        block->DataOffset[slot] = block->NextFree;
-        block->Size[slot] = static_cast<int16_t>(bytes);
-        block->Type[slot] = type;
-        block->NextFree = static_cast<uint16_t>(block->NextFree + bytes);
-        block->FreeBytes = static_cast<uint16_t>(block->FreeBytes - bytes);
-        return reinterpret_cast<uint8_t*>(block) + block->DataOffset[slot];
-    };
-    const auto addList = [&](const std::vector<uint16_t>& list) {
-        uint8_t* data = addSlot(static_cast<uint32_t>((list.size() + 2) / 2 * 4), 0);
-        const auto count = static_cast<uint16_t>(list.size());
-        std::memcpy(data, &count, 2);
-        std::memcpy(data + 2, list.data(), list.size() * 2);
-    };
-    addSlot(4, 0);
-    addList(kRigList2D);
-    addList(kRigListClient);
-    addList(kRigListDirect3D);
-    addSlot(static_cast<uint32_t>(kRigList2D.size() * 4), 1);
-    addSlot(static_cast<uint32_t>(kRigList2D.size() * 4), 1);
+    host::AddRegisterList(block, {});
+    host::AddRegisterList(block, kRigList2D);
+    host::AddRegisterList(block, kRigListClient);
+    host::AddRegisterList(block, kRigListDirect3D);
+    // A test may make these slots current, as contexts of no register.
+    std::fill_n(block->Type, block->SlotCount, uint16_t{host::ListDriver});
+    const auto zero = [](uint16_t) { return 0u; };
+    host::AddContext(block, host::ListScreen, kRigList2D, zero);
+    host::AddContext(block, host::ListScreen, kRigList2D, zero);
     chip->CurrentContext = kNoContext;
     chip->DMAState = DMAIdle;
 

@@ -12,16 +12,13 @@ class Fills : public testing::TestWithParam<BlitMode> {};
 TEST_P(Fills, AnyRectangleOfTheScreenAndOfSurfacesBehindIt) {
     BlitStage stage(GetParam());
     Surfaces surfaces(stage.DirectDraw());
-    for (int batch = 0; batch != kBatches; ++batch) {
-        for (int i = 0; i != kBatch; ++i) {
-            host::Surface& surface = surfaces.Any(stage.Random(0, 2));
-            const RECT area = stage.Area(surface);
-            const uint32_t pixel = stage.Pixel();
-            stage.ColorFill(surface, area, pixel);
-            FillPlainly(stage.PlaceOf(surface), area, pixel);
-        }
-        ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
-    }
+    InBatches(stage, surfaces, [&] {
+        host::Surface& surface = surfaces.Any(stage.Random(0, 2));
+        const RECT area = stage.Area(surface);
+        const uint32_t pixel = stage.Pixel();
+        stage.ColorFill(surface, area, pixel);
+        FillPlainly(stage.PlaceOf(surface), area, pixel);
+    });
 }
 
 TEST_P(Fills, BlacknessAndWhitenessAreZerosAndOnes) {

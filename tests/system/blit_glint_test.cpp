@@ -19,20 +19,17 @@ class UnitBlits : public GlintBlits {};
 TEST_P(GlintBlits, CopyBetweenSurfacesAtAnyPlace) {
     BlitStage stage(GetParam());
     Surfaces surfaces(stage.DirectDraw());
-    for (int batch = 0; batch != kBatches; ++batch) {
-        for (int i = 0; i != kBatch; ++i) {
-            const int first = stage.Random(0, 2);
-            host::Surface& dest = surfaces.Any(first);
-            host::Surface& source = surfaces.Any((first + stage.Random(1, 2)) % 3);
-            const int width = stage.Random(1, 75);
-            const int height = stage.Random(1, 60);
-            const RECT to = stage.Area(dest, width, height);
-            const RECT from = stage.Area(source, width, height);
-            stage.Blt(dest, to, source, from);
-            CopyForward(stage.PlaceOf(dest), to, stage.PlaceOf(source), from);
-        }
-        ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
-    }
+    InBatches(stage, surfaces, [&] {
+        const int first = stage.Random(0, 2);
+        host::Surface& dest = surfaces.Any(first);
+        host::Surface& source = surfaces.Any((first + stage.Random(1, 2)) % 3);
+        const int width = stage.Random(1, 75);
+        const int height = stage.Random(1, 60);
+        const RECT to = stage.Area(dest, width, height);
+        const RECT from = stage.Area(source, width, height);
+        stage.Blt(dest, to, source, from);
+        CopyForward(stage.PlaceOf(dest), to, stage.PlaceOf(source), from);
+    });
 }
 
 TEST_P(GlintBlits, OverlappingCopiesRunTopToBottomAndLeftToRightAndSmearDownAndRight) {
@@ -40,42 +37,30 @@ TEST_P(GlintBlits, OverlappingCopiesRunTopToBottomAndLeftToRightAndSmearDownAndR
     Surfaces surfaces(stage.DirectDraw());
     int smeared = 0;
     int whole = 0;
-    for (int batch = 0; batch != kBatches; ++batch) {
-        for (int i = 0; i != kBatch; ++i) {
-            host::Surface& surface = surfaces.Any(stage.Random(0, 2));
-            const int width = stage.Random(8, 60);
-            const int height = stage.Random(8, 40);
-            const RECT from = stage.Area(surface, width, height);
-            RECT to = stage.Area(surface, width, height);
-            // Mostly a few pixels away, to all eight sides and onto itself.
-            if (stage.Random(0, 3) != 0) {
-                to.left = std::clamp<LONG>(from.left + stage.Random(-5, 5), 0,
-                                           static_cast<LONG>(surface.Width()) - width);
-                to.top = std::clamp<LONG>(from.top + stage.Random(-3, 3), 0,
-                                          static_cast<LONG>(surface.Height()) - height);
-                to.right = to.left + width;
-                to.bottom = to.top + height;
-            }
-            const Place place = stage.PlaceOf(surface);
-            std::vector<uint32_t> before;
-            for (int n = 0; n != width * height; ++n) {
-                before.push_back(place.Get(from.left + n % width, from.top + n / width));
-            }
-            stage.Blt(surface, to, surface, from);
-            CopyForward(place, to, place, from);
-            bool same = true;
-            for (int n = 0; n != width * height; ++n) {
-                const uint32_t now = place.Get(to.left + n % width, to.top + n / width);
-                same = same && now == before[static_cast<size_t>(n)];
-            }
-            const bool overlaps = to.left < from.right && from.left < to.right &&
-                                  to.top < from.bottom && from.top < to.bottom;
-            const bool later = to.top > from.top || (to.top == from.top && to.left > from.left);
-            EXPECT_TRUE(same || (overlaps && later));
-            (same ? whole : smeared) += overlaps;
+    InBatches(stage, surfaces, [&] {
+        host::Surface& surface = surfaces.Any(stage.Random(0, 2));
+        const int width = stage.Random(8, 60);
+        const int height = stage.Random(8, 40);
+        const RECT from = stage.Area(surface, width, height);
+        const RECT to = Nearby(stage, surface, from, 5, 3);
+        const Place place = stage.PlaceOf(surface);
+        std::vector<uint32_t> before;
+        for (int n = 0; n != width * height; ++n) {
+            before.push_back(place.Get(from.left + n % width, from.top + n / width));
         }
-        ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
-    }
+        stage.Blt(surface, to, surface, from);
+        CopyForward(place, to, place, from);
+        bool same = true;
+        for (int n = 0; n != width * height; ++n) {
+            const uint32_t now = place.Get(to.left + n % width, to.top + n / width);
+            same = same && now == before[static_cast<size_t>(n)];
+        }
+        const bool overlaps = to.left < from.right && from.left < to.right &&
+                              to.top < from.bottom && from.top < to.bottom;
+        const bool later = to.top > from.top || (to.top == from.top && to.left > from.left);
+        EXPECT_TRUE(same || (overlaps && later));
+        (same ? whole : smeared) += overlaps;
+    });
     EXPECT_GT(smeared, 20);
     EXPECT_GT(whole, 20);
 }
@@ -131,31 +116,28 @@ TEST_P(UnitBlits, KeyedCopiesLeaveOutTheKeyAndRunByTheSignOfTheirDistance) {
     const DDCOLORKEY key = Key(GetParam().bits);
     int left = 0;
     int drawn = 0;
-    for (int batch = 0; batch != kBatches; ++batch) {
-        for (int i = 0; i != kBatch; ++i) {
-            host::Surface& dest = surfaces.Any(stage.Random(0, 2));
-            host::Surface& source = surfaces.Any(stage.Random(0, 2));
-            const int width = stage.Random(1, 75);
-            const int height = stage.Random(1, 60);
-            const RECT to = stage.Area(dest, width, height);
-            const RECT from = stage.Area(source, width, height);
-            stage.Blt(dest, to, source, from, {.sourceKey = key});
-            const Place a = stage.PlaceOf(dest);
-            const Place b = stage.PlaceOf(source);
-            const bool backward = b.At(from.left, from.top) < a.At(to.left, to.top);
-            for (int n = 0; n != width * height; ++n) {
-                const int at = backward ? width * height - 1 - n : n;
-                const uint32_t pixel = b.Get(from.left + at % width, from.top + at / width);
-                if (InsideKey(GetParam().bits, key, pixel)) {
-                    ++left;
-                } else {
-                    ++drawn;
-                    a.Set(to.left + at % width, to.top + at / width, pixel);
-                }
+    InBatches(stage, surfaces, [&] {
+        host::Surface& dest = surfaces.Any(stage.Random(0, 2));
+        host::Surface& source = surfaces.Any(stage.Random(0, 2));
+        const int width = stage.Random(1, 75);
+        const int height = stage.Random(1, 60);
+        const RECT to = stage.Area(dest, width, height);
+        const RECT from = stage.Area(source, width, height);
+        stage.Blt(dest, to, source, from, {.sourceKey = key});
+        const Place a = stage.PlaceOf(dest);
+        const Place b = stage.PlaceOf(source);
+        const bool backward = b.At(from.left, from.top) < a.At(to.left, to.top);
+        for (int n = 0; n != width * height; ++n) {
+            const int at = backward ? width * height - 1 - n : n;
+            const uint32_t pixel = b.Get(from.left + at % width, from.top + at / width);
+            if (InsideKey(GetParam().bits, key, pixel)) {
+                ++left;
+            } else {
+                ++drawn;
+                a.Set(to.left + at % width, to.top + at / width, pixel);
             }
         }
-        ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
-    }
+    });
     EXPECT_GT(left, 10000);
     EXPECT_GT(drawn, 10000);
 }
@@ -228,17 +210,14 @@ StretchCase RandomStretch(BlitStage& stage, host::Surface& dest, host::Surface& 
 TEST_P(UnitBlits, StretchAndMirrorWithStepsThatStopShortOfTheFarEdge) {
     BlitStage stage(GetParam());
     Surfaces surfaces(stage.DirectDraw());
-    for (int batch = 0; batch != kBatches; ++batch) {
-        for (int i = 0; i != kBatch; ++i) {
-            host::Surface& dest = surfaces.Any(stage.Random(0, 2));
-            host::Surface& source = surfaces.Any(stage.Random(0, 2));
-            const StretchCase c = RandomStretch(stage, dest, source);
-            stage.Blt(dest, c.to, source, c.from, c.options);
-            StretchPlainly(stage.PlaceOf(dest), c.to, stage.PlaceOf(source), source, c.from,
-                           &dest == &source, c.options, GetParam().bits);
-        }
-        ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
-    }
+    InBatches(stage, surfaces, [&] {
+        host::Surface& dest = surfaces.Any(stage.Random(0, 2));
+        host::Surface& source = surfaces.Any(stage.Random(0, 2));
+        const StretchCase c = RandomStretch(stage, dest, source);
+        stage.Blt(dest, c.to, source, c.from, c.options);
+        StretchPlainly(stage.PlaceOf(dest), c.to, stage.PlaceOf(source), source, c.from,
+                       &dest == &source, c.options, GetParam().bits);
+    });
 }
 
 TEST_P(UnitBlits,
@@ -246,23 +225,19 @@ TEST_P(UnitBlits,
     // The source's place is told as a distance and taken as a place: they agree on the primary.
     BlitStage stage(GetParam());
     Surfaces surfaces(stage.DirectDraw());
-    for (int batch = 0; batch != kBatches; ++batch) {
-        for (int i = 0; i != kBatch; ++i) {
-            host::Surface& dest = surfaces.Any(stage.Random(0, 1));
-            host::Surface& source =
-                &dest == &surfaces.primary ? surfaces.Any(stage.Random(0, 2)) : surfaces.sprite;
-            StretchCase c = RandomStretch(stage, dest, source);
-            c.options.sourceKey = Key(GetParam().bits);
-            const Place a = stage.PlaceOf(dest);
-            Place b = stage.PlaceOf(source);
-            b.base -= a.base;
-            ASSERT_GE(b.base, 0);
-            stage.Blt(dest, c.to, source, c.from, c.options);
-            StretchPlainly(a, c.to, b, source, c.from, &dest == &source, c.options,
-                           GetParam().bits);
-        }
-        ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
-    }
+    InBatches(stage, surfaces, [&] {
+        host::Surface& dest = surfaces.Any(stage.Random(0, 1));
+        host::Surface& source =
+            &dest == &surfaces.primary ? surfaces.Any(stage.Random(0, 2)) : surfaces.sprite;
+        StretchCase c = RandomStretch(stage, dest, source);
+        c.options.sourceKey = Key(GetParam().bits);
+        const Place a = stage.PlaceOf(dest);
+        Place b = stage.PlaceOf(source);
+        b.base -= a.base;
+        ASSERT_GE(b.base, 0);
+        stage.Blt(dest, c.to, source, c.from, c.options);
+        StretchPlainly(a, c.to, b, source, c.from, &dest == &source, c.options, GetParam().bits);
+    });
 }
 
 std::vector<BlitMode> UnitModes() {

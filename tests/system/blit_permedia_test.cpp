@@ -31,26 +31,15 @@ void CopyWhole(const Place& dest, const RECT& to, const Place& source, const REC
 TEST_P(PermediaMemory, CopiesOverlappingToAnySideArriveWhole) {
     BlitStage stage(GetParam());
     Surfaces surfaces(stage.DirectDraw());
-    for (int batch = 0; batch != kBatches; ++batch) {
-        for (int i = 0; i != kBatch; ++i) {
-            host::Surface& surface = surfaces.Any(stage.Random(0, 2));
-            const int width = stage.Random(1, 60);
-            const int height = stage.Random(1, 40);
-            const RECT from = stage.Area(surface, width, height);
-            RECT to = stage.Area(surface, width, height);
-            if (stage.Random(0, 3) != 0) {
-                to.left = std::clamp<LONG>(from.left + stage.Random(-9, 9), 0,
-                                           static_cast<LONG>(surface.Width()) - width);
-                to.top = std::clamp<LONG>(from.top + stage.Random(-2, 2), 0,
-                                          static_cast<LONG>(surface.Height()) - height);
-                to.right = to.left + width;
-                to.bottom = to.top + height;
-            }
-            stage.Blt(surface, to, surface, from);
-            CopyWhole(stage.PlaceOf(surface), to, stage.PlaceOf(surface), from);
-        }
-        ASSERT_NO_FATAL_FAILURE(stage.Compare(surfaces.primary));
-    }
+    InBatches(stage, surfaces, [&] {
+        host::Surface& surface = surfaces.Any(stage.Random(0, 2));
+        const int width = stage.Random(1, 60);
+        const int height = stage.Random(1, 40);
+        const RECT from = stage.Area(surface, width, height);
+        const RECT to = Nearby(stage, surface, from, 9, 2);
+        stage.Blt(surface, to, surface, from);
+        CopyWhole(stage.PlaceOf(surface), to, stage.PlaceOf(surface), from);
+    });
 }
 
 TEST_P(PermediaMemory, CopiesBetweenSurfacesOfAnyWidthTouchTheirRectangleAlone) {

@@ -129,4 +129,19 @@ void CopyForward(const Place& dest, const RECT& to, const Place& source, const R
     }
 }
 
+RECT Nearby(BlitStage& stage, const host::Surface& surface, const RECT& from, int right, int down) {
+    const int width = from.right - from.left;
+    const int height = from.bottom - from.top;
+    RECT to = stage.Area(surface, width, height);
+    if (stage.Random(0, 3) != 0) {
+        to.left = std::clamp<LONG>(from.left + stage.Random(-right, right), 0,
+                                   static_cast<LONG>(surface.Width()) - width);
+        to.top = std::clamp<LONG>(from.top + stage.Random(-down, down), 0,
+                                  static_cast<LONG>(surface.Height()) - height);
+        to.right = to.left + width;
+        to.bottom = to.top + height;
+    }
+    return to;
+}
+
 } // namespace test

@@ -128,4 +128,19 @@ void FillPlainly(const Place& place, const RECT& area, uint32_t pixel);
 // Copies pixel by pixel, from the top line to the bottom and from left to right.
 void CopyForward(const Place& dest, const RECT& to, const Place& source, const RECT& from);
 
+// Does `body` kBatches times kBatch times and compares all memory after each batch.
+template <class Body>
+void InBatches(BlitStage& stage, Surfaces& surfaces, const Body& body) {
+    for (int batch = 0; batch != kBatches && !testing::Test::HasFatalFailure(); ++batch) {
+        for (int i = 0; i != kBatch; ++i) {
+            body();
+        }
+        stage.Compare(surfaces.primary);
+    }
+}
+
+// A rectangle of the surface as large as `from`: mostly at most (right, down) away from it to any
+// side, sometimes anywhere.
+RECT Nearby(BlitStage& stage, const host::Surface& surface, const RECT& from, int right, int down);
+
 } // namespace test

@@ -318,13 +318,27 @@ Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, 
 Verdict CompareInteriors(const Image& picture, const Reference& reference, double tolerance) {
     Verdict verdict;
     constexpr uint32_t kScale = Reference::kScale;
-    for (uint32_t y = 2; y + 2 < reference.Height(); ++y) {
-        for (uint32_t x = 2; x + 2 < reference.Width(); ++x) {
+    const uint32_t width = reference.Width(), height = reference.Height();
+    // Pixels whose own samples are all of the same layers.
+    std::vector<bool> even(size_t(width) * height);
+    for (uint32_t y = 0; y < height; ++y) {
+        for (uint32_t x = 0; x < width; ++x) {
+            bool same = true;
+            for (uint32_t i = 1; i < kScale * kScale; ++i) {
+                same &= reference.LayersOf(x * kScale + i % kScale, y * kScale + i / kScale) ==
+                        reference.LayersOf(x * kScale, y * kScale);
+            }
+            even[size_t(y) * width + x] = same;
+        }
+    }
+    for (uint32_t y = 2; y + 2 < height; ++y) {
+        for (uint32_t x = 2; x + 2 < width; ++x) {
             const uint64_t layers = reference.LayersOf(x * kScale, y * kScale);
             bool inside = true;
-            for (uint32_t sy = (y - 2) * kScale; inside && sy < (y + 3) * kScale; ++sy) {
-                for (uint32_t sx = (x - 2) * kScale; inside && sx < (x + 3) * kScale; ++sx) {
-                    inside = reference.LayersOf(sx, sy) == layers;
+            for (uint32_t ny = y - 2; inside && ny < y + 3; ++ny) {
+                for (uint32_t nx = x - 2; inside && nx < x + 3; ++nx) {
+                    inside = even[size_t(ny) * width + nx] &&
+                             reference.LayersOf(nx * kScale, ny * kScale) == layers;
                 }
             }
             if (!inside) {

@@ -44,6 +44,13 @@ Pixel Held(const Pixel& colour, int depth) {
     return held;
 }
 
+host::Picture Held(host::Picture picture, int depth) {
+    for (auto at = picture.rgba.begin(); at != picture.rgba.end(); at += 4) {
+        std::ranges::copy(Held({at[0], at[1], at[2], at[3]}, depth), at);
+    }
+    return picture;
+}
+
 class BlitScene : public testing::TestWithParam<std::tuple<std::string, int>> {
   protected:
     std::string Chip() const { return std::get<0>(GetParam()); }
@@ -67,13 +74,13 @@ int Reach(LONG fromSize, LONG toSize) {
 
 // Whether `seen` lies between the image's pixels around (x, y).
 bool FitsImage(const host::Picture& image, double x, double y, int reachX, int reachY,
-               const Pixel& seen, int depth) {
+               const Pixel& seen) {
     Pixel low{255, 255, 255, 255}, high{};
     for (int dy = -reachY; dy <= reachY; ++dy) {
         for (int dx = -reachX; dx <= reachX; ++dx) {
             const auto column = std::clamp<int>(static_cast<int>(x + dx), 0, image.width - 1);
             const auto row = std::clamp<int>(static_cast<int>(y + dy), 0, image.height - 1);
-            const Pixel near = Held(image.At(column, row), depth);
+            const Pixel near = image.At(column, row);
             for (int channel = 0; channel < 3; ++channel) {
                 low[channel] = std::min(low[channel], near[channel]);
                 high[channel] = std::max(high[channel], near[channel]);
@@ -94,7 +101,7 @@ TEST_P(BlitScene, StretchesAndMirrorsShowEachPixelWhereItFalls) {
     DrawStretches(asked);
     ASSERT_EQ(asked.blits.size(), 16u); // eight pictures and their labels
     for (const auto& [to, handle, from, effects] : asked.blits) {
-        const host::Picture& image = asked.images.at(handle);
+        const host::Picture image = Held(asked.images.at(handle), Depth());
         const LONG width = to.right - to.left, height = to.bottom - to.top;
         const bool plain = width == from.right - from.left && height == from.bottom - from.top &&
                            !effects.mirrorLeftRight && !effects.mirrorUpDown;
@@ -103,14 +110,14 @@ TEST_P(BlitScene, StretchesAndMirrorsShowEachPixelWhereItFalls) {
                 const Pixel seen = picture.At(x, y);
                 if (plain) {
                     const Pixel wanted = image.At(from.left + x - to.left, from.top + y - to.top);
-                    ASSERT_EQ(seen, Held(wanted, Depth())) << x << "," << y;
+                    ASSERT_EQ(seen, wanted) << x << "," << y;
                 } else {
                     const double s = Place(x, to.left, width, from.left, from.right - from.left,
                                            effects.mirrorLeftRight);
                     const double t = Place(y, to.top, height, from.top, from.bottom - from.top,
                                            effects.mirrorUpDown);
                     ASSERT_TRUE(FitsImage(image, s, t, Reach(from.right - from.left, width),
-                                          Reach(from.bottom - from.top, height), seen, Depth()))
+                                          Reach(from.bottom - from.top, height), seen))
                         << x << "," << y;
                 }
             }

@@ -45,7 +45,7 @@ TEST(Demo, PictureIsTheSameByFifoAndByDmaWithAnyNumberOfSubBuffers) {
                                                    "-o",
                                                    folder.Path(),
                                                    "--size",
-                                                   "120x90",
+                                                   "64x48",
                                                    "--chip",
                                                    std::string(chip),
                                                    "--scene",

@@ -59,11 +59,17 @@ class SceneByDll : public testing::TestWithParam<std::string> {
     }
     static bool DrawsByDma(const Outcome& outcome) { return HasEvent(outcome, "\nd "); }
 
-    Outcome Compare(std::vector<std::string> options) {
+    // Plays by both drivers and compares, unless the linked driver leaves just what it left by a
+    // road `compared` already: what does not depend on the road is not played again, as each
+    // access of the DLL to the chip is a trap.
+    Outcome Compare(std::vector<std::string> options, const Outcome& compared = {}) {
         const Outcome linked = Replay(GetParam(), options);
+        EXPECT_GE(linked.size(), 2u);
+        if (linked == compared) {
+            return linked;
+        }
         options.insert(options.end(), {"--dll", KORV_DLL_PATH});
         const Outcome dll = Replay(GetParam(), options);
-        EXPECT_GE(linked.size(), 2u);
         EXPECT_EQ(linked.size(), dll.size());
         for (const auto& [name, contents] : linked) {
             const auto other = dll.find(name);
@@ -81,12 +87,13 @@ TEST_P(SceneByDll, IsEqualByDma) {
     }
     // Without the queue a display that is not the primary drops its batches.
     if (GetParam() != "two-displays") {
-        Compare({"--subbuffers", "2"});
+        Compare({"--subbuffers", "2"}, outcome);
     }
 }
 
 TEST_P(SceneByDll, IsEqualThroughTheFifo) {
-    const Outcome outcome = Compare({"--fifo"});
+    // By the queue this is compared above.
+    const Outcome outcome = Compare({"--fifo"}, Replay(GetParam(), {}));
     if (GetParam().starts_with("triangles-")) {
         EXPECT_TRUE(HasEvent(outcome, "\nf "));
     }

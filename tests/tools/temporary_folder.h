@@ -2,7 +2,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 
 namespace korv {
@@ -34,8 +33,12 @@ class TemporaryFolder {
 };
 
 inline std::string ReadAll(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    // By one read: event text is of megabytes. A file that is not there is empty.
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    std::string contents(file ? static_cast<size_t>(file.tellg()) : 0, '\0');
+    file.seekg(0);
+    file.read(contents.data(), static_cast<std::streamsize>(contents.size()));
+    return contents;
 }
 
 } // namespace korv

@@ -1,5 +1,6 @@
 #include "board/setup/vertex_store.h"
 #include "tests/board/setup_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +21,7 @@ TEST(VertexStore, FloatWordsFillTheirQuantityOfTheirSlot) {
     for (uint32_t slot = 0; slot < 3; ++slot) {
         for (const auto& [word, quantity] : words) {
             const float value = 0.5f + static_cast<float>(slot * 16 + word);
-            ASSERT_TRUE(store.Write({0x230 + slot * 16 + word, Bits(value)}, false));
+            ASSERT_TRUE(store.Write({t::V0Float + slot * 16 + word, Bits(value)}, false));
         }
     }
     for (uint32_t slot = 0; slot < 3; ++slot) {
@@ -32,12 +33,12 @@ TEST(VertexStore, FloatWordsFillTheirQuantityOfTheirSlot) {
 
 TEST(VertexStore, FixedWordsFillTheSameQuantities) {
     board::VertexStore store;
-    store.Write({0x205, 200u << 22}, false); // a channel lies at bits 22 to 29
-    store.Write({0x208, 64u << 22}, false);
-    store.Write({0x219, 128u << 14}, false); // 2.22, 256 for 1.0
-    store.Write({0x21A, 0xFFFE8000}, false); // 16.16
-    store.Write({0x220, 0xE0000000}, false); // 2.30
-    store.Write({0x223, 0x00100000}, false); // 2.22
+    store.Write({t::V0Fixed + 5, 200u << 22}, false); // a channel lies at bits 22 to 29
+    store.Write({t::V0Fixed + 8, 64u << 22}, false);
+    store.Write({t::V1Fixed + 9, 128u << 14}, false);  // 2.22, 256 for 1.0
+    store.Write({t::V1Fixed + 10, 0xFFFE8000}, false); // 16.16
+    store.Write({t::V2Fixed, 0xE0000000}, false);      // 2.30
+    store.Write({t::V2Fixed + 3, 0x00100000}, false);  // 2.22
     EXPECT_EQ(store[0][Quantity::Red], 200.0 / 256);
     EXPECT_EQ(store[0][Quantity::Alpha], 0.25);
     EXPECT_EQ(store[1][Quantity::Fog], 0.5);
@@ -48,15 +49,15 @@ TEST(VertexStore, FixedWordsFillTheSameQuantities) {
 
 TEST(VertexStore, TheLatestOfFixedAndFloatHolds) {
     board::VertexStore store;
-    store.Write({0x239, Bits(0.75f)}, false);
-    store.Write({0x209, 64u << 14}, false);
+    store.Write({t::V0Float + 9, Bits(0.75f)}, false);
+    store.Write({t::V0Fixed + 9, 64u << 14}, false);
     EXPECT_EQ(store[0][Quantity::Fog], 0.25);
-    store.Write({0x239, Bits(0.75f)}, false);
+    store.Write({t::V0Float + 9, Bits(0.75f)}, false);
     EXPECT_EQ(store[0][Quantity::Fog], 0.75);
 }
 
 TEST(VertexStore, PackedColourFillsFourChannelsInEitherOrderAndGroup) {
-    for (const uint32_t group : {0x210u, 0x240u}) {
+    for (const uint32_t group : {t::V1Fixed, t::V1Float}) {
         board::VertexStore store;
         store.Write({group + 0xE, 0x10203040}, true);
         EXPECT_EQ(store[1][Quantity::Alpha], 16.0 / 256);
@@ -76,7 +77,7 @@ TEST(VertexStore, VerticesAreOpaqueUntilToldOtherwise) {
     store.SetAlpha(0x400000); // 128.0 in 9.15
     EXPECT_EQ(store[0][Quantity::Alpha], 0.5);
     EXPECT_EQ(store[2][Quantity::Alpha], 0.5);
-    store.Write({0x228, 0x10000000}, false);
+    store.Write({t::V2Fixed + 8, 0x10000000}, false);
     EXPECT_EQ(store[2][Quantity::Alpha], 0.25);
 }
 

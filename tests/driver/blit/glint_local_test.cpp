@@ -44,35 +44,20 @@ class LocalRig : public PrimitiveRig {
 
 // What the chip is sent for a fill of the words from `left` to `right`.
 Words ChipFill(int32_t left, int32_t right, int32_t top, int32_t height, uint32_t fill) {
-    return {W(14),
-            t::LBReadMode,
-            0x53, // LBReadMode
-            t::FBReadMode,
-            0x2E,
-            t::FBWriteMode,
-            0,
-            t::LBWriteMode,
-            1,
-            t::LBWindowBase,
-            0x999,
-            t::Depth,
-            fill, // the depth
-            t::StartXDom,
-            static_cast<uint32_t>(left) << 16,
-            t::StartXSub,
-            static_cast<uint32_t>(right) << 16,
-            t::StartY,
-            static_cast<uint32_t>(top) << 16,
-            t::dY,
-            0x10000,
-            t::Count,
-            static_cast<uint32_t>(height),
-            t::Render,
-            0x48,
-            t::FBWriteMode,
-            0x21,
-            t::LBWriteMode,
-            0};
+    return Words{W(14)} + Pairs({{t::LBReadMode, 0x53},
+                                 {t::FBReadMode, 0x2E},
+                                 {t::FBWriteMode, 0},
+                                 {t::LBWriteMode, 1},
+                                 {t::LBWindowBase, 0x999},
+                                 {t::Depth, fill},
+                                 {t::StartXDom, static_cast<uint32_t>(left) << 16},
+                                 {t::StartXSub, static_cast<uint32_t>(right) << 16},
+                                 {t::StartY, static_cast<uint32_t>(top) << 16},
+                                 {t::dY, 0x10000},
+                                 {t::Count, static_cast<uint32_t>(height)},
+                                 {t::Render, 0x48},
+                                 {t::FBWriteMode, 0x21},
+                                 {t::LBWriteMode, 0}});
 }
 
 TEST(LocalClear, OfAZBufferIsTheChipsAloneWhateverTheFormatSays) {
@@ -321,44 +306,25 @@ TEST(LocalCopy, WritesTheRegistersOfAWordCopyDirectly) {
     };
     for (const auto& row : rows) {
         PrimitiveRig rig({.deviceId = DeviceTX});
-        const Words expected = {W(16),
-                                M(t::LogicalOpMode),
-                                0, // LogicalOpMode
-                                M(t::LBReadMode),
-                                0x242,
-                                M(t::LBWriteMode),
-                                1,
-                                M(t::LBSourceOffset),
-                                static_cast<uint32_t>(row.distance),
-                                M(t::LBWindowBase),
-                                row.window,
-                                M(t::FBWriteMode),
-                                0,
-                                M(t::FBReadMode),
-                                0,
-                                M(t::Window),
-                                8,
-                                M(t::StartXDom),
-                                row.left << 16,
-                                M(t::StartXSub),
-                                row.right << 16,
-                                M(t::StartY),
-                                20 << 16,
-                                M(t::dY),
-                                0x10000,
-                                M(t::Count),
-                                8,
-                                M(t::Render),
-                                0x40,
-                                M(t::LBWriteMode),
-                                0,
-                                M(t::Window),
-                                0x18,
-                                W(2),
-                                M(t::FBReadMode),
-                                0x2E,
-                                M(t::FBWriteMode),
-                                0x21};
+        const Words expected = Words{W(16)} +
+                               Pairs({{M(t::LogicalOpMode), 0},
+                                      {M(t::LBReadMode), 0x242},
+                                      {M(t::LBWriteMode), 1},
+                                      {M(t::LBSourceOffset), static_cast<uint32_t>(row.distance)},
+                                      {M(t::LBWindowBase), row.window},
+                                      {M(t::FBWriteMode), 0},
+                                      {M(t::FBReadMode), 0},
+                                      {M(t::Window), 8},
+                                      {M(t::StartXDom), row.left << 16},
+                                      {M(t::StartXSub), row.right << 16},
+                                      {M(t::StartY), 20 << 16},
+                                      {M(t::dY), 0x10000},
+                                      {M(t::Count), 8},
+                                      {M(t::Render), 0x40},
+                                      {M(t::LBWriteMode), 0},
+                                      {M(t::Window), 0x18}}) +
+                               Words{W(2)} +
+                               Pairs({{M(t::FBReadMode), 0x2E}, {M(t::FBWriteMode), 0x21}});
         EXPECT_EQ(LocalCopy(rig, {.pixelSize = row.pixelSize}), expected) << row.pixelSize;
     }
 }

@@ -272,27 +272,17 @@ Words CopyNative(PrimitiveRig& rig, uint32_t logicOp) {
 
 TEST(GlintCopyNative, WritesTheRegistersOfAPlainCopyDirectly) {
     PrimitiveRig rig({.deviceId = DeviceTX});
-    const Words expected = {W(10),
-                            M(t::LogicalOpMode),
-                            0,
-                            M(t::FBReadMode),
-                            0x22E,
-                            M(t::FBSourceOffset),
-                            static_cast<uint32_t>(-640 + 20 + 0x50),
-                            M(t::FBWindowBase),
-                            0x777,
-                            M(t::StartXDom),
-                            10 << 16,
-                            M(t::StartXSub),
-                            26 << 16,
-                            M(t::StartY),
-                            20 << 16,
-                            M(t::dY),
-                            0x10000,
-                            M(t::Count),
-                            8,
-                            M(t::Render),
-                            0x40};
+    const Words expected =
+        Words{W(10)} + Pairs({{M(t::LogicalOpMode), 0},
+                              {M(t::FBReadMode), 0x22E},
+                              {M(t::FBSourceOffset), static_cast<uint32_t>(-640 + 20 + 0x50)},
+                              {M(t::FBWindowBase), 0x777},
+                              {M(t::StartXDom), 10 << 16},
+                              {M(t::StartXSub), 26 << 16},
+                              {M(t::StartY), 20 << 16},
+                              {M(t::dY), 0x10000},
+                              {M(t::Count), 8},
+                              {M(t::Render), 0x40}});
     EXPECT_EQ(CopyNative(rig, 3), expected);
 }
 

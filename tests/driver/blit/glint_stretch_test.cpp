@@ -250,35 +250,20 @@ TEST(MXChroma, EqualSizeCopySendsKeyOffsetAndRectangle) {
     GlintStretchRig rig;
     rig.driver->RenderCopy = 0x7777; // not used
     rig.data.bltFX.ddckSrcColorkey = {0x7C00, 0x7C00};
-    const Words expected = {W(14),
-                            t::ChromaTestMode,
-                            9, // ChromaTestMode
-                            t::FBReadMode,
-                            0x22E,
-                            t::LogicalOpMode,
-                            0,
-                            t::ChromaLowerBound,
-                            0x1F,
-                            t::ChromaUpperBound,
-                            0xFF00001F,
-                            t::FBSourceOffset,
-                            20 * 500 + 20 + 0x50,
-                            t::FBWindowBase,
-                            0x777,
-                            t::StartXDom,
-                            10 << 16,
-                            t::StartXSub,
-                            26 << 16,
-                            t::StartY,
-                            20 << 16,
-                            t::dY,
-                            0x10000,
-                            t::Count,
-                            8,
-                            t::Render,
-                            0x40,
-                            t::ChromaTestMode,
-                            0};
+    const Words expected = Words{W(14)} + Pairs({{t::ChromaTestMode, 9},
+                                                 {t::FBReadMode, 0x22E},
+                                                 {t::LogicalOpMode, 0},
+                                                 {t::ChromaLowerBound, 0x1F},
+                                                 {t::ChromaUpperBound, 0xFF00001F},
+                                                 {t::FBSourceOffset, 20 * 500 + 20 + 0x50},
+                                                 {t::FBWindowBase, 0x777},
+                                                 {t::StartXDom, 10 << 16},
+                                                 {t::StartXSub, 26 << 16},
+                                                 {t::StartY, 20 << 16},
+                                                 {t::dY, 0x10000},
+                                                 {t::Count, 8},
+                                                 {t::Render, 0x40},
+                                                 {t::ChromaTestMode, 0}});
     EXPECT_EQ(rig.Keyed({10, 20, 26, 28}, {30, 40, 46, 48}, 500, 0x50), expected);
 }
 

@@ -90,31 +90,18 @@ const Words kPermediaUnits =
           t::AStart,          0x7F8000};
 
 Words TargetFill(uint32_t left, uint32_t top, uint32_t right, uint32_t bottom) {
-    return {W(12),
-            t::FBWriteData,
-            0x12341234,
-            t::FBReadMode,
-            0x55,
-            t::LogicalOpMode,
-            0x20,
-            t::FBWindowBase,
-            0x11111,
-            t::StartXDom,
-            left << 16,
-            t::StartXSub,
-            right << 16,
-            t::StartY,
-            top << 16,
-            t::dY,
-            0x10000,
-            t::Count,
-            bottom - top,
-            t::Render,
-            0x40,
-            t::FBReadPixel,
-            1,
-            t::LogicalOpMode,
-            0};
+    return Words{W(12)} + Pairs({{t::FBWriteData, 0x12341234},
+                                 {t::FBReadMode, 0x55},
+                                 {t::LogicalOpMode, 0x20},
+                                 {t::FBWindowBase, 0x11111},
+                                 {t::StartXDom, left << 16},
+                                 {t::StartXSub, right << 16},
+                                 {t::StartY, top << 16},
+                                 {t::dY, 0x10000},
+                                 {t::Count, bottom - top},
+                                 {t::Render, 0x40},
+                                 {t::FBReadPixel, 1},
+                                 {t::LogicalOpMode, 0}});
 }
 
 // In 32-bit columns.

@@ -161,31 +161,19 @@ TEST(Packed24BitCopy, RunsBackwardWithTheColumnsExchanged) {
     rig.to = {6, 2, 17, 5};
     rig.from = {9, 1, 20, 4};
     // -640 - 4 + 9, and the same offset within the word as above.
-    EXPECT_EQ(rig.Run(Packed24BitPermediaCopyBlt, 0, 640), (Words{W(12),
-                                                                  t::FBWindowBase,
-                                                                  kCopyBase,
-                                                                  t::FBReadMode,
-                                                                  0x1802A5,
-                                                                  t::FBWriteConfig,
-                                                                  0x18031B,
-                                                                  t::LogicalOpMode,
-                                                                  0,
-                                                                  t::FBSourceOffset,
-                                                                  static_cast<uint32_t>(-635),
-                                                                  t::StartXDom,
-                                                                  13u << 16,
-                                                                  t::StartXSub,
-                                                                  4u << 16,
-                                                                  t::PackedDataLimits,
-                                                                  0x20060011,
-                                                                  t::StartY,
-                                                                  0x40000,
-                                                                  t::dY,
-                                                                  0xFFFF0000,
-                                                                  t::Count,
-                                                                  3,
-                                                                  t::Render,
-                                                                  0x10040}));
+    EXPECT_EQ(rig.Run(Packed24BitPermediaCopyBlt, 0, 640),
+              (Words{W(12)} + Pairs({{t::FBWindowBase, kCopyBase},
+                                     {t::FBReadMode, 0x1802A5},
+                                     {t::FBWriteConfig, 0x18031B},
+                                     {t::LogicalOpMode, 0},
+                                     {t::FBSourceOffset, static_cast<uint32_t>(-635)},
+                                     {t::StartXDom, 13u << 16},
+                                     {t::StartXSub, 4u << 16},
+                                     {t::PackedDataLimits, 0x20060011},
+                                     {t::StartY, 0x40000},
+                                     {t::dY, 0xFFFF0000},
+                                     {t::Count, 3},
+                                     {t::Render, 0x10040}})));
 }
 
 TEST(Packed24BitCopy, TheRelativeOffsetComesFromWholeWordsOfTheSource) {

@@ -406,11 +406,9 @@ TEST(SyncChip, DropsWordsOfOtherTags) {
 TEST(SyncChip, WaitsForThreeEntriesAndWritesFilterSyncFilter) {
     Rig rig;
     rig.Ready();
-    std::vector<uint32_t> space = {0, 2, 3};
-    size_t read = 0;
-    rig.bus->readFIFOSpace = [&] { return space.at(read++); };
+    rig.bus->ScriptFIFOSpace({0, 2, 3});
     SyncChip(rig.driver);
-    EXPECT_EQ(read, 3u);
+    EXPECT_EQ(rig.bus->ReadsOf(reg::InFIFOSpace), 3u);
     const std::vector<BusEvent> expected = {
         {'w', 0x8C00, 0x400}, {'w', 0x8C40, 0}, {'w', 0x8C00, 0}};
     EXPECT_EQ(rig.bus->Writes(), expected);
@@ -431,15 +429,13 @@ TEST(WaitFIFOSpace, ReadsTheRegisterOnlyWhenTheCreditRunsOut) {
     Rig rig;
     rig.Ready();
     D3DContext* ctx = rig.PlainContext(false);
-    std::vector<uint32_t> space = {5, 9, 20};
-    size_t read = 0;
-    rig.bus->readFIFOSpace = [&] { return space.at(read++); };
+    rig.bus->ScriptFIFOSpace({5, 9, 20});
     int32_t credit = WaitFIFOSpace(ctx, 10, 0);
     EXPECT_EQ(credit, 10);
-    EXPECT_EQ(read, 3u);
+    EXPECT_EQ(rig.bus->ReadsOf(reg::InFIFOSpace), 3u);
     credit = WaitFIFOSpace(ctx, 10, credit);
     EXPECT_EQ(credit, 0);
-    EXPECT_EQ(read, 3u);
+    EXPECT_EQ(rig.bus->ReadsOf(reg::InFIFOSpace), 3u);
 }
 
 TEST(DMABuffers, AreTakenLowestFirstAndGivenBackOnce) {

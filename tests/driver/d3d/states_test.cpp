@@ -266,22 +266,14 @@ TEST_P(StateTest, StippleRowsSentDuringStippledAlphaGoOutWhenItEnds) {
     }
     c.Expect(33, 0, [](D3DContext& w) {
         w.RenderFlags = 0;
-        return Words{t::AreaStipplePattern0,
-                     0x00,
-                     0x041,
-                     0x11,
-                     0x042,
-                     0x22,
-                     0x043,
-                     0x33,
-                     0x044,
-                     0x44,
-                     0x045,
-                     0x55,
-                     0x046,
-                     0x66,
-                     0x047,
-                     0x77};
+        return Pairs({{t::AreaStipplePattern0, 0x00},
+                      {0x041, 0x11},
+                      {0x042, 0x22},
+                      {0x043, 0x33},
+                      {0x044, 0x44},
+                      {0x045, 0x55},
+                      {0x046, 0x66},
+                      {0x047, 0x77}});
     });
 }
 
@@ -301,22 +293,14 @@ TEST_P(StateTest, StippledAlphaTakesAreaStippleOverAndGivesItBack) {
     c.Expect(33, 0, [](D3DContext& w) {
         w.RenderFlags = 0;
         w.RenderCommand = 0x10001;
-        return Words{t::AreaStipplePattern0,
-                     0,
-                     0x041,
-                     0,
-                     0x042,
-                     0,
-                     0x043,
-                     0,
-                     0x044,
-                     0,
-                     0x045,
-                     0,
-                     0x046,
-                     0,
-                     0x047,
-                     0};
+        return Pairs({{t::AreaStipplePattern0, 0},
+                      {0x041, 0},
+                      {0x042, 0},
+                      {0x043, 0},
+                      {0x044, 0},
+                      {0x045, 0},
+                      {0x046, 0},
+                      {0x047, 0}});
     });
     c.ExpectNothing(33, 0);
 }

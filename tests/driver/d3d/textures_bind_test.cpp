@@ -251,24 +251,15 @@ TEST_P(PermediaBindTest, APlainTextureSendsItsWords) {
                     w.TextureWidthScale = 0.125f;
                     w.TextureHeightScale = 0.03125f;
                     w.ColorKeyActive = 0;
-                    return words + Words{t::TextureBaseAddress,
-                                         0x20000,
-                                         t::TexelLUTMode,
-                                         0,
-                                         t::TextureReadMode,
-                                         r.TextureReadMode,
-                                         t::TextureDataFormat,
-                                         r.TextureDataFormat,
-                                         t::ColorDDAMode,
-                                         r.ColorDDAMode,
-                                         t::TextureMapFormat,
-                                         r.TextureMapFormat,
-                                         t::TextureColorMode,
-                                         r.TextureColorMode,
-                                         t::YUVMode,
-                                         r.YUVMode,
-                                         t::TextureAddressMode,
-                                         r.TextureAddressMode};
+                    return words + Pairs({{t::TextureBaseAddress, 0x20000},
+                                          {t::TexelLUTMode, 0},
+                                          {t::TextureReadMode, r.TextureReadMode},
+                                          {t::TextureDataFormat, r.TextureDataFormat},
+                                          {t::ColorDDAMode, r.ColorDDAMode},
+                                          {t::TextureMapFormat, r.TextureMapFormat},
+                                          {t::TextureColorMode, r.TextureColorMode},
+                                          {t::YUVMode, r.YUVMode},
+                                          {t::TextureAddressMode, r.TextureAddressMode}});
                 });
             }
         }

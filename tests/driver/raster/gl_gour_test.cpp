@@ -87,12 +87,7 @@ TEST(GlintTriangle, FifoModeSendsTheSameWords) {
 TEST(GlintTriangle, FifoModeReadsSpaceOnlyWhenTheCreditRunsOut) {
     RasterRig rig(false);
     // 10 + 7 + 4 + 9 leave 1, the last 4 need a second look; 100 then lasts for a whole triangle.
-    std::vector<uint32_t> space = {31, 100};
-    rig.bus.readFIFOSpace = [&space] {
-        const uint32_t value = space.front();
-        space.erase(space.begin());
-        return value;
-    };
+    rig.bus.ScriptFIFOSpace({31, 100});
     auto vertices = HandTriangle();
     rig.Draw(Glint_Tri_XYZ_RGBF, vertices, {0, 1, 2, 0, 1, 2});
 
@@ -112,12 +107,7 @@ TEST(GlintTriangle, FifoModeReadsSpaceOnlyWhenTheCreditRunsOut) {
 
 TEST(GlintTriangle, FifoModePollsUntilThereIsRoom) {
     RasterRig rig(false);
-    std::vector<uint32_t> space = {0, 9, 10, 200};
-    rig.bus.readFIFOSpace = [&space] {
-        const uint32_t value = space.front();
-        space.erase(space.begin());
-        return value;
-    };
+    rig.bus.ScriptFIFOSpace({0, 9, 10, 200});
     auto vertices = HandTriangle();
     rig.Draw(Glint_Tri_XY_RGB, vertices, kOne);
     EXPECT_EQ(rig.bus.ReadsOf(reg::InFIFOSpace), 4u);

@@ -214,15 +214,10 @@ TEST(P2Mip, FlatSpecularSendsAllVerticesAndWrappingDoesNot) {
 
 TEST(P2Mip, LevelsAreWaitedForWithThreeEntries) {
     P2MipRig rig(false);
-    std::vector<uint32_t> space = {3, 8, 8, 8, 2};
-    rig.bus.readFIFOSpace = [&space] {
-        const uint32_t value = space.front();
-        space.erase(space.begin());
-        return value;
-    };
+    rig.bus.ScriptFIFOSpace({3, 8, 8, 8, 2});
     auto v = Corner(128, 1);
     DrawRecords(rig, P2_MipTri_XYZ_STQ_RGBFS, v, std::vector{TriangleRecord(0, 1, 2)});
-    EXPECT_TRUE(space.empty());
+    EXPECT_EQ(rig.bus.ReadsOf(reg::InFIFOSpace), 5u);
     EXPECT_EQ(rig.Take().size(), 6 + 26u);
 }
 

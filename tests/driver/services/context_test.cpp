@@ -38,8 +38,7 @@ TEST(HardwareContexts, ANewOneStartsWithTheChipsRegistersAndIsNotCurrent) {
     }
     const uint32_t id = CreateContext(rig.driver, rig.chip, 3, 0x1111, 0x2222);
     EXPECT_EQ(id, 6u);
-    EXPECT_EQ(SavedOf(rig.chip, id, 5),
-              (Words{0x100, 0x101, 0x102, 0x103, 0x104}));
+    EXPECT_EQ(SavedOf(rig.chip, id, 5), (Words{0x100, 0x101, 0x102, 0x103, 0x104}));
     EXPECT_EQ(rig.chip->ContextBlocks->Handle[6], 0x1111u);
     EXPECT_EQ(rig.chip->ContextBlocks->Owner[6], 0x2222u);
     EXPECT_EQ(rig.chip->ContextBlocks->Type[6], 3u);
@@ -304,9 +303,7 @@ TEST(HardwareContexts, BeyondTheFirstBlockTheRecordIsReadFromTheListsBlock) {
 TEST(RegisterLists, AreWrittenInRunsOfTheReportedSpace) {
     Rig rig;
     rig.Ready();
-    std::vector<uint32_t> space = {2, 0, 9};
-    size_t read = 0;
-    rig.bus->readFIFOSpace = [&] { return space.at(read++); };
+    rig.bus->ScriptFIFOSpace({2, 0, 9});
     const struct {
         uint16_t count;
         uint16_t offsets[5];

@@ -21,30 +21,18 @@ struct PermediaPackedSetup {
 };
 
 Words WordsOf(const PermediaPackedSetup& s) {
-    return {t::LogicalOpMode,
-            0,
-            t::FBReadMode,
-            s.readMode,
-            t::FBReadPixel,
-            s.readPixel,
-            t::FBPixelOffset,
-            0,
-            t::FBWindowBase,
-            s.base,
-            t::StartXDom,
-            s.xDom,
-            t::StartXSub,
-            s.xSub,
-            t::PackedDataLimits,
-            s.limits,
-            t::StartY,
-            s.top << 16,
-            t::dY,
-            0x10000,
-            t::Count,
-            s.height,
-            t::Render,
-            0x1040};
+    return Pairs({{t::LogicalOpMode, 0},
+                  {t::FBReadMode, s.readMode},
+                  {t::FBReadPixel, s.readPixel},
+                  {t::FBPixelOffset, 0},
+                  {t::FBWindowBase, s.base},
+                  {t::StartXDom, s.xDom},
+                  {t::StartXSub, s.xSub},
+                  {t::PackedDataLimits, s.limits},
+                  {t::StartY, s.top << 16},
+                  {t::dY, 0x10000},
+                  {t::Count, s.height},
+                  {t::Render, 0x1040}});
 }
 
 uint32_t DataOf(const Words& words, uint32_t tagNumber) {

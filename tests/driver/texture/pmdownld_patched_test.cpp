@@ -41,42 +41,21 @@ TEST(PatchedDownload, EightBitPixelsGoLineByLineInEveryColourByte) {
     load.SetDest(PixelSize8, 64, 0x4321);
     load.SetSource({0x01, 0x80, 0xFF, 0x99, 0x10, 0x00, 0x7F, 0x99}, 4);
     load.Run(PermediaPatchedTextureDownload, {0, 0, 3, 2});
-    const Words want = {t::FBReadPixel,
-                        0,
-                        t::TextureColorMode,
-                        0,
-                        t::LogicalOpMode,
-                        0, //
-                        t::FBReadMode,
-                        0x123,
-                        t::FBPixelOffset,
-                        0,
-                        t::FBWindowBase,
-                        0x4321,
-                        t::StartXDom,
-                        0,
-                        t::StartXSub,
-                        3 << 16,
-                        t::StartY,
-                        0,
-                        t::dY,
-                        0x10000,
-                        t::Count,
-                        2,
-                        t::Render,
-                        0x1040,
-                        0x200FE,
-                        0x010101,
-                        0x808080,
-                        0xFFFFFF, //
-                        0x200FE,
-                        0x101010,
-                        0x000000,
-                        0x7F7F7F, //
-                        t::FBReadPixel,
-                        2,
-                        t::WaitForCompletion,
-                        0};
+    const Words want =
+        Pairs({{t::FBReadPixel, 0},
+               {t::TextureColorMode, 0},
+               {t::LogicalOpMode, 0},
+               {t::FBReadMode, 0x123},
+               {t::FBPixelOffset, 0},
+               {t::FBWindowBase, 0x4321},
+               {t::StartXDom, 0},
+               {t::StartXSub, 3 << 16},
+               {t::StartY, 0},
+               {t::dY, 0x10000},
+               {t::Count, 2},
+               {t::Render, 0x1040}}) +
+        Words{0x200FE, 0x010101, 0x808080, 0xFFFFFF, 0x200FE, 0x101010, 0x000000, 0x7F7F7F} +
+        Pairs({{t::FBReadPixel, 2}, {t::WaitForCompletion, 0}});
     EXPECT_EQ(load.Sent(), want);
 }
 
@@ -88,43 +67,21 @@ TEST(PatchedDownload, SixteenBitPixelsAreDitheredToTheSurfacesFormat) {
     record.RedMask = 0xF800;
     load.SetSource(Halves({0xF800, 0x07E0, 0x001F, 0x0821}), 4);
     load.Run(PermediaPatchedTextureDownload, {0, 0, 2, 2});
-    const Words want = {t::FBReadPixel,
-                        1,
-                        t::DitherMode,
-                        0x10001,
-                        t::TextureColorMode,
-                        0,
-                        t::LogicalOpMode,
-                        0,
-                        t::FBReadMode,
-                        0x123,
-                        t::FBPixelOffset,
-                        0,
-                        t::FBWindowBase,
-                        0x2000,
-                        t::StartXDom,
-                        0,
-                        t::StartXSub,
-                        0x20000,
-                        t::StartY,
-                        0,
-                        t::dY,
-                        0x10000,
-                        t::Count,
-                        2,
-                        t::Render,
-                        0x1040, //
-                        0x300FE,
-                        0xF80000,
-                        0x00FC00,
-                        0x0000F8,
-                        0x080408, //
-                        t::DitherMode,
-                        0,
-                        t::FBReadPixel,
-                        2,
-                        t::WaitForCompletion,
-                        0};
+    const Words want = Pairs({{t::FBReadPixel, 1},
+                              {t::DitherMode, 0x10001},
+                              {t::TextureColorMode, 0},
+                              {t::LogicalOpMode, 0},
+                              {t::FBReadMode, 0x123},
+                              {t::FBPixelOffset, 0},
+                              {t::FBWindowBase, 0x2000},
+                              {t::StartXDom, 0},
+                              {t::StartXSub, 0x20000},
+                              {t::StartY, 0},
+                              {t::dY, 0x10000},
+                              {t::Count, 2},
+                              {t::Render, 0x1040}}) +
+                       Words{0x300FE, 0xF80000, 0x00FC00, 0x0000F8, 0x080408} +
+                       Pairs({{t::DitherMode, 0}, {t::FBReadPixel, 2}, {t::WaitForCompletion, 0}});
     EXPECT_EQ(load.Sent(), want);
 }
 
@@ -156,41 +113,21 @@ TEST(PatchedDownload, ThirtyTwoBitPixelsGoAsTheyStand) {
     load.SetDest(PixelSize32, 64, 0x4000);
     load.SetSource({1, 2, 3, 4, 5, 6, 7, 8}, 8);
     load.Run(PermediaPatchedTextureDownload, {0, 0, 2, 1});
-    const Words want = {t::FBReadPixel,
-                        2,
-                        t::DitherMode,
-                        1,
-                        t::TextureColorMode,
-                        0,
-                        t::LogicalOpMode,
-                        0,
-                        t::FBReadMode,
-                        0x123,
-                        t::FBPixelOffset,
-                        0,
-                        t::FBWindowBase,
-                        0x1000,
-                        t::StartXDom,
-                        0,
-                        t::StartXSub,
-                        0x20000,
-                        t::StartY,
-                        0,
-                        t::dY,
-                        0x10000,
-                        t::Count,
-                        1,
-                        t::Render,
-                        0x1040, //
-                        0x100FE,
-                        0x04030201,
-                        0x08070605, //
-                        t::DitherMode,
-                        0,
-                        t::FBReadPixel,
-                        0,
-                        t::WaitForCompletion,
-                        0};
+    const Words want = Pairs({{t::FBReadPixel, 2},
+                              {t::DitherMode, 1},
+                              {t::TextureColorMode, 0},
+                              {t::LogicalOpMode, 0},
+                              {t::FBReadMode, 0x123},
+                              {t::FBPixelOffset, 0},
+                              {t::FBWindowBase, 0x1000},
+                              {t::StartXDom, 0},
+                              {t::StartXSub, 0x20000},
+                              {t::StartY, 0},
+                              {t::dY, 0x10000},
+                              {t::Count, 1},
+                              {t::Render, 0x1040}}) +
+                       Words{0x100FE, 0x04030201, 0x08070605} +
+                       Pairs({{t::DitherMode, 0}, {t::FBReadPixel, 0}, {t::WaitForCompletion, 0}});
     EXPECT_EQ(load.Sent(), want);
 }
 
@@ -201,32 +138,19 @@ TEST(PatchedDownload, TwentyFourBitSurfacesTakeWordsAtAThirdOfTheOffset) {
     record.FormatExtension = 1;
     load.SetSource(Pattern(16), 6);
     load.Run(PermediaPatchedTextureDownload, {0, 0, 2, 2});
-    const Words want = Words{t::FBReadPixel,
-                             4,
-                             t::DitherMode,
-                             0x10011,
-                             t::TextureColorMode,
-                             0,
-                             t::LogicalOpMode,
-                             0,
-                             t::FBReadMode,
-                             0x123,
-                             t::FBPixelOffset,
-                             0,
-                             t::FBWindowBase,
-                             0x1000,
-                             t::StartXDom,
-                             0,
-                             t::StartXSub,
-                             0x20000,
-                             t::StartY,
-                             0,
-                             t::dY,
-                             0x10000,
-                             t::Count,
-                             2,
-                             t::Render,
-                             0x1040} +
+    const Words want = Pairs({{t::FBReadPixel, 4},
+                              {t::DitherMode, 0x10011},
+                              {t::TextureColorMode, 0},
+                              {t::LogicalOpMode, 0},
+                              {t::FBReadMode, 0x123},
+                              {t::FBPixelOffset, 0},
+                              {t::FBWindowBase, 0x1000},
+                              {t::StartXDom, 0},
+                              {t::StartXSub, 0x20000},
+                              {t::StartY, 0},
+                              {t::dY, 0x10000},
+                              {t::Count, 2},
+                              {t::Render, 0x1040}}) +
                        Runs(t::Color, WordsAt(Pattern(16), 0, 4)) +
                        Words{t::DitherMode, 0, t::FBReadPixel, 4, t::WaitForCompletion, 0};
     EXPECT_EQ(load.Sent(), want);
@@ -242,44 +166,22 @@ TEST(PatchedDownload, AFourBitSurfaceIsDrawnAsAnEightBitOneOfHalfTheWidth) {
         load.SetSource({0x21, 0x43, 0x99, 0xBA, 0xDC, 0x99}, 3);
         load.Run(PermediaPatchedTextureDownload, {0, 0, 4, 2});
         const uint32_t code = (5u << 3 | 2u) | (patched ? 0x4040000u : 0u);
-        const Words want = {t::FBReadPixel,
-                            0,
-                            t::DitherMode,
-                            0,
-                            t::TextureColorMode,
-                            0,
-                            t::LogicalOpMode,
-                            0,
-                            t::FBReadMode,
-                            code,
-                            t::FBPixelOffset,
-                            0,
-                            t::FBWindowBase,
-                            0x4003,
-                            t::StartXDom,
-                            0,
-                            t::StartXSub,
-                            0x20000,
-                            t::StartY,
-                            0,
-                            t::dY,
-                            0x10000,
-                            t::Count,
-                            2,
-                            t::Render,
-                            0x1040, //
-                            0x100FE,
-                            0x21,
-                            0x43,
-                            0x100FE,
-                            0xBA,
-                            0xDC, //
-                            t::DitherMode,
-                            0,
-                            t::FBReadPixel,
-                            1,
-                            t::WaitForCompletion,
-                            0};
+        const Words want =
+            Pairs({{t::FBReadPixel, 0},
+                   {t::DitherMode, 0},
+                   {t::TextureColorMode, 0},
+                   {t::LogicalOpMode, 0},
+                   {t::FBReadMode, code},
+                   {t::FBPixelOffset, 0},
+                   {t::FBWindowBase, 0x4003},
+                   {t::StartXDom, 0},
+                   {t::StartXSub, 0x20000},
+                   {t::StartY, 0},
+                   {t::dY, 0x10000},
+                   {t::Count, 2},
+                   {t::Render, 0x1040}}) +
+            Words{0x100FE, 0x21, 0x43, 0x100FE, 0xBA, 0xDC} +
+            Pairs({{t::DitherMode, 0}, {t::FBReadPixel, 1}, {t::WaitForCompletion, 0}});
         EXPECT_EQ(load.Sent(), want);
     }
 }

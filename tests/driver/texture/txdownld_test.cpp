@@ -31,26 +31,16 @@ struct GlintPackedSetup {
 
 // State behind the scissor words.
 Words GlintWordsOf(const GlintPackedSetup& s) {
-    return {t::LogicalOpMode,
-            0,
-            t::FBReadMode,
-            0x123,
-            t::FBPixelOffset,
-            0,
-            t::FBWindowBase,
-            s.base,
-            t::StartXDom,
-            s.first << 16,
-            t::StartXSub,
-            s.right << 16,
-            t::StartY,
-            s.top << 16,
-            t::dY,
-            0x10000,
-            t::Count,
-            s.height,
-            t::Render,
-            0x41048};
+    return Pairs({{t::LogicalOpMode, 0},
+                  {t::FBReadMode, 0x123},
+                  {t::FBPixelOffset, 0},
+                  {t::FBWindowBase, s.base},
+                  {t::StartXDom, s.first << 16},
+                  {t::StartXSub, s.right << 16},
+                  {t::StartY, s.top << 16},
+                  {t::dY, 0x10000},
+                  {t::Count, s.height},
+                  {t::Render, 0x41048}});
 }
 
 const Words kEnd = {t::ScissorMode, 0, t::WaitForCompletion, 0};
@@ -74,22 +64,13 @@ TEST(TXPatchedDownload, AFourBitTextureOfWidth16GoesAs2WordsALine) {
     Texture load(PixelSize4);
     load.Run(TXPatchedTextureDownload, {0, 0, 16, 2});
     const Bytes& bytes = SourceBytes();
-    const Words want = {t::LBWindowBase,
-                        Texture::kOffset / 4,
-                        t::TextureCacheControl,
-                        3,
-                        t::TextureDownloadOffset,
-                        0,
-                        t::LBReadMode,
-                        0,
-                        0x1011D,
-                        WordAt(bytes, 0),
-                        WordAt(bytes, 4),
-                        0x1011D,
-                        WordAt(bytes, kPitch),
-                        WordAt(bytes, kPitch + 4),
-                        t::WaitForCompletion,
-                        0};
+    const Words want = Pairs({{t::LBWindowBase, Texture::kOffset / 4},
+                              {t::TextureCacheControl, 3},
+                              {t::TextureDownloadOffset, 0},
+                              {t::LBReadMode, 0}}) +
+                       Words{0x1011D, WordAt(bytes, 0),      WordAt(bytes, 4),
+                             0x1011D, WordAt(bytes, kPitch), WordAt(bytes, kPitch + 4)} +
+                       Pairs({{t::WaitForCompletion, 0}});
     EXPECT_EQ(load.Sent(), want);
 }
 

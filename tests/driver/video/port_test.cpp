@@ -1,5 +1,6 @@
 // The video port's life, flips, lists and queries.
 #include "tests/driver/video/port_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -197,11 +198,10 @@ TEST(VideoPort, AFlipLetsTheChipFinishFirst) {
     rig.driver->VideoSurfaceCount = 2;
     auto data = DataOf<DDHAL_FLIPVPORTDATA>(rig);
     FlipVideoPort32(&data);
-    // FilterMode 0x400, Sync, FilterMode 0: tags 0x180, 0x188.
     EXPECT_EQ(rig.Take(), (PortSteps{{0x18, 3},
-                                     {0x8000 + 0x180 * 8, 0x400},
-                                     {0x8000 + 0x188 * 8, 0},
-                                     {0x8000 + 0x180 * 8, 0},
+                                     {0x8000 + t::FilterMode * 8, 0x400},
+                                     {0x8000 + t::Sync * 8, 0},
+                                     {0x8000 + t::FilterMode * 8, 0},
                                      {0x18, 1},
                                      {0x5918, 1}}));
 }
