@@ -1,7 +1,38 @@
+#include "tools/korv/base/errors.h"
+#include "tools/korv/base/fd_buffer.h"
+#include "tools/korv/base/output_file.h"
 #include "tools/korv/commands/cli/run.h"
 
+#include <csignal>
+#include <fcntl.h>
 #include <iostream>
+#include <unistd.h>
+
+namespace {
+
+// No file of ours may get the number of a standard stream that is closed: it would be written into.
+// What stands there instead cannot be written.
+void HoldStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) == -1) {
+            open("/dev/null", O_RDONLY);
+        }
+    }
+}
+
+} // namespace
 
 int main(int argc, char** argv) {
-    return korv::Run(argc, argv, std::cout, std::cerr);
+    HoldStandardStreams();
+    // A reader that leaves is an error like any other, so that temporary files go away.
+    std::signal(SIGPIPE, SIG_IGN);
+    korv::FdBuffer buffer(STDOUT_FILENO);
+    std::ostream out(&buffer);
+    const int code = korv::Run(argc, argv, out, std::cerr);
+    out.flush();
+    if (buffer.Error() == 0 || code != korv::kExitOk) {
+        return code;
+    }
+    std::cerr << "korv: cannot write standard output: " << korv::ReasonOf(buffer.Error()) << '\n';
+    return korv::kExitBadInput;
 }

@@ -14,6 +14,11 @@ struct UserError : std::runtime_error {
     explicit UserError(const std::string& line) : std::runtime_error(line) {}
 };
 
+// A command line that cannot be taken as it is: the line that is told ends by naming the help.
+struct UsageError : UserError {
+    using UserError::UserError;
+};
+
 // A script's expectation that did not hold: `what()` is one line for each.
 struct UnexpectedError : std::runtime_error {
     explicit UnexpectedError(const std::string& lines) : std::runtime_error(lines) {}

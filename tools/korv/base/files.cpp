@@ -6,70 +6,67 @@
 
 #include <cerrno>
 #include <cstring>
-#include <sstream>
+#include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace korv {
 
 namespace {
 
-[[noreturn]] void Fail(const std::filesystem::path& path, const std::string& reason) {
-    throw UserError(fmt::format("cannot write '{}': {}", path.string(), reason));
+[[noreturn]] void FailToRead(const std::filesystem::path& path, const std::string& reason) {
+    throw UserError(fmt::format("cannot read '{}': {}", path.string(), reason));
 }
 
-std::string LastReason() {
-    return errno != 0 ? std::strerror(errno) : "the file system refused";
-}
+// Open while it lives.
+class InputFile {
+  public:
+    explicit InputFile(const std::filesystem::path& path)
+        : descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY)) {}
+    ~InputFile() {
+        if (descriptor >= 0) {
+            close(descriptor);
+        }
+    }
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    const int descriptor;
+};
 
 } // namespace
 
-OutputFile::OutputFile(std::filesystem::path path)
-    : path_(std::move(path)), temporary_(path_.string() + fmt::format(".{}.part", getpid())) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path_, error)) {
-        Fail(path_, "it is a folder, expected a file name");
+std::string ReadFile(const std::filesystem::path& path, size_t most) {
+    constexpr size_t kPiece = size_t{1} << 16;
+    const InputFile file(path);
+    struct stat status {};
+    if (file.descriptor < 0 || fstat(file.descriptor, &status) != 0) {
+        FailToRead(path, std::strerror(errno));
     }
-    errno = 0;
-    stream_.open(temporary_, std::ios::binary | std::ios::trunc);
-    if (!stream_) {
-        Fail(path_, LastReason());
+    if (S_ISDIR(status.st_mode)) {
+        FailToRead(path, "it is a folder");
     }
-}
-
-OutputFile::~OutputFile() {
-    std::error_code ignored;
-    if (!temporary_.empty()) {
-        std::filesystem::remove(temporary_, ignored);
+    NoteInput(path, status);
+    std::string bytes;
+    if (S_ISREG(status.st_mode) && static_cast<uint64_t>(status.st_size) <= most) {
+        bytes.reserve(static_cast<size_t>(status.st_size) + kPiece);
     }
-}
-
-void OutputFile::Commit() {
-    errno = 0;
-    stream_.close();
-    if (!stream_) {
-        Fail(path_, LastReason());
+    while (true) {
+        const size_t before = bytes.size();
+        bytes.resize(before + kPiece);
+        const ssize_t got = read(file.descriptor, bytes.data() + before, kPiece);
+        const int reason = errno;
+        bytes.resize(before + static_cast<size_t>(got > 0 ? got : 0));
+        if (got == 0) {
+            return bytes;
+        }
+        if (got < 0 && reason != EINTR) {
+            FailToRead(path, std::strerror(reason));
+        }
+        if (bytes.size() > most) {
+            FailToRead(path, fmt::format("larger than {} MB", most >> 20));
+        }
     }
-    std::error_code error;
-    std::filesystem::rename(temporary_, path_, error);
-    if (error) {
-        Fail(path_, error.message());
-    }
-    temporary_.clear();
-}
-
-std::string ReadFile(const std::filesystem::path& path) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error)) {
-        throw UserError(fmt::format("cannot read '{}': it is a folder", path.string()));
-    }
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream bytes;
-    if (!file || !(bytes << file.rdbuf())) {
-        throw UserError(fmt::format("cannot read '{}': {}", path.string(),
-                                    file ? "it is empty" : std::strerror(errno)));
-    }
-    return bytes.str();
 }
 
 void WriteFile(const std::filesystem::path& path, std::span<const std::byte> bytes) {
@@ -82,7 +79,8 @@ void WriteFile(const std::filesystem::path& path, std::span<const std::byte> byt
 void MakeFolder(const std::filesystem::path& path) {
     std::error_code error;
     std::filesystem::create_directories(path, error);
-    if (!std::filesystem::is_directory(path)) {
+    std::error_code none;
+    if (!std::filesystem::is_directory(path, none)) {
         throw UserError(fmt::format("cannot make folder '{}': {}", path.string(),
                                     error ? error.message() : "something else has that name"));
     }

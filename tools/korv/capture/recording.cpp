@@ -7,7 +7,7 @@ namespace korv {
 namespace {
 
 std::filesystem::path Suffixed(const std::filesystem::path& path, const std::string& suffix) {
-    if (path.empty()) {
+    if (path.empty() || TargetOf(path).IsSpecial()) {
         return path;
     }
     return path.parent_path() / (path.stem().string() + "-" + suffix + path.extension().string());
@@ -28,7 +28,17 @@ Recording::Recording(const RecordPaths& paths) : trace_(trace::NewTap()) {
     }
 }
 
+void Recording::Close() {
+    if (words_) {
+        words_->file.Close();
+    }
+    if (events_) {
+        events_->file.Close();
+    }
+}
+
 void Recording::Commit() {
+    Close();
     if (words_) {
         words_->file.Commit();
     }

@@ -1,8 +1,8 @@
 #pragma once
 // Recording of what reaches the board: the words of the stream, all events as text, or both; and
 // what `korv trace` wants to know.
-#include "board/recorder.h"
 #include "board/events.h"
+#include "board/recorder.h"
 #include "tools/korv/base/files.h"
 
 #include <filesystem>
@@ -17,7 +17,8 @@ struct RecordPaths {
     std::filesystem::path words;  // stream words, little-endian
     std::filesystem::path events; // event text
 
-    // The same names with "-" and `suffix` put before the extension.
+    // The same names with "-" and `suffix` put before the extension. A name of what is no regular
+    // file, as standard output, stays.
     RecordPaths With(const std::string& suffix) const;
 };
 
@@ -27,6 +28,8 @@ class Recording : public board::BusRecorder {
     explicit Recording(const RecordPaths& paths);
 
     bool Wanted() const { return words_ || events_ || trace_; }
+    // All is written, but not in place yet. UserError if it cannot be.
+    void Close();
     // Puts the files in place; without it they go away.
     void Commit();
 

@@ -1,5 +1,7 @@
 #include "tools/korv/capture/trace_listing.h"
 
+#include "tools/korv/base/text.h"
+
 #include <fmt/format.h>
 #include <fmt/ostream.h>
 
@@ -24,7 +26,7 @@ void Listing::WordsUpTo(uint32_t position) {
 void Listing::TellLost() {
     const uint32_t lost = log_.lost;
     if (lost != lost_) {
-        fmt::print(out_, "; {} words lost\n", lost - lost_);
+        fmt::print(out_, "; {} lost\n", Count(lost - lost_, "word"));
     }
     lost_ = lost;
 }
@@ -34,14 +36,15 @@ void Listing::Batch() {
     const uint32_t before = log_.batchStart - log_.read;
     const uint32_t words = log_.batchEnd - log_.batchStart;
     if (before != 0) {
-        fmt::print(out_, "; before batch {}: {} words\n", batches_, before);
+        fmt::print(out_, "; before batch {}: {}\n", batches_, Count(before, "word"));
     }
     WordsUpTo(log_.batchStart);
     TellLost();
     if (words == 0) {
         fmt::print(out_, "; batch {}: no words\n", batches_);
     } else {
-        fmt::print(out_, "; batch {}: context {}, {} words\n", batches_, log_.context, words);
+        fmt::print(out_, "; batch {}: context {}, {}\n", batches_, log_.context,
+                   Count(words, "word"));
     }
     WordsUpTo(log_.batchEnd);
     out_.flush();
@@ -50,7 +53,7 @@ void Listing::Batch() {
 void Listing::Rest() {
     const uint32_t words = log_.written - log_.read;
     if (words != 0) {
-        fmt::print(out_, "; after the last batch: {} words\n", words);
+        fmt::print(out_, "; after the last batch: {}\n", Count(words, "word"));
     }
     WordsUpTo(log_.written);
     TellLost();

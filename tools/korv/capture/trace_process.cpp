@@ -11,6 +11,7 @@
 #include <exception>
 #include <iostream>
 #include <iterator>
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -78,6 +79,14 @@ ChildProcess::ChildProcess(const std::function<int()>& program) {
 }
 
 ChildProcess::~ChildProcess() {
+    // Time to remove its temporary files.
+    constexpr int kTries = 100, kMilliseconds = 10;
+    for (int i = 0; i < kTries && !Ended(); ++i) {
+        if (i == 0) {
+            kill(pid_, SIGTERM);
+        }
+        poll(nullptr, 0, kMilliseconds);
+    }
     if (!Ended()) {
         kill(pid_, SIGKILL);
         waitpid(pid_, nullptr, 0);

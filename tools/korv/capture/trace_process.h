@@ -21,8 +21,8 @@ class SignalWatch {
     static void Restore();
 };
 
-// A forked process that runs `program` and ends with its result. It is killed if it still runs when
-// this object goes.
+// A forked process that runs `program` and ends with its result. It is ended if it still runs when
+// this object goes, and killed if it does not end within a second.
 class ChildProcess {
   public:
     // UserError if there can be no more processes.

@@ -4,6 +4,7 @@
 #include "host/win32/shared/shared_objects.h"
 #include "host/win32/sync.h"
 #include "tools/korv/base/errors.h"
+#include "tools/korv/base/text.h"
 #include "tools/korv/capture/trace_client.h"
 #include "tools/korv/capture/trace_listing.h"
 #include "tools/korv/capture/trace_process.h"
@@ -80,8 +81,8 @@ class Tool {
             listing_.Rest();
         }
         const uint32_t batches = listing_.Batches();
-        fmt::print(err_, "korv: {} {}, {} words traced\n", batches,
-                   batches == 1 ? "batch" : "batches", listing_.Words());
+        fmt::print(err_, "korv: {} {}, {} traced\n", batches, batches == 1 ? "batch" : "batches",
+                   Count(listing_.Words(), "word"));
         if (interrupted) {
             return 128 + SignalWatch::Caught();
         }

@@ -153,7 +153,7 @@ void Demo(const DemoArguments& arguments, Console& console) {
     }
     progress.Wipe();
     WritePng(folder / kSheetName, sheet.Draw());
-    fmt::print(console.out, "{} {}{} in {}, all on one sheet in {}\n", pictures,
+    fmt::print(console.Report(), "{} {}{} in {}, all on one sheet in {}\n", pictures,
                pictures == 1 ? "picture" : "pictures",
                frames == 0 ? "" : fmt::format(" and {} frames", frames), folder.string(),
                (folder / kSheetName).string());
@@ -192,7 +192,7 @@ void SetUpDemo(CLI::App& command, Console& console) {
     command.add_option("--chip", arguments->chips, "Only this chip; may be repeated")
         ->type_name("CHIP");
     command.add_option("--scene", arguments->scenes, "Only this scene; may be repeated")
-        ->type_name("NAME");
+        ->type_name("SCENE");
     AddDrawArguments(command, arguments->draw);
     command.footer(DemoFooter());
     command.callback([arguments, &console] { Demo(*arguments, console); });

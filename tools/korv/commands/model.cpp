@@ -1,5 +1,6 @@
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/files.h"
+#include "tools/korv/base/text.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/model/obj.h"
 #include "tools/korv/model/shapes.h"
@@ -18,10 +19,10 @@ struct ModelArguments {
     std::string name, output;
 };
 
-std::string ShapeNames() {
+std::string ShapeNames(const char* between) {
     std::string names;
     for (const Shape& shape : NamedShapes()) {
-        names += fmt::format("{}{}", names.empty() ? "" : ", ", shape.name);
+        names += fmt::format("{}{}", names.empty() ? "" : between, shape.name);
     }
     return names;
 }
@@ -29,15 +30,15 @@ std::string ShapeNames() {
 void Model(const ModelArguments& arguments, Console& console) {
     const Shape* shape = FindShape(arguments.name);
     if (shape == nullptr) {
-        throw UserError(
-            fmt::format("unknown model '{}': expected one of {}", arguments.name, ShapeNames()));
+        throw UserError(fmt::format("unknown model '{}': expected one of {}", arguments.name,
+                                    ShapeNames(", ")));
     }
     const Mesh mesh = shape->make();
     OutputFile file(arguments.output);
     WriteObj(file.Stream(), mesh, fmt::format("{}, by korv model", shape->about));
     file.Commit();
-    fmt::print(console.out, "{}: {}, {} triangles\n", arguments.output, shape->about,
-               mesh.triangles.size());
+    fmt::print(console.Report(), "{}: {}, {}\n", Printable(arguments.output), shape->about,
+               Count(mesh.triangles.size(), "triangle"));
 }
 
 std::string ModelFooter() {
@@ -46,6 +47,8 @@ std::string ModelFooter() {
         text += fmt::format("  {:<12}{}\n", shape.name, shape.about);
     }
     return text + R"(
+The y axis of the file points upwards.
+
 Example:
   korv model torus-knot -o torus-knot.obj
 )";
@@ -53,8 +56,10 @@ Example:
 
 void SetUpModel(CLI::App& command, Console& console) {
     auto arguments = std::make_shared<ModelArguments>();
-    command.add_option("NAME", arguments->name, "The model")->type_name("")->required();
-    command.add_option("-o,--output", arguments->output, "The file")
+    command.add_option("NAME", arguments->name, "The model")
+        ->type_name(ShapeNames("|"))
+        ->required();
+    command.add_option("-o,--output", arguments->output, "The file; - for standard output")
         ->type_name("FILE.obj")
         ->required();
     command.footer(ModelFooter());

@@ -1,7 +1,11 @@
 #include "tools/korv/base/errors.h"
+#include "tools/korv/base/files.h"
+#include "tools/korv/base/progress.h"
+#include "tools/korv/base/text.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/draw_options.h"
 #include "tools/korv/commands/cli/texture_options.h"
+#include "tools/korv/commands/cli/values.h"
 #include "tools/korv/images/png.h"
 #include "tools/korv/model/obj.h"
 #include "tools/korv/painting/canvas.h"
@@ -11,7 +15,10 @@
 #include <fmt/format.h>
 #include <fmt/ostream.h>
 
+#include <algorithm>
 #include <memory>
+#include <optional>
+#include <vector>
 
 namespace korv {
 
@@ -24,6 +31,7 @@ struct RenderArguments {
     std::string chip;
     std::string shade = "gouraud";
     std::string cull = "none";
+    std::string up = "y";
     bool zBuffer = false, fog = false;
     Orbit orbit;
     TextureArguments texture;
@@ -73,18 +81,38 @@ Mesh PartOf(const Mesh& mesh, int image) {
     return part;
 }
 
-void DrawTextured(Canvas& canvas, const Mesh& mesh, const Camera& camera,
-                  const DrawOptions& options, const TextureArguments& texture) {
-    std::vector<TextureHandle> handles;
+// Images of materials that cannot be read are left out, with a warning; the one that was asked for
+// is not.
+std::vector<std::optional<TextureRequest>>
+ReadImages(const Mesh& mesh, const TextureArguments& texture, Console& console) {
+    std::vector<std::optional<TextureRequest>> requests;
     for (const std::string& image : mesh.images) {
-        handles.push_back(canvas.MakeTexture(texture.Request(image)));
+        try {
+            requests.emplace_back(texture.Request(image));
+        } catch (const UserError& error) {
+            if (!texture.image.empty()) {
+                throw;
+            }
+            Warn(console, std::string(error.what()) + ", drawing without it");
+            requests.emplace_back();
+        }
+    }
+    return requests;
+}
+
+void DrawTextured(Canvas& canvas, const Mesh& mesh, const Camera& camera,
+                  const DrawOptions& options, const TextureArguments& texture,
+                  const std::vector<std::optional<TextureRequest>>& images) {
+    std::vector<TextureHandle> handles;
+    for (const auto& image : images) {
+        handles.push_back(image ? canvas.MakeTexture(*image) : TextureHandle{});
     }
     for (int image = -1; image < static_cast<int>(handles.size()); ++image) {
         const Mesh part = PartOf(mesh, image);
         if (part.triangles.empty()) {
             continue;
         }
-        if (image < 0) {
+        if (image < 0 || !images[image]) {
             ClearTexture(canvas);
         } else {
             TextureState state = texture.State();
@@ -95,17 +123,36 @@ void DrawTextured(Canvas& canvas, const Mesh& mesh, const Camera& camera,
     }
 }
 
+// How far the work is when the model has been read.
+constexpr double kPartOfReading = 0.3;
+
+Mesh ReadModel(const RenderArguments& arguments, Console& console, Progress& progress) {
+    ObjOptions options;
+    options.up = arguments.up == "z" ? Up::Z : Up::Y;
+    options.progress = [&](size_t done, size_t all) {
+        progress.At(kPartOfReading * static_cast<double>(done) / static_cast<double>(all),
+                    "reading");
+    };
+    ObjModel model = ReadObjModel(arguments.model, options);
+    for (const std::string& warning : model.warnings) {
+        progress.Wipe();
+        Warn(console, warning);
+    }
+    return std::move(model.mesh);
+}
+
 void Render(const RenderArguments& arguments, Console& console) {
     const Settings settings = arguments.draw.ToSettings();
     const ChipChoice& chip = ChipByName(arguments.chip);
-    std::error_code ignored;
-    if (std::filesystem::equivalent(arguments.model, arguments.output, ignored)) {
-        throw UserError(fmt::format("'{}' is the model itself, expected another name for the "
-                                    "picture",
-                                    arguments.output));
-    }
-    Mesh mesh = LoadObj(arguments.model);
+    CheckPngName(arguments.output);
+    arguments.texture.Check();
+    // All outputs first: the model and its images must be none of them.
+    OutputFile output(arguments.output);
+    Recording recording(arguments.draw.record);
+    Progress progress(console.err, 1);
+    Mesh mesh = ReadModel(arguments, console, progress);
     ChooseImages(mesh, arguments.texture, chip, arguments.model);
+    const auto images = ReadImages(mesh, arguments.texture, console);
     const Camera camera = FitCamera(BoundingSphere(mesh), arguments.orbit, settings.size);
     DrawOptions options;
     options.shading = arguments.shade == "flat" ? Shading::Flat : Shading::Gouraud;
@@ -115,8 +162,14 @@ void Render(const RenderArguments& arguments, Console& console) {
     if (arguments.fog) {
         options.fog = Fog{camera.nearPlane, camera.farPlane, kBackground};
     }
+    size_t drawn = 0;
+    options.progress = [&](size_t done, size_t all) {
+        const double part = static_cast<double>(drawn + done) /
+                            static_cast<double>(std::max(mesh.triangles.size(), drawn + done));
+        progress.At(kPartOfReading + (1 - kPartOfReading) * part, "drawing");
+        drawn += done == all ? all : 0;
+    };
 
-    Recording recording(arguments.draw.record);
     Canvas canvas(chip, settings, recording);
     canvas.Clear(kBackground);
     canvas.State(D3DRENDERSTATE_ZENABLE, zBuffer);
@@ -124,19 +177,23 @@ void Render(const RenderArguments& arguments, Console& console) {
     if (mesh.images.empty()) {
         DrawMesh(canvas, mesh, camera, options);
     } else {
-        DrawTextured(canvas, mesh, camera, options, arguments.texture);
+        DrawTextured(canvas, mesh, camera, options, arguments.texture, images);
     }
-    WritePng(arguments.output, canvas.Finish());
+    WritePng(output.Stream(), canvas.Finish());
+    output.Close();
     recording.Commit();
+    output.Commit();
+    progress.Wipe();
     WarnOfFaults(console, arguments.output, canvas.Faults());
-    fmt::print(console.out, "{}: {} triangles of {} on {}\n", arguments.output,
-               mesh.triangles.size(), arguments.model, chip.about);
+    fmt::print(console.Report(), "{}: {} of {} on {}\n", Printable(arguments.output),
+               Count(mesh.triangles.size(), "triangle"), Printable(arguments.model), chip.about);
 }
 
 constexpr const char* kRenderFooter =
     R"(Front faces run counter-clockwise, so '--cull cw' drops what faces away. Without
 --zbuffer the triangles are drawn from back to front; models with several textures
-always have a depth buffer.
+always have a depth buffer. Material files and their images that cannot be read are warned of
+and left out.
 
 Examples:
   korv render scenes/torus-knot.obj --chip tx --zbuffer -o knot.png
@@ -150,36 +207,29 @@ void SetUpRender(CLI::App& command, Console& console) {
     command.add_option("MODEL", arguments->model, "The model, a Wavefront OBJ file")
         ->type_name("")
         ->required();
-    command.add_option("-o,--output", arguments->output, "The picture")
+    command.add_option("-o,--output", arguments->output, "The picture; - for standard output")
         ->type_name("OUT.png")
         ->required();
     command.add_option("--chip", arguments->chip, "The chip: " + ChipNames())
         ->type_name("CHIP")
         ->required();
-    command.add_option("--shade", arguments->shade, "flat or gouraud (default gouraud)")
-        ->type_name("HOW")
-        ->check(CLI::IsMember({"flat", "gouraud"}).description(""));
+    AddChoice(command, "--shade", arguments->shade, {"flat", "gouraud"},
+              "How light spreads over a triangle (default gouraud)");
     command.add_flag("--zbuffer", arguments->zBuffer, "Test and write depth");
     command.add_flag("--fog", arguments->fog, "Fade into the background with the distance");
-    command
-        .add_option("--cull", arguments->cull,
-                    "Drop triangles by their turn: none, cw or ccw (default none)")
-        ->type_name("TURN")
-        ->check(CLI::IsMember({"none", "cw", "ccw"}).description(""));
-    command
-        .add_option("--yaw", arguments->orbit.yaw, "Walk around the model, in degrees (default 30)")
-        ->type_name("DEG")
-        ->check(CLI::Range(-360.0, 360.0).description(""));
-    command
-        .add_option("--pitch", arguments->orbit.pitch,
-                    "Height of the eye above the model, in degrees (default 25)")
-        ->type_name("DEG")
-        ->check(CLI::Range(-90.0, 90.0).description(""));
-    command
-        .add_option("--zoom", arguments->orbit.zoom,
-                    "Enlarge; the model fits the picture at 1 (default 1)")
-        ->type_name("FACTOR")
-        ->check(CLI::Range(0.1, 100.0).description(""));
+    AddChoice(command, "--cull", arguments->cull, {"none", "cw", "ccw"},
+              "Drop triangles by their turn (default none)");
+    AddChoice(command, "--up", arguments->up, {"y", "z"},
+              "The model's axis that points upwards (default y)");
+    AddNumber(command, "--yaw", arguments->orbit.yaw, -360.0, 360.0,
+              "Walk around the model, -360 to 360 degrees (default 30)")
+        ->type_name("DEG");
+    AddNumber(command, "--pitch", arguments->orbit.pitch, -90.0, 90.0,
+              "Height of the eye above the model, -90 to 90 degrees (default 25)")
+        ->type_name("DEG");
+    AddNumber(command, "--zoom", arguments->orbit.zoom, 0.1, 100.0,
+              "Enlarge, 0.1 to 100; the model fits the picture at 1 (default 1)")
+        ->type_name("FACTOR");
     AddTextureArguments(command, arguments->texture);
     AddDrawArguments(command, arguments->draw);
     command.footer(kRenderFooter);

@@ -4,7 +4,9 @@
 #include "tools/korv/base/crash_note.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/files.h"
+#include "tools/korv/base/text.h"
 #include "tools/korv/commands/cli/command.h"
+#include "tools/korv/commands/cli/values.h"
 #include "tools/korv/replay/script.h"
 
 #include <CLI/CLI.hpp>
@@ -62,7 +64,8 @@ void Replay(const ReplayArguments& arguments, Console& console) {
         WarnOfFaults(console, fmt::format("{}: display '{}'", arguments.script, name),
                      host::UnexpectedFaults(one.display->Board()).Describe());
     }
-    fmt::print(console.out, "{}: {} steps, all as expected\n", arguments.script, script.Steps());
+    fmt::print(console.Report(), "{}: {}, all as expected\n", Printable(arguments.script),
+               Count(script.Steps(), "step"));
 }
 
 constexpr const char* kReplayFooter =
@@ -99,11 +102,9 @@ void SetUpReplay(CLI::App& command, Console& console) {
         ->type_name("DIR");
     auto* fifo = command.add_flag("--fifo", arguments->fifo,
                                   "Feed the chip through its FIFO, whatever the script says");
-    command
-        .add_option("--subbuffers", arguments->subBuffers,
-                    "Cut the DMA buffer into N pieces, 2 to 32, whatever the script says")
+    AddNumber(command, "--subbuffers", arguments->subBuffers, 2, 32,
+              "Cut the DMA buffer into N pieces, 2 to 32, whatever the script says")
         ->type_name("N")
-        ->check(CLI::Range(2, 32).description(""))
         ->excludes(fifo);
     command.footer(kReplayFooter);
     command.callback([arguments, &console] { Replay(*arguments, console); });

@@ -1,5 +1,7 @@
 #include "tools/korv/base/errors.h"
+#include "tools/korv/base/text.h"
 #include "tools/korv/commands/cli/command.h"
+#include "tools/korv/commands/cli/values.h"
 #include "tools/korv/images/patterns.h"
 #include "tools/korv/images/png.h"
 
@@ -20,17 +22,22 @@ struct PatternArguments {
     int side = 128; // texels
 };
 
+std::string PatternNames(const char* between) {
+    std::string names;
+    for (const Pattern& pattern : NamedPatterns()) {
+        names += fmt::format("{}{}", names.empty() ? "" : between, pattern.name);
+    }
+    return names;
+}
+
 const Pattern& PatternByName(const std::string& name) {
     const auto patterns = NamedPatterns();
     const auto found = std::ranges::find(patterns, name, &Pattern::name);
-    if (found != patterns.end()) {
-        return *found;
+    if (found == patterns.end()) {
+        throw UserError(
+            fmt::format("unknown texture '{}': expected one of {}", name, PatternNames(", ")));
     }
-    std::string names;
-    for (const Pattern& pattern : patterns) {
-        names += fmt::format("{}{}", names.empty() ? "" : ", ", pattern.name);
-    }
-    throw UserError(fmt::format("unknown texture '{}': expected one of {}", name, names));
+    return *found;
 }
 
 void Texture(const PatternArguments& arguments, Console& console) {
@@ -39,10 +46,11 @@ void Texture(const PatternArguments& arguments, Console& console) {
         throw UserError(
             fmt::format("bad side {}: expected a power of two from 32 to 1024", arguments.side));
     }
+    CheckPngName(arguments.output);
     const host::Picture picture = pattern.make(static_cast<uint32_t>(arguments.side));
     WritePng(arguments.output, picture, PngChannels::Rgba);
-    fmt::print(console.out, "{}: {}, {} by {} texels\n", arguments.output, pattern.about,
-               picture.width, picture.height);
+    fmt::print(console.Report(), "{}: {}, {} by {} texels\n", Printable(arguments.output),
+               pattern.about, picture.width, picture.height);
 }
 
 std::string TextureFooter() {
@@ -58,13 +66,15 @@ Example:
 
 void SetUpTexture(CLI::App& command, Console& console) {
     auto arguments = std::make_shared<PatternArguments>();
-    command.add_option("NAME", arguments->name, "The texture")->type_name("")->required();
-    command.add_option("-o,--output", arguments->output, "The file")
+    command.add_option("NAME", arguments->name, "The texture")
+        ->type_name(PatternNames("|"))
+        ->required();
+    command.add_option("-o,--output", arguments->output, "The file; - for standard output")
         ->type_name("FILE.png")
         ->required();
-    command.add_option("--side", arguments->side, "Width and height in texels (default 128)")
-        ->type_name("N")
-        ->check(CLI::Range(32, 1024).description(""));
+    AddNumber(command, "--side", arguments->side, 32, 1024,
+              "Width and height in texels, a power of two from 32 to 1024 (default 128)")
+        ->type_name("N");
     command.footer(TextureFooter());
     command.callback([arguments, &console] { Texture(*arguments, console); });
 }

@@ -3,6 +3,7 @@
 #include "tools/korv/capture/trace_tool.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/run.h"
+#include "tools/korv/commands/cli/values.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -17,6 +18,7 @@ namespace {
 
 struct TraceArguments {
     trace::Options options;
+    int limit = 0;
     std::string output;
     std::vector<std::string> command;
 };
@@ -44,14 +46,20 @@ int RunCommand(const std::vector<std::string>& command) {
 
 void Trace(const TraceArguments& arguments, Console& console) {
     CheckCommand(arguments.command);
+    trace::Options options = arguments.options;
+    options.limit = static_cast<uint32_t>(arguments.limit);
+    // The traced command, a process forked from this one, must not write there.
     std::optional<OutputFile> file;
+    std::optional<OutputClaim> listing;
     if (!arguments.output.empty()) {
         file.emplace(arguments.output);
+    } else {
+        listing.emplace(kStandardOutput);
     }
     const int code = trace::Run(
-        arguments.options, [&] { return RunCommand(arguments.command); },
-        file ? file->Stream() : console.out, console.err);
-    if (file) {
+        options, [&] { return RunCommand(arguments.command); }, file ? file->Stream() : console.out,
+        console.err);
+    if (file && code != kExitBadInput) {
         file->Commit();
     }
     throw ExitStatus{code};
@@ -75,11 +83,9 @@ Examples:
 void SetUpTrace(CLI::App& command, Console& console) {
     auto arguments = std::make_shared<TraceArguments>();
     command.add_flag("--step", arguments->options.step, "Ask before each batch");
-    command
-        .add_option("--limit", arguments->options.limit,
-                    "List this many batches, and let the command run on")
-        ->type_name("N")
-        ->check(CLI::Range(1, 1000000000).description(""));
+    AddNumber(command, "--limit", arguments->limit, 1, 1000000000,
+              "List this many batches, and let the command run on")
+        ->type_name("N");
     command
         .add_option("-o,--output", arguments->output,
                     "Write the listing there (default: standard output)")

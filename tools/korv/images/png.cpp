@@ -18,7 +18,26 @@
 
 #include <fmt/format.h>
 
+#include <string_view>
+#include <strings.h>
+
 namespace korv {
+
+namespace {
+
+// Of bytes that could not be read as a PNG.
+const char* WhyNoPng(std::string_view bytes) {
+    constexpr std::string_view kSignature = "\x89PNG\r\n\x1A\n";
+    if (!bytes.starts_with(kSignature)) {
+        return "unknown image type, expected a PNG";
+    }
+    const std::string_view reason = stbi_failure_reason();
+    return reason == "too large" || reason == "outofmem"
+               ? "the image is too large"
+               : "the PNG is damaged or cut short, expected a whole one";
+}
+
+} // namespace
 
 host::Picture ReadPng(const std::filesystem::path& path) {
     constexpr int kRgba = 4;
@@ -29,8 +48,7 @@ host::Picture ReadPng(const std::filesystem::path& path) {
                               static_cast<int>(bytes.size()), &width, &height, &channels, kRgba),
         &stbi_image_free);
     if (!pixels) {
-        throw UserError(fmt::format("cannot read '{}': {}, expected a PNG", path.string(),
-                                    stbi_failure_reason()));
+        throw UserError(fmt::format("cannot read '{}': {}", path.string(), WhyNoPng(bytes)));
     }
     const auto size = static_cast<size_t>(width) * static_cast<size_t>(height) * kRgba;
     return {static_cast<uint32_t>(width),
@@ -38,23 +56,35 @@ host::Picture ReadPng(const std::filesystem::path& path) {
             {pixels.get(), pixels.get() + size}};
 }
 
-void WritePng(const std::filesystem::path& path, const host::Picture& picture,
-              PngChannels channels) {
+void CheckPngName(const std::filesystem::path& path) {
+    const std::string extension = path.extension().string();
+    if (!extension.empty() && strcasecmp(extension.c_str(), ".png") != 0 &&
+        !TargetOf(path).IsSpecial()) {
+        throw UserError(fmt::format("cannot write '{}': pictures are PNG, expected a name that "
+                                    "ends in .png",
+                                    path.string()));
+    }
+}
+
+void WritePng(std::ostream& out, const host::Picture& picture, PngChannels channels) {
     const int count = static_cast<int>(channels);
     std::vector<uint8_t> pixels;
     pixels.reserve(picture.rgba.size());
     for (size_t i = 0; i < picture.rgba.size(); i += 4) {
         pixels.insert(pixels.end(), &picture.rgba[i], &picture.rgba[i] + count);
     }
-    std::vector<std::byte> png;
     const auto append = [](void* context, void* data, int size) {
-        const auto* bytes = static_cast<const std::byte*>(data);
-        auto& all = *static_cast<std::vector<std::byte>*>(context);
-        all.insert(all.end(), bytes, bytes + size);
+        static_cast<std::ostream*>(context)->write(static_cast<const char*>(data), size);
     };
     const int width = static_cast<int>(picture.width), height = static_cast<int>(picture.height);
-    stbi_write_png_to_func(append, &png, width, height, count, pixels.data(), width * count);
-    WriteFile(path, png);
+    stbi_write_png_to_func(append, &out, width, height, count, pixels.data(), width * count);
+}
+
+void WritePng(const std::filesystem::path& path, const host::Picture& picture,
+              PngChannels channels) {
+    OutputFile file(path);
+    WritePng(file.Stream(), picture, channels);
+    file.Commit();
 }
 
 } // namespace korv

@@ -2,6 +2,7 @@
 #include "host/picture.h"
 
 #include <filesystem>
+#include <ostream>
 
 namespace korv {
 
@@ -10,6 +11,13 @@ host::Picture ReadPng(const std::filesystem::path& path);
 
 // What a PNG keeps of a picture.
 enum class PngChannels { Rgb = 3, Rgba = 4 };
+
+// UserError for a file name that says another kind of picture than PNG. Devices have any name.
+void CheckPngName(const std::filesystem::path& path);
+
+// Writes `picture` as a PNG.
+void WritePng(std::ostream& out, const host::Picture& picture,
+              PngChannels channels = PngChannels::Rgb);
 
 // Writes `picture` as a PNG, whole or not at all. UserError if that fails.
 void WritePng(const std::filesystem::path& path, const host::Picture& picture,

@@ -193,8 +193,17 @@ void SetLightStates(Painter& painter, const DrawOptions& options) {
 void DrawMesh(Painter& painter, const Mesh& mesh, const Camera& camera,
               const DrawOptions& options) {
     SetLightStates(painter, options);
-    for (const Batch& batch : Process(mesh, camera, painter.Size(), options)) {
+    const std::vector<Batch> batches = Process(mesh, camera, painter.Size(), options);
+    size_t done = 0, all = 0;
+    for (const Batch& batch : batches) {
+        all += batch.triangles.size();
+    }
+    for (const Batch& batch : batches) {
         painter.Triangles(batch.vertices, batch.triangles);
+        done += batch.triangles.size();
+        if (options.progress) {
+            options.progress(done, all);
+        }
     }
 }
 

@@ -6,6 +6,7 @@
 #include "tools/korv/painting/clip.h"
 #include "tools/korv/painting/painter.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,6 +37,8 @@ struct DrawOptions {
     std::optional<Fog> fog;
     bool backToFront = false; // sort the triangles, for drawing without a depth buffer
     double alpha = 1;
+    // Called between batches with the triangles that are drawn and all of them.
+    std::function<void(size_t done, size_t all)> progress;
 };
 
 // Vertices and the triangles that index them: what one drawing instruction takes.

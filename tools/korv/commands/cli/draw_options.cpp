@@ -1,6 +1,7 @@
 #include "tools/korv/commands/cli/draw_options.h"
 
 #include "tools/korv/base/errors.h"
+#include "tools/korv/commands/cli/values.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -25,22 +26,19 @@ Extent ParseSize(const std::string& text) {
 }
 
 Settings DrawArguments::ToSettings() const {
-    return {ParseSize(size), depth, fifo, subBuffers};
+    return {ParseSize(size), std::stoi(depth), fifo, subBuffers};
 }
 
 void AddDrawArguments(CLI::App& command, DrawArguments& arguments) {
     command.add_option("--size", arguments.size, "Picture size in pixels (default 640x480)")
         ->type_name("WxH");
-    command.add_option("--depth", arguments.depth, "Bits per pixel: 8, 16 or 32 (default 16)")
-        ->type_name("BITS")
-        ->check(CLI::IsMember({8, 16, 32}).description(""));
+    AddChoice(command, "--depth", arguments.depth, {"8", "16", "32"},
+              "Bits per pixel (default 16)");
     auto* fifo =
         command.add_flag("--fifo", arguments.fifo, "Feed the chip through its FIFO instead of DMA");
-    command
-        .add_option("--subbuffers", arguments.subBuffers,
-                    "Cut the DMA buffer into N pieces, 2 to 32 (default: the driver's own, 8)")
+    AddNumber(command, "--subbuffers", arguments.subBuffers, 2, 32,
+              "Cut the DMA buffer into N pieces, 2 to 32 (default: the driver's own, 8)")
         ->type_name("N")
-        ->check(CLI::Range(2, 32).description(""))
         ->excludes(fifo);
     command
         .add_option("--words", arguments.record.words,

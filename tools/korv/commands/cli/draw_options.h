@@ -12,7 +12,7 @@ namespace korv {
 
 struct DrawArguments {
     std::string size = "640x480";
-    int depth = 16;
+    std::string depth = "16";
     bool fifo = false;
     int subBuffers = 0;
     RecordPaths record;

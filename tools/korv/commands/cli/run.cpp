@@ -1,7 +1,11 @@
 #include "tools/korv/commands/cli/run.h"
 
+#include "tools/korv/base/claims.h"
 #include "tools/korv/base/errors.h"
+#include "tools/korv/base/text.h"
 #include "tools/korv/commands/cli/command.h"
+#include "tools/korv/commands/cli/tool.h"
+#include "tools/korv/commands/cli/usage.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -9,8 +13,10 @@
 
 #include <algorithm>
 #include <exception>
+#include <span>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace korv {
 
@@ -26,46 +32,81 @@ constexpr const char* kExamples = R"(Examples:
   korv replay scenes/two-displays.json         plays a HAL script and checks its expectations
   korv trace --step -- demo --chip tx          shows the words of each DMA batch before the next
   korv COMMAND --help                          all options of a command
+
+An output named '-' is standard output, and what is told of it goes to standard error. Outputs
+replace files that exist, links are followed; devices and FIFOs are written as they are.
 )";
 
-// Messages of libraries may run over several lines.
-std::string FirstLine(const std::string& message) {
-    return message.substr(0, message.find('\n'));
+int Complain(std::ostream& err, const std::string& message) {
+    fmt::print(err, "korv: {}\n", Printable(message));
+    return kExitBadInput;
 }
 
-int Complain(std::ostream& err, const std::string& message) {
-    fmt::print(err, "korv: {}\n", FirstLine(message));
-    return kExitBadInput;
+// Where to look for what the command line should be.
+std::string HelpHint(const CLI::App& tool, std::span<const std::string> words) {
+    const CLI::App* command = CommandIn(tool, words);
+    return fmt::format(" (try 'korv {}--help')",
+                       command == nullptr ? "" : command->get_name() + " ");
+}
+
+// Parses and runs. CLI::Success, for help and the version, goes through.
+void RunCommandLine(CLI::App& tool, const std::vector<std::string>& words) {
+    CheckUsage(tool, words);
+    try {
+        // The library takes them from the back.
+        std::vector<std::string> reversed(words.rbegin(), words.rend());
+        tool.parse(reversed);
+    } catch (const CLI::Success&) {
+        throw;
+    } catch (const CLI::ValidationError& error) {
+        // It begins with the option's name.
+        const std::string what = error.what();
+        throw UsageError(fmt::format("bad value for '{}'", what.substr(0, what.find(':'))));
+    } catch (const CLI::ParseError&) {
+        throw UsageError("bad command line");
+    }
 }
 
 } // namespace
 
+std::unique_ptr<CLI::App> MakeTool(Console& console) {
+    auto tool = std::make_unique<CLI::App>(kAbout, "korv");
+    tool->set_help_flag("-h,--help", "Print this help and exit");
+    tool->set_version_flag("--version", "korv " KORV_VERSION, "Print the version and exit");
+    tool->footer(kExamples);
+    tool->require_subcommand(1);
+    for (const Command* command : Commands()) {
+        command->setUp(*tool->add_subcommand(command->name, command->synopsis), console);
+    }
+    return tool;
+}
+
 int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
     Console console{out, err};
-    CLI::App app(kAbout, "korv");
-    app.footer(kExamples);
-    app.require_subcommand(1);
-    for (const Command* command : Commands()) {
-        command->setUp(*app.add_subcommand(command->name, command->synopsis), console);
-    }
+    ForgetFiles();
+    const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    const auto tool = MakeTool(console);
     try {
-        app.parse(argc, argv);
+        RunCommandLine(*tool, words);
         return kExitOk;
     } catch (const CLI::CallForHelp&) {
-        fmt::print(out, "{}", app.help());
+        fmt::print(out, "{}", tool->help());
         return kExitOk;
-    } catch (const CLI::ParseError& error) {
-        const auto chosen = app.get_subcommands();
-        return Complain(err, fmt::format("{} (try 'korv {}--help')", FirstLine(error.what()),
-                                         chosen.empty() ? "" : chosen.front()->get_name() + " "));
+    } catch (const CLI::CallForVersion& version) {
+        fmt::print(out, "{}\n", version.what());
+        return kExitOk;
     } catch (const ExitStatus& status) {
         return status.code;
+    } catch (const UsageError& error) {
+        return Complain(err, error.what() + HelpHint(*tool, words));
     } catch (const UnexpectedError& error) {
         std::istringstream lines(error.what());
         for (std::string line; std::getline(lines, line);) {
-            fmt::print(err, "korv: {}\n", line);
+            Complain(err, line);
         }
         return kExitUnexpected;
+    } catch (const UserError& error) {
+        return Complain(err, error.what());
     } catch (const std::bad_alloc&) {
         return Complain(err, "out of memory");
     } catch (const std::exception& error) {

@@ -1,6 +1,7 @@
 #include "tools/korv/commands/cli/texture_options.h"
 
 #include "tools/korv/base/errors.h"
+#include "tools/korv/commands/cli/values.h"
 #include "tools/korv/images/png.h"
 
 #include <CLI/CLI.hpp>
@@ -40,25 +41,13 @@ DWORD Chosen(std::span<const Choice> choices, const std::string& name) {
     return found == choices.end() ? choices.front().value : found->value;
 }
 
-std::string ChoiceNames(std::span<const Choice> choices) {
-    std::string names;
-    for (const Choice& choice : choices) {
-        names += fmt::format("{}{}", names.empty() ? "" : ", ", choice.name);
-    }
-    return names;
-}
-
-void AddChoice(CLI::App& command, const std::string& option, std::string& name,
-               const std::string& about, std::span<const Choice> choices) {
+void AddWay(CLI::App& command, const std::string& option, std::string& name,
+            const std::string& about, std::span<const Choice> choices) {
     std::vector<std::string> known;
     for (const Choice& choice : choices) {
         known.emplace_back(choice.name);
     }
-    command
-        .add_option(option, name,
-                    fmt::format("{}: {} (default {})", about, ChoiceNames(choices), known.front()))
-        ->type_name("HOW")
-        ->check(CLI::IsMember(known).description(""));
+    AddChoice(command, option, name, known, fmt::format("{} (default {})", about, known.front()));
 }
 
 bool IsMipFilter(DWORD filter) {
@@ -78,6 +67,12 @@ D3DCOLOR ParseColour(const std::string& text) {
             fmt::format("bad colour '{}': expected six hexadecimal digits, as in FF00FF", text));
     }
     return colour;
+}
+
+void TextureArguments::Check() const {
+    if (!colourKey.empty()) {
+        ParseColour(colourKey);
+    }
 }
 
 bool TextureArguments::SaysHow() const {
@@ -110,11 +105,11 @@ void AddTextureArguments(CLI::App& command, TextureArguments& arguments) {
         .add_option("--texture", arguments.image,
                     "Lay this image over the model; without it, its materials' own are taken")
         ->type_name("FILE.png");
-    AddChoice(command, "--filter", arguments.filter, "How texels become pixels", kFilters);
-    AddChoice(command, "--wrap", arguments.wrap, "What lies beyond the image", kWraps);
-    AddChoice(command, "--perspective", arguments.perspective, "Foreshorten the texture",
-              kPerspectives);
-    AddChoice(command, "--blend", arguments.blend, "How texture and light mix", kBlends);
+    AddWay(command, "--filter", arguments.filter, "How texels become pixels", kFilters);
+    AddWay(command, "--wrap", arguments.wrap, "What lies beyond the image", kWraps);
+    AddWay(command, "--perspective", arguments.perspective, "Foreshorten the texture",
+           kPerspectives);
+    AddWay(command, "--blend", arguments.blend, "How texture and light mix", kBlends);
     command
         .add_option("--colorkey", arguments.colourKey,
                     "Leave texels of this colour out, and those near it")
@@ -124,7 +119,7 @@ void AddTextureArguments(CLI::App& command, TextureArguments& arguments) {
                     "How the chip keeps texels: rgb555, rgb565, rgb888, rgb332, argb1232, "
                     "argb1555, argb4444, argb8888, pal4 or pal8, as far as the chip has it "
                     "(default: by the image's alpha)")
-        ->type_name("NAME");
+        ->type_name("FORMAT");
 }
 
 } // namespace korv

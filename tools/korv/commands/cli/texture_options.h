@@ -15,6 +15,8 @@ namespace korv {
 struct TextureArguments {
     std::string image, filter, wrap, perspective, blend, colourKey, format;
 
+    // UserError for a colour that is none.
+    void Check() const;
     // Something was said about how to draw textures.
     bool SaysHow() const;
     // The states, without the texture itself.
