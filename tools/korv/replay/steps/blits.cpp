@@ -1,6 +1,6 @@
 // Blits and fills.
 #include "host/driver_module.h"
-#include "tools/korv/replay/records/checks.h"
+#include "tools/korv/replay/checks/record_checks.h"
 #include "tools/korv/replay/step.h"
 #include "tools/korv/replay/steps/answers.h"
 

@@ -1,6 +1,6 @@
 // Raw HAL records: any callback of the driver's tables.
 #include "host/driver_module.h"
-#include "tools/korv/replay/records/checks.h"
+#include "tools/korv/replay/checks/record_checks.h"
 #include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>

@@ -1,6 +1,6 @@
 // Calls of the exported functions, and what their caller writes by hand.
 #include "host/driver_module.h"
-#include "tools/korv/replay/records/checks.h"
+#include "tools/korv/replay/checks/record_checks.h"
 #include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>

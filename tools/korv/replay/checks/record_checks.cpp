@@ -1,4 +1,4 @@
-#include "tools/korv/replay/records/checks.h"
+#include "tools/korv/replay/checks/record_checks.h"
 
 #include "driver/services/OpenGL.h"
 #include "driver/services/context.h"
