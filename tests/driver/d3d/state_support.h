@@ -4,10 +4,12 @@
 #include "driver/d3d/statepm.h"
 #include "driver/d3d/statesx.h"
 #include "tests/support/rig.h"
+#include "tests/support/tag_names.h"
 #include "tests/support/words.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <functional>
 #include <ostream>
@@ -183,6 +185,66 @@ class StateTest : public testing::TestWithParam<StateChip> {};
 
 inline std::string ChipName(const testing::TestParamInfo<StateChip>& info) {
     return info.param.name;
+}
+
+// States 19 and 20 write the source's and the destination's field of AlphaBlendMode: the field by
+// the state's value, -1 where it is kept.
+using BlendFields = std::array<int, 13>;
+inline void ExpectBlendFactors(WatchedContext& c, const BlendFields& source,
+                               const BlendFields& dest) {
+    const auto edit = [](uint32_t value, uint32_t flags, const BlendFields& fields, uint32_t mask,
+                         uint32_t shift) {
+        return [=](D3DContext& w) {
+            if (value < fields.size() && fields[value] >= 0) {
+                w.Copies.AlphaBlendMode = WithBits(w.Copies.AlphaBlendMode, mask,
+                                                   static_cast<uint32_t>(fields[value]) << shift);
+            }
+            w.DirtyFlags = flags != 0 ? 2 : 0;
+            return Words{};
+        };
+    };
+    c.OverBackgrounds([&] {
+        for (const uint32_t value : kValues) {
+            for (const uint32_t flags : {0u, 0x40u}) {
+                c.ctx->RenderFlags = flags;
+                c.ctx->DirtyFlags = 0;
+                c.Expect(19, value, edit(value, flags, source, 0x1E, 1));
+                c.ctx->DirtyFlags = 0;
+                c.Expect(20, value, edit(value, flags, dest, 0xE0, 5));
+            }
+        }
+    });
+}
+
+// State 28 in all flags: whether fog drops the specular light of textures and gives it back, and
+// whether the colour is sent at once.
+inline void ExpectFogEnable(WatchedContext& c, bool dropsSpecular, bool sendsColour) {
+    c.ctx->FogColor = 0x00332211;
+    for (uint32_t flags = 0; flags != 0x40; ++flags) {
+        for (const uint32_t specular : {0u, 1u}) {
+            for (const uint32_t command : {0x10000u, 0x12001u, 0x16001u}) {
+                for (const uint32_t value : {1u, 7u, 0u}) {
+                    c.ctx->SpecularEnabled = specular;
+                    c.ctx->RenderFlags = flags;
+                    c.ctx->RenderCommand = command;
+                    c.ctx->DirtyFlags = 0;
+                    c.Expect(28, value, [&](D3DContext& w) {
+                        const bool fog = value != 0;
+                        w.RenderFlags = WithBits(flags, 8, fog ? 8 : 0);
+                        w.RenderCommand = WithBits(command, 0x4000, fog ? 0x4000 : 0);
+                        w.DirtyFlags = 9;
+                        if (dropsSpecular && fog && (flags & 0x24) == 0x24) {
+                            w.RenderFlags &= ~4u;
+                        } else if (dropsSpecular && !fog && specular == 1) {
+                            w.RenderFlags |= 4;
+                        }
+                        return !sendsColour ? Words{}
+                                            : Words{t::FogColor, fog ? 0x00332211 : 0xFFFFFFFF};
+                    });
+                }
+            }
+        }
+    }
 }
 
 } // namespace test

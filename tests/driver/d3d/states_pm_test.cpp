@@ -139,39 +139,8 @@ TEST_P(PermediaStateTest, TextureFiltersAreSplitIntoNearestAndLinear) {
 
 TEST_P(PermediaStateTest, BlendFactorsKnowThreeValuesEach) {
     WatchedContext c(GetParam());
-    c.OverBackgrounds([&] {
-        for (uint32_t value : kValues) {
-            for (uint32_t flags : {0u, 0x40u}) {
-                c.ctx->RenderFlags = flags;
-                c.ctx->DirtyFlags = 0;
-                c.Expect(19, value, [&](D3DContext& w) {
-                    uint32_t& word = w.Copies.AlphaBlendMode;
-                    if (value == 1) {
-                        word = WithBits(word, 0x1E, 0);
-                    } else if (value == 2) {
-                        word = WithBits(word, 0x1E, 0x02);
-                    } else if (value == 5) {
-                        word = WithBits(word, 0x1E, 0x08);
-                    }
-                    w.DirtyFlags = flags != 0 ? 2 : 0;
-                    return Words{};
-                });
-                c.ctx->DirtyFlags = 0;
-                c.Expect(20, value, [&](D3DContext& w) {
-                    uint32_t& word = w.Copies.AlphaBlendMode;
-                    if (value == 1) {
-                        word = WithBits(word, 0xE0, 0);
-                    } else if (value == 2) {
-                        word = WithBits(word, 0xE0, 0x20);
-                    } else if (value == 6) {
-                        word = WithBits(word, 0xE0, 0xA0);
-                    }
-                    w.DirtyFlags = flags != 0 ? 2 : 0;
-                    return Words{};
-                });
-            }
-        }
-    });
+    ExpectBlendFactors(c, {-1, 0, 1, -1, -1, 4, -1, -1, -1, -1, -1, -1, -1},
+                       {-1, 0, 1, -1, -1, -1, 5, -1, -1, -1, -1, -1, -1});
 }
 
 TEST_P(PermediaStateTest, SourceBlendDestAlphaLeavesTheSourceFactor) {
@@ -262,39 +231,7 @@ TEST_P(PermediaStateTest, DitherFollowsTheValueOrTheSwitch) {
 
 TEST_P(PermediaStateTest, FogEnableDropsTexturedSpecularOnTheFirstPermedia) {
     WatchedContext c(GetParam());
-    const bool first = GetParam().IsFirst();
-    c.ctx->FogColor = 0x00332211;
-    for (uint32_t flags = 0; flags != 0x40; ++flags) {
-        for (uint32_t specular : {0u, 1u}) {
-            for (uint32_t command : {0x10000u, 0x16001u}) {
-                c.ctx->SpecularEnabled = specular;
-                c.ctx->RenderFlags = flags;
-                c.ctx->RenderCommand = command;
-                c.ctx->DirtyFlags = 0;
-                c.Expect(28, 7, [&](D3DContext& w) {
-                    w.RenderFlags |= 8;
-                    w.RenderCommand |= 0x4000;
-                    w.DirtyFlags = 9;
-                    if (first && (flags & 0x24) == 0x24) {
-                        w.RenderFlags &= ~4u;
-                    }
-                    return first ? Words{t::FogColor, 0x00332211} : Words{};
-                });
-                c.ctx->RenderFlags = flags;
-                c.ctx->RenderCommand = command;
-                c.ctx->DirtyFlags = 0;
-                c.Expect(28, 0, [&](D3DContext& w) {
-                    w.RenderFlags &= ~8u;
-                    w.RenderCommand &= ~0x4000u;
-                    w.DirtyFlags = 9;
-                    if (first && specular == 1) {
-                        w.RenderFlags |= 4;
-                    }
-                    return first ? Words{t::FogColor, 0xFFFFFFFF} : Words{};
-                });
-            }
-        }
-    }
+    ExpectFogEnable(c, GetParam().IsFirst(), GetParam().IsFirst());
 }
 
 TEST_P(PermediaStateTest, SpecularGivesWayToTexturedFogOnTheFirstPermedia) {

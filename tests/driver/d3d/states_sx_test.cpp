@@ -133,37 +133,9 @@ TEST_P(TexturedGlintStateTest, TextureFiltersGoStraightToTheReadWord) {
 }
 
 TEST_P(GlintStateTest, AllBlendFactorsOfTheChipAreOffered) {
-    // Field value by state value, -1 where the field is kept.
-    constexpr int kSource[] = {-1, 0, 1, -1, -1, 4, 5, 6, 7, 2, 3, 8, -1};
-    constexpr int kDest[] = {-1, 0, 1, 2, 3, 4, 5, 6, 7, -1, -1, -1, -1};
     WatchedContext c(GetParam());
-    c.OverBackgrounds([&] {
-        for (uint32_t value : kValues) {
-            for (uint32_t flags : {0u, 0x40u}) {
-                c.ctx->RenderFlags = flags;
-                c.ctx->DirtyFlags = 0;
-                c.Expect(19, value, [&](D3DContext& w) {
-                    if (value <= 12 && kSource[value] >= 0) {
-                        w.Copies.AlphaBlendMode =
-                            WithBits(w.Copies.AlphaBlendMode, 0x1E,
-                                     static_cast<uint32_t>(kSource[value]) << 1);
-                    }
-                    w.DirtyFlags = flags != 0 ? 2 : 0;
-                    return Words{};
-                });
-                c.ctx->DirtyFlags = 0;
-                c.Expect(20, value, [&](D3DContext& w) {
-                    if (value <= 12 && kDest[value] >= 0) {
-                        w.Copies.AlphaBlendMode =
-                            WithBits(w.Copies.AlphaBlendMode, 0xE0,
-                                     static_cast<uint32_t>(kDest[value]) << 5);
-                    }
-                    w.DirtyFlags = flags != 0 ? 2 : 0;
-                    return Words{};
-                });
-            }
-        }
-    });
+    ExpectBlendFactors(c, {-1, 0, 1, -1, -1, 4, 5, 6, 7, 2, 3, 8, -1},
+                       {-1, 0, 1, 2, 3, 4, 5, 6, 7, -1, -1, -1, -1});
 }
 
 TEST_P(GlintStateTest, SrcColorIsADestinationFactorAndNoSourceFactor) {
@@ -255,35 +227,7 @@ TEST_P(GlintStateTest, DitherIsSuspendedWhileTXBlends) {
 
 TEST_P(GlintStateTest, FogEnableDropsTexturedSpecular) {
     WatchedContext c(GetParam());
-    c.ctx->FogColor = 0x00332211;
-    for (uint32_t flags = 0; flags != 0x40; ++flags) {
-        for (uint32_t specular : {0u, 1u}) {
-            c.ctx->SpecularEnabled = specular;
-            c.ctx->RenderFlags = flags;
-            c.ctx->RenderCommand = 0x12001;
-            c.ctx->DirtyFlags = 0;
-            c.Expect(28, 1, [&](D3DContext& w) {
-                w.RenderFlags |= 8;
-                w.RenderCommand = 0x16001;
-                w.DirtyFlags = 9;
-                if ((flags & 0x24) == 0x24) {
-                    w.RenderFlags &= ~4u;
-                }
-                return IsSX() ? Words{} : Words{t::FogColor, 0x00332211};
-            });
-            c.ctx->RenderFlags = flags;
-            c.ctx->DirtyFlags = 0;
-            c.Expect(28, 0, [&](D3DContext& w) {
-                w.RenderFlags &= ~8u;
-                w.RenderCommand = 0x12001;
-                w.DirtyFlags = 9;
-                if (specular == 1) {
-                    w.RenderFlags |= 4;
-                }
-                return IsSX() ? Words{} : Words{t::FogColor, 0xFFFFFFFF};
-            });
-        }
-    }
+    ExpectFogEnable(c, true, !IsSX());
 }
 
 TEST_P(GlintStateTest, SpecularGivesWayToTexturedFog) {
