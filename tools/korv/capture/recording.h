@@ -1,8 +1,8 @@
 #pragma once
 // Recording of what reaches the board: the words of the stream, all events as text, or both; and
 // what `korv trace` wants to know.
-#include "board/recorder.h"
 #include "board/events.h"
+#include "board/recorder.h"
 #include "tools/korv/base/files.h"
 
 #include <filesystem>
@@ -25,10 +25,15 @@ class Recording : public board::BusRecorder {
   public:
     // Opens the files. UserError if one cannot be written.
     explicit Recording(const RecordPaths& paths);
+    ~Recording() override;
+    Recording(const Recording&) = delete;
+    Recording& operator=(const Recording&) = delete;
 
     bool Wanted() const { return words_ || events_ || trace_; }
     // Puts the files in place; without it they go away.
     void Commit();
+    // The same of all that there are, for a program that ends at once.
+    static void CommitAll();
 
     void OnRead(uint32_t offset, uint32_t value) override;
     void OnWrite(uint32_t offset, uint32_t value) override;

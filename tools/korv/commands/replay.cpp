@@ -3,6 +3,7 @@
 #include "tools/korv/base/crash_note.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/files.h"
+#include "tools/korv/capture/patience.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/replay/script.h"
 
@@ -104,6 +105,7 @@ void SetUpReplay(CLI::App& command, Console& console) {
         ->type_name("N")
         ->check(CLI::Range(2, 32).description(""))
         ->excludes(fifo);
+    AddPatienceOption(command);
     command.footer(kReplayFooter);
     command.callback([arguments, &console] { Replay(*arguments, console); });
 }

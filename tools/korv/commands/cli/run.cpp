@@ -1,6 +1,7 @@
 #include "tools/korv/commands/cli/run.h"
 
 #include "tools/korv/base/errors.h"
+#include "tools/korv/capture/patience.h"
 #include "tools/korv/commands/cli/command.h"
 
 #include <CLI/CLI.hpp>
@@ -42,6 +43,7 @@ int Complain(std::ostream& err, const std::string& message) {
 
 int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
     Console console{out, err};
+    const PatienceScope patience;
     CLI::App app(kAbout, "korv");
     app.footer(kExamples);
     app.require_subcommand(1);
