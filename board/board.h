@@ -57,6 +57,8 @@ class Board {
 
     // Returns when FIFO and DMA are empty and no interrupt is left to handle.
     virtual void Drain();
+    // Nothing is left that ticks alone would change: FIFO and DMA are empty, no interrupt is due.
+    virtual bool AtRest() const;
     virtual void SetTiming(const Timing& timing);
     const Config& Configuration() const;
     virtual Faults FaultReport() const;

@@ -113,6 +113,11 @@ void ThreadedBoard::SetVideoSource(VideoSource* source) {
     Board::SetVideoSource(source);
 }
 
+bool ThreadedBoard::AtRest() const {
+    const std::lock_guard lock(mutex_);
+    return !HasWork() && !handling_;
+}
+
 void ThreadedBoard::SetTiming(const Timing& timing) {
     const std::lock_guard lock(mutex_);
     Board::SetTiming(timing);

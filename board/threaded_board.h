@@ -31,6 +31,7 @@ class ThreadedBoard final : public Board {
     void Advance(uint64_t microseconds) override;
     // Returns when the thread has nothing left to do.
     void Drain() override;
+    bool AtRest() const override;
     void SetTiming(const Timing& timing) override;
     Faults FaultReport() const override;
     EntryCounts Entered() const override;

@@ -78,6 +78,10 @@ void Board::Parts::AnswerInterrupts() {
     }
 }
 
+bool Board::AtRest() const {
+    return !HasWork();
+}
+
 bool Board::HasWork() const {
     return parts_->HasWork();
 }

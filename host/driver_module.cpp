@@ -6,6 +6,7 @@
 #include "driver/services/context.h"
 #include "driver/services/services.h"
 #include "driver/video/video.h"
+#include "host/patience.h"
 
 #include <algorithm>
 #include <memory>
@@ -98,15 +99,18 @@ void LoadDriver() {
     // Also with another module, so that nothing of an earlier machine is left.
     ResetDriverGlobals();
     const DriverModule& module = TheDriverModule();
-    const DriverCall call;
+    const DriverCall call("DllMain");
     if (module.dllMain(module.instance, DLL_PROCESS_ATTACH, nullptr) == 0) {
         throw std::runtime_error("the driver's DllMain refused to be loaded");
     }
 }
 
-DriverCall::DriverCall() : saved_(TheDriverModule().BeforeCall()) {}
+DriverCall::DriverCall(const char* name) : saved_(TheDriverModule().BeforeCall()) {
+    patience::BeginCall(name);
+}
 
 DriverCall::~DriverCall() {
+    patience::EndCall();
     TheDriverModule().AfterCall(saved_);
     if (const auto& hook = TheState().afterCall) {
         hook();

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <typeinfo>
 
 struct VideoPortEntries;
 
@@ -81,7 +82,8 @@ void LoadDriver();
 // Stands around every call into the driver.
 class DriverCall {
   public:
-    DriverCall();
+    // `name` is what people are told should the call never end.
+    explicit DriverCall(const char* name = "a call of the driver");
     ~DriverCall();
     DriverCall(const DriverCall&) = delete;
     DriverCall& operator=(const DriverCall&) = delete;
@@ -93,10 +95,19 @@ class DriverCall {
 // Called after every call into the driver; null for none.
 void SetAfterDriverCall(std::function<void()> hook);
 
+// The name of a record of the interface, which is a type at namespace scope.
+inline const char* RecordName(const std::type_info& record) {
+    const char* name = record.name();
+    while (*name >= '0' && *name <= '9') { // its length comes first
+        ++name;
+    }
+    return name;
+}
+
 // Calls one of the driver's callbacks with its record; its answer.
 template <class Record>
 DWORD CallDriver(DWORD(KORV_STDCALL* callback)(Record*), Record* record) {
-    const DriverCall call;
+    const DriverCall call(RecordName(typeid(Record)));
     return callback(record);
 }
 

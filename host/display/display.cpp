@@ -6,6 +6,7 @@
 #include "host/display/context_table.h"
 #include "host/display/known_device.h"
 #include "host/driver_module.h"
+#include "host/patience.h"
 #include "host/vdd/minivdd.h"
 #include "host/win32/clock.h"
 #include "host/win32/registry.h"
@@ -55,22 +56,65 @@ void CheckTimingForDll(const DisplayConfig& config) {
     }
 }
 
-// `Kind` is what the board is: its accesses are then no virtual calls.
+// `Kind` is what the board is: its accesses are then no virtual calls. What waits there is watched.
 template <class Kind>
-ChipBus BusOf(board::Board& board) {
-    ChipBus bus;
-    bus.self = static_cast<Kind*>(&board);
-    bus.Read = [](void* self, uint32_t offset) {
-        return static_cast<Kind*>(self)->Kind::Read(offset);
-    };
-    bus.Write = [](void* self, uint32_t offset, uint32_t value) {
-        static_cast<Kind*>(self)->Kind::Write(offset, value);
-    };
-    bus.Words = [](void* self, const uint32_t* words, uint32_t count) {
-        static_cast<Kind*>(self)->Kind::WriteFifo(words, count);
-    };
-    bus.Idle = [](void* self, uint32_t rounds) { static_cast<Kind*>(self)->Kind::Idle(rounds); };
-    return bus;
+class WatchedBus final : public patience::Bus {
+  public:
+    WatchedBus(Kind& board, const ChipInfo* chip) : Bus(chip), board_(board) {}
+    ~WatchedBus() { patience::Forget(this); }
+
+    uint32_t Tick() const override { return board_.Configuration().timing.microsecondsPerTick; }
+    bool AtRest(uint64_t ticksWaited) const override {
+        return ticksWaited > board_.Configuration().timing.fifoReportLag && board_.AtRest();
+    }
+
+    static ChipBus Of(WatchedBus* self) {
+        ChipBus bus;
+        bus.self = self;
+        bus.Read = [](void* self, uint32_t offset) { return To(self).Read(offset); };
+        bus.Write = [](void* self, uint32_t offset, uint32_t value) {
+            To(self).Write(offset, value);
+        };
+        bus.Words = [](void* self, const uint32_t* words, uint32_t count) {
+            To(self).Words(words, count);
+        };
+        bus.Idle = [](void* self, uint32_t rounds) { To(self).Idle(rounds); };
+        return bus;
+    }
+
+  private:
+    static WatchedBus& To(void* self) { return *static_cast<WatchedBus*>(self); }
+
+    uint32_t Read(uint32_t offset) {
+        const patience::Access access(this);
+        const uint32_t value = board_.Kind::Read(offset);
+        patience::OnRead(offset, value);
+        return value;
+    }
+    void Write(uint32_t offset, uint32_t value) {
+        const patience::Access access(this);
+        patience::GotOn();
+        board_.Kind::Write(offset, value);
+    }
+    void Words(const uint32_t* words, uint32_t count) {
+        const patience::Access access(this);
+        patience::GotOn();
+        board_.Kind::WriteFifo(words, count);
+    }
+    void Idle(uint32_t rounds) {
+        const patience::Access access(this);
+        board_.Kind::Idle(rounds);
+        patience::OnIdle(rounds);
+    }
+
+    Kind& board_;
+};
+
+template <class Kind>
+ChipBus BusOf(board::Board& board, const ChipInfo* chip, std::shared_ptr<void>& keep) {
+    auto bus = std::make_shared<WatchedBus<Kind>>(static_cast<Kind&>(board), chip);
+    keep = bus;
+    return WatchedBus<Kind>::Of(bus.get());
 }
 
 } // namespace
@@ -103,21 +147,21 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
     if (!TheDriverModule().linked) {
         CheckTimingForDll(config_);
     }
+    // Fields that nobody is said to fill hold nothing of use.
+    driver_ = std::make_unique<Shared>();
+    std::memset(static_cast<void*>(driver_.get()), 0, sizeof(Shared));
     ChipBus bus;
     if (config_.dmaThread) {
         board_ = std::make_unique<board::ThreadedBoard>(BoardConfig(config_));
-        bus = BusOf<board::ThreadedBoard>(*board_);
+        bus = BusOf<board::ThreadedBoard>(*board_, &driver_->chip, bus_);
     } else {
         board_ = std::make_unique<board::Board>(BoardConfig(config_));
-        bus = BusOf<board::Board>(*board_);
+        bus = BusOf<board::Board>(*board_, &driver_->chip, bus_);
     }
     aperture_ = std::make_unique<AlignedAperture>();
     AttachChipBus(Aperture(), bus);
     watch_ = TheDriverModule().WatchAperture(Aperture(), bus);
 
-    // Fields that nobody is said to fill hold nothing of use.
-    driver_ = std::make_unique<Shared>();
-    std::memset(static_cast<void*>(driver_.get()), 0, sizeof(Shared));
     DriverData& data = driver_->data;
     data.RegisterBase = Aperture();
     data.FrameBufferBase = board_->FrameBuffer().data();
@@ -144,7 +188,10 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
                       [this](uint16_t offset) { return board_->Read(offset); });
     // The 16-bit driver has drawn last.
     driver_->chip.CurrentContext = ContextScreen;
-    board_->SetInterruptHandler([&handler] { handler.Interrupt(); });
+    board_->SetInterruptHandler([&handler] {
+        const patience::Suspended suspended;
+        handler.Interrupt();
+    });
     if ((config_.chipFlags & VBlankByInterrupt) != 0) {
         board_->Write(reg::IntEnable,
                       board_->Read(reg::IntEnable) | field::IntEnable_Retrace.Mask());
@@ -174,7 +221,7 @@ uint32_t Display::DmaBusAddress(uint32_t index) {
 }
 
 bool Display::Start() {
-    const DriverCall call;
+    const DriverCall call("DriverInit");
     return TheDriverModule().driverInit(config_.number) == &driver_->data;
 }
 

@@ -97,6 +97,7 @@ class Display {
     DisplayConfig config_;
     std::unique_ptr<Shared> driver_;
     std::unique_ptr<board::Board> board_;
+    std::shared_ptr<void> bus_; // between the aperture and the board
     std::unique_ptr<AlignedAperture> aperture_;
     std::unique_ptr<ApertureWatch> watch_; // the driver module's
     uint32_t pitch_ = 0;

@@ -54,6 +54,11 @@ CrashNote::~CrashNote() {
     for (size_t i = 0; i < std::size(kSignals); ++i) {
         sigaction(kSignals[i], &before[i], nullptr);
     }
+    note.clear();
+}
+
+const std::string& CrashNote::Text() {
+    return note;
 }
 
 void CrashNote::Set(const std::string& text) {

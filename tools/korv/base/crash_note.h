@@ -15,6 +15,7 @@ class CrashNote {
     CrashNote& operator=(const CrashNote&) = delete;
 
     static void Set(const std::string& note);
+    static const std::string& Text();
 };
 
 } // namespace korv

@@ -2,6 +2,8 @@
 
 #include "tools/korv/capture/trace_client.h"
 
+#include <set>
+
 namespace korv {
 
 namespace {
@@ -13,6 +15,11 @@ std::filesystem::path Suffixed(const std::filesystem::path& path, const std::str
     return path.parent_path() / (path.stem().string() + "-" + suffix + path.extension().string());
 }
 
+std::set<Recording*>& TheRecordings() {
+    static std::set<Recording*> recordings;
+    return recordings;
+}
+
 } // namespace
 
 RecordPaths RecordPaths::With(const std::string& suffix) const {
@@ -20,6 +27,7 @@ RecordPaths RecordPaths::With(const std::string& suffix) const {
 }
 
 Recording::Recording(const RecordPaths& paths) : trace_(trace::NewTap()) {
+    TheRecordings().insert(this);
     if (!paths.words.empty()) {
         words_.emplace(paths.words);
     }
@@ -34,6 +42,16 @@ void Recording::Close() {
     }
     if (events_) {
         events_->file.Close();
+    }
+}
+
+Recording::~Recording() {
+    TheRecordings().erase(this);
+}
+
+void Recording::CommitAll() {
+    for (Recording* one : TheRecordings()) {
+        one->Commit();
     }
 }
 

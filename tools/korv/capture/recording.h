@@ -26,12 +26,17 @@ class Recording : public board::BusRecorder {
   public:
     // Opens the files. UserError if one cannot be written.
     explicit Recording(const RecordPaths& paths);
+    ~Recording() override;
+    Recording(const Recording&) = delete;
+    Recording& operator=(const Recording&) = delete;
 
     bool Wanted() const { return words_ || events_ || trace_; }
     // All is written, but not in place yet. UserError if it cannot be.
     void Close();
     // Puts the files in place; without it they go away.
     void Commit();
+    // The same of all that there are, for a program that ends at once.
+    static void CommitAll();
 
     void OnRead(uint32_t offset, uint32_t value) override;
     void OnWrite(uint32_t offset, uint32_t value) override;

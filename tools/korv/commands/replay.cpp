@@ -5,6 +5,7 @@
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/files.h"
 #include "tools/korv/base/text.h"
+#include "tools/korv/capture/patience.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/values.h"
 #include "tools/korv/replay/script.h"
@@ -106,6 +107,7 @@ void SetUpReplay(CLI::App& command, Console& console) {
               "Cut the DMA buffer into N pieces, 2 to 32, whatever the script says")
         ->type_name("N")
         ->excludes(fifo);
+    AddPatienceOption(command);
     command.footer(kReplayFooter);
     command.callback([arguments, &console] { Replay(*arguments, console); });
 }

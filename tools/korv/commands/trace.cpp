@@ -1,5 +1,6 @@
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/files.h"
+#include "tools/korv/capture/patience.h"
 #include "tools/korv/capture/trace_tool.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/run.h"
@@ -90,6 +91,7 @@ void SetUpTrace(CLI::App& command, Console& console) {
         .add_option("-o,--output", arguments->output,
                     "Write the listing there (default: standard output)")
         ->type_name("FILE");
+    AddPatienceOption(command);
     command.add_option("COMMAND", arguments->command, "The command and its arguments, behind '--'")
         ->type_name("")
         ->required();

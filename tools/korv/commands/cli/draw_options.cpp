@@ -1,6 +1,7 @@
 #include "tools/korv/commands/cli/draw_options.h"
 
 #include "tools/korv/base/errors.h"
+#include "tools/korv/capture/patience.h"
 #include "tools/korv/commands/cli/values.h"
 
 #include <CLI/CLI.hpp>
@@ -48,6 +49,7 @@ void AddDrawArguments(CLI::App& command, DrawArguments& arguments) {
         .add_option("--events", arguments.record.events,
                     "Also write all bus events as text, one a line, explained")
         ->type_name("FILE");
+    AddPatienceOption(command);
 }
 
 } // namespace korv

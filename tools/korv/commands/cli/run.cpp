@@ -3,6 +3,7 @@
 #include "tools/korv/base/claims.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/text.h"
+#include "tools/korv/capture/patience.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/tool.h"
 #include "tools/korv/commands/cli/usage.h"
@@ -83,6 +84,7 @@ std::unique_ptr<CLI::App> MakeTool(Console& console) {
 
 int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
     Console console{out, err};
+    const PatienceScope patience;
     ForgetFiles();
     const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
     const auto tool = MakeTool(console);

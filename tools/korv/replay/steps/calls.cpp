@@ -53,7 +53,7 @@ StepPlan ReadCall(Fields& fields, Names& names) {
                 CheckCall(player, *callback, driver, record);
                 uint32_t handled;
                 {
-                    const host::DriverCall call;
+                    const host::DriverCall call(callback->name.data());
                     handled = reinterpret_cast<DWORD(KORV_STDCALL*)(void*)>(entry)(record);
                 }
                 outcome.Set("return", handled);

@@ -54,8 +54,8 @@ uint32_t CallWith(void* entry, const std::vector<uint32_t>& arguments, std::inde
     return reinterpret_cast<Entry>(entry)(arguments[I]...);
 }
 
-uint32_t Call(void* entry, const std::vector<uint32_t>& arguments) {
-    const host::DriverCall call;
+uint32_t Call(const char* name, void* entry, const std::vector<uint32_t>& arguments) {
+    const host::DriverCall call(name);
     switch (arguments.size()) {
     case 1:
         return CallWith(entry, arguments, std::make_index_sequence<1>());
@@ -117,7 +117,7 @@ StepPlan ReadExport(Fields& fields, Names& names) {
                 CheckExport(player, entry.name,
                             front != 0 ? reinterpret_cast<DriverData*>(words[0]) : nullptr,
                             entry.arguments, std::span(words).subspan(front));
-                const uint32_t result = Call(address, words);
+                const uint32_t result = Call(entry.name.data(), address, words);
                 outcome.Set("result", result);
                 outcome.Set("address", result);
                 if (!save.empty()) {
