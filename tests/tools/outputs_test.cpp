@@ -131,7 +131,9 @@ TEST_F(Outputs, ImagesMaterialsAndScriptsAreInputsToo) {
     folder_.Write("m.mtl", material);
     folder_.Write("m.obj", "mtllib m.mtl\nusemtl a\nv 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\n"
                            "f 1/1 2/1 3/1\n");
-    folder_.Write("s.json", "{}");
+    const std::string script = R"({"version": 1, "title": "t", "steps": [{"do": "display",
+        "name": "a", "chip": "tx", "width": 640, "height": 480, "bits": 16}, {"do": "start"}]})";
+    folder_.Write("s.json", script);
     Here("korv texture bricks -o b.png >/dev/null");
     const std::string image = ReadAll(folder_ / "b.png");
     for (const auto& [line, message] :
@@ -149,7 +151,7 @@ TEST_F(Outputs, ImagesMaterialsAndScriptsAreInputsToo) {
         EXPECT_NE(result.out.find(message), std::string::npos) << result.out;
     }
     EXPECT_EQ(ReadAll(folder_ / "m.mtl"), material);
-    EXPECT_EQ(ReadAll(folder_ / "s.json"), "{}");
+    EXPECT_EQ(ReadAll(folder_ / "s.json"), script);
     EXPECT_EQ(ReadAll(folder_ / "b.png"), image);
 }
 
