@@ -105,9 +105,9 @@ TEST(Arguments, BadModelsAreRefusedWithTheirLine) {
 
 TEST(Arguments, PictureMayNotReplaceItsModel) {
     TemporaryFolder folder;
-    const std::string model = folder.Write("m.obj", kTriangle);
+    const std::string model = folder.Write("m.png", kTriangle);
     ExpectRefusal({"render", model, "--chip", "sx", "-o", model},
-                  "'" + model + "' is the model itself, expected another name for the picture");
+                  "'" + model + "' is also read: expected another name for the output");
     EXPECT_EQ(ReadAll(model), kTriangle);
 }
 

@@ -12,7 +12,7 @@ namespace korv {
 namespace {
 
 // A square across the line of sight, which the tool is made to see from the side.
-constexpr const char* kSquare = "v -1 0 -1\nv 1 0 -1\nv 1 0 1\nv -1 0 1\n"
+constexpr const char* kSquare = "v -1 -1 0\nv 1 -1 0\nv 1 1 0\nv -1 1 0\n"
                                 "vt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\nf 1/1 2/2 3/3 4/4\n";
 
 class TexturedRender : public testing::Test {

@@ -622,7 +622,7 @@ TEST_F(TraceClientTest, ALogThatIsFullLosesWordsAndTellsHowMany) {
     EXPECT_EQ(log->lost, 3u);
     out.str("");
     listing.Rest();
-    EXPECT_EQ(out.str(), "; after the last batch: 1 words\nf 00000188 ; Sync\n");
+    EXPECT_EQ(out.str(), "; after the last batch: 1 word\nf 00000188 ; Sync\n");
 }
 
 TEST_F(TraceClientTest, ABatchWithoutWordsIsSaidToHaveNone) {

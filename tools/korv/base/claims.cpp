@@ -1,7 +1,5 @@
 #include "tools/korv/base/claims.h"
 
-#include "tools/korv/base/errors.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -107,14 +105,14 @@ OutputClaim::OutputClaim(const fs::path& name) {
     }
     const Identity identity = IdentityOf(target);
     if (inputs.contains(identity)) {
-        throw UserError(
+        throw SharedFileError(
             fmt::format("'{}' is also read: expected another name for the output", name.string()));
     }
     const auto other = std::ranges::find_if(
         held, [&](const auto& one) { return one.second.identity == identity; });
     if (other != held.end()) {
         const std::string& otherName = other->second.name;
-        throw UserError(
+        throw SharedFileError(
             target.descriptor == STDOUT_FILENO
                 ? "two outputs go to standard output: expected a file for one of them"
             : otherName == name.string()
@@ -137,9 +135,9 @@ void NoteInput(const fs::path& name, const struct stat& status) {
     const Identity identity = IdentityOf(status);
     for (const auto& [claim, one] : held) {
         if (one.identity == identity) {
-            throw UserError(fmt::format("'{}' is also read{}: expected another name for the output",
-                                        one.name,
-                                        one.name == name ? "" : " as '" + name.string() + "'"));
+            throw SharedFileError(
+                fmt::format("'{}' is also read{}: expected another name for the output", one.name,
+                            one.name == name ? "" : " as '" + name.string() + "'"));
         }
     }
     inputs.insert(identity);

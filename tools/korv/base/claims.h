@@ -1,10 +1,17 @@
 #pragma once
 // What the tool reads and writes, so that nothing is written twice, or over what is read.
+#include "tools/korv/base/errors.h"
+
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
 
 namespace korv {
+
+// A file is an output and something else, too.
+struct SharedFileError : UserError {
+    using UserError::UserError;
+};
 
 // The name of standard output among those of files.
 inline constexpr const char* kStandardOutput = "-";
@@ -24,8 +31,8 @@ struct Target {
 // UserError for links that lead in a circle.
 Target TargetOf(const std::filesystem::path& name);
 
-// Holds the file `name` for one output. UserError if another claim, under whatever name, holds it,
-// or if the file was read. The null device may be held by many.
+// Holds the file `name` for one output. SharedFileError if another claim, under whatever name,
+// holds it, or if the file was read. The null device may be held by many.
 class OutputClaim {
   public:
     explicit OutputClaim(const std::filesystem::path& name);
@@ -34,7 +41,7 @@ class OutputClaim {
     OutputClaim& operator=(const OutputClaim&) = delete;
 };
 
-// A file is read. UserError if an output claims it.
+// A file is read. SharedFileError if an output claims it.
 void NoteInput(const std::filesystem::path& name, const struct stat& status);
 
 // An output has gone to standard output since ForgetFiles, or will.

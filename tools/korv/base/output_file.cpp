@@ -68,9 +68,12 @@ int OutputFile::Open() {
 }
 
 int OutputFile::OpenTemporary() {
-    if (target_.file.filename().empty()) {
-        errno = path_.empty() ? ENOENT : EISDIR;
+    if (path_.empty()) {
+        errno = ENOENT;
         return -1;
+    }
+    if (target_.file.filename().empty()) {
+        Fail(path_, "it is a folder, expected a file name");
     }
     for (int number = 0;; ++number) {
         const auto name =

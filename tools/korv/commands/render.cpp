@@ -89,6 +89,8 @@ ReadImages(const Mesh& mesh, const TextureArguments& texture, Console& console) 
     for (const std::string& image : mesh.images) {
         try {
             requests.emplace_back(texture.Request(image));
+        } catch (const SharedFileError&) {
+            throw;
         } catch (const UserError& error) {
             if (!texture.image.empty()) {
                 throw;

@@ -37,6 +37,8 @@ void MaterialLibrary::Load(std::string_view files, std::vector<std::string>& war
         std::string text;
         try {
             text = ReadFile(folder_ / PathOf(name));
+        } catch (const SharedFileError&) {
+            throw;
         } catch (const UserError& error) {
             warnings.push_back(std::string(error.what()) + ", drawing without its materials");
             continue;

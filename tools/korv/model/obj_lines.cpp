@@ -27,7 +27,7 @@ std::string_view ObjLines::Physical() {
 
 bool ObjLines::Next(std::string_view& line) {
     if (at_ == text_.size()) {
-        number_ = std::max(passed_, number_);
+        number_ = std::max<size_t>(passed_, 1);
         return false;
     }
     line = Physical();

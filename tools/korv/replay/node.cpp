@@ -1,6 +1,7 @@
 #include "tools/korv/replay/node.h"
 
 #include "tools/korv/base/errors.h"
+#include "tools/korv/base/files.h"
 #include "tools/korv/replay/constants.h"
 
 #include <fmt/format.h>
@@ -8,9 +9,7 @@
 
 #include <bit>
 #include <cmath>
-#include <fstream>
 #include <limits>
-#include <sstream>
 
 namespace korv {
 
@@ -21,15 +20,24 @@ std::string ReadText(const std::filesystem::path& path) {
     if (std::filesystem::is_directory(path, error)) {
         throw UserError(fmt::format("cannot read '{}': it is a folder", path.string()));
     }
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        throw UserError(fmt::format("cannot read '{}': {}", path.string(),
-                                    std::filesystem::exists(path, error) ? "permission denied"
-                                                                         : "no such file"));
+    if (!std::filesystem::exists(path, error)) {
+        throw UserError(fmt::format("cannot read '{}': no such file", path.string()));
     }
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+    return ReadFile(path);
+}
+
+// What the JSON reader stumbled upon: the character that is the `place`-th, from 1.
+std::string Unexpected(std::string_view text, size_t place) {
+    if (text.find_first_not_of(" \t\r\n") == text.npos) {
+        return "the file is empty, expected an object";
+    }
+    if (place == 0 || place > text.size()) {
+        return "the text ends too early, expected brackets and quotes that are closed";
+    }
+    const size_t lineStart = text.rfind('\n', place - 1);
+    const size_t column = lineStart == text.npos ? place : place - lineStart - 1;
+    return fmt::format("unexpected '{}' in column {}, expected a value, ',', ':' or a bracket",
+                       text[place - 1], column);
 }
 
 // Place of the first bracket that is nested deeper than any script needs; none for healthy texts.
@@ -78,11 +86,8 @@ ScriptFile::ScriptFile(const std::filesystem::path& path) : path_(path) {
     try {
         root_ = std::make_unique<nlohmann::json>(nlohmann::json::parse(text));
     } catch (const nlohmann::json::parse_error& error) {
-        // The library's own text starts with a code and a place of its own.
-        const std::string what = error.what();
-        const size_t reason = what.find(": ");
         throw UserError(fmt::format("{}:{}: no JSON: {}", path.string(), LineAt(text, error.byte),
-                                    reason == std::string::npos ? what : what.substr(reason + 2)));
+                                    Unexpected(text, error.byte)));
     } catch (const nlohmann::json::out_of_range& error) {
         // A number beyond all types, in quotes at the end of the text.
         const std::string what = error.what();

@@ -62,7 +62,8 @@ class Check {
             if (again && !many) {
                 Fault(fmt::format("'{}' is given twice", given.name));
             }
-            if (!given.hasValue && at == words.size()) {
+            if (given.hasValue ? word.ends_with('=') && given.name.starts_with("--")
+                               : at == words.size()) {
                 Fault(fmt::format("'{}' needs a value", given.name));
             }
             at += !given.hasValue;

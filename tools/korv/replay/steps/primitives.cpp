@@ -192,9 +192,17 @@ StepPlan ReadPointsStep(Fields& fields, Names& names) {
 StepPlan ReadModel(Fields& fields, Names& names) {
     const std::string context = names.Refer(NameKind::Context, fields["context"]);
     const Node file = fields["file"];
+    ObjOptions how;
+    if (const auto up = fields.Find("up")) {
+        const std::string axis = up->Name();
+        if (axis != "y" && axis != "z") {
+            up->Fail(fmt::format("'{}' is no axis that points upwards: expected y or z", axis));
+        }
+        how.up = axis == "z" ? Up::Z : Up::Y;
+    }
     Mesh mesh;
     try {
-        mesh = LoadObj(file.File().Path().parent_path() / file.Name());
+        mesh = ReadObjModel(file.File().Path().parent_path() / file.Name(), how).mesh;
     } catch (const UserError& error) {
         file.Fail(error.what());
     }
