@@ -22,6 +22,8 @@ void GiveUp(const std::string& wait) {
     _exit(1);
 }
 
+} // namespace
+
 class PatienceDeathTest : public testing::Test {
   protected:
     PatienceDeathTest() : display((PowerCycle(), test::ConfigFor(DevicePermedia))) {
@@ -37,8 +39,6 @@ class PatienceDeathTest : public testing::Test {
 
     Display display;
 };
-
-} // namespace
 
 TEST_F(PatienceDeathTest, AChipThatNeverTakesAnEntry) {
     display.Board().SetTiming({.fifoDepth = 0, .fifoDrainPerTick = 1});

@@ -8,13 +8,13 @@
 
 namespace korv {
 
-namespace {
-
 struct Hostile {
     const char* name; // of a script in hostile/
     int code;
     const char* line; // behind "korv: SCRIPT:"
 };
+
+namespace {
 
 constexpr Hostile kHostile[] = {
     {"debug-help-null", 2,
@@ -80,9 +80,9 @@ constexpr Hostile kHostile[] = {
     {"context-gone-under-client", 0, ""},
 };
 
-class HostileScript : public testing::TestWithParam<Hostile> {};
-
 } // namespace
+
+class HostileScript : public testing::TestWithParam<Hostile> {};
 
 void PrintTo(const Hostile& hostile, std::ostream* out) {
     *out << hostile.name;

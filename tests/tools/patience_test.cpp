@@ -7,14 +7,14 @@
 
 namespace korv {
 
-namespace {
-
 struct Endless {
     const char* name;
     const char* timing; // of the display
     std::vector<std::string> steps;
     const char* line; // behind "SCRIPT:", by both drivers
 };
+
+namespace {
 
 const Endless kEndless[] = {
     {"FifoSpace",
@@ -44,9 +44,9 @@ std::string DisplayAt(const char* timing) {
            R"("height": 64, "timing": )" + timing + "}";
 }
 
-class EndlessWait : public ReplayTest, public testing::WithParamInterface<Endless> {};
-
 } // namespace
+
+class EndlessWait : public ReplayTest, public testing::WithParamInterface<Endless> {};
 
 void PrintTo(const Endless& endless, std::ostream* out) {
     *out << endless.name;
