@@ -78,6 +78,18 @@ std::unique_ptr<ApertureWatch> DriverModule::WatchAperture(ChipRegisters*, const
     return nullptr;
 }
 
+const char* ExportName(uint32_t ordinal) {
+    static constexpr const char* kNames[kExportOrdinals] = {
+        "DriverInit",           "KORV_AllocateVideoMemory", "KORV_CopyBlt",
+        "KORV_CreateContext",   "KORV_DebugHelp",           "KORV_DeleteContext",
+        "KORV_DriverIsLocked",  "KORV_FreeDMABuffer",       "KORV_FreeDriverLock",
+        "KORV_FreeVideoMemory", "KORV_GetDMABuffer",        "KORV_GetDriverLock",
+        "KORV_GetInfo",         "KORV_Initialize",          "KORV_Service",
+        "KORV_StartDMA",        "KORV_StartSoftwareCursor", "KORV_StopSoftwareCursor",
+        "KORV_SwitchContext",   "KORV_WaitForDMA"};
+    return kNames[ordinal - 1];
+}
+
 const DriverModule& TheDriverModule() {
     return *TheState().inForce;
 }

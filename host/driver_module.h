@@ -50,7 +50,8 @@ class DriverModule {
     // No export and no table holds these either, but they need not be the module's own: the 16-bit
     // side has its copy of them. Here it is the linked library's, whatever module is in force.
     HeapEntries heap;
-    bool linked = false; // the library in this program
+    bool linked = false;     // the library in this program
+    uint32_t imageBytes = 0; // of a module that this host has mapped, from `instance` on
 
     // Puts the module in memory as it is before its first instruction runs, its globals too. Throws
     // std::runtime_error.
@@ -66,6 +67,9 @@ class DriverModule {
   protected:
     DriverModule();
 };
+
+// The name of the export with this ordinal, from 1.
+const char* ExportName(uint32_t ordinal);
 
 // The driver in force. The linked library until told otherwise.
 const DriverModule& TheDriverModule();

@@ -25,6 +25,7 @@ DllModule::DllModule(const std::string& path) : image_(path) {
 void DllModule::Load() {
     image_.Load();
     instance = reinterpret_cast<HINSTANCE>(image_.Base());
+    imageBytes = image_.Bytes();
     dllMain = reinterpret_cast<decltype(dllMain)>(image_.Entry());
     for (uint32_t ordinal = 1; ordinal <= kExportOrdinals; ++ordinal) {
         exports[ordinal] = image_.Export(ordinal);

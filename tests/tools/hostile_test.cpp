@@ -8,13 +8,13 @@
 
 namespace korv {
 
-namespace {
-
 struct Hostile {
     const char* name; // of a script in hostile/
     int code;
     const char* line; // behind "korv: SCRIPT:"
 };
+
+namespace {
 
 constexpr Hostile kHostile[] = {
     {"debug-help-null", 2,
@@ -80,6 +80,8 @@ constexpr Hostile kHostile[] = {
     {"context-gone-under-client", 0, ""},
 };
 
+} // namespace
+
 class HostileScript : public testing::TestWithParam<Hostile> {};
 
 void PrintTo(const Hostile& hostile, std::ostream* out) {
@@ -104,5 +106,4 @@ INSTANTIATE_TEST_SUITE_P(All, HostileScript, testing::ValuesIn(kHostile),
                              return name;
                          });
 
-} // namespace
 } // namespace korv

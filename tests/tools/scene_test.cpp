@@ -80,10 +80,10 @@ TEST(Scenes, DrawTheSameEveryTime) {
         scene.draw(first);
         scene.draw(second);
         ASSERT_EQ(first.corners.size(), second.corners.size());
-        EXPECT_EQ(std::memcmp(first.corners.data(), second.corners.data(),
-                              first.corners.size() * sizeof(D3DTLVERTEX)),
-                  0)
-            << scene.name;
+        for (size_t i = 0; i < first.corners.size(); ++i) {
+            ASSERT_EQ(std::memcmp(&first.corners[i], &second.corners[i], sizeof(D3DTLVERTEX)), 0)
+                << scene.name << ", corner " << i;
+        }
     }
 }
 

@@ -14,6 +14,7 @@
 #include <fmt/format.h>
 #include <fmt/ostream.h>
 
+#include <cstdio>
 #include <memory>
 
 namespace korv {
@@ -38,6 +39,31 @@ class DriverChoice {
     ~DriverChoice() { host::UseLinkedDriver(); }
 };
 
+// Place in the DLL and the export before it, as what lies between has no names.
+bool DescribeDll(uint32_t address, char* text, size_t bytes) {
+    const host::DriverModule& module = host::TheDriverModule();
+    const auto base = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(module.instance));
+    if (module.linked || address - base >= module.imageBytes) {
+        return false;
+    }
+    uint32_t nearest = 0, distance = ~0u;
+    for (uint32_t ordinal = 1; ordinal <= host::kExportOrdinals; ++ordinal) {
+        const auto start =
+            static_cast<uint32_t>(reinterpret_cast<uintptr_t>(module.exports[ordinal]));
+        if (start != 0 && start <= address && address - start < distance) {
+            nearest = ordinal;
+            distance = address - start;
+        }
+    }
+    if (nearest == 0) {
+        std::snprintf(text, bytes, "DLL + 0x%X", address - base);
+    } else {
+        std::snprintf(text, bytes, "DLL + 0x%X (%s + 0x%X)", address - base,
+                      host::ExportName(nearest), distance);
+    }
+    return true;
+}
+
 void Replay(const ReplayArguments& arguments, Console& console) {
     const HalScript script(arguments.script);
     const DriverChoice driver(arguments.dll);
@@ -52,6 +78,10 @@ void Replay(const ReplayArguments& arguments, Console& console) {
     options.subBuffers = arguments.subBuffers;
     // Around the player, as the trap of an aperture relies on the handlers that it found.
     const CrashNote crashes;
+    if (!arguments.dll.empty()) {
+        CrashNote::Set(arguments.dll + ": DllMain");
+        CrashNote::SetModule(DescribeDll);
+    }
     Player player(std::move(options));
     try {
         script.Play(player);
