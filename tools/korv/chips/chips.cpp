@@ -52,6 +52,18 @@ bool HasVideoPort(const ChipChoice& chip) {
     return chip.deviceId == DevicePermedia || chip.deviceId == DevicePermedia2;
 }
 
+bool KeysTextures(const ChipChoice& chip) {
+    return chip.drawsTextures && chip.deviceId != DeviceTX;
+}
+
+bool DrawsCorners(const ChipChoice& chip) {
+    return chip.setupUnit || chip.deviceId == DevicePermedia;
+}
+
+bool AddsGloss(const ChipChoice& chip) {
+    return chip.deviceId == DevicePermedia2;
+}
+
 std::string ChipNames() {
     return NamesIf([](const ChipChoice&) { return true; });
 }

@@ -26,6 +26,15 @@ const ChipChoice& ChipByName(std::string_view name);
 // Whether the board takes video in.
 bool HasVideoPort(const ChipChoice& chip);
 
+// Whether texels of one colour can be left out of what is drawn.
+bool KeysTextures(const ChipChoice& chip);
+
+// Whether triangles are drawn as their corners.
+bool DrawsCorners(const ChipChoice& chip);
+
+// Whether specular colour is added to textures.
+bool AddsGloss(const ChipChoice& chip);
+
 // "sx, tx, mx, ..." of all chips.
 std::string ChipNames();
 // The same of those that draw textures.

@@ -2,7 +2,9 @@
 #include "tools/korv/base/progress.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/draw_options.h"
+#include "tools/korv/images/captions.h"
 #include "tools/korv/images/contact_sheet.h"
+#include "tools/korv/images/difference.h"
 #include "tools/korv/images/png.h"
 #include "tools/korv/painting/canvas.h"
 #include "tools/korv/scenes/scene.h"
@@ -12,6 +14,7 @@
 #include <fmt/ostream.h>
 
 #include <memory>
+#include <string_view>
 #include <vector>
 
 namespace korv {
@@ -19,13 +22,12 @@ namespace korv {
 namespace {
 
 constexpr const char* kSheetName = "contact-sheet.png";
-// All frames of an animation, side by side.
-constexpr int kFilmColumns = 4, kFilmRows = 3;
-static_assert(kFilmColumns * kFilmRows == kAnimationFrames);
 
 struct DemoArguments {
     std::string folder = "korv-demo";
     std::vector<std::string> chips, scenes;
+    std::string reference; // chip that the others are compared with; empty for none
+    bool plain = false;    // pictures without captions
     DrawArguments draw;
 };
 
@@ -63,6 +65,23 @@ std::vector<std::string> NamesOf(const std::vector<const Item*>& items) {
         names.emplace_back(item->name);
     }
     return names;
+}
+
+// The chips of a demo: those asked for and that to compare with. UserError if it has no other.
+std::vector<const ChipChoice*> ChipsFor(const DemoArguments& arguments) {
+    std::vector<std::string> names = arguments.chips;
+    if (!arguments.reference.empty()) {
+        ChipByName(arguments.reference);
+        if (!names.empty()) {
+            names.push_back(arguments.reference);
+        }
+    }
+    const auto chips = ChosenChips(names);
+    if (!arguments.reference.empty() && chips.size() < 2) {
+        throw UserError(
+            fmt::format("'--diff {0}' needs another chip beside '{0}'", arguments.reference));
+    }
+    return chips;
 }
 
 // What a scene's chip must be able to do, and which chips are.
@@ -111,9 +130,72 @@ void WriteFrames(const std::filesystem::path& folder, const std::string& name,
     }
 }
 
+// The picture with the names of its parts, and above all what is missing from it.
+host::Picture WithCaptions(const host::Picture& picture, const CellNames& cells,
+                           const std::string& lack) {
+    const host::Picture named = Captioned(picture, cells);
+    return lack.empty() ? named : Captioned(named, {1, {lack}});
+}
+
+// A chip's picture of a scene, and the names of its parts.
+struct Drawn {
+    std::string_view chip;
+    host::Picture picture;
+    std::vector<std::string> cells;
+};
+
+// Pictures of where chips differ from the reference, and a table of them.
+class Comparisons {
+  public:
+    // Of none if `reference` is empty.
+    Comparisons(std::string reference, std::filesystem::path folder)
+        : reference_(std::move(reference)), folder_(std::move(folder)) {}
+
+    // Compares the pictures of a scene with the reference's, if it has one.
+    void Add(const Scene& scene, const std::vector<Drawn>& drawn) {
+        const auto reference = std::ranges::find(drawn, reference_, &Drawn::chip);
+        if (reference == drawn.end()) {
+            return;
+        }
+        for (const auto& [chip, picture, cells] : drawn) {
+            if (chip == reference_) {
+                continue;
+            }
+            // As of blend factors and texture formats, of which each chip has its own.
+            if (cells != reference->cells) {
+                rows_ += fmt::format("{:<15}{:<15}{:>20}\n", scene.name, chip, "other parts");
+                continue;
+            }
+            const Difference difference = Compare(reference->picture, picture);
+            WritePng(folder_ / fmt::format("{}-{}-diff-{}.png", reference_, scene.name, chip),
+                     difference.map);
+            rows_ += fmt::format("{:<15}{:<15}{:>10}{:>10}\n", scene.name, chip, difference.pixels,
+                                 difference.largest);
+        }
+    }
+
+    void Print(std::ostream& out) const {
+        if (reference_.empty()) {
+            return;
+        }
+        if (rows_.empty()) {
+            fmt::print(out, "No scene is drawn by {} and by another of these chips\n", reference_);
+            return;
+        }
+        fmt::print(out, "Where others differ from {}, in {}:\n{:<15}{:<15}{:>10}{:>10}\n{}",
+                   reference_, (folder_ / (reference_ + "-SCENE-diff-CHIP.png")).string(), "scene",
+                   "chip", "pixels", "largest", rows_);
+    }
+
+  private:
+    std::string reference_;
+    std::filesystem::path folder_;
+    std::string rows_;
+};
+
 void Demo(const DemoArguments& arguments, Console& console) {
     const Settings settings = arguments.draw.ToSettings();
-    const auto chips = ChosenChips(arguments.chips);
+    const auto chips = ChipsFor(arguments);
     const auto scenes = ChosenScenes(arguments.scenes);
     const size_t pictures = CountPictures(chips, scenes);
     const std::filesystem::path folder = arguments.folder;
@@ -123,9 +205,12 @@ void Demo(const DemoArguments& arguments, Console& console) {
                        static_cast<uint32_t>(settings.size.height));
     Progress progress(console.err, pictures);
     size_t frames = 0;
+    Comparisons comparisons(arguments.reference, folder);
     for (size_t row = 0; row < scenes.size(); ++row) {
+        std::vector<Drawn> drawn;
         for (size_t column = 0; column < chips.size(); ++column) {
             if (!CanDraw(*chips[column], *scenes[row])) {
+                sheet.Remark(column, row, std::string(Lack(scenes[row]->needs)));
                 continue;
             }
             const std::string name = fmt::format("{}-{}", chips[column]->name, scenes[row]->name);
@@ -142,14 +227,24 @@ void Demo(const DemoArguments& arguments, Console& console) {
                 frames += canvas.Frames().size();
                 picture = Strip(canvas.Frames(), kFilmColumns);
             }
-            WritePng(folder / (name + ".png"), picture);
+            const CellNames cells = scene.cells ? scene.cells(canvas) : CellNames{};
+            const std::string lack(scene.lacks ? scene.lacks(*chips[column]) : "");
+            WritePng(folder / (name + ".png"),
+                     arguments.plain ? picture : WithCaptions(picture, cells, lack));
             recording.Commit();
             sheet.Put(column, row, picture);
+            if (!lack.empty()) {
+                sheet.Remark(column, row, lack);
+            }
             if (const std::string faults = canvas.Faults(); !faults.empty()) {
                 progress.Wipe();
                 WarnOfFaults(console, name, faults);
             }
+            if (!arguments.reference.empty()) {
+                drawn.push_back({chips[column]->name, std::move(picture), cells.names});
+            }
         }
+        comparisons.Add(*scenes[row], drawn);
     }
     progress.Wipe();
     WritePng(folder / kSheetName, sheet.Draw());
@@ -157,6 +252,7 @@ void Demo(const DemoArguments& arguments, Console& console) {
                pictures == 1 ? "picture" : "pictures",
                frames == 0 ? "" : fmt::format(" and {} frames", frames), folder.string(),
                (folder / kSheetName).string());
+    comparisons.Print(console.out);
 }
 
 std::string DemoFooter() {
@@ -172,6 +268,12 @@ Chips with a video port: {}
 Scenes that need textures, such blits or video leave the other chips out.
 Each frame of the animation and of the video, as the monitor shows it, has a file of its own beside the picture of
 all (tx-animation-00.png).
+Pictures of several parts name each above it, beside the picture's own pixels; names that
+have no room are left out.
+
+With --diff CHIP, CHIP-SCENE-diff-OTHER.png shows in yellow (little) to red (much) where OTHER's
+picture of a scene differs from CHIP's, and a table tells how many pixels do and the largest
+difference of a channel (of 255). Pictures made of other parts, as of other formats, are not compared.
 
 With --words or --events and more than one picture, each picture has a file of its
 own, with chip and scene before the extension (words-tx-knot.bin).
@@ -179,6 +281,7 @@ own, with chip and scene before the extension (words-tx-knot.bin).
 Examples:
   korv demo
   korv demo -o pictures --chip permedia --scene knot --scene blend
+  korv demo -o pictures --scene knot --diff tx
   korv demo --chip tx --scene slivers --fifo --events slivers.txt
 )",
                         ChipNames(), TexturingChipNames(), StretchingChipNames(), VideoChipNames());
@@ -193,6 +296,11 @@ void SetUpDemo(CLI::App& command, Console& console) {
         ->type_name("CHIP");
     command.add_option("--scene", arguments->scenes, "Only this scene; may be repeated")
         ->type_name("SCENE");
+    command
+        .add_option("--diff", arguments->reference,
+                    "Also pictures of where the other chips differ from this one")
+        ->type_name("CHIP");
+    command.add_flag("--plain", arguments->plain, "Pictures without captions");
     AddDrawArguments(command, arguments->draw);
     command.footer(DemoFooter());
     command.callback([arguments, &console] { Demo(*arguments, console); });

@@ -3,6 +3,7 @@
 #include "tools/korv/images/text.h"
 
 #include <algorithm>
+#include <sstream>
 
 #define STB_IMAGE_RESIZE_IMPLEMENTATION
 #pragma GCC diagnostic push
@@ -15,8 +16,7 @@ namespace korv {
 namespace {
 
 // Pixels.
-constexpr uint32_t kGap = 12, kHeadingHeight = 24;
-constexpr uint8_t kPaper[4] = {0x28, 0x2C, 0x34, 0xFF};
+constexpr uint32_t kGap = 12, kHeadingHeight = 24, kRemarkMargin = 3;
 
 // Copies a picture, its upper left corner to (left, top).
 void Paste(host::Picture& sheet, const host::Picture& picture, uint32_t left, uint32_t top) {
@@ -24,6 +24,49 @@ void Paste(host::Picture& sheet, const host::Picture& picture, uint32_t left, ui
         std::copy_n(&picture.rgba[y * picture.width * 4], picture.width * 4,
                     &sheet.rgba[((top + y) * sheet.width + left) * 4]);
     }
+}
+
+// Words in lines of at most `width` pixels, where that is possible.
+std::vector<std::string> Wrapped(const std::string& text, uint32_t width, uint32_t zoom) {
+    std::istringstream words(text);
+    std::vector<std::string> lines;
+    for (std::string word; words >> word;) {
+        if (lines.empty() || TextWidth(lines.back() + " " + word, zoom) > width) {
+            lines.push_back(word);
+        } else {
+            lines.back() += " " + word;
+        }
+    }
+    return lines;
+}
+
+// Sets the remark at the lower edge of `cell` or in its middle.
+void SetRemark(host::Picture& cell, const std::string& text, bool inTheMiddle) {
+    // The longest word decides about the size.
+    const uint32_t room = cell.width - std::min(cell.width, 2 * kRemarkMargin);
+    const auto fits = [&](uint32_t zoom) {
+        const auto lines = Wrapped(text, room, zoom);
+        return lines.size() * TextHeight(zoom) + 2 * kRemarkMargin <= cell.height &&
+               std::ranges::all_of(
+                   lines, [&](const std::string& line) { return TextWidth(line, zoom) <= room; });
+    };
+    const uint32_t zoom = fits(kLargeText) ? kLargeText : kSmallText;
+    const auto lines = Wrapped(text, room, zoom);
+    uint32_t widest = 0;
+    for (const std::string& line : lines) {
+        widest = std::max(widest, TextWidth(line, zoom));
+    }
+    // What is still too large is cut off at the cell's edges.
+    const uint32_t width = std::min(widest + 2 * kRemarkMargin, cell.width);
+    const uint32_t height = std::min(
+        static_cast<uint32_t>(lines.size()) * TextHeight(zoom) + 2 * kRemarkMargin, cell.height);
+    host::Picture plate = Paper(width, height);
+    for (size_t i = 0; i < lines.size(); ++i) {
+        DrawText(plate, kRemarkMargin, kRemarkMargin + static_cast<uint32_t>(i) * TextHeight(zoom),
+                 lines[i], zoom);
+    }
+    const uint32_t left = (cell.width - width) / 2, below = cell.height - height;
+    Paste(cell, plate, inTheMiddle ? left : 0, inTheMiddle ? below / 2 : below);
 }
 
 } // namespace
@@ -69,6 +112,10 @@ void ContactSheet::Put(size_t column, size_t row, const host::Picture& picture) 
     cells_[{column, row}] = Scaled(picture, pictureWidth_, pictureHeight_);
 }
 
+void ContactSheet::Remark(size_t column, size_t row, std::string text) {
+    remarks_[{column, row}] = std::move(text);
+}
+
 uint32_t ContactSheet::CellX(size_t column) const {
     return kGap + headingWidth_ + kGap + static_cast<uint32_t>(column) * (cellWidth_ + kGap);
 }
@@ -78,12 +125,7 @@ uint32_t ContactSheet::CellY(size_t row) const {
 }
 
 host::Picture ContactSheet::Draw() const {
-    host::Picture sheet;
-    sheet.width = CellX(columns_.size());
-    sheet.height = CellY(rows_.size());
-    for (uint32_t i = 0; i < sheet.width * sheet.height; ++i) {
-        sheet.rgba.insert(sheet.rgba.end(), std::begin(kPaper), std::end(kPaper));
-    }
+    host::Picture sheet = Paper(CellX(columns_.size()), CellY(rows_.size()));
     for (size_t column = 0; column < columns_.size(); ++column) {
         DrawText(sheet, CellX(column), kGap, columns_[column]);
     }
@@ -91,6 +133,13 @@ host::Picture ContactSheet::Draw() const {
         DrawText(sheet, kGap, CellY(row), rows_[row]);
     }
     for (const auto& [place, cell] : cells_) {
+        Paste(sheet, cell, CellX(place.first), CellY(place.second));
+    }
+    for (const auto& [place, text] : remarks_) {
+        const auto picture = cells_.find(place);
+        const bool empty = picture == cells_.end();
+        host::Picture cell = empty ? Paper(cellWidth_, cellHeight_) : picture->second;
+        SetRemark(cell, text, empty);
         Paste(sheet, cell, CellX(place.first), CellY(place.second));
     }
     return sheet;

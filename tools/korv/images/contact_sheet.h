@@ -19,6 +19,10 @@ class ContactSheet {
     // Puts a picture of the size given above into a cell. Cells without one stay empty.
     void Put(size_t column, size_t row, const host::Picture& picture);
 
+    // Sets a remark into a cell, broken into lines as need be: over the lower edge of its picture,
+    // or in the middle of the empty place.
+    void Remark(size_t column, size_t row, std::string text);
+
     // Where a cell's upper left corner lies on the sheet, in pixels.
     uint32_t CellX(size_t column) const;
     uint32_t CellY(size_t row) const;
@@ -32,7 +36,9 @@ class ContactSheet {
   private:
     std::vector<std::string> columns_, rows_;
     uint32_t pictureWidth_, pictureHeight_, cellWidth_, cellHeight_, headingWidth_;
-    std::map<std::pair<size_t, size_t>, host::Picture> cells_;
+    using Place = std::pair<size_t, size_t>; // column, row
+    std::map<Place, host::Picture> cells_;
+    std::map<Place, std::string> remarks_;
 };
 
 // Scales to `width` by `height` pixels.

@@ -15,8 +15,6 @@ namespace korv {
 
 namespace {
 
-constexpr int kZoom = 2; // screen pixels to a pixel of the font
-
 // The font knows the printable characters of ASCII only.
 std::string Printable(std::string_view text) {
     std::string line(text);
@@ -35,14 +33,26 @@ struct FontVertex {
 };
 constexpr size_t kBytesPerCharacter = 512;
 
+constexpr uint8_t kPaper[4] = {0x28, 0x2C, 0x34, 0xFF};
+
 } // namespace
 
-uint32_t TextWidth(std::string_view text) {
-    std::string line = Printable(text);
-    return static_cast<uint32_t>(stb_easy_font_width(line.data())) * kZoom;
+host::Picture Paper(uint32_t width, uint32_t height) {
+    host::Picture paper{width, height, {}};
+    paper.rgba.reserve(size_t{width} * height * 4);
+    for (uint32_t i = 0; i < width * height; ++i) {
+        paper.rgba.insert(paper.rgba.end(), std::begin(kPaper), std::end(kPaper));
+    }
+    return paper;
 }
 
-void DrawText(host::Picture& picture, uint32_t x, uint32_t y, std::string_view text) {
+uint32_t TextWidth(std::string_view text, uint32_t zoom) {
+    std::string line = Printable(text);
+    return static_cast<uint32_t>(stb_easy_font_width(line.data())) * zoom;
+}
+
+void DrawText(host::Picture& picture, uint32_t x, uint32_t y, std::string_view text,
+              uint32_t zoom) {
     std::string line = Printable(text);
     std::vector<FontVertex> vertices(line.size() * kBytesPerCharacter / sizeof(FontVertex));
     const int quads = stb_easy_font_print(0, 0, line.data(), nullptr, vertices.data(),
@@ -50,8 +60,8 @@ void DrawText(host::Picture& picture, uint32_t x, uint32_t y, std::string_view t
     for (int quad = 0; quad < quads; ++quad) {
         const FontVertex& low = vertices[quad * 4];
         const FontVertex& high = vertices[quad * 4 + 2];
-        const auto pixel = [](uint32_t origin, float at) {
-            return origin + static_cast<uint32_t>(at) * kZoom;
+        const auto pixel = [zoom](uint32_t origin, float at) {
+            return origin + static_cast<uint32_t>(at) * zoom;
         };
         for (uint32_t row = pixel(y, low.y); row < std::min(pixel(y, high.y), picture.height);
              ++row) {

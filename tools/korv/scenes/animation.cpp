@@ -2,6 +2,8 @@
 #include "tools/korv/painting/pipeline.h"
 #include "tools/korv/scenes/scene.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 namespace korv {
@@ -31,6 +33,14 @@ void DrawAnimationFrame(Painter& painter, int frame) {
     if (reached < width) {
         painter.Fill({reached, top, width, height}, kRail);
     }
+}
+
+CellNames AnimationCells(const Painter&) {
+    CellNames cells{kFilmColumns, {}};
+    for (int frame = 0; frame < kAnimationFrames; ++frame) {
+        cells.names.push_back(fmt::format("flip {}", frame));
+    }
+    return cells;
 }
 
 // Draws each picture behind the one on show.

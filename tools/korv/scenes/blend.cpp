@@ -1,7 +1,10 @@
 #include "tools/korv/painting/screen_batch.h"
 #include "tools/korv/scenes/scene.h"
 
+#include <fmt/format.h>
+
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace korv {
@@ -79,20 +82,47 @@ void DrawGrid(Painter& painter, std::span<const FactorPair> pairs, int columns) 
     }
 }
 
-} // namespace
-
-void DrawBlendFactors(Painter& painter) {
-    if (!painter.HasAllBlendFactors()) {
-        DrawGrid(painter, kFewPairs, kFewColumns);
-        return;
-    }
+struct Grid {
     std::vector<FactorPair> pairs;
+    int columns;
+};
+
+Grid GridFor(const Painter& painter) {
+    if (!painter.HasAllBlendFactors()) {
+        return {{std::begin(kFewPairs), std::end(kFewPairs)}, kFewColumns};
+    }
+    Grid grid{{}, static_cast<int>(std::size(kDests))};
     for (DWORD source : kSources) {
         for (DWORD dest : kDests) {
-            pairs.push_back({source, dest});
+            grid.pairs.push_back({source, dest});
         }
     }
-    DrawGrid(painter, pairs, static_cast<int>(std::size(kDests)));
+    return grid;
+}
+
+// As published, without D3DBLEND_.
+std::string_view FactorName(DWORD factor) {
+    constexpr std::string_view kNames[] = {
+        "ZERO",      "ONE",          "SRCCOLOR",  "INVSRCCOLOR",  "SRCALPHA",   "INVSRCALPHA",
+        "DESTALPHA", "INVDESTALPHA", "DESTCOLOR", "INVDESTCOLOR", "SRCALPHASAT"};
+    return kNames[factor - D3DBLEND_ZERO];
+}
+
+} // namespace
+
+CellNames BlendCells(const Painter& painter) {
+    const Grid grid = GridFor(painter);
+    CellNames cells{static_cast<uint32_t>(grid.columns), {}};
+    for (const FactorPair& pair : grid.pairs) {
+        cells.names.push_back(
+            fmt::format("{}\n{}", FactorName(pair.source), FactorName(pair.dest)));
+    }
+    return cells;
+}
+
+void DrawBlendFactors(Painter& painter) {
+    const Grid grid = GridFor(painter);
+    DrawGrid(painter, grid.pairs, grid.columns);
 }
 
 } // namespace korv

@@ -33,14 +33,23 @@ void Whole(Painter& painter, ScreenBatch& batch, const TextureState& state, cons
     batch.Draw(painter);
 }
 
+// As wide as high.
+int ColumnsFor(size_t formats) {
+    return std::max(1, static_cast<int>(std::ceil(std::sqrt(static_cast<double>(formats)))));
+}
+
 } // namespace
+
+CellNames FormatCells(const Painter& painter) {
+    const std::vector<std::string> formats = painter.TextureFormats();
+    return {static_cast<uint32_t>(ColumnsFor(formats.size())), formats};
+}
 
 // For each format that the device announces: a colour wheel, stripes that fade out, and a sign with
 // its name, all three in that format.
 void DrawTextureFormats(Painter& painter) {
     const std::vector<std::string> formats = painter.TextureFormats();
-    const int columns =
-        std::max(1, static_cast<int>(std::ceil(std::sqrt(static_cast<double>(formats.size())))));
+    const int columns = ColumnsFor(formats.size());
     const int rows = std::max(1, (static_cast<int>(formats.size()) + columns - 1) / columns);
     const double width = 1.0 * painter.Size().width / columns,
                  height = 1.0 * painter.Size().height / rows;

@@ -5,6 +5,10 @@
 
 namespace korv {
 
+CellNames TextureBlendCells(const Painter&) {
+    return {3, {"decal", "copy", "modulate", "decal-alpha", "modulate-alpha"}};
+}
+
 // Each way of mixing texture and light: decal, copy and modulate above, decal-alpha and
 // modulate-alpha below. The light goes from white on the left to blue on the right, the texture
 // fades out from left to right; its alpha lets the ground through where alpha comes out.

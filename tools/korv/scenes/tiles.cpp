@@ -5,6 +5,12 @@
 
 namespace korv {
 
+CellNames TileCells(const Painter&) {
+    return {3,
+            {"repeated, nearest", "mirrored, nearest", "clamped, nearest", "repeated, mixed",
+             "mirrored, mixed", "clamped, mixed"}};
+}
+
 // Three columns: repeated, mirrored, clamped. The upper row shows the nearest texels, the lower row
 // mixes them. The image starts one image's width and height before its own corner.
 void DrawTiles(Painter& painter) {

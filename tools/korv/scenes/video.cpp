@@ -2,6 +2,8 @@
 #include "tools/korv/images/test_card.h"
 #include "tools/korv/scenes/scene.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 namespace korv {
@@ -31,6 +33,14 @@ RECT AreaFor(Extent room) {
 }
 
 } // namespace
+
+CellNames VideoCells(const Painter&) {
+    CellNames cells{kFilmColumns, {}};
+    for (int field = 0; field < kAnimationFrames; ++field) {
+        cells.names.push_back(fmt::format("field {}", field));
+    }
+    return cells;
+}
 
 // A test card as the video port takes it in, field by field, each on the screen.
 void DrawVideo(Painter& painter) {
