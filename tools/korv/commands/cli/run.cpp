@@ -67,6 +67,12 @@ void RunCommandLine(CLI::App& tool, const std::vector<std::string>& words) {
     }
 }
 
+// What a command reads is its own affair.
+struct FilesOfOneCommand {
+    FilesOfOneCommand() { ForgetFiles(); }
+    ~FilesOfOneCommand() { ForgetFiles(); }
+};
+
 } // namespace
 
 std::unique_ptr<CLI::App> MakeTool(Console& console) {
@@ -83,7 +89,7 @@ std::unique_ptr<CLI::App> MakeTool(Console& console) {
 
 int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
     Console console{out, err};
-    ForgetFiles();
+    const FilesOfOneCommand files;
     const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
     const auto tool = MakeTool(console);
     try {
