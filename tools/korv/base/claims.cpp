@@ -6,7 +6,6 @@
 #include <charconv>
 #include <cstring>
 #include <map>
-#include <set>
 #include <sys/sysmacros.h>
 #include <tuple>
 #include <unistd.h>
@@ -28,7 +27,8 @@ struct Held {
 };
 
 std::map<const OutputClaim*, Held> held;
-std::set<Identity> inputs;
+// By when each changed last: the number of a file that was removed is given to another.
+std::map<Identity, timespec> inputs;
 bool standardOutputTaken = false;
 
 Identity IdentityOf(const struct stat& status) {
@@ -61,6 +61,10 @@ int DescriptorOf(const fs::path& file) {
     const auto [end, error] =
         std::from_chars(number.data(), number.data() + number.size(), descriptor);
     return error == std::errc() && *end == '\0' ? descriptor : -1;
+}
+
+bool IsSame(const timespec& a, const timespec& b) {
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
 bool IsNullDevice(const struct stat& status) {
@@ -104,7 +108,8 @@ OutputClaim::OutputClaim(const fs::path& name) {
         return;
     }
     const Identity identity = IdentityOf(target);
-    if (inputs.contains(identity)) {
+    const auto input = inputs.find(identity);
+    if (input != inputs.end() && IsSame(input->second, status.st_ctim)) {
         throw SharedFileError(
             fmt::format("'{}' is also read: expected another name for the output", name.string()));
     }
@@ -140,7 +145,7 @@ void NoteInput(const fs::path& name, const struct stat& status) {
                             one.name == name ? "" : " as '" + name.string() + "'"));
         }
     }
-    inputs.insert(identity);
+    inputs[identity] = status.st_ctim;
 }
 
 bool StandardOutputTaken() {

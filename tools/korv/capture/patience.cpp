@@ -8,7 +8,9 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <charconv>
 #include <exception>
+#include <string>
 #include <unistd.h>
 
 namespace korv {
@@ -49,13 +51,17 @@ PatienceScope::~PatienceScope() {
 
 void AddPatienceOption(CLI::App& command) {
     command
-        .add_option_function<double>(
+        .add_option_function<std::string>(
             "--patience",
-            [](double given) {
-                if (!(given >= 0 && given <= kMostSeconds)) { // no number neither
-                    throw CLI::ValidationError(
-                        "--patience", fmt::format("{} is out of range: expected 0 to {} seconds",
-                                                  given, kMostSeconds));
+            [](const std::string& text) {
+                double given = -1;
+                const char* const end = text.data() + text.size();
+                const auto [behind, error] = std::from_chars(text.data(), end, given);
+                if (error != std::errc() || behind != end ||
+                    !(given >= 0 && given <= kMostSeconds)) { // no number neither
+                    throw UsageError(fmt::format("bad value '{}' for '--patience': expected a "
+                                                 "number from 0 to {}",
+                                                 text, kMostSeconds));
                 }
                 seconds = given;
                 Arm();

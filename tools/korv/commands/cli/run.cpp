@@ -68,6 +68,12 @@ void RunCommandLine(CLI::App& tool, const std::vector<std::string>& words) {
     }
 }
 
+// What a command reads is its own affair.
+struct FilesOfOneCommand {
+    FilesOfOneCommand() { ForgetFiles(); }
+    ~FilesOfOneCommand() { ForgetFiles(); }
+};
+
 } // namespace
 
 std::unique_ptr<CLI::App> MakeTool(Console& console) {
@@ -85,7 +91,7 @@ std::unique_ptr<CLI::App> MakeTool(Console& console) {
 int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
     Console console{out, err};
     const PatienceScope patience;
-    ForgetFiles();
+    const FilesOfOneCommand files;
     const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
     const auto tool = MakeTool(console);
     try {
