@@ -1,17 +1,32 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds KORV32.dll and the hosted side, and runs every test. With --asan
-# the hosted side is under AddressSanitizer and UndefinedBehaviorSanitizer.
+# Installs what is missing, builds KORV32.dll and the hosted side, and runs every test.
 set -euo pipefail
-cd "$(dirname "$0")"
-. scripts/setup.sh
+# shellcheck source=scripts/setup.sh
+. "$(dirname "${BASH_SOURCE[0]}")/scripts/setup.sh"
 preset=hosted
-if [ "${1-}" = --asan ]; then
-  preset=hosted-asan
-  shift
-fi
+case ${1-} in
+  -h | --help)
+    cat <<'HELP'
+Usage: ./test.sh [--asan] [OPTION...]
+Installs the packages that are missing (as root or with sudo), builds KORV32.dll and the hosted side,
+and runs every test. The first run takes five to twenty minutes and some 600 MB beside the packages.
+
+  --asan    the hosted side under AddressSanitizer and UndefinedBehaviorSanitizer
+Other options are those of ctest: -R NAME runs the tests of that name alone.
+
+KORV_BUILD=DIR in the environment: build there and not in build/. The sources may be read-only then.
+HELP
+    exit 0
+    ;;
+  --asan)
+    preset=hosted-asan
+    shift
+    ;;
+esac
 install_missing "${korv_packages[@]}" "${korv_test_packages[@]}"
+check_build_folder
 configure windows95
-cmake --build --preset windows95
+build_preset windows95 KORV32.dll
 configure "$preset" -DBUILD_TESTING=ON
-cmake --build --preset "$preset"
-exec ctest --preset "$preset" -j2 "$@"
+build_preset "$preset" "The tests"
+exec ctest --test-dir "$build/$preset" --output-on-failure -j2 "$@"
