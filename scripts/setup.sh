@@ -93,7 +93,7 @@ configure() {
 
 # On a terminal one line that moves on, elsewhere nothing but what compilers say and how it ended.
 show_build() {
-  local name=$1 line steps=0
+  local name=$1 line steps=0 stopped=0
   while IFS= read -r line; do
     case $line in
       *'Re-checking globbed directories'* | *'no work to do.' | '-- '* | 'Consolidate '*) ;;
@@ -103,13 +103,16 @@ show_build() {
           printf '\r\033[K%.79s' "$line"
         fi
         ;;
+      'ninja: build stopped'*) stopped=1 ;;
       *) printf '%s\n' "$line" ;;
     esac
   done
   if [ "$steps" -ne 0 ] && [ -t 1 ]; then
     printf '\r\033[K'
   fi
-  if [ "$steps" -eq 0 ]; then
+  if [ "$stopped" -ne 0 ]; then
+    echo "$name: not built" >&2
+  elif [ "$steps" -eq 0 ]; then
     echo "$name: up to date"
   else
     echo "$name: $steps steps done"
