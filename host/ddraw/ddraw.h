@@ -129,7 +129,6 @@ class DirectDraw {
     // A surface that is never free within this many milliseconds is a fault of somebody's.
     static constexpr int kPatience = 10000;
 
-
     std::unique_ptr<Surface> NewSurface(const SurfaceRequest& request, uint32_t level);
     std::vector<std::unique_ptr<Surface>> NewList(const SurfaceRequest& request);
     HRESULT CreateInDriver(const SurfaceRequest& request,
