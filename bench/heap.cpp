@@ -1,6 +1,7 @@
 // Cost of allocating and freeing in a heap of 1,000 live blocks.
 #include "bench/measure.h"
 #include "driver/core/driverdata.h"
+#include "driver/heap/linalloc.h"
 #include "driver/platform/minivdd.h"
 #include "host/win32/device.h"
 #include "host/win32/win32.h"
