@@ -5,6 +5,7 @@
 #include "host/loader/image.h"
 #include "host/loader/imports.h"
 #include "tests/loader/machine.h"
+#include "tests/support_host/dll_bytes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,14 +24,11 @@ using testing::HasSubstr;
 using testing::StartsWith;
 using testing::ThrowsMessage;
 
-class ImageTest : public testing::Test {
+class ImageTest : public testing::Test, protected DllBytes {
   protected:
     ImageTest()
         : path_(testing::TempDir() + "loader_" +
-                testing::UnitTest::GetInstance()->current_test_info()->name() + ".dll") {
-        std::ifstream in(DllPath(), std::ios::binary);
-        bytes.assign(std::istreambuf_iterator<char>(in), {});
-    }
+                testing::UnitTest::GetInstance()->current_test_info()->name() + ".dll") {}
     ~ImageTest() override {
         std::filesystem::remove(path_);
         host::UseLinkedDriver();
@@ -42,30 +40,6 @@ class ImageTest : public testing::Test {
         std::ofstream(path_, std::ios::binary).write(bytes.data(), std::ssize(bytes));
         return path_;
     }
-    uint32_t Header() const {
-        uint32_t at;
-        std::memcpy(&at, &bytes[0x3C], 4);
-        return at;
-    }
-    uint32_t Word(uint32_t at) const {
-        uint32_t value;
-        std::memcpy(&value, &bytes.at(at), 4);
-        return value;
-    }
-    void SetWord(uint32_t at, uint32_t value) { std::memcpy(&bytes.at(at), &value, 4); }
-    // Place in the file of a directory's address; its size follows.
-    uint32_t Directory(uint32_t index) const { return Header() + 24 + 96 + 8 * index; }
-    // Place in the file of a place in the image.
-    uint32_t InFile(uint32_t address) const {
-        const uint32_t table = Header() + 24 + (Word(Header() + 20) & 0xFFFF);
-        for (uint32_t i = 0; i < (Word(Header() + 4) >> 16); ++i) {
-            const uint32_t section = table + 40 * i, start = Word(section + 12);
-            if (address - start < Word(section + 16)) {
-                return Word(section + 20) + address - start;
-            }
-        }
-        throw std::out_of_range("no section holds this place");
-    }
     void ExpectRefusal(const std::string& reason) {
         const std::string path = Path();
         EXPECT_THAT(
@@ -73,8 +47,6 @@ class ImageTest : public testing::Test {
             ThrowsMessage<std::runtime_error>(
                 AllOf(StartsWith(path + ": "), HasSubstr(reason), testing::Not(HasSubstr("\n")))));
     }
-
-    std::string bytes;
 
   private:
     std::string path_;
@@ -158,7 +130,7 @@ TEST_F(ImageTest, AnExportThatIsAnotherLibrarysIsRefused) {
 
 TEST_F(ImageTest, ADllMainThatReturnsZeroIsTold) {
     const std::string refuses("\x31\xC0\xC2\x0C\x00", 5); // xor %eax,%eax; ret $12
-    bytes.replace(InFile(Word(Header() + 24 + 16)), refuses.size(), refuses);
+    SetDllMain(refuses);
     host::loader::UseDriverDll(Path());
     EXPECT_THAT([] { host::PowerCycle(); },
                 ThrowsMessage<std::runtime_error>("the driver's DllMain refused to be loaded"));

@@ -1,4 +1,5 @@
 // The steps of HAL scripts: that each carries what it says to the driver and brings back what came.
+#include "tests/support_host/dll_bytes.h"
 #include "tests/tools/replay_rig.h"
 #include "tools/korv/images/png.h"
 
@@ -340,6 +341,34 @@ TEST_F(ReplaySteps, ACrashOfTheDriverIsToldWithItsStep) {
                 "    DLL \\+ 0x[0-9A-F]+ \\(");
 #endif
 }
+
+TEST_F(ReplaySteps, ACrashOfDllMainNamesTheFile) {
+    const std::string script = folder_.Write("script.json", Script({kDisplay, kStart}));
+    test::DllBytes dll;
+    dll.SetDllMain(std::string("\xC7\x05\x10\x00\x00\x00\x00\x00\x00\x00", 10)); // movl $0, 0x10
+    const std::string path = folder_.Write("crash.dll", dll.bytes);
+#ifdef __SANITIZE_ADDRESS__
+    EXPECT_DEATH(RunTool({"replay", script, "--dll", path}),
+                 "AddressSanitizer: SEGV on unknown address 0x00000010");
+#else
+    EXPECT_EXIT(RunTool({"replay", script, "--dll", path}), testing::ExitedWithCode(1),
+                "korv: .*/crash.dll: DllMain: access violation at 0x10\n"
+                "    DLL \\+ 0x[0-9A-F]+");
+#endif
+}
+
+#ifndef __SANITIZE_ADDRESS__ // which ends the process without the tool
+TEST_F(ReplaySteps, ACrashLeavesNoHalfWrittenFile) {
+    const std::string path = folder_.Write(
+        "script.json",
+        Script({kDisplay, kStart,
+                R"({"do": "set", "record": "ChipInfo", "fields": {"CurrentContext": 9999}})",
+                R"({"do": "export", "name": "KORV_SwitchContext", "arguments": {"id": 5}})"}));
+    EXPECT_EXIT(RunTool({"replay", path, "--words", folder_ / "w", "--events", folder_ / "e"}),
+                testing::ExitedWithCode(1), "access violation");
+    EXPECT_EQ(folder_.Files(), 1u) << "the script";
+}
+#endif
 
 TEST_F(ReplaySteps, DeepNestingAndHugeNumbersAreNoJson) {
     const ToolResult deep = Replay("{\n\"version\": " + std::string(100000, '['));

@@ -1,6 +1,7 @@
 #include "tools/korv/base/crash_note.h"
 
 #include "tools/korv/base/errors.h"
+#include "tools/korv/base/temporary_name.h"
 
 #include <algorithm>
 #include <csignal>
@@ -162,6 +163,7 @@ void OnCrash(int signal, siginfo_t* info, void* data) {
     for (const int other : kSignals) {
         std::signal(other, SIG_DFL);
     }
+    RemoveTemporaryFiles();
     auto* context = static_cast<ucontext_t*>(data);
     greg_t* registers = context->uc_mcontext.gregs;
     char line[1024];
