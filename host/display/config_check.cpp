@@ -30,19 +30,29 @@ void Check(const char* field, uint32_t value, uint32_t low, uint32_t high) {
     }
 }
 
-// In how many pieces the driver cuts a DMA buffer. What is no plain number counts as the most.
-uint32_t SubBuffers(const DisplayConfig& config) {
-    constexpr long kFewest = 2, kDefault = 8, kMost = 32;
-    if ((config.chipFlags & TwoSubBuffers) != 0) {
-        return kFewest;
-    }
-    const auto text = config.registry.find("Direct3DHAL.SubBuffers");
+constexpr uint32_t kFewestSubBuffers = 2;
+constexpr const char* kSubBuffersValue = "Direct3DHAL.SubBuffers";
+
+// In how many pieces this display's registry has DMA buffers cut. What is no plain number counts as
+// the most.
+uint32_t SubBuffersByRegistry(const DisplayConfig& config) {
+    constexpr long kDefault = 8, kMost = 32;
+    const auto text = config.registry.find(kSubBuffersValue);
     const long count =
         text == config.registry.end() ? 0 : std::strtol(text->second.c_str(), nullptr, 10);
     if (count == 0) {
         return kDefault;
     }
-    return count < 0 || count > kMost ? kMost : std::max(count, kFewest);
+    return count < 0 || count > kMost ? kMost : std::max<long>(count, kFewestSubBuffers);
+}
+
+// In how many pieces the driver cuts this display's, where the registry says `byRegistry`.
+uint32_t SubBuffers(const DisplayConfig& config, uint32_t byRegistry) {
+    return (config.chipFlags & TwoSubBuffers) != 0 ? kFewestSubBuffers : byRegistry;
+}
+
+uint32_t FewestBufferBytes(const DisplayConfig& config, uint32_t byRegistry) {
+    return config.dmaBufferCount == 0 ? 0 : SubBuffers(config, byRegistry) * kFewestSubBufferBytes;
 }
 
 void CheckDmaBuffers(const DisplayConfig& config) {
@@ -50,12 +60,13 @@ void CheckDmaBuffers(const DisplayConfig& config) {
     if (config.dmaBufferCount == 0) {
         return;
     }
-    const uint32_t pieces = SubBuffers(config), bytes = config.dmaBufferBytes;
-    if (bytes < pieces * kFewestSubBufferBytes || bytes > kMaxDmaBufferBytes) {
-        throw ConfigError("dmaBufferBytes",
-                          Range(bytes, pieces * kFewestSubBufferBytes, kMaxDmaBufferBytes) +
-                              ", with " + std::to_string(pieces) + " sub-buffers of at least " +
-                              std::to_string(kFewestSubBufferBytes) + " bytes");
+    const uint32_t byRegistry = SubBuffersByRegistry(config), bytes = config.dmaBufferBytes;
+    const uint32_t fewest = FewestBufferBytes(config, byRegistry);
+    if (bytes < fewest || bytes > kMaxDmaBufferBytes) {
+        throw ConfigError("dmaBufferBytes", Range(bytes, fewest, kMaxDmaBufferBytes) + ", with " +
+                                                std::to_string(SubBuffers(config, byRegistry)) +
+                                                " sub-buffers of at least " +
+                                                std::to_string(kFewestSubBufferBytes) + " bytes");
     }
 }
 
@@ -95,6 +106,23 @@ void CheckConfig(const DisplayConfig& config) {
     if (config.registryName.size() > kMaxRegistryName) {
         throw ConfigError("registryName", "too long: expected at most " +
                                               std::to_string(kMaxRegistryName) + " characters");
+    }
+}
+
+void CheckBeside(const DisplayConfig& config, const DisplayConfig& other) {
+    const uint32_t own = SubBuffersByRegistry(config), others = SubBuffersByRegistry(other);
+    if (config.dmaBufferBytes < FewestBufferBytes(config, others)) {
+        throw ConfigError("dmaBufferBytes",
+                          std::to_string(config.dmaBufferBytes) +
+                              " is too few for the sub-buffers of another display's registry, " +
+                              std::to_string(others) + ", which count for all displays");
+    }
+    if (other.dmaBufferBytes < FewestBufferBytes(other, own)) {
+        throw ConfigError(std::string("registry/") + kSubBuffersValue,
+                          std::to_string(own) +
+                              " sub-buffers, which count for all displays, are "
+                              "too many for another display's dmaBufferBytes of " +
+                              std::to_string(other.dmaBufferBytes));
     }
 }
 

@@ -19,6 +19,11 @@ struct ConfigError : std::invalid_argument {
 // or size that no board has.
 void CheckConfig(const DisplayConfig& config);
 
+// Throws ConfigError where a display cannot stand beside another: the driver reads the registry of
+// the display that was started last for every context that it makes, and may cut either's DMA
+// buffers by the other's registry.
+void CheckBeside(const DisplayConfig& config, const DisplayConfig& other);
+
 // The part of it that a mode change can break.
 void CheckMode(const DisplayConfig& config);
 

@@ -117,6 +117,8 @@ ChipBus BusOf(board::Board& board, const ChipInfo* chip, std::shared_ptr<void>& 
     return WatchedBus<Kind>::Of(bus.get());
 }
 
+std::vector<const Display*> displays; // of this machine
+
 } // namespace
 
 uint32_t ScreenPitchPixels(uint32_t deviceId, uint32_t width) {
@@ -144,6 +146,9 @@ uint32_t ScreenPitchPixels(uint32_t deviceId, uint32_t width) {
 
 Display::Display(DisplayConfig config) : config_(std::move(config)) {
     CheckConfig(config_);
+    for (const Display* other : displays) {
+        CheckBeside(config_, other->config_);
+    }
     if (!TheDriverModule().linked) {
         CheckTimingForDll(config_);
     }
@@ -196,9 +201,11 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
         board_->Write(reg::IntEnable,
                       board_->Read(reg::IntEnable) | field::IntEnable_Retrace.Mask());
     }
+    displays.push_back(this);
 }
 
 Display::~Display() {
+    std::erase(displays, this);
     clock::Unfollow(this);
     board_->SetInterruptHandler({});
     board_->Drain();

@@ -97,4 +97,19 @@ TEST_F(ReplayTest, AnOptionThatAsksForMoreSubBuffersIsHeldAgainstTheBuffer) {
                               "16777216, with 9 sub-buffers of at least 1024 bytes\n");
 }
 
+// The driver cuts a context's buffers by the registry of the display that was started last.
+TEST_F(ReplayTest, DisplaysSideBySideShareTheNumberOfSubBuffers) {
+    const std::string small =
+        R"({"do": "display", "name": "a", "chip": "tx", "dmaBufferBytes": 16384})";
+    const std::string many =
+        R"({"do": "display", "name": "b", "chip": "permedia", "number": 1, "primary": false, )"
+        R"("registryName": "Second", "registry": {"Direct3DHAL.SubBuffers": "17"}})";
+    ExpectLine(Script({small, many}), 2,
+               "4: /steps/1/registry/Direct3DHAL.SubBuffers: 17 sub-buffers, which count for "
+               "all displays, are too many for another display's dmaBufferBytes of 16384");
+    ExpectLine(Script({many, small}), 2,
+               "4: /steps/1/dmaBufferBytes: 16384 is too few for the sub-buffers of another "
+               "display's registry, 17, which count for all displays");
+}
+
 } // namespace korv
