@@ -2,7 +2,9 @@
 
 #include "host/display/context_lists.h"
 
+#include <algorithm>
 #include <cstring>
+#include <span>
 
 namespace host {
 
@@ -32,7 +34,7 @@ void AddRegisterList(ContextBlock* block, const std::vector<uint16_t>& list) {
     const uint32_t bytes = (2 + 2 * count + 3) & ~3u;
     uint8_t* data = TakeSlot(block, bytes, kNoType);
     std::memcpy(data, &count, 2);
-    std::memcpy(data + 2, list.data(), 2 * count);
+    std::ranges::copy(std::as_bytes(std::span(list)), reinterpret_cast<std::byte*>(data + 2));
 }
 
 void AddContext(ContextBlock* block, uint16_t type, const std::vector<uint16_t>& list,
