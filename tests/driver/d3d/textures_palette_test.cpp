@@ -1,5 +1,6 @@
 // Palettes that go to the chip with a texture.
 #include "tests/driver/d3d/bind_rig.h"
+#include "tests/support/tag_names.h"
 
 namespace test {
 namespace {
@@ -168,7 +169,7 @@ TEST(Bind, APaletteLoadBracketsFIFOModeWithDisconnect) {
             const uint32_t offset = delta != 0 ? 0x868u : 0x68u;
             const std::vector<BusEvent> want = {{'w', offset, 1}, {'w', offset, 0}};
             EXPECT_EQ(writes, want);
-            EXPECT_EQ(c.rig.bus->ReadsOf(0x88B8), 1u); // read once, in front
+            EXPECT_EQ(c.rig.bus->ReadsOf(t::Mapped(t::LBWindowBase)), 1u); // read once, in front
             // All palette words lie between the two.
             uint32_t level = 0;
             uint32_t inside = 0;

@@ -275,7 +275,7 @@ TEST(PatchedDownload, TheFirstWordWaitsForOneFreeEntry) {
     load.SetSource(Pattern(2), 2);
     load.Run(PermediaPatchedTextureDownload, {0, 0, 1, 1});
     EXPECT_EQ(asked, 4);
-    EXPECT_EQ(load.rig.bus->events[4], (BusEvent{'w', 0x68, 1}));
+    EXPECT_EQ(load.rig.bus->events[4], (BusEvent{'w', t::DisconnectControl, 1}));
 }
 
 // The pairs behind the data are not reserved, so a load may end past the window of 1000 words: 24

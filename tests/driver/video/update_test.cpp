@@ -1,5 +1,6 @@
 // Starting, changing and stopping of the video port: every register word.
 #include "tests/driver/video/port_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +13,6 @@ using test::RigSurface;
 using test::kStart;
 
 constexpr uint32_t kStop = 2, kUpdate = 3;
-constexpr uint32_t kVSControl = 0x5800, kVSStreamControl = 0x5900, kVSNextBuffer = 0x5918,
-                   kVSBase0 = 0x5928, kVSStartPixel = 0x5958, kVSEndPixel = 0x5960;
 
 // A created port whose traffic so far is forgotten.
 struct UpdateRig : PortRig {
@@ -37,24 +36,24 @@ TEST(VideoPortUpdate, StartProgramsThePortInOrder) {
     rig.AddSurface(0x180000, 0);
     rig.AddSurface(0x200000, 0x20);
     rig.Begin();
-    rig.bus->registers[0x0008] = 0x13;
+    rig.bus->registers[t::IntEnable] = 0x13;
     EXPECT_EQ(rig.Update(kStart), 1u);
-    EXPECT_EQ(rig.Take(), (PortSteps{{0x18, 16},
-                                     {0x5900, 0},
-                                     {0x5800, 0},
+    EXPECT_EQ(rig.Take(), (PortSteps{{t::InFIFOSpace, 16},
+                                     {t::VSStreamControl, 0},
+                                     {t::VSControl, 0},
                                      // 8 bits, both references high, fixed bit, not inverted
-                                     {0x5800, 0x3 + 0x200 + 0x400 + 0x1000 + 0x2000},
-                                     {0x5900, 0x5}, // on, three buffers
-                                     {0x5918, 2},
-                                     {0x5940, 180}, // 1440 / 8
-                                     {0x5948, 17},
-                                     {0x5950, 257}, // 240 + 17
-                                     {0x5958, 155},
-                                     {0x5960, 875}, // 720 + 155
-                                     {0x5928, 0x20000},
-                                     {0x5930, 0x30000},
-                                     {0x5938, 0x40000},
-                                     {0x0008, 0x213}}));
+                                     {t::VSControl, 0x3 + 0x200 + 0x400 + 0x1000 + 0x2000},
+                                     {t::VSStreamControl, 0x5}, // on, three buffers
+                                     {t::VSNextBuffer, 2},
+                                     {t::VSBufferStride, 180}, // 1440 / 8
+                                     {t::VSStartLine, 17},
+                                     {t::VSEndLine, 257}, // 240 + 17
+                                     {t::VSStartPixel, 155},
+                                     {t::VSEndPixel, 875}, // 720 + 155
+                                     {t::VSBufferBase0, 0x20000},
+                                     {t::VSBufferBase1, 0x30000},
+                                     {t::VSBufferBase2, 0x40000},
+                                     {t::IntEnable, 0x213}}));
 }
 
 TEST(VideoPortUpdate, StartLeavesTheStateOfARunningPort) {
@@ -76,7 +75,7 @@ TEST(VideoPortUpdate, StartLeavesTheStateOfARunningPort) {
     EXPECT_EQ(rig.driver->VideoPortActive, 1u);
     EXPECT_EQ(rig.driver->VideoNeedSample, 1u);
     EXPECT_EQ(rig.driver->VideoFailures, 0u);
-    EXPECT_EQ(rig.Register(kVSStreamControl), 1u);
+    EXPECT_EQ(rig.Register(t::VSStreamControl), 1u);
 }
 
 TEST(VideoPortUpdate, UpdateDoesAllThatStartDoes) {
@@ -96,11 +95,14 @@ TEST(VideoPortUpdate, StopTurnsTheChipOffAndTheInterruptOn) {
     rig.Begin();
     rig.Update(kStart);
     rig.Take();
-    rig.bus->registers[0x0008] = 0x1;
+    rig.bus->registers[t::IntEnable] = 0x1;
     rig.driver->VideoNeedSample = 0;
     rig.driver->VideoFailures = 9;
     EXPECT_EQ(rig.Update(kStop), 1u);
-    EXPECT_EQ(rig.Take(), (PortSteps{{0x18, 2}, {0x0008, 0x201}, {0x5900, 0}, {0x5800, 0}}));
+    EXPECT_EQ(rig.Take(), (PortSteps{{t::InFIFOSpace, 2},
+                                     {t::IntEnable, 0x201},
+                                     {t::VSStreamControl, 0},
+                                     {t::VSControl, 0}}));
     EXPECT_EQ(rig.driver->VideoPortActive, 0u);
     EXPECT_EQ(rig.driver->VideoNeedSample, 1u);
     EXPECT_EQ(rig.driver->VideoFailures, 0u);
@@ -150,7 +152,7 @@ TEST(VideoPortUpdate, WithoutAFrontBufferTheFlagWordIsTheBufferNumber) {
     rig.Begin();
     rig.Update(kStart);
     EXPECT_EQ(rig.driver->VideoCurrentBuffer, 0x11u);
-    EXPECT_EQ(rig.Register(kVSNextBuffer), 0x11u);
+    EXPECT_EQ(rig.Register(t::VSNextBuffer), 0x11u);
 }
 
 TEST(VideoPortUpdate, WithoutAutoflipTheAttachedChainIsWalked) {
@@ -168,7 +170,7 @@ TEST(VideoPortUpdate, WithoutAutoflipTheAttachedChainIsWalked) {
     EXPECT_EQ(rig.driver->VideoBase[1], rig.AddressOf(0x200000));
     EXPECT_EQ(rig.driver->VideoBase[2], rig.AddressOf(0x180000));
     EXPECT_EQ(rig.driver->VideoCurrentBuffer, 2u);
-    EXPECT_EQ(rig.Register(kVSStreamControl), 0x5u);
+    EXPECT_EQ(rig.Register(t::VSStreamControl), 0x5u);
 }
 
 TEST(VideoPortUpdate, TheChainMayEnd) {
@@ -207,7 +209,7 @@ TEST(VideoPortUpdate, TheControlWordFollowsConnectionAndPort) {
         rig.info.dwVPFlags = c.vpFlags;
         rig.Begin();
         rig.Update(kStart);
-        EXPECT_EQ(rig.Register(kVSControl), c.word) << c.type.Data1;
+        EXPECT_EQ(rig.Register(t::VSControl), c.word) << c.type.Data1;
     }
 }
 
@@ -222,12 +224,12 @@ TEST(VideoPortUpdate, TheStreamWordFollowsTheRequest) {
         rig.info.dwVPFlags = c.vpFlags;
         rig.Begin();
         rig.Update(kStart);
-        EXPECT_EQ(rig.Register(kVSStreamControl), c.word) << c.vpFlags;
+        EXPECT_EQ(rig.Register(t::VSStreamControl), c.word) << c.vpFlags;
         EXPECT_EQ(rig.driver->VideoFlags, c.videoFlags) << c.vpFlags;
         // What was asked for once doesn't stay.
         rig.info.dwVPFlags = 0;
         rig.Update(kUpdate);
-        EXPECT_EQ(rig.Register(kVSStreamControl), 0x001u) << c.vpFlags;
+        EXPECT_EQ(rig.Register(t::VSStreamControl), 0x001u) << c.vpFlags;
         EXPECT_EQ(rig.driver->VideoFlags, 0x103u) << c.vpFlags;
     }
 }
@@ -248,7 +250,7 @@ TEST(VideoPortUpdate, PrescaleRatiosBecomeCodesPerAxis) {
         rig.info.dwPrescaleHeight = c.height;
         rig.Begin();
         rig.Update(kStart);
-        EXPECT_EQ(rig.Register(kVSStreamControl), c.word) << c.width << " " << c.height;
+        EXPECT_EQ(rig.Register(t::VSStreamControl), c.word) << c.width << " " << c.height;
     }
 }
 
@@ -259,7 +261,7 @@ TEST(VideoPortUpdate, APrescaleRatioOf3GivesCode0) {
     rig.info.dwPrescaleHeight = 80;
     rig.Begin();
     rig.Update(kStart);
-    EXPECT_EQ(rig.Register(kVSStreamControl), 0x01u);
+    EXPECT_EQ(rig.Register(t::VSStreamControl), 0x01u);
 }
 
 TEST(VideoPortUpdate, PrescaleSizesCountOnlyWithTheirFlag) {
@@ -268,7 +270,7 @@ TEST(VideoPortUpdate, PrescaleSizesCountOnlyWithTheirFlag) {
     rig.info.dwPrescaleHeight = 120;
     rig.Begin();
     rig.Update(kStart);
-    EXPECT_EQ(rig.Register(kVSStreamControl), 0x01u);
+    EXPECT_EQ(rig.Register(t::VSStreamControl), 0x01u);
 }
 
 TEST(VideoPortUpdate, MirroringUpDownMovesAllBasesByAPicture) {
@@ -281,7 +283,7 @@ TEST(VideoPortUpdate, MirroringUpDownMovesAllBasesByAPicture) {
     EXPECT_EQ(rig.driver->VideoBase[0], rig.AddressOf(0x100000 + 1440 * 240));
     EXPECT_EQ(rig.driver->VideoBase[1], rig.AddressOf(0x180000 + 1440 * 240));
     EXPECT_EQ(rig.driver->VideoBase[2], 1440u * 240);
-    EXPECT_EQ(rig.Register(kVSBase0), (0x100000u + 1440 * 240) / 8);
+    EXPECT_EQ(rig.Register(t::VSBufferBase0), (0x100000u + 1440 * 240) / 8);
 }
 
 TEST(VideoPortUpdate, APrescaledPictureMovesThemByItsOwnHeight) {
@@ -303,8 +305,8 @@ TEST(VideoPortUpdate, APortOf16BitsDoublesThePixelRange) {
     rig.description.VideoPortType.dwPortWidth = 16;
     rig.Begin();
     rig.Update(kStart);
-    EXPECT_EQ(rig.Register(kVSStartPixel), 310u);
-    EXPECT_EQ(rig.Register(kVSEndPixel), 1750u); // (720 + 155) * 2
+    EXPECT_EQ(rig.Register(t::VSStartPixel), 310u);
+    EXPECT_EQ(rig.Register(t::VSEndPixel), 1750u); // (720 + 155) * 2
 }
 
 TEST(VideoPortUpdate, ASourceThatMarksItsPixelsHasTheWholeRange) {
@@ -313,10 +315,10 @@ TEST(VideoPortUpdate, ASourceThatMarksItsPixelsHasTheWholeRange) {
         rig.description.VideoPortType.dwFlags = 2;
         rig.description.VideoPortType.dwPortWidth = width;
         rig.Begin();
-        rig.bus->registers[kVSStartPixel] = 99;
+        rig.bus->registers[t::VSStartPixel] = 99;
         rig.Update(kStart);
-        EXPECT_EQ(rig.Register(kVSStartPixel), 0u);
-        EXPECT_EQ(rig.Register(kVSEndPixel), 2047u);
+        EXPECT_EQ(rig.Register(t::VSStartPixel), 0u);
+        EXPECT_EQ(rig.Register(t::VSEndPixel), 2047u);
     }
 }
 
