@@ -80,9 +80,10 @@ TEST_P(PermediaFlushTest, DepthSectionByCompareAndWrites) {
                         r.DeltaMode |= 0x80;
                         words = {t::DeltaMode, r.DeltaMode};
                     }
-                    return words + Words{t::Window,      r.WindowMode,  t::DepthMode,
-                                         r.DepthMode,    t::LBReadMode, r.LBReadMode,
-                                         t::LBWriteMode, r.LBWriteMode};
+                    return words + Pairs({{t::Window, r.WindowMode},
+                                          {t::DepthMode, r.DepthMode},
+                                          {t::LBReadMode, r.LBReadMode},
+                                          {t::LBWriteMode, r.LBWriteMode}});
                 });
             }
         }
@@ -109,8 +110,10 @@ TEST_P(PermediaFlushTest, DepthOffByFlagOrByMissingSurface) {
                     r.DeltaMode &= ~0x80u;
                     words = {t::DeltaMode, r.DeltaMode};
                 }
-                return words + Words{t::Window,     r.WindowMode, t::DepthMode,   r.DepthMode,
-                                     t::LBReadMode, r.LBReadMode, t::LBWriteMode, r.LBWriteMode};
+                return words + Pairs({{t::Window, r.WindowMode},
+                                      {t::DepthMode, r.DepthMode},
+                                      {t::LBReadMode, r.LBReadMode},
+                                      {t::LBWriteMode, r.LBWriteMode}});
             });
         }
     });
@@ -183,7 +186,8 @@ TEST_P(PermediaFlushTest, OnePlusZeroTurnsBlendingOff) {
     const uint32_t states[] = {27, 1, 19, 2, 20, 1};
     c.ctx->ProcessStates(c.ctx, 3, states);
     c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
-    EXPECT_EQ(c.Take(), (Words{t::AStart, 0x7F8000, t::FBReadMode, 0, t::AlphaBlendMode, 0x02}));
+    EXPECT_EQ(c.Take(),
+              Pairs({{t::AStart, 0x7F8000}, {t::FBReadMode, 0}, {t::AlphaBlendMode, 0x02}}));
 }
 
 TEST_P(GlintFlushTest, DepthSectionByCompareAndWrites) {
@@ -207,8 +211,9 @@ TEST_P(GlintFlushTest, DepthSectionByCompareAndWrites) {
                         r.DeltaMode |= 0x80;
                         words = {t::DeltaMode, r.DeltaMode};
                     }
-                    return words + Words{t::DepthMode, r.DepthMode,    t::LBReadMode,
-                                         r.LBReadMode, t::LBWriteMode, r.LBWriteMode};
+                    return words + Pairs({{t::DepthMode, r.DepthMode},
+                                          {t::LBReadMode, r.LBReadMode},
+                                          {t::LBWriteMode, r.LBWriteMode}});
                 });
             }
         }
@@ -233,8 +238,9 @@ TEST_P(GlintFlushTest, DepthOffByFlagOrByMissingSurface) {
                     r.DeltaMode &= ~0x80u;
                     words = {t::DeltaMode, r.DeltaMode};
                 }
-                return words + Words{t::DepthMode, r.DepthMode,    t::LBReadMode,
-                                     r.LBReadMode, t::LBWriteMode, r.LBWriteMode};
+                return words + Pairs({{t::DepthMode, r.DepthMode},
+                                      {t::LBReadMode, r.LBReadMode},
+                                      {t::LBWriteMode, r.LBWriteMode}});
             });
         }
     }
@@ -266,8 +272,9 @@ Words NoTextureWords(const StateChip& chip, D3DContext& w) {
     w.RenderFlags &= ~0x20u;
     w.RenderCommand &= ~0x2000u;
     w.TextureValid = 1;
-    Words words = {t::TextureAddressMode,  r.GlintTextureAddressMode, t::GlintTextureReadMode,
-                   r.GlintTextureReadMode, t::TextureFilterMode,      r.GlintTextureFilterMode};
+    Words words = Pairs({{t::TextureAddressMode, r.GlintTextureAddressMode},
+                         {t::GlintTextureReadMode, r.GlintTextureReadMode},
+                         {t::TextureFilterMode, r.GlintTextureFilterMode}});
     if (chip.device == 6) {
         r.TextureColorMode &= ~1u;
         words = words + Words{t::TextureColorMode, r.TextureColorMode};

@@ -69,8 +69,9 @@ TEST_P(PermediaStateTest, PerspectiveSendsThreeWordsOnEveryChip) {
                     delta = WithBits(delta, 0xC000, on ? 0x8000 : 0x4000);
                     w.RenderFlags = WithBits(flags, 0x10, on ? 0x10 : 0);
                     w.DirtyFlags = 1;
-                    return Words{t::LBWriteMode, w.Copies.LBWriteMode, t::TextureAddressMode,
-                                 address,        t::DeltaMode,         delta};
+                    return Pairs({{t::LBWriteMode, w.Copies.LBWriteMode},
+                                  {t::TextureAddressMode, address},
+                                  {t::DeltaMode, delta}});
                 });
             }
         }

@@ -347,8 +347,9 @@ TEST_P(StateTest, StatesOfOneRunApplyInOrder) {
     WatchedContext c(GetParam());
     const uint32_t pairs[] = {13, 1, 256 + 13, 1, 13, 2, 256 + 13, 0, 13, 3, 30, 4, 13, 5};
     EXPECT_EQ(c.ctx->ProcessStates(c.ctx, 7, pairs), 0u);
-    EXPECT_EQ(c.Take(), (Words{t::FBHardwareWriteMask, 1, t::FBHardwareWriteMask, 3,
-                               t::FBHardwareWriteMask, 5}));
+    EXPECT_EQ(c.Take(), Pairs({{t::FBHardwareWriteMask, 1},
+                               {t::FBHardwareWriteMask, 3},
+                               {t::FBHardwareWriteMask, 5}}));
     EXPECT_EQ(c.ctx->ZVisibleMode, 4u);
     EXPECT_EQ(c.ctx->RenderStates[13], GetParam().IsGlint() ? 0u : 5u);
 }
@@ -373,9 +374,11 @@ TEST_P(StateTest, FIFOSpaceIsReadAgainOnlyWhenTheCountRunsOut) {
     EXPECT_EQ(reads(8, 3), 2u);
     EXPECT_EQ(reads(7, 2), 2u);
     EXPECT_EQ(reads(8, 5), 3u);
-    EXPECT_EQ(c.rig.bus->FifoWords(),
-              (Words{t::FBHardwareWriteMask, 1, t::FBHardwareWriteMask, 2, t::FBHardwareWriteMask,
-                     3, t::FBHardwareWriteMask, 4, t::FBHardwareWriteMask, 5}));
+    EXPECT_EQ(c.rig.bus->FifoWords(), Pairs({{t::FBHardwareWriteMask, 1},
+                                             {t::FBHardwareWriteMask, 2},
+                                             {t::FBHardwareWriteMask, 3},
+                                             {t::FBHardwareWriteMask, 4},
+                                             {t::FBHardwareWriteMask, 5}}));
 }
 
 TEST_P(StateTest, NoWaitUnderDMAOrWithDisconnect) {

@@ -60,15 +60,17 @@ struct Palette {
 };
 
 Words SetupOf(uint32_t deviceId) {
-    return deviceId == DeviceMX
-               ? Words{t::LBWindowBase, kAddress, t::TextureDownloadOffset, 0, t::LBReadMode, 0}
-               : Words{t::TextureDownloadOffset, kAddress};
+    return deviceId == DeviceMX ? Pairs({{t::LBWindowBase, kAddress},
+                                         {t::TextureDownloadOffset, 0},
+                                         {t::LBReadMode, 0}})
+                                : Words{t::TextureDownloadOffset, kAddress};
 }
 
 Words EndOf(uint32_t deviceId) {
-    return deviceId == DeviceMX
-               ? Words{t::WaitForCompletion, 0, t::LBReadMode, 0x1234, t::LBWindowBase, 0x5678}
-               : Words{t::WaitForCompletion, 0};
+    return deviceId == DeviceMX ? Pairs({{t::WaitForCompletion, 0},
+                                         {t::LBReadMode, 0x1234},
+                                         {t::LBWindowBase, 0x5678}})
+                                : Words{t::WaitForCompletion, 0};
 }
 
 constexpr uint32_t kChips[] = {DevicePermedia2, DeviceMX};

@@ -152,7 +152,7 @@ TEST(PatchedDownload, TwentyFourBitSurfacesTakeWordsAtAThirdOfTheOffset) {
                               {t::Count, 2},
                               {t::Render, 0x1040}}) +
                        Runs(t::Color, WordsAt(Pattern(16), 0, 4)) +
-                       Words{t::DitherMode, 0, t::FBReadPixel, 4, t::WaitForCompletion, 0};
+                       Pairs({{t::DitherMode, 0}, {t::FBReadPixel, 4}, {t::WaitForCompletion, 0}});
     EXPECT_EQ(load.Sent(), want);
 }
 
