@@ -221,15 +221,10 @@ Words NoTextureWords(const StateChip& chip, D3DContext& w) {
     if (chip.device == 1) {
         return {};
     }
-    r.GlintTextureAddressMode &= ~1u;
-    r.GlintTextureReadMode &= ~1u;
-    r.GlintTextureFilterMode &= ~1u;
     w.RenderFlags &= ~0x20u;
     w.RenderCommand &= ~0x2000u;
     w.TextureValid = 1;
-    Words words = Pairs({{t::TextureAddressMode, r.GlintTextureAddressMode},
-                         {t::GlintTextureReadMode, r.GlintTextureReadMode},
-                         {t::TextureFilterMode, r.GlintTextureFilterMode}});
+    Words words = GlintUnitsOff(r);
     if (chip.device == 6) {
         r.TextureColorMode &= ~1u;
         words = words + Words{t::TextureColorMode, r.TextureColorMode};

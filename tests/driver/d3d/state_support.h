@@ -196,6 +196,16 @@ class WatchedContext {
     RigSurface* zbuffer;
 };
 
+// Turns the texture units of Glint off in the copies; the words that say so.
+inline Words GlintUnitsOff(RegisterCopies& r) {
+    r.GlintTextureAddressMode &= ~1u;
+    r.GlintTextureReadMode &= ~1u;
+    r.GlintTextureFilterMode &= ~1u;
+    return Pairs({{t::TextureAddressMode, r.GlintTextureAddressMode},
+                  {t::GlintTextureReadMode, r.GlintTextureReadMode},
+                  {t::TextureFilterMode, r.GlintTextureFilterMode}});
+}
+
 class StateTest : public testing::TestWithParam<StateChip> {};
 
 inline std::string ChipName(const testing::TestParamInfo<StateChip>& info) {

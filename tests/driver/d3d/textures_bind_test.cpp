@@ -81,12 +81,7 @@ TEST_P(TXBindTest, NoTextureSwitchesTheUnitOff) {
                 c.ctx->CurrentTexture = reinterpret_cast<TextureRecord*>(4);
                 c.Expect([&](D3DContext& w) {
                     auto& r = w.Copies;
-                    r.GlintTextureAddressMode &= ~1u;
-                    r.GlintTextureReadMode &= ~1u;
-                    r.GlintTextureFilterMode &= ~1u;
-                    Words words = Pairs({{t::TextureAddressMode, r.GlintTextureAddressMode},
-                                         {t::GlintTextureReadMode, r.GlintTextureReadMode},
-                                         {t::TextureFilterMode, r.GlintTextureFilterMode}});
+                    Words words = GlintUnitsOff(r);
                     if (mode == 1) {
                         r.ColorDDAMode |= 1;
                         words = words + Words{t::ColorDDAMode, r.ColorDDAMode};
@@ -116,14 +111,8 @@ TEST_P(MXBindTest, NoTextureSwitchesUnitAndKeyOff) {
                 c.ctx->CurrentTexture = reinterpret_cast<TextureRecord*>(4);
                 c.Expect([&](D3DContext& w) {
                     auto& r = w.Copies;
-                    r.GlintTextureAddressMode &= ~1u;
-                    r.GlintTextureReadMode &= ~1u;
-                    r.GlintTextureFilterMode &= ~1u;
                     r.TextureColorMode &= ~1u;
-                    Words words = Pairs({{t::TextureAddressMode, r.GlintTextureAddressMode},
-                                         {t::GlintTextureReadMode, r.GlintTextureReadMode},
-                                         {t::TextureFilterMode, r.GlintTextureFilterMode},
-                                         {t::TextureColorMode, r.TextureColorMode}});
+                    Words words = GlintUnitsOff(r) + Words{t::TextureColorMode, r.TextureColorMode};
                     w.RenderFlags &= ~0x20u;
                     if (on == 1) {
                         r.FBReadMode = WithBits(r.FBReadMode, 0x400, blend << 10);

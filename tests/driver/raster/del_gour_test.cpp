@@ -169,7 +169,7 @@ TEST(DeltaTriangle, TheStippleIndexIsTheFirstVertexs) {
     const auto v = FanVertices();
     const Words words =
         Draw(rig, Delta_Tri_XYZ_RGBF, v, {TriangleRecord(1, 2, 0), TriangleRecord(1, 2, 0)});
-    const Words pattern = {0x00FF8040, 0xEE, 0x55, 0xAA, 0x55, 0xEE, 0x55, 0xAA, 0x55};
+    const Words pattern = test::StippleWords(0xEE, 0x55, 0xAA, 0x55);
     const Words tail = {t::ConstantColor, 0x80605040, t::DrawTriangle, 0x10041};
     EXPECT_EQ(words, FullXYZ(v, 1, 2, 0) + pattern + tail + FullXYZ(v, 1, 2, 0) + tail);
 }

@@ -275,7 +275,7 @@ TEST(P2Triangle, StippleIsTheFirstVertexsAndLoadedOnce) {
     const auto v = FanVertices();
     const Words words =
         Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
-    const Words four = {0x00FF8040, 0xAA, 0x44, 0xAA, 0x00, 0xAA, 0x44, 0xAA, 0x00};
+    const Words four = test::StippleWords(0xAA, 0x44, 0xAA, 0x00);
     EXPECT_EQ(words,
               (FullXYZ(v, 0, 1, 2) + four +
                Words{t::ConstantColor, 0x40302010, t::DrawTriangle, 0x10041} + XYZ(0x10, v[3]) +
@@ -287,7 +287,7 @@ TEST(P2Triangle, StippleIsTheFirstVertexsAndLoadedOnce) {
     const Words other =
         Draw(rig, P2_Tri_XYZ_RGBFS, v,
              {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 2, 1), TriangleRecord(2, 0, 3, kEven)});
-    const Words twelve = {0x00FF8040, 0xFF, 0xDD, 0xFF, 0x55, 0xFF, 0xDD, 0xFF, 0x55};
+    const Words twelve = test::StippleWords(0xFF, 0xDD, 0xFF, 0x55);
     EXPECT_EQ(
         Words(other.begin() + 32, other.end()),
         (XYZ(0x10, v[3]) + twelve + Words{t::ConstantColor, 0xC0908070, t::DrawTriangle, 0x10041}));
