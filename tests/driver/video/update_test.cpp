@@ -20,6 +20,10 @@ struct UpdateRig : PortRig {
         Create();
         Take();
     }
+    void BeginAndStart() {
+        Begin();
+        Update(kStart);
+    }
     uint32_t AddressOf(uint32_t offset) {
         return reinterpret_cast<uint32_t>(FrameBuffer()) + offset;
     }
@@ -80,8 +84,7 @@ TEST(VideoPortUpdate, StartLeavesTheStateOfARunningPort) {
 
 TEST(VideoPortUpdate, UpdateDoesAllThatStartDoes) {
     UpdateRig rig;
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     const PortSteps started = rig.Take();
     rig.driver->VideoPortActive = 0;
     rig.Update(kUpdate);
@@ -92,8 +95,7 @@ TEST(VideoPortUpdate, UpdateDoesAllThatStartDoes) {
 
 TEST(VideoPortUpdate, StopTurnsTheChipOffAndTheInterruptOn) {
     UpdateRig rig;
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     rig.Take();
     rig.bus->registers[t::IntEnable] = 0x1;
     rig.driver->VideoNeedSample = 0;
@@ -124,8 +126,7 @@ TEST(VideoPortUpdate, AutoflipWithoutACountUsesOneSurface) {
     rig.info.dwVPFlags = 1;
     rig.autoflip = 0;
     rig.AddSurface(0x180000, 0x20);
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoSurfaceCount, 1u);
     EXPECT_EQ(rig.driver->VideoBase[0], rig.AddressOf(0x100000));
     EXPECT_EQ(rig.driver->VideoBase[1], 0u);
@@ -138,8 +139,7 @@ TEST(VideoPortUpdate, AutoflipTakesNoMoreThanThreeSurfaces) {
     for (const uint32_t offset : {0x180000u, 0x200000u, 0x280000u}) {
         rig.AddSurface(offset, 0);
     }
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoSurfaceCount, 3u);
     EXPECT_EQ(rig.driver->VideoBase[2], rig.AddressOf(0x200000));
     EXPECT_EQ(rig.driver->VideoFlags, 0x103u); // the word behind the bases
@@ -149,8 +149,7 @@ TEST(VideoPortUpdate, WithoutAFrontBufferTheFlagWordIsTheBufferNumber) {
     UpdateRig rig;
     rig.info.dwVPFlags = 0x11;
     rig.autoflip = 1;
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoCurrentBuffer, 0x11u);
     EXPECT_EQ(rig.Register(t::VSNextBuffer), 0x11u);
 }
@@ -164,8 +163,7 @@ TEST(VideoPortUpdate, WithoutAutoflipTheAttachedChainIsWalked) {
     UpdateRig::Attach(third, second, nodes[1]);
     UpdateRig::Attach(second, rig.surface, nodes[2]); // back to the first
     rig.autoflip = 1;                                 // of no account
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoSurfaceCount, 3u);
     EXPECT_EQ(rig.driver->VideoBase[1], rig.AddressOf(0x200000));
     EXPECT_EQ(rig.driver->VideoBase[2], rig.AddressOf(0x180000));
@@ -179,8 +177,7 @@ TEST(VideoPortUpdate, TheChainMayEnd) {
     RigSurface& second = rig.AddSurface(0x180000, 0);
     ATTACHLIST node{};
     UpdateRig::Attach(rig.surface, second, node);
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoSurfaceCount, 2u);
     EXPECT_EQ(rig.driver->VideoBase[1], rig.AddressOf(0x180000));
     EXPECT_EQ(rig.driver->VideoCurrentBuffer, 0u);
@@ -207,8 +204,7 @@ TEST(VideoPortUpdate, TheControlWordFollowsConnectionAndPort) {
         rig.description.VideoPortType.dwPortWidth = c.width;
         rig.description.VideoPortType.dwFlags = c.connectFlags;
         rig.info.dwVPFlags = c.vpFlags;
-        rig.Begin();
-        rig.Update(kStart);
+        rig.BeginAndStart();
         EXPECT_EQ(rig.Register(t::VSControl), c.word) << c.type.Data1;
     }
 }
@@ -222,8 +218,7 @@ TEST(VideoPortUpdate, TheStreamWordFollowsTheRequest) {
           Case{0x8, 0x801, 0x123}, Case{0x38, 0x981, 0x1E3}, Case{0x6, 0x001, 0x103}}) {
         UpdateRig rig;
         rig.info.dwVPFlags = c.vpFlags;
-        rig.Begin();
-        rig.Update(kStart);
+        rig.BeginAndStart();
         EXPECT_EQ(rig.Register(t::VSStreamControl), c.word) << c.vpFlags;
         EXPECT_EQ(rig.driver->VideoFlags, c.videoFlags) << c.vpFlags;
         // What was asked for once doesn't stay.
@@ -248,8 +243,7 @@ TEST(VideoPortUpdate, PrescaleRatiosBecomeCodesPerAxis) {
         rig.info.dwVPFlags = 0x40;
         rig.info.dwPrescaleWidth = c.width;
         rig.info.dwPrescaleHeight = c.height;
-        rig.Begin();
-        rig.Update(kStart);
+        rig.BeginAndStart();
         EXPECT_EQ(rig.Register(t::VSStreamControl), c.word) << c.width << " " << c.height;
     }
 }
@@ -259,8 +253,7 @@ TEST(VideoPortUpdate, APrescaleRatioOf3GivesCode0) {
     rig.info.dwVPFlags = 0x40;
     rig.info.dwPrescaleWidth = 240;
     rig.info.dwPrescaleHeight = 80;
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.Register(t::VSStreamControl), 0x01u);
 }
 
@@ -268,8 +261,7 @@ TEST(VideoPortUpdate, PrescaleSizesCountOnlyWithTheirFlag) {
     UpdateRig rig;
     rig.info.dwPrescaleWidth = 360;
     rig.info.dwPrescaleHeight = 120;
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.Register(t::VSStreamControl), 0x01u);
 }
 
@@ -278,8 +270,7 @@ TEST(VideoPortUpdate, MirroringUpDownMovesAllBasesByAPicture) {
     rig.info.dwVPFlags = 0x21;
     rig.autoflip = 2;
     rig.AddSurface(0x180000, 0x20);
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoBase[0], rig.AddressOf(0x100000 + 1440 * 240));
     EXPECT_EQ(rig.driver->VideoBase[1], rig.AddressOf(0x180000 + 1440 * 240));
     EXPECT_EQ(rig.driver->VideoBase[2], 1440u * 240);
@@ -291,8 +282,7 @@ TEST(VideoPortUpdate, APrescaledPictureMovesThemByItsOwnHeight) {
     rig.info.dwVPFlags = 0x60;
     rig.info.dwPrescaleWidth = 720;
     rig.info.dwPrescaleHeight = 60;
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoBase[0], rig.AddressOf(0x100000 + 1440 * 60));
     // A height that gives no code doesn't count.
     rig.info.dwPrescaleHeight = 80;
@@ -303,8 +293,7 @@ TEST(VideoPortUpdate, APrescaledPictureMovesThemByItsOwnHeight) {
 TEST(VideoPortUpdate, APortOf16BitsDoublesThePixelRange) {
     UpdateRig rig;
     rig.description.VideoPortType.dwPortWidth = 16;
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.Register(t::VSStartPixel), 310u);
     EXPECT_EQ(rig.Register(t::VSEndPixel), 1750u); // (720 + 155) * 2
 }
