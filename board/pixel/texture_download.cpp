@@ -4,13 +4,6 @@
 
 namespace board {
 
-namespace {
-
-// TexelLUTTransfer: take the table from memory.
-constexpr uint32_t kTransfer = 0x10000;
-
-} // namespace
-
 void StoreTextureData(const DeviceRow& chip, RegisterFile& registers, Memories& memories,
                       uint32_t word, FaultCounts& faults) {
     const uint32_t offset = registers[tag::TextureDownloadOffset];
@@ -28,7 +21,7 @@ void StoreTextureData(const DeviceRow& chip, RegisterFile& registers, Memories& 
 void TransferLookupTable(const DeviceRow& chip, const RegisterFile& registers,
                          const Memories& memories, const HostMemory& host, LookupTable& table,
                          FaultCounts& faults) {
-    if ((registers[tag::TexelLUTTransfer] & kTransfer) == 0) {
+    if (registers.Get(field::TexelLUTTransfer_FromMemory) == 0) {
         return;
     }
     const uint64_t place = uint64_t{registers[tag::TexelLUTAddress]} * sizeof(uint32_t);

@@ -111,7 +111,7 @@ void DecodePermedia(const RegisterFile& registers, const Memories& memories, con
     const uint32_t code = registers.Get(field::TextureDataFormat_Format);
     const uint32_t extension = registers.Get(field::TextureDataFormat_FormatExtension);
     const bool redHigh = registers.Get(field::TextureDataFormat_ColorOrder) != 0;
-    const bool lookUp = (registers[tag::TexelLUTMode] & 1) != 0;
+    const bool lookUp = registers.Get(field::TexelLUTMode_Enable) != 0;
     const bool yuv = registers.Get(field::YUVMode_Enable) != 0;
     state.format =
         FormatOrFault(yuv ? PermediaYUVFormat(code, extension, texelBits)

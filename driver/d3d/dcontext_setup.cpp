@@ -153,6 +153,8 @@ constexpr ModeStep kCommonSteps[] = {
 // RasterizerMode without a setup unit.
 constexpr uint32_t kRasterizerHostSetup = field::RasterizerMode_HalfBias.Mask();
 constexpr uint32_t kMinusOne = 0xFFFF0000; // 16.16
+// Sent as it is: what its bits mean is the chip's matter.
+constexpr uint32_t kUnit1E4Quiet = 0x11000000;
 
 constexpr ModeStep kPermediaSteps1[] = {
     {tag::FBWriteMode, &RegisterCopies::FBWriteMode,
@@ -169,7 +171,7 @@ constexpr ModeStep kPermediaSteps1[] = {
     Constant(tag::ChromaUpperBound, 0),
     Constant(tag::ChromaLowerBound, 0),
     Constant(tag::ChromaTestMode, 0xFFFFFFFF),
-    Constant(tag::Unit1E4, 0x11000000),
+    Constant(tag::Unit1E4, kUnit1E4Quiet),
 };
 constexpr ModeStep kPermediaSteps2[] = {
     {tag::TextureColorMode, &RegisterCopies::TextureColorMode, kTextureColour},
@@ -299,7 +301,7 @@ constexpr ModeStep kGlintTextureSteps[] = {
          .Put(field::TextureFormat_Unknown7, 0)
          .Put(field::TextureFormat_Unknown18, 1)},
     {tag::TextureColorMode, &RegisterCopies::TextureColorMode, kTextureColour},
-    Constant(tag::TextureCacheControl, 3),
+    Constant(tag::TextureCacheControl, field::TextureCacheControl_Unknown0.Mask()),
 };
 constexpr ModeStep kGlintTextureBase[] = {
     Constant(tag::Unit0CD, 0),

@@ -13,8 +13,8 @@ constexpr uint32_t kStatisticsInside =
     field::FilterMode_SyncTag.Mask() | field::FilterMode_SyncData.Mask();
 constexpr uint32_t kStatisticsOut = kStatisticsInside | field::FilterMode_StatisticsTag.Mask() |
                                     field::FilterMode_StatisticsData.Mask();
-// StatisticMode: on, for pixels that are drawn.
-constexpr uint32_t kPickDrawnPixels = 5;
+constexpr uint32_t kStatisticsOn =
+    field::StatisticMode_Enable.Mask() | field::StatisticMode_Unknown2.Mask();
 constexpr uint32_t kWritesOff = 0;
 
 constexpr uint32_t kBeginBytes = 128; // reserved for seven pairs
@@ -56,7 +56,7 @@ void BeginZPickTest(DriverData* /*driver*/, D3DContext* ctx) {
     out.Tag(tag::MinRegion, 0);
     out.Tag(tag::MaxRegion, lastCorner);
     out.Tag(tag::FilterMode, kStatisticsInside);
-    out.Tag(tag::StatisticMode, kPickDrawnPixels);
+    out.Tag(tag::StatisticMode, kStatisticsOn);
     out.Tag(tag::ResetPickResult, 0);
     out.Store();
 }

@@ -92,7 +92,7 @@ void SendPalette(D3DContext* ctx, StateWriter& out, const TextureRecord* record)
         out.Wait(3);
         out.Tag(tag::TexelLUTAddress, address);
         out.Tag(tag::TexelLUTTransfer, kLoadPalette);
-        out.Tag(tag::TexelLUTMode, 1);
+        out.Tag(tag::TexelLUTMode, field::TexelLUTMode_Enable.Mask());
         if (permedia2) {
             out.Wait(1);
             out.Tag(tag::TexelLUTIndex, 0);
@@ -101,7 +101,7 @@ void SendPalette(D3DContext* ctx, StateWriter& out, const TextureRecord* record)
     }
     case kTexelFormatIndexed4:
         out.Wait(1);
-        out.Tag(tag::TexelLUTMode, 1);
+        out.Tag(tag::TexelLUTMode, field::TexelLUTMode_Enable.Mask());
         SendPalette4(out, record);
         if (permedia2) {
             out.Wait(2);

@@ -11,13 +11,14 @@ constexpr uint32_t kRenderWordsFromHost =
     field::Render_BlockFillKind.Mask() | field::Render_SyncOnHostData.Mask() |
     field::Render_FastFill.Mask() | field::Render_Primitive.Put(0, 1);
 
-constexpr uint32_t kTextureCacheControl = 3;
 constexpr uint32_t kScissorOn =
     field::ScissorMode_UserEnable.Mask() | field::ScissorMode_ScreenEnable.Mask();
 
-// LBReadMode while a patched texture is loaded.
+// LBReadMode while a patched texture is loaded: of the pitch, in bytes, it takes bits 8 and up.
 uint32_t PatchedReadMode(int32_t pitch) {
-    return ((static_cast<uint32_t>(pitch) & 0xFFFFFF20) | 0x20) << 14;
+    constexpr Field kPitch = field::LBReadMode_Unknown22;
+    return field::LBReadMode_Patched.Mask() |
+           (static_cast<uint32_t>(pitch) << (kPitch.low - 8) & kPitch.Mask());
 }
 
 int32_t WordsPerLine(uint32_t pixelSize, int32_t width) {
@@ -68,7 +69,7 @@ void TXPatchedTextureDownload(DriverData* driver, PrivateSurfaceData* destPrivat
     out.Reserve(kPatchedSetupBytes);
     BeginDisconnect(driver);
     out.Tag(tag::LBWindowBase, (dest->lpGbl->fpVidMem - localBuffer) >> 2);
-    out.Tag(tag::TextureCacheControl, kTextureCacheControl);
+    out.Tag(tag::TextureCacheControl, field::TextureCacheControl_Unknown0.Mask());
     out.Tag(tag::TextureDownloadOffset, 0);
     const bool patched = (destPrivate->Flags & SURFACE_PATCHED) != 0;
     AssignBits(destPrivate->Flags, SURFACE_PATCHED_NOW, patched);

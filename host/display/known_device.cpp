@@ -6,7 +6,7 @@
 namespace host {
 
 const DeviceRow& KnownDevice(uint32_t deviceId) {
-    const DeviceRow* device = ::FindDevice(deviceId);
+    const DeviceRow* device = FindDevice(deviceId);
     if (device == nullptr) {
         throw std::invalid_argument("no board has device id " + std::to_string(deviceId));
     }

@@ -21,7 +21,7 @@ DmaQueueHandler& MiniVdd::Attach(uint32_t number, DriverData* driver) {
 
 void MiniVdd::Detach(DriverData* driver) {
     std::erase_if(displays_, [&](const auto& display) { return display->driver == driver; });
-    if (displays_.empty() && FindDevice(kMiniVDDName) == this) {
+    if (displays_.empty() && RegisteredDevice(kMiniVDDName) == this) {
         UnregisterDevice(kMiniVDDName);
     }
 }

@@ -34,7 +34,7 @@ void UnregisterDevice(const std::string& name) {
     TheTable().devices.erase(FoldCase(name));
 }
 
-Device* FindDevice(const std::string& name) {
+Device* RegisteredDevice(const std::string& name) {
     const auto it = TheTable().devices.find(FoldCase(name));
     return it != TheTable().devices.end() ? it->second : nullptr;
 }
@@ -59,7 +59,7 @@ using namespace host;
 extern "C" HANDLE KORV_STDCALL CreateFileA(const char* name, DWORD access, DWORD share, void*,
                                            DWORD creation, DWORD attributes, HANDLE) {
     TheTable().last = {name, access, share, creation, attributes};
-    Device* device = FindDevice(name);
+    Device* device = RegisteredDevice(name);
     if (device == nullptr || creation != OPEN_EXISTING) {
         return INVALID_HANDLE_VALUE;
     }

@@ -26,7 +26,7 @@ struct DeviceOpening {
 void RegisterDevice(const std::string& name, Device* device);
 void UnregisterDevice(const std::string& name);
 // The device under that name, or null.
-Device* FindDevice(const std::string& name);
+Device* RegisteredDevice(const std::string& name);
 // Handles of devices that are open now.
 size_t OpenDeviceHandles();
 // Arguments of the last CreateFileA, whether it worked or not.

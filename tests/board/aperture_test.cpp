@@ -1,4 +1,5 @@
 #include "tests/board/rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -6,36 +7,40 @@ namespace {
 
 TEST(Aperture, MappedReadGivesThePresentValue) {
     rig::Rig r;
-    r.Send(tag::FogColor, 0xABCDEF);
-    EXPECT_EQ(r.board.Read(0x8000 + 0x0D3 * 8), 0xABCDEFu);
+    r.Send(t::FogColor, 0xABCDEF);
+    EXPECT_EQ(r.board.Read(t::Mapped(t::FogColor)), 0xABCDEFu);
 }
 
 TEST(Aperture, RegistersWithoutAUnitAreStored) {
     rig::Rig r;
-    r.Send(tag::YUVMode, 0x15);
-    r.board.Write(MappedOffset(tag::V1Float + 9), 0x3F800000);
-    r.board.Write(reg::ScreenBasePermedia, 0x1234);
-    r.board.Write(reg::ScreenBaseGlint, 0x55);
-    r.board.Write(reg::ScreenBank, 0xFE);
-    EXPECT_EQ(r.Register(tag::YUVMode), 0x15u);
-    EXPECT_EQ(r.Register(tag::V1Float + 9), 0x3F800000u);
-    EXPECT_EQ(r.board.Read(reg::ScreenBasePermedia), 0x1234u);
-    EXPECT_EQ(r.board.Read(reg::ScreenBaseGlint), 0x55u);
-    EXPECT_EQ(r.board.Read(reg::ScreenBank), 0xFEu);
+    r.Send(t::YUVMode, 0x15);
+    r.board.Write(t::Mapped(t::V1Float + 9), 0x3F800000);
+    r.board.Write(t::ScreenBasePermedia, 0x1234);
+    r.board.Write(t::ScreenBaseGlint, 0x55);
+    r.board.Write(t::ScreenBank, 0xFE);
+    EXPECT_EQ(r.Register(t::YUVMode), 0x15u);
+    EXPECT_EQ(r.Register(t::V1Float + 9), 0x3F800000u);
+    EXPECT_EQ(r.board.Read(t::ScreenBasePermedia), 0x1234u);
+    EXPECT_EQ(r.board.Read(t::ScreenBaseGlint), 0x55u);
+    EXPECT_EQ(r.board.Read(t::ScreenBank), 0xFEu);
     EXPECT_FALSE(r.board.FaultReport().Any());
 }
 
 TEST(Aperture, UnknownRegistersAreCounted) {
     rig::Rig r;
-    r.Send(0x3AB, 1);
-    r.Send(0x3AB, 1);
-    r.board.Write(0x8000 + 0x3AC * 8, 1);
-    r.board.Write(0x5700, 1);
-    r.board.Write(0xA000, 1);
-    r.board.Write(0x8004, 1);
+    constexpr uint32_t kNoTag = 0x3AB, kMappedNoTag = t::Mapped(0x3AC), kNoPort = 0x5700,
+                       kBehindTheAperture = 0xA000, kBetweenRegisters = t::Mapped(0) + 4;
+    r.Send(kNoTag, 1);
+    r.Send(kNoTag, 1);
+    for (const uint32_t offset : {kMappedNoTag, kNoPort, kBehindTheAperture, kBetweenRegisters}) {
+        r.board.Write(offset, 1);
+    }
     const board::Faults faults = r.board.FaultReport();
-    const std::map<uint32_t, uint64_t> expected = {
-        {0x3AB, 2}, {0x5700, 1}, {0x8004, 1}, {0x8000 + 0x3AC * 8, 1}, {0xA000, 1}};
+    const std::map<uint32_t, uint64_t> expected = {{kNoTag, 2},
+                                                   {kNoPort, 1},
+                                                   {kBetweenRegisters, 1},
+                                                   {kMappedNoTag, 1},
+                                                   {kBehindTheAperture, 1}};
     EXPECT_EQ(faults.unknownRegisters, expected);
     EXPECT_TRUE(faults.Any());
 }
@@ -56,10 +61,10 @@ TEST(Aperture, FaultsDescribeThemselves) {
 
 TEST(Aperture, UnitsThatAreNotModelledAreCountedWhenAskedFor) {
     rig::Rig r;
-    r.Send({{tag::DrawTriangle, 0x40}, {tag::DrawLine01, 0}, {tag::Render, 0xC0}});
-    r.Send({{tag::LineStippleMode, 1}, {tag::Render, 0x00}, {tag::LineStippleMode, 0}});
-    r.Send({{tag::Render, 0x840}, {tag::Render, 0x1000}});
-    r.Send({{tag::FBReadMode, 0x202}, {tag::Render, 0x1040}});
+    r.Send({{t::DrawTriangle, 0x40}, {t::DrawLine01, 0}, {t::Render, 0xC0}});
+    r.Send({{t::LineStippleMode, 1}, {t::Render, 0x00}, {t::LineStippleMode, 0}});
+    r.Send({{t::Render, 0x840}, {t::Render, 0x1000}});
+    r.Send({{t::FBReadMode, 0x202}, {t::Render, 0x1040}});
     const std::map<std::string, uint64_t> expected = {{"setup unit", 2},
                                                       {"primitive 3", 1},
                                                       {"line stipple", 1},

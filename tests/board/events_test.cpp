@@ -19,7 +19,7 @@ void Play(board::Board& board) {
     board.Write(reg::FIFOWindow + 12, 0x3F800000);
     board.Write(MappedOffset(tag::Sync), 0);
     board.Write(0x5700, 1);
-    board.Read(0x2004);
+    board.Read(reg::OutFIFOSecondWord);
     const uint32_t bad = 0x00000400;
     board.WriteFifo(&bad, 1);
 }

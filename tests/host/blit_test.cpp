@@ -3,12 +3,12 @@
 #include "driver/blit/pmdirecx.h"
 #include "driver/blit/txblitfx.h"
 #include "host/ddraw/ddraw.h"
-#include "host/display/machine.h"
 #include "host/inspect/unwaited.h"
+#include "tests/support_host/configs.h"
+#include "tests/support_host/started_display.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,7 +16,6 @@ namespace {
 
 using host::BltOptions;
 using host::DirectDraw;
-using host::Display;
 using host::DisplayConfig;
 using host::HalAnswer;
 using host::Surface;
@@ -34,23 +33,14 @@ void Note(const char* slot, uint32_t offset, uint32_t fill, const DDBLTFX& fx = 
     last = {slot, offset, fill, fx, last.times + 1};
 }
 
-class BlitOnChip : public ::testing::TestWithParam<uint32_t> {
+class BlitOnChip : public ::testing::TestWithParam<uint32_t>, protected test::StartedDisplay {
   protected:
-    BlitOnChip() : display((host::PowerCycle(), Config())) {
-        if (!display.Start()) {
-            throw std::runtime_error("the driver did not start");
-        }
-        directDraw = std::make_unique<DirectDraw>(display);
+    BlitOnChip() : StartedDisplay(test::ConfigFor(GetParam())) {
         display.Board().Advance(20000); // Permedia waits for its first retrace
         last = {};
     }
     ~BlitOnChip() override { CHIPRender = {}; }
 
-    static DisplayConfig Config() {
-        DisplayConfig config;
-        config.deviceId = GetParam();
-        return config;
-    }
     bool IsGlint() { return display.IsGlint(); }
 
     // Puts recorders in place of what copies, stretches and fills.
@@ -73,9 +63,6 @@ class BlitOnChip : public ::testing::TestWithParam<uint32_t> {
         CHIPRender.GlintLBClear = [](DriverData*, DDRAWI_DDRAWSURFACE_LCL*, RECTL*, uint32_t offset,
                                      uint32_t fill) { Note("depth clear", offset, fill); };
     }
-
-    Display display;
-    std::unique_ptr<DirectDraw> directDraw;
 };
 
 class TextureLoad : public BlitOnChip {};
@@ -84,50 +71,50 @@ constexpr RECT kSmall = {0, 0, 16, 8};
 constexpr RECT kLarge = {0, 0, 32, 16};
 
 TEST_P(BlitOnChip, CopiesStretchesAndMirrorsFindTheirPrimitives) {
-    Surface& primary = directDraw->CreatePrimary();
-    Surface& picture = directDraw->CreateOffscreen(64, 64);
+    Surface& primary = directDraw.CreatePrimary();
+    Surface& picture = directDraw.CreateOffscreen(64, 64);
     Record();
-    EXPECT_TRUE(directDraw->Blt(primary, kSmall, picture, kSmall).Done());
+    EXPECT_TRUE(directDraw.Blt(primary, kSmall, picture, kSmall).Done());
     EXPECT_EQ(last.slot, "copy");
     EXPECT_EQ(last.offset, 0u);
-    EXPECT_TRUE(directDraw->Blt(primary, kLarge, picture, kSmall).Done());
+    EXPECT_TRUE(directDraw.Blt(primary, kLarge, picture, kSmall).Done());
     EXPECT_EQ(last.slot, "stretch");
     BltOptions mirrored;
     mirrored.mirrorLeftRight = true;
-    EXPECT_TRUE(directDraw->Blt(primary, kSmall, picture, kSmall, mirrored).Done());
+    EXPECT_TRUE(directDraw.Blt(primary, kSmall, picture, kSmall, mirrored).Done());
     EXPECT_EQ(last.slot, "stretch");
     EXPECT_EQ(last.fx.dwDDFX, DDBLTFX_MIRRORLEFTRIGHT);
     EXPECT_EQ(last.times, 3);
 }
 
 TEST_P(BlitOnChip, AKeyFindsItsPrimitive) {
-    Surface& primary = directDraw->CreatePrimary();
-    Surface& picture = directDraw->CreateOffscreen(64, 64);
+    Surface& primary = directDraw.CreatePrimary();
+    Surface& picture = directDraw.CreateOffscreen(64, 64);
     BltOptions keyed;
     keyed.sourceKey = DDCOLORKEY{1, 1};
-    directDraw->Blt(primary, kLarge, picture, kSmall, keyed);
+    directDraw.Blt(primary, kLarge, picture, kSmall, keyed);
     EXPECT_TRUE(IsGlint() ? CHIPRender.MXChromaBlt == MXStretchCopyChromaBlt
                           : CHIPRender.SourceChromaBlt == PermediaStretchCopyChromaBlt);
-    directDraw->Blt(primary, kSmall, picture, kSmall, keyed);
+    directDraw.Blt(primary, kSmall, picture, kSmall, keyed);
     EXPECT_TRUE(IsGlint() ? CHIPRender.MXChromaBlt == MXSourceChromaBlt
                           : CHIPRender.SourceChromaBlt == PermediaSourceChromaBlt);
 }
 
 TEST_P(BlitOnChip, FillsCarryValueAndPlace) {
-    directDraw->CreatePrimary();
-    Surface& picture = directDraw->CreateOffscreen(64, 64);
-    Surface& depth = directDraw->CreateZBuffer(64, 64);
+    directDraw.CreatePrimary();
+    Surface& picture = directDraw.CreateOffscreen(64, 64);
+    Surface& depth = directDraw.CreateZBuffer(64, 64);
     Record();
     const auto bytesFrom = [](const Surface& surface, const uint8_t* base) {
         return surface.Global()->fpVidMem - reinterpret_cast<uintptr_t>(base);
     };
-    EXPECT_TRUE(directDraw->ColorFill(picture, kSmall, 0x1234).Done());
+    EXPECT_TRUE(directDraw.ColorFill(picture, kSmall, 0x1234).Done());
     EXPECT_EQ(last.slot, "clear");
     EXPECT_EQ(last.offset, bytesFrom(picture, display.FrameBuffer()) / 2);
     EXPECT_EQ(last.fill, 0x1234u);
-    EXPECT_TRUE(directDraw->RopFill(picture, kSmall, WHITENESS).Done());
+    EXPECT_TRUE(directDraw.RopFill(picture, kSmall, WHITENESS).Done());
     EXPECT_EQ(last.fill, 0xFFFFFFFFu);
-    EXPECT_TRUE(directDraw->DepthFill(depth, kSmall, 0xFFFF).Done());
+    EXPECT_TRUE(directDraw.DepthFill(depth, kSmall, 0xFFFF).Done());
     EXPECT_EQ(last.slot, "depth clear");
     EXPECT_EQ(last.offset, IsGlint() ? bytesFrom(depth, display.LocalBuffer()) / 4
                                      : bytesFrom(depth, display.FrameBuffer()) / 2);
@@ -135,8 +122,8 @@ TEST_P(BlitOnChip, FillsCarryValueAndPlace) {
 }
 
 TEST_P(BlitOnChip, ACopyWithoutASourceOnTheBoardIsLeftToTheRuntime) {
-    Surface& primary = directDraw->CreatePrimary();
-    const HalAnswer answer = directDraw->RopFill(primary, kSmall, SRCCOPY);
+    Surface& primary = directDraw.CreatePrimary();
+    const HalAnswer answer = directDraw.RopFill(primary, kSmall, SRCCOPY);
     EXPECT_FALSE(answer.handled);
 }
 
@@ -165,10 +152,10 @@ void RecordLoads() {
 }
 
 TEST_P(TextureLoad, GoesLevelByLevel) {
-    Surface& texture = directDraw->CreateTexture(32, 16, host::Format4444(), 3);
-    Surface& source = directDraw->CreateSystem(32, 16, host::Format4444(), DDSCAPS_TEXTURE, 3);
+    Surface& texture = directDraw.CreateTexture(32, 16, host::Format4444(), 3);
+    Surface& source = directDraw.CreateSystem(32, 16, host::Format4444(), DDSCAPS_TEXTURE, 3);
     RecordLoads();
-    ASSERT_NO_THROW(directDraw->LoadTexture(texture, source));
+    ASSERT_NO_THROW(directDraw.LoadTexture(texture, source));
     ASSERT_EQ(loads.size(), 3u);
     const Surface* from[] = {&source, source.Chain()[0], source.Chain()[1]};
     const Surface* to[] = {&texture, texture.Chain()[0], texture.Chain()[1]};
@@ -182,10 +169,10 @@ TEST_P(TextureLoad, GoesLevelByLevel) {
 }
 
 TEST_P(BlitOnChip, APictureFromSystemMemoryIsAPackedLoad) {
-    Surface& primary = directDraw->CreatePrimary();
-    Surface& source = directDraw->CreateSystem(16, 8);
+    Surface& primary = directDraw.CreatePrimary();
+    Surface& source = directDraw.CreateSystem(16, 8);
     RecordLoads();
-    EXPECT_TRUE(directDraw->Blt(primary, {40, 30, 56, 38}, source, kSmall).Done());
+    EXPECT_TRUE(directDraw.Blt(primary, {40, 30, 56, 38}, source, kSmall).Done());
     ASSERT_EQ(loads.size(), 1u);
     EXPECT_EQ(loads[0].slot, "picture");
     EXPECT_EQ(loads[0].source, source.Local());
@@ -201,8 +188,8 @@ uint32_t Texel(size_t level, uint32_t x, uint32_t y) {
 
 TEST_P(TextureLoad, LeavesTheTexelsOfTheSource) {
     for (const DDPIXELFORMAT& format : {host::Format4444(), host::Format555()}) {
-        Surface& texture = directDraw->CreateTexture(32, 16, format, 3);
-        Surface& source = directDraw->CreateSystem(32, 16, format, DDSCAPS_TEXTURE, 3);
+        Surface& texture = directDraw.CreateTexture(32, 16, format, 3);
+        Surface& source = directDraw.CreateSystem(32, 16, format, DDSCAPS_TEXTURE, 3);
         Surface* from[] = {&source, source.Chain()[0], source.Chain()[1]};
         Surface* to[] = {&texture, texture.Chain()[0], texture.Chain()[1]};
         for (size_t level = 0; level < 3; ++level) {
@@ -212,8 +199,8 @@ TEST_P(TextureLoad, LeavesTheTexelsOfTheSource) {
                 }
             }
         }
-        directDraw->LoadTexture(texture, source);
-        directDraw->Finish(texture);
+        directDraw.LoadTexture(texture, source);
+        directDraw.Finish(texture);
         for (size_t level = 0; level < 3; ++level) {
             ASSERT_EQ(PrivateOf(to[level]->Local())->Flags & SURFACE_PATCHED, 0u);
             for (uint32_t y = 0; y < to[level]->Height(); ++y) {
@@ -229,15 +216,15 @@ TEST_P(TextureLoad, LeavesTheTexelsOfTheSource) {
 }
 
 TEST_P(BlitOnChip, APictureFromSystemMemoryReachesTheScreenAndNothingAroundIt) {
-    Surface& primary = directDraw->CreatePrimary();
-    Surface& source = directDraw->CreateSystem(16, 8);
+    Surface& primary = directDraw.CreatePrimary();
+    Surface& source = directDraw.CreateSystem(16, 8);
     for (uint32_t y = 0; y < 8; ++y) {
         for (uint32_t x = 0; x < 16; ++x) {
             source.SetPixel(x, y, Texel(0, x, y));
         }
     }
-    EXPECT_TRUE(directDraw->Blt(primary, {41, 30, 57, 38}, source, kSmall).Done());
-    directDraw->Finish(primary);
+    EXPECT_TRUE(directDraw.Blt(primary, {41, 30, 57, 38}, source, kSmall).Done());
+    directDraw.Finish(primary);
     for (uint32_t y = 29; y < 39; ++y) {
         for (uint32_t x = 40; x < 58; ++x) {
             const bool inside = x >= 41 && x < 57 && y >= 30 && y < 38;

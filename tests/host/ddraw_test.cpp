@@ -1,41 +1,32 @@
 #include "driver/heap/linalloc.h"
 #include "driver/heap/surface.h"
 #include "host/ddraw/ddraw.h"
-#include "host/display/machine.h"
 #include "host/inspect/unwaited.h"
 #include "host/win32/heap.h"
 #include "tests/support_host/configs.h"
+#include "tests/support_host/started_display.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstring>
-#include <memory>
 
 namespace {
 
 using host::DirectDraw;
-using host::Display;
 using host::DisplayConfig;
 using host::Surface;
 using host::SurfaceRequest;
 
-// A started display with its runtime.
-struct Machine {
-    explicit Machine(const DisplayConfig& config) : display((host::PowerCycle(), config)) {
-        if (!display.Start()) {
-            throw std::runtime_error("the driver did not start");
-        }
-        directDraw = std::make_unique<DirectDraw>(display);
-    }
+struct Machine : test::StartedDisplay {
+    using StartedDisplay::StartedDisplay;
+
     uint32_t FrameOffset(const Surface& surface) {
         return surface.Global()->fpVidMem - reinterpret_cast<uintptr_t>(display.FrameBuffer());
     }
     uint32_t LocalOffset(const Surface& surface) {
         return surface.Global()->fpVidMem - reinterpret_cast<uintptr_t>(display.LocalBuffer());
     }
-    Display display;
-    std::unique_ptr<DirectDraw> directDraw;
 };
 
 TEST(Results, HaveNames) {
@@ -60,7 +51,7 @@ TEST(Formats, TheSixteenBitDisplayHasFiveBitsAChannel) {
 
 class AnyChipTest : public ::testing::TestWithParam<uint32_t> {
   protected:
-    AnyChipTest() : machine(test::ConfigFor(GetParam())), directDraw(*machine.directDraw) {}
+    AnyChipTest() : machine(test::ConfigFor(GetParam())), directDraw(machine.directDraw) {}
     Machine machine;
     DirectDraw& directDraw;
 };
@@ -241,11 +232,11 @@ INSTANTIATE_TEST_SUITE_P(Chips, AnyChipTest,
 
 TEST(DirectDrawTest, GlintDepthAndTexturesLieInTheLocalBuffer) {
     Machine machine(test::ConfigFor(DeviceTX));
-    Surface& depth = machine.directDraw->CreateZBuffer(640, 480);
+    Surface& depth = machine.directDraw.CreateZBuffer(640, 480);
     EXPECT_EQ(depth.Bits(), 32u);
     EXPECT_LT(machine.LocalOffset(depth), 8u << 20);
     EXPECT_EQ(depth.Pitch(), 640 * 4);
-    Surface& texture = machine.directDraw->CreateTexture(16, 16, host::Format4444());
+    Surface& texture = machine.directDraw.CreateTexture(16, 16, host::Format4444());
     EXPECT_LT(machine.LocalOffset(texture), 8u << 20);
     EXPECT_EQ(texture.Pitch(), 32) << "lines follow each other without a gap";
     EXPECT_GE(texture.Bytes(), depth.Row(480));
@@ -253,7 +244,7 @@ TEST(DirectDrawTest, GlintDepthAndTexturesLieInTheLocalBuffer) {
 
 TEST(DirectDrawTest, PermediaDepthLiesInTheFrameBuffer) {
     Machine machine(test::ConfigFor(DevicePermedia));
-    Surface& depth = machine.directDraw->CreateZBuffer(640, 480);
+    Surface& depth = machine.directDraw.CreateZBuffer(640, 480);
     EXPECT_EQ(depth.Bits(), 16u);
     EXPECT_GE(machine.FrameOffset(depth), machine.display.ScreenBytes());
     EXPECT_EQ(depth.Pitch(), 1280);
@@ -263,20 +254,20 @@ TEST(DirectDrawTest, APermediaSurfaceOfRectanglesSitsAtScreenPitch) {
     DisplayConfig config = test::ConfigFor(DevicePermedia);
     config.registry = {{"Direct3DHAL.RectAlloc", "1"}};
     Machine machine(config);
-    Surface& first = machine.directDraw->CreateOffscreen(96, 40);
-    Surface& second = machine.directDraw->CreateOffscreen(96, 40);
+    Surface& first = machine.directDraw.CreateOffscreen(96, 40);
+    Surface& second = machine.directDraw.CreateOffscreen(96, 40);
     EXPECT_EQ(first.Pitch(), 1280);
     EXPECT_EQ(machine.FrameOffset(first), machine.display.ScreenBytes());
     EXPECT_EQ(machine.FrameOffset(second), machine.display.ScreenBytes() + 192);
     // A depth buffer asks for a block of bytes instead.
-    Surface& depth = machine.directDraw->CreateZBuffer(320, 64);
+    Surface& depth = machine.directDraw.CreateZBuffer(320, 64);
     EXPECT_EQ(machine.FrameOffset(depth), machine.display.ScreenBytes() + 40 * 1280);
     EXPECT_EQ(depth.Pitch(), 640);
 }
 
 TEST(DirectDrawTest, MipLevelsAreAChainOfHalves) {
     Machine machine(test::ConfigFor(DevicePermedia2));
-    Surface& texture = machine.directDraw->CreateTexture(32, 8, host::Format4444(), 6);
+    Surface& texture = machine.directDraw.CreateTexture(32, 8, host::Format4444(), 6);
     ASSERT_EQ(texture.Chain().size(), 5u);
     const std::array<std::pair<uint32_t, uint32_t>, 6> sizes = {
         {{32, 8}, {16, 4}, {8, 2}, {4, 1}, {2, 1}, {1, 1}}};
@@ -294,30 +285,30 @@ TEST(DirectDrawTest, MipLevelsAreAChainOfHalves) {
 
 TEST(DirectDrawTest, TheExtensionOfAGlobalRecordIsInFrontOfIt) {
     Machine machine(test::ConfigFor(DevicePermedia));
-    Surface& surface = machine.directDraw->CreateSystem(8, 8);
+    Surface& surface = machine.directDraw.CreateSystem(8, 8);
     EXPECT_EQ(GET_LPDDRAWSURFACE_GBL_MORE(surface.Global()), surface.GlobalMore());
 }
 
 TEST(DirectDrawTest, PalettesAndKeysHangOnTheLocalRecord) {
     Machine machine(test::ConfigFor(DevicePermedia));
-    Surface& surface = machine.directDraw->CreateSystem(8, 8, host::PaletteFormat(8));
+    Surface& surface = machine.directDraw.CreateSystem(8, 8, host::PaletteFormat(8));
     EXPECT_EQ(surface.Palette(), nullptr);
     std::vector<PALETTEENTRY> entries(256);
     entries[255] = {1, 2, 3, 0};
-    machine.directDraw->SetPalette(surface, entries);
+    machine.directDraw.SetPalette(surface, entries);
     ASSERT_NE(surface.Palette(), nullptr);
     EXPECT_EQ(surface.Palette()[255].peGreen, 2);
     EXPECT_EQ(surface.Local()->lpDDPalette->lpLcl->lpGbl->dwFlags, DDRAWIPAL_256);
-    EXPECT_THROW(machine.directDraw->SetPalette(surface, {entries.begin(), entries.begin() + 4}),
+    EXPECT_THROW(machine.directDraw.SetPalette(surface, {entries.begin(), entries.begin() + 4}),
                  std::invalid_argument);
-    machine.directDraw->SetSourceKey(surface, {5, 6});
+    machine.directDraw.SetSourceKey(surface, {5, 6});
     EXPECT_EQ(surface.Local()->ddckCKSrcBlt.dwColorSpaceHighValue, 6u);
     EXPECT_NE(surface.Local()->dwFlags & DDRAWISURF_HASCKEYSRCBLT, 0u);
 }
 
 TEST(DirectDrawTest, AFlipShowsTheBackBufferAndSwapsTheMemory) {
     Machine machine(test::ConfigFor(DevicePermedia));
-    DirectDraw& directDraw = *machine.directDraw;
+    DirectDraw& directDraw = machine.directDraw;
     Surface& primary = directDraw.CreatePrimary(1);
     Surface& back = *primary.Chain()[0];
     uint8_t* front = primary.Bytes();
@@ -340,14 +331,14 @@ TEST(DirectDrawTest, AgpMemoryIsAnnouncedToTheDriver) {
     DisplayConfig config = test::ConfigFor(DevicePermedia2);
     config.agp = true;
     Machine machine(config);
-    ASSERT_TRUE(machine.directDraw->EnableAgp(1 << 20));
+    ASSERT_TRUE(machine.directDraw.EnableAgp(1 << 20));
     EXPECT_EQ(machine.display.Driver()->NonLocalHeapPhysical, 0x80000000u);
     SurfaceRequest request;
     request.caps = DDSCAPS_TEXTURE | DDSCAPS_NONLOCALVIDMEM;
     request.width = request.height = 64;
     request.format = host::Format4444();
     Surface* texture;
-    ASSERT_EQ(machine.directDraw->CreateSurface(request, &texture), DD_OK);
+    ASSERT_EQ(machine.directDraw.CreateSurface(request, &texture), DD_OK);
     EXPECT_EQ(texture->GlobalMore()->fpPhysicalVidMem,
               0x80000000u + texture->Global()->fpVidMem -
                   machine.display.Driver()->NonLocalHeapLinear);
@@ -355,7 +346,7 @@ TEST(DirectDrawTest, AgpMemoryIsAnnouncedToTheDriver) {
 
 TEST(DirectDrawTest, ABoardOffTheAgpBusTakesNoAgpMemory) {
     Machine machine(test::ConfigFor(DevicePermedia2));
-    EXPECT_FALSE(machine.directDraw->EnableAgp(1 << 20));
+    EXPECT_FALSE(machine.directDraw.EnableAgp(1 << 20));
 }
 
 } // namespace

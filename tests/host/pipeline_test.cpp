@@ -2,11 +2,11 @@
 // runs on, the picture is the same and nothing gets lost.
 #include "driver/services/context.h"
 #include "host/d3d/direct3d.h"
-#include "host/display/machine.h"
-#include "host/inspect/unwaited.h"
 #include "host/picture.h"
 #include "host/vdd/minivdd.h"
 #include "tests/support_host/configs.h"
+#include "tests/support_host/started_display.h"
+#include "tests/support_host/surfaces.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,6 @@ namespace {
 
 using host::Device3D;
 using host::DirectDraw;
-using host::Display;
 using host::DisplayConfig;
 using host::Surface;
 using test::ScreenVertex;
@@ -35,14 +34,6 @@ std::vector<D3DTLVERTEX> RandomTriangles(uint32_t seed, size_t count) {
     return vertices;
 }
 
-void Clear(Surface& surface, uint32_t value) {
-    for (uint32_t y = 0; y < surface.Height(); ++y) {
-        for (uint32_t x = 0; x < surface.Width(); ++x) {
-            surface.SetPixel(x, y, value);
-        }
-    }
-}
-
 struct Outcome {
     std::vector<uint8_t> first, second; // pictures of two devices
     uint32_t queued = 0;                // transfers that the handler started
@@ -50,21 +41,17 @@ struct Outcome {
 };
 
 // Two devices with different states draw in turns, triangle by triangle.
-Outcome Draw(DisplayConfig config) {
-    host::PowerCycle();
-    Display display(config);
-    if (!display.Start()) {
-        throw std::runtime_error("the driver did not start");
-    }
-    DirectDraw directDraw(display);
+Outcome Draw(const DisplayConfig& config) {
+    test::StartedDisplay machine(config);
+    DirectDraw& directDraw = machine.directDraw;
     Outcome run;
     {
         Surface& first = directDraw.CreateTarget(kSize, kSize);
         Surface& second = directDraw.CreateTarget(kSize, kSize);
         Surface& depth = directDraw.CreateZBuffer(kSize, kSize);
-        Clear(first, 0);
-        Clear(second, 0);
-        Clear(depth, 0xFFFFFFFF);
+        test::Fill(first, 0);
+        test::Fill(second, 0);
+        test::Fill(depth, 0xFFFFFFFF);
         Device3D one(directDraw, first, &depth);
         Device3D other(directDraw, second);
         one.SetState(D3DRENDERSTATE_CULLMODE, D3DCULL_NONE);
@@ -89,8 +76,8 @@ Outcome Draw(DisplayConfig config) {
         run.first = host::ReadPicture(first).rgba;
         run.second = host::ReadPicture(second).rgba;
     }
-    run.queued = host::TheMiniVdd().QueueCounters(display.Driver()).transfers;
-    run.faults = host::UnexpectedFaults(display.Board()).Describe();
+    run.queued = host::TheMiniVdd().QueueCounters(machine.display.Driver()).transfers;
+    run.faults = machine.Faults();
     return run;
 }
 

@@ -1,6 +1,5 @@
 // KORV32.dll and the linked driver are the same program: on equal boards they do the same, access
 // by access and word by word.
-#include "host/display/machine.h"
 #include "host/driver_module.h"
 #include "tests/loader/machine.h"
 
@@ -32,14 +31,6 @@ std::string DeviceName(uint32_t deviceId) {
     }
 }
 
-host::DisplayConfig ConfigFor(uint32_t deviceId) {
-    host::DisplayConfig config;
-    config.deviceId = deviceId;
-    config.width = 320;
-    config.height = 240;
-    return config;
-}
-
 void ExpectSame(const Outcome& library, const Outcome& dll) {
     EXPECT_EQ(Difference(library.events, dll.events), "");
     EXPECT_TRUE(library.picture == dll.picture);
@@ -59,7 +50,7 @@ class BringUpTest : public testing::TestWithParam<uint32_t> {};
 
 TEST_P(BringUpTest, TheDllAndTheLibraryBringADisplayUpByTheSameAccesses) {
     for (const uint32_t bits : {16u, 32u}) {
-        host::DisplayConfig config = ConfigFor(GetParam());
+        host::DisplayConfig config = SmallScreen(GetParam());
         config.bits = bits;
         const Outcome library = Play(Driver::Library, config);
         EXPECT_GT(CountOf(library, 'f'), 20u);
@@ -68,17 +59,11 @@ TEST_P(BringUpTest, TheDllAndTheLibraryBringADisplayUpByTheSameAccesses) {
 }
 
 TEST_P(BringUpTest, ASwitchOffAndOnGivesAFreshModule) {
-    PowerOn(Driver::Dll);
+    Choose(Driver::Dll);
     std::vector<Event> first;
     for (int round = 0; round < 2; ++round) {
-        host::PowerCycle();
         Recording recording;
-        {
-            host::Display display(ConfigFor(GetParam()));
-            display.Board().SetRecorder(&recording);
-            ASSERT_TRUE(display.Start());
-            display.Board().SetRecorder(nullptr);
-        }
+        StartedDisplay(SmallScreen(GetParam()), &recording).display.Board().SetRecorder(nullptr);
         if (round == 0) {
             first = recording.events;
         }
@@ -99,7 +84,7 @@ struct Carrier {
 
 class DrawingTest : public testing::TestWithParam<std::tuple<uint32_t, Carrier>> {
   protected:
-    DrawingTest() : config(ConfigFor(std::get<0>(GetParam()))) {
+    DrawingTest() : config(SmallScreen(std::get<0>(GetParam()))) {
         const Carrier& carrier = std::get<1>(GetParam());
         config.registry = {{"Direct3DHAL.NoDMA", carrier.dma ? "0" : "1"},
                            {"Direct3DHAL.SubBuffers", carrier.subBuffers}};
@@ -131,21 +116,21 @@ class NumbersTest : public testing::TestWithParam<uint32_t> {};
 
 TEST_P(NumbersTest, ManyTrianglesGiveTheSameWordsUnderTheRuntimesPrecision) {
     for (const uint32_t seed : {11u, 12u, 13u}) {
-        const Outcome library = Play(Driver::Library, ConfigFor(GetParam()), 10000, seed);
-        ExpectSame(library, Play(Driver::Dll, ConfigFor(GetParam()), 10000, seed));
+        const Outcome library = Play(Driver::Library, SmallScreen(GetParam()), 10000, seed);
+        ExpectSame(library, Play(Driver::Dll, SmallScreen(GetParam()), 10000, seed));
     }
 }
 
 TEST_P(NumbersTest, TheEndsOfTheRangeOfSinglesGiveTheSameWords) {
     for (const uint32_t seed : {21u, 22u, 23u, 24u}) {
-        const host::DisplayConfig config = ConfigFor(GetParam());
+        const host::DisplayConfig config = SmallScreen(GetParam());
         const Outcome library = Play(Driver::Library, config, 1000, seed, Numbers::Extreme);
         ExpectSame(library, Play(Driver::Dll, config, 1000, seed, Numbers::Extreme));
     }
 }
 
 TEST_P(NumbersTest, ADmaThreadDrawsTheSamePicture) {
-    host::DisplayConfig config = ConfigFor(GetParam());
+    host::DisplayConfig config = SmallScreen(GetParam());
     const Outcome library = Play(Driver::Library, config, 400, 5);
     config.dmaThread = true;
     for (int round = 0; round < 3; ++round) {
@@ -165,7 +150,7 @@ TEST(TwoDisplays, EachApertureReachesItsOwnBoard) {
     const auto bringUp = [](Driver driver) {
         PowerOn(driver);
         std::vector<Event> events[2];
-        host::DisplayConfig first = ConfigFor(DeviceMX), second = ConfigFor(DevicePermedia2);
+        host::DisplayConfig first = SmallScreen(DeviceMX), second = SmallScreen(DevicePermedia2);
         second.number = 1;
         second.primary = false;
         second.registryName = "Display\\Second";
@@ -193,14 +178,14 @@ TEST(Pace, ABoardForWhichTheDllWouldWaitForEverIsRefused) {
     for (const board::Timing& timing :
          {board::Timing{.fifoDrainPerTick = 1}, board::Timing{.dmaWordsPerTick = 1},
           board::Timing{.interruptLatency = 1}}) {
-        host::DisplayConfig config = ConfigFor(DeviceTX);
+        host::DisplayConfig config = SmallScreen(DeviceTX);
         config.timing = timing;
         EXPECT_THROW(host::Display{config}, std::invalid_argument);
         config.dmaThread = true;
         EXPECT_NO_THROW(host::Display{config});
     }
     PowerOn(Driver::Library);
-    host::DisplayConfig config = ConfigFor(DeviceTX);
+    host::DisplayConfig config = SmallScreen(DeviceTX);
     config.timing.dmaWordsPerTick = 1;
     EXPECT_NO_THROW(host::Display{config});
 }

@@ -1,18 +1,16 @@
 #include "tests/loader/machine.h"
 
 #include "host/d3d/direct3d.h"
-#include "host/ddraw/ddraw.h"
 #include "host/display/machine.h"
 #include "host/driver_module.h"
-#include "host/inspect/unwaited.h"
 #include "host/loader/dll_module.h"
+#include "tests/support_host/configs.h"
 #include "tests/support_host/surfaces.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <random>
-#include <stdexcept>
 
 namespace test {
 
@@ -164,43 +162,57 @@ std::string Difference(const std::vector<Event>& library, const std::vector<Even
     return text + std::to_string(differing) + " of them differ\n";
 }
 
-void PowerOn(Driver driver) {
+void Choose(Driver driver) {
     if (driver == Driver::Dll) {
         host::loader::UseDriverDll(DllPath());
     } else {
         host::UseLinkedDriver();
     }
+}
+
+void PowerOn(Driver driver) {
+    Choose(driver);
     host::PowerCycle();
+}
+
+Outcome RecordedDisplay::Finish() {
+    board::Board& board = Display().Board();
+    board.Drain();
+    board.SetRecorder(nullptr);
+    Outcome outcome;
+    outcome.events = std::move(recording_.events);
+    outcome.faults = started_.Faults();
+    return outcome;
+}
+
+host::DisplayConfig SmallScreen(uint32_t deviceId) {
+    host::DisplayConfig config = ConfigFor(deviceId);
+    config.width = 320;
+    config.height = 240;
+    return config;
 }
 
 Outcome Play(Driver driver, const host::DisplayConfig& config, uint32_t triangles, uint32_t seed,
              Numbers numbers) {
-    PowerOn(driver);
-    Outcome outcome;
-    Recording recording;
-    host::Display display(config);
-    display.Board().SetRecorder(&recording);
-    if (!display.Start()) {
-        throw std::runtime_error("the driver did not start");
-    }
+    RecordedDisplay machine(driver, config);
+    std::vector<uint8_t> picture, depth;
     if (triangles != 0) {
-        host::DirectDraw directDraw(display);
+        host::DirectDraw& directDraw = machine.DirectDraw();
         host::Surface& target = directDraw.CreateTarget(kPlayWidth, kPlayHeight);
-        host::Surface& depth = directDraw.CreateZBuffer(kPlayWidth, kPlayHeight);
+        host::Surface& zBuffer = directDraw.CreateZBuffer(kPlayWidth, kPlayHeight);
         Fill(target, 0);
-        Fill(depth, 0xFFFFFFFF);
+        Fill(zBuffer, 0xFFFFFFFF);
         {
-            host::Device3D device(directDraw, target, &depth);
+            host::Device3D device(directDraw, target, &zBuffer);
             Draw(device, triangles, seed, numbers);
         }
-        display.Board().Drain();
-        outcome.picture = BytesOf(target);
-        outcome.depth = BytesOf(depth);
+        machine.Display().Board().Drain();
+        picture = BytesOf(target);
+        depth = BytesOf(zBuffer);
     }
-    display.Board().Drain();
-    display.Board().SetRecorder(nullptr);
-    outcome.events = std::move(recording.events);
-    outcome.faults = host::UnexpectedFaults(display.Board()).Describe();
+    Outcome outcome = machine.Finish();
+    outcome.picture = std::move(picture);
+    outcome.depth = std::move(depth);
     return outcome;
 }
 

@@ -2,8 +2,8 @@
 // A machine that runs once with the linked driver or with KORV32.dll, and what it left behind.
 #include "board/recorder.h"
 #include "driver/platform/d3dhal.h"
-#include "host/display/display.h"
 #include "tests/support_host/dll_path.h"
+#include "tests/support_host/started_display.h"
 
 #include <cstdint>
 #include <string>
@@ -35,6 +35,8 @@ class Recording : public board::BusRecorder {
 std::string Difference(const std::vector<Event>& library, const std::vector<Event>& dll);
 
 enum class Driver { Library, Dll };
+// This driver is the machine's from when it is switched on next.
+void Choose(Driver driver);
 // Switches the machine off and on with this driver.
 void PowerOn(Driver driver);
 
@@ -43,6 +45,25 @@ struct Outcome {
     std::vector<uint8_t> picture, depth;
     std::string faults;
 };
+
+// A display that this driver has brought up, and what has happened on its bus.
+class RecordedDisplay {
+  public:
+    RecordedDisplay(Driver driver, const host::DisplayConfig& config)
+        : started_((Choose(driver), config), &recording_) {}
+
+    host::Display& Display() { return started_.display; }
+    host::DirectDraw& DirectDraw() { return started_.directDraw; }
+    // Events and faults once the board has done all; nothing is recorded from then on.
+    Outcome Finish();
+
+  private:
+    Recording recording_;
+    StartedDisplay started_;
+};
+
+// A display of 320 by 240 pixels.
+host::DisplayConfig SmallScreen(uint32_t deviceId);
 
 // What the triangles are made of: shapes on the target with all states mixed, or shapes that reach
 // the ends of what a single can hold.

@@ -4,8 +4,8 @@
 #include "host/d3d/direct3d.h"
 #include "host/ddraw/ddraw.h"
 #include "host/driver_module.h"
-#include "host/inspect/unwaited.h"
 #include "tests/loader/machine.h"
+#include "tests/support_host/configs.h"
 
 #include <gtest/gtest.h>
 
@@ -24,21 +24,14 @@ D3DTLVERTEX Corner(float x, float y, uint32_t colour) {
 // Three rounds of a client and a Direct3D device, batch by batch, and a strip that the client
 // paints by hand and has copied.
 Outcome Both(Driver driver, uint32_t deviceId, bool fifo) {
-    PowerOn(driver);
-    host::DisplayConfig config;
-    config.deviceId = deviceId;
+    host::DisplayConfig config = ConfigFor(deviceId);
     config.width = kClientWidth;
     config.height = kClientHeight;
     config.registry = {{"Direct3DHAL.NoDMA", fifo ? "1" : "0"}, {"OpenGL.NumberOfSubBuffers", "3"}};
-    Outcome outcome;
-    Recording recording;
-    host::Display display(config);
-    display.Board().SetRecorder(&recording);
-    if (!display.Start()) {
-        throw std::runtime_error("the driver did not start");
-    }
+    RecordedDisplay machine(driver, config);
+    std::vector<uint8_t> picture;
     {
-        host::DirectDraw directDraw(display);
+        host::DirectDraw& directDraw = machine.DirectDraw();
         host::Surface& screen = directDraw.CreatePrimary();
         host::Device3D device(directDraw, screen);
         host::ServiceClient client(nullptr, {.fifo = fifo});
@@ -68,13 +61,11 @@ Outcome Both(Driver driver, uint32_t deviceId, bool fifo) {
         client.Copy({0, 2, kClientWidth, 3}, 88 * strip.pitch, strip.offset / 2);
         client.Free(*memory);
         device.Finish();
-        display.Board().Drain();
-        outcome.picture.assign(screen.Bytes(), screen.Bytes() + kClientWidth * 2 * kClientHeight);
+        machine.Display().Board().Drain();
+        picture.assign(screen.Bytes(), screen.Bytes() + kClientWidth * 2 * kClientHeight);
     }
-    display.Board().Drain();
-    display.Board().SetRecorder(nullptr);
-    outcome.events = std::move(recording.events);
-    outcome.faults = host::UnexpectedFaults(display.Board()).Describe();
+    Outcome outcome = machine.Finish();
+    outcome.picture = std::move(picture);
     return outcome;
 }
 

@@ -11,13 +11,9 @@ using namespace test;
 
 TEST(DllOnTheBoard, KeepsItsVideoPortEntriesToItself) {
     for (const Driver driver : {Driver::Dll, Driver::Library}) {
-        PowerOn(driver);
-        host::DisplayConfig config;
-        config.width = 320;
-        config.height = 240;
-        host::Display display(config);
-        ASSERT_TRUE(display.Start());
-        host::DirectDraw directDraw(display);
+        Choose(driver);
+        StartedDisplay machine(SmallScreen(DevicePermedia2));
+        host::DirectDraw& directDraw = machine.directDraw;
         const DDVIDEOPORTDESC description = host::DescribeVideoPort(720, 240);
         if (driver == Driver::Library) {
             EXPECT_EQ(host::VideoPort::CanCreate(directDraw, description), DD_OK);

@@ -83,16 +83,12 @@ constexpr bool IsComparable(size_t sample) {
 }
 
 std::vector<Words> PlayWild(Driver driver, uint32_t deviceId, uint32_t flags, uint32_t seed) {
-    PowerOn(driver);
-    host::DisplayConfig config;
-    config.deviceId = deviceId;
-    config.width = 320;
-    config.height = 240;
+    host::DisplayConfig config = SmallScreen(deviceId);
     config.chipFlags = flags;
     config.registry = {{"Direct3DHAL.SubBuffers", "2"}, {"Direct3DHAL.PermediaMip", "1"}};
-    host::Display display(config);
-    EXPECT_TRUE(display.Start());
-    host::DirectDraw directDraw(display);
+    Choose(driver);
+    StartedDisplay machine(config);
+    host::DirectDraw& directDraw = machine.directDraw;
     host::Surface& target = directDraw.CreateTarget(160, 120);
     host::Surface& depth = directDraw.CreateZBuffer(160, 120);
     host::Device3D device(directDraw, target, &depth);
@@ -111,7 +107,7 @@ std::vector<Words> PlayWild(Driver driver, uint32_t deviceId, uint32_t flags, ui
     host::Check("scene", device.BeginScene());
     host::Check("scene", device.EndScene());
     host::Check("scene", device.BeginScene());
-    CommandStream& stream = ContextOn(display)->Stream;
+    CommandStream& stream = ContextOn(machine.display)->Stream;
     stream.SubBufferFlushWords = stream.SubBufferWords;
     uint32_t* const start = stream.WritePointer;
     const uint32_t* const buffer = stream.Current().Linear;

@@ -2,6 +2,7 @@
 // A chip bus that records every event and answers from a script: no board, no time.
 #include "driver/core/chipbus.h"
 #include "driver/core/registers.h"
+#include "tests/support/tag_names.h"
 
 #include <cstdint>
 #include <deque>
@@ -25,6 +26,14 @@ struct Transfer {
     uint32_t address;
     std::vector<uint32_t> words; // as they stood at the start
 };
+
+// The register writes by which the driver waits until the chip has done all: the answer to Sync is
+// let out, and then held back again.
+inline std::vector<BusEvent> SyncWrites() {
+    return {{'w', t::Mapped(t::FilterMode), 0x400},
+            {'w', t::Mapped(t::Sync), 0},
+            {'w', t::Mapped(t::FilterMode), 0}};
+}
 
 class RecordingBus {
   public:

@@ -1,6 +1,7 @@
 #pragma once
-// The registers by tag as the tests know them: an own list, which one test compares with the
-// driver's. Names of the form UnitNNN are registers that are only ever quieted.
+// The registers as the tests know them, by tag and, those of the aperture alone, by byte offset:
+// own lists, which one test compares with the driver's. Names of the form UnitNNN are registers
+// that are only ever quieted.
 #include <cstdint>
 
 #define TEST_TAGS(X)                                                                               \
@@ -159,8 +160,48 @@
     X(0x263, DrawLine01)                                                                           \
     X(0x264, DrawLine10)
 
+#define TEST_PORTS(X)                                                                              \
+    X(0x0008, IntEnable)                                                                           \
+    X(0x0010, IntFlags)                                                                            \
+    X(0x0018, InFIFOSpace)                                                                         \
+    X(0x0020, OutFIFOWords)                                                                        \
+    X(0x0028, DMAAddress)                                                                          \
+    X(0x0030, DMACount)                                                                            \
+    X(0x0038, ErrorFlags)                                                                          \
+    X(0x0060, DMAControl)                                                                          \
+    X(0x0068, DisconnectControl)                                                                   \
+    X(0x0090, AGPTextureBase)                                                                      \
+    X(0x1180, FreeRunningTimer)                                                                    \
+    X(0x1808, FBModeSel)                                                                           \
+    X(0x2000, FIFOWindow)                                                                          \
+    X(0x3000, ScreenBasePermedia)                                                                  \
+    X(0x3068, ScreenBaseGlint)                                                                     \
+    X(0x5800, VSControl)                                                                           \
+    X(0x5900, VSStreamControl)                                                                     \
+    X(0x5910, VSCurrentLine)                                                                       \
+    X(0x5918, VSNextBuffer)                                                                        \
+    X(0x5920, VSCurrentBuffer)                                                                     \
+    X(0x5928, VSBufferBase0)                                                                       \
+    X(0x5930, VSBufferBase1)                                                                       \
+    X(0x5938, VSBufferBase2)                                                                       \
+    X(0x5940, VSBufferStride)                                                                      \
+    X(0x5948, VSStartLine)                                                                         \
+    X(0x5950, VSEndLine)                                                                           \
+    X(0x5958, VSStartPixel)                                                                        \
+    X(0x5960, VSEndPixel)                                                                          \
+    X(0x6008, ScreenBank)
+
 namespace t {
-#define TEST_TAG(number, name) inline constexpr uint32_t name = number;
-TEST_TAGS(TEST_TAG)
-#undef TEST_TAG
+#define TEST_REGISTER(number, name) inline constexpr uint32_t name = number;
+TEST_TAGS(TEST_REGISTER)
+TEST_PORTS(TEST_REGISTER)
+#undef TEST_REGISTER
+
+// Where the output FIFO's next word is read, and the one after it.
+inline constexpr uint32_t OutFIFOWord = FIFOWindow, OutFIFOSecondWord = FIFOWindow + 4;
+
+// The byte offset at which the aperture shows a register of the stream.
+constexpr uint32_t Mapped(uint32_t tag) {
+    return 0x8000 + tag * 8;
+}
 } // namespace t

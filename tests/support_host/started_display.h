@@ -12,8 +12,10 @@ namespace test {
 
 class StartedDisplay {
   public:
-    explicit StartedDisplay(const host::DisplayConfig& config)
-        : display(SwitchedOn(config)), directDraw(Started()) {}
+    // `recorder` hears all from before DriverInit on.
+    explicit StartedDisplay(const host::DisplayConfig& config,
+                            board::BusRecorder* recorder = nullptr)
+        : display(SwitchedOn(config)), directDraw(Started(recorder)) {}
 
     // What the board complains of; empty when healthy.
     std::string Faults() { return host::UnexpectedFaults(display.Board()).Describe(); }
@@ -26,7 +28,8 @@ class StartedDisplay {
         host::PowerCycle();
         return config;
     }
-    host::Display& Started() {
+    host::Display& Started(board::BusRecorder* recorder) {
+        display.Board().SetRecorder(recorder);
         if (!display.Start()) {
             throw std::runtime_error("the driver refused the display");
         }

@@ -16,22 +16,6 @@ class GlintBlits : public testing::TestWithParam<BlitMode> {};
 class SXBlits : public GlintBlits {};
 class UnitBlits : public GlintBlits {};
 
-TEST_P(GlintBlits, CopyBetweenSurfacesAtAnyPlace) {
-    BlitStage stage(GetParam());
-    Surfaces surfaces(stage.DirectDraw());
-    InBatches(stage, surfaces, [&] {
-        const int first = stage.Random(0, 2);
-        host::Surface& dest = surfaces.Any(first);
-        host::Surface& source = surfaces.Any((first + stage.Random(1, 2)) % 3);
-        const int width = stage.Random(1, 75);
-        const int height = stage.Random(1, 60);
-        const RECT to = stage.Area(dest, width, height);
-        const RECT from = stage.Area(source, width, height);
-        stage.Blt(dest, to, source, from);
-        CopyForward(stage.PlaceOf(dest), to, stage.PlaceOf(source), from);
-    });
-}
-
 TEST_P(GlintBlits, OverlappingCopiesRunTopToBottomAndLeftToRightAndSmearDownAndRight) {
     BlitStage stage(GetParam());
     Surfaces surfaces(stage.DirectDraw());
@@ -44,17 +28,9 @@ TEST_P(GlintBlits, OverlappingCopiesRunTopToBottomAndLeftToRightAndSmearDownAndR
         const RECT from = stage.Area(surface, width, height);
         const RECT to = Nearby(stage, surface, from, 5, 3);
         const Place place = stage.PlaceOf(surface);
-        std::vector<uint32_t> before;
-        for (int n = 0; n != width * height; ++n) {
-            before.push_back(place.Get(from.left + n % width, from.top + n / width));
-        }
-        stage.Blt(surface, to, surface, from);
-        CopyForward(place, to, place, from);
-        bool same = true;
-        for (int n = 0; n != width * height; ++n) {
-            const uint32_t now = place.Get(to.left + n % width, to.top + n / width);
-            same = same && now == before[static_cast<size_t>(n)];
-        }
+        const std::vector<uint32_t> before = PixelsOf(place, from);
+        stage.CopyAndFollow(surface, to, surface, from);
+        const bool same = PixelsOf(place, to) == before;
         const bool overlaps = to.left < from.right && from.left < to.right &&
                               to.top < from.bottom && from.top < to.bottom;
         const bool later = to.top > from.top || (to.top == from.top && to.left > from.left);
@@ -63,19 +39,6 @@ TEST_P(GlintBlits, OverlappingCopiesRunTopToBottomAndLeftToRightAndSmearDownAndR
     });
     EXPECT_GT(smeared, 20);
     EXPECT_GT(whole, 20);
-}
-
-TEST_P(GlintBlits, DepthFillAnyRectangleOfAZBuffer) {
-    BlitStage stage(GetParam());
-    host::Surface& primary = stage.DirectDraw().CreatePrimary();
-    host::Surface& depth = stage.DirectDraw().CreateZBuffer(GetParam().width, 100);
-    for (int i = 0; i != 100; ++i) {
-        const RECT area = stage.Area(depth);
-        const uint32_t value = stage.Random(0, 0x7FFFFFFF);
-        stage.DepthFill(depth, area, value);
-        FillPlainly(stage.PlaceOf(depth), area, value);
-    }
-    ASSERT_NO_FATAL_FAILURE(stage.Compare(primary));
 }
 
 INSTANTIATE_TEST_SUITE_P(EachMode, GlintBlits, testing::ValuesIn(GlintModes()),
@@ -119,10 +82,9 @@ TEST_P(UnitBlits, KeyedCopiesLeaveOutTheKeyAndRunByTheSignOfTheirDistance) {
     InBatches(stage, surfaces, [&] {
         host::Surface& dest = surfaces.Any(stage.Random(0, 2));
         host::Surface& source = surfaces.Any(stage.Random(0, 2));
-        const int width = stage.Random(1, 75);
-        const int height = stage.Random(1, 60);
-        const RECT to = stage.Area(dest, width, height);
-        const RECT from = stage.Area(source, width, height);
+        const auto [to, from] = stage.AreasOfOneSize(dest, source, 75, 60);
+        const int width = to.right - to.left;
+        const int height = to.bottom - to.top;
         stage.Blt(dest, to, source, from, {.sourceKey = key});
         const Place a = stage.PlaceOf(dest);
         const Place b = stage.PlaceOf(source);
@@ -258,8 +220,8 @@ TEST_P(SXBlits, AKeyedCopyTakesKeyColouredPixelsTooAndTheBoardCountsTheChromaTes
     BlitStage stage(GetParam());
     Surfaces surfaces(stage.DirectDraw());
     const RECT from = {3, 5, 63, 45}, to = {20, 11, 80, 51};
-    stage.Blt(surfaces.back, to, surfaces.sprite, from, {.sourceKey = Key(GetParam().bits)});
-    CopyForward(stage.PlaceOf(surfaces.back), to, stage.PlaceOf(surfaces.sprite), from);
+    stage.CopyAndFollow(surfaces.back, to, surfaces.sprite, from,
+                        {.sourceKey = Key(GetParam().bits)});
     stage.CompareMemory(surfaces.primary);
     EXPECT_EQ(stage.Unmodelled(), (std::map<std::string, uint64_t>{{"chroma test", 1}}));
 }
@@ -275,11 +237,9 @@ TEST_P(SXBlits, AStretchDrawsNothingAndTheBoardCountsTheTextureUnit) {
     stage.CompareMemory(surfaces.primary);
     EXPECT_EQ(stage.Unmodelled(), (std::map<std::string, uint64_t>{{"texture unit", 3}}));
     // And the chip is as ready as ever.
-    stage.ColorFill(surfaces.back, {5, 5, 70, 60}, 0x5A);
-    FillPlainly(stage.PlaceOf(surfaces.back), {5, 5, 70, 60}, 0x5A);
+    stage.FillAndFollow(surfaces.back, {5, 5, 70, 60}, 0x5A);
     const RECT from = {3, 5, 63, 45}, to = {20, 11, 80, 51};
-    stage.Blt(surfaces.back, to, surfaces.sprite, from);
-    CopyForward(stage.PlaceOf(surfaces.back), to, stage.PlaceOf(surfaces.sprite), from);
+    stage.CopyAndFollow(surfaces.back, to, surfaces.sprite, from);
     stage.CompareMemory(surfaces.primary);
     EXPECT_EQ(stage.Unmodelled().size(), 1u);
 }
@@ -313,8 +273,7 @@ TEST_P(GlintTextureBlits, FillsOf32BitTexturesArePlain) {
     for (int i = 0; i != 100; ++i) {
         const RECT area = stage.Area(texture);
         const uint32_t pixel = stage.Random(0, 0x7FFFFFFF);
-        stage.ColorFill(texture, area, pixel);
-        FillPlainly(stage.PlaceOf(texture), area, pixel);
+        stage.FillAndFollow(texture, area, pixel);
     }
     ASSERT_NO_FATAL_FAILURE(stage.Compare(primary));
 }
@@ -363,10 +322,7 @@ TEST_P(GlintTextureBlits, CopiesOfNarrowTexturesMoveTheWordsInWhichTheirPixelsLi
         for (int i = 0; i != 200; ++i) {
             host::Surface& dest = i % 2 == 0 ? first : second;
             host::Surface& source = stage.Random(0, 1) == 0 ? first : second;
-            const int width = stage.Random(1, 128);
-            const int height = stage.Random(1, 64);
-            const RECT to = stage.Area(dest, width, height);
-            const RECT from = stage.Area(source, width, height);
+            const auto [to, from] = stage.AreasOfOneSize(dest, source, 128, 64);
             stage.Blt(dest, to, source, from);
             Place a = stage.PlaceOf(dest);
             Place b = stage.PlaceOf(source);
@@ -391,15 +347,12 @@ TEST_P(GlintTextureBlits, CopiesOf32BitPixelsHaveNoPitchAndLandInTheFirstLine) {
         host::Surface& dest = create();
         host::Surface& source = create();
         for (int i = 0; i != 100; ++i) {
-            const int width = stage.Random(1, 64);
-            const int height = stage.Random(1, 64);
-            const RECT to = stage.Area(dest, width, height);
-            const RECT from = stage.Area(source, width, height);
+            const auto [to, from] = stage.AreasOfOneSize(dest, source, 64, 64);
             stage.Blt(dest, to, source, from);
             const Place a = stage.PlaceOf(dest);
             const Place b = stage.PlaceOf(source);
             // From the line by which the rectangles differ, which may be before the source.
-            for (LONG x = 0; x != width; ++x) {
+            for (LONG x = 0; x != to.right - to.left; ++x) {
                 a.Set(to.left + x, 0, b.Get(from.left + x, from.top - to.top));
             }
         }

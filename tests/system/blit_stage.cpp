@@ -41,6 +41,10 @@ void PrintTo(const BlitMode& mode, std::ostream* out) {
     *out << ChipName(mode.deviceId) << "At" << mode.bits << "Wide" << mode.width;
 }
 
+bool IsGlint(const BlitMode& mode) {
+    return mode.deviceId == DeviceSX || mode.deviceId == DeviceTX || mode.deviceId == DeviceMX;
+}
+
 std::vector<BlitMode> GlintModes() {
     std::vector<BlitMode> modes;
     for (const uint32_t device : {DeviceSX, DeviceTX, DeviceMX}) {
@@ -101,8 +105,7 @@ host::DisplayConfig BlitStage::Config(const board::Timing& timing) {
     config.frameBufferBytes = 2u << 20;
     config.localBufferBytes = 1u << 20;
     screen.resize(config.frameBufferBytes);
-    const bool permedia = mode_.deviceId == DevicePermedia || mode_.deviceId == DevicePermedia2;
-    local.resize(permedia ? 0 : config.localBufferBytes);
+    local.resize(IsGlint(mode_) ? config.localBufferBytes : 0);
     return config;
 }
 
@@ -111,6 +114,16 @@ void BlitStage::Scatter(uint8_t* memory, std::vector<uint8_t>& copy) {
         byte = static_cast<uint8_t>(engine_());
     }
     std::copy(copy.begin(), copy.end(), memory);
+}
+
+std::vector<uint32_t> PixelsOf(const Place& place, const RECT& area) {
+    std::vector<uint32_t> pixels;
+    for (LONG y = area.top; y != area.bottom; ++y) {
+        for (LONG x = area.left; x != area.right; ++x) {
+            pixels.push_back(place.Get(x, y));
+        }
+    }
+    return pixels;
 }
 
 void FillPlainly(const Place& place, const RECT& area, uint32_t pixel) {

@@ -22,6 +22,7 @@ struct BlitMode {
 };
 // As a test's name has it: MXAt16Wide320.
 void PrintTo(const BlitMode& mode, std::ostream* out);
+bool IsGlint(const BlitMode& mode);
 
 // Every device and depth of a family, with pitches of two and of three partial products.
 std::vector<BlitMode> GlintModes();
@@ -45,6 +46,18 @@ struct Place {
     }
 };
 
+// Gives every pixel of `area` one value.
+void FillPlainly(const Place& place, const RECT& area, uint32_t pixel);
+// Copies pixel by pixel, from the top line to the bottom and from left to right.
+void CopyForward(const Place& dest, const RECT& to, const Place& source, const RECT& from);
+// The pixels of `area`, line by line.
+std::vector<uint32_t> PixelsOf(const Place& place, const RECT& area);
+
+// Where a copy goes, and where it comes from.
+struct CopyAreas {
+    RECT to, from;
+};
+
 class BlitStage {
   public:
     explicit BlitStage(const BlitMode& mode, const board::Timing& timing = {});
@@ -64,6 +77,14 @@ class BlitStage {
         return Area(surface, Random(1, static_cast<int>(surface.Width())),
                     Random(1, static_cast<int>(surface.Height())));
     }
+    // Two anywhere in their surfaces, both of one size.
+    CopyAreas AreasOfOneSize(const host::Surface& dest, const host::Surface& source, int mostWidth,
+                             int mostHeight) {
+        const int width = Random(1, mostWidth);
+        const int height = Random(1, mostHeight);
+        const RECT to = Area(dest, width, height);
+        return {to, Area(source, width, height)};
+    }
 
     Place PlaceOf(host::Surface& surface);
     // Requests that the driver must do.
@@ -73,6 +94,16 @@ class BlitStage {
     }
     void ColorFill(host::Surface& dest, const RECT& area, uint32_t pixel) {
         Do([&] { return machine_.directDraw.ColorFill(dest, area, pixel); });
+    }
+    // The same, and what they should do to the copies of the memories.
+    void CopyAndFollow(host::Surface& dest, const RECT& to, host::Surface& source, const RECT& from,
+                       const host::BltOptions& options = {}) {
+        Blt(dest, to, source, from, options);
+        CopyForward(PlaceOf(dest), to, PlaceOf(source), from);
+    }
+    void FillAndFollow(host::Surface& dest, const RECT& area, uint32_t pixel) {
+        ColorFill(dest, area, pixel);
+        FillPlainly(PlaceOf(dest), area, pixel);
     }
     void DepthFill(host::Surface& dest, const RECT& area, uint32_t depth) {
         Do([&] { return machine_.directDraw.DepthFill(dest, area, depth); });
@@ -122,11 +153,6 @@ struct Surfaces {
 
     host::Surface &primary, &back, &sprite;
 };
-
-// Gives every pixel of `area` one value.
-void FillPlainly(const Place& place, const RECT& area, uint32_t pixel);
-// Copies pixel by pixel, from the top line to the bottom and from left to right.
-void CopyForward(const Place& dest, const RECT& to, const Place& source, const RECT& from);
 
 // Does `body` kBatches times kBatch times and compares all memory after each batch.
 template <class Body>

@@ -5,11 +5,11 @@
 #include "host/ddraw/ddraw.h"
 #include "host/ddraw/format.h"
 #include "host/display/display.h"
-#include "host/display/machine.h"
-#include "host/inspect/unwaited.h"
 #include "host/picture.h"
 #include "host/win32/clock.h"
 #include "tests/support_host/configs.h"
+#include "tests/support_host/started_display.h"
+#include "tests/support_host/surfaces.h"
 
 #include <gtest/gtest.h>
 
@@ -51,26 +51,17 @@ using Rgba = std::array<uint8_t, 4>;
 constexpr uint32_t kRedPixel = 0x7C00, kBluePixel = 0x001F;
 constexpr Rgba kRed = {255, 0, 0, 255}, kBlue = {0, 0, 255, 255};
 
-void Paint(host::Surface& surface, uint32_t pixel) {
-    for (uint32_t y = 0; y < surface.Height(); ++y) {
-        for (uint32_t x = 0; x < surface.Width(); ++x) {
-            surface.SetPixel(x, y, pixel);
-        }
-    }
-}
-
 // A display with a red front and a blue back buffer.
-class FlipMachine {
+class FlipMachine : public test::StartedDisplay {
   public:
     explicit FlipMachine(const FlipMode& mode, uint32_t microsecondsPerTick = 0,
                          const std::map<std::string, std::string>& registry = {},
                          uint32_t interruptLatency = 0)
-        : mode_(mode), display(ConfigOf(mode, microsecondsPerTick, registry, interruptLatency)),
-          started_(display.Start()), directDraw(display), front(directDraw.CreatePrimary(1)),
-          back(*front.Chain().at(0)), other(directDraw.CreateOffscreen(32, 32)) {
-        EXPECT_TRUE(started_);
-        Paint(front, kRedPixel);
-        Paint(back, kBluePixel);
+        : StartedDisplay(ConfigOf(mode, microsecondsPerTick, registry, interruptLatency)),
+          mode_(mode), front(directDraw.CreatePrimary(1)), back(*front.Chain().at(0)),
+          other(directDraw.CreateOffscreen(32, 32)) {
+        test::Fill(front, kRedPixel);
+        test::Fill(back, kBluePixel);
         red_ = front.Bytes();
     }
     ~FlipMachine() { host::clock::Unfollow(this); }
@@ -167,7 +158,6 @@ class FlipMachine {
     static host::DisplayConfig ConfigOf(const FlipMode& mode, uint32_t microsecondsPerTick,
                                         const std::map<std::string, std::string>& registry,
                                         uint32_t interruptLatency) {
-        host::PowerCycle();
         host::DisplayConfig config;
         config.deviceId = mode.deviceId;
         config.refreshRate = mode.refreshRate;
@@ -184,20 +174,13 @@ class FlipMachine {
     uint64_t clockOffset_ = 0; // microseconds
     uint8_t* red_ = nullptr;
 
-  public:
-    host::Display display;
-
-  private:
     Rgba ShownPixel(uint32_t x, uint32_t y) {
         const uint8_t* pixel =
             display.FrameBuffer() + display.VisibleOffset() + y * display.Pitch() + x * 2;
         return host::ReadPicture(pixel, 0, 1, 1, host::DisplayFormat(16)).At(0, 0);
     }
 
-    bool started_;
-
   public:
-    host::DirectDraw directDraw;
     host::Surface &front, &back, &other;
 };
 
@@ -243,7 +226,7 @@ void WatchFlips(FlipMachine& machine, uint64_t clockAtFlip) {
             EXPECT_EQ(machine.ShownColour(), over + after < shown ? before : machine.FrontColour());
         }
     }
-    EXPECT_EQ(host::UnexpectedFaults(machine.display.Board()).Describe(), "");
+    EXPECT_EQ(machine.Faults(), "");
 }
 
 TEST_P(FlipTest, IsBusyUntilTheNextFrameBeginsAndFreeFromThenOn) {
@@ -422,7 +405,7 @@ TEST(FlipOnGlint, ShowsAnImageAboveFourMegabytesByTheOtherBank) {
         ASSERT_EQ(machine.directDraw.CreateSurface(request, &made), DD_OK);
         host::Surface& high = *made;
         ASSERT_GE(high.Bytes(), machine.display.FrameBuffer() + 0x400000);
-        Paint(high, 0x03E0);
+        test::Fill(high, 0x03E0);
         ASSERT_EQ(FlipMachine::Handled(machine.directDraw.Flip(machine.front, high)), DD_OK);
         EXPECT_EQ(machine.display.Board().Read(0x6008), 0xFFu);
         machine.GoTo(machine.TimeOf(machine.LaterFrame(), 0));
@@ -443,10 +426,9 @@ void PrintTo(const LockMode& mode, std::ostream* out) {
     *out << mode.name;
 }
 
-class LockTest : public testing::TestWithParam<LockMode> {
+class LockTest : public testing::TestWithParam<LockMode>, protected test::StartedDisplay {
   protected:
     static host::DisplayConfig Config() {
-        host::PowerCycle();
         host::DisplayConfig config;
         config.deviceId = GetParam().deviceId;
         config.delta = GetParam().delta;
@@ -455,10 +437,9 @@ class LockTest : public testing::TestWithParam<LockMode> {
         config.timing.dmaWordsPerTick = GetParam().dmaWordsPerTick;
         return config;
     }
-    LockTest() : display_(Config()), started_(display_.Start()), directDraw_(display_) {
-        EXPECT_TRUE(started_);
+    LockTest() : StartedDisplay(Config()) {
         // Past the first retrace.
-        display_.Board().Advance(20000);
+        display.Board().Advance(20000);
     }
     // White over the upper left half of a surface of 64 by 64 pixels.
     static void DrawOver(host::Device3D& device) {
@@ -474,66 +455,62 @@ class LockTest : public testing::TestWithParam<LockMode> {
         device.SetState(D3DRENDERSTATE_CULLMODE, D3DCULL_NONE);
         EXPECT_EQ(device.Triangle(v[0], v[1], v[2]), DD_OK);
     }
-
-    host::Display display_;
-    bool started_;
-    host::DirectDraw directDraw_;
 };
 
 TEST_P(LockTest, SendsWhatTheContextOfTheSurfaceHasPending) {
-    host::Surface& target = directDraw_.CreateTarget(64, 64);
-    host::Surface& elsewhere = directDraw_.CreateOffscreen(64, 64); // nobody's target
-    Paint(target, 0);
-    Paint(elsewhere, 0);
-    host::Device3D device(directDraw_, target);
+    host::Surface& target = directDraw.CreateTarget(64, 64);
+    host::Surface& elsewhere = directDraw.CreateOffscreen(64, 64); // nobody's target
+    test::Fill(target, 0);
+    test::Fill(elsewhere, 0);
+    host::Device3D device(directDraw, target);
     ASSERT_EQ(device.BeginScene(), DD_OK);
     DrawOver(device);
-    display_.Board().Drain();
+    display.Board().Drain();
     ASSERT_EQ(target.Pixel(20, 20), 0u); // the words wait in the sub-buffer
 
-    EXPECT_TRUE(directDraw_.Lock(elsewhere, nullptr).Done());
-    display_.Board().Drain();
+    EXPECT_TRUE(directDraw.Lock(elsewhere, nullptr).Done());
+    display.Board().Drain();
     EXPECT_EQ(target.Pixel(20, 20), 0u);
 
     void* bytes = nullptr;
-    EXPECT_TRUE(directDraw_.Lock(target, &bytes).Done());
+    EXPECT_TRUE(directDraw.Lock(target, &bytes).Done());
     EXPECT_EQ(bytes, target.Bytes());
     EXPECT_EQ(target.Pixel(20, 20) & 0x7FFF, 0x7FFFu); // at once: the lock has waited
     EXPECT_EQ(target.Pixel(40, 5) & 0x7FFF, 0x7FFFu);
     EXPECT_EQ(elsewhere.Pixel(20, 20), 0u);
-    EXPECT_EQ(host::UnexpectedFaults(display_.Board()).Describe(), "");
+    EXPECT_EQ(Faults(), "");
 }
 
 TEST_P(LockTest, GivesTheChipBackToWhoHadIt) {
-    host::Surface& target = directDraw_.CreateTarget(64, 64);
-    host::Surface& elsewhere = directDraw_.CreateOffscreen(64, 64);
-    Paint(target, 0);
-    host::Device3D device(directDraw_, target);
+    host::Surface& target = directDraw.CreateTarget(64, 64);
+    host::Surface& elsewhere = directDraw.CreateOffscreen(64, 64);
+    test::Fill(target, 0);
+    host::Device3D device(directDraw, target);
     ASSERT_EQ(device.BeginScene(), DD_OK);
     DrawOver(device); // settles all state
-    EXPECT_TRUE(directDraw_.Lock(target, nullptr).Done());
-    Paint(target, 0);
-    EXPECT_TRUE(directDraw_.ColorFill(elsewhere, {0, 0, 8, 8}, 0x1111).Done());
-    const uint32_t holder = display_.Chip()->CurrentContext;
+    EXPECT_TRUE(directDraw.Lock(target, nullptr).Done());
+    test::Fill(target, 0);
+    EXPECT_TRUE(directDraw.ColorFill(elsewhere, {0, 0, 8, 8}, 0x1111).Done());
+    const uint32_t holder = display.Chip()->CurrentContext;
     DrawOver(device); // into the sub-buffer: the chip stays with the blits
-    ASSERT_EQ(display_.Chip()->CurrentContext, holder);
-    EXPECT_TRUE(directDraw_.Lock(target, nullptr).Done());
-    EXPECT_EQ(display_.Chip()->CurrentContext, holder);
+    ASSERT_EQ(display.Chip()->CurrentContext, holder);
+    EXPECT_TRUE(directDraw.Lock(target, nullptr).Done());
+    EXPECT_EQ(display.Chip()->CurrentContext, holder);
     EXPECT_EQ(target.Pixel(20, 20) & 0x7FFF, 0x7FFFu);
 
-    EXPECT_TRUE(directDraw_.ColorFill(elsewhere, {8, 0, 16, 8}, 0x2222).Done());
-    EXPECT_TRUE(directDraw_.Lock(elsewhere, nullptr).Done());
+    EXPECT_TRUE(directDraw.ColorFill(elsewhere, {8, 0, 16, 8}, 0x2222).Done());
+    EXPECT_TRUE(directDraw.Lock(elsewhere, nullptr).Done());
     EXPECT_EQ(elsewhere.Pixel(3, 3), 0x1111u);
     EXPECT_EQ(elsewhere.Pixel(12, 3), 0x2222u);
-    EXPECT_EQ(host::UnexpectedFaults(display_.Board()).Describe(), "");
+    EXPECT_EQ(Faults(), "");
 }
 
 TEST_P(LockTest, OfARectanglePointsToItsFirstPixel) {
-    host::Surface& surface = directDraw_.CreateOffscreen(64, 64);
+    host::Surface& surface = directDraw.CreateOffscreen(64, 64);
     surface.SetPixel(11, 7, 0x1357);
     const RECT rect = {11, 7, 20, 20};
     void* bytes = nullptr;
-    EXPECT_TRUE(directDraw_.Lock(surface, &bytes, &rect).Done());
+    EXPECT_TRUE(directDraw.Lock(surface, &bytes, &rect).Done());
     EXPECT_EQ(bytes, surface.Row(7) + 22);
     EXPECT_EQ(*static_cast<uint16_t*>(bytes), 0x1357);
 }

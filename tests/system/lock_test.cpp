@@ -132,78 +132,74 @@ constexpr SlowBoard kSlowBoards[] = {
     {"a slow pipeline", {false, 8}, {.fifoDepth = 16, .fifoDrainPerTick = 1, .dmaWordsPerTick = 2}},
 };
 
-class LockWhileDrawing : public testing::TestWithParam<TestBoard> {};
+class LockWhileDrawing : public testing::TestWithParam<TestBoard> {
+  protected:
+    // What `lock` found on each slow board is the picture of a board that is always ready.
+    template <class Lock>
+    static void OnSlowBoards(const Lock& lock) {
+        for (const SlowBoard& slow : kSlowBoards) {
+            SCOPED_TRACE(slow.name);
+            const Found found = lock(slow);
+            EXPECT_TRUE(found.picture == PictureOf(GetParam(), found.triangles));
+        }
+    }
+};
 
 INSTANTIATE_TEST_SUITE_P(Chips, LockWhileDrawing, testing::ValuesIn(kTestBoards),
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST_P(LockWhileDrawing, WithoutTheWaitFlagAnswersStillDrawingUntilTheTransferIsOver) {
-    for (const SlowBoard& slow : kSlowBoards) {
-        SCOPED_TRACE(slow.name);
-        const auto lock = [&] {
-            LockMachine machine(GetParam(), slow.carrier, slow.timing);
-            const int triangles = machine.DrawUntilBusy();
-            const uint32_t pending = machine.drawing.Pending();
-            void* bytes = &machine;
-            // A transfer is nobody's: every surface is refused, and nothing is sent or waited for.
-            EXPECT_EQ(machine.Lock(machine.drawing.target, 0, &bytes), kStillDrawing);
-            EXPECT_EQ(machine.Lock(machine.elsewhere, 0, &bytes), kStillDrawing);
-            EXPECT_EQ(machine.drawing.Pending(), pending);
-            EXPECT_TRUE(machine.Busy());
-            int refusals = 0;
-            while (machine.Lock(machine.drawing.target, 0, &bytes) == kStillDrawing) {
-                ++refusals;
-            }
-            EXPECT_GT(refusals, 0);
-            EXPECT_EQ(bytes, machine.drawing.target.Bytes());
-            return Found{triangles, MemoryOf(machine.drawing.target)};
-        };
-        const Found found = lock();
-        EXPECT_TRUE(found.picture == PictureOf(GetParam(), found.triangles));
-    }
+    OnSlowBoards([](const SlowBoard& slow) {
+        LockMachine machine(GetParam(), slow.carrier, slow.timing);
+        const int triangles = machine.DrawUntilBusy();
+        const uint32_t pending = machine.drawing.Pending();
+        void* bytes = &machine;
+        // A transfer is nobody's: every surface is refused, and nothing is sent or waited for.
+        EXPECT_EQ(machine.Lock(machine.drawing.target, 0, &bytes), kStillDrawing);
+        EXPECT_EQ(machine.Lock(machine.elsewhere, 0, &bytes), kStillDrawing);
+        EXPECT_EQ(machine.drawing.Pending(), pending);
+        EXPECT_TRUE(machine.Busy());
+        int refusals = 0;
+        while (machine.Lock(machine.drawing.target, 0, &bytes) == kStillDrawing) {
+            ++refusals;
+        }
+        EXPECT_GT(refusals, 0);
+        EXPECT_EQ(bytes, machine.drawing.target.Bytes());
+        return Found{triangles, MemoryOf(machine.drawing.target)};
+    });
 }
 
 TEST_P(LockWhileDrawing, WithTheWaitFlagComesBackWithEveryPixelInMemory) {
-    for (const SlowBoard& slow : kSlowBoards) {
-        SCOPED_TRACE(slow.name);
-        const auto lock = [&] {
-            LockMachine machine(GetParam(), slow.carrier, slow.timing);
-            const int triangles = machine.DrawUntilBusy();
-            void* bytes = nullptr;
-            EXPECT_EQ(machine.Lock(machine.drawing.target, DDLOCK_WAIT, &bytes), DD_OK);
-            const Bytes picture = MemoryOf(machine.drawing.target);
-            EXPECT_EQ(bytes, machine.drawing.target.Bytes());
-            EXPECT_FALSE(machine.Busy());
-            // The first Permedia's sub-buffers begin with six pairs of their own.
-            EXPECT_EQ(machine.drawing.Pending(), GetParam().deviceId == DevicePermedia ? 12u : 0u);
-            machine.ExpectHealthy();
-            return Found{triangles, picture};
-        };
-        const Found found = lock();
-        EXPECT_TRUE(found.picture == PictureOf(GetParam(), found.triangles));
-    }
+    OnSlowBoards([](const SlowBoard& slow) {
+        LockMachine machine(GetParam(), slow.carrier, slow.timing);
+        const int triangles = machine.DrawUntilBusy();
+        void* bytes = nullptr;
+        EXPECT_EQ(machine.Lock(machine.drawing.target, DDLOCK_WAIT, &bytes), DD_OK);
+        const Bytes picture = MemoryOf(machine.drawing.target);
+        EXPECT_EQ(bytes, machine.drawing.target.Bytes());
+        EXPECT_FALSE(machine.Busy());
+        // The first Permedia's sub-buffers begin with six pairs of their own.
+        EXPECT_EQ(machine.drawing.Pending(), GetParam().deviceId == DevicePermedia ? 12u : 0u);
+        machine.ExpectHealthy();
+        return Found{triangles, picture};
+    });
 }
 
 TEST_P(LockWhileDrawing, OfAnotherSurfaceWaitsForTheTransferAndLeavesTheRestUnsent) {
-    for (const SlowBoard& slow : kSlowBoards) {
-        SCOPED_TRACE(slow.name);
-        const auto lock = [&] {
-            LockMachine machine(GetParam(), slow.carrier, slow.timing);
-            const int triangles = machine.DrawUntilBusy();
-            const uint32_t pending = machine.drawing.Pending();
-            EXPECT_EQ(machine.Lock(machine.elsewhere, DDLOCK_WAIT), DD_OK);
-            EXPECT_FALSE(machine.Busy());
-            EXPECT_EQ(machine.drawing.Pending(), pending);
-            const Bytes part = MemoryOf(machine.drawing.target);
-            EXPECT_EQ(machine.Lock(machine.drawing.target, 0), DD_OK);
-            const Bytes whole = MemoryOf(machine.drawing.target);
-            machine.ExpectHealthy();
-            EXPECT_FALSE(part == whole);
-            return Found{triangles, whole};
-        };
-        const Found found = lock();
-        EXPECT_TRUE(found.picture == PictureOf(GetParam(), found.triangles));
-    }
+    OnSlowBoards([](const SlowBoard& slow) {
+        LockMachine machine(GetParam(), slow.carrier, slow.timing);
+        const int triangles = machine.DrawUntilBusy();
+        const uint32_t pending = machine.drawing.Pending();
+        EXPECT_EQ(machine.Lock(machine.elsewhere, DDLOCK_WAIT), DD_OK);
+        EXPECT_FALSE(machine.Busy());
+        EXPECT_EQ(machine.drawing.Pending(), pending);
+        const Bytes part = MemoryOf(machine.drawing.target);
+        EXPECT_EQ(machine.Lock(machine.drawing.target, 0), DD_OK);
+        const Bytes whole = MemoryOf(machine.drawing.target);
+        machine.ExpectHealthy();
+        EXPECT_FALSE(part == whole);
+        return Found{triangles, whole};
+    });
 }
 
 TEST_P(LockWhileDrawing, OnAThreadOfItsOwnDmaIsOverWhenTheLockComesBack) {

@@ -6,10 +6,9 @@
 #include "host/ddraw/ddraw.h"
 #include "host/ddraw/video_port.h"
 #include "host/display/display.h"
-#include "host/display/machine.h"
-#include "host/inspect/unwaited.h"
 #include "host/picture.h"
 #include "tests/support_host/configs.h"
+#include "tests/support_host/started_display.h"
 
 #include <gtest/gtest.h>
 
@@ -124,19 +123,18 @@ struct VideoOptions {
 class VideoMachine {
   public:
     explicit VideoMachine(const VideoMode& mode, const VideoOptions& options = {})
-        : camera(kFieldWidth, options.fieldHeight), display(ConfigOf(mode, options)),
-          started_(display.Start()), directDraw(display), primary(directDraw.CreatePrimary()),
+        : camera(kFieldWidth, options.fieldHeight), machine_(ConfigOf(mode, options)),
+          primary(directDraw.CreatePrimary()),
           buffers(host::CreateVideoBuffers(directDraw, options.bufferWidth, options.bufferHeight,
                                            options.buffers)),
           port(directDraw, Describe(options)), tolerance_(mode.tolerance) {
-        EXPECT_TRUE(started_);
         camera.signal.portWidth = options.portWidth;
         camera.marksPixels = (options.connectFlags & DDVPCONNECT_VACT) != 0;
         Plug();
         GoTo(0, 0);
         EXPECT_TRUE(directDraw.ColorFill(primary, {0, 0, 320, 200}, 0).Done());
     }
-    ~VideoMachine() { EXPECT_EQ(host::UnexpectedFaults(display.Board()).Describe(), ""); }
+    ~VideoMachine() { EXPECT_EQ(machine_.Faults(), ""); }
 
     void Plug() { display.Board().SetVideoSource(&camera); }
     void Unplug() { display.Board().SetVideoSource(nullptr); }
@@ -218,13 +216,10 @@ class VideoMachine {
     }
 
     Camera camera;
-    host::Display display;
 
   private:
     static host::DisplayConfig ConfigOf(const VideoMode& mode, const VideoOptions& options) {
-        host::PowerCycle();
-        host::DisplayConfig config;
-        config.deviceId = mode.deviceId;
+        host::DisplayConfig config = test::ConfigFor(mode.deviceId);
         config.bits = mode.bits;
         config.width = 320;
         config.height = 200;
@@ -241,10 +236,11 @@ class VideoMachine {
         description.VideoPortType.dwFlags = options.connectFlags;
         return description;
     }
-    bool started_;
+    test::StartedDisplay machine_;
 
   public:
-    host::DirectDraw directDraw;
+    host::Display& display = machine_.display;
+    host::DirectDraw& directDraw = machine_.directDraw;
     host::Surface& primary;
     std::vector<host::Surface*> buffers;
     host::VideoPort port;

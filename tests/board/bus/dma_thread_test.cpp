@@ -1,5 +1,6 @@
 #include "board/threaded_board.h"
 #include "tests/board/rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -19,15 +20,15 @@ board::Config ThreadedConfig() {
 TEST(DmaThread, TransferCompletesWhileTheProcessorPolls) {
     ThreadedRig r(ThreadedConfig());
     std::vector<uint32_t> words(4097);
-    words[0] = HoldTag(tag::FogColor, 4096);
+    words[0] = HoldTag(t::FogColor, 4096);
     words[4096] = 42;
     r.board.MapMemory(0, words.data(), words.size() * 4);
-    r.board.Write(reg::DMAAddress, 0);
-    r.board.Write(reg::DMACount, 4097);
-    while (r.board.Read(reg::DMACount) != 0) {
+    r.board.Write(t::DMAAddress, 0);
+    r.board.Write(t::DMACount, 4097);
+    while (r.board.Read(t::DMACount) != 0) {
     }
     r.board.Drain();
-    EXPECT_EQ(r.Register(tag::FogColor), 42u);
+    EXPECT_EQ(r.Register(t::FogColor), 42u);
     EXPECT_FALSE(r.board.FaultReport().Any());
 }
 
@@ -36,12 +37,12 @@ TEST(DmaThread, HandlerRunsOnTheThreadAndQueuesTheNextTransfer) {
     constexpr uint32_t kTransfers = 50;
     std::vector<uint32_t> words;
     for (uint32_t i = 0; i < kTransfers; ++i) {
-        words.insert(words.end(), {tag::FogColor, i + 1, tag::Color, i + 101});
+        words.insert(words.end(), {t::FogColor, i + 1, t::Color, i + 101});
     }
     r.board.MapMemory(0x10000, words.data(), words.size() * 4);
     const auto start = [&](uint32_t index) {
-        r.board.Write(reg::DMAAddress, 0x10000 + index * 16);
-        r.board.Write(reg::DMACount, 4);
+        r.board.Write(t::DMAAddress, 0x10000 + index * 16);
+        r.board.Write(t::DMACount, 4);
     };
     std::atomic<uint32_t> done{0};
     std::atomic<bool> onOtherThread{true};
@@ -52,14 +53,14 @@ TEST(DmaThread, HandlerRunsOnTheThreadAndQueuesTheNextTransfer) {
             start(next);
         }
     });
-    r.board.Write(reg::IntEnable, 1);
+    r.board.Write(t::IntEnable, 1);
     start(0);
     while (done != kTransfers) { // the flag is in memory: no access to the board
         std::this_thread::yield();
     }
     r.board.Drain();
-    EXPECT_EQ(r.Register(tag::FogColor), kTransfers);
-    EXPECT_EQ(r.Register(tag::Color), kTransfers + 100);
+    EXPECT_EQ(r.Register(t::FogColor), kTransfers);
+    EXPECT_EQ(r.Register(t::Color), kTransfers + 100);
     EXPECT_TRUE(onOtherThread);
     EXPECT_FALSE(r.board.FaultReport().Any());
 }
@@ -70,8 +71,8 @@ TEST(DmaThread, LatencyPassesWithoutAccesses) {
     ThreadedRig r(config);
     std::atomic<bool> called{false};
     r.board.SetInterruptHandler([&] { called = true; });
-    r.board.Write(reg::IntEnable, 8);
-    r.board.Read(0x2000);
+    r.board.Write(t::IntEnable, 8);
+    r.board.Read(t::OutFIFOWord);
     while (!called) {
         std::this_thread::yield();
     }
@@ -80,17 +81,17 @@ TEST(DmaThread, LatencyPassesWithoutAccesses) {
 
 TEST(DmaThread, FifoWritesWithSpaceChecksArriveInOrder) {
     ThreadedRig r(ThreadedConfig());
-    r.Send(tag::FilterMode, 0xC00);
+    r.Send(t::FilterMode, 0xC00);
     for (uint32_t i = 0; i < 200; ++i) {
-        while (r.board.Read(reg::InFIFOSpace) < 1) {
+        while (r.board.Read(t::InFIFOSpace) < 1) {
         }
-        r.board.Write(MappedOffset(tag::Sync), i);
+        r.board.Write(t::Mapped(t::Sync), i);
     }
     r.board.Drain();
-    ASSERT_EQ(r.board.Read(reg::OutFIFOWords), 400u);
+    ASSERT_EQ(r.board.Read(t::OutFIFOWords), 400u);
     for (uint32_t i = 0; i < 200; ++i) {
-        ASSERT_EQ(r.board.Read(0x2000), 0x188u);
-        ASSERT_EQ(r.board.Read(0x2004), i);
+        ASSERT_EQ(r.board.Read(t::OutFIFOWord), t::Sync);
+        ASSERT_EQ(r.board.Read(t::OutFIFOSecondWord), i);
     }
     EXPECT_FALSE(r.board.FaultReport().Any());
 }
@@ -98,15 +99,15 @@ TEST(DmaThread, FifoWritesWithSpaceChecksArriveInOrder) {
 TEST(DmaThread, TimingCanBeSwitchedWhileEntriesWait) {
     ThreadedRig r(ThreadedConfig());
     std::vector<uint32_t> words(4097);
-    words[0] = HoldTag(tag::FogColor, 4096);
+    words[0] = HoldTag(t::FogColor, 4096);
     words[4096] = 42;
     r.board.MapMemory(0, words.data(), words.size() * 4);
-    r.board.Write(reg::DMAAddress, 0);
-    r.board.Write(reg::DMACount, 4097);
+    r.board.Write(t::DMAAddress, 0);
+    r.board.Write(t::DMACount, 4097);
     r.board.SetTiming({.fifoDepth = 4, .fifoDrainPerTick = 1, .dmaWordsPerTick = 1});
     r.board.SetTiming({});
     r.board.Drain();
-    EXPECT_EQ(r.Register(tag::FogColor), 42u) << "waiting entries are not lost";
+    EXPECT_EQ(r.Register(t::FogColor), 42u) << "waiting entries are not lost";
     EXPECT_FALSE(r.board.FaultReport().Any());
 }
 
@@ -117,8 +118,8 @@ TEST(DmaThread, IsReachedThroughTheBoardThatItIs) {
     std::atomic<bool> onOtherThread{false};
     const std::thread::id own = std::this_thread::get_id();
     board.SetInterruptHandler([&] { onOtherThread = std::this_thread::get_id() != own; });
-    board.Write(reg::IntEnable, 8);
-    board.Read(0x2000); // nothing there: an error
+    board.Write(t::IntEnable, 8);
+    board.Read(t::OutFIFOWord); // nothing there: an error
     board.Drain();
     EXPECT_TRUE(onOtherThread);
 }

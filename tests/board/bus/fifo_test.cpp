@@ -1,5 +1,6 @@
 #include "board/bus/fifo.h"
 #include "tests/board/rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -17,21 +18,21 @@ board::Config SlowConfig(uint32_t depth, uint32_t drain) {
 TEST(Fifo, EveryWordOfTheWindowEntersInWriteOrder) {
     rig::Rig r;
     // First word, last word, and one in the middle: the address does not matter.
-    r.board.Write(0x2F9C, tag::FogMode);
-    r.board.Write(0x2000, 1);
-    r.board.Write(0x2400, tag::FogColor);
-    r.board.Write(0x2004, 0x123456);
-    EXPECT_EQ(r.Register(tag::FogMode), 1u);
-    EXPECT_EQ(r.Register(tag::FogColor), 0x123456u);
+    r.board.Write(t::FIFOWindow + 0xF9C, t::FogMode);
+    r.board.Write(t::FIFOWindow, 1);
+    r.board.Write(t::FIFOWindow + 0x400, t::FogColor);
+    r.board.Write(t::FIFOWindow + 4, 0x123456);
+    EXPECT_EQ(r.Register(t::FogMode), 1u);
+    EXPECT_EQ(r.Register(t::FogColor), 0x123456u);
     EXPECT_FALSE(r.board.FaultReport().Any());
 }
 
 // Writers that reserve less than they write run a few words past the window of 0xFA0 bytes.
 TEST(Fifo, WordsInTheRestOfTheWindowsPageEnterToo) {
     rig::Rig r;
-    r.board.Write(0x2FA0, tag::FogMode);
-    r.board.Write(0x2FFC, 1);
-    EXPECT_EQ(r.Register(tag::FogMode), 1u);
+    r.board.Write(t::FIFOWindow + 0xFA0, t::FogMode);
+    r.board.Write(t::FIFOWindow + 0xFFC, 1);
+    EXPECT_EQ(r.Register(t::FogMode), 1u);
     EXPECT_FALSE(r.board.FaultReport().Any());
 }
 
@@ -39,27 +40,27 @@ TEST(Fifo, MappedWriteEqualsStreamWrite) {
     rig::Rig mapped;
     rig::Rig stream;
     const std::pair<uint32_t, uint32_t> writes[] = {
-        {tag::Color, 0xFF8040},     {tag::StartXDom, 3u << 16},
-        {tag::StartXSub, 9u << 16}, {tag::StartY, 2u << 16},
-        {tag::dY, 0x10000},         {tag::Count, 4},
-        {tag::FogColor, 77},        {tag::Render, rig::kTrapezoid}};
+        {t::Color, 0xFF8040},     {t::StartXDom, 3u << 16},
+        {t::StartXSub, 9u << 16}, {t::StartY, 2u << 16},
+        {t::dY, 0x10000},         {t::Count, 4},
+        {t::FogColor, 77},        {t::Render, rig::kTrapezoid}};
     for (const auto& [number, data] : writes) {
-        mapped.board.Write(0x8000 + number * 8, data);
+        mapped.board.Write(t::Mapped(number), data);
         stream.Send(number, data);
     }
     EXPECT_EQ(mapped.Pixel(3, 2), 0xFF8040u);
     EXPECT_TRUE(std::ranges::equal(mapped.board.FrameBuffer(), stream.board.FrameBuffer()));
-    EXPECT_EQ(mapped.Register(tag::FogColor), 77u);
+    EXPECT_EQ(mapped.Register(t::FogColor), 77u);
 }
 
 TEST(Fifo, SpaceCountsEntriesAndNotTagWords) {
     rig::Rig r(SlowConfig(16, 1));
-    EXPECT_EQ(r.board.Read(reg::InFIFOSpace), 16u);
-    const uint32_t words[] = {burst::Depth, 1, 2, 3, 4, 5, 6, tag::FogColor, 7};
+    EXPECT_EQ(r.board.Read(t::InFIFOSpace), 16u);
+    const uint32_t words[] = {burst::Depth, 1, 2, 3, 4, 5, 6, t::FogColor, 7};
     r.board.MapMemory(0, words, sizeof words);
-    r.board.Write(reg::DMAAddress, 0);
-    r.board.Write(reg::DMACount, 9);                     // seven entries come in at once
-    EXPECT_EQ(r.board.Read(reg::InFIFOSpace), 16u - 6u); // and one is drained by this tick
+    r.board.Write(t::DMAAddress, 0);
+    r.board.Write(t::DMACount, 9);                     // seven entries come in at once
+    EXPECT_EQ(r.board.Read(t::InFIFOSpace), 16u - 6u); // and one is drained by this tick
 }
 
 TEST(Fifo, WaitingEntriesTakeSpaceUntilTheyDrain) {
@@ -107,30 +108,30 @@ TEST(Fifo, WritesToAFullFifoAreLostAndCounted) {
 
     // A transfer refills the FIFO right after each drain, so that it is full at every access.
     std::vector<uint32_t> words(1 + 64, 0);
-    words[0] = HoldTag(tag::FogColor, 64);
+    words[0] = HoldTag(t::FogColor, 64);
     r.board.MapMemory(0x1000, words.data(), words.size() * 4);
-    r.board.Write(reg::DMAAddress, 0x1000);
-    r.board.Write(reg::DMACount, 65);
-    r.board.Write(MappedOffset(tag::FogMode), 1);
+    r.board.Write(t::DMAAddress, 0x1000);
+    r.board.Write(t::DMACount, 65);
+    r.board.Write(t::Mapped(t::FogMode), 1);
     EXPECT_EQ(r.board.FaultReport().fifoOverflows, 1u);
-    EXPECT_EQ(r.board.Read(reg::ErrorFlags) & 1, 1u);
+    EXPECT_EQ(r.board.Read(t::ErrorFlags) & 1, 1u);
     r.board.Drain();
-    EXPECT_EQ(r.Register(tag::FogMode), 0u);
+    EXPECT_EQ(r.Register(t::FogMode), 0u);
 }
 
 TEST(Fifo, DisconnectHoldsTheBusInsteadOfLosingWrites) {
-    for (const uint32_t control : {reg::DisconnectControl, reg::DeltaDisconnectControl}) {
+    for (const uint32_t control : {t::DisconnectControl, reg::DeltaDisconnectControl}) {
         rig::Rig r(SlowConfig(1, 1));
         std::vector<uint32_t> words(1 + 64, 0);
-        words[0] = HoldTag(tag::FogColor, 64);
+        words[0] = HoldTag(t::FogColor, 64);
         r.board.MapMemory(0x1000, words.data(), words.size() * 4);
         r.board.Write(control, 1);
-        r.board.Write(reg::DMAAddress, 0x1000);
-        r.board.Write(reg::DMACount, 65);
-        r.board.Write(MappedOffset(tag::FogMode), 1);
+        r.board.Write(t::DMAAddress, 0x1000);
+        r.board.Write(t::DMACount, 65);
+        r.board.Write(t::Mapped(t::FogMode), 1);
         r.board.Drain();
         EXPECT_EQ(r.board.FaultReport().fifoOverflows, 0u);
-        EXPECT_EQ(r.Register(tag::FogMode), 1u);
+        EXPECT_EQ(r.Register(t::FogMode), 1u);
     }
 }
 
@@ -138,17 +139,17 @@ TEST(Fifo, DrainRateSetsHowSoonEntriesExecute) {
     rig::Rig r(SlowConfig(64, 2));
     std::vector<uint32_t> words;
     for (uint32_t i = 0; i < 20; ++i) {
-        words.insert(words.end(), {tag::FogColor, i + 1});
+        words.insert(words.end(), {t::FogColor, i + 1});
     }
     r.board.MapMemory(0, words.data(), words.size() * 4);
-    r.board.Write(reg::DMAAddress, 0);
-    r.board.Write(reg::DMACount, 40); // all 20 entries wait at the end of this access
-    EXPECT_EQ(r.board.Read(reg::InFIFOSpace), 64u - 18u);
+    r.board.Write(t::DMAAddress, 0);
+    r.board.Write(t::DMACount, 40); // all 20 entries wait at the end of this access
+    EXPECT_EQ(r.board.Read(t::InFIFOSpace), 64u - 18u);
     r.board.Idle(4);
-    EXPECT_EQ(r.board.Read(reg::InFIFOSpace), 64u - 8u);
-    EXPECT_EQ(r.Register(tag::FogColor), 14u);
+    EXPECT_EQ(r.board.Read(t::InFIFOSpace), 64u - 8u);
+    EXPECT_EQ(r.Register(t::FogColor), 14u);
     r.board.Drain();
-    EXPECT_EQ(r.Register(tag::FogColor), 20u);
+    EXPECT_EQ(r.Register(t::FogColor), 20u);
 }
 
 } // namespace

@@ -95,10 +95,10 @@ TEST(Statistics, StrayWordsComeBeforeTheAnswer) {
     r.Send({{tag::FilterMode, 0x3C00}, {tag::PickResult, 0}});
     EXPECT_EQ(r.board.Read(reg::OutFIFOWords), 5u);
     for (int i = 0; i < 3; ++i) {
-        EXPECT_NE(r.board.Read(0x2000), 0x187u);
+        EXPECT_NE(r.board.Read(reg::OutFIFOWord), tag::PickResult);
     }
-    EXPECT_EQ(r.board.Read(0x2000), 0x187u);
-    EXPECT_EQ(r.board.Read(0x2004), 0u);
+    EXPECT_EQ(r.board.Read(reg::OutFIFOWord), tag::PickResult);
+    EXPECT_EQ(r.board.Read(reg::OutFIFOSecondWord), 0u);
 }
 
 TEST(Statistics, WorksWithTheLocalBuffersDepth) {

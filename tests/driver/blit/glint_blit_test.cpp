@@ -1,6 +1,7 @@
 // The decision of a blit on the Glint family: which primitive, with which numbers.
 #include "driver/blit/txblitfx.h"
 #include "tests/driver/blit/blit_rig.h"
+#include "tests/support/tag_names.h"
 
 namespace {
 
@@ -232,7 +233,7 @@ TEST(GlintVideo, ThePortIsNoneOfThisFamilys) {
     rig.driver->VideoNeedSample = 1;
     rig.dest.local.ddsCaps.dwCaps |= DDSCAPS_VIDEOPORT;
     EXPECT_EQ(rig.Slots(), "ScreenCopyBlt");
-    EXPECT_EQ(rig.bus->ReadsOf(0x5920), 0u);
+    EXPECT_EQ(rig.bus->ReadsOf(t::VSCurrentBuffer), 0u);
 }
 
 } // namespace

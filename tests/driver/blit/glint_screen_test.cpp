@@ -164,8 +164,8 @@ TEST(GlintSolidBlt, TakesItsFillFromOffset8830AndItsBlockFillFrom8AC8) {
     vGlintSolidBlt(rig.driver, &rect, 0, 0x4321);
     rig.driver->RenderSolid = kBlockFill;
     vGlintSolidBlt(rig.driver, &rect, 0, 0x4321);
-    EXPECT_EQ(rig.bus->registers[0x8830], 0x4321u);
-    EXPECT_EQ(rig.bus->registers[0x8AC8], 0x43214321u);
+    EXPECT_EQ(rig.bus->registers[t::Mapped(t::FBWriteData)], 0x4321u);
+    EXPECT_EQ(rig.bus->registers[t::Mapped(t::FBBlockColor)], 0x43214321u);
 }
 
 // Copies.

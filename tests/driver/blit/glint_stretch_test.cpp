@@ -327,8 +327,9 @@ TEST(MXChroma, StretchIsThePlainOneBetweenKeyAndItsEndWithTheOffsetAsGiven) {
                 rig.OneMemory();
             }
             Words expected = rig.Stretch(kTo, kFrom);
-            const Words key = {t::ChromaTestMode,   9,         t::ChromaLowerBound, 0x1F,
-                               t::ChromaUpperBound, 0xFF00001F};
+            const Words key = Pairs({{t::ChromaTestMode, 9},
+                                     {t::ChromaLowerBound, 0x1F},
+                                     {t::ChromaUpperBound, 0xFF00001F}});
             expected.insert(expected.begin() + 1, key.begin(), key.end());
             expected.insert(expected.end(), {t::ChromaTestMode, 0});
             expected[1 + 6 + 5] = static_cast<uint32_t>(-0x50); // FBSourceOffset

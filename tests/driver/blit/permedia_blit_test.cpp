@@ -1,6 +1,7 @@
 // The decision of a blit on the Permedia family: which primitive, with which numbers.
 #include "driver/blit/pmblitfx.h"
 #include "tests/driver/blit/blit_rig.h"
+#include "tests/support/tag_names.h"
 
 namespace {
 
@@ -472,7 +473,7 @@ struct VideoRig : PermediaRig {
         driver->VideoPortActive = 1;
         driver->VideoNeedSample = 1; // the watchdog's next look finds the port alive
         driver->VideoCurrentBuffer = 2;
-        bus->registers[0x5920] = 2;
+        bus->registers[t::VSCurrentBuffer] = 2;
     }
 };
 
@@ -504,7 +505,7 @@ TEST(PermediaVideo, AnotherBufferOrAnotherSurfaceIsFree) {
     VideoRig rig;
     EXPECT_EQ(rig.Slots(), "PackedCopyBlt");
     rig.dest.local.ddsCaps.dwCaps |= DDSCAPS_VIDEOPORT;
-    rig.bus->registers[0x5920] = 1;
+    rig.bus->registers[t::VSCurrentBuffer] = 1;
     EXPECT_EQ(rig.Slots(), "PackedCopyBlt");
     EXPECT_EQ(rig.driver->VideoNeedSample, 1u); // the watchdog was not asked
 }
@@ -514,7 +515,7 @@ TEST(PermediaVideo, APortThatIsOffIsNotLookedAt) {
     rig.driver->VideoPortActive = 0;
     rig.dest.local.ddsCaps.dwCaps |= DDSCAPS_VIDEOPORT;
     EXPECT_EQ(rig.Slots(), "PackedCopyBlt");
-    EXPECT_EQ(rig.bus->ReadsOf(0x5920), 0u);
+    EXPECT_EQ(rig.bus->ReadsOf(t::VSCurrentBuffer), 0u);
 }
 
 TEST(PermediaVideo, APortFoundDeadLetsTheBlitGoOnWithResult0) {
@@ -523,7 +524,7 @@ TEST(PermediaVideo, APortFoundDeadLetsTheBlitGoOnWithResult0) {
     rig.driver->VideoNeedSample = 0;
     rig.driver->VideoLastBuffer = 2;
     rig.driver->VideoFailures = 50;
-    rig.bus->registers[0x1180] = 470001;
+    rig.bus->registers[t::FreeRunningTimer] = 470001;
     EXPECT_EQ(rig.Slots(), "PackedCopyBlt");
     EXPECT_EQ(rig.driver->VideoPortActive, 0u);
 

@@ -83,11 +83,13 @@ const Words kRepair = {W(5), t::FogMode,          0xA1, t::FogColor,
 const Words kCommonUnits = {
     W(16), t::ColorDDAMode, 0, t::FogMode,       0, t::AlphaTestMode,  0, t::LBReadMode, 0,
     W(16), t::DitherMode,   0, t::LogicalOpMode, 0, t::AlphaBlendMode, 0, W(16)};
-const Words kPermediaUnits =
-    kCommonUnits +
-    Words{t::TextureReadMode, 0,       t::TextureMapFormat, 0, t::TextureDataFormat, 0,
-          t::TexelLUTMode,    0,       t::TextureColorMode, 0, t::YUVMode,           0,
-          t::AStart,          0x7F8000};
+const Words kPermediaUnits = kCommonUnits + Pairs({{t::TextureReadMode, 0},
+                                                   {t::TextureMapFormat, 0},
+                                                   {t::TextureDataFormat, 0},
+                                                   {t::TexelLUTMode, 0},
+                                                   {t::TextureColorMode, 0},
+                                                   {t::YUVMode, 0},
+                                                   {t::AStart, 0x7F8000}});
 
 Words TargetFill(uint32_t left, uint32_t top, uint32_t right, uint32_t bottom) {
     return Words{W(12)} + Pairs({{t::FBWriteData, 0x12341234},
@@ -172,11 +174,14 @@ TEST(Clear32, OnPermedia2LosesNoWordsAndQuietsTheLookupTable) {
 }
 
 TEST(Clear32, OnGlintUsesTheSamePrimitives) {
-    const Words glint = kCommonUnits + Words{t::GlintTextureReadMode, 0, t::TextureAddressMode, 0,
-                                             t::TextureColorMode,     0};
-    const Words mx =
-        glint + Words{t::ChromaTestMode, 0, t::TextureFilterMode, 0, t::TexelLUTTransfer, 0,
-                      t::TexelLUTIndex,  0, t::TexelLUTAddress,   0};
+    const Words glint =
+        kCommonUnits +
+        Pairs({{t::GlintTextureReadMode, 0}, {t::TextureAddressMode, 0}, {t::TextureColorMode, 0}});
+    const Words mx = glint + Pairs({{t::ChromaTestMode, 0},
+                                    {t::TextureFilterMode, 0},
+                                    {t::TexelLUTTransfer, 0},
+                                    {t::TexelLUTIndex, 0},
+                                    {t::TexelLUTAddress, 0}});
     for (uint32_t device : {1u, 2u, 6u}) {
         ClearRig rig(device, true);
         EXPECT_EQ(rig.Clear(kTarget | kDepth, {{10, 20, 26, 28}}), (device == 6 ? mx : glint) +

@@ -60,91 +60,56 @@ void ExpectAxes(const Words& words, Axis s, Axis t, uint32_t stepS, uint32_t ste
     EXPECT_EQ(WordOf(words, t::dTdyDom), t.flipped ? 0 - stepT : stepT);
 }
 
+// The target, and the texture unit on the source.
+Words UnitsOn(uint32_t dataFormat, uint32_t mapFormat) {
+    return Pairs({{t::FBWindowBase, kDestOffset},
+                  {t::FBReadMode, 0x11B},
+                  {t::LogicalOpMode, 0},
+                  {t::TextureBaseAddress, kSourceOffset},
+                  {t::TextureAddressMode, 1},
+                  {t::TextureColorMode, 7},
+                  {t::TextureReadMode, 0x17601},
+                  {t::TextureDataFormat, dataFormat},
+                  {t::TextureMapFormat, mapFormat}});
+}
+
+// From (startS, startT) on, and the steps to the right; the step downwards follows by itself.
+Words Texels(uint32_t startS, uint32_t startT, uint32_t step) {
+    return Pairs(
+        {{t::SStart, startS}, {t::TStart, startT}, {t::dSdx, step}, {t::dSdyDom, 0}, {t::dTdx, 0}});
+}
+
+// Eight rows.
+Words Rectangle(uint32_t startX, uint32_t endX, uint32_t startY, uint32_t stepY) {
+    return Pairs({{t::StartXDom, startX},
+                  {t::StartXSub, endX},
+                  {t::StartY, startY},
+                  {t::dY, stepY},
+                  {t::Count, 8},
+                  {t::Render, 0x2040}});
+}
+const Words kForward = Rectangle(0xA0000, 0x1A0000, 0x140000, 0x10000);
+
+// The bounds of the rig's key in RGB555.
+const Words kKeyBounds =
+    Pairs({{t::ChromaLowerBound, 0xA08820}, {t::ChromaUpperBound, 0xFF6FF757}});
+const Words kUnitsOff =
+    Pairs({{t::TextureAddressMode, 0}, {t::TextureColorMode, 0}, {t::TextureReadMode, 0}});
+
 TEST(Stretch, DrawsTheSourceAsATexture) {
     PermediaStretchRig rig;
-    EXPECT_EQ(rig.Run(PermediaStretchCopyBlt), (Words{W(15)} +
-                                                Pairs({{t::DitherMode, 0x405},
-                                                       {t::FBWindowBase, kDestOffset},
-                                                       {t::FBReadMode, 0x11B},
-                                                       {t::LogicalOpMode, 0},
-                                                       {t::TextureBaseAddress, kSourceOffset},
-                                                       {t::TextureAddressMode, 1},
-                                                       {t::TextureColorMode, 7},
-                                                       {t::TextureReadMode, 0x17601},
-                                                       {t::TextureDataFormat, 0x21},
-                                                       {t::TextureMapFormat, 0x800A5},
-                                                       {t::SStart, 0x1E00000},
-                                                       {t::TStart, 0x2800000},
-                                                       {t::dSdx, 0x200000},
-                                                       {t::dSdyDom, 0},
-                                                       {t::dTdx, 0}}) +
-                                                Words{W(11)} +
-                                                Pairs({{t::dTdyDom, 0x200000},
-                                                       {t::StartXDom, 0xA0000},
-                                                       {t::StartXSub, 0x1A0000},
-                                                       {t::StartY, 0x140000},
-                                                       {t::dY, 0x10000},
-                                                       {t::Count, 8},
-                                                       {t::Render, 0x2040},
-                                                       {t::DitherMode, 0},
-                                                       {t::TextureAddressMode, 0},
-                                                       {t::TextureColorMode, 0},
-                                                       {t::TextureReadMode, 0}})));
+    EXPECT_EQ(rig.Run(PermediaStretchCopyBlt),
+              (Words{W(15), t::DitherMode, 0x405} + UnitsOn(0x21, 0x800A5) +
+               Texels(0x1E00000, 0x2800000, 0x200000) + Words{W(11), t::dTdyDom, 0x200000} +
+               kForward + Words{t::DitherMode, 0} + kUnitsOff));
 }
 
 TEST(Stretch, OfIndicesLeavesTheDitherUnitOff) {
     PermediaStretchRig rig(8);
     rig.source.priv.Format = 14;
-    EXPECT_EQ(rig.Run(PermediaStretchCopyBlt), (Words{W(15),
-                                                      t::FBWindowBase,
-                                                      kDestOffset,
-                                                      t::FBReadMode,
-                                                      0x11B,
-                                                      t::LogicalOpMode,
-                                                      0,
-                                                      t::TextureBaseAddress,
-                                                      kSourceOffset,
-                                                      t::TextureAddressMode,
-                                                      1,
-                                                      t::TextureColorMode,
-                                                      7,
-                                                      t::TextureReadMode,
-                                                      0x17601,
-                                                      t::TextureDataFormat,
-                                                      0x2E,
-                                                      t::TextureMapFormat,
-                                                      0xA5,
-                                                      t::SStart,
-                                                      0x1E00000,
-                                                      t::TStart,
-                                                      0x2800000,
-                                                      t::dSdx,
-                                                      0x200000,
-                                                      t::dSdyDom,
-                                                      0,
-                                                      t::dTdx,
-                                                      0,
-                                                      W(11),
-                                                      t::dTdyDom,
-                                                      0x200000,
-                                                      t::StartXDom,
-                                                      0xA0000,
-                                                      t::StartXSub,
-                                                      0x1A0000,
-                                                      t::StartY,
-                                                      0x140000,
-                                                      t::dY,
-                                                      0x10000,
-                                                      t::Count,
-                                                      8,
-                                                      t::Render,
-                                                      0x2040,
-                                                      t::TextureAddressMode,
-                                                      0,
-                                                      t::TextureColorMode,
-                                                      0,
-                                                      t::TextureReadMode,
-                                                      0}));
+    EXPECT_EQ(rig.Run(PermediaStretchCopyBlt),
+              (Words{W(15)} + UnitsOn(0x2E, 0xA5) + Texels(0x1E00000, 0x2800000, 0x200000) +
+               Words{W(11), t::dTdyDom, 0x200000} + kForward + kUnitsOff));
 }
 
 TEST(Stretch, FormatWordsAreTheSources) {
@@ -303,38 +268,11 @@ TEST(Stretch, AnotherDepthIsSetFirst) {
 TEST(KeyedCopy, DrawsForwardWithTheKeysBounds) {
     PermediaStretchRig rig;
     rig.from = {30, 40, 46, 48};
-    EXPECT_EQ(rig.Run(PermediaSourceChromaBlt), (Words{W(16)} +
-                                                 Pairs({{t::YUVMode, 4},
-                                                        {t::DitherMode, 0x405},
-                                                        {t::FBWindowBase, kDestOffset},
-                                                        {t::FBReadMode, 0x11B},
-                                                        {t::LogicalOpMode, 0},
-                                                        {t::TextureBaseAddress, kSourceOffset},
-                                                        {t::TextureAddressMode, 1},
-                                                        {t::TextureColorMode, 7},
-                                                        {t::TextureReadMode, 0x17601},
-                                                        {t::TextureDataFormat, 0x21},
-                                                        {t::TextureMapFormat, 0x800A5},
-                                                        {t::ChromaLowerBound, 0xA08820},
-                                                        {t::ChromaUpperBound, 0xFF6FF757}}) +
-                                                 Words{W(16)} +
-                                                 Pairs({{t::SStart, 0x1E00000},
-                                                        {t::TStart, 0x2800000},
-                                                        {t::dSdx, 0x100000},
-                                                        {t::dSdyDom, 0},
-                                                        {t::dTdx, 0},
-                                                        {t::dTdyDom, 0x100000},
-                                                        {t::StartXDom, 0xA0000},
-                                                        {t::StartXSub, 0x1A0000},
-                                                        {t::StartY, 0x140000},
-                                                        {t::dY, 0x10000},
-                                                        {t::Count, 8},
-                                                        {t::Render, 0x2040},
-                                                        {t::DitherMode, 0},
-                                                        {t::YUVMode, 0},
-                                                        {t::TextureAddressMode, 0},
-                                                        {t::TextureColorMode, 0},
-                                                        {t::TextureReadMode, 0}})));
+    EXPECT_EQ(rig.Run(PermediaSourceChromaBlt),
+              (Words{W(16), t::YUVMode, 4, t::DitherMode, 0x405} + UnitsOn(0x21, 0x800A5) +
+               kKeyBounds + Words{W(16)} + Texels(0x1E00000, 0x2800000, 0x100000) +
+               Words{t::dTdyDom, 0x100000} + kForward + Words{t::DitherMode, 0, t::YUVMode, 0} +
+               kUnitsOff));
 }
 
 TEST(KeyedCopy, BackwardStartsBehindTheLastTexelInSAndOnItInT) {
@@ -342,72 +280,20 @@ TEST(KeyedCopy, BackwardStartsBehindTheLastTexelInSAndOnItInT) {
     rig.Overlap();
     rig.source.priv.Format = 14;
     rig.from = {30, 40, 46, 48};
-    EXPECT_EQ(rig.Run(PermediaSourceChromaBlt), (Words{W(16)} +
-                                                 Pairs({{t::YUVMode, 4},
-                                                        {t::FBWindowBase, kDestOffset},
-                                                        {t::FBReadMode, 0x11B},
-                                                        {t::LogicalOpMode, 0},
-                                                        {t::TextureBaseAddress, kSourceOffset},
-                                                        {t::TextureAddressMode, 1},
-                                                        {t::TextureColorMode, 7},
-                                                        {t::TextureReadMode, 0x17601},
-                                                        {t::TextureDataFormat, 0x2E},
-                                                        {t::TextureMapFormat, 0xA5},
-                                                        {t::ChromaLowerBound, 0x343434},
-                                                        {t::ChromaUpperBound, 0xFFCDCDCD}}) +
-                                                 Words{W(16)} +
-                                                 Pairs({{t::SStart, 46u << 20},
-                                                        {t::TStart, 47u << 20},
-                                                        {t::dSdx, 0xFFF00000},
-                                                        {t::dSdyDom, 0},
-                                                        {t::dTdx, 0},
-                                                        {t::dTdyDom, 0xFFF00000},
-                                                        {t::StartXDom, 0x1A0000},
-                                                        {t::StartXSub, 0xA0000},
-                                                        {t::StartY, 107u << 16},
-                                                        {t::dY, 0xFFFF0000},
-                                                        {t::Count, 8},
-                                                        {t::Render, 0x2040},
-                                                        {t::YUVMode, 0},
-                                                        {t::TextureAddressMode, 0},
-                                                        {t::TextureColorMode, 0},
-                                                        {t::TextureReadMode, 0}})));
+    EXPECT_EQ(
+        rig.Run(PermediaSourceChromaBlt),
+        (Words{W(16), t::YUVMode, 4} + UnitsOn(0x2E, 0xA5) +
+         Words{t::ChromaLowerBound, 0x343434, t::ChromaUpperBound, 0xFFCDCDCD} + Words{W(16)} +
+         Texels(46u << 20, 47u << 20, 0xFFF00000) + Words{t::dTdyDom, 0xFFF00000} +
+         Rectangle(0x1A0000, 0xA0000, 107u << 16, 0xFFFF0000) + Words{t::YUVMode, 0} + kUnitsOff));
 }
 
 TEST(KeyedStretch, IsTheStretchWithTheKeyAroundIt) {
     PermediaStretchRig rig;
-    EXPECT_EQ(rig.Run(PermediaStretchCopyChromaBlt), (Words{W(15)} +
-                                                      Pairs({{t::YUVMode, 4},
-                                                             {t::DitherMode, 0x405},
-                                                             {t::FBWindowBase, kDestOffset},
-                                                             {t::FBReadMode, 0x11B},
-                                                             {t::LogicalOpMode, 0},
-                                                             {t::TextureBaseAddress, kSourceOffset},
-                                                             {t::TextureAddressMode, 1},
-                                                             {t::TextureColorMode, 7},
-                                                             {t::TextureReadMode, 0x17601},
-                                                             {t::TextureDataFormat, 0x21},
-                                                             {t::TextureMapFormat, 0x800A5},
-                                                             {t::SStart, 0x1E00000},
-                                                             {t::TStart, 0x2800000},
-                                                             {t::dSdx, 0x200000},
-                                                             {t::dSdyDom, 0},
-                                                             {t::dTdx, 0}}) +
-                                                      Words{W(11)} +
-                                                      Pairs({{t::dTdyDom, 0x200000},
-                                                             {t::ChromaLowerBound, 0xA08820},
-                                                             {t::ChromaUpperBound, 0xFF6FF757},
-                                                             {t::StartXDom, 0xA0000},
-                                                             {t::StartXSub, 0x1A0000},
-                                                             {t::StartY, 0x140000},
-                                                             {t::dY, 0x10000},
-                                                             {t::Count, 8},
-                                                             {t::Render, 0x2040},
-                                                             {t::DitherMode, 0},
-                                                             {t::TextureAddressMode, 0},
-                                                             {t::TextureColorMode, 0},
-                                                             {t::TextureReadMode, 0},
-                                                             {t::YUVMode, 0}})));
+    EXPECT_EQ(rig.Run(PermediaStretchCopyChromaBlt),
+              (Words{W(15), t::YUVMode, 4, t::DitherMode, 0x405} + UnitsOn(0x21, 0x800A5) +
+               Texels(0x1E00000, 0x2800000, 0x200000) + Words{W(11), t::dTdyDom, 0x200000} +
+               kKeyBounds + kForward + Words{t::DitherMode, 0} + kUnitsOff + Words{t::YUVMode, 0}));
 }
 
 TEST(ColourKey, BecomesBoundsByTheSourcesFormat) {

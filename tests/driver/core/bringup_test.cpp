@@ -6,6 +6,7 @@
 #include "host/win32/registry.h"
 #include "host/win32/system.h"
 #include "tests/support/rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -257,23 +258,22 @@ TEST(BringUp, DmaControlIsWrittenOnAgpPermedia2Alone) {
         Rig rig({.deviceId = row.device, .boardFlags = row.boardFlags});
         rig.SetRegistry("Direct3DHAL.DMAControl", "3");
         ASSERT_EQ(DriverInit(0), rig.driver);
-        EXPECT_EQ(rig.bus->registers.count(reg::DMAControl), row.written ? 1u : 0u) << row.device;
+        EXPECT_EQ(rig.bus->registers.count(t::DMAControl), row.written ? 1u : 0u) << row.device;
         if (row.written) {
-            EXPECT_EQ(rig.bus->registers[reg::DMAControl], 3u);
+            EXPECT_EQ(rig.bus->registers[t::DMAControl], 3u);
         }
     }
     Rig absent({.deviceId = 7, .boardFlags = 0x200});
     ASSERT_EQ(DriverInit(0), absent.driver);
-    EXPECT_EQ(absent.bus->registers.count(reg::DMAControl), 0u);
+    EXPECT_EQ(absent.bus->registers.count(t::DMAControl), 0u);
 }
 
 TEST(BringUp, SyncsBeforeAnythingElse) {
     Rig rig;
     ASSERT_EQ(DriverInit(0), rig.driver);
     const std::vector<BusEvent> writes = rig.bus->Writes();
-    EXPECT_EQ(writes[0], (BusEvent{'w', 0x8C00, 0x400}));
-    EXPECT_EQ(writes[1], (BusEvent{'w', 0x8C40, 0}));
-    EXPECT_EQ(writes[2], (BusEvent{'w', 0x8C00, 0}));
+    ASSERT_GE(writes.size(), 3u);
+    EXPECT_EQ(std::vector(writes.begin(), writes.begin() + 3), test::SyncWrites());
 }
 
 struct Caps {

@@ -151,7 +151,8 @@ TEST(ContextStream, InFifoModeEveryReservationGoesBackToTheStartOfTheWindow) {
         EmitTag(ctx->Stream, tag::FogMode, 5);
         EXPECT_EQ(ctx->Stream.WritePointer, ctx->Stream.SubBuffers[0].Linear + 2);
     }
-    EXPECT_EQ(rig.bus->FifoWords(), (Words{0xD2, 5, 0xD2, 5, 0xD2, 5}));
+    EXPECT_EQ(rig.bus->FifoWords(),
+              test::Pairs({{t::FogMode, 5}, {t::FogMode, 5}, {t::FogMode, 5}}));
 }
 
 TEST(SubBufferHead, OpensEachNewSubBufferOnTheFirstPermediaUnderBothIds) {
@@ -285,8 +286,9 @@ TEST(StartDMA, WritesTheAddressThenWaitsThenTheCount) {
     rig.bus->readDMACount = [&] { return left.at(read++); };
     EXPECT_EQ(StartDMA(rig.driver, kContext2D, 20, 0x1000, nullptr, 0), 0);
     const std::vector<BusEvent> expected = {
-        {'w', 0x28, 0x1000}, {'r', 0x30, 9}, {'i', 8, 0},     {'r', 0x30, 3},
-        {'i', 2, 0},         {'r', 0x30, 0}, {'w', 0x30, 20},
+        {'w', t::DMAAddress, 0x1000}, {'r', t::DMACount, 9}, {'i', 8, 0},
+        {'r', t::DMACount, 3},        {'i', 2, 0},           {'r', t::DMACount, 0},
+        {'w', t::DMACount, 20},
     };
     EXPECT_EQ(rig.bus->events, expected);
     EXPECT_EQ(rig.chip->DMAState & DMAIdle, 0u);
@@ -300,7 +302,7 @@ TEST(StartDMA, OnADisplayThatIsNotPrimaryDropsTheWordsButTakesTheContext) {
     EXPECT_EQ(rig.chip->CurrentContext, kContext2D);
     EXPECT_EQ(rig.chip->DMAState & DMAIdle, 0u);
     EXPECT_TRUE(rig.bus->transfers.empty());
-    EXPECT_EQ(rig.bus->ReadsOf(reg::DMACount), 0u);
+    EXPECT_EQ(rig.bus->ReadsOf(t::DMACount), 0u);
 }
 
 class QueueTest : public testing::Test {
@@ -321,7 +323,7 @@ TEST_F(QueueTest, AnEntryIsStoredAndTheHandlerKicked) {
     EXPECT_EQ(rig.chip->QueueAddress[0], 0x3000u);
     EXPECT_EQ(rig.chip->QueueCount[0], 3u);
     EXPECT_EQ(rig.chip->QueueHead, 1u);
-    const std::vector<BusEvent> kick = {{'w', 0x38, 7}, {'r', 0x2000, 0}};
+    const std::vector<BusEvent> kick = {{'w', t::ErrorFlags, 7}, {'r', t::OutFIFOWord, 0}};
     EXPECT_EQ(rig.bus->events, kick);
 }
 
@@ -386,9 +388,9 @@ TEST(WaitDMAIdle, WaitsForTheTailThenForTheCountWithSpacedReads) {
     rig.bus->readDMACount = [&] { return left.at(read++); };
     WaitDMAIdle(rig.driver);
     const std::vector<BusEvent> expected = {
-        {'i', 1, 0},   {'r', 0x30, 0x80000000}, {'i', 0, 0},  {'r', 0x30, 100},
-        {'i', 199, 0}, {'r', 0x30, 32},         {'i', 63, 0}, {'r', 0x30, 31},
-        {'i', 0, 0},   {'r', 0x30, 0},
+        {'i', 1, 0},   {'r', t::DMACount, 0x80000000}, {'i', 0, 0},  {'r', t::DMACount, 100},
+        {'i', 199, 0}, {'r', t::DMACount, 32},         {'i', 63, 0}, {'r', t::DMACount, 31},
+        {'i', 0, 0},   {'r', t::DMACount, 0},
     };
     EXPECT_EQ(rig.bus->events, expected);
     EXPECT_EQ(rig.chip->DMAState, DMAIdle | DMAQueueOn);
@@ -400,7 +402,7 @@ TEST(SyncChip, DropsWordsOfOtherTags) {
     rig.bus->output = {0x17, t::PickResult, 0x400};
     SyncChip(rig.driver);
     EXPECT_TRUE(rig.bus->output.empty());
-    EXPECT_EQ(rig.bus->ReadsOf(0x2000), 4u);
+    EXPECT_EQ(rig.bus->ReadsOf(t::OutFIFOWord), 4u);
 }
 
 TEST(SyncChip, WaitsForThreeEntriesAndWritesFilterSyncFilter) {
@@ -408,10 +410,8 @@ TEST(SyncChip, WaitsForThreeEntriesAndWritesFilterSyncFilter) {
     rig.Ready();
     rig.bus->ScriptFIFOSpace({0, 2, 3});
     SyncChip(rig.driver);
-    EXPECT_EQ(rig.bus->ReadsOf(reg::InFIFOSpace), 3u);
-    const std::vector<BusEvent> expected = {
-        {'w', 0x8C00, 0x400}, {'w', 0x8C40, 0}, {'w', 0x8C00, 0}};
-    EXPECT_EQ(rig.bus->Writes(), expected);
+    EXPECT_EQ(rig.bus->ReadsOf(t::InFIFOSpace), 3u);
+    EXPECT_EQ(rig.bus->Writes(), test::SyncWrites());
 }
 
 TEST(WaitFIFOSpace, DoesNothingUnderDmaOrWithDisconnectOn) {
@@ -432,10 +432,10 @@ TEST(WaitFIFOSpace, ReadsTheRegisterOnlyWhenTheCreditRunsOut) {
     rig.bus->ScriptFIFOSpace({5, 9, 20});
     int32_t credit = WaitFIFOSpace(ctx, 10, 0);
     EXPECT_EQ(credit, 10);
-    EXPECT_EQ(rig.bus->ReadsOf(reg::InFIFOSpace), 3u);
+    EXPECT_EQ(rig.bus->ReadsOf(t::InFIFOSpace), 3u);
     credit = WaitFIFOSpace(ctx, 10, credit);
     EXPECT_EQ(credit, 0);
-    EXPECT_EQ(rig.bus->ReadsOf(reg::InFIFOSpace), 3u);
+    EXPECT_EQ(rig.bus->ReadsOf(t::InFIFOSpace), 3u);
 }
 
 TEST(DMABuffers, AreTakenLowestFirstAndGivenBackOnce) {
@@ -466,7 +466,7 @@ TEST(WordForms, AreEmittedAsTagWordAndData) {
     EmitHold(ctx->Stream, tag::Color, 3, data);
     EmitTag(ctx->Stream, tag::FogMode, 9);
     EXPECT_EQ(rig.bus->FifoWords(),
-              (Words{0x007080D0, 1, 2, 3, 0x000200FE, 1, 2, 3, t::FogMode, 9}));
+              (Words{0x007080D0, 1, 2, 3, 0x00020000 | t::Color, 1, 2, 3, t::FogMode, 9}));
 }
 
 TEST(OutputFifo, APairIsFoundBehindOtherWords) {
@@ -474,7 +474,7 @@ TEST(OutputFifo, APairIsFoundBehindOtherWords) {
     rig.Ready();
     rig.bus->output = {t::Sync, t::PickResult, 42};
     EXPECT_EQ(ReadOutputFIFOPair(rig.driver, t::PickResult), 42u);
-    EXPECT_EQ(rig.bus->ReadsOf(0x2004), 1u);
+    EXPECT_EQ(rig.bus->ReadsOf(t::OutFIFOSecondWord), 1u);
 }
 
 TEST(ReserveGuardDeathTest, WordsBeyondTheReservationAbort) {

@@ -1,6 +1,7 @@
 #include "driver/core/korv32_flip.h"
 #include "host/win32/clock.h"
 #include "tests/support/rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -51,12 +52,12 @@ const RigOptions kPermedia{.deviceId = DevicePermedia};
 TEST(Flip, OnGlintWritesBaseAndBank) {
     FlipRig rig(kGlint);
     EXPECT_EQ(rig.Flip(), 0u);
-    EXPECT_EQ(rig.bus->registers[0x3068], 0x400000u >> 13);
-    EXPECT_EQ(rig.bus->registers[0x6008], 0xFFu);
+    EXPECT_EQ(rig.bus->registers[t::ScreenBaseGlint], 0x400000u >> 13);
+    EXPECT_EQ(rig.bus->registers[t::ScreenBank], 0xFFu);
     rig.back.Global().fpVidMem -= 0x2000;
     flipRecord.InProgress = 0;
     EXPECT_EQ(rig.Flip(), 0u);
-    EXPECT_EQ(rig.bus->registers[0x6008], 0xFEu);
+    EXPECT_EQ(rig.bus->registers[t::ScreenBank], 0xFEu);
     EXPECT_EQ(rig.driver->TargetLost, 1u);
 }
 
@@ -68,11 +69,11 @@ TEST(Flip, OnSXThereIsNoBankRegister) {
 
 TEST(Flip, OnPermediaWritesBaseAndClearsTheRetraceFlag) {
     FlipRig rig(kPermedia);
-    rig.bus->registers[reg::IntFlags] = 16;
+    rig.bus->registers[t::IntFlags] = 16;
     EXPECT_EQ(rig.Flip(), 0u);
-    EXPECT_EQ(rig.bus->registers[0x3000], 0x400000u >> 3);
+    EXPECT_EQ(rig.bus->registers[t::ScreenBasePermedia], 0x400000u >> 3);
     const auto writes = rig.bus->Writes();
-    EXPECT_EQ(writes.back(), (BusEvent{'w', 0x10, 16}));
+    EXPECT_EQ(writes.back(), (BusEvent{'w', t::IntFlags, 16}));
     EXPECT_EQ(flipRecord.InProgress, 0u);
 }
 
@@ -80,7 +81,7 @@ TEST(Flip, OnPermediaWithInterruptsTheSeenBitIsUsedInstead) {
     FlipRig rig({.deviceId = DevicePermedia, .chipFlags = VBlankByInterrupt | VBlankSeen});
     EXPECT_EQ(rig.Flip(), 0u);
     EXPECT_EQ(rig.chip->Flags & VBlankSeen, 0u);
-    EXPECT_EQ(rig.bus->ReadsOf(reg::IntFlags), 0u);
+    EXPECT_EQ(rig.bus->ReadsOf(t::IntFlags), 0u);
     EXPECT_EQ(rig.Flip(), kStillDrawing);
     SetFlag(rig.chip, VBlankSeen);
     EXPECT_EQ(rig.Flip(), 0u);
@@ -129,13 +130,13 @@ TEST(FlipStatus, AFramesTimeIsWorkedOutOnceAfterAStart) {
 
 TEST(FlipStatus, OnPermediaTheRecordIsNotUsed) {
     FlipRig rig(kPermedia);
-    rig.bus->registers[reg::IntFlags] = 16;
+    rig.bus->registers[t::IntFlags] = 16;
     flipRecord.InProgress = 1;
     flipRecord.Surface = rig.FrontAddress();
     EXPECT_EQ(rig.Status(rig.FrontAddress()), 0u);
     EXPECT_EQ(flipRecord.InProgress, 1u);
     EXPECT_EQ(flipRecord.DurationStale, 1u);
-    rig.bus->registers[reg::IntFlags] = 0xFFEF; // all but the retrace flag
+    rig.bus->registers[t::IntFlags] = 0xFFEF; // all but the retrace flag
     EXPECT_EQ(rig.Status(1), kStillDrawing);
 }
 
@@ -245,7 +246,7 @@ TEST(Lock, ARectangleMovesTheAddressByBitsPerPixel) {
     };
     for (const Row& row : {Row{4, 2}, {8, 5}, {16, 10}, {24, 15}, {32, 20}}) {
         FlipRig rig(kPermedia);
-        rig.bus->registers[reg::IntFlags] = 16;
+        rig.bus->registers[t::IntFlags] = 16;
         rig.back.local.dwFlags |= DDRAWISURF_HASPIXELFORMAT;
         rig.back.Global().ddpfSurface.dwRGBBitCount = row.bits;
         rig.back.Global().lPitch = 1000;
@@ -263,7 +264,7 @@ TEST(Lock, ARectangleMovesTheAddressByBitsPerPixel) {
 
 TEST(Lock, WithoutAFormatOfItsOwnTheDisplaysBitsCount) {
     FlipRig rig({.deviceId = DevicePermedia, .bits = 32});
-    rig.bus->registers[reg::IntFlags] = 16;
+    rig.bus->registers[t::IntFlags] = 16;
     rig.back.Global().ddpfSurface.dwRGBBitCount = 8;
     DDHAL_LOCKDATA data{};
     data.lpDD = &rig.directDraw;
@@ -316,7 +317,7 @@ TEST(Lock, OfATargetWhoseOwnerHasTheChipSendsWithoutAChangeOfContext) {
 TEST(Lock, SendsNothingForAnOwnerWithItsHeadAloneOrInFifoMode) {
     for (const bool dma : {true, false}) {
         FlipRig rig(kPermedia);
-        rig.bus->registers[reg::IntFlags] = 16;
+        rig.bus->registers[t::IntFlags] = 16;
         D3DContext* ctx = rig.PlainContext(dma);
         ctx->Stream.HardwareContext =
             CreateContext(rig.driver, rig.chip, 3, 1, reinterpret_cast<uint32_t>(ctx));

@@ -116,12 +116,12 @@ TEST(ModeChange, OnSXTheDepthIsSelectedPastTheStreamAfterASync) {
     for (const auto& [bits, select] : {std::pair{8u, 4u}, {16u, 2u}, {32u, 0u}}) {
         Rig rig({.deviceId = DeviceSX, .bits = bits});
         rig.Ready();
-        rig.bus->registers[reg::FBModeSel] = 0x86; // depth bits are replaced, the others stay
+        rig.bus->registers[t::FBModeSel] = 0x86; // depth bits are replaced, the others stay
         ChangeDDHAL32Mode(rig.driver);
         const std::vector<BusEvent> writes = rig.bus->Writes();
         ASSERT_EQ(writes.size(), 4u);
-        EXPECT_EQ(writes[1], (BusEvent{'w', 0x8C40, 0}));
-        EXPECT_EQ(writes[3], (BusEvent{'w', 0x1808, 0x80 | select})) << bits;
+        EXPECT_EQ(writes[1], (BusEvent{'w', t::Mapped(t::Sync), 0}));
+        EXPECT_EQ(writes[3], (BusEvent{'w', t::FBModeSel, 0x80 | select})) << bits;
         const Words sent = rig.Sent();
         EXPECT_EQ(sent.size(), 2 * (12u + 7u));
     }
@@ -137,7 +137,7 @@ TEST(ModeChange, OnSXTheFastFillSizeGoesIntoTheRenderWord) {
     Rig wide({.deviceId = DeviceSX, .bits = 32});
     wide.Ready();
     wide.driver->RenderSolid = 0x40;
-    wide.bus->registers[reg::FBModeSel] = 2 << 10 | 1 << 8 | 1;
+    wide.bus->registers[t::FBModeSel] = 2 << 10 | 1 << 8 | 1;
     ChangeDDHAL32Mode(wide.driver);
     EXPECT_EQ(wide.driver->RenderSolid, 0x40u | 32 | 8);
     EXPECT_EQ(wide.driver->FBWriteMode, 1u | 4);
@@ -149,7 +149,7 @@ TEST(ModeChange, OnSXAtThirtyTwoBitsNoWidthKeepsTheRenderWord) {
         Rig rig({.deviceId = DeviceSX, .bits = 32});
         rig.Ready();
         rig.driver->RenderSolid = 0x40;
-        rig.bus->registers[reg::FBModeSel] = a << 10 | 0x301;
+        rig.bus->registers[t::FBModeSel] = a << 10 | 0x301;
         ChangeDDHAL32Mode(rig.driver);
         EXPECT_EQ(rig.driver->RenderSolid, 0x40u);
         EXPECT_EQ(rig.driver->FBWriteMode, 1u);
@@ -218,14 +218,14 @@ TEST(ModeChange, WaitsForWhatEachGroupOfPairsNeeds) {
         rig.bus->readFIFOSpace = [&] {
             const auto& events = rig.bus->events;
             const bool again = !events.empty() && events.back().kind == 'r' &&
-                               events.back().offset == reg::InFIFOSpace;
+                               events.back().offset == t::InFIFOSpace;
             return granted = again ? granted + 1 : 1;
         };
         ChangeDDHAL32Mode(rig.driver);
         std::vector<Group> seen;
         bool reading = false;
         for (const BusEvent& event : rig.bus->events) {
-            if (event.kind == 'r' && event.offset == reg::InFIFOSpace) {
+            if (event.kind == 'r' && event.offset == t::InFIFOSpace) {
                 if (!reading) {
                     seen.push_back({0, 0});
                 }
@@ -263,10 +263,10 @@ TEST(DepthTable, A24BitDepthOnSXSelectsFromItsOwnRow) {
     Rig rig({.deviceId = DeviceSX, .bits = 24});
     rig.Ready();
     rig.driver->RenderSolid = rig.driver->RenderCopy = rig.driver->RenderClear = 0x40;
-    rig.bus->registers[reg::FBModeSel] = 0x86;
+    rig.bus->registers[t::FBModeSel] = 0x86;
     ChangeDDHAL32Mode(rig.driver);
     EXPECT_EQ(rig.driver->DepthTable[2].select, 0x80u);
-    EXPECT_EQ(rig.bus->Writes().back(), (BusEvent{'w', 0x1808, 0}));
+    EXPECT_EQ(rig.bus->Writes().back(), (BusEvent{'w', t::FBModeSel, 0}));
 }
 
 TEST(DepthTable, HoldsTheStrideAsEachDepthSeesIt) {
@@ -275,7 +275,7 @@ TEST(DepthTable, HoldsTheStrideAsEachDepthSeesIt) {
     const uint32_t plain = 1 + 3 * 8 + 5 * 64;
     Rig rig({.deviceId = DeviceTX, .width = 672, .bits = 8});
     rig.Ready();
-    rig.bus->registers[reg::FBModeSel] = 0x100;
+    rig.bus->registers[t::FBModeSel] = 0x100;
     ChangeDDHAL32Mode(rig.driver);
     EXPECT_EQ(rig.driver->DepthTable[0].word, plain);
     EXPECT_EQ(rig.driver->DepthTable[1].word, 0 + 2 * 8 + 4 * 64u);
@@ -364,7 +364,7 @@ TEST(DisableAllUnits, WaitsFor16InFrontOfEachBlock) {
     for (const BusEvent& event : rig.bus->events) {
         words += event.kind == 'f';
         if (event.kind == 'r') {
-            EXPECT_EQ(event.offset, reg::InFIFOSpace);
+            EXPECT_EQ(event.offset, t::InFIFOSpace);
             wordsBeforeRead.push_back(words);
         }
     }

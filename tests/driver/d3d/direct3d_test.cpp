@@ -11,13 +11,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace test {
 namespace {
-
-using test::Words;
 
 template <class Record>
 Words WordsOf(const Record& record) {
@@ -52,61 +51,93 @@ constexpr Primitives kPermedia = {0x77, 0x2B9, 0xFF, 0x13, 0x23, 0, 0xC328A, 0xF
 constexpr Primitives kTX = {0x77, 0x2B1, 0xFF, 0x7F3, 0xFF, 0, 0xC728A, 0xF, 3, 0x4F, 7};
 constexpr Primitives kSX = {0x70, 0xB1, 0xFF, 0x7F3, 0xFF, 0xC228A, 0x5000, 0, 0, 0, 0};
 
-// Creating a driver adds to the capability records for good, so each test starts from fresh ones.
-class Direct3DTest : public testing::Test {
-  protected:
-    Direct3DTest() : permedia_(PermediaCaps), tx_(TXCaps), sx_(SXCaps) {}
-    ~Direct3DTest() override {
-        PermediaCaps = permedia_;
-        TXCaps = tx_;
-        SXCaps = sx_;
-    }
+// The filters of triangles: without mip levels, and with them.
+constexpr uint32_t kFlatFilters = 3, kMipFilters = 0x3F;
 
-    // A rig for one more display of the running driver: the records stay as they are.
-    static std::unique_ptr<Rig> NextDisplay(uint32_t device) {
-        const D3DDEVICEDESC permedia = PermediaCaps, tx = TXCaps, sx = SXCaps;
-        auto rig = std::make_unique<Rig>(Chip(device));
+Words PermediaWords(uint32_t triFilter = kFlatFilters) {
+    return DeviceWords(0x25B, kPermedia, triFilter, 0x500, 0x400);
+}
+Words Permedia2Words() {
+    return DeviceWords(0x125B, kPermedia, kFlatFilters, 0x700, 0x400);
+}
+Words TXWords(uint32_t triFilter = kFlatFilters) {
+    return DeviceWords(0x25B, kTX, triFilter, 0x500, 0x500);
+}
+Words SXWords() {
+    return DeviceWords(0x20F, kSX, 0, 0x500, 0x100);
+}
+
+// The capability records, which creating a driver adds to for good.
+struct Capabilities {
+    D3DDEVICEDESC permedia = PermediaCaps, tx = TXCaps, sx = SXCaps;
+
+    void PutBack() const {
         PermediaCaps = permedia;
         TXCaps = tx;
         SXCaps = sx;
-        rig->Ready();
+    }
+};
+
+struct Outputs {
+    D3DHAL_GLOBALDRIVERDATA* global = reinterpret_cast<D3DHAL_GLOBALDRIVERDATA*>(1);
+    D3DHAL_CALLBACKS* callbacks = reinterpret_cast<D3DHAL_CALLBACKS*>(1);
+    DDHAL_DDEXEBUFCALLBACKS* exeBuf = reinterpret_cast<DDHAL_DDEXEBUFCALLBACKS*>(1);
+
+    void ExpectNone() const {
+        EXPECT_EQ(global, nullptr);
+        EXPECT_EQ(callbacks, nullptr);
+        EXPECT_EQ(exeBuf, nullptr);
+    }
+};
+
+// A display that is up.
+template <class Base>
+class Ready : public Base {
+  public:
+    template <class... Arguments>
+    explicit Ready(uint32_t device, Arguments... arguments)
+        : Base(OptionsOf(device), arguments...) {
+        Base::Ready();
+    }
+
+    Outputs Create() {
+        Outputs out;
+        D3DHALCreateDriver(Base::driver, &out.global, &out.callbacks, &out.exeBuf);
+        return out;
+    }
+    // The device record that creating a driver announces.
+    Words Announced() { return WordsOf(Create().global->hwCaps); }
+};
+using ReadyRig = Ready<Rig>;
+
+// Each test starts from fresh records.
+class Direct3DTest : public testing::Test {
+  protected:
+    ~Direct3DTest() override { before_.PutBack(); }
+
+    // One more display of the running driver: the records stay as they are.
+    static std::unique_ptr<ReadyRig> NextDisplay(uint32_t device) {
+        const Capabilities running;
+        auto rig = std::make_unique<ReadyRig>(device);
+        running.PutBack();
         return rig;
     }
 
-    struct Outputs {
-        D3DHAL_GLOBALDRIVERDATA* global = reinterpret_cast<D3DHAL_GLOBALDRIVERDATA*>(1);
-        D3DHAL_CALLBACKS* callbacks = reinterpret_cast<D3DHAL_CALLBACKS*>(1);
-        DDHAL_DDEXEBUFCALLBACKS* exeBuf = reinterpret_cast<DDHAL_DDEXEBUFCALLBACKS*>(1);
-    };
-    static Outputs Create(Rig& rig) {
-        Outputs out;
-        D3DHALCreateDriver(rig.driver, &out.global, &out.callbacks, &out.exeBuf);
-        return out;
-    }
-    static RigOptions Chip(uint32_t device) {
-        RigOptions options;
-        options.deviceId = device;
-        return options;
-    }
-
   private:
-    D3DDEVICEDESC permedia_;
-    D3DDEVICEDESC tx_;
-    D3DDEVICEDESC sx_;
+    Capabilities before_;
 };
 
 TEST_F(Direct3DTest, CapabilityRecordsHoldTheirWords) {
-    EXPECT_EQ(WordsOf(PermediaCaps), DeviceWords(0x25B, kPermedia, 3, 0x500, 0x400));
-    EXPECT_EQ(WordsOf(TXCaps), DeviceWords(0x25B, kTX, 3, 0x500, 0x500));
-    EXPECT_EQ(WordsOf(SXCaps), DeviceWords(0x20F, kSX, 0, 0x500, 0x100));
+    EXPECT_EQ(WordsOf(PermediaCaps), PermediaWords());
+    EXPECT_EQ(WordsOf(TXCaps), TXWords());
+    EXPECT_EQ(WordsOf(SXCaps), SXWords());
 }
 
 TEST_F(Direct3DTest, FirstPermediaAnnouncesThePlainRecord) {
-    for (uint32_t device : {4u, 0x3D04u}) {
-        Rig rig(Chip(device));
-        rig.Ready();
-        const Outputs out = Create(rig);
-        EXPECT_EQ(WordsOf(out.global->hwCaps), DeviceWords(0x25B, kPermedia, 3, 0x500, 0x400));
+    for (uint32_t device : {DevicePermedia, DevicePermediaSecond}) {
+        ReadyRig rig(device);
+        const Outputs out = rig.Create();
+        EXPECT_EQ(WordsOf(out.global->hwCaps), PermediaWords());
         EXPECT_EQ(out.global->dwSize, 192u);
         EXPECT_EQ(out.global->dwNumVertices, 0u);
         EXPECT_EQ(out.global->dwNumClipVertices, 0u);
@@ -115,57 +146,43 @@ TEST_F(Direct3DTest, FirstPermediaAnnouncesThePlainRecord) {
 }
 
 TEST_F(Direct3DTest, Permedia2Adds24BitTargetsAndAGPTexturesForGood) {
-    for (uint32_t device : {7u, 0x3D07u}) {
-        Rig rig(Chip(device));
-        rig.Ready();
-        const Outputs out = Create(rig);
-        EXPECT_EQ(WordsOf(out.global->hwCaps), DeviceWords(0x125B, kPermedia, 3, 0x700, 0x400));
+    for (uint32_t device : {DevicePermedia2, DevicePermedia2Second}) {
+        EXPECT_EQ(ReadyRig(device).Announced(), Permedia2Words());
     }
     // The additions stay, for a first Permedia too.
-    const auto rig = NextDisplay(4);
-    EXPECT_EQ(WordsOf(Create(*rig).global->hwCaps),
-              DeviceWords(0x125B, kPermedia, 3, 0x700, 0x400));
+    EXPECT_EQ(NextDisplay(DevicePermedia)->Announced(), Permedia2Words());
 }
 
 TEST_F(Direct3DTest, PermediaMipChangesOnlyTheTriangleFilters) {
-    Rig rig(Chip(4));
-    rig.Ready();
+    ReadyRig rig(DevicePermedia);
     rig.SetRegistry("Direct3DHAL.PermediaMip", "2"); // only 1 counts
-    EXPECT_EQ(WordsOf(Create(rig).global->hwCaps), DeviceWords(0x25B, kPermedia, 3, 0x500, 0x400));
+    EXPECT_EQ(rig.Announced(), PermediaWords());
     rig.SetRegistry("Direct3DHAL.PermediaMip", "1");
-    EXPECT_EQ(WordsOf(Create(rig).global->hwCaps),
-              DeviceWords(0x25B, kPermedia, 0x3F, 0x500, 0x400));
-    EXPECT_EQ(TXCaps.dpcTriCaps.dwTextureFilterCaps, 3u);
+    EXPECT_EQ(rig.Announced(), PermediaWords(kMipFilters));
+    EXPECT_EQ(TXCaps.dpcTriCaps.dwTextureFilterCaps, kFlatFilters);
 }
 
 TEST_F(Direct3DTest, MipFiltersOnceAddedStayForLaterCalls) {
-    Rig first(Chip(4));
-    first.Ready();
+    ReadyRig first(DevicePermedia);
     first.SetRegistry("Direct3DHAL.PermediaMip", "1");
-    Create(first);
+    first.Create();
     first.SetRegistry("Direct3DHAL.PermediaMip", "0");
-    EXPECT_EQ(WordsOf(Create(first).global->hwCaps),
-              DeviceWords(0x25B, kPermedia, 0x3F, 0x500, 0x400));
-    const auto mx = NextDisplay(6);
-    Create(*mx);
-    const auto tx = NextDisplay(2);
-    EXPECT_EQ(WordsOf(Create(*tx).global->hwCaps), DeviceWords(0x25B, kTX, 0x3F, 0x500, 0x500));
+    EXPECT_EQ(first.Announced(), PermediaWords(kMipFilters));
+    const auto mx = NextDisplay(DeviceMX);
+    mx->Create();
+    EXPECT_EQ(NextDisplay(DeviceTX)->Announced(), TXWords(kMipFilters));
 }
 
 TEST_F(Direct3DTest, MXAddsMipFiltersToTheTriangles) {
-    Rig tx(Chip(2));
-    tx.Ready();
-    EXPECT_EQ(WordsOf(Create(tx).global->hwCaps), DeviceWords(0x25B, kTX, 3, 0x500, 0x500));
-    Rig mx(Chip(6));
-    mx.Ready();
-    EXPECT_EQ(WordsOf(Create(mx).global->hwCaps), DeviceWords(0x25B, kTX, 0x3F, 0x500, 0x500));
+    ReadyRig tx(DeviceTX);
+    EXPECT_EQ(tx.Announced(), TXWords());
+    EXPECT_EQ(ReadyRig(DeviceMX).Announced(), TXWords(kMipFilters));
 }
 
 TEST_F(Direct3DTest, SXHasNoTextureFormatsAndNoTextureEntries) {
-    Rig rig(Chip(1));
-    rig.Ready();
-    const Outputs out = Create(rig);
-    EXPECT_EQ(WordsOf(out.global->hwCaps), DeviceWords(0x20F, kSX, 0, 0x500, 0x100));
+    ReadyRig rig(DeviceSX);
+    const Outputs out = rig.Create();
+    EXPECT_EQ(WordsOf(out.global->hwCaps), SXWords());
     EXPECT_EQ(out.global->dwNumTextureFormats, 0u);
     EXPECT_EQ(out.global->lpTextureFormats, nullptr);
     EXPECT_EQ(out.callbacks->TextureCreate, nullptr);
@@ -176,10 +193,9 @@ TEST_F(Direct3DTest, SXHasNoTextureFormatsAndNoTextureEntries) {
 }
 
 TEST_F(Direct3DTest, AnUnknownChipHasNoCapabilities) {
-    Rig rig(Chip(2));
-    rig.Ready();
+    ReadyRig rig(DeviceTX);
     rig.chip->DeviceId = 9;
-    const Outputs out = Create(rig);
+    const Outputs out = rig.Create();
     EXPECT_EQ(WordsOf(out.global->hwCaps), Words(43, 0));
     EXPECT_EQ(out.global->dwSize, 192u);
     EXPECT_EQ(out.global->lpTextureFormats, nullptr);
@@ -188,11 +204,10 @@ TEST_F(Direct3DTest, AnUnknownChipHasNoCapabilities) {
 
 TEST_F(Direct3DTest, CallbacksAreTheDriversEntriesAndNothingElse) {
     for (uint32_t debug : {0u, 1u}) {
-        for (uint32_t device : {4u, 7u, 2u, 6u}) {
-            Rig rig(Chip(device));
-            rig.Ready();
+        for (uint32_t device : {DevicePermedia, DevicePermedia2, DeviceTX, DeviceMX}) {
+            ReadyRig rig(device);
             DXGlobals.AdvancedDebug = debug;
-            const Outputs out = Create(rig);
+            const Outputs out = rig.Create();
             D3DHAL_CALLBACKS want{};
             want.dwSize = 140;
             want.ContextCreate = debug != 0 ? AddDirect3DContext : CreateDirect3DContext;
@@ -212,9 +227,8 @@ TEST_F(Direct3DTest, CallbacksAreTheDriversEntriesAndNothingElse) {
 }
 
 TEST_F(Direct3DTest, BothRecordsAreSharedBlocksWhoseHandlesAreKept) {
-    Rig rig(Chip(4));
-    rig.Ready();
-    const Outputs out = Create(rig);
+    ReadyRig rig(DevicePermedia);
+    const Outputs out = rig.Create();
     EXPECT_EQ(rig.LiveServiceBlocks(), 2u);
     EXPECT_EQ(rig.driver->D3DGlobalDataHandle, reinterpret_cast<uint32_t>(out.global) ^ 0x5A5A5A5A);
     EXPECT_EQ(rig.driver->D3DCallbacksHandle,
@@ -222,16 +236,12 @@ TEST_F(Direct3DTest, BothRecordsAreSharedBlocksWhoseHandlesAreKept) {
 }
 
 TEST_F(Direct3DTest, DisableYieldsNullOutputsAndAllocatesNothing) {
-    Rig rig(Chip(4));
-    rig.Ready();
+    ReadyRig rig(DevicePermedia);
     rig.SetRegistry("Direct3DHAL.Disable", "1");
-    const Outputs out = Create(rig);
-    EXPECT_EQ(out.global, nullptr);
-    EXPECT_EQ(out.callbacks, nullptr);
-    EXPECT_EQ(out.exeBuf, nullptr);
+    rig.Create().ExpectNone();
     EXPECT_EQ(rig.LiveServiceBlocks(), 0u);
     rig.SetRegistry("Direct3DHAL.Disable", "2");
-    EXPECT_NE(Create(rig).global, nullptr);
+    EXPECT_NE(rig.Create().global, nullptr);
 }
 
 // Refuses from a given allocation on.
@@ -255,29 +265,24 @@ class ShortOfMemory : public Rig {
 
 TEST_F(Direct3DTest, ShortageOfMemoryYieldsNullOutputsAndKeepsNoBlock) {
     for (uint32_t grants : {0u, 1u}) {
-        ShortOfMemory rig(Chip(4), grants);
-        rig.Ready();
-        const Outputs out = Create(rig);
-        EXPECT_EQ(out.global, nullptr);
-        EXPECT_EQ(out.callbacks, nullptr);
-        EXPECT_EQ(out.exeBuf, nullptr);
+        Ready<ShortOfMemory> rig(DevicePermedia, grants);
+        rig.Create().ExpectNone();
         EXPECT_EQ(rig.LiveServiceBlocks(), 0u);
     }
 }
 
 TEST_F(Direct3DTest, SlotsAreClearedOnceForAllDisplays) {
-    Rig rig(Chip(4));
-    rig.Ready();
+    ReadyRig rig(DevicePermedia);
     rig.SetRegistry("Direct3DHAL.Disable", "1"); // clears all the same
     ContextSlots[0] = ContextSlots[199] = rig.PlainContext(true);
-    Create(rig);
+    rig.Create();
     EXPECT_EQ(D3DInitialised, 1u);
     for (const D3DContext* slot : ContextSlots) {
         EXPECT_EQ(slot, nullptr);
     }
     D3DContext* ctx = rig.PlainContext(true);
     ContextSlots[5] = ctx;
-    Create(rig);
+    rig.Create();
     EXPECT_EQ(ContextSlots[5], ctx);
 }
 
@@ -288,43 +293,34 @@ TEST_F(Direct3DTest, ExecuteBufferCallbacksHoldTheirSizeAlone) {
 // Texture formats.
 
 // Flags, bits and masks by name.
-Words FormatWords(const std::string& name) {
-    struct Named {
-        const char* name;
-        Words words;
-    };
-    static const Named kAll[] = {
-        {"RGB555", {0x40, 16, 0x7C00, 0x3E0, 0x1F, 0}},
-        {"RGB565", {0x40, 16, 0xF800, 0x7E0, 0x1F, 0}},
-        {"RGB888", {0x40, 32, 0xFF0000, 0xFF00, 0xFF, 0}},
-        {"RGB332", {0x40, 8, 0xE0, 0x1C, 3, 0}},
-        {"ARGB1232", {0x41, 8, 0x60, 0x1C, 3, 0x80}},
-        {"ARGB1555", {0x41, 16, 0x7C00, 0x3E0, 0x1F, 0x8000}},
-        {"ARGB4444", {0x41, 16, 0xF00, 0xF0, 0xF, 0xF000}},
-        {"ARGB8888", {0x41, 32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000}},
-        {"PAL4", {0x48, 4, 0, 0, 0, 0}},
-        {"PAL8", {0x60, 8, 0, 0, 0, 0}},
-    };
-    for (const Named& entry : kAll) {
-        if (name == entry.name) {
-            return entry.words;
-        }
-    }
-    return {};
-}
+const struct {
+    const char* name;
+    Words words;
+} kFormats[] = {
+    {"RGB555", {0x40, 16, 0x7C00, 0x3E0, 0x1F, 0}},
+    {"RGB565", {0x40, 16, 0xF800, 0x7E0, 0x1F, 0}},
+    {"RGB888", {0x40, 32, 0xFF0000, 0xFF00, 0xFF, 0}},
+    {"RGB332", {0x40, 8, 0xE0, 0x1C, 3, 0}},
+    {"ARGB1232", {0x41, 8, 0x60, 0x1C, 3, 0x80}},
+    {"ARGB1555", {0x41, 16, 0x7C00, 0x3E0, 0x1F, 0x8000}},
+    {"ARGB4444", {0x41, 16, 0xF00, 0xF0, 0xF, 0xF000}},
+    {"ARGB8888", {0x41, 32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000}},
+    {"PAL4", {0x48, 4, 0, 0, 0, 0}},
+    {"PAL8", {0x60, 8, 0, 0, 0, 0}},
+};
 
-std::vector<std::string> OfferedNames(const DriverData* driver, uint32_t count) {
-    static const char* const kNames[] = {"RGB555",   "RGB565",   "RGB888",   "RGB332", "ARGB1232",
-                                         "ARGB1555", "ARGB4444", "ARGB8888", "PAL4",   "PAL8"};
-    std::vector<std::string> names;
+using Names = std::vector<std::string>;
+
+Names OfferedNames(const DriverData* driver, uint32_t count) {
+    Names names;
     for (uint32_t i = 0; i != count; ++i) {
         const DDPIXELFORMAT& f = driver->TextureFormats[i].ddpfPixelFormat;
         const Words words = {f.dwFlags,    f.dwRGBBitCount, f.dwRBitMask,
                              f.dwGBitMask, f.dwBBitMask,    f.dwRGBAlphaBitMask};
         std::string name = "?";
-        for (const char* candidate : kNames) {
-            if (words == FormatWords(candidate)) {
-                name = candidate;
+        for (const auto& format : kFormats) {
+            if (words == format.words) {
+                name = format.name;
             }
         }
         names.push_back(name);
@@ -332,113 +328,125 @@ std::vector<std::string> OfferedNames(const DriverData* driver, uint32_t count) 
     return names;
 }
 
-void SetSwitches(Rig& rig, bool r, bool p, bool t, bool a, const char* on) {
-    rig.SetRegistry("Direct3DHAL.Enable8BitRGBTextures", r ? on : "0");
-    rig.SetRegistry("Direct3DHAL.Enable8BitP2Textures", p ? on : "0");
-    rig.SetRegistry("Direct3DHAL.EnableTrueColorTextures", t ? on : "0");
-    rig.SetRegistry("Direct3DHAL.DisableAlphaTextures", a ? on : "0");
+using Build = uint32_t (*)(DriverData*);
+Names Built(Rig& rig, Build build) {
+    return OfferedNames(rig.driver, build(rig.driver));
+}
+
+struct Switches {
+    bool rgb8 = false, p2 = false, trueColour = false, noAlpha = false;
+};
+
+void Set(Rig& rig, const Switches& switches, const char* on = "1") {
+    rig.SetRegistry("Direct3DHAL.Enable8BitRGBTextures", switches.rgb8 ? on : "0");
+    rig.SetRegistry("Direct3DHAL.Enable8BitP2Textures", switches.p2 ? on : "0");
+    rig.SetRegistry("Direct3DHAL.EnableTrueColorTextures", switches.trueColour ? on : "0");
+    rig.SetRegistry("Direct3DHAL.DisableAlphaTextures", switches.noAlpha ? on : "0");
 }
 
 // The formats without a palette that every family offers alike: small ones on demand, and those
 // with alpha unless they are switched off.
-void AppendTrueColour(std::vector<std::string>& want, bool small, bool noAlpha, bool deep) {
+void AppendTrueColour(Names& want, bool small, const Switches& switches) {
     if (small) {
         want.push_back("RGB332");
-        if (!noAlpha) {
+        if (!switches.noAlpha) {
             want.push_back("ARGB1232");
         }
     }
-    if (!noAlpha) {
+    if (!switches.noAlpha) {
         want.push_back("ARGB1555");
         want.push_back("ARGB4444");
-        if (deep) {
+        if (switches.trueColour) {
             want.push_back("ARGB8888");
         }
     }
     want.push_back("RGB565");
 }
 
+// Want(switches) tells the formats of the device under each combination of the four switches.
+template <class Want>
+void ExpectFormats(uint32_t device, Build build, const Want& want) {
+    ReadyRig rig(device);
+    for (uint32_t mask = 0; mask != 16; ++mask) {
+        const Switches switches = {(mask & 1) != 0, (mask & 2) != 0, (mask & 4) != 0,
+                                   (mask & 8) != 0};
+        Set(rig, switches, mask % 3 == 0 ? "5" : "1"); // any value but 0
+        EXPECT_EQ(Built(rig, build), want(switches)) << device << " " << mask;
+    }
+}
+
 TEST_F(Direct3DTest, PermediaFormatsForEverySwitchCombination) {
-    for (uint32_t device : {4u, 0x3D04u, 7u, 0x3D07u}) {
-        const bool p2 = device == 7 || device == 0x3D07;
-        Rig rig(Chip(device));
-        rig.Ready();
-        for (uint32_t mask = 0; mask != 16; ++mask) {
-            const bool r = mask & 1, p = mask & 2, t = mask & 4, a = mask & 8;
-            SetSwitches(rig, r, p, t, a, mask % 3 == 0 ? "5" : "1"); // any value but 0
-            std::vector<std::string> want = {"RGB555"};
-            if (t) {
+    for (uint32_t device :
+         {DevicePermedia, DevicePermediaSecond, DevicePermedia2, DevicePermedia2Second}) {
+        const bool p2 = device == DevicePermedia2 || device == DevicePermedia2Second;
+        ExpectFormats(device, BuildTextureFormatsPermedia, [p2](const Switches& on) {
+            Names want = {"RGB555"};
+            if (on.trueColour) {
                 want.push_back("RGB888");
             }
-            if (!p2 || p) {
+            if (!p2 || on.p2) {
                 want.push_back("PAL4");
             }
-            if (p2 && p) {
+            if (p2 && on.p2) {
                 want.push_back("PAL8");
             }
-            AppendTrueColour(want, p2 ? r && p : r, a, t);
-            const uint32_t count = BuildTextureFormatsPermedia(rig.driver);
-            EXPECT_EQ(OfferedNames(rig.driver, count), want) << device << " " << mask;
-        }
+            AppendTrueColour(want, on.rgb8 && (!p2 || on.p2), on);
+            return want;
+        });
     }
 }
 
 TEST_F(Direct3DTest, GlintFormatsForEverySwitchCombination) {
-    for (uint32_t device : {2u, 6u}) {
-        Rig rig(Chip(device));
-        rig.Ready();
-        for (uint32_t mask = 0; mask != 16; ++mask) {
-            const bool r = mask & 1, p = mask & 2, t = mask & 4, a = mask & 8;
-            SetSwitches(rig, r, p, t, a, "1");
-            std::vector<std::string> want = {"RGB555", "PAL4"};
-            if (device == 6) {
+    for (uint32_t device : {DeviceTX, DeviceMX}) {
+        ExpectFormats(device, BuildTextureFormatsTX, [device](const Switches& on) {
+            Names want = {"RGB555", "PAL4"};
+            if (device == DeviceMX) {
                 want.push_back("PAL8");
             }
-            AppendTrueColour(want, r, a, t);
-            const uint32_t count = BuildTextureFormatsTX(rig.driver);
-            EXPECT_EQ(OfferedNames(rig.driver, count), want) << device << " " << mask;
-        }
+            AppendTrueColour(want, on.rgb8, on);
+            return want;
+        });
     }
 }
 
 TEST_F(Direct3DTest, AllThreeSwitchesOnPermedia2GiveTenFormats) {
-    Rig rig(Chip(7));
-    rig.Ready();
-    SetSwitches(rig, true, true, true, false, "1");
-    const Outputs out = Create(rig);
+    ReadyRig rig(DevicePermedia2);
+    Set(rig, {.rgb8 = true, .p2 = true, .trueColour = true});
+    const Outputs out = rig.Create();
     EXPECT_EQ(out.global->dwNumTextureFormats, 10u);
     EXPECT_EQ(OfferedNames(rig.driver, 10),
-              (std::vector<std::string>{"RGB555", "RGB888", "PAL4", "PAL8", "RGB332", "ARGB1232",
-                                        "ARGB1555", "ARGB4444", "ARGB8888", "RGB565"}));
+              (Names{"RGB555", "RGB888", "PAL4", "PAL8", "RGB332", "ARGB1232", "ARGB1555",
+                     "ARGB4444", "ARGB8888", "RGB565"}));
 }
 
 TEST_F(Direct3DTest, WithoutSwitchesPermedia2OffersNoPalette) {
-    Rig first(Chip(4));
-    first.Ready();
-    EXPECT_EQ(OfferedNames(first.driver, BuildTextureFormatsPermedia(first.driver)),
-              (std::vector<std::string>{"RGB555", "PAL4", "ARGB1555", "ARGB4444", "RGB565"}));
-    Rig second(Chip(7));
-    second.Ready();
-    EXPECT_EQ(OfferedNames(second.driver, BuildTextureFormatsPermedia(second.driver)),
-              (std::vector<std::string>{"RGB555", "ARGB1555", "ARGB4444", "RGB565"}));
+    ReadyRig first(DevicePermedia);
+    EXPECT_EQ(Built(first, BuildTextureFormatsPermedia),
+              (Names{"RGB555", "PAL4", "ARGB1555", "ARGB4444", "RGB565"}));
+    ReadyRig second(DevicePermedia2);
+    EXPECT_EQ(Built(second, BuildTextureFormatsPermedia),
+              (Names{"RGB555", "ARGB1555", "ARGB4444", "RGB565"}));
 }
 
 TEST_F(Direct3DTest, DisabledAlphaKeepsRGB332ButNotARGB1232) {
-    Rig rig(Chip(4));
-    rig.Ready();
-    SetSwitches(rig, true, false, false, true, "1");
-    EXPECT_EQ(OfferedNames(rig.driver, BuildTextureFormatsPermedia(rig.driver)),
-              (std::vector<std::string>{"RGB555", "PAL4", "RGB332", "RGB565"}));
+    ReadyRig rig(DevicePermedia);
+    Set(rig, {.rgb8 = true, .noAlpha = true});
+    EXPECT_EQ(Built(rig, BuildTextureFormatsPermedia),
+              (Names{"RGB555", "PAL4", "RGB332", "RGB565"}));
 }
 
 TEST_F(Direct3DTest, EveryPlaceOfTheListIsPreset) {
-    for (uint32_t device : {4u, 6u}) {
-        Rig rig(Chip(device));
-        rig.Ready();
+    struct Case {
+        uint32_t device;
+        Build build;
+        uint32_t count;
+    };
+    for (const Case& c : {Case{DevicePermedia, BuildTextureFormatsPermedia, 5},
+                          Case{DeviceMX, BuildTextureFormatsTX, 6}}) {
+        ReadyRig rig(c.device);
         std::memset(rig.driver->TextureFormats, 0xEE, sizeof(rig.driver->TextureFormats));
-        const uint32_t count = device == 4 ? BuildTextureFormatsPermedia(rig.driver)
-                                           : BuildTextureFormatsTX(rig.driver);
-        ASSERT_EQ(count, device == 4 ? 5u : 6u);
+        const uint32_t count = c.build(rig.driver);
+        ASSERT_EQ(count, c.count);
         for (uint32_t i = 0; i != 15; ++i) {
             DDSURFACEDESC want{};
             want.dwSize = 108;

@@ -57,8 +57,23 @@ Access AccessFor(bool zwrite, uint32_t compare) {
     return {true, true, false};
 }
 
-TEST_P(PermediaFlushTest, DepthSectionByCompareAndWrites) {
+// What the depth section sends of the copies; the window unit is Permedia's.
+Words DepthWords(const StateChip& chip, const RegisterCopies& r) {
+    Words words;
+    if (chip.delta) {
+        words = {t::DeltaMode, r.DeltaMode};
+    }
+    if (!chip.IsGlint()) {
+        words = words + Words{t::Window, r.WindowMode};
+    }
+    return words + Pairs({{t::DepthMode, r.DepthMode},
+                          {t::LBReadMode, r.LBReadMode},
+                          {t::LBWriteMode, r.LBWriteMode}});
+}
+
+TEST_P(FlushTest, DepthSectionByCompareAndWrites) {
     WatchedContext c(GetParam());
+    const bool glint = GetParam().IsGlint();
     c.OverBackgrounds([&] {
         for (uint32_t compare = 0; compare != 8; ++compare) {
             for (bool zwrite : {false, true}) {
@@ -70,26 +85,26 @@ TEST_P(PermediaFlushTest, DepthSectionByCompareAndWrites) {
                 Expect(c, DIRTY_Z, [&](D3DContext& w) {
                     const Access access = AccessFor(zwrite, compare);
                     auto& r = w.Copies;
-                    r.LBReadMode = WithBits(r.LBReadMode, 0x600, access.read ? 0x400 : 0);
+                    // Glint leaves the source's read as it is.
+                    r.LBReadMode =
+                        WithBits(r.LBReadMode, glint ? 0x400 : 0x600, access.read ? 0x400 : 0);
                     r.LBWriteMode = WithBits(r.LBWriteMode, 1, access.write ? 1 : 0);
-                    r.WindowMode = WithBits(r.WindowMode, 0x40000, access.window ? 0x40000 : 0);
+                    if (!glint) {
+                        r.WindowMode = WithBits(r.WindowMode, 0x40000, access.window ? 0x40000 : 0);
+                    }
                     r.DepthMode |= 3;
                     w.DirtyFlags = 5;
-                    Words words;
                     if (GetParam().delta) {
                         r.DeltaMode |= 0x80;
-                        words = {t::DeltaMode, r.DeltaMode};
                     }
-                    return words + Words{t::Window,      r.WindowMode,  t::DepthMode,
-                                         r.DepthMode,    t::LBReadMode, r.LBReadMode,
-                                         t::LBWriteMode, r.LBWriteMode};
+                    return DepthWords(GetParam(), r);
                 });
             }
         }
     });
 }
 
-TEST_P(PermediaFlushTest, DepthOffByFlagOrByMissingSurface) {
+TEST_P(FlushTest, DepthOffByFlagOrByMissingSurface) {
     WatchedContext c(GetParam());
     c.OverBackgrounds([&] {
         for (bool flag : {false, true}) {
@@ -101,16 +116,15 @@ TEST_P(PermediaFlushTest, DepthOffByFlagOrByMissingSurface) {
                 auto& r = w.Copies;
                 r.LBReadMode &= ~0x600u;
                 r.LBWriteMode &= ~1u;
-                r.WindowMode |= 0x40000;
+                if (!GetParam().IsGlint()) {
+                    r.WindowMode |= 0x40000;
+                }
                 r.DepthMode &= ~3u;
                 w.DirtyFlags = 5;
-                Words words;
                 if (GetParam().delta) {
                     r.DeltaMode &= ~0x80u;
-                    words = {t::DeltaMode, r.DeltaMode};
                 }
-                return words + Words{t::Window,     r.WindowMode, t::DepthMode,   r.DepthMode,
-                                     t::LBReadMode, r.LBReadMode, t::LBWriteMode, r.LBWriteMode};
+                return DepthWords(GetParam(), r);
             });
         }
     });
@@ -183,61 +197,8 @@ TEST_P(PermediaFlushTest, OnePlusZeroTurnsBlendingOff) {
     const uint32_t states[] = {27, 1, 19, 2, 20, 1};
     c.ctx->ProcessStates(c.ctx, 3, states);
     c.ctx->HandleDirtyState(c.rig.driver, c.ctx);
-    EXPECT_EQ(c.Take(), (Words{t::AStart, 0x7F8000, t::FBReadMode, 0, t::AlphaBlendMode, 0x02}));
-}
-
-TEST_P(GlintFlushTest, DepthSectionByCompareAndWrites) {
-    WatchedContext c(GetParam());
-    for (uint32_t background : {0u, 0xFFFFFFFFu, 0xA5A5A5A5u}) {
-        for (uint32_t compare = 0; compare != 8; ++compare) {
-            for (bool zwrite : {false, true}) {
-                c.FillCopies(background);
-                c.ctx->Copies.DepthMode = WithBits(background, 0x70, compare << 4);
-                c.ctx->RenderFlags = zwrite ? 0x802 : 0x002;
-                c.ctx->ZBufferSurface = &c.zbuffer->local;
-                Expect(c, DIRTY_Z, [&](D3DContext& w) {
-                    const Access access = AccessFor(zwrite, compare);
-                    auto& r = w.Copies;
-                    r.LBReadMode = WithBits(r.LBReadMode, 0x400, access.read ? 0x400 : 0);
-                    r.LBWriteMode = WithBits(r.LBWriteMode, 1, access.write ? 1 : 0);
-                    r.DepthMode |= 3;
-                    w.DirtyFlags = 5;
-                    Words words;
-                    if (GetParam().delta) {
-                        r.DeltaMode |= 0x80;
-                        words = {t::DeltaMode, r.DeltaMode};
-                    }
-                    return words + Words{t::DepthMode, r.DepthMode,    t::LBReadMode,
-                                         r.LBReadMode, t::LBWriteMode, r.LBWriteMode};
-                });
-            }
-        }
-    }
-}
-
-TEST_P(GlintFlushTest, DepthOffByFlagOrByMissingSurface) {
-    WatchedContext c(GetParam());
-    for (uint32_t background : {0u, 0xFFFFFFFFu, 0xA5A5A5A5u}) {
-        for (bool flag : {false, true}) {
-            c.FillCopies(background);
-            c.ctx->RenderFlags = flag ? 0x802 : 0x800;
-            c.ctx->ZBufferSurface = flag ? nullptr : &c.zbuffer->local;
-            Expect(c, DIRTY_Z, [&](D3DContext& w) {
-                auto& r = w.Copies;
-                r.LBReadMode &= ~0x600u;
-                r.LBWriteMode &= ~1u;
-                r.DepthMode &= ~3u;
-                w.DirtyFlags = 5;
-                Words words;
-                if (GetParam().delta) {
-                    r.DeltaMode &= ~0x80u;
-                    words = {t::DeltaMode, r.DeltaMode};
-                }
-                return words + Words{t::DepthMode, r.DepthMode,    t::LBReadMode,
-                                     r.LBReadMode, t::LBWriteMode, r.LBWriteMode};
-            });
-        }
-    }
+    EXPECT_EQ(c.Take(),
+              Pairs({{t::AStart, 0x7F8000}, {t::FBReadMode, 0}, {t::AlphaBlendMode, 0x02}}));
 }
 
 TEST_P(FlushTest, ZEnableWithoutASurfaceIsZOff) {
@@ -260,14 +221,10 @@ Words NoTextureWords(const StateChip& chip, D3DContext& w) {
     if (chip.device == 1) {
         return {};
     }
-    r.GlintTextureAddressMode &= ~1u;
-    r.GlintTextureReadMode &= ~1u;
-    r.GlintTextureFilterMode &= ~1u;
     w.RenderFlags &= ~0x20u;
     w.RenderCommand &= ~0x2000u;
     w.TextureValid = 1;
-    Words words = {t::TextureAddressMode,  r.GlintTextureAddressMode, t::GlintTextureReadMode,
-                   r.GlintTextureReadMode, t::TextureFilterMode,      r.GlintTextureFilterMode};
+    Words words = GlintUnitsOff(r);
     if (chip.device == 6) {
         r.TextureColorMode &= ~1u;
         words = words + Words{t::TextureColorMode, r.TextureColorMode};

@@ -157,6 +157,21 @@ class WatchedContext {
             }
         });
     }
+    // Over all values: the state sets this bit of RenderFlags while its value is not 0, and
+    // `dirty`.
+    void ExpectFlag(uint32_t state, uint32_t bit, uint32_t dirty = 0) {
+        for (uint32_t value : kValues) {
+            for (uint32_t flags : {0u, 0x7FFFu}) {
+                ctx->RenderFlags = flags;
+                ctx->DirtyFlags = 0;
+                Expect(state, value, [&](D3DContext& w) {
+                    w.RenderFlags = WithBits(flags, bit, value != 0 ? bit : 0);
+                    w.DirtyFlags = dirty;
+                    return Words{};
+                });
+            }
+        }
+    }
     void ExpectNothing(uint32_t state, uint32_t value) {
         Expect(state, value, [](D3DContext&) { return Words{}; });
     }
@@ -180,6 +195,16 @@ class WatchedContext {
     RigSurface* target;
     RigSurface* zbuffer;
 };
+
+// Turns the texture units of Glint off in the copies; the words that say so.
+inline Words GlintUnitsOff(RegisterCopies& r) {
+    r.GlintTextureAddressMode &= ~1u;
+    r.GlintTextureReadMode &= ~1u;
+    r.GlintTextureFilterMode &= ~1u;
+    return Pairs({{t::TextureAddressMode, r.GlintTextureAddressMode},
+                  {t::GlintTextureReadMode, r.GlintTextureReadMode},
+                  {t::TextureFilterMode, r.GlintTextureFilterMode}});
+}
 
 class StateTest : public testing::TestWithParam<StateChip> {};
 
@@ -214,6 +239,93 @@ inline void ExpectBlendFactors(WatchedContext& c, const BlendFields& source,
             }
         }
     });
+}
+
+// State 21: `edit` makes of a copy of the context what is expected of a value, besides the dirty
+// flag, and returns the words expected.
+inline void ExpectTextureBlend(WatchedContext& c,
+                               const std::function<Words(D3DContext& w, uint32_t value)>& edit) {
+    c.OverBackgrounds([&] {
+        for (const uint32_t value : kValues) {
+            c.ctx->DirtyFlags = 0;
+            c.Expect(21, value, [&](D3DContext& w) {
+                w.DirtyFlags = 8;
+                return edit(w, value);
+            });
+        }
+    });
+}
+
+// TextureColorMode with the colour field as that value of state 21 has it.
+inline uint32_t WithColourField(uint32_t word, uint32_t value) {
+    switch (value) {
+    case 1:
+    case 7:
+        return WithBits(word, 0x0E, 0x06);
+    case 2:
+    case 4:
+        return WithBits(word, 0x0E, 0);
+    case 3:
+        return WithBits(word, 0x0E, 0x02);
+    default:
+        return word;
+    }
+}
+
+// State 26, with the switch for dithering and without it: whether the value is kept, and whether
+// blending suspends it.
+inline void ExpectDither(WatchedContext& c, bool keepsValue, bool blendSuspends) {
+    for (const uint32_t always : {0u, 1u}) {
+        DXGlobals.AlwaysDither = always;
+        c.OverBackgrounds([&] {
+            for (const uint32_t value : kValues) {
+                for (const uint32_t flags : {0u, 0x40u}) {
+                    c.ctx->RenderFlags = flags;
+                    c.Expect(26, value, [&](D3DContext& w) {
+                        uint32_t& word = w.Copies.DitherMode;
+                        const bool off = flags != 0 && blendSuspends;
+                        if (keepsValue) {
+                            w.DitherEnabled = value != 0;
+                        }
+                        word = WithBits(word, 2, !off && (value != 0 || always != 0) ? 2 : 0);
+                        return Words{t::DitherMode, word};
+                    });
+                }
+            }
+        });
+    }
+}
+
+// State 29 in all flags: whether specular light is kept for later where textured fog is in its way.
+inline void ExpectSpecular(WatchedContext& c, bool givesWay) {
+    for (uint32_t flags = 0; flags != 0x40; ++flags) {
+        for (const uint32_t value : {0u, 1u, 0xFFFFFFFFu}) {
+            c.ctx->SpecularEnabled = 55; // left as it is by a chip that has both
+            c.ctx->RenderFlags = flags;
+            c.ctx->DirtyFlags = 0;
+            c.Expect(29, value, [&](D3DContext& w) {
+                bool on = value != 0;
+                if (givesWay) {
+                    w.SpecularEnabled = on;
+                    on = on && (flags & 0x28) != 0x28;
+                }
+                w.RenderFlags = WithBits(flags, 4, on ? 4 : 0);
+                w.DirtyFlags = 1;
+                return Words{};
+            });
+        }
+    }
+}
+
+// State 34: red and blue are exchanged; whether the colour is sent in fog alone.
+inline void ExpectFogColour(WatchedContext& c, bool onlyInFog) {
+    for (const uint32_t flags : {0u, 8u}) {
+        c.ctx->RenderFlags = flags;
+        c.Expect(34, 0x11223344, [&](D3DContext& w) {
+            w.FogColor = 0x11443322;
+            return onlyInFog && flags == 0 ? Words{} : Words{t::FogColor, 0x11443322};
+        });
+    }
 }
 
 // State 28 in all flags: whether fog drops the specular light of textures and gives it back, and

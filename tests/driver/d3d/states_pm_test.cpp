@@ -69,8 +69,9 @@ TEST_P(PermediaStateTest, PerspectiveSendsThreeWordsOnEveryChip) {
                     delta = WithBits(delta, 0xC000, on ? 0x8000 : 0x4000);
                     w.RenderFlags = WithBits(flags, 0x10, on ? 0x10 : 0);
                     w.DirtyFlags = 1;
-                    return Words{t::LBWriteMode, w.Copies.LBWriteMode, t::TextureAddressMode,
-                                 address,        t::DeltaMode,         delta};
+                    return Pairs({{t::LBWriteMode, w.Copies.LBWriteMode},
+                                  {t::TextureAddressMode, address},
+                                  {t::DeltaMode, delta}});
                 });
             }
         }
@@ -79,15 +80,7 @@ TEST_P(PermediaStateTest, PerspectiveSendsThreeWordsOnEveryChip) {
 
 TEST_P(PermediaStateTest, LastPixelIsAFlagOnly) {
     WatchedContext c(GetParam());
-    for (uint32_t value : kValues) {
-        for (uint32_t flags : {0u, 0x7FFFu}) {
-            c.ctx->RenderFlags = flags;
-            c.Expect(16, value, [&](D3DContext& w) {
-                w.RenderFlags = WithBits(flags, 0x1000, value != 0 ? 0x1000 : 0);
-                return Words{};
-            });
-        }
-    }
+    c.ExpectFlag(16, 0x1000);
 }
 
 // -1: the value keeps what was.
@@ -161,22 +154,10 @@ TEST_P(PermediaStateTest, TextureBlendSetsTheColourField) {
     WatchedContext c(GetParam());
     for (uint32_t force : {0u, 1u}) {
         c.ctx->ForceCopyMode = force;
-        c.OverBackgrounds([&] {
-            for (uint32_t value : kValues) {
-                c.ctx->DirtyFlags = 0;
-                c.Expect(21, value, [&](D3DContext& w) {
-                    uint32_t& word = w.Copies.TextureColorMode;
-                    if (force == 1 || value == 1 || value == 7) {
-                        word = WithBits(word, 0x0E, 0x06);
-                    } else if (value == 2 || value == 4) {
-                        word = WithBits(word, 0x0E, 0);
-                    } else if (value == 3) {
-                        word = WithBits(word, 0x0E, 0x02);
-                    }
-                    w.DirtyFlags = 8;
-                    return Words{t::TextureColorMode, word};
-                });
-            }
+        ExpectTextureBlend(c, [force](D3DContext& w, uint32_t value) {
+            uint32_t& word = w.Copies.TextureColorMode;
+            word = force == 1 ? WithBits(word, 0x0E, 0x06) : WithColourField(word, value);
+            return Words{t::TextureColorMode, word};
         });
     }
 }
@@ -215,18 +196,7 @@ TEST_P(PermediaStateTest, CullModeSetsSignWordsOnPermedia2Only) {
 
 TEST_P(PermediaStateTest, DitherFollowsTheValueOrTheSwitch) {
     WatchedContext c(GetParam());
-    for (uint32_t always : {0u, 1u}) {
-        DXGlobals.AlwaysDither = always;
-        c.OverBackgrounds([&] {
-            for (uint32_t value : kValues) {
-                c.Expect(26, value, [&](D3DContext& w) {
-                    uint32_t& word = w.Copies.DitherMode;
-                    word = WithBits(word, 2, value != 0 || always != 0 ? 2 : 0);
-                    return Words{t::DitherMode, word};
-                });
-            }
-        });
-    }
+    ExpectDither(c, false, false);
 }
 
 TEST_P(PermediaStateTest, FogEnableDropsTexturedSpecularOnTheFirstPermedia) {
@@ -236,38 +206,12 @@ TEST_P(PermediaStateTest, FogEnableDropsTexturedSpecularOnTheFirstPermedia) {
 
 TEST_P(PermediaStateTest, SpecularGivesWayToTexturedFogOnTheFirstPermedia) {
     WatchedContext c(GetParam());
-    const bool first = GetParam().IsFirst();
-    for (uint32_t flags = 0; flags != 0x40; ++flags) {
-        for (uint32_t value : {0u, 1u, 0xFFFFFFFFu}) {
-            c.ctx->SpecularEnabled = 55; // Permedia 2 leaves it as it is
-            c.ctx->RenderFlags = flags;
-            c.ctx->DirtyFlags = 0;
-            c.Expect(29, value, [&](D3DContext& w) {
-                bool on = value != 0;
-                if (first) {
-                    w.SpecularEnabled = on;
-                    on = on && (flags & 0x28) != 0x28;
-                }
-                w.RenderFlags = WithBits(flags, 4, on ? 4 : 0);
-                w.DirtyFlags = 1;
-                return Words{};
-            });
-        }
-    }
+    ExpectSpecular(c, GetParam().IsFirst());
 }
 
 TEST_P(PermediaStateTest, FogColourExchangesRedAndBlue) {
     WatchedContext c(GetParam());
-    for (uint32_t flags : {0u, 8u}) {
-        c.ctx->RenderFlags = flags;
-        c.Expect(34, 0x11223344, [&](D3DContext& w) {
-            w.FogColor = 0x11443322;
-            if (GetParam().IsFirst() && flags == 0) {
-                return Words{};
-            }
-            return Words{t::FogColor, 0x11443322};
-        });
-    }
+    ExpectFogColour(c, GetParam().IsFirst());
 }
 
 } // namespace

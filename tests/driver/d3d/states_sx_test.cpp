@@ -86,17 +86,7 @@ TEST_P(TexturedGlintStateTest, TextureAddressBorderActsAsMirror) {
 TEST_P(TexturedGlintStateTest, PerspectiveIsAFlagOnly) {
     WatchedContext c(GetParam());
     c.FillCopies(0xA5A5A5A5);
-    for (uint32_t value : kValues) {
-        for (uint32_t flags : {0u, 0x7FFFu}) {
-            c.ctx->RenderFlags = flags;
-            c.ctx->DirtyFlags = 0;
-            c.Expect(4, value, [&](D3DContext& w) {
-                w.RenderFlags = WithBits(flags, 0x10, value != 0 ? 0x10 : 0);
-                w.DirtyFlags = 1;
-                return Words{};
-            });
-        }
-    }
+    c.ExpectFlag(4, 0x10, 1);
 }
 
 TEST_P(GlintStateTest, LastPixelLeavesItsFlagUntouched) {
@@ -149,48 +139,29 @@ TEST_P(GlintStateTest, SrcColorIsADestinationFactorAndNoSourceFactor) {
 TEST_P(TXStateTest, TextureBlendOnTXUsesFormatAndColourWords) {
     WatchedContext c(GetParam());
     c.ctx->ForceCopyMode = 1; // has no say here
-    c.OverBackgrounds([&] {
-        for (uint32_t value : kValues) {
-            c.ctx->DirtyFlags = 0;
-            c.Expect(21, value, [&](D3DContext& w) {
-                uint32_t& format = w.Copies.GlintTextureFormat;
-                uint32_t& color = w.Copies.TextureColorMode;
-                if (value == 1 || value == 7) {
-                    format = WithBits(format, 0x40, 0x20);
-                    color &= ~1u;
-                } else if (value == 2 || value == 4) {
-                    color = WithBits(color, 0x0E, 1);
-                    format &= ~0x60u;
-                } else if (value == 3) {
-                    color = WithBits(color, 0x0C, 3);
-                    format &= ~0x60u;
-                }
-                w.DirtyFlags = 8;
-                return Words{t::TextureColorMode, color};
-            });
+    ExpectTextureBlend(c, [](D3DContext& w, uint32_t value) {
+        uint32_t& format = w.Copies.GlintTextureFormat;
+        uint32_t& color = w.Copies.TextureColorMode;
+        if (value == 1 || value == 7) {
+            format = WithBits(format, 0x40, 0x20);
+            color &= ~1u;
+        } else if (value == 2 || value == 4) {
+            color = WithBits(color, 0x0E, 1);
+            format &= ~0x60u;
+        } else if (value == 3) {
+            color = WithBits(color, 0x0C, 3);
+            format &= ~0x60u;
         }
+        return Words{t::TextureColorMode, color};
     });
 }
 
 TEST_P(MXStateTest, TextureBlendOnMXOnlyEditsTheColourField) {
     WatchedContext c(GetParam());
     c.ctx->ForceCopyMode = 1;
-    c.OverBackgrounds([&] {
-        for (uint32_t value : kValues) {
-            c.ctx->DirtyFlags = 0;
-            c.Expect(21, value, [&](D3DContext& w) {
-                uint32_t& color = w.Copies.TextureColorMode;
-                if (value == 1 || value == 7) {
-                    color = WithBits(color, 0x0E, 0x06);
-                } else if (value == 2 || value == 4) {
-                    color = WithBits(color, 0x0E, 0);
-                } else if (value == 3) {
-                    color = WithBits(color, 0x0E, 0x02);
-                }
-                w.DirtyFlags = 8;
-                return Words{};
-            });
-        }
+    ExpectTextureBlend(c, [](D3DContext& w, uint32_t value) {
+        w.Copies.TextureColorMode = WithColourField(w.Copies.TextureColorMode, value);
+        return Words{};
     });
 }
 
@@ -206,23 +177,7 @@ TEST_P(GlintStateTest, CullModeIsStoredAndNothingElse) {
 
 TEST_P(GlintStateTest, DitherIsSuspendedWhileTXBlends) {
     WatchedContext c(GetParam());
-    for (uint32_t always : {0u, 1u}) {
-        DXGlobals.AlwaysDither = always;
-        c.OverBackgrounds([&] {
-            for (uint32_t value : kValues) {
-                for (uint32_t flags : {0u, 0x40u}) {
-                    c.ctx->RenderFlags = flags;
-                    c.Expect(26, value, [&](D3DContext& w) {
-                        uint32_t& word = w.Copies.DitherMode;
-                        const bool off = flags != 0 && IsTX();
-                        w.DitherEnabled = value != 0;
-                        word = WithBits(word, 2, !off && (value != 0 || always != 0) ? 2 : 0);
-                        return Words{t::DitherMode, word};
-                    });
-                }
-            }
-        });
-    }
+    ExpectDither(c, true, IsTX());
 }
 
 TEST_P(GlintStateTest, FogEnableDropsTexturedSpecular) {
@@ -232,29 +187,12 @@ TEST_P(GlintStateTest, FogEnableDropsTexturedSpecular) {
 
 TEST_P(GlintStateTest, SpecularGivesWayToTexturedFog) {
     WatchedContext c(GetParam());
-    for (uint32_t flags = 0; flags != 0x40; ++flags) {
-        for (uint32_t value : {0u, 1u, 0xFFFFFFFFu}) {
-            c.ctx->RenderFlags = flags;
-            c.ctx->DirtyFlags = 0;
-            c.Expect(29, value, [&](D3DContext& w) {
-                w.SpecularEnabled = value != 0;
-                w.RenderFlags = WithBits(flags, 4, value != 0 && (flags & 0x28) != 0x28 ? 4 : 0);
-                w.DirtyFlags = 1;
-                return Words{};
-            });
-        }
-    }
+    ExpectSpecular(c, true);
 }
 
 TEST_P(GlintStateTest, FogColourIsSentOnlyInFog) {
     WatchedContext c(GetParam());
-    for (uint32_t flags : {0u, 8u}) {
-        c.ctx->RenderFlags = flags;
-        c.Expect(34, 0x11223344, [&](D3DContext& w) {
-            w.FogColor = 0x11443322;
-            return flags != 0 ? Words{t::FogColor, 0x11443322} : Words{};
-        });
-    }
+    ExpectFogColour(c, true);
 }
 
 } // namespace

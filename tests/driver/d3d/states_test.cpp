@@ -30,20 +30,8 @@ TEST_P(StateTest, StatesThatMeanNothingOnlyEnterTheImage) {
 
 TEST_P(StateTest, WrapFlagsFollowTheirValue) {
     WatchedContext c(GetParam());
-    for (uint32_t flags : {0u, 0x7FFFu}) {
-        for (uint32_t value : kValues) {
-            c.ctx->RenderFlags = flags;
-            c.Expect(5, value, [&](D3DContext& w) {
-                w.RenderFlags = WithBits(flags, 0x100, value != 0 ? 0x100 : 0);
-                return Words{};
-            });
-            c.ctx->RenderFlags = flags;
-            c.Expect(6, value, [&](D3DContext& w) {
-                w.RenderFlags = WithBits(flags, 0x200, value != 0 ? 0x200 : 0);
-                return Words{};
-            });
-        }
-    }
+    c.ExpectFlag(5, 0x100);
+    c.ExpectFlag(6, 0x200);
 }
 
 TEST_P(StateTest, ZEnableTurnsOnWithAZSurfaceAndMarksRenderersAndZ) {
@@ -251,6 +239,16 @@ TEST_P(StateTest, StippleRowsKeepTheLowByteAndSendTheWholeWord) {
     }
 }
 
+// The pattern, row by row.
+Words StippleRows(const std::array<uint32_t, 8>& rows) {
+    Words words;
+    for (uint32_t row = 0; row != 8; ++row) {
+        words.push_back(t::AreaStipplePattern0 + row);
+        words.push_back(rows[row]);
+    }
+    return words;
+}
+
 TEST_P(StateTest, StippleRowsSentDuringStippledAlphaGoOutWhenItEnds) {
     WatchedContext c(GetParam());
     c.Expect(33, 5, [](D3DContext& w) {
@@ -266,14 +264,7 @@ TEST_P(StateTest, StippleRowsSentDuringStippledAlphaGoOutWhenItEnds) {
     }
     c.Expect(33, 0, [](D3DContext& w) {
         w.RenderFlags = 0;
-        return Pairs({{t::AreaStipplePattern0, 0x00},
-                      {0x041, 0x11},
-                      {0x042, 0x22},
-                      {0x043, 0x33},
-                      {0x044, 0x44},
-                      {0x045, 0x55},
-                      {0x046, 0x66},
-                      {0x047, 0x77}});
+        return StippleRows({0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77});
     });
 }
 
@@ -293,14 +284,7 @@ TEST_P(StateTest, StippledAlphaTakesAreaStippleOverAndGivesItBack) {
     c.Expect(33, 0, [](D3DContext& w) {
         w.RenderFlags = 0;
         w.RenderCommand = 0x10001;
-        return Pairs({{t::AreaStipplePattern0, 0},
-                      {0x041, 0},
-                      {0x042, 0},
-                      {0x043, 0},
-                      {0x044, 0},
-                      {0x045, 0},
-                      {0x046, 0},
-                      {0x047, 0}});
+        return StippleRows({});
     });
     c.ExpectNothing(33, 0);
 }
@@ -363,8 +347,9 @@ TEST_P(StateTest, StatesOfOneRunApplyInOrder) {
     WatchedContext c(GetParam());
     const uint32_t pairs[] = {13, 1, 256 + 13, 1, 13, 2, 256 + 13, 0, 13, 3, 30, 4, 13, 5};
     EXPECT_EQ(c.ctx->ProcessStates(c.ctx, 7, pairs), 0u);
-    EXPECT_EQ(c.Take(), (Words{t::FBHardwareWriteMask, 1, t::FBHardwareWriteMask, 3,
-                               t::FBHardwareWriteMask, 5}));
+    EXPECT_EQ(c.Take(), Pairs({{t::FBHardwareWriteMask, 1},
+                               {t::FBHardwareWriteMask, 3},
+                               {t::FBHardwareWriteMask, 5}}));
     EXPECT_EQ(c.ctx->ZVisibleMode, 4u);
     EXPECT_EQ(c.ctx->RenderStates[13], GetParam().IsGlint() ? 0u : 5u);
 }
@@ -389,9 +374,11 @@ TEST_P(StateTest, FIFOSpaceIsReadAgainOnlyWhenTheCountRunsOut) {
     EXPECT_EQ(reads(8, 3), 2u);
     EXPECT_EQ(reads(7, 2), 2u);
     EXPECT_EQ(reads(8, 5), 3u);
-    EXPECT_EQ(c.rig.bus->FifoWords(),
-              (Words{t::FBHardwareWriteMask, 1, t::FBHardwareWriteMask, 2, t::FBHardwareWriteMask,
-                     3, t::FBHardwareWriteMask, 4, t::FBHardwareWriteMask, 5}));
+    EXPECT_EQ(c.rig.bus->FifoWords(), Pairs({{t::FBHardwareWriteMask, 1},
+                                             {t::FBHardwareWriteMask, 2},
+                                             {t::FBHardwareWriteMask, 3},
+                                             {t::FBHardwareWriteMask, 4},
+                                             {t::FBHardwareWriteMask, 5}}));
 }
 
 TEST_P(StateTest, NoWaitUnderDMAOrWithDisconnect) {

@@ -35,11 +35,11 @@ TEST_P(PermediaBindTest, NoTextureSwitchesTheUnitOff) {
                         r.TextureAddressMode &= ~1u;
                         r.TextureReadMode &= ~1u;
                         r.TextureColorMode &= ~1u;
-                        Words words = {t::TextureAddressMode, r.TextureAddressMode,
-                                       t::TextureReadMode,    r.TextureReadMode,
-                                       t::TextureColorMode,   r.TextureColorMode,
-                                       t::TextureBaseAddress, 0,
-                                       t::TexelLUTTransfer,   0};
+                        Words words = Pairs({{t::TextureAddressMode, r.TextureAddressMode},
+                                             {t::TextureReadMode, r.TextureReadMode},
+                                             {t::TextureColorMode, r.TextureColorMode},
+                                             {t::TextureBaseAddress, 0},
+                                             {t::TexelLUTTransfer, 0}});
                         w.RenderFlags &= ~0x20u;
                         w.RenderCommand = 0x10001;
                         if (mode == 3) {
@@ -81,12 +81,7 @@ TEST_P(TXBindTest, NoTextureSwitchesTheUnitOff) {
                 c.ctx->CurrentTexture = reinterpret_cast<TextureRecord*>(4);
                 c.Expect([&](D3DContext& w) {
                     auto& r = w.Copies;
-                    r.GlintTextureAddressMode &= ~1u;
-                    r.GlintTextureReadMode &= ~1u;
-                    r.GlintTextureFilterMode &= ~1u;
-                    Words words = {t::TextureAddressMode,   r.GlintTextureAddressMode,
-                                   t::GlintTextureReadMode, r.GlintTextureReadMode,
-                                   t::TextureFilterMode,    r.GlintTextureFilterMode};
+                    Words words = GlintUnitsOff(r);
                     if (mode == 1) {
                         r.ColorDDAMode |= 1;
                         words = words + Words{t::ColorDDAMode, r.ColorDDAMode};
@@ -116,22 +111,16 @@ TEST_P(MXBindTest, NoTextureSwitchesUnitAndKeyOff) {
                 c.ctx->CurrentTexture = reinterpret_cast<TextureRecord*>(4);
                 c.Expect([&](D3DContext& w) {
                     auto& r = w.Copies;
-                    r.GlintTextureAddressMode &= ~1u;
-                    r.GlintTextureReadMode &= ~1u;
-                    r.GlintTextureFilterMode &= ~1u;
                     r.TextureColorMode &= ~1u;
-                    Words words = {t::TextureAddressMode,   r.GlintTextureAddressMode,
-                                   t::GlintTextureReadMode, r.GlintTextureReadMode,
-                                   t::TextureFilterMode,    r.GlintTextureFilterMode,
-                                   t::TextureColorMode,     r.TextureColorMode};
+                    Words words = GlintUnitsOff(r) + Words{t::TextureColorMode, r.TextureColorMode};
                     w.RenderFlags &= ~0x20u;
                     if (on == 1) {
                         r.FBReadMode = WithBits(r.FBReadMode, 0x400, blend << 10);
-                        words = words + Words{t::AlphaBlendMode, r.AlphaBlendMode,
-                                              t::FBReadMode,     r.FBReadMode,
-                                              t::AlphaTestMode,  r.AlphaTestMode,
-                                              t::RouterMode,     1,
-                                              t::ChromaTestMode, 0};
+                        words = words + Pairs({{t::AlphaBlendMode, r.AlphaBlendMode},
+                                               {t::FBReadMode, r.FBReadMode},
+                                               {t::AlphaTestMode, r.AlphaTestMode},
+                                               {t::RouterMode, 1},
+                                               {t::ChromaTestMode, 0}});
                         w.ColorKeyActive = 0;
                         w.RenderFlags = 4;
                     }
@@ -291,11 +280,11 @@ TEST_P(TXBindTest, APlainTextureSendsItsWords) {
                     r.GlintTextureFilterMode |= 1;
                     r.ColorDDAMode = WithBits(r.ColorDDAMode, 1, mode == 1 ? 0 : 1);
                     TakenBy(w, c.record);
-                    return Words{t::TextureAddressMode,   r.GlintTextureAddressMode,
-                                 t::GlintTextureReadMode, r.GlintTextureReadMode,
-                                 t::TextureFormat,        r.GlintTextureFormat,
-                                 t::ColorDDAMode,         r.ColorDDAMode,
-                                 t::TextureBaseAddr0,     0x10000 << 5};
+                    return Pairs({{t::TextureAddressMode, r.GlintTextureAddressMode},
+                                  {t::GlintTextureReadMode, r.GlintTextureReadMode},
+                                  {t::TextureFormat, r.GlintTextureFormat},
+                                  {t::ColorDDAMode, r.ColorDDAMode},
+                                  {t::TextureBaseAddr0, 0x10000 << 5}});
                 });
             }
         }
@@ -331,18 +320,18 @@ TEST_P(MXBindTest, APlainTextureSendsItsWords) {
                         r.FBReadMode = WithBits(r.FBReadMode, 0x400, blend << 10);
                         w.ColorKeyActive = 0;
                         TakenBy(w, c.record);
-                        return Words{t::TextureAddressMode,   r.GlintTextureAddressMode,
-                                     t::GlintTextureReadMode, r.GlintTextureReadMode,
-                                     t::TextureFormat,        r.GlintTextureFormat,
-                                     t::TextureBaseAddr0,     0x10000 << 5,
-                                     t::TexelLUTTransfer,     0,
-                                     t::AlphaBlendMode,       r.AlphaBlendMode,
-                                     t::AlphaTestMode,        r.AlphaTestMode,
-                                     t::ChromaTestMode,       0,
-                                     t::RouterMode,           1,
-                                     t::TextureFilterMode,    r.GlintTextureFilterMode,
-                                     t::FBReadMode,           r.FBReadMode,
-                                     t::TextureColorMode,     r.TextureColorMode};
+                        return Pairs({{t::TextureAddressMode, r.GlintTextureAddressMode},
+                                      {t::GlintTextureReadMode, r.GlintTextureReadMode},
+                                      {t::TextureFormat, r.GlintTextureFormat},
+                                      {t::TextureBaseAddr0, 0x10000 << 5},
+                                      {t::TexelLUTTransfer, 0},
+                                      {t::AlphaBlendMode, r.AlphaBlendMode},
+                                      {t::AlphaTestMode, r.AlphaTestMode},
+                                      {t::ChromaTestMode, 0},
+                                      {t::RouterMode, 1},
+                                      {t::TextureFilterMode, r.GlintTextureFilterMode},
+                                      {t::FBReadMode, r.FBReadMode},
+                                      {t::TextureColorMode, r.TextureColorMode}});
                     });
                 }
             }

@@ -152,20 +152,20 @@ TEST_P(MXBindTest, AKeySendsBlendAndTestWords) {
                 w.ColorKeyActive = 1;
                 TakenBy(w, c.record);
                 w.RenderFlags |= 0x2000;
-                return Words{t::TextureAddressMode,   r.GlintTextureAddressMode,
-                             t::GlintTextureReadMode, r.GlintTextureReadMode,
-                             t::TextureFormat,        r.GlintTextureFormat,
-                             t::TextureBaseAddr0,     0x10000 << 5,
-                             t::TexelLUTTransfer,     0,
-                             t::TextureChromaUpper,   0x07FFFFFF,
-                             t::TextureChromaLower,   0x80080808,
-                             t::ChromaTestMode,       0,
-                             t::RouterMode,           0,
-                             t::AlphaBlendMode,       r.AlphaBlendModeKeyed,
-                             t::AlphaTestMode,        r.AlphaTestModeKeyed,
-                             t::TextureFilterMode,    r.GlintTextureFilterMode,
-                             t::FBReadMode,           r.FBReadMode,
-                             t::TextureColorMode,     r.TextureColorMode};
+                return Pairs({{t::TextureAddressMode, r.GlintTextureAddressMode},
+                              {t::GlintTextureReadMode, r.GlintTextureReadMode},
+                              {t::TextureFormat, r.GlintTextureFormat},
+                              {t::TextureBaseAddr0, 0x10000 << 5},
+                              {t::TexelLUTTransfer, 0},
+                              {t::TextureChromaUpper, 0x07FFFFFF},
+                              {t::TextureChromaLower, 0x80080808},
+                              {t::ChromaTestMode, 0},
+                              {t::RouterMode, 0},
+                              {t::AlphaBlendMode, r.AlphaBlendModeKeyed},
+                              {t::AlphaTestMode, r.AlphaTestModeKeyed},
+                              {t::TextureFilterMode, r.GlintTextureFilterMode},
+                              {t::FBReadMode, r.FBReadMode},
+                              {t::TextureColorMode, r.TextureColorMode}});
             });
         }
     }

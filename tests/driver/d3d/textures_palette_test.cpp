@@ -1,5 +1,6 @@
 // Palettes that go to the chip with a texture.
 #include "tests/driver/d3d/bind_rig.h"
+#include "tests/support/tag_names.h"
 
 namespace test {
 namespace {
@@ -27,7 +28,8 @@ TEST_P(BindTest, AFourBitPaletteIsSentAtEachChange) {
         want = want + Words{t::TextureReadMode, 0};
     } else if (GetParam().IsP2()) {
         want = Words{t::TextureBaseAddress, 0x80000, t::TexelLUTMode, 1} + PalettePairs(16);
-        want = want + Words{t::TexelLUTIndex, 0, t::TexelLUTTransfer, 0, t::TextureReadMode, 0};
+        want = want +
+               Pairs({{t::TexelLUTIndex, 0}, {t::TexelLUTTransfer, 0}, {t::TextureReadMode, 0}});
     } else if (GetParam().device == 2) {
         want = Words{t::TextureBaseAddr0, 0x200000} + PalettePairs(16);
     } else {
@@ -108,8 +110,10 @@ TEST_P(PermediaBindTest, AnEightBitPaletteIsLoadedOnce) {
     Words want = GetParam().IsFirst() ? Words{} : Words{t::DeltaMode, 0};
     want = want + Words{t::TextureBaseAddress, 0x40000, t::TextureDownloadOffset, address};
     want = want + PaletteRuns();
-    want = want + Words{t::WaitForCompletion, 0,       t::TexelLUTAddress, address,
-                        t::TexelLUTTransfer,  0x10000, t::TexelLUTMode,    1};
+    want = want + Pairs({{t::WaitForCompletion, 0},
+                         {t::TexelLUTAddress, address},
+                         {t::TexelLUTTransfer, 0x10000},
+                         {t::TexelLUTMode, 1}});
     if (GetParam().IsP2()) {
         want = want + Words{t::TexelLUTIndex, 0};
     }
@@ -138,12 +142,16 @@ TEST_P(MXBindTest, AnEightBitPaletteIsLoadedOnceAndTheDepthWordsComeBack) {
     c.Change();
     const uint32_t address = (0x40000 + 256 * 64) / 4;
     EXPECT_EQ(c.surface->priv.LUTAddress, address);
-    Words want = {t::TextureBaseAddr0,      0x200000, t::LBWindowBase, address,
-                  t::TextureDownloadOffset, 0,        t::LBReadMode,   0};
+    Words want = Pairs({{t::TextureBaseAddr0, 0x200000},
+                        {t::LBWindowBase, address},
+                        {t::TextureDownloadOffset, 0},
+                        {t::LBReadMode, 0}});
     want = want + PaletteRuns();
-    want = want + Words{t::WaitForCompletion, 0,      t::LBReadMode,      0x1234,
-                        t::LBWindowBase,      0x5678, t::TexelLUTAddress, address,
-                        t::TexelLUTTransfer,  0x10000};
+    want = want + Pairs({{t::WaitForCompletion, 0},
+                         {t::LBReadMode, 0x1234},
+                         {t::LBWindowBase, 0x5678},
+                         {t::TexelLUTAddress, address},
+                         {t::TexelLUTTransfer, 0x10000}});
     Words have = c.Take();
     have.erase(have.begin(), have.begin() + 6); // the unit words
     have.resize(want.size());
@@ -168,7 +176,7 @@ TEST(Bind, APaletteLoadBracketsFIFOModeWithDisconnect) {
             const uint32_t offset = delta != 0 ? 0x868u : 0x68u;
             const std::vector<BusEvent> want = {{'w', offset, 1}, {'w', offset, 0}};
             EXPECT_EQ(writes, want);
-            EXPECT_EQ(c.rig.bus->ReadsOf(0x88B8), 1u); // read once, in front
+            EXPECT_EQ(c.rig.bus->ReadsOf(t::Mapped(t::LBWindowBase)), 1u); // read once, in front
             // All palette words lie between the two.
             uint32_t level = 0;
             uint32_t inside = 0;

@@ -1,5 +1,6 @@
 // The smaller surface callbacks, and how each finds its display.
 #include "tests/driver/heap/surface_rig.h"
+#include "tests/support/tag_names.h"
 
 namespace {
 
@@ -137,7 +138,7 @@ TEST(UpdateNonLocalHeap, StoresTheHeapAndTellsTheChip) {
     EXPECT_EQ(rig.driver->NonLocalHeapLinear, 0xC0000000u);
     EXPECT_EQ(rig.driver->NonLocalHeapPhysical, 0x40000000u);
     EXPECT_EQ(reads, 4);
-    EXPECT_EQ(rig.bus->Writes(), (std::vector<BusEvent>{{'w', 0x90, 0x40000000}}));
+    EXPECT_EQ(rig.bus->Writes(), (std::vector<BusEvent>{{'w', t::AGPTextureBase, 0x40000000}}));
     EXPECT_EQ(rig.bus->events.back().kind, 'w');
 }
 

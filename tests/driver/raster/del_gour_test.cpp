@@ -19,6 +19,7 @@ using test::DrawRecords;
 using test::FanVertices;
 using test::FullXYZ;
 using test::kEven;
+using test::Pairs;
 using test::SetupRandom;
 using test::TriangleRecord;
 using test::Vertex;
@@ -40,7 +41,8 @@ TEST(DeltaTriangle, GouraudColoursAreFixedPointWordsAndFogGoesAhead) {
     DeltaRig rig;
     rig.ctx.RenderFlags = RF_GOURAUD | RF_FOG;
     const auto v = FanVertices();
-    const Words fog = {t::V0Fixed + 9, 0x40000, t::V1Fixed + 9, 0x80000, t::V2Fixed + 9, 0xC0000};
+    const Words fog =
+        Pairs({{t::V0Fixed + 9, 0x40000}, {t::V1Fixed + 9, 0x80000}, {t::V2Fixed + 9, 0xC0000}});
     // Red 0x10, green 0x20, blue 0x30 at bit 22 and so on.
     const Words colours = {0x00E08200, 0x10u << 22, 0x20u << 22, 0x30u << 22,
                            0x00E08210, 0x40u << 22, 0x50u << 22, 0x60u << 22,
@@ -167,7 +169,7 @@ TEST(DeltaTriangle, TheStippleIndexIsTheFirstVertexs) {
     const auto v = FanVertices();
     const Words words =
         Draw(rig, Delta_Tri_XYZ_RGBF, v, {TriangleRecord(1, 2, 0), TriangleRecord(1, 2, 0)});
-    const Words pattern = {0x00FF8040, 0xEE, 0x55, 0xAA, 0x55, 0xEE, 0x55, 0xAA, 0x55};
+    const Words pattern = test::StippleWords(0xEE, 0x55, 0xAA, 0x55);
     const Words tail = {t::ConstantColor, 0x80605040, t::DrawTriangle, 0x10041};
     EXPECT_EQ(words, FullXYZ(v, 1, 2, 0) + pattern + tail + FullXYZ(v, 1, 2, 0) + tail);
 }
@@ -184,8 +186,9 @@ TEST(DeltaFlatTriangle, SendsTwoCoordinatesAndTheBlockColourWithinTheBracket) {
     rig.chip.Family = FamilyGlint;
     rig.ctx.BytesPerPixel = 4;
     const Words glint = Draw(rig, Delta_Tri_XY_FLAT, v, {TriangleRecord(0, 1, 2)});
-    EXPECT_EQ(Words(glint.begin() + 11, glint.end()),
-              (Words{t::FBBlockColor, 0x102030, t::DrawTriangle, 0x50048, t::ColorDDAMode, 3}));
+    EXPECT_EQ(
+        Words(glint.begin() + 11, glint.end()),
+        Pairs({{t::FBBlockColor, 0x102030}, {t::DrawTriangle, 0x50048}, {t::ColorDDAMode, 3}}));
 }
 
 TEST(DeltaFlatTriangle, ContinuesWithOneVertexAndTheColourOfItsOwnFirst) {
@@ -197,9 +200,10 @@ TEST(DeltaFlatTriangle, ContinuesWithOneVertexAndTheColourOfItsOwnFirst) {
     v[2].specular = 0x00020202;
     const Words words =
         Draw(rig, Delta_Tri_XY_FLAT, v, {TriangleRecord(0, 1, 2), TriangleRecord(2, 3, 0, kEven)});
-    EXPECT_EQ(Words(words.begin() + 15, words.end()),
-              XY(0x10, v[0]) +
-                  (Words{t::FBBlockColor, 0x728292, t::DrawTriangle, 0x10048, t::ColorDDAMode, 3}));
+    EXPECT_EQ(
+        Words(words.begin() + 15, words.end()),
+        XY(0x10, v[0]) +
+            Pairs({{t::FBBlockColor, 0x728292}, {t::DrawTriangle, 0x10048}, {t::ColorDDAMode, 3}}));
 }
 
 TEST(DeltaFlatTriangle, MonoTakesItsGreyFromBlueAtAnyPixelSizeAndIgnoresSpecular) {

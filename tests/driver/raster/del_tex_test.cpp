@@ -17,6 +17,7 @@ using test::DeltaRig;
 using test::Draw;
 using test::DrawRecords;
 using test::kEven;
+using test::Pairs;
 using test::SetupRandom;
 using test::TexturedVertex;
 using test::TriangleRecord;
@@ -85,7 +86,8 @@ TEST(DeltaTextured, FullTriangleSendsVerticesFogColoursAndDrawWord) {
     for (uint32_t i = 0; i < 3; ++i) {
         expected = expected + Words{0x1C078230 + 0x10 * i} + STQ(v[i]) + Place(v[i]);
     }
-    const Words fog = {t::V0Fixed + 9, 0x40000, t::V1Fixed + 9, 0x80000, t::V2Fixed + 9, 0xC0000};
+    const Words fog =
+        Pairs({{t::V0Fixed + 9, 0x40000}, {t::V1Fixed + 9, 0x80000}, {t::V2Fixed + 9, 0xC0000}});
     const Words c1 = {0x00E08210, 16u << 22, 14u << 22, 15u << 22};
     const Words c2 = {0x00E08220, 255u << 22, 254u << 22, 255u << 22};
     EXPECT_EQ(DrawOne(rig, Delta_Tri_XYZ_STQ_RGBF, v), expected + fog + Words{0x00E08200} + kGrey +
@@ -184,8 +186,9 @@ TEST(DeltaTextured, RGBFSSendsKsAndRealFog) {
     EXPECT_EQ(ks[0], 0.0f);
     EXPECT_EQ(ks[1], 255.0f * 0.000447058823529f);
     EXPECT_EQ(ks[2], 255.0f * 0.001172549019608f);
-    EXPECT_EQ(Words(words.begin() + 24, words.begin() + 30),
-              (Words{t::V0Fixed + 9, 0x40000, t::V1Fixed + 9, 0x80000, t::V2Fixed + 9, 0xC0000}));
+    EXPECT_EQ(
+        Words(words.begin() + 24, words.begin() + 30),
+        Pairs({{t::V0Fixed + 9, 0x40000}, {t::V1Fixed + 9, 0x80000}, {t::V2Fixed + 9, 0xC0000}}));
 }
 
 TEST(DeltaTextured, WithSpecularOffTheHeadersStayAndLIsZero) {
@@ -380,8 +383,10 @@ TEST(DeltaLine, BracketsTheBatchAndDrawsFromTheFirstEnd) {
     const auto v = DeltaVertices();
     for (const Renderer member : {Delta_Line_XYZ_STQ_RGBF, Delta_Line_XYZ_STQ_RGBFS}) {
         const Words begin = {t::RasterizerMode, 0x20, 0x1C008230}, second = {0x1C008240};
-        const Words end = {t::ConstantColor,   0x40808080, t::DrawLine01,     0x10004,
-                           t::ContinueNewLine, 1,          t::RasterizerMode, 0};
+        const Words end = Pairs({{t::ConstantColor, 0x40808080},
+                                 {t::DrawLine01, 0x10004},
+                                 {t::ContinueNewLine, 1},
+                                 {t::RasterizerMode, 0}});
         EXPECT_EQ(DrawBound(rig, member, v, OneLine(0, 1)),
                   begin + Place(v[0]) + second + Place(v[1]) + end);
     }

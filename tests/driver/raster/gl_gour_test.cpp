@@ -370,7 +370,7 @@ TEST(GlintTriangle, FlatColourIsTheFirstRecordVertexsAndTheStippleIndexTheBottom
     rig.ctx.RenderFlags = RF_STIPPLEDALPHA;
     // A is the top vertex, alpha 0x40; C the bottom one, alpha 0x80.
     const Words words = DrawOnce(Glint_Tri_XYZ_FLAT, rig, HandTriangle());
-    const Words pattern = {0x00FF8040, 0xEE, 0x55, 0xAA, 0x55, 0xEE, 0x55, 0xAA, 0x55};
+    const Words pattern = test::StippleWords(0xEE, 0x55, 0xAA, 0x55);
     EXPECT_EQ(words, kHandConstantColor + kHandDepth + pattern + HandEdges(0x10041));
     EXPECT_EQ(rig.ctx.StippleIndex, 8u);
 }
@@ -380,7 +380,7 @@ TEST(GlintTriangle, TheSameStippleIndexIsSentOnceAndBothTrianglesHaveTheBit) {
     rig.ctx.RenderFlags = RF_STIPPLEDALPHA;
     auto vertices = HandTriangle();
     rig.Draw(Glint_Tri_XYZ_FLAT, vertices, {0, 1, 2, 0, 1, 2});
-    const Words pattern = {0x00FF8040, 0xEE, 0x55, 0xAA, 0x55, 0xEE, 0x55, 0xAA, 0x55};
+    const Words pattern = test::StippleWords(0xEE, 0x55, 0xAA, 0x55);
     const Words flat = kHandConstantColor + kHandDepth;
     EXPECT_EQ(rig.Take(), flat + pattern + HandEdges(0x10041) + flat + HandEdges(0x10041));
     // The next batch finds the pattern loaded.

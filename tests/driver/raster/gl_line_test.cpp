@@ -16,6 +16,8 @@
 
 namespace {
 
+using test::Indexed;
+using test::Pairs;
 using test::RasterRig;
 using test::Vertex;
 using test::Words;
@@ -27,6 +29,27 @@ Words DrawLines(RasterRig& rig, std::vector<D3DTLVERTEX>& vertices, std::vector<
     D3DINSTRUCTION ins{D3DOP_LINE, sizeof(D3DLINE), static_cast<WORD>(indices.size() / 2)};
     Glint_Line_XYZ_STQ_RGBF(&rig.ctx, &ins, vertices.data(), indices.data());
     return rig.Take();
+}
+
+// The walk itself: where it starts, its steps, its length, and the command.
+Words Walk(uint32_t startX, uint32_t stepX, uint32_t startY, uint32_t stepY, uint32_t count,
+           uint32_t render = 0x10000) {
+    return Indexed({{t::StartXDom, startX},
+                    {t::dXDom, stepX},
+                    {t::StartY, startY},
+                    {t::dY, stepY},
+                    {t::Count, count},
+                    {t::Render, render}});
+}
+
+// One depth all over.
+Words FlatDepth(uint32_t z) {
+    return Indexed({{t::ZStartU, z},
+                    {t::ZStartL, 0},
+                    {t::dZdxU, 0},
+                    {t::dZdxL, 0},
+                    {t::dZdyDomU, 0},
+                    {t::dZdyDomL, 0}});
 }
 
 // The walk of one line between two places, with the brackets and the flat colour taken off.
@@ -49,7 +72,7 @@ TEST(GlintLine, AHorizontalOneWalksFromItsTrueStartByTheRoundedCount) {
     rig.ctx.RenderCommand = 0x10040;
     // 10.25 rounds to 10, 20.75 to 21.
     EXPECT_EQ(WalkOf(rig, Vertex(10.25f, 5.5f), Vertex(20.75f, 5.5f)),
-              (Words{0x00F38000, 0xA4000, 0x10000, 0x58000, 0, 11, 0x10000}));
+              Walk(0xA4000, 0x10000, 0x58000, 0, 11));
 }
 
 TEST(GlintLine, FromTenPointTwoToTwentyPointSevenTakesElevenSteps) {
@@ -64,21 +87,19 @@ TEST(GlintLine, FromTenPointTwoToTwentyPointSevenTakesElevenSteps) {
 
 TEST(GlintLine, ADiagonalIsAlongX) {
     RasterRig rig;
-    EXPECT_EQ(WalkOf(rig, Vertex(0, 0), Vertex(8, -8)),
-              (Words{0x00F38000, 0, 0x10000, 0, 0xFFFF0000, 8, 0x10000}));
+    EXPECT_EQ(WalkOf(rig, Vertex(0, 0), Vertex(8, -8)), Walk(0, 0x10000, 0, 0xFFFF0000, 8));
 }
 
 TEST(GlintLine, ASteepOneIsAlongY) {
     RasterRig rig;
-    EXPECT_EQ(WalkOf(rig, Vertex(4, 2), Vertex(6, 10)),
-              (Words{0x00F38000, 0x40000, 0x4000, 0x20000, 0x10000, 8, 0x10000}));
+    EXPECT_EQ(WalkOf(rig, Vertex(4, 2), Vertex(6, 10)), Walk(0x40000, 0x4000, 0x20000, 0x10000, 8));
 }
 
 TEST(GlintLine, FromRightToLeftBothStepsTurnRound) {
     RasterRig rig;
     // Slope 1/4: to the left that is a quarter up.
     EXPECT_EQ(WalkOf(rig, Vertex(16, 8), Vertex(8, 6)),
-              (Words{0x00F38000, 0x100000, 0xFFFF0000, 0x80000, 0xFFFFC000, 8, 0x10000}));
+              Walk(0x100000, 0xFFFF0000, 0x80000, 0xFFFFC000, 8));
 }
 
 TEST(GlintLine, OfNoRoundedLengthIsDropped) {
@@ -94,9 +115,9 @@ TEST(GlintLine, WithLastPixelOneOfNoLengthStartsAPixelHigherAndRunsDown) {
     rig.ctx.RenderFlags = RF_LASTPIXEL;
     std::vector<D3DTLVERTEX> vertices = {Vertex(10.25f, 5), Vertex(10.25f, 5)};
     const Words words = DrawLines(rig, vertices, {0, 1});
-    EXPECT_EQ(words,
-              (Words{t::RasterizerMode, 0, t::ConstantColor, 0, 0x00F38000, 0xA4000, 0, 0x40000,
-                     0x10000, 1, 0x10000, t::RasterizerMode, 0x20})); // and no further pixel
+    EXPECT_EQ(words, (Pairs({{t::RasterizerMode, 0}, {t::ConstantColor, 0}}) +
+                      Walk(0xA4000, 0, 0x40000, 0x10000, 1) +
+                      Words{t::RasterizerMode, 0x20})); // and no further pixel
     EXPECT_EQ(vertices[0].sy, 5.0f);
 }
 
@@ -106,8 +127,7 @@ TEST(GlintLine, EndsInOneColumnAreDroppedUnlessLastPixelLoweredTheStartWhichTurn
     EXPECT_EQ(WalkOf(rig, a, b), Words{});
     rig.ctx.RenderFlags = RF_LASTPIXEL;
     // From (9.75, 4.25): half a column for one row.
-    EXPECT_EQ(WalkOf(rig, a, b),
-              (Words{0x00F38000, 0x9C000, 0x8000, 0x44000, 0x10000, 1, 0x10000}));
+    EXPECT_EQ(WalkOf(rig, a, b), Walk(0x9C000, 0x8000, 0x44000, 0x10000, 1));
     // Of one column but of two rows: 5.5 rounds to 6. Nothing is lowered, and x stays the longer
     // axis.
     EXPECT_EQ(WalkOf(rig, a, Vertex(10.25f, 5.5f)), Words{});
@@ -130,7 +150,7 @@ TEST(GlintLine, WithLastPixelALongerOneIsContinuedByOne) {
     RasterRig rig;
     rig.ctx.RenderFlags = RF_LASTPIXEL;
     EXPECT_EQ(WalkOf(rig, Vertex(0, 0), Vertex(4, 0)),
-              (Words{0x00F38000, 0, 0x10000, 0, 0, 4, 0x10000, t::ContinueNewLine, 1}));
+              (Walk(0, 0x10000, 0, 0, 4) + Words{t::ContinueNewLine, 1}));
 }
 
 TEST(GlintLine, EveryQuantityStepsByItsDifferenceOverTheLength) {
@@ -145,13 +165,25 @@ TEST(GlintLine, EveryQuantityStepsByItsDifferenceOverTheLength) {
     std::vector<D3DTLVERTEX> vertices = {a, b};
     // Over 8 steps: S 16 to 64, T 16 to 0, Q 1/2 to 1; R 32 to 96, G 64 to 16, B 96 to 32;
     // z 0 to 65535: 8191.875; fog 64 to 192.
-    const Words inner = {0x03FE8070, 0x01000000, 0,          0x00600000, 0x01000000,
-                         0,          0xFFE00000, 0x20000000, 0,          0x04000000};
-    const Words colour = {0x016D80F0, 0x100000, 0x40000,   0x200000,
-                          0xFFFD0000, 0x300000, 0xFFFC0000};
-    const Words depth = {0x0CC08130, 0, 0, 0x1FFF, 0xE0000000};
-    const Words fog = {0x007080D0, 0x100000, 0, 0x40000};
-    const Words walk = {0x00F38000, 0x80000, 0x10000, 0x40000, 0, 8, 0x10000};
+    const Words inner = Indexed({{t::SStart, 0x01000000},
+                                 {t::dSdx, 0},
+                                 {t::dSdyDom, 0x00600000},
+                                 {t::TStart, 0x01000000},
+                                 {t::dTdx, 0},
+                                 {t::dTdyDom, 0xFFE00000},
+                                 {t::QStart, 0x20000000},
+                                 {t::dQdx, 0},
+                                 {t::dQdyDom, 0x04000000}});
+    const Words colour = Indexed({{t::RStart, 0x100000},
+                                  {t::dRdyDom, 0x40000},
+                                  {t::GStart, 0x200000},
+                                  {t::dGdyDom, 0xFFFD0000},
+                                  {t::BStart, 0x300000},
+                                  {t::dBdyDom, 0xFFFC0000}});
+    const Words depth = Indexed(
+        {{t::ZStartU, 0}, {t::ZStartL, 0}, {t::dZdyDomU, 0x1FFF}, {t::dZdyDomL, 0xE0000000}});
+    const Words fog = Indexed({{t::FStart, 0x100000}, {t::dFdx, 0}, {t::dFdyDom, 0x40000}});
+    const Words walk = Walk(0x80000, 0x10000, 0x40000, 0, 8);
     EXPECT_EQ(DrawLines(rig, vertices, {0, 1}),
               (Words{t::RasterizerMode, 0} + inner + colour + depth + fog + walk +
                Words{t::RasterizerMode, 0x20}));
@@ -164,34 +196,18 @@ TEST(GlintLine, SpecularOfATexturedOneGoesThroughFogAndRealFogMayFollow) {
     std::vector<D3DTLVERTEX> vertices = {Vertex(0, 0, 0, 0x00102030, 0x80000000),
                                          Vertex(8, 0, 0, 0, 0x00000000)};
     // Black specular leaves all of the texture: 1.0. Flat colour goes as it is.
-    EXPECT_EQ(DrawLines(rig, vertices, {0, 1}), (Words{t::RasterizerMode,
-                                                       0,
-                                                       0x007E8070,
-                                                       0,
-                                                       0,
-                                                       0,
-                                                       0,
-                                                       0,
-                                                       0,
-                                                       0x007080D0,
-                                                       0x400000,
-                                                       0,
-                                                       0,
-                                                       t::ConstantColor,
-                                                       0x302010,
-                                                       0x007080D0,
-                                                       0x200000,
-                                                       0,
-                                                       0xFFFC0000,
-                                                       0x00F38000,
-                                                       0,
-                                                       0x10000,
-                                                       0,
-                                                       0,
-                                                       8,
-                                                       0x10000,
-                                                       t::RasterizerMode,
-                                                       0x20}));
+    EXPECT_EQ(DrawLines(rig, vertices, {0, 1}),
+              (Words{t::RasterizerMode, 0} +
+               Indexed({{t::SStart, 0},
+                        {t::dSdx, 0},
+                        {t::dSdyDom, 0},
+                        {t::TStart, 0},
+                        {t::dTdx, 0},
+                        {t::dTdyDom, 0}}) +
+               Indexed({{t::FStart, 0x400000}, {t::dFdx, 0}, {t::dFdyDom, 0}}) +
+               Words{t::ConstantColor, 0x302010} +
+               Indexed({{t::FStart, 0x200000}, {t::dFdx, 0}, {t::dFdyDom, 0xFFFC0000}}) +
+               Walk(0, 0x10000, 0, 0, 8) + Words{t::RasterizerMode, 0x20}));
 }
 
 TEST(GlintLine, AnInstructionWithoutLinesSendsNothing) {
@@ -345,11 +361,9 @@ Words DrawTriangle(RasterRig& rig, Renderer member, std::vector<D3DTLVERTEX> ver
 
 TEST(GlintWire, DrawsTheEnabledEdgesEachOfItsFirstEndsColour) {
     RasterRig rig;
-    const Words ab = {t::ConstantColor, 0x010000, 0x00F38000, 0, 0x10000, 0, 0, 8, 0x10000};
-    const Words bc = {t::ConstantColor, 0x020000, 0x00F38000, 0x80000, 0xFFFF0000, 0,
-                      0x8000,           8,        0x10000};
-    const Words ca = {t::ConstantColor, 0x030000,   0x00F38000, 0,      0,
-                      0x40000,          0xFFFF0000, 4,          0x10000};
+    const Words ab = Words{t::ConstantColor, 0x010000} + Walk(0, 0x10000, 0, 0, 8);
+    const Words bc = Words{t::ConstantColor, 0x020000} + Walk(0x80000, 0xFFFF0000, 0, 0x8000, 8);
+    const Words ca = Words{t::ConstantColor, 0x030000} + Walk(0, 0, 0x40000, 0xFFFF0000, 4);
     const Words begin = {t::RasterizerMode, 0}, end = {t::RasterizerMode, 0x20};
     EXPECT_EQ(DrawTriangle(rig, Glint_TriWire_XYZ_STQ_RGBF, WireTriangle(), 0x700),
               begin + ab + bc + ca + end);
@@ -391,14 +405,13 @@ TEST(GlintPoints, DrawEachEnabledVertexAsOneStep) {
     std::vector<D3DTLVERTEX> vertices = {Vertex(1.5f, 2, 0.0f, 0x80112233, 0x40000000),
                                          Vertex(8, 2, 1.0f, 0x80445566, 0x80000000),
                                          Vertex(1, 9, 0.5f, 0x80778899, 0xC0000000)};
-    const Words first = {
-        0x007080D0,       0x100000,   0,          0,       0x0FC08130, 0,       0, 0, 0,      0, 0,
-        t::ConstantColor, 0x80332211, 0x00F38000, 0x18000, 0,          0x20000, 0, 1, 0x10080};
+    const Words first = Indexed({{t::FStart, 0x100000}, {t::dFdx, 0}, {t::dFdyDom, 0}}) +
+                        FlatDepth(0) + Words{t::ConstantColor, 0x80332211} +
+                        Walk(0x18000, 0, 0x20000, 0, 1, 0x10080);
     // From the second vertex on depth goes first.
-    const Words second = {0x0FC08130, 0xFFFF,     0,        0, 0,       0,
-                          0,          0x007080D0, 0x200000, 0, 0,       t::ConstantColor,
-                          0x80665544, 0x00F38000, 0x80000,  0, 0x20000, 0,
-                          1,          0x10080};
+    const Words second =
+        FlatDepth(0xFFFF) + Indexed({{t::FStart, 0x200000}, {t::dFdx, 0}, {t::dFdyDom, 0}}) +
+        Words{t::ConstantColor, 0x80665544} + Walk(0x80000, 0, 0x20000, 0, 1, 0x10080);
     EXPECT_EQ(DrawTriangle(rig, Glint_TriPoint_XYZ_STQ_RGBF, vertices, 0x300),
               (Words{t::ColorDDAMode, 0} + first + second + Words{t::ColorDDAMode, 3}));
 }
@@ -408,9 +421,8 @@ TEST(GlintPoints, OfUntexturedTrianglesHaveDepthAlwaysAndNoAlpha) {
     std::vector<D3DTLVERTEX> vertices = {Vertex(1, 2, 1.0f, 0x80112233), Vertex(8, 2),
                                          Vertex(1, 9)};
     EXPECT_EQ(DrawTriangle(rig, RenderRGBPoint, vertices, 0x100),
-              (Words{t::ColorDDAMode,  0,        0x0FC08130, 0xFFFF,  0, 0,       0, 0, 0,
-                     t::ConstantColor, 0x332211, 0x00F38000, 0x10000, 0, 0x20000, 0, 1, 0x10080,
-                     t::ColorDDAMode,  3}));
+              (Words{t::ColorDDAMode, 0} + FlatDepth(0xFFFF) + Words{t::ConstantColor, 0x332211} +
+               Walk(0x10000, 0, 0x20000, 0, 1, 0x10080) + Words{t::ColorDDAMode, 3}));
 }
 
 TEST(GlintPoints, CulledTrianglesSendOnlyTheBracket) {

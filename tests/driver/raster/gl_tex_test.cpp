@@ -352,7 +352,7 @@ TEST(GlintTexturedTriangle, TheStippleGroupComesAfterFog) {
     RasterRig rig;
     rig.ctx.RenderFlags = RF_STIPPLEDALPHA;
     const Words words = DrawOnce(Glint_Tri_XYZ_STQ_FLAT_F, rig, HandTriangle());
-    const Words pattern = {0x00FF8040, 0xEE, 0x55, 0xAA, 0x55, 0xEE, 0x55, 0xAA, 0x55};
+    const Words pattern = test::StippleWords(0xEE, 0x55, 0xAA, 0x55);
     EXPECT_EQ(words,
               kHandConstantColor + kHandDepth + kHandSTQ + kHandFog + pattern + HandEdges(0x10041));
 }

@@ -15,6 +15,7 @@ namespace {
 using test::Bits;
 using test::Draw;
 using test::DrawRecords;
+using test::IndexedTag;
 using test::P2Rig;
 using test::SetupRandom;
 using test::TriangleRecord;
@@ -57,12 +58,13 @@ TEST(P2Fast, SendsThreeVerticesWithTheirColoursAndADrawWord) {
     P2Rig rig;
     rig.ctx.RenderFlags = kZ;
     EXPECT_EQ(Draw(rig, P2_GouraudTextureZ, FastVertices(), {TriangleRecord(0, 1, 2)}),
-              (Words{0x5C078230,    Bits(0.0625f), Bits(0.0625f), Bits(0.5f),    0x41A00000,
-                     0x41200000,    0x3F000000,    0x40102030,    0x5C078240,    Bits(0.09375f),
-                     Bits(0.0625f), Bits(0.25f),   0x41F00000,    0x41A00000,    0x3E800000,
-                     0x80405060,    0x5C078250,    Bits(5.0f),    Bits(-0.125f), Bits(2.0f),
-                     0x41200000,    0x41F00000,    0x3F800000,    0xC0708090,    t::DrawTriangle,
-                     0x10040}));
+              (Words{IndexedTag(t::V0Float, 0x5C07), Bits(0.0625f), Bits(0.0625f), Bits(0.5f),
+                     0x41A00000, 0x41200000, 0x3F000000, 0x40102030} +
+               Words{IndexedTag(t::V1Float, 0x5C07), Bits(0.09375f), Bits(0.0625f), Bits(0.25f),
+                     0x41F00000, 0x41A00000, 0x3E800000, 0x80405060} +
+               Words{IndexedTag(t::V2Float, 0x5C07), Bits(5.0f), Bits(-0.125f), Bits(2.0f),
+                     0x41200000, 0x41F00000, 0x3F800000, 0xC0708090} +
+               Words{t::DrawTriangle, 0x10040}));
 }
 
 TEST(P2Fast, FogAndSpecularAddTheirWordBehindQ) {

@@ -19,6 +19,7 @@ using test::FanVertices;
 using test::FullXYZ;
 using test::kEven;
 using test::P2Rig;
+using test::Pairs;
 using test::SetupRandom;
 using test::TriangleRecord;
 using test::Vertex;
@@ -46,11 +47,13 @@ TEST(P2Triangle, FogGoesAheadAndGouraudColoursBehindTheVertices) {
     P2Rig rig;
     rig.ctx.RenderFlags = RF_GOURAUD | RF_FOG;
     const auto v = FanVertices();
-    EXPECT_EQ(Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2)}),
-              ((Words{t::V0Fixed + 9, 0x40000, t::V1Fixed + 9, 0x80000, t::V2Fixed + 9, 0xC0000}) +
-               FullXYZ(v, 0, 1, 2) +
-               Words{0x40008200, 0x40102030, 0x40008210, 0x80405060, 0x40008220, 0xC0708090,
-                     t::DrawTriangle, 0x10040}));
+    EXPECT_EQ(
+        Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2)}),
+        ((Pairs(
+             {{t::V0Fixed + 9, 0x40000}, {t::V1Fixed + 9, 0x80000}, {t::V2Fixed + 9, 0xC0000}})) +
+         FullXYZ(v, 0, 1, 2) +
+         Words{0x40008200, 0x40102030, 0x40008210, 0x80405060, 0x40008220, 0xC0708090,
+               t::DrawTriangle, 0x10040}));
 }
 
 TEST(P2Triangle, SpecularIsAddedOnTheHostToEachVertexsColour) {
@@ -272,7 +275,7 @@ TEST(P2Triangle, StippleIsTheFirstVertexsAndLoadedOnce) {
     const auto v = FanVertices();
     const Words words =
         Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2), TriangleRecord(0, 2, 3, kEven)});
-    const Words four = {0x00FF8040, 0xAA, 0x44, 0xAA, 0x00, 0xAA, 0x44, 0xAA, 0x00};
+    const Words four = test::StippleWords(0xAA, 0x44, 0xAA, 0x00);
     EXPECT_EQ(words,
               (FullXYZ(v, 0, 1, 2) + four +
                Words{t::ConstantColor, 0x40302010, t::DrawTriangle, 0x10041} + XYZ(0x10, v[3]) +
@@ -284,7 +287,7 @@ TEST(P2Triangle, StippleIsTheFirstVertexsAndLoadedOnce) {
     const Words other =
         Draw(rig, P2_Tri_XYZ_RGBFS, v,
              {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 2, 1), TriangleRecord(2, 0, 3, kEven)});
-    const Words twelve = {0x00FF8040, 0xFF, 0xDD, 0xFF, 0x55, 0xFF, 0xDD, 0xFF, 0x55};
+    const Words twelve = test::StippleWords(0xFF, 0xDD, 0xFF, 0x55);
     EXPECT_EQ(
         Words(other.begin() + 32, other.end()),
         (XYZ(0x10, v[3]) + twelve + Words{t::ConstantColor, 0xC0908070, t::DrawTriangle, 0x10041}));
@@ -317,8 +320,9 @@ TEST(P2Triangle, BlockFilledTrianglesAreBracketedAndSendTheirColourBehindTheVert
     auto lit = v;
     lit[0].specular = 0x00020406;
     const Words glint = Draw(rig, P2_Tri_XY_FLATS, lit, {TriangleRecord(0, 1, 2)});
-    EXPECT_EQ(Words(glint.begin() + 11, glint.end()),
-              (Words{t::FBBlockColor, 0x122436, t::DrawTriangle, 0x50048, t::ColorDDAMode, 3}));
+    EXPECT_EQ(
+        Words(glint.begin() + 11, glint.end()),
+        Pairs({{t::FBBlockColor, 0x122436}, {t::DrawTriangle, 0x50048}, {t::ColorDDAMode, 3}}));
 }
 
 TEST(P2Triangle, SYIsNeverRewritten) {
@@ -419,7 +423,7 @@ TEST(P2Point, EachVertexIsALineOneRowLongDrawnByItsEdgeFlag) {
         D3DTLVERTEX below = v[i];
         below.sy += 1.0f;
         return XYZ(0, v[i]) + XYZ(0x10, below) +
-               Words{t::V0Fixed + 9, fog, t::V1Fixed + 9, fog, t::ConstantColor, colour};
+               Pairs({{t::V0Fixed + 9, fog}, {t::V1Fixed + 9, fog}, {t::ConstantColor, colour}});
     };
     EXPECT_EQ(Draw(rig, P2_TriPoint_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2, 0x500)}),
               (point(0, 0x40000, 0x40302010) + Words{t::DrawLine01, 0x14000} +

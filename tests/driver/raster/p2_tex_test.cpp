@@ -13,7 +13,9 @@ namespace {
 
 using test::Bits;
 using test::DrawRecords;
+using test::IndexedTag;
 using test::P2Rig;
+using test::Pairs;
 using test::SetupRandom;
 using test::TexturedVertex;
 using test::TriangleRecord;
@@ -66,11 +68,13 @@ TEST(P2Textured, AffineVerticesHaveQOfOne) {
     P2Rig rig;
     rig.ctx.RenderFlags = kState;
     EXPECT_EQ(DrawTextured(rig, P2Vertices(), {TriangleRecord(0, 1, 2)}),
-              (Words{0x5C078230,      0x3E000000, 0x3E000000, 0x3F800000, 0x41A00000, 0x41200000,
-                     0x3F000000,      0x40102030, 0x5C078240, 0x3E800000, 0x3E800000, 0x3F800000,
-                     0x41F00000,      0x41A00000, 0x3F000000, 0x80405060, 0x5C078250, 0x3F000000,
-                     0x00000000,      0x3F800000, 0x41200000, 0x41F00000, 0x3F000000, 0xC0708090,
-                     t::DrawTriangle, 0x10040}));
+              (Words{IndexedTag(t::V0Float, 0x5C07), 0x3E000000, 0x3E000000, 0x3F800000, 0x41A00000,
+                     0x41200000, 0x3F000000, 0x40102030} +
+               Words{IndexedTag(t::V1Float, 0x5C07), 0x3E800000, 0x3E800000, 0x3F800000, 0x41F00000,
+                     0x41A00000, 0x3F000000, 0x80405060} +
+               Words{IndexedTag(t::V2Float, 0x5C07), 0x3F000000, 0x00000000, 0x3F800000, 0x41200000,
+                     0x41F00000, 0x3F000000, 0xC0708090} +
+               Words{t::DrawTriangle, 0x10040}));
 }
 
 TEST(P2Textured, PerspectiveMultipliesByRhwAndFogAndSpecularAddWords) {
@@ -80,38 +84,15 @@ TEST(P2Textured, PerspectiveMultipliesByRhwAndFogAndSpecularAddWords) {
     // F is specular / 2^32. Ks of white: each product and sum rounded to a single.
     const float white =
         (255.0f * 0.001172549019608f + 255.0f * 0.000447058823529f) + 255.0f * 0.002301960784314f;
-    EXPECT_EQ(words, (Words{0x5E0F8230,
-                            Bits(0.0625f),
-                            Bits(0.0625f),
-                            Bits(0.5f),
-                            0,
-                            Bits(0.5f),
-                            Bits(20),
-                            Bits(10),
-                            Bits(0.5f),
-                            0x40102030,
-                            0x5E0F8240,
-                            Bits(0.0625f),
-                            Bits(0.0625f),
-                            Bits(0.25f),
-                            0,
-                            Bits(0.25f),
-                            Bits(30),
-                            Bits(20),
-                            Bits(0.5f),
-                            0x80405060,
-                            0x5E0F8250,
-                            Bits(0.5f),
-                            0,
-                            Bits(1),
-                            Bits(white),
-                            Bits(16777215.0f / 4294967296.0f),
-                            Bits(10),
-                            Bits(30),
-                            Bits(0.5f),
-                            0xC0708090,
-                            t::DrawTriangle,
-                            0x10040}));
+    EXPECT_EQ(
+        words,
+        (Words{IndexedTag(t::V0Float, 0x5E0F), Bits(0.0625f), Bits(0.0625f), Bits(0.5f), 0,
+               Bits(0.5f), Bits(20), Bits(10), Bits(0.5f), 0x40102030} +
+         Words{IndexedTag(t::V1Float, 0x5E0F), Bits(0.0625f), Bits(0.0625f), Bits(0.25f), 0,
+               Bits(0.25f), Bits(30), Bits(20), Bits(0.5f), 0x80405060} +
+         Words{IndexedTag(t::V2Float, 0x5E0F), Bits(0.5f), 0, Bits(1), Bits(white),
+               Bits(16777215.0f / 4294967296.0f), Bits(10), Bits(30), Bits(0.5f), 0xC0708090} +
+         Words{t::DrawTriangle, 0x10040}));
 }
 
 TEST(P2Textured, FogOfAWordWithMoreBitsThanASingleHoldsIsRounded) {
@@ -172,8 +153,8 @@ TEST(P2Textured, StippleAndFlatColourGoAheadOfTheVertices) {
     const Words words =
         DrawTextured(rig, P2Vertices(), {TriangleRecord(1, 2, 0), TriangleRecord(1, 0, 3)});
     EXPECT_EQ(Words(words.begin(), words.begin() + 12),
-              (Words{0x00FF8040, 0xEE, 0x55, 0xAA, 0x55, 0xEE, 0x55, 0xAA, 0x55, t::ConstantColor,
-                     0x80605040, 0x1C078230}));
+              (test::StippleWords(0xEE, 0x55, 0xAA, 0x55) +
+               Words{t::ConstantColor, 0x80605040, 0x1C078230}));
     EXPECT_EQ(words[33], 0x10041u);
     // The second has the pattern, and both its first vertices.
     EXPECT_EQ(Words(words.begin() + 34, words.begin() + 37),
@@ -371,7 +352,8 @@ TEST(P2TexturedWire, CarriesSTQAndKsAndLightsItsColoursToo) {
     EXPECT_EQ(words[8], 0x1C0F8240u);
     // Blue 0x30 and 0xFE: full, and a carry into green.
     EXPECT_EQ(Words(words.begin() + 16, words.begin() + 22),
-              (Words{0x40008200, 0x401023FE, 0x40008210, 0x80405060, t::DrawLine01, 0x10004}));
+              (Words{IndexedTag(t::V0Fixed, 0x4000), 0x401023FE} +
+               Words{IndexedTag(t::V1Fixed, 0x4000), 0x80405060} + Words{t::DrawLine01, 0x10004}));
     EXPECT_EQ(words[22], 0x1C0F8230u);
     EXPECT_EQ(Words(words.begin() + 34, words.begin() + 42), Words{0x1C0F8240} + a);
 }
@@ -402,10 +384,13 @@ Words DrawLine(P2Rig& rig, std::vector<D3DTLVERTEX> v, uint32_t a = 0, uint32_t 
 TEST(P2Line, AnUntexturedFlatLineIsBracketedByTheRasterizerMode) {
     P2Rig rig;
     rig.ctx.RenderCommand = 0x10040;
-    EXPECT_EQ(DrawLine(rig, P2Vertices()),
-              (Words{t::RasterizerMode, 0x20, 0x1C008230, Bits(20), Bits(10), Bits(0.5f),
-                     0x1C008240, Bits(30), Bits(20), Bits(0.5f), t::ConstantColor, 0x40302010,
-                     t::DrawLine01, 0x10004, t::RasterizerMode, 0}));
+    EXPECT_EQ(
+        DrawLine(rig, P2Vertices()),
+        (Words{t::RasterizerMode, 0x20} +
+         Words{IndexedTag(t::V0Float, 0x1C00), Bits(20), Bits(10), Bits(0.5f)} +
+         Words{IndexedTag(t::V1Float, 0x1C00), Bits(30), Bits(20), Bits(0.5f)} +
+         Pairs(
+             {{t::ConstantColor, 0x40302010}, {t::DrawLine01, 0x10004}, {t::RasterizerMode, 0}})));
 }
 
 TEST(P2Line, FogColoursAndTheEndPixelFollowTheVertices) {
@@ -417,9 +402,10 @@ TEST(P2Line, FogColoursAndTheEndPixelFollowTheVertices) {
     v[0].specular = 0x80FFFFFF;
     const Words words = DrawLine(rig, v);
     EXPECT_EQ(Words(words.begin() + 10, words.end()),
-              (Words{t::V0Fixed + 9, 0x200000, t::V1Fixed + 9, 0x100000, 0x40008200, 0x00102030,
-                     0x40008210, 0x00405060, t::DrawLine01, 0x10004, t::ContinueNewLine, 1,
-                     t::RasterizerMode, 0}));
+              (Pairs({{t::V0Fixed + 9, 0x200000}, {t::V1Fixed + 9, 0x100000}}) +
+               Words{IndexedTag(t::V0Fixed, 0x4000), 0x00102030} +
+               Words{IndexedTag(t::V1Fixed, 0x4000), 0x00405060} +
+               Pairs({{t::DrawLine01, 0x10004}, {t::ContinueNewLine, 1}, {t::RasterizerMode, 0}})));
 }
 
 TEST(P2Line, TexturedEndsCarrySTQAndKsOfTheirOwn) {
@@ -429,14 +415,15 @@ TEST(P2Line, TexturedEndsCarrySTQAndKsOfTheirOwn) {
     v[1].specular = 0x000000FF;
     const Words words = DrawLine(rig, v);
     EXPECT_EQ(Words(words.begin() + 2, words.begin() + 18),
-              (Words{0x1C0F8230, Bits(0.0625f), Bits(0.0625f), Bits(0.5f), 0, Bits(20), Bits(10),
-                     Bits(0.5f), 0x1C0F8240, Bits(0.0625f), Bits(0.0625f), Bits(0.25f),
+              (Words{IndexedTag(t::V0Float, 0x1C0F), Bits(0.0625f), Bits(0.0625f), Bits(0.5f), 0,
+                     Bits(20), Bits(10), Bits(0.5f)} +
+               Words{IndexedTag(t::V1Float, 0x1C0F), Bits(0.0625f), Bits(0.0625f), Bits(0.25f),
                      Bits(255.0f * 0.002301960784314f), Bits(30), Bits(20), Bits(0.5f)}));
     rig.ctx.RenderFlags = RF_TEXTURE;
     const Words affine = DrawLine(rig, v);
-    EXPECT_EQ(
-        Words(affine.begin() + 2, affine.begin() + 9),
-        (Words{0x1C078230, Bits(0.125f), Bits(0.125f), Bits(1), Bits(20), Bits(10), Bits(0.5f)}));
+    EXPECT_EQ(Words(affine.begin() + 2, affine.begin() + 9),
+              (Words{IndexedTag(t::V0Float, 0x1C07), Bits(0.125f), Bits(0.125f), Bits(1), Bits(20),
+                     Bits(10), Bits(0.5f)}));
 }
 
 TEST(P2Line, TheSmallerOfTwoFarCoordinatesWraps) {

@@ -12,6 +12,11 @@
 
 namespace test {
 
+// An area stipple of four rows, which goes out twice over.
+inline Words StippleWords(uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
+    return {IndexedTag(t::AreaStipplePattern0, 0xFF), a, b, c, d, a, b, c, d};
+}
+
 class RasterRig {
   public:
     explicit RasterRig(bool dma = true)

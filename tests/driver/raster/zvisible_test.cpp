@@ -8,15 +8,20 @@
 
 namespace {
 
+using test::Pairs;
 using test::RasterRig;
 using test::Vertex;
 using test::Words;
 using test::operator+;
 
 // For a target of 320 by 200.
-const Words kBegin = {t::FBWriteMode,     0,          t::LBWriteMode, 0,     t::MinRegion,     0,
-                      t::MaxRegion,       0x00C80140, t::FilterMode,  0xC00, t::StatisticMode, 5,
-                      t::ResetPickResult, 0};
+const Words kBegin = Pairs({{t::FBWriteMode, 0},
+                            {t::LBWriteMode, 0},
+                            {t::MinRegion, 0},
+                            {t::MaxRegion, 0x00C80140},
+                            {t::FilterMode, 0xC00},
+                            {t::StatisticMode, 5},
+                            {t::ResetPickResult, 0}});
 const Words kAsk = {t::FilterMode, 0x3C00, t::PickResult, 0};
 
 class ZPick : public testing::TestWithParam<bool> {
@@ -264,9 +269,13 @@ TEST_P(ZPickDMA, OnTheFirstPermediaTheNextSubBufferBeginsWithItsHead) {
     Answer(1);
     EndZPickTest(&rig.driver, &rig.ctx);
     EXPECT_EQ(sent, kAsk);
-    EXPECT_EQ(rig.Take(), (Words{t::FogMode, 0, t::TextureAddressMode, 0, t::TextureColorMode, 0,
-                                 t::TextureReadMode, 0, t::AlphaBlendMode, 0, t::FogColor,
-                                 0xFFFFFFFF, t::FBWriteMode, 1}));
+    EXPECT_EQ(rig.Take(), Pairs({{t::FogMode, 0},
+                                 {t::TextureAddressMode, 0},
+                                 {t::TextureColorMode, 0},
+                                 {t::TextureReadMode, 0},
+                                 {t::AlphaBlendMode, 0},
+                                 {t::FogColor, 0xFFFFFFFF},
+                                 {t::FBWriteMode, 1}}));
 }
 
 } // namespace

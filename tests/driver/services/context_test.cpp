@@ -73,7 +73,7 @@ TEST(HardwareContexts, FromNoneNothingIsSavedAndTheChipIsStillSynced) {
     }
     const std::vector<BusEvent> writes = rig.bus->Writes();
     ASSERT_EQ(writes.size(), 3u + 5u);
-    EXPECT_EQ(writes[1], (BusEvent{'w', 0x8C40, 0}));
+    EXPECT_EQ(writes[1], (BusEvent{'w', t::Mapped(t::Sync), 0}));
     EXPECT_EQ(rig.chip->CurrentContext, id);
 }
 
@@ -165,16 +165,16 @@ TEST(HardwareContexts, EndIndexZeroLeavesTheQueueOffAndIntEnableAlone) {
     rig.bus->Clear();
     ChangeContext(rig.driver, rig.chip, id);
     EXPECT_EQ(rig.chip->DMAState & DMAQueueOn, 0u);
-    EXPECT_EQ(rig.bus->ReadsOf(reg::IntEnable), 0u);
+    EXPECT_EQ(rig.bus->ReadsOf(t::IntEnable), 0u);
     for (const BusEvent& write : rig.bus->Writes()) {
-        EXPECT_NE(write.offset, reg::IntEnable);
+        EXPECT_NE(write.offset, t::IntEnable);
     }
 }
 
 TEST(HardwareContexts, EndIndexSevenOnABoardWithDeltaEnablesBothInterrupts) {
     Rig rig({.chipFlags = DeltaPresent});
     rig.Ready();
-    rig.bus->registers[reg::IntEnable] = 0x12;
+    rig.bus->registers[t::IntEnable] = 0x12;
     rig.bus->registers[reg::DeltaIntEnable] = 0x40;
     const uint32_t id = CreateContext(rig.driver, rig.chip, 3, 0, 0);
     SetEndIndex(rig.chip, id, 7);
@@ -185,7 +185,7 @@ TEST(HardwareContexts, EndIndexSevenOnABoardWithDeltaEnablesBothInterrupts) {
     EXPECT_EQ(rig.chip->QueueHead, 0u);
     EXPECT_EQ(rig.chip->QueueTail, 0u);
     EXPECT_NE(rig.chip->DMAState & DMAQueueOn, 0u);
-    EXPECT_EQ(rig.bus->registers[reg::IntEnable], 0x1Bu);
+    EXPECT_EQ(rig.bus->registers[t::IntEnable], 0x1Bu);
     EXPECT_EQ(rig.bus->registers[reg::DeltaIntEnable], 0x49u);
 }
 
@@ -195,7 +195,7 @@ TEST(HardwareContexts, WithoutDeltaItsInterruptRegisterIsNotTouched) {
     const uint32_t id = CreateContext(rig.driver, rig.chip, 3, 0, 0);
     SetEndIndex(rig.chip, id, 2);
     ChangeContext(rig.driver, rig.chip, id);
-    EXPECT_EQ(rig.bus->registers[reg::IntEnable], 9u);
+    EXPECT_EQ(rig.bus->registers[t::IntEnable], 9u);
     EXPECT_EQ(rig.bus->registers.count(reg::DeltaIntEnable), 0u);
 }
 
@@ -252,9 +252,9 @@ TEST(HardwareContexts, AnOutgoingDirect3DContextsWordsGoFirstThenTheSync) {
     ASSERT_EQ(rig.bus->transfers.size(), 1u);
     EXPECT_EQ(rig.bus->transfers[0].words, (Words{t::FogMode, 1}));
     const std::vector<BusEvent> writes = rig.bus->Writes();
-    EXPECT_EQ(writes[0].offset, reg::DMAAddress);
-    EXPECT_EQ(writes[1].offset, reg::DMACount);
-    EXPECT_EQ(writes[2], (BusEvent{'w', 0x8C00, 0x400}));
+    EXPECT_EQ(writes[0].offset, t::DMAAddress);
+    EXPECT_EQ(writes[1].offset, t::DMACount);
+    EXPECT_EQ(writes[2], (BusEvent{'w', t::Mapped(t::FilterMode), 0x400}));
     EXPECT_TRUE(Rig::Pending(ctx).empty());
 }
 
@@ -307,12 +307,20 @@ TEST(RegisterLists, AreWrittenInRunsOfTheReportedSpace) {
     const struct {
         uint16_t count;
         uint16_t offsets[5];
-    } list = {5, {0x8010, 0x8020, 0x8030, 0x8040, 0x8050}};
+    } list = {5,
+              {t::Mapped(t::StartXSub), t::Mapped(t::StartY), t::Mapped(t::Count),
+               t::Mapped(t::ContinueNewLine), t::Mapped(t::ContinueNewSub)}};
     const uint32_t values[] = {1, 2, 3, 4, 5};
     WriteRegisters(rig.driver, reinterpret_cast<const RegisterList*>(&list), values);
     const std::vector<BusEvent> expected = {
-        {'r', 0x18, 2}, {'w', 0x8010, 1}, {'w', 0x8020, 2}, {'r', 0x18, 0},
-        {'r', 0x18, 9}, {'w', 0x8030, 3}, {'w', 0x8040, 4}, {'w', 0x8050, 5},
+        {'r', t::InFIFOSpace, 2},
+        {'w', t::Mapped(t::StartXSub), 1},
+        {'w', t::Mapped(t::StartY), 2},
+        {'r', t::InFIFOSpace, 0},
+        {'r', t::InFIFOSpace, 9},
+        {'w', t::Mapped(t::Count), 3},
+        {'w', t::Mapped(t::ContinueNewLine), 4},
+        {'w', t::Mapped(t::ContinueNewSub), 5},
     };
     EXPECT_EQ(rig.bus->events, expected);
 }

@@ -58,8 +58,8 @@ class ServiceTest : public testing::Test {
 };
 
 TEST_F(ServiceTest, ReadsRegistersOfTheCurrentContextByRunningNumber) {
-    rig.bus->registers[0x8000 + t::DitherMode * 8] = 0xD17;
-    rig.bus->registers[0x8000 + t::FBSoftwareWriteMask * 8] = 0xD18;
+    rig.bus->registers[t::Mapped(t::DitherMode)] = 0xD17;
+    rig.bus->registers[t::Mapped(t::FBSoftwareWriteMask)] = 0xD18;
     EXPECT_EQ(Service(0, {0, 2, t::DitherMode, 5}), 0);
     EXPECT_EQ(Answer(5), (Words{0, 0xD17, 1, 0xD18, kUntouched}));
     EXPECT_EQ(rig.chip->CurrentContext, 5u);
@@ -73,7 +73,7 @@ TEST_F(ServiceTest, ReadsRegistersUnderAnotherContextAndGoesBack) {
     EXPECT_EQ(rig.chip->CurrentContext, 5u);
     const auto& events = rig.bus->events;
     const auto syncs = std::count_if(events.begin(), events.end(), [](const test::BusEvent& e) {
-        return e.kind == 'w' && e.offset == 0x8000 + t::Sync * 8;
+        return e.kind == 'w' && e.offset == t::Mapped(t::Sync);
     });
     EXPECT_EQ(syncs, 2); // each change drains the chip
 }
@@ -85,8 +85,8 @@ TEST_F(ServiceTest, FromContextZeroItStaysOnTheContextThatWasRead) {
 }
 
 TEST_F(ServiceTest, ReadsTheVideoBlock) {
-    rig.bus->registers[0x5800 + 3 * 8] = 0x33;
-    rig.bus->registers[0x5800 + 4 * 8] = 0x44;
+    rig.bus->registers[t::VSControl + 3 * 8] = 0x33;
+    rig.bus->registers[t::VSControl + 4 * 8] = 0x44;
     EXPECT_EQ(Service(3, {0, 2, 3, 5}), 0);
     EXPECT_EQ(Answer(4), (Words{0, 0x33, 1, 0x44}));
 }
@@ -111,7 +111,7 @@ TEST_F(ServiceTest, NoRegistersAtAllAreReadAndTheContextStillChanges) {
     rig.bus->Clear();
     EXPECT_EQ(Service(0, {0, 0, t::DitherMode, id}), 0);
     EXPECT_EQ(buffer[0], kUntouched);
-    EXPECT_EQ(rig.bus->ReadsOf(0x8000 + t::DitherMode * 8), 0u);
+    EXPECT_EQ(rig.bus->ReadsOf(t::Mapped(t::DitherMode)), 0u);
     EXPECT_FALSE(rig.bus->Writes().empty());
 }
 
@@ -230,8 +230,8 @@ class DebugHelp : public ServiceTest {
 
 TEST_F(DebugHelp, ReadsRegistersFromTagZeroAndStaysInTheContext) {
     const int32_t id = KORV_CreateContext(rig.driver, 2);
-    rig.bus->registers[0x8000] = 0xA;
-    rig.bus->registers[0x8008] = 0xB;
+    rig.bus->registers[t::Mapped(t::StartXDom)] = 0xA;
+    rig.bus->registers[t::Mapped(t::dXDom)] = 0xB;
     EXPECT_EQ(Help(1, static_cast<uint32_t>(id), 2), 0);
     EXPECT_EQ(Answer(5), (Words{0, 0xA, 1, 0xB, kUntouched}));
     EXPECT_EQ(rig.chip->CurrentContext, static_cast<uint32_t>(id));

@@ -60,15 +60,17 @@ struct Palette {
 };
 
 Words SetupOf(uint32_t deviceId) {
-    return deviceId == DeviceMX
-               ? Words{t::LBWindowBase, kAddress, t::TextureDownloadOffset, 0, t::LBReadMode, 0}
-               : Words{t::TextureDownloadOffset, kAddress};
+    return deviceId == DeviceMX ? Pairs({{t::LBWindowBase, kAddress},
+                                         {t::TextureDownloadOffset, 0},
+                                         {t::LBReadMode, 0}})
+                                : Words{t::TextureDownloadOffset, kAddress};
 }
 
 Words EndOf(uint32_t deviceId) {
-    return deviceId == DeviceMX
-               ? Words{t::WaitForCompletion, 0, t::LBReadMode, 0x1234, t::LBWindowBase, 0x5678}
-               : Words{t::WaitForCompletion, 0};
+    return deviceId == DeviceMX ? Pairs({{t::WaitForCompletion, 0},
+                                         {t::LBReadMode, 0x1234},
+                                         {t::LBWindowBase, 0x5678}})
+                                : Words{t::WaitForCompletion, 0};
 }
 
 constexpr uint32_t kChips[] = {DevicePermedia2, DeviceMX};
@@ -111,9 +113,10 @@ TEST(LUTDownload, WithDisconnectOnOnlyTheSpaceCheckIsLeftOut) {
             Palette load(chip, false);
             load.ctx->Stream.DisconnectMode = mode;
             load.Load();
-            EXPECT_EQ(load.rig.bus->ReadsOf(0x18), 1u - mode);
+            EXPECT_EQ(load.rig.bus->ReadsOf(t::InFIFOSpace), 1u - mode);
             EXPECT_EQ(load.rig.bus->Writes(),
-                      (std::vector<BusEvent>{{'w', 0x68, 1}, {'w', 0x68, 0}}));
+                      (std::vector<BusEvent>{{'w', t::DisconnectControl, 1},
+                                             {'w', t::DisconnectControl, 0}}));
             EXPECT_EQ(load.ctx->Stream.DisconnectMode, mode);
         }
     }
@@ -125,7 +128,7 @@ TEST(LUTDownload, TheChipIsReadOnceBeforeAnythingElse) {
         load.Load();
         EXPECT_EQ(load.rig.bus->events[0].kind, 'r');
         EXPECT_EQ(load.rig.bus->events[0].offset, 0x88B8u);
-        EXPECT_EQ(load.rig.bus->ReadsOf(0x88B8), 1u);
+        EXPECT_EQ(load.rig.bus->ReadsOf(t::Mapped(t::LBWindowBase)), 1u);
     }
 }
 

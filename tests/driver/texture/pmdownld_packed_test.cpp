@@ -186,11 +186,17 @@ TEST(PackedDownload, NoWordFallsOutOfTheWindow) {
 TEST(PackedDisplayDownload, TwoSixteenBitPixelsAreDrawnAsOneOf32Bits) {
     PermediaPacked load(PixelSize16);
     load.Run(PermediaPacked16BitDownload, {3, 2, 11, 4}, {5, 6, 13, 8});
-    const Words want = {
-        t::LogicalOpMode, 0,       t::FBReadMode,   0x0AB,   t::FBReadPixel, 2,
-        t::FBPixelOffset, 0,       t::FBWindowBase, 0x1800,  t::StartXDom,   2 << 16,
-        t::StartXSub,     6 << 16, t::StartY,       6 << 16, t::dY,          0x10000,
-        t::Count,         2,       t::Render,       0x1040};
+    const Words want = Pairs({{t::LogicalOpMode, 0},
+                              {t::FBReadMode, 0x0AB},
+                              {t::FBReadPixel, 2},
+                              {t::FBPixelOffset, 0},
+                              {t::FBWindowBase, 0x1800},
+                              {t::StartXDom, 2 << 16},
+                              {t::StartXSub, 6 << 16},
+                              {t::StartY, 6 << 16},
+                              {t::dY, 0x10000},
+                              {t::Count, 2},
+                              {t::Render, 0x1040}});
     EXPECT_EQ(load.Sent(),
               want + Lines(t::Color, 2 * kPitch + 3 * 2, 4, 2) + Words({t::FBReadPixel, 1}));
 }
@@ -198,11 +204,17 @@ TEST(PackedDisplayDownload, TwoSixteenBitPixelsAreDrawnAsOneOf32Bits) {
 TEST(PackedDisplayDownload, FourEightBitPixelsAreDrawnAsOneOf32Bits) {
     PermediaPacked load(PixelSize8, 8);
     load.Run(PermediaPacked8BitDownload, {3, 2, 14, 4}, {5, 6, 16, 8});
-    const Words want = {
-        t::LogicalOpMode, 0,       t::FBReadMode,   0x0AB,   t::FBReadPixel, 2,
-        t::FBPixelOffset, 0,       t::FBWindowBase, 0x1800,  t::StartXDom,   1 << 16,
-        t::StartXSub,     4 << 16, t::StartY,       6 << 16, t::dY,          0x10000,
-        t::Count,         2,       t::Render,       0x1040};
+    const Words want = Pairs({{t::LogicalOpMode, 0},
+                              {t::FBReadMode, 0x0AB},
+                              {t::FBReadPixel, 2},
+                              {t::FBPixelOffset, 0},
+                              {t::FBWindowBase, 0x1800},
+                              {t::StartXDom, 1 << 16},
+                              {t::StartXSub, 4 << 16},
+                              {t::StartY, 6 << 16},
+                              {t::dY, 0x10000},
+                              {t::Count, 2},
+                              {t::Render, 0x1040}});
     EXPECT_EQ(load.Sent(),
               want + Lines(t::Color, 2 * kPitch + 3, 2, 2) + Words({t::FBReadPixel, 0}));
 }

@@ -36,6 +36,29 @@ Words ColoursOf16Bit(uint32_t redMask, const std::vector<uint16_t>& pixels) {
     return colours;
 }
 
+// Begins a load of two columns.
+Words TwoColumns(uint32_t readPixel, uint32_t dither, uint32_t readMode, uint32_t windowBase,
+                 uint32_t rows) {
+    return Pairs({{t::FBReadPixel, readPixel},
+                  {t::DitherMode, dither},
+                  {t::TextureColorMode, 0},
+                  {t::LogicalOpMode, 0},
+                  {t::FBReadMode, readMode},
+                  {t::FBPixelOffset, 0},
+                  {t::FBWindowBase, windowBase},
+                  {t::StartXDom, 0},
+                  {t::StartXSub, 0x20000},
+                  {t::StartY, 0},
+                  {t::dY, 0x10000},
+                  {t::Count, rows},
+                  {t::Render, 0x1040}});
+}
+
+// The screen's depth is put back.
+Words AtTheEnd(uint32_t readPixel) {
+    return Pairs({{t::DitherMode, 0}, {t::FBReadPixel, readPixel}, {t::WaitForCompletion, 0}});
+}
+
 TEST(PatchedDownload, EightBitPixelsGoLineByLineInEveryColourByte) {
     Loading load(DevicePermedia, 32);
     load.SetDest(PixelSize8, 64, 0x4321);
@@ -67,21 +90,8 @@ TEST(PatchedDownload, SixteenBitPixelsAreDitheredToTheSurfacesFormat) {
     record.RedMask = 0xF800;
     load.SetSource(Halves({0xF800, 0x07E0, 0x001F, 0x0821}), 4);
     load.Run(PermediaPatchedTextureDownload, {0, 0, 2, 2});
-    const Words want = Pairs({{t::FBReadPixel, 1},
-                              {t::DitherMode, 0x10001},
-                              {t::TextureColorMode, 0},
-                              {t::LogicalOpMode, 0},
-                              {t::FBReadMode, 0x123},
-                              {t::FBPixelOffset, 0},
-                              {t::FBWindowBase, 0x2000},
-                              {t::StartXDom, 0},
-                              {t::StartXSub, 0x20000},
-                              {t::StartY, 0},
-                              {t::dY, 0x10000},
-                              {t::Count, 2},
-                              {t::Render, 0x1040}}) +
-                       Words{0x300FE, 0xF80000, 0x00FC00, 0x0000F8, 0x080408} +
-                       Pairs({{t::DitherMode, 0}, {t::FBReadPixel, 2}, {t::WaitForCompletion, 0}});
+    const Words want = TwoColumns(1, 0x10001, 0x123, 0x2000, 2) +
+                       Words{0x300FE, 0xF80000, 0x00FC00, 0x0000F8, 0x080408} + AtTheEnd(2);
     EXPECT_EQ(load.Sent(), want);
 }
 
@@ -113,21 +123,8 @@ TEST(PatchedDownload, ThirtyTwoBitPixelsGoAsTheyStand) {
     load.SetDest(PixelSize32, 64, 0x4000);
     load.SetSource({1, 2, 3, 4, 5, 6, 7, 8}, 8);
     load.Run(PermediaPatchedTextureDownload, {0, 0, 2, 1});
-    const Words want = Pairs({{t::FBReadPixel, 2},
-                              {t::DitherMode, 1},
-                              {t::TextureColorMode, 0},
-                              {t::LogicalOpMode, 0},
-                              {t::FBReadMode, 0x123},
-                              {t::FBPixelOffset, 0},
-                              {t::FBWindowBase, 0x1000},
-                              {t::StartXDom, 0},
-                              {t::StartXSub, 0x20000},
-                              {t::StartY, 0},
-                              {t::dY, 0x10000},
-                              {t::Count, 1},
-                              {t::Render, 0x1040}}) +
-                       Words{0x100FE, 0x04030201, 0x08070605} +
-                       Pairs({{t::DitherMode, 0}, {t::FBReadPixel, 0}, {t::WaitForCompletion, 0}});
+    const Words want =
+        TwoColumns(2, 1, 0x123, 0x1000, 1) + Words{0x100FE, 0x04030201, 0x08070605} + AtTheEnd(0);
     EXPECT_EQ(load.Sent(), want);
 }
 
@@ -138,21 +135,8 @@ TEST(PatchedDownload, TwentyFourBitSurfacesTakeWordsAtAThirdOfTheOffset) {
     record.FormatExtension = 1;
     load.SetSource(Pattern(16), 6);
     load.Run(PermediaPatchedTextureDownload, {0, 0, 2, 2});
-    const Words want = Pairs({{t::FBReadPixel, 4},
-                              {t::DitherMode, 0x10011},
-                              {t::TextureColorMode, 0},
-                              {t::LogicalOpMode, 0},
-                              {t::FBReadMode, 0x123},
-                              {t::FBPixelOffset, 0},
-                              {t::FBWindowBase, 0x1000},
-                              {t::StartXDom, 0},
-                              {t::StartXSub, 0x20000},
-                              {t::StartY, 0},
-                              {t::dY, 0x10000},
-                              {t::Count, 2},
-                              {t::Render, 0x1040}}) +
-                       Runs(t::Color, WordsAt(Pattern(16), 0, 4)) +
-                       Words{t::DitherMode, 0, t::FBReadPixel, 4, t::WaitForCompletion, 0};
+    const Words want = TwoColumns(4, 0x10011, 0x123, 0x1000, 2) +
+                       Runs(t::Color, WordsAt(Pattern(16), 0, 4)) + AtTheEnd(4);
     EXPECT_EQ(load.Sent(), want);
 }
 
@@ -166,22 +150,8 @@ TEST(PatchedDownload, AFourBitSurfaceIsDrawnAsAnEightBitOneOfHalfTheWidth) {
         load.SetSource({0x21, 0x43, 0x99, 0xBA, 0xDC, 0x99}, 3);
         load.Run(PermediaPatchedTextureDownload, {0, 0, 4, 2});
         const uint32_t code = (5u << 3 | 2u) | (patched ? 0x4040000u : 0u);
-        const Words want =
-            Pairs({{t::FBReadPixel, 0},
-                   {t::DitherMode, 0},
-                   {t::TextureColorMode, 0},
-                   {t::LogicalOpMode, 0},
-                   {t::FBReadMode, code},
-                   {t::FBPixelOffset, 0},
-                   {t::FBWindowBase, 0x4003},
-                   {t::StartXDom, 0},
-                   {t::StartXSub, 0x20000},
-                   {t::StartY, 0},
-                   {t::dY, 0x10000},
-                   {t::Count, 2},
-                   {t::Render, 0x1040}}) +
-            Words{0x100FE, 0x21, 0x43, 0x100FE, 0xBA, 0xDC} +
-            Pairs({{t::DitherMode, 0}, {t::FBReadPixel, 1}, {t::WaitForCompletion, 0}});
+        const Words want = TwoColumns(0, 0, code, 0x4003, 2) +
+                           Words{0x100FE, 0x21, 0x43, 0x100FE, 0xBA, 0xDC} + AtTheEnd(1);
         EXPECT_EQ(load.Sent(), want);
     }
 }
@@ -275,7 +245,7 @@ TEST(PatchedDownload, TheFirstWordWaitsForOneFreeEntry) {
     load.SetSource(Pattern(2), 2);
     load.Run(PermediaPatchedTextureDownload, {0, 0, 1, 1});
     EXPECT_EQ(asked, 4);
-    EXPECT_EQ(load.rig.bus->events[4], (BusEvent{'w', 0x68, 1}));
+    EXPECT_EQ(load.rig.bus->events[4], (BusEvent{'w', t::DisconnectControl, 1}));
 }
 
 // The pairs behind the data are not reserved, so a load may end past the window of 1000 words: 24

@@ -53,8 +53,10 @@ TEST(TXPatchedDownload, RawWordsGoToTextureDataByPixelSize) {
     for (const auto& c : cases) {
         Texture load(c.pixelSize);
         load.Run(TXPatchedTextureDownload, {0, 0, 24, 3});
-        EXPECT_EQ(load.Sent(), Words({t::LBWindowBase, Texture::kOffset / 4, t::TextureCacheControl,
-                                      3, t::TextureDownloadOffset, 0, t::LBReadMode, 0}) +
+        EXPECT_EQ(load.Sent(), Pairs({{t::LBWindowBase, Texture::kOffset / 4},
+                                      {t::TextureCacheControl, 3},
+                                      {t::TextureDownloadOffset, 0},
+                                      {t::LBReadMode, 0}}) +
                                    Lines(t::TextureData, 0, c.words, 3) +
                                    Words({t::WaitForCompletion, 0}));
     }

@@ -2,6 +2,7 @@
 // A display with a video port object of the runtime, and its register traffic as one list.
 #include "driver/video/video.h"
 #include "tests/support/rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -11,13 +12,11 @@
 
 namespace test {
 
-// A register write (offset, value), or a wait (0x18, entries).
+// A register write (offset, value), or a wait (InFIFOSpace, entries).
 using PortStep = std::pair<uint32_t, uint32_t>;
 using PortSteps = std::vector<PortStep>;
 
 inline constexpr uint32_t kStart = 1; // flag of an update
-// Aperture offsets of the watchdog's timer and of the line and buffer counts.
-inline constexpr uint32_t kTimer = 0x1180, kLine = 0x5910, kBuffer = 0x5920;
 
 class PortRig : public Rig {
   public:
@@ -78,7 +77,7 @@ class PortRig : public Rig {
                 continue;
             }
             if (reads != 0) {
-                steps.emplace_back(0x18, reads);
+                steps.emplace_back(t::InFIFOSpace, reads);
                 reads = 0;
             }
             if (event.kind == 'w') {
@@ -86,7 +85,7 @@ class PortRig : public Rig {
             }
         }
         if (reads != 0) {
-            steps.emplace_back(0x18, reads);
+            steps.emplace_back(t::InFIFOSpace, reads);
         }
         bus->Clear();
         return steps;

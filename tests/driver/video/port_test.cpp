@@ -13,9 +13,6 @@ using test::PortSteps;
 
 constexpr uint32_t kInvalid = 0x80070057, kNotActive = 0x887602B7, kStillDrawing = 0x8876021C,
                    kNotImplemented = 0x80004001;
-using test::kBuffer;
-using test::kLine;
-using test::kTimer;
 
 // A data record of an entry that takes a port.
 template <class Record>
@@ -123,7 +120,8 @@ TEST(VideoPort, CreationClearsTheStateAndTurnsTheChipOff) {
     FillState(rig.driver);
     rig.Create();
     ExpectRestCleared(rig.driver);
-    EXPECT_EQ(rig.Take(), (PortSteps{{0x18, 2}, {0x5900, 0}, {0x5800, 0}}));
+    EXPECT_EQ(rig.Take(),
+              (PortSteps{{t::InFIFOSpace, 2}, {t::VSStreamControl, 0}, {t::VSControl, 0}}));
     EXPECT_EQ(rig.driver->VideoPortCreated, 1u);
     EXPECT_EQ(std::memcmp(&rig.driver->VideoPortDesc, &rig.description, sizeof(rig.description)),
               0);
@@ -154,7 +152,8 @@ TEST(VideoPort, DestructionClearsAllAndLeavesTheRestToTheRuntime) {
     auto data = DataOf<DDHAL_DESTROYVPORTDATA>(rig);
     EXPECT_EQ(DestroyVideoPort32(&data), 0u);
     EXPECT_EQ(data.ddRVal, 0u);
-    EXPECT_EQ(rig.Take(), (PortSteps{{0x18, 2}, {0x5900, 0}, {0x5800, 0}}));
+    EXPECT_EQ(rig.Take(),
+              (PortSteps{{t::InFIFOSpace, 2}, {t::VSStreamControl, 0}, {t::VSControl, 0}}));
     ExpectRestCleared(rig.driver);
     EXPECT_EQ(rig.driver->VideoFlags, 0u);
     EXPECT_EQ(rig.driver->VideoPortCreated, 0u);
@@ -175,7 +174,7 @@ TEST(VideoPort, FlipsGoRoundTheBuffers) {
         EXPECT_EQ(FlipVideoPort32(&data), 1u);
         EXPECT_EQ(data.ddRVal, 0u);
         EXPECT_EQ(rig.driver->VideoCurrentBuffer, buffer);
-        EXPECT_EQ(rig.Register(0x5918), buffer);
+        EXPECT_EQ(rig.Register(t::VSNextBuffer), buffer);
     }
 }
 
@@ -187,9 +186,9 @@ TEST(VideoPort, AFlipFromAboveTheLastBufferRunsOn) {
     auto data = DataOf<DDHAL_FLIPVPORTDATA>(rig);
     FlipVideoPort32(&data);
     EXPECT_EQ(rig.driver->VideoCurrentBuffer, 0x12u);
-    EXPECT_EQ(rig.Register(0x5918), 0x12u);
+    EXPECT_EQ(rig.Register(t::VSNextBuffer), 0x12u);
     FlipVideoPort32(&data);
-    EXPECT_EQ(rig.Register(0x5918), 0x13u);
+    EXPECT_EQ(rig.Register(t::VSNextBuffer), 0x13u);
 }
 
 TEST(VideoPort, AFlipLetsTheChipFinishFirst) {
@@ -198,12 +197,12 @@ TEST(VideoPort, AFlipLetsTheChipFinishFirst) {
     rig.driver->VideoSurfaceCount = 2;
     auto data = DataOf<DDHAL_FLIPVPORTDATA>(rig);
     FlipVideoPort32(&data);
-    EXPECT_EQ(rig.Take(), (PortSteps{{0x18, 3},
-                                     {0x8000 + t::FilterMode * 8, 0x400},
-                                     {0x8000 + t::Sync * 8, 0},
-                                     {0x8000 + t::FilterMode * 8, 0},
-                                     {0x18, 1},
-                                     {0x5918, 1}}));
+    EXPECT_EQ(rig.Take(), (PortSteps{{t::InFIFOSpace, 3},
+                                     {t::Mapped(t::FilterMode), 0x400},
+                                     {t::Mapped(t::Sync), 0},
+                                     {t::Mapped(t::FilterMode), 0},
+                                     {t::InFIFOSpace, 1},
+                                     {t::VSNextBuffer, 1}}));
 }
 
 TEST(VideoPort, APortThatIsOffDoesNotFlip) {
@@ -220,15 +219,15 @@ TEST(VideoPort, AFlipIsDueWhileTheCurrentBufferIsFilled) {
     PortRig rig;
     auto data = DataOf<DDHAL_GETVPORTFLIPSTATUSDATA>(rig);
     rig.driver->VideoCurrentBuffer = 2;
-    rig.bus->registers[kBuffer] = 2;
+    rig.bus->registers[t::VSCurrentBuffer] = 2;
     EXPECT_EQ(GetVideoPortFlipStatus32(&data), 1u);
     EXPECT_EQ(data.ddRVal, 0u); // off
     rig.driver->VideoPortActive = 1;
-    rig.bus->registers[kTimer] = 5000;
+    rig.bus->registers[t::FreeRunningTimer] = 5000;
     GetVideoPortFlipStatus32(&data);
     EXPECT_EQ(data.ddRVal, kStillDrawing);
     EXPECT_EQ(rig.driver->VideoLastTime, 0u); // no sample was taken
-    rig.bus->registers[kBuffer] = 1;
+    rig.bus->registers[t::VSCurrentBuffer] = 1;
     GetVideoPortFlipStatus32(&data);
     EXPECT_EQ(data.ddRVal, 0u);
 }
@@ -237,7 +236,7 @@ TEST(VideoPort, APortFoundDeadOwesNoFlip) {
     PortRig rig;
     rig.driver->VideoPortActive = 1;
     rig.driver->VideoFailures = 50;
-    rig.bus->registers[kTimer] = 470001;
+    rig.bus->registers[t::FreeRunningTimer] = 470001;
     auto data = DataOf<DDHAL_GETVPORTFLIPSTATUSDATA>(rig);
     GetVideoPortFlipStatus32(&data);
     EXPECT_EQ(data.ddRVal, 0u);
@@ -262,7 +261,7 @@ TEST(VideoPort, TheFieldQueryReportsSuccessInEveryCase) {
 
 TEST(VideoPort, TheLineIsKnownOnlyWhileThePortRuns) {
     PortRig rig;
-    rig.bus->registers[kLine] = 123;
+    rig.bus->registers[t::VSCurrentLine] = 123;
     auto data = DataOf<DDHAL_GETVPORTLINEDATA>(rig);
     data.dwLine = 55;
     EXPECT_EQ(GetVideoPortLine32(&data), 1u);
@@ -278,9 +277,9 @@ TEST(VideoPort, ASignalStatusOnTheCurrentBufferTakesASample) {
     PortRig rig;
     rig.driver->VideoPortActive = 1;
     rig.driver->VideoCurrentBuffer = 1;
-    rig.bus->registers[kBuffer] = 1;
-    rig.bus->registers[kLine] = 9;
-    rig.bus->registers[kTimer] = 5000;
+    rig.bus->registers[t::VSCurrentBuffer] = 1;
+    rig.bus->registers[t::VSCurrentLine] = 9;
+    rig.bus->registers[t::FreeRunningTimer] = 5000;
     auto data = DataOf<DDHAL_GETVPORTSIGNALDATA>(rig);
     EXPECT_EQ(GetVideoSignalStatus32(&data), 1u);
     EXPECT_EQ(data.dwStatus, 2u);
@@ -292,11 +291,11 @@ TEST(VideoPort, ASignalStatusOnTheCurrentBufferTakesASample) {
 
 TEST(VideoPort, ASignalStatusOnAnotherBufferTakesNone) {
     PortRig rig;
-    rig.bus->registers[kBuffer] = 1;
+    rig.bus->registers[t::VSCurrentBuffer] = 1;
     auto data = DataOf<DDHAL_GETVPORTSIGNALDATA>(rig);
     GetVideoSignalStatus32(&data);
     EXPECT_EQ(data.dwStatus, 2u); // even while the port is off
-    EXPECT_EQ(rig.bus->ReadsOf(kTimer), 0u);
+    EXPECT_EQ(rig.bus->ReadsOf(t::FreeRunningTimer), 0u);
 }
 
 TEST(VideoPort, APortThatIsOffHasNoSignal) {
@@ -423,8 +422,8 @@ TEST(VideoPort, SyncAndOverlayEntriesSucceedWithNothingToDo) {
 struct TwoDisplays {
     TwoDisplays() {
         first.driver->VideoPortActive = second.driver->VideoPortActive = 1;
-        first.bus->registers[kLine] = 1;
-        second.bus->registers[kLine] = 2;
+        first.bus->registers[t::VSCurrentLine] = 1;
+        second.bus->registers[t::VSCurrentLine] = 2;
         pDriverData = first.driver;
     }
     uint32_t Ask(DDRAWI_DIRECTDRAW_LCL* asking, DDRAWI_DDVIDEOPORT_LCL* port) {
@@ -465,10 +464,10 @@ TEST(VideoPort, TheWatchdogLeavesTheChipAsItWasSet) {
     rig.Take();
     rig.driver->VideoNeedSample = 0;
     rig.driver->VideoFailures = 50;
-    rig.bus->registers[kTimer] = 470001;
+    rig.bus->registers[t::FreeRunningTimer] = 470001;
     EXPECT_EQ(CheckVideoPortStatus(rig.driver, 0), 0u);
     EXPECT_TRUE(rig.Take().empty());
-    EXPECT_EQ(rig.Register(0x5900), 1u);
+    EXPECT_EQ(rig.Register(t::VSStreamControl), 1u);
     EXPECT_EQ(rig.driver->VideoPortCreated, 1u);
 }
 

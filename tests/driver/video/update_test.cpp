@@ -1,5 +1,6 @@
 // Starting, changing and stopping of the video port: every register word.
 #include "tests/driver/video/port_rig.h"
+#include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
 
@@ -12,14 +13,16 @@ using test::RigSurface;
 using test::kStart;
 
 constexpr uint32_t kStop = 2, kUpdate = 3;
-constexpr uint32_t kVSControl = 0x5800, kVSStreamControl = 0x5900, kVSNextBuffer = 0x5918,
-                   kVSBase0 = 0x5928, kVSStartPixel = 0x5958, kVSEndPixel = 0x5960;
 
 // A created port whose traffic so far is forgotten.
 struct UpdateRig : PortRig {
     void Begin() {
         Create();
         Take();
+    }
+    void BeginAndStart() {
+        Begin();
+        Update(kStart);
     }
     uint32_t AddressOf(uint32_t offset) {
         return reinterpret_cast<uint32_t>(FrameBuffer()) + offset;
@@ -37,24 +40,24 @@ TEST(VideoPortUpdate, StartProgramsThePortInOrder) {
     rig.AddSurface(0x180000, 0);
     rig.AddSurface(0x200000, 0x20);
     rig.Begin();
-    rig.bus->registers[0x0008] = 0x13;
+    rig.bus->registers[t::IntEnable] = 0x13;
     EXPECT_EQ(rig.Update(kStart), 1u);
-    EXPECT_EQ(rig.Take(), (PortSteps{{0x18, 16},
-                                     {0x5900, 0},
-                                     {0x5800, 0},
+    EXPECT_EQ(rig.Take(), (PortSteps{{t::InFIFOSpace, 16},
+                                     {t::VSStreamControl, 0},
+                                     {t::VSControl, 0},
                                      // 8 bits, both references high, fixed bit, not inverted
-                                     {0x5800, 0x3 + 0x200 + 0x400 + 0x1000 + 0x2000},
-                                     {0x5900, 0x5}, // on, three buffers
-                                     {0x5918, 2},
-                                     {0x5940, 180}, // 1440 / 8
-                                     {0x5948, 17},
-                                     {0x5950, 257}, // 240 + 17
-                                     {0x5958, 155},
-                                     {0x5960, 875}, // 720 + 155
-                                     {0x5928, 0x20000},
-                                     {0x5930, 0x30000},
-                                     {0x5938, 0x40000},
-                                     {0x0008, 0x213}}));
+                                     {t::VSControl, 0x3 + 0x200 + 0x400 + 0x1000 + 0x2000},
+                                     {t::VSStreamControl, 0x5}, // on, three buffers
+                                     {t::VSNextBuffer, 2},
+                                     {t::VSBufferStride, 180}, // 1440 / 8
+                                     {t::VSStartLine, 17},
+                                     {t::VSEndLine, 257}, // 240 + 17
+                                     {t::VSStartPixel, 155},
+                                     {t::VSEndPixel, 875}, // 720 + 155
+                                     {t::VSBufferBase0, 0x20000},
+                                     {t::VSBufferBase1, 0x30000},
+                                     {t::VSBufferBase2, 0x40000},
+                                     {t::IntEnable, 0x213}}));
 }
 
 TEST(VideoPortUpdate, StartLeavesTheStateOfARunningPort) {
@@ -76,13 +79,12 @@ TEST(VideoPortUpdate, StartLeavesTheStateOfARunningPort) {
     EXPECT_EQ(rig.driver->VideoPortActive, 1u);
     EXPECT_EQ(rig.driver->VideoNeedSample, 1u);
     EXPECT_EQ(rig.driver->VideoFailures, 0u);
-    EXPECT_EQ(rig.Register(kVSStreamControl), 1u);
+    EXPECT_EQ(rig.Register(t::VSStreamControl), 1u);
 }
 
 TEST(VideoPortUpdate, UpdateDoesAllThatStartDoes) {
     UpdateRig rig;
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     const PortSteps started = rig.Take();
     rig.driver->VideoPortActive = 0;
     rig.Update(kUpdate);
@@ -93,14 +95,16 @@ TEST(VideoPortUpdate, UpdateDoesAllThatStartDoes) {
 
 TEST(VideoPortUpdate, StopTurnsTheChipOffAndTheInterruptOn) {
     UpdateRig rig;
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     rig.Take();
-    rig.bus->registers[0x0008] = 0x1;
+    rig.bus->registers[t::IntEnable] = 0x1;
     rig.driver->VideoNeedSample = 0;
     rig.driver->VideoFailures = 9;
     EXPECT_EQ(rig.Update(kStop), 1u);
-    EXPECT_EQ(rig.Take(), (PortSteps{{0x18, 2}, {0x0008, 0x201}, {0x5900, 0}, {0x5800, 0}}));
+    EXPECT_EQ(rig.Take(), (PortSteps{{t::InFIFOSpace, 2},
+                                     {t::IntEnable, 0x201},
+                                     {t::VSStreamControl, 0},
+                                     {t::VSControl, 0}}));
     EXPECT_EQ(rig.driver->VideoPortActive, 0u);
     EXPECT_EQ(rig.driver->VideoNeedSample, 1u);
     EXPECT_EQ(rig.driver->VideoFailures, 0u);
@@ -122,8 +126,7 @@ TEST(VideoPortUpdate, AutoflipWithoutACountUsesOneSurface) {
     rig.info.dwVPFlags = 1;
     rig.autoflip = 0;
     rig.AddSurface(0x180000, 0x20);
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoSurfaceCount, 1u);
     EXPECT_EQ(rig.driver->VideoBase[0], rig.AddressOf(0x100000));
     EXPECT_EQ(rig.driver->VideoBase[1], 0u);
@@ -136,8 +139,7 @@ TEST(VideoPortUpdate, AutoflipTakesNoMoreThanThreeSurfaces) {
     for (const uint32_t offset : {0x180000u, 0x200000u, 0x280000u}) {
         rig.AddSurface(offset, 0);
     }
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoSurfaceCount, 3u);
     EXPECT_EQ(rig.driver->VideoBase[2], rig.AddressOf(0x200000));
     EXPECT_EQ(rig.driver->VideoFlags, 0x103u); // the word behind the bases
@@ -147,10 +149,9 @@ TEST(VideoPortUpdate, WithoutAFrontBufferTheFlagWordIsTheBufferNumber) {
     UpdateRig rig;
     rig.info.dwVPFlags = 0x11;
     rig.autoflip = 1;
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoCurrentBuffer, 0x11u);
-    EXPECT_EQ(rig.Register(kVSNextBuffer), 0x11u);
+    EXPECT_EQ(rig.Register(t::VSNextBuffer), 0x11u);
 }
 
 TEST(VideoPortUpdate, WithoutAutoflipTheAttachedChainIsWalked) {
@@ -162,13 +163,12 @@ TEST(VideoPortUpdate, WithoutAutoflipTheAttachedChainIsWalked) {
     UpdateRig::Attach(third, second, nodes[1]);
     UpdateRig::Attach(second, rig.surface, nodes[2]); // back to the first
     rig.autoflip = 1;                                 // of no account
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoSurfaceCount, 3u);
     EXPECT_EQ(rig.driver->VideoBase[1], rig.AddressOf(0x200000));
     EXPECT_EQ(rig.driver->VideoBase[2], rig.AddressOf(0x180000));
     EXPECT_EQ(rig.driver->VideoCurrentBuffer, 2u);
-    EXPECT_EQ(rig.Register(kVSStreamControl), 0x5u);
+    EXPECT_EQ(rig.Register(t::VSStreamControl), 0x5u);
 }
 
 TEST(VideoPortUpdate, TheChainMayEnd) {
@@ -177,8 +177,7 @@ TEST(VideoPortUpdate, TheChainMayEnd) {
     RigSurface& second = rig.AddSurface(0x180000, 0);
     ATTACHLIST node{};
     UpdateRig::Attach(rig.surface, second, node);
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoSurfaceCount, 2u);
     EXPECT_EQ(rig.driver->VideoBase[1], rig.AddressOf(0x180000));
     EXPECT_EQ(rig.driver->VideoCurrentBuffer, 0u);
@@ -205,9 +204,8 @@ TEST(VideoPortUpdate, TheControlWordFollowsConnectionAndPort) {
         rig.description.VideoPortType.dwPortWidth = c.width;
         rig.description.VideoPortType.dwFlags = c.connectFlags;
         rig.info.dwVPFlags = c.vpFlags;
-        rig.Begin();
-        rig.Update(kStart);
-        EXPECT_EQ(rig.Register(kVSControl), c.word) << c.type.Data1;
+        rig.BeginAndStart();
+        EXPECT_EQ(rig.Register(t::VSControl), c.word) << c.type.Data1;
     }
 }
 
@@ -220,14 +218,13 @@ TEST(VideoPortUpdate, TheStreamWordFollowsTheRequest) {
           Case{0x8, 0x801, 0x123}, Case{0x38, 0x981, 0x1E3}, Case{0x6, 0x001, 0x103}}) {
         UpdateRig rig;
         rig.info.dwVPFlags = c.vpFlags;
-        rig.Begin();
-        rig.Update(kStart);
-        EXPECT_EQ(rig.Register(kVSStreamControl), c.word) << c.vpFlags;
+        rig.BeginAndStart();
+        EXPECT_EQ(rig.Register(t::VSStreamControl), c.word) << c.vpFlags;
         EXPECT_EQ(rig.driver->VideoFlags, c.videoFlags) << c.vpFlags;
         // What was asked for once doesn't stay.
         rig.info.dwVPFlags = 0;
         rig.Update(kUpdate);
-        EXPECT_EQ(rig.Register(kVSStreamControl), 0x001u) << c.vpFlags;
+        EXPECT_EQ(rig.Register(t::VSStreamControl), 0x001u) << c.vpFlags;
         EXPECT_EQ(rig.driver->VideoFlags, 0x103u) << c.vpFlags;
     }
 }
@@ -246,9 +243,8 @@ TEST(VideoPortUpdate, PrescaleRatiosBecomeCodesPerAxis) {
         rig.info.dwVPFlags = 0x40;
         rig.info.dwPrescaleWidth = c.width;
         rig.info.dwPrescaleHeight = c.height;
-        rig.Begin();
-        rig.Update(kStart);
-        EXPECT_EQ(rig.Register(kVSStreamControl), c.word) << c.width << " " << c.height;
+        rig.BeginAndStart();
+        EXPECT_EQ(rig.Register(t::VSStreamControl), c.word) << c.width << " " << c.height;
     }
 }
 
@@ -257,18 +253,16 @@ TEST(VideoPortUpdate, APrescaleRatioOf3GivesCode0) {
     rig.info.dwVPFlags = 0x40;
     rig.info.dwPrescaleWidth = 240;
     rig.info.dwPrescaleHeight = 80;
-    rig.Begin();
-    rig.Update(kStart);
-    EXPECT_EQ(rig.Register(kVSStreamControl), 0x01u);
+    rig.BeginAndStart();
+    EXPECT_EQ(rig.Register(t::VSStreamControl), 0x01u);
 }
 
 TEST(VideoPortUpdate, PrescaleSizesCountOnlyWithTheirFlag) {
     UpdateRig rig;
     rig.info.dwPrescaleWidth = 360;
     rig.info.dwPrescaleHeight = 120;
-    rig.Begin();
-    rig.Update(kStart);
-    EXPECT_EQ(rig.Register(kVSStreamControl), 0x01u);
+    rig.BeginAndStart();
+    EXPECT_EQ(rig.Register(t::VSStreamControl), 0x01u);
 }
 
 TEST(VideoPortUpdate, MirroringUpDownMovesAllBasesByAPicture) {
@@ -276,12 +270,11 @@ TEST(VideoPortUpdate, MirroringUpDownMovesAllBasesByAPicture) {
     rig.info.dwVPFlags = 0x21;
     rig.autoflip = 2;
     rig.AddSurface(0x180000, 0x20);
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoBase[0], rig.AddressOf(0x100000 + 1440 * 240));
     EXPECT_EQ(rig.driver->VideoBase[1], rig.AddressOf(0x180000 + 1440 * 240));
     EXPECT_EQ(rig.driver->VideoBase[2], 1440u * 240);
-    EXPECT_EQ(rig.Register(kVSBase0), (0x100000u + 1440 * 240) / 8);
+    EXPECT_EQ(rig.Register(t::VSBufferBase0), (0x100000u + 1440 * 240) / 8);
 }
 
 TEST(VideoPortUpdate, APrescaledPictureMovesThemByItsOwnHeight) {
@@ -289,8 +282,7 @@ TEST(VideoPortUpdate, APrescaledPictureMovesThemByItsOwnHeight) {
     rig.info.dwVPFlags = 0x60;
     rig.info.dwPrescaleWidth = 720;
     rig.info.dwPrescaleHeight = 60;
-    rig.Begin();
-    rig.Update(kStart);
+    rig.BeginAndStart();
     EXPECT_EQ(rig.driver->VideoBase[0], rig.AddressOf(0x100000 + 1440 * 60));
     // A height that gives no code doesn't count.
     rig.info.dwPrescaleHeight = 80;
@@ -301,10 +293,9 @@ TEST(VideoPortUpdate, APrescaledPictureMovesThemByItsOwnHeight) {
 TEST(VideoPortUpdate, APortOf16BitsDoublesThePixelRange) {
     UpdateRig rig;
     rig.description.VideoPortType.dwPortWidth = 16;
-    rig.Begin();
-    rig.Update(kStart);
-    EXPECT_EQ(rig.Register(kVSStartPixel), 310u);
-    EXPECT_EQ(rig.Register(kVSEndPixel), 1750u); // (720 + 155) * 2
+    rig.BeginAndStart();
+    EXPECT_EQ(rig.Register(t::VSStartPixel), 310u);
+    EXPECT_EQ(rig.Register(t::VSEndPixel), 1750u); // (720 + 155) * 2
 }
 
 TEST(VideoPortUpdate, ASourceThatMarksItsPixelsHasTheWholeRange) {
@@ -313,10 +304,10 @@ TEST(VideoPortUpdate, ASourceThatMarksItsPixelsHasTheWholeRange) {
         rig.description.VideoPortType.dwFlags = 2;
         rig.description.VideoPortType.dwPortWidth = width;
         rig.Begin();
-        rig.bus->registers[kVSStartPixel] = 99;
+        rig.bus->registers[t::VSStartPixel] = 99;
         rig.Update(kStart);
-        EXPECT_EQ(rig.Register(kVSStartPixel), 0u);
-        EXPECT_EQ(rig.Register(kVSEndPixel), 2047u);
+        EXPECT_EQ(rig.Register(t::VSStartPixel), 0u);
+        EXPECT_EQ(rig.Register(t::VSEndPixel), 2047u);
     }
 }
 

@@ -7,20 +7,16 @@ namespace {
 
 using test::Rig;
 
-using test::kBuffer;
-using test::kLine;
-using test::kTimer;
-
 struct WatchdogRig : Rig {
     WatchdogRig() {
         Ready();
         driver->VideoPortActive = 1;
-        bus->registers[kTimer] = 1000;
-        bus->registers[kLine] = 7;
-        bus->registers[kBuffer] = 2;
+        bus->registers[t::FreeRunningTimer] = 1000;
+        bus->registers[t::VSCurrentLine] = 7;
+        bus->registers[t::VSCurrentBuffer] = 2;
     }
     uint32_t Check(uint32_t sampleNow = 0) { return CheckVideoPortStatus(driver, sampleNow); }
-    void Pass(uint32_t ticks) { bus->registers[kTimer] += ticks; }
+    void Pass(uint32_t ticks) { bus->registers[t::FreeRunningTimer] += ticks; }
 };
 
 TEST(VideoWatchdog, SaysNothingOfAPortThatIsOff) {
@@ -54,7 +50,7 @@ TEST(VideoWatchdog, ASampleIsJudgedOnlyWhenItIsOldEnough) {
 }
 
 TEST(VideoWatchdog, ALineOrABufferThatMovedForgivesAllFailures) {
-    for (const uint32_t moved : {kLine, kBuffer}) {
+    for (const uint32_t moved : {t::VSCurrentLine, t::VSCurrentBuffer}) {
         WatchdogRig rig;
         rig.Check(1);
         rig.driver->VideoFailures = 50;
@@ -80,7 +76,7 @@ TEST(VideoWatchdog, The51stSampleWithoutProgressStopsThePort) {
 
 TEST(VideoWatchdog, TheAgeLimitWrapsWithTheTimer) {
     WatchdogRig rig;
-    rig.bus->registers[kTimer] = 0xFFFFFFF0;
+    rig.bus->registers[t::FreeRunningTimer] = 0xFFFFFFF0;
     rig.Check(1);
     rig.Pass(1); // 0xFFFFFFF1 is above the wrapped limit
     EXPECT_EQ(rig.Check(), 1u);
