@@ -1,8 +1,8 @@
 #pragma once
 // Recording of what reaches the board: the words of the stream, all events as text, or both; and
 // what `korv trace` wants to know.
-#include "board/events.h"
 #include "board/recorder.h"
+#include "stream/events.h"
 #include "tools/korv/base/files.h"
 
 #include <filesystem>
@@ -50,8 +50,8 @@ class Recording : public board::BusRecorder {
         OutputFile file;
         Recorder recorder;
     };
-    std::optional<Sink<board::RawWords>> words_;
-    std::optional<Sink<board::EventText>> events_;
+    std::optional<Sink<stream::RawWords>> words_;
+    std::optional<Sink<stream::EventText>> events_;
     std::unique_ptr<board::BusRecorder> trace_; // of a tool that traces this program
 };
 
