@@ -20,28 +20,6 @@ constexpr uint32_t kLongestHold = 0x10000;
 constexpr uint32_t kGroupMask = 0xF;
 constexpr const char* kRest = "rest";
 
-struct Token {
-    std::string_view text;
-    size_t column; // from 1
-};
-
-std::vector<Token> TokensOf(std::string_view line) {
-    constexpr std::string_view kBlanks = " \t\r";
-    constexpr std::string_view kMarks = "={},";
-    std::vector<Token> tokens;
-    line = line.substr(0, line.find(';'));
-    size_t at = line.find_first_not_of(kBlanks);
-    while (at < line.size()) {
-        size_t end = at + 1;
-        if (kMarks.find(line[at]) == std::string_view::npos) {
-            end = std::min(line.find_first_of(" \t\r={},", at), line.size());
-        }
-        tokens.push_back({line.substr(at, end - at), at + 1});
-        at = line.find_first_not_of(kBlanks, end);
-    }
-    return tokens;
-}
-
 // Up to eight hex digits without a prefix.
 std::optional<uint32_t> HexOf(std::string_view text) {
     uint32_t value{};
@@ -85,8 +63,10 @@ uint32_t TagOf(uint32_t offset) {
 // One line. Words are gathered first and sent when all of it has been understood.
 class Assembler::Statement {
   public:
-    Statement(Assembler& owner, std::vector<Token> tokens, size_t lineEnd)
-        : owner_(owner), tokens_(std::move(tokens)), lineEnd_(lineEnd), decoder_(owner.decoder_) {}
+    Statement(Assembler& owner, std::string_view line)
+        : owner_(owner), tokens_(TokensOf(line)),
+          lineEnd_(tokens_.empty() ? 1 : tokens_.back().column + tokens_.back().text.size()),
+          decoder_(owner.decoder_) {}
 
     void Run() {
         if (tokens_.empty()) {
@@ -112,6 +92,28 @@ class Assembler::Statement {
     }
 
   private:
+    struct Token {
+        std::string_view text;
+        size_t column; // from 1
+    };
+
+    static std::vector<Token> TokensOf(std::string_view line) {
+        constexpr std::string_view kBlanks = " \t\r";
+        constexpr std::string_view kMarks = "={},";
+        std::vector<Token> tokens;
+        line = line.substr(0, line.find(';'));
+        size_t at = line.find_first_not_of(kBlanks);
+        while (at < line.size()) {
+            size_t end = at + 1;
+            if (kMarks.find(line[at]) == std::string_view::npos) {
+                end = std::min(line.find_first_of(" \t\r={},", at), line.size());
+            }
+            tokens.push_back({line.substr(at, end - at), at + 1});
+            at = line.find_first_not_of(kBlanks, end);
+        }
+        return tokens;
+    }
+
     [[noreturn]] void Fail(const Token& token, const std::string& problem,
                            const std::string& given = {}, std::vector<std::string> names = {}) {
         throw AssembleError(owner_.line_, token.column, problem, given, std::move(names));
@@ -448,9 +450,7 @@ class Assembler::Statement {
 
 void Assembler::Line(std::string_view line) {
     ++line_;
-    std::vector<Token> tokens = TokensOf(line);
-    const size_t end = tokens.empty() ? 1 : tokens.back().column + tokens.back().text.size();
-    Statement(*this, std::move(tokens), end).Run();
+    Statement(*this, line).Run();
 }
 
 void Assembler::Access(char carrier, uint32_t offset, uint32_t value) {

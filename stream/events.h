@@ -21,6 +21,7 @@ class EventText : public board::BusRecorder {
     // `out` must outlive the recorder. Texture coordinates are explained where the chip is known.
     explicit EventText(std::ostream& out, std::optional<ChipModel> chip = {})
         : out_(out), explainer_(chip) {}
+    void SetChip(ChipModel chip) { explainer_.SetChip(chip); }
     void OnRead(uint32_t offset, uint32_t value) override;
     void OnWrite(uint32_t offset, uint32_t value) override;
     void OnFifoWord(uint32_t word) override;

@@ -37,6 +37,9 @@ class Explainer {
   public:
     explicit Explainer(std::optional<ChipModel> chip = {}) { reading_.chip = chip; }
 
+    // The chip has become known.
+    void SetChip(ChipModel chip) { reading_.chip = chip; }
+
     // Adds the meaning of the next word of the stream.
     //   tag words:  "FogMode", "Color x64", "{dXSub, dY, Count}"
     //   data words: "Render Primitive=Trapezoid Fog=1", "dXDom = 0.5", "FBWindowBase = 0x9600

@@ -30,6 +30,9 @@ class Recording : public board::BusRecorder {
     Recording(const Recording&) = delete;
     Recording& operator=(const Recording&) = delete;
 
+    // The board that is recorded has the device of this number: event text is explained for its
+    // chip.
+    void SetDevice(uint32_t deviceId);
     bool Wanted() const { return words_ || events_ || trace_; }
     // All is written, but not in place yet. UserError if it cannot be.
     void Close();

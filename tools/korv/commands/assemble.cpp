@@ -38,7 +38,8 @@ std::optional<ChipModel> ModelOf(const std::string& chip) {
 }
 
 [[noreturn]] void Refuse(const std::string& input, const stream::AssembleError& error) {
-    std::string line = fmt::format("{}:{}:{}: {}", input, error.line, error.column, error.what());
+    std::string line = fmt::format("{}:{}:{}: {}", input == "-" ? "standard input" : input,
+                                   error.line, error.column, error.what());
     if (!error.given.empty() && !error.candidates.empty()) {
         line += fmt::format(": the nearest is '{}'", Nearest(error.given, error.candidates));
     }
@@ -63,13 +64,15 @@ void Assemble(const AssembleArguments& arguments, Console& console) {
         Refuse(arguments.input, error);
     }
     file.Commit();
-    const std::string accesses = Count(assembler.Accesses(), "register event");
-    fmt::print(console.Report(), "{}: {}{}{}\n", Printable(arguments.output),
-               Count(assembler.Words(), "word"),
-               assembler.Accesses() == 0 ? ""
-               : toWords ? fmt::format("; {} left out, which are no words", accesses)
-                         : fmt::format(", {}", accesses),
-               assembler.Unfinished() ? "; the last burst waits for data" : "");
+    std::string line = Count(assembler.Words(), "word");
+    if (assembler.Accesses() != 0) {
+        line += toWords ? fmt::format("; register events left out: {}", assembler.Accesses())
+                        : ", " + Count(assembler.Accesses(), "register event");
+    }
+    if (assembler.Unfinished()) {
+        line += "; the last burst waits for data";
+    }
+    fmt::print(console.Report(), "{}: {}\n", Printable(arguments.output), line);
 }
 
 void SetUpAssemble(CLI::App& command, Console& console) {
