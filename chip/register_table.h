@@ -9,20 +9,20 @@
 #include <span>
 
 // A part of the chip.
-enum class Unit : uint8_t {
+enum class ChipUnit : uint8_t {
 #define UNIT(unit, title, about) unit,
 #include "chip/registers.def"
 };
 
 struct UnitRow {
-    Unit unit;
+    ChipUnit unit;
     const char* name; // one word
     const char* title;
     const char* about;
 };
 
 inline constexpr UnitRow kUnits[] = {
-#define UNIT(unit, title, about) {Unit::unit, #unit, title, about},
+#define UNIT(unit, title, about) {ChipUnit::unit, #unit, title, about},
 #include "chip/registers.def"
 };
 
@@ -31,7 +31,7 @@ struct Register {
     const char* name;
     uint8_t devices; // bit ChipModel each
     Use use;
-    Unit unit;
+    ChipUnit unit;
     const Kind* kind;
     const char* about;
 
@@ -43,9 +43,9 @@ struct Register {
 // All of them, ascending by offset.
 inline constexpr Register kRegisters[] = {
 #define PORT(offset, name, devices, unit, kindName, about)                                         \
-    {offset, #name, on::devices, Use::Port, Unit::unit, &kind::kindName, about},
+    {offset, #name, on::devices, Use::Port, ChipUnit::unit, &kind::kindName, about},
 #define TAG(number, name, devices, use, unit, kindName, about)                                     \
-    {MappedOffset(number), #name, on::devices, Use::use, Unit::unit, &kind::kindName, about},
+    {MappedOffset(number), #name, on::devices, Use::use, ChipUnit::unit, &kind::kindName, about},
 #include "chip/registers.def"
 };
 

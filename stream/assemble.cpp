@@ -207,20 +207,27 @@ class Assembler::Statement {
         return offset;
     }
 
-    // Bytes from a register to the one that NAME+HEX means.
+    // Bytes from a register to the one that NAME+NUMBER means: registers of the vertex store count
+    // in decimal, places in the FIFO window in hex.
     uint32_t Distance(const Token& token, const Register& entry, std::string_view digits) {
-        const auto distance = HexOf(digits);
-        if (entry.use == Use::Vertex && distance && *distance <= kGroupMask) {
-            return *distance * 8;
+        if (entry.use == Use::Vertex) {
+            uint32_t number{};
+            const char* end = digits.data() + digits.size();
+            const auto [stop, error] = std::from_chars(digits.data(), end, number);
+            if (error == std::errc() && stop == end && number <= kGroupMask) {
+                return number * 8;
+            }
+            Fail(token, fmt::format("'{}': expected a register from +0 to +15", token.text));
         }
-        if (entry.offset == reg::FIFOWindow && distance && *distance < reg::FIFOPageBytes) {
-            return *distance;
+        if (entry.offset != reg::FIFOWindow) {
+            Fail(token,
+                 fmt::format("'{}': expected {} alone, which is no group", token.text, entry.name));
         }
-        Fail(token, fmt::format("'{}': expected {}", token.text,
-                                entry.use == Use::Vertex ? "a register from +0 to +F"
-                                : entry.offset == reg::FIFOWindow
-                                    ? "a place from +0 to +FFF"
-                                    : std::string(entry.name) + " alone, which is no group"));
+        const auto place = HexOf(digits);
+        if (!place || *place >= reg::FIFOPageBytes) {
+            Fail(token, fmt::format("'{}': expected a place from +0 to +FFF", token.text));
+        }
+        return *place;
     }
 
     uint32_t Value(const Kind& kind, uint32_t width, const std::string& of) {

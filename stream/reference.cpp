@@ -129,7 +129,7 @@ std::string Anchor(const char* title) {
     return "#" + anchor;
 }
 
-const UnitRow& RowOf(Unit unit) {
+const UnitRow& RowOf(ChipUnit unit) {
     return kUnits[static_cast<size_t>(unit)];
 }
 
@@ -287,10 +287,10 @@ void WriteVertexStore(std::ostream& out) {
     out << "\n| register of the group | holds | fixed | float | |\n|---|---|---|---|---|\n";
     for (uint32_t index = 0; index < 16; ++index) {
         if (const VertexRow* row = FindVertexRow(kVertexStoreFirst + index)) {
-            fmt::print(out, "| +{:X} | {} | {} | {} | {} |\n", index, row->name, row->kind->name,
+            fmt::print(out, "| +{} | {} | {} | {} | {} |\n", index, row->name, row->kind->name,
                        row->kind->form == Form::Fixed ? "Single" : row->kind->name, row->about);
         } else {
-            fmt::print(out, "| +{:X} | | | | unknown |\n", index);
+            fmt::print(out, "| +{} | | | | unknown |\n", index);
         }
     }
     out << '\n';
@@ -319,7 +319,7 @@ void WriteUnit(std::ostream& out, const UnitRow& unit) {
             WriteFields(out, entry);
         }
     }
-    if (unit.unit == Unit::Setup) {
+    if (unit.unit == ChipUnit::Setup) {
         WriteVertexStore(out);
     }
 }

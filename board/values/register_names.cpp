@@ -21,7 +21,7 @@ void AppendTagName(std::string& text, uint32_t tagNumber) {
     } else if (IsInVertexStore(tagNumber)) {
         text += NameOfTag(tagNumber & ~0xFu);
         text += '+';
-        AppendHex(text, tagNumber & 0xF);
+        text += std::to_string(tagNumber & 0xF);
     } else {
         text += "tag ";
         AppendHex(text, tagNumber, 3);

@@ -70,7 +70,7 @@ TEST(FixedText, IsNearestAndShortestForEveryFractionOf16Places) {
 
 TEST(FixedText, ReadsBackWhatItWrote) {
     std::mt19937 random(1);
-    for (int i = 0; i < 200000; ++i) {
+    for (int i = 0; i < 50000; ++i) {
         const uint32_t bits = random() >> (random() % 32);
         const uint32_t places = random() % 33;
         ASSERT_EQ(ParseFixed(Fixed(bits, places), places), bits) << Fixed(bits, places);
@@ -181,7 +181,7 @@ TEST(ValueText, RefusesWhatIsOutOfRangeOrNoValue) {
 TEST(ValueText, ReadsBackWhatItWroteForEveryRegisterAndField) {
     std::mt19937 random(7);
     const auto check = [&](const std::string& name, const Kind& kind, uint32_t width) {
-        for (int i = 0; i < 200; ++i) {
+        for (int i = 0; i < 50; ++i) {
             const uint32_t bits =
                 random() >> (random() % 32) & (width == 32 ? ~0u : (1u << width) - 1);
             for (const auto chip : {std::optional<ChipModel>(), std::optional(ChipModel::TX)}) {
