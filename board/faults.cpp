@@ -1,6 +1,6 @@
 #include "board/faults.h"
 
-#include "board/explain.h"
+#include "board/values/register_names.h"
 
 #include <fmt/format.h>
 
@@ -26,12 +26,12 @@ std::string Faults::Describe() const {
     count(malformedWords, "malformed tag words");
     for (const auto& [number, times] : unknownRegisters) {
         text += fmt::format("{} writes to unknown {}\n", times,
-                            number > kTagMask ? OffsetText(number) : TagText(number));
+                            number > kTagMask ? OffsetName(number) : TagName(number));
     }
     for (const auto& [number, of] : unwaited) {
         const bool mapped = number > kTagMask;
         text += fmt::format("{} writes to {} without waiting for FIFO space, the first as {} {}\n",
-                            of.entries, mapped ? OffsetText(number) : TagText(number),
+                            of.entries, mapped ? OffsetName(number) : TagName(number),
                             mapped ? "mapped write" : "FIFO word", of.firstPlace);
     }
     for (const auto& [unit, times] : unmodelled) {

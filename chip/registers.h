@@ -1,5 +1,6 @@
 #pragma once
-// The chip's registers and the bit fields of their words, from the one table in registers.def.
+// The chip's registers and the bit fields of their words by name, from the one table in
+// registers.def. What else the table says of them is in register_table.h.
 #include "chip/devices.h"
 
 #include <cstdint>
@@ -30,30 +31,6 @@ enum class Use : uint8_t {
     Vertex,      // 16 registers of the vertex store: each drawing instruction loads it anew
 };
 
-// How a register's word, or a field of it, is to be read.
-enum class Form : uint8_t {
-    Bits,         // nothing known
-    Fields,       // a mode word, by its fields
-    Unknown,      // bits that the driver sets or clears, and nothing more is known of
-    Flag,         // one bit
-    Code,         // a choice
-    Number,       // unsigned
-    Signed,       // two's complement in the field's width
-    Log2,         // the logarithm of a size
-    Product,      // partial product of a pitch: code c stands for 2^(c+4), 0 for nothing
-    Address,      // on the bus, in bytes
-    Point,        // X in bits 0-15, Y in bits 16-31, signed
-    Limits,       // first in bits 0-15, end in bits 16-31, signed
-    Colour,       // 8 bits a channel
-    Fraction,     // the fraction below a register of whole numbers, from bit 31 down
-    Fixed15,      // signed fixed point with so many fraction bits
-    Fixed16,      // so too
-    Fixed22,      // so too
-    Texel,        // fixed point whose fraction bits depend on chip and mode
-    VertexFixed,  // 16 registers in fixed point, each quantity in its own
-    VertexSingle, // the same in IEEE singles
-};
-
 // The mapped registers begin here: writing at 0x8000 + tag * 8 is the same as sending (tag, data).
 inline constexpr uint32_t kMappedRegisters = 0x8000;
 
@@ -63,17 +40,13 @@ constexpr uint32_t MappedOffset(uint32_t tagNumber) {
 
 // Registers by tag: tag::Render.
 namespace tag {
-#define PORT(offset, name, devices, form)
-#define TAG(number, name, devices, use, form) inline constexpr uint32_t name = number;
-#define FIELD(owner, name, low, width, form)
+#define TAG(number, name, ...) inline constexpr uint32_t name = number;
 #include "chip/registers.def"
 } // namespace tag
 
 // Registers of the aperture alone by byte offset: reg::IntFlags. All accesses are 32-bit.
 namespace reg {
-#define PORT(offset, name, devices, form) inline constexpr uint32_t name = offset;
-#define TAG(number, name, devices, use, form)
-#define FIELD(owner, name, low, width, form)
+#define PORT(offset, name, ...) inline constexpr uint32_t name = offset;
 #include "chip/registers.def"
 
 inline constexpr uint32_t MappedRegisters = kMappedRegisters;
@@ -93,43 +66,6 @@ inline constexpr uint32_t VSBufferBase[3] = {VSBufferBase0, VSBufferBase1, VSBuf
 inline constexpr uint32_t ApertureBytes = MappedRegisters + 0x400 * 8;
 } // namespace reg
 
-struct Register {
-    uint16_t offset; // in the aperture, bytes
-    const char* name;
-    uint8_t devices; // bit ChipModel each
-    Use use;
-    Form form;
-
-    constexpr bool HasTag() const { return offset >= kMappedRegisters; }
-    constexpr uint32_t Tag() const { return (offset - kMappedRegisters) / 8u; }
-    constexpr bool IsOn(ChipModel model) const { return (devices & on::Bit(model)) != 0; }
-};
-
-// All of them, ascending by offset.
-inline constexpr Register kRegisters[] = {
-#define PORT(offset, name, devices, form) {offset, #name, on::devices, Use::Port, Form::form},
-#define TAG(number, name, devices, use, form)                                                      \
-    {MappedOffset(number), #name, on::devices, Use::use, Form::form},
-#define FIELD(owner, name, low, width, form)
-#include "chip/registers.def"
-};
-
-// The register at a byte offset of the aperture, or null. Of a group of 16 only its first is one.
-constexpr const Register* FindRegister(uint32_t offset) {
-    for (const Register& entry : kRegisters) {
-        if (entry.offset == offset) {
-            return &entry;
-        }
-    }
-    return nullptr;
-}
-
-// Name of a register by tag, or null where the vocabulary has none.
-constexpr const char* NameOfTag(uint32_t tagNumber) {
-    const Register* entry = FindRegister(MappedOffset(tagNumber));
-    return entry != nullptr ? entry->name : nullptr;
-}
-
 // The vertex store: six groups of 16 registers.
 inline constexpr uint32_t kVertexStoreFirst = tag::V0Fixed;
 inline constexpr uint32_t kVertexStoreEnd = tag::V2Float + 16;
@@ -139,8 +75,6 @@ struct Field {
     uint16_t offset; // of the register
     uint8_t low;     // lowest bit
     uint8_t width;   // bits
-    const char* name;
-    Form form;
 
     constexpr uint32_t Tag() const { return (offset - kMappedRegisters) / 8u; }
     constexpr uint32_t Mask() const { return ((1u << width) - 1u) << low; }
@@ -154,25 +88,14 @@ struct Field {
 // field::Register_Name, for instance field::DepthMode_Compare.
 namespace field {
 namespace place {
-#define PORT(offset, name, devices, form) inline constexpr uint16_t name = offset;
-#define TAG(number, name, devices, use, form) inline constexpr uint16_t name = MappedOffset(number);
-#define FIELD(owner, name, low, width, form)
+#define PORT(offset, name, ...) inline constexpr uint16_t name = offset;
+#define TAG(number, name, ...) inline constexpr uint16_t name = MappedOffset(number);
 #include "chip/registers.def"
 } // namespace place
-#define PORT(offset, name, devices, form)
-#define TAG(number, name, devices, use, form)
-#define FIELD(owner, name, low, width, form)                                                       \
-    inline constexpr Field owner##_##name{place::owner, low, width, #name, Form::form};
+#define FIELD(owner, name, low, width, ...)                                                        \
+    inline constexpr Field owner##_##name{place::owner, low, width};
 #include "chip/registers.def"
 } // namespace field
-
-// All fields, grouped by register.
-inline constexpr Field kFields[] = {
-#define PORT(offset, name, devices, form)
-#define TAG(number, name, devices, use, form)
-#define FIELD(owner, name, low, width, form) field::owner##_##name,
-#include "chip/registers.def"
-};
 
 // Replaces a field of a word by the low bits of `value`.
 constexpr void PutField(uint32_t& word, const Field& field, uint32_t value) {

@@ -21,7 +21,7 @@ void StoreTextureData(const DeviceRow& chip, RegisterFile& registers, Memories& 
 void TransferLookupTable(const DeviceRow& chip, const RegisterFile& registers,
                          const Memories& memories, const HostMemory& host, LookupTable& table,
                          FaultCounts& faults) {
-    if (registers.Get(field::TexelLUTTransfer_FromMemory) == 0) {
+    if (registers.Get(field::TexelLUTTransfer_Load) == 0) {
         return;
     }
     const uint64_t place = uint64_t{registers[tag::TexelLUTAddress]} * sizeof(uint32_t);

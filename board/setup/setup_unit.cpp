@@ -1,6 +1,6 @@
 #include "board/setup/setup_unit.h"
 
-#include "board/values/tag_text.h"
+#include "board/values/register_names.h"
 
 #include <algorithm>
 #include <array>
@@ -45,7 +45,7 @@ void SetupUnit::Write(RegisterWrite write, RegisterFile& registers, FaultCounts&
     if (write.tag == tag::AStart) {
         store_.SetAlpha(write.data);
     } else if (!store_.Write(write, registers.Get(field::DeltaMode_ColorOrder) != 0)) {
-        ++faults.unmodelled[TagText(write.tag)];
+        ++faults.unmodelled[TagName(write.tag)];
     }
     if (write.tag != tag::AStart && !VertexStore::HoldsAlpha(write.tag)) {
         return;

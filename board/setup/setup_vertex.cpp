@@ -1,6 +1,7 @@
 #include "board/setup/setup_vertex.h"
 
 #include "board/values/fixed.h"
+#include "chip/register_table.h"
 
 #include <fmt/format.h>
 
@@ -15,8 +16,8 @@ namespace {
 constexpr uint32_t kAlwaysSet = field::DeltaMode_Unknown11.Mask();
 constexpr uint32_t KnownBits() {
     uint32_t bits = kAlwaysSet;
-    for (const Field& field : kFields) {
-        if (field.offset == MappedOffset(tag::DeltaMode) && field.form != Form::Unknown) {
+    for (const FieldRow& field : kFields) {
+        if (field.offset == MappedOffset(tag::DeltaMode) && field.kind != &kind::Unknown) {
             bits |= field.Mask();
         }
     }

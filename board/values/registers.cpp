@@ -1,5 +1,7 @@
 #include "board/values/registers.h"
 
+#include "chip/register_table.h"
+
 namespace board {
 
 namespace {

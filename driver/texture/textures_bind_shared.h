@@ -12,7 +12,7 @@
 inline constexpr uint32_t kBindBytes = 512;
 
 // TexelLUTTransfer: take the palette from memory at TexelLUTAddress.
-inline constexpr uint32_t kLoadPalette = field::TexelLUTTransfer_FromMemory.Mask();
+inline constexpr uint32_t kLoadPalette = field::TexelLUTTransfer_Load.Mask();
 
 // Loads an 8-bit palette behind its texture and sets LUTAddress of `record`.
 using PaletteDownload = void (*)(DriverData* driver, PrivateSurfaceData* record, D3DContext* ctx,

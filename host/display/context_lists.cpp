@@ -1,6 +1,6 @@
 #include "host/display/context_lists.h"
 
-#include "chip/registers.h"
+#include "chip/register_table.h"
 #include "host/display/known_device.h"
 
 namespace host {

@@ -1,3 +1,4 @@
+#include "chip/register_table.h"
 #include "driver/core/tags.h"
 #include "driver/heap/linalloc.h"
 #include "driver/services/context.h"

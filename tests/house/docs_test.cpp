@@ -31,8 +31,9 @@ TEST(Documents, NameFilesThatExist) {
     size_t named = 0;
     for (const auto& entry : std::filesystem::directory_iterator(kProject / "docs")) {
         for (const std::string& name :
-             Matches(TextOf(entry.path()), "`((?:chip|driver|board|host|tools|tests|scenes|scripts|"
-                                           "packaging|bench)/[A-Za-z0-9_./-]*)`")) {
+             Matches(TextOf(entry.path()),
+                     "`((?:chip|driver|board|stream|host|tools|tests|scenes|scripts|"
+                     "packaging|bench)/[A-Za-z0-9_./-]*)`")) {
             // A name in capitals stands for any.
             if (std::regex_search(name, std::regex("/[A-Z]+\\."))) {
                 continue;

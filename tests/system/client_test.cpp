@@ -1,5 +1,6 @@
 // A client of the exported services beside Direct3D and the screen's own drawing: whoever draws
 // when, each one's picture and each one's registers are as if it had the chip alone.
+#include "chip/register_table.h"
 #include "driver/core/tags.h"
 #include "host/display/machine.h"
 #include "host/inspect/unwaited.h"

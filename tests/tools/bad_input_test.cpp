@@ -29,7 +29,8 @@ struct Row {
 // "!" stands for: (try 'korv COMMAND --help').
 const Row kUsage[] = {
     {"", 2,
-     "no command given: expected one of demo, render, info, model, texture, replay, trace (try "
+     "no command given: expected one of demo, render, info, model, texture, assemble, replay, "
+     "trace (try "
      "'korv --help')"},
     {"paint", 2, "unknown command 'paint': the nearest is..."},
     {"rendre", 2, "unknown command 'rendre': the nearest is 'render' (try 'korv --help')"},
@@ -121,6 +122,10 @@ const Row kUsage[] = {
     {"render @/good.obj --chip permedia -o @/new.png --blend add", 2,
      "bad value 'add' for '--blend': expected modulate, decal, copy, decalalpha or "
      "modulatealpha !"},
+    {"assemble", 2, "'assemble' needs TEXT !"},
+    {"assemble t", 2, "'assemble' needs --output FILE !"},
+    {"assemble t -o w --form capture", 2,
+     "bad value 'capture' for '--form': expected words or events !"},
     {"replay", 2, "'replay' needs SCRIPT !"},
     {"replay a b", 2, "unexpected 'b' for 'replay' !"},
     {"replay a --dll", 2, "'--dll' needs a value !"},

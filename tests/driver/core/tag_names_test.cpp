@@ -1,5 +1,5 @@
 // The tests' own lists of registers against the one that driver and board share.
-#include "chip/registers.h"
+#include "chip/register_table.h"
 #include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>

@@ -1,67 +1,27 @@
 #include "tools/korv/base/files.h"
 
 #include "tools/korv/base/errors.h"
+#include "tools/korv/base/input_file.h"
 
 #include <fmt/format.h>
 
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
-#include <unistd.h>
-#include <utility>
-
 namespace korv {
-
-namespace {
-
-[[noreturn]] void FailToRead(const std::filesystem::path& path, const std::string& reason) {
-    throw UserError(fmt::format("cannot read '{}': {}", path.string(), reason));
-}
-
-// Open while it lives.
-class InputFile {
-  public:
-    explicit InputFile(const std::filesystem::path& path)
-        : descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY)) {}
-    ~InputFile() {
-        if (descriptor >= 0) {
-            close(descriptor);
-        }
-    }
-    InputFile(const InputFile&) = delete;
-    InputFile& operator=(const InputFile&) = delete;
-
-    const int descriptor;
-};
-
-} // namespace
 
 std::string ReadFile(const std::filesystem::path& path, size_t most) {
     constexpr size_t kPiece = size_t{1} << 16;
-    const InputFile file(path);
-    struct stat status {};
-    if (file.descriptor < 0 || fstat(file.descriptor, &status) != 0) {
-        FailToRead(path, std::strerror(errno));
-    }
-    if (S_ISDIR(status.st_mode)) {
-        FailToRead(path, "it is a folder");
-    }
-    NoteInput(path, status);
+    InputFile file(path);
     std::string bytes;
+    const struct stat& status = file.Status();
     if (S_ISREG(status.st_mode) && static_cast<uint64_t>(status.st_size) <= most) {
         bytes.reserve(static_cast<size_t>(status.st_size) + kPiece);
     }
     while (true) {
         const size_t before = bytes.size();
         bytes.resize(before + kPiece);
-        const ssize_t got = read(file.descriptor, bytes.data() + before, kPiece);
-        const int reason = errno;
-        bytes.resize(before + static_cast<size_t>(got > 0 ? got : 0));
+        const size_t got = file.Read(bytes.data() + before, kPiece);
+        bytes.resize(before + got);
         if (got == 0) {
             return bytes;
-        }
-        if (got < 0 && reason != EINTR) {
-            FailToRead(path, std::strerror(reason));
         }
         if (bytes.size() > most) {
             FailToRead(path, fmt::format("larger than {} MB", most >> 20));

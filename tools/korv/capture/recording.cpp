@@ -1,5 +1,6 @@
 #include "tools/korv/capture/recording.h"
 
+#include "chip/devices.h"
 #include "tools/korv/capture/trace_client.h"
 
 #include <set>
@@ -33,6 +34,13 @@ Recording::Recording(const RecordPaths& paths) : trace_(trace::NewTap()) {
     }
     if (!paths.events.empty()) {
         events_.emplace(paths.events);
+    }
+}
+
+void Recording::SetDevice(uint32_t deviceId) {
+    const DeviceRow* device = FindDevice(deviceId);
+    if (events_ && device != nullptr) {
+        events_->recorder.SetChip(device->model);
     }
 }
 

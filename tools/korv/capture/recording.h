@@ -1,8 +1,8 @@
 #pragma once
 // Recording of what reaches the board: the words of the stream, all events as text, or both; and
 // what `korv trace` wants to know.
-#include "board/events.h"
 #include "board/recorder.h"
+#include "stream/events.h"
 #include "tools/korv/base/files.h"
 
 #include <filesystem>
@@ -30,6 +30,9 @@ class Recording : public board::BusRecorder {
     Recording(const Recording&) = delete;
     Recording& operator=(const Recording&) = delete;
 
+    // The board that is recorded has the device of this number: event text is explained for its
+    // chip.
+    void SetDevice(uint32_t deviceId);
     bool Wanted() const { return words_ || events_ || trace_; }
     // All is written, but not in place yet. UserError if it cannot be.
     void Close();
@@ -50,8 +53,8 @@ class Recording : public board::BusRecorder {
         OutputFile file;
         Recorder recorder;
     };
-    std::optional<Sink<board::RawWords>> words_;
-    std::optional<Sink<board::EventText>> events_;
+    std::optional<Sink<stream::RawWords>> words_;
+    std::optional<Sink<stream::EventText>> events_;
     std::unique_ptr<board::BusRecorder> trace_; // of a tool that traces this program
 };
 

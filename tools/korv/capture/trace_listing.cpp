@@ -11,7 +11,7 @@ void Listing::WordsUpTo(uint32_t position) {
     for (uint32_t at = log_.read; at != position; ++at) {
         const uint32_t word = log_.words[at % WordLog::kCapacity];
         const uint8_t origin = log_.origins[at % WordLog::kCapacity];
-        board::EventText& text =
+        stream::EventText& text =
             streams_.try_emplace(origin >> WordLog::kStreamShift, out_).first->second;
         if ((origin & WordLog::kByDma) != 0) {
             text.OnDmaWord(word);

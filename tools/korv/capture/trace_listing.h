@@ -1,6 +1,6 @@
 #pragma once
 // The listing of a trace: event text of the words, with a comment line in front of each batch.
-#include "board/events.h"
+#include "stream/events.h"
 #include "tools/korv/capture/trace_objects.h"
 
 #include <map>
@@ -27,7 +27,7 @@ class Listing {
 
     WordLog& log_;
     std::ostream& out_;
-    std::map<uint32_t, board::EventText> streams_; // by board; each has its own place in a group
+    std::map<uint32_t, stream::EventText> streams_; // by board; each has its own place in a group
     uint32_t batches_ = 0, lost_ = 0;
     uint64_t words_ = 0;
 };

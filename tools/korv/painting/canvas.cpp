@@ -157,6 +157,7 @@ Canvas::Canvas(const ChipChoice& chip, const Settings& settings, Recording& reco
         throw UserError(
             fmt::format("the {} board has no mode for {}: {}", chip.name, mode, refused.what()));
     }
+    recording.SetDevice(chip.deviceId);
     if (recording.Wanted()) {
         display_->Board().SetRecorder(&recording);
     }

@@ -119,6 +119,7 @@ void Player::AddDisplay(const std::string& name, host::DisplayConfig config) {
     one.name = name;
     one.tap = std::make_unique<StepTap>(options_.displays > 1 ? options_.record.With(name)
                                                               : options_.record);
+    one.tap->recording.SetDevice(config.deviceId);
     one.display = std::make_unique<host::Display>(std::move(config));
     one.display->Board().SetRecorder(one.tap.get());
     displays_.emplace(name, std::move(one));

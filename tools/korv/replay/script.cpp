@@ -1,8 +1,8 @@
 #include "tools/korv/replay/script.h"
 
-#include "board/explain.h"
 #include "host/ddraw/results.h"
 #include "host/inspect/contexts.h"
+#include "stream/explain.h"
 #include "tools/korv/base/crash_note.h"
 #include "tools/korv/base/errors.h"
 
@@ -174,7 +174,7 @@ std::optional<std::string> WordDifference(const std::vector<uint32_t>& expected,
         return {};
     }
     const size_t at = std::ranges::mismatch(expected, got).in1 - expected.begin();
-    board::StreamExplainer explainer;
+    stream::Explainer explainer;
     const auto show = [&](const std::vector<uint32_t>& words) -> std::string {
         return at < words.size() ? fmt::format("{:08X}", words[at]) : "nothing";
     };

@@ -1,4 +1,5 @@
-#include "board/events.h"
+#include "board/values/register_names.h"
+#include "stream/events.h"
 #include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
@@ -27,34 +28,34 @@ void Play(board::Board& board) {
 TEST(Events, TextHasOneLineAnEvent) {
     rig::Rig r;
     std::ostringstream out;
-    board::EventText text(out);
+    stream::EventText text(out);
     r.board.SetRecorder(&text);
     Play(r.board);
     r.board.SetRecorder(nullptr);
     r.board.Read(reg::InFIFOSpace);
-    EXPECT_EQ(out.str(), "w 0028 00001000 DMAAddress\n"
-                         "w 0030 00000003 DMACount\n"
+    EXPECT_EQ(out.str(), "w 0028 00001000 DMAAddress ; 0x1000 bytes\n"
+                         "w 0030 00000003 DMACount ; 3 words\n"
                          "d 000100FE ; Color x2\n"
-                         "d 00000005 ; Color = 5\n"
-                         "d 00000006 ; Color = 6\n"
+                         "d 00000005 ; Color = #05000000\n"
+                         "d 00000006 ; Color = #06000000\n"
                          "r 0030 00000000 DMACount\n"
                          "f 00000134 ; DepthMode\n"
-                         "f 00000033 ; DepthMode = 33 Enable=1 WriteEnable=1 Compare=3\n"
-                         "f 000C8000 ; group 000 mask 000C: StartXSub, dXSub\n"
-                         "f 00000001 ; StartXSub = 1\n"
-                         "f 00020000 ; dXSub = 20000\n"
+                         "f 00000033 ; DepthMode Enable=1 WriteEnable=1 Compare=LessEqual\n"
+                         "f 000C8000 ; {StartXSub, dXSub}\n"
+                         "f 00000001 ; StartXSub = 0.00002\n"
+                         "f 00020000 ; dXSub = 2\n"
                          "f 00000249 ; V1Float+9\n"
-                         "f 3F800000 ; V1Float+9 = 3F800000\n"
+                         "f 3F800000 ; V1Float+9 = 1\n"
                          "w 8C40 00000000 Sync\n"
                          "w 5700 00000001 offset 5700\n"
                          "r 2004 00000000 FIFOWindow+4\n"
                          "f 00000400 ; malformed\n");
 }
 
-TEST(Events, AccessesTellTheFieldsThatAreNotZero) {
+TEST(Events, AccessesTellWhatTheirNumberDoesNot) {
     rig::Rig r;
     std::ostringstream out;
-    board::EventText text(out);
+    stream::EventText text(out);
     r.board.SetRecorder(&text);
     r.board.Write(reg::IntEnable, 0x11);
     r.board.Read(reg::IntEnable);
@@ -64,15 +65,15 @@ TEST(Events, AccessesTellTheFieldsThatAreNotZero) {
     EXPECT_EQ(out.str(), "w 0008 00000011 IntEnable ; DMA=1 Retrace=1\n"
                          "r 0008 00000011 IntEnable ; DMA=1 Retrace=1\n"
                          "w 0008 00000000 IntEnable\n"
-                         "w 89A0 00000033 DepthMode ; Enable=1 WriteEnable=1 Compare=3\n"
-                         "w 5900 000008A9 VSStreamControl ; Enable=1 ScaleX=1 ScaleY=1 MirrorX=1 "
+                         "w 89A0 00000033 DepthMode ; Enable=1 WriteEnable=1 Compare=LessEqual\n"
+                         "w 5900 000008A9 VSStreamControl ; Enable=1 ScaleX=2 ScaleY=2 MirrorX=1 "
                          "Interleave=1\n");
 }
 
 TEST(Events, RawFormIsTheStreamWordsLittleEndian) {
     rig::Rig r;
     std::ostringstream out;
-    board::RawWords raw(out);
+    stream::RawWords raw(out);
     r.board.SetRecorder(&raw);
     Play(r.board);
     r.board.SetRecorder(nullptr);
@@ -88,15 +89,15 @@ TEST(Events, RawFormIsTheStreamWordsLittleEndian) {
 }
 
 TEST(Events, ExplainerNamesWhatIsOutsideTheVocabulary) {
-    board::StreamExplainer explainer;
+    stream::Explainer explainer;
     EXPECT_EQ(explainer.Explain(0x3AB), "tag 3AB");
     EXPECT_TRUE(explainer.ExpectsData());
-    EXPECT_EQ(explainer.Explain(0xFF), "tag 3AB = FF");
+    EXPECT_EQ(explainer.Explain(0xFF), "tag 3AB = 0xFF");
     EXPECT_EQ(explainer.Explain(tag::Render), "Render");
-    EXPECT_EQ(explainer.Explain(0x16049), "Render = 16049 AreaStipple=1 FastFill=1 Primitive=1 "
+    EXPECT_EQ(explainer.Explain(0x16049), "Render AreaStipple=1 FastFill=1 Primitive=Trapezoid "
                                           "Texture=1 Fog=1 SubPixelCorrection=1");
-    EXPECT_EQ(board::OffsetText(0x2000), "FIFOWindow");
-    EXPECT_EQ(board::OffsetText(0x8C00), "FilterMode");
+    EXPECT_EQ(board::OffsetName(0x2000), "FIFOWindow");
+    EXPECT_EQ(board::OffsetName(0x8C00), "FilterMode");
 }
 
 } // namespace
