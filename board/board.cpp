@@ -35,6 +35,9 @@ void Board::WriteFifo(const uint32_t* words, size_t count) {
 }
 
 void Board::MapMemory(uint32_t busAddress, const void* memory, size_t bytes) {
+    if (parts_->monitor != nullptr) {
+        parts_->monitor->OnMapMemory(busAddress, static_cast<uint32_t>(bytes));
+    }
     parts_->host.Map(busAddress, memory, bytes);
 }
 

@@ -37,6 +37,8 @@ class BusMonitor : public BusRecorder {
     // The interrupt handler is called, or would be if there was one; it has returned.
     virtual void OnInterrupt() {}
     virtual void OnInterruptEnd() {}
+    // Memory of the machine can be read at a bus address.
+    virtual void OnMapMemory(uint32_t busAddress, uint32_t bytes) { (void)busAddress, (void)bytes; }
     virtual void OnTiming(const Timing& timing) { (void)timing; }
     // A source has been plugged in that sends like this; null: unplugged.
     virtual void OnVideoSource(const VideoSignal* signal) { (void)signal; }
