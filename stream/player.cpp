@@ -65,9 +65,13 @@ void Player::Differ(std::string what) {
     }
 }
 
-bool Player::Step(Event& event) {
+bool Player::Next(Event& event) {
     at_ = source_.At();
-    if (!source_.Next(event)) {
+    return source_.Next(event);
+}
+
+bool Player::Step(Event& event) {
+    if (!Next(event)) {
         return false;
     }
     Play(event);

@@ -19,7 +19,11 @@ class Player {
     Player(const Player&) = delete;
     Player& operator=(const Player&) = delete;
 
-    // Plays the next event: the board has done what it tells. False at the end. StreamError for one
+    // The next event, which Play() has yet to play. False at the end.
+    bool Next(Event& event);
+    // StreamError for one that no board does here.
+    void Play(const Event& event);
+    // Both: the board has done what it tells. False at the end. StreamError for one
     // that no board does here.
     bool Step(Event& event);
     // Plays up to a place. False if the stream ends before.
@@ -42,7 +46,6 @@ class Player {
   private:
     class RecordedVideo;
 
-    void Play(const Event& event);
     void PlayStore(const Event& event);
     void PlayDmaWord(const Event& event);
     void Differ(std::string what);
