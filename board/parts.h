@@ -74,15 +74,12 @@ struct Board::Parts {
     void LookAhead();
     // In bytes, as the registers say.
     uint32_t ScreenBase() const;
-    void TellTicks(uint64_t ticks) {
-        if (monitor != nullptr) {
-            monitor->OnTicks(ticks);
-        }
-    }
     // One unit of time.
     void Tick() {
         MoveClock(config.timing.microsecondsPerTick);
-        TellTicks(1);
+        if (monitor != nullptr) {
+            monitor->OnTick();
+        }
         TickUnits();
     }
     // The FIFO, the DMA engine or the interrupt line has something to do.

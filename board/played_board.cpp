@@ -2,18 +2,14 @@
 
 #include "board/parts.h"
 
-#include <algorithm>
-
 namespace board {
 
 PlayedBoard::PlayedBoard(const Config& config, const LentMemories& memories)
     : Board(config, Pace::Played, memories) {}
 
-void PlayedBoard::PlayTicks(uint64_t ticks) {
-    while (ticks != 0) {
-        const auto part = static_cast<uint32_t>(std::min<uint64_t>(ticks, Parts::kUnlimited));
-        Units().Idle(part);
-        ticks -= part;
+void PlayedBoard::PlayTicks(uint32_t ticks) {
+    for (; ticks != 0; --ticks) {
+        Units().Tick();
     }
 }
 

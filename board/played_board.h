@@ -12,7 +12,7 @@ class PlayedBoard final : public Board {
   public:
     explicit PlayedBoard(const Config& config, const LentMemories& memories = {});
 
-    void PlayTicks(uint64_t ticks);
+    void PlayTicks(uint32_t ticks);
     void PlayClock(uint64_t microseconds);
     void PlayUnits();
     // Accesses. The tick of each has been played.

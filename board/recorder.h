@@ -26,8 +26,8 @@ class BusMonitor : public BusRecorder {
     // The processor's side has had its turn, and the board acts next: what the former stored into
     // the memories is there.
     virtual void BeforeActing() {}
-    // Ticks have begun: the clock has moved on by them. What else they do follows.
-    virtual void OnTicks(uint64_t ticks) { (void)ticks; }
+    // A tick has begun: the clock has moved on by it. What else it does follows.
+    virtual void OnTick() {}
     // The clock has moved on by so many microseconds, and nothing with it.
     virtual void OnClock(uint64_t microseconds) { (void)microseconds; }
     // The units take a tick without the clock.

@@ -54,8 +54,7 @@ void Board::Parts::Idle(uint32_t ticks) {
     while (ticks != 0) {
         const uint32_t quiet = QuietTicks(ticks);
         if (quiet != 0) {
-            MoveClock(uint64_t{quiet} * config.timing.microsecondsPerTick);
-            TellTicks(quiet);
+            MoveClockAlone(uint64_t{quiet} * config.timing.microsecondsPerTick);
             ticks -= quiet;
         } else {
             Tick();

@@ -231,7 +231,8 @@ void CaptureReader::Decode(uint8_t code, Event& event) {
     case Op::Ticks:
     case Op::Clock:
         event.kind = static_cast<Op>(code) == Op::Ticks ? EventKind::Ticks : EventKind::Clock;
-        event.value = bytes_.Number(format::kMostTime);
+        event.value = bytes_.Number(event.kind == EventKind::Ticks ? format::kMostTicks
+                                                                   : format::kMostMicroseconds);
         break;
     case Op::Units:
         event.kind = EventKind::Units;

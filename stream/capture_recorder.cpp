@@ -6,6 +6,7 @@
 #include "stream/format.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace stream {
 
@@ -169,16 +170,30 @@ void CaptureRecorder::Flush() {
     }
 }
 
+void CaptureRecorder::PutTime(EventKind kind, uint64_t amount) {
+    const uint32_t limit =
+        kind == EventKind::Ticks ? format::kMostTicks : format::kMostMicroseconds;
+    while (amount != 0) {
+        Event event;
+        event.kind = kind;
+        event.value = static_cast<uint32_t>(std::min<uint64_t>(amount, limit));
+        writer_.Put(event);
+        amount -= event.value;
+    }
+}
+
 void CaptureRecorder::PutTicks(uint64_t ticks) {
     Flush();
+    PutTime(EventKind::Clock, std::exchange(microseconds_, 0));
     ticks_ -= ticks;
-    while (ticks != 0) {
-        Event event;
-        event.kind = EventKind::Ticks;
-        event.value = static_cast<uint32_t>(std::min<uint64_t>(ticks, format::kMostTime));
-        Emit(event);
-        ticks -= event.value;
+    PutTime(EventKind::Ticks, ticks);
+}
+
+void CaptureRecorder::OnTick() {
+    if (microseconds_ != 0) {
+        PutTicks(0);
     }
+    ++ticks_;
 }
 
 // The access that comes next has made the latest tick, unless that is written already. True if so.
@@ -200,14 +215,10 @@ void CaptureRecorder::Put(EventKind kind) {
 }
 
 void CaptureRecorder::OnClock(uint64_t microseconds) {
-    PutTicks(ticks_);
-    while (microseconds != 0) {
-        Event event;
-        event.kind = EventKind::Clock;
-        event.value = static_cast<uint32_t>(std::min<uint64_t>(microseconds, format::kMostTime));
-        Emit(event);
-        microseconds -= event.value;
+    if (ticks_ != 0) {
+        PutTicks(ticks_);
     }
+    microseconds_ += microseconds;
 }
 
 void CaptureRecorder::OnUnits() {
@@ -304,7 +315,7 @@ void CaptureRecorder::OnVideoSource(const board::VideoSignal* signal) {
 }
 
 void CaptureRecorder::OnVideoLine(uint64_t field, uint32_t line, std::span<const uint16_t> pixels) {
-    if (ticks_ != 0) {
+    if (ticks_ != 0 || microseconds_ != 0) {
         PutTicks(ticks_);
     }
     Event event;

@@ -41,7 +41,7 @@ class CaptureRecorder final : public board::BusMonitor {
     const Position& At() const { return writer_.At(); }
 
     void BeforeActing() override;
-    void OnTicks(uint64_t ticks) override { ticks_ += ticks; }
+    void OnTick() override;
     void OnClock(uint64_t microseconds) override;
     void OnUnits() override;
     void OnRead(uint32_t offset, uint32_t value) override;
@@ -65,6 +65,8 @@ class CaptureRecorder final : public board::BusMonitor {
     void Emit(const Event& event);
     void Emit(const Mark& mark);
     void Flush();
+    void PutTime(EventKind kind, uint64_t amount);
+    // Of the ticks that wait, the first so many; the clock before them.
     void PutTicks(uint64_t ticks);
     void Put(EventKind kind);
     bool TakeTick();
@@ -76,9 +78,11 @@ class CaptureRecorder final : public board::BusMonitor {
     CaptureWriter writer_;
     std::function<void()> findStores_;
     std::optional<Event> waiting_; // an access under way, until the next event
-    uint64_t ticks_ = 0;           // that have passed and are not written yet
-    uint32_t dmaRegister_ = 0;     // DMAAddress
-    uint32_t dmaAddress_ = 0;      // of the next word
+    // Time that has passed and is not written yet: by the clock alone, then in ticks.
+    uint64_t microseconds_ = 0;
+    uint64_t ticks_ = 0;
+    uint32_t dmaRegister_ = 0; // DMAAddress
+    uint32_t dmaAddress_ = 0;  // of the next word
     bool inCall_ = false;
     bool fifoBatch_ = false;               // the call's words by FIFO have begun their batch
     std::map<uint32_t, OwnedWords> owned_; // by bus address of the first

@@ -125,6 +125,9 @@ void CaptureWriter::PutEvent(const Event& event) {
         break;
     case EventKind::Ticks:
     case EventKind::Clock:
+        if (event.kind == EventKind::Ticks && event.value > format::kMostTicks) {
+            throw StreamError("too many ticks in one event");
+        }
         WriteOp(chunk_, event.kind == EventKind::Ticks ? Op::Ticks : Op::Clock);
         chunk_.Number(event.value);
         break;

@@ -32,8 +32,9 @@ inline constexpr size_t kUsualChunkBytes = 256u << 10;
 inline constexpr uint32_t kMostMemoryBytes = 64u << 20;
 inline constexpr uint32_t kMostStoreBytes = 64u << 10;
 inline constexpr uint32_t kMostLinePixels = 1u << 16;
-// Of ticks or microseconds in an event.
-inline constexpr uint32_t kMostTime = 0xFFFFFFFF;
+// In an event.
+inline constexpr uint32_t kMostTicks = 1u << 20;
+inline constexpr uint32_t kMostMicroseconds = 0xFFFFFFFF;
 
 enum class Op : uint8_t {
     Read = 1,

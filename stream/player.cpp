@@ -121,9 +121,11 @@ void Player::Play(const Event& event) {
         board.PlayDmaFault();
         break;
     case EventKind::Ticks:
+        PassTime(uint64_t{event.value} * board.Configuration().timing.microsecondsPerTick);
         board.PlayTicks(event.value);
         break;
     case EventKind::Clock:
+        PassTime(event.value);
         board.PlayClock(event.value);
         break;
     case EventKind::Units:
@@ -163,6 +165,14 @@ void Player::Play(const Event& event) {
         throw StreamError("it starts in the middle, which cannot be played yet");
     case EventKind::Mark:
         break;
+    }
+}
+
+// A damaged capture must not keep the board counting lines of video for ever.
+void Player::PassTime(uint64_t microseconds) {
+    constexpr uint64_t kLongestSession = 1'000'000'000'000; // eleven days
+    if (microseconds > kLongestSession - std::min(board_->Microseconds(), kLongestSession)) {
+        throw StreamError("more time passes than a session may have, at " + TextOf(at_));
     }
 }
 

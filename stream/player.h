@@ -46,6 +46,7 @@ class Player {
   private:
     class RecordedVideo;
 
+    void PassTime(uint64_t microseconds);
     void PlayStore(const Event& event);
     void PlayDmaWord(const Event& event);
     void Differ(std::string what);
