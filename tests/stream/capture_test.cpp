@@ -1,9 +1,12 @@
 #include "stream/capture_reader.h"
 #include "stream/format.h"
+#include "stream/player.h"
 #include "tests/stream/session.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <fstream>
 
 namespace stream {
 namespace {
@@ -170,6 +173,35 @@ TEST(CaptureFile, LaterVersionsAreToldApart) {
     } catch (const StreamError& error) {
         EXPECT_STREQ(error.what(), "a capture of version 2: expected version 1");
     }
+}
+
+// Made by the first program that wrote captures; never to be made anew.
+TEST(CaptureFile, OfVersion1IsReadAndPlayed) {
+    std::ifstream in(KORV_PROJECT "/tests/stream/data/version-1.korv", std::ios::binary);
+    const auto source = OpenSource(in);
+    EXPECT_EQ(source->Board().chip, board::Chip::Permedia2);
+    Player player(*source);
+    Event event;
+    int checks = 0;
+    while (player.Step(event)) {
+        if (event.kind == EventKind::Mark && event.mark->Number("registers")) {
+            ++checks;
+            const Checksums here = ChecksumsOf(player.Board());
+            EXPECT_EQ(event.mark->Number("frameBuffer"), here.frameBuffer);
+            EXPECT_EQ(event.mark->Number("registers"), here.registers);
+        }
+        if (event.kind == EventKind::Mark && event.mark->kind == MarkKind::Call) {
+            EXPECT_EQ(event.mark->name, "Blt");
+            EXPECT_EQ(event.mark->Number("value"), -5);
+            EXPECT_EQ(*event.mark->Text("dest"), "screen");
+        }
+    }
+    EXPECT_EQ(checks, 12);
+    EXPECT_EQ(source->CutOff(), "");
+    EXPECT_EQ(source->At(), (Position{701, 344, 1, 27, 1, 10}));
+    EXPECT_EQ(ChecksumsOf(player.Board()), (Checksums{0xFCF000E9, 0, 0xFFA8F16A}));
+    EXPECT_EQ(player.Board().Microseconds(), 23112u);
+    EXPECT_EQ(player.DifferenceCount(), 0u);
 }
 
 TEST(CaptureFile, StartsAnywhereByItsIndex) {

@@ -35,11 +35,26 @@ void ExpectAllPlay(const TemporaryFolder& folder, int fewestChecks) {
     EXPECT_GE(captures, 1);
 }
 
+// The base of a buffer that is not there is where the frame buffer happens to lie from address 0:
+// another one in every run.
+std::string WithoutAddresses(const std::string& events) {
+    std::istringstream in(events);
+    std::string out;
+    for (std::string line; std::getline(in, line);) {
+        if (line.find("VSBufferBase") == std::string::npos) {
+            out += line + "\n";
+        }
+    }
+    return out;
+}
+
 std::map<std::string, std::string> Recorded(const TemporaryFolder& folder) {
     std::map<std::string, std::string> files;
     for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
         if (entry.path().extension() != ".korv") {
-            files[entry.path().filename().string()] = ReadAll(entry.path().string());
+            const std::string name = entry.path().filename().string();
+            const std::string bytes = ReadAll(entry.path().string());
+            files[name] = name.starts_with("events") ? WithoutAddresses(bytes) : bytes;
         }
     }
     return files;
