@@ -107,22 +107,30 @@ void Board::Parts::WriteAperture(uint32_t offset, uint32_t value) {
 }
 
 uint32_t Board::Read(uint32_t offset) {
+    parts_->TellActing();
     parts_->Tick();
     const uint32_t value = parts_->ReadAperture(offset);
     if (parts_->recorder != nullptr) {
         parts_->recorder->OnRead(offset, value);
+    }
+    if (parts_->monitor != nullptr) {
+        parts_->monitor->OnRead(offset, value);
     }
     parts_->Finish();
     return value;
 }
 
 void Board::Write(uint32_t offset, uint32_t value) {
+    parts_->TellActing();
     parts_->Tick();
     if (InFifoWindow(offset)) {
         parts_->WriteFifoWord(value);
     } else {
         if (parts_->recorder != nullptr) {
             parts_->recorder->OnWrite(offset, value);
+        }
+        if (parts_->monitor != nullptr) {
+            parts_->monitor->OnWrite(offset, value);
         }
         parts_->WriteAperture(offset, value);
     }

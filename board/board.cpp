@@ -6,13 +6,14 @@
 
 namespace board {
 
-Board::Parts::Parts(Board& board, const Config& configuration, Pace whatMoves)
+Board::Parts::Parts(Board& board, const Config& configuration, Pace whatMoves,
+                    const LentMemories& lent)
     : owner(board), pace(whatMoves),
       config(configuration), beam{config.refreshRate, config.linesTotal},
       commands(DeviceOf(config.chip), config.setupUnit, registers, memories, host, output, faults),
       dma(host), video(DeviceOf(config.chip), registers, memories, interrupts, faults) {
-    memories.frameBuffer.resize(config.frameBufferBytes);
-    memories.localBuffer.resize(config.localBufferBytes);
+    memories.frameBuffer.Init(config.frameBufferBytes, lent.frameBuffer);
+    memories.localBuffer.Init(config.localBufferBytes, lent.localBuffer);
     registers.SetAperture(reg::BlankEndGlint, config.linesBlank);
     registers.SetAperture(reg::BlankEndPermedia, config.linesBlank);
     nextFrameStart = beam.FrameStart(1);
@@ -20,18 +21,23 @@ Board::Parts::Parts(Board& board, const Config& configuration, Pace whatMoves)
     ApplyTiming();
 }
 
-Board::Board(const Config& config) : Board(config, Pace::Ticks) {}
+Board::Board(const Config& config, const LentMemories& memories)
+    : Board(config, Pace::Ticks, memories) {}
 
-Board::Board(const Config& config, Pace pace)
-    : parts_(std::make_unique<Parts>(*this, config, pace)) {}
+Board::Board(const Config& config, Pace pace, const LentMemories& memories)
+    : parts_(std::make_unique<Parts>(*this, config, pace, memories)) {}
 
 Board::~Board() = default;
 
 void Board::WriteFifo(const uint32_t* words, size_t count) {
+    parts_->TellActing();
     parts_->WriteFifo(words, count);
 }
 
 void Board::MapMemory(uint32_t busAddress, const void* memory, size_t bytes) {
+    if (parts_->monitor != nullptr) {
+        parts_->monitor->OnMapMemory(busAddress, static_cast<uint32_t>(bytes));
+    }
     parts_->host.Map(busAddress, memory, bytes);
 }
 
@@ -43,17 +49,26 @@ void Board::SetRecorder(BusRecorder* recorder) {
     parts_->recorder = recorder;
 }
 
+void Board::SetMonitor(BusMonitor* monitor) {
+    parts_->monitor = monitor;
+}
+
 void Board::SetVideoSource(VideoSource* source) {
-    parts_->video.Plug(source, parts_->clock);
+    parts_->TellActing();
+    parts_->source.Follow(source);
+    parts_->video.Plug(source != nullptr ? &parts_->source : nullptr, parts_->clock);
+    if (parts_->monitor != nullptr) {
+        parts_->monitor->OnVideoSource(parts_->video.Signal());
+    }
     parts_->LookAhead();
 }
 
 std::span<uint8_t> Board::FrameBuffer() {
-    return parts_->memories.frameBuffer;
+    return {parts_->memories.frameBuffer.data(), parts_->memories.frameBuffer.size()};
 }
 
 std::span<uint8_t> Board::LocalBuffer() {
-    return parts_->memories.localBuffer;
+    return {parts_->memories.localBuffer.data(), parts_->memories.localBuffer.size()};
 }
 
 uint32_t Board::ShownBase() const {
@@ -65,6 +80,10 @@ uint64_t Board::Microseconds() const {
 }
 
 void Board::SetTiming(const Timing& timing) {
+    parts_->TellActing();
+    if (parts_->monitor != nullptr) {
+        parts_->monitor->OnTiming(timing);
+    }
     parts_->config.timing = timing;
     parts_->ApplyTiming();
 }
@@ -75,6 +94,12 @@ const Config& Board::Configuration() const {
 
 Faults Board::FaultReport() const {
     return parts_->faults;
+}
+
+uint32_t Board::RegisterAt(uint32_t offset) const {
+    const RegisterFile& registers = parts_->registers;
+    return offset < reg::MappedRegisters ? registers.Aperture(offset)
+                                         : registers[(offset - reg::MappedRegisters) / 8];
 }
 
 EntryCounts Board::Entered() const {

@@ -12,6 +12,7 @@
 
 namespace board {
 
+class BusMonitor;
 class BusRecorder;
 class VideoSource;
 
@@ -20,7 +21,7 @@ class VideoSource;
 // then.
 class Board {
   public:
-    explicit Board(const Config& config);
+    explicit Board(const Config& config, const LentMemories& memories = {});
     virtual ~Board();
     Board(const Board&) = delete;
     Board& operator=(const Board&) = delete;
@@ -40,6 +41,8 @@ class Board {
     virtual void SetInterruptHandler(std::function<void()> handler);
     // Records all bus events until replaced; null for none. The recorder must outlive its use.
     virtual void SetRecorder(BusRecorder* recorder);
+    // The same for a monitor, which stands beside the recorder. Not on a board with threads.
+    void SetMonitor(BusMonitor* monitor);
     // Plugs a source into the video port, which the Permedia family has; null unplugs it. The
     // source must outlive its use.
     virtual void SetVideoSource(VideoSource* source);
@@ -63,12 +66,16 @@ class Board {
     const Config& Configuration() const;
     virtual Faults FaultReport() const;
     virtual EntryCounts Entered() const;
+    // What the register at a byte offset of the aperture holds, a multiple of 4 below the mapped
+    // registers and of 8 among them. No access: nothing moves. Not on a board with threads.
+    uint32_t RegisterAt(uint32_t offset) const;
 
   protected:
     // What moves entries through the FIFO, words through the DMA engine, and interrupts to their
-    // handler: the ticks of the accesses, or rounds that somebody else makes meanwhile.
-    enum class Pace { Ticks, Rounds };
-    Board(const Config& config, Pace pace);
+    // handler: the ticks of the accesses, rounds that somebody else makes meanwhile, or somebody
+    // who knows when each of them moved. Without Rounds, entries may execute as they arrive.
+    enum class Pace { Ticks, Rounds, Played };
+    Board(const Config& config, Pace pace, const LentMemories& memories = {});
 
     // A round would find something to do.
     bool HasWork() const;
@@ -77,8 +84,11 @@ class Board {
     void Round();
     virtual void CallHandler(const std::function<void()>& handler) { handler(); }
 
-  private:
     struct Parts;
+    Parts& Units() { return *parts_; }
+    const Parts& Units() const { return *parts_; }
+
+  private:
     std::unique_ptr<Parts> parts_;
 };
 

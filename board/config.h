@@ -3,6 +3,7 @@
 #include "chip/devices.h"
 
 #include <cstdint>
+#include <span>
 
 namespace board {
 
@@ -41,6 +42,12 @@ struct Config {
     uint32_t linesTotal = 525;         // scan lines per frame, blank included
     uint32_t linesBlank = 45;          // of them in vertical blank, counted from line 0
     Timing timing;
+};
+
+// Memory for the board to use instead of its own: zeroes, of the configuration's sizes, which
+// outlive the board. Empty: its own.
+struct LentMemories {
+    std::span<uint8_t> frameBuffer, localBuffer;
 };
 
 } // namespace board

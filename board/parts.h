@@ -18,13 +18,38 @@
 
 namespace board {
 
+// Tells a monitor what the source that is plugged in sends.
+class ToldSource final : public VideoSource {
+  public:
+    explicit ToldSource(BusMonitor* const& monitor) : monitor_(monitor) {}
+    void Follow(VideoSource* source) { source_ = source; }
+    VideoSignal Signal() const override { return source_->Signal(); }
+    void Line(uint64_t field, uint32_t line, std::vector<uint16_t>& pixels) override {
+        source_->Line(field, line, pixels);
+        if (monitor_ != nullptr) {
+            monitor_->OnVideoLine(field, line, pixels);
+        }
+    }
+
+  private:
+    BusMonitor* const& monitor_;
+    VideoSource* source_ = nullptr;
+};
+
 struct Board::Parts {
     static constexpr uint32_t kUnlimited = 0xFFFFFFFF;
     static constexpr uint32_t RateOr(uint32_t rate, uint32_t otherwise) {
         return rate != 0 ? rate : otherwise;
     }
 
-    Parts(Board& owner, const Config& config, Pace pace);
+    Parts(Board& owner, const Config& config, Pace pace, const LentMemories& memories);
+
+    // What every call from outside begins with, before anything moves.
+    void TellActing() {
+        if (monitor != nullptr) {
+            monitor->BeforeActing();
+        }
+    }
 
     // --- time (time.cpp) ---
 
@@ -33,6 +58,14 @@ struct Board::Parts {
         clock += microseconds;
         if (clock >= nextEvent) {
             FollowClock();
+        }
+    }
+    void MoveClockAlone(uint64_t microseconds) {
+        if (microseconds != 0) {
+            MoveClock(microseconds);
+            if (monitor != nullptr) {
+                monitor->OnClock(microseconds);
+            }
         }
     }
     // What happens at certain times whatever the processor does.
@@ -44,6 +77,9 @@ struct Board::Parts {
     // One unit of time.
     void Tick() {
         MoveClock(config.timing.microsecondsPerTick);
+        if (monitor != nullptr) {
+            monitor->OnTick();
+        }
         TickUnits();
     }
     // The FIFO, the DMA engine or the interrupt line has something to do.
@@ -54,8 +90,10 @@ struct Board::Parts {
     // What the units do in a tick.
     void TickUnits() {
         interrupts.Tick();
-        if (pace == Pace::Ticks) {
+        if (pace != Pace::Rounds) {
             Execute(RateOr(config.timing.fifoDrainPerTick, kUnlimited));
+        }
+        if (pace == Pace::Ticks) {
             MoveDmaWords(RateOr(config.timing.dmaWordsPerTick, kUnlimited));
         }
     }
@@ -71,6 +109,7 @@ struct Board::Parts {
         }
     }
     void AnswerInterrupts();
+    void TellInterruptEnd();
     // What every access ends with.
     void Finish() {
         if (pace == Pace::Ticks) {
@@ -81,7 +120,7 @@ struct Board::Parts {
     // --- stream (stream.cpp) ---
 
     // Entries execute as they arrive.
-    bool Immediate() const { return pace == Pace::Ticks && config.timing.PipelineAtOnce(); }
+    bool Immediate() const { return pace != Pace::Rounds && config.timing.PipelineAtOnce(); }
     // A tick of the pipeline: executes up to `entries` waiting entries, or goes on with what an
     // earlier one keeps it busy with.
     void Execute(uint32_t entries) {
@@ -144,6 +183,9 @@ struct Board::Parts {
         if (recorder != nullptr) {
             recorder->OnFifoWord(word);
         }
+        if (monitor != nullptr) {
+            monitor->OnFifoWord(word);
+        }
         ++fifoWords;
         if (decoder.ExpectsData()) {
             CountEntry(decoder.NextRegister(), false);
@@ -164,6 +206,9 @@ struct Board::Parts {
         }
     }
     void MoveWords(uint32_t words); // under way
+    void TakeDmaWord(uint32_t word);
+    void EndDmaEarly();
+    void EndDma() { interrupts.Raise(field::IntFlags_DMA); }
 
     // --- register aperture (aperture.cpp) ---
 
@@ -173,6 +218,8 @@ struct Board::Parts {
 
     Board& owner;
     const Pace pace;
+    BusRecorder* recorder = nullptr;
+    BusMonitor* monitor = nullptr;
     Config config;
     Beam beam;
     RegisterFile registers;
@@ -188,6 +235,7 @@ struct Board::Parts {
     DmaEngine dma;
     InterruptLine interrupts;
     VideoPort video;
+    ToldSource source{monitor};
     uint32_t errorFlags = 0;
     uint64_t fifoWords = 0;      // written by the processor
     uint64_t mappedWrites = 0;   // likewise
@@ -197,7 +245,6 @@ struct Board::Parts {
     uint64_t nextFrameStart = 0; // microseconds
     uint32_t shownBase = 0;      // bytes
     uint64_t nextEvent = 0;      // microseconds: a frame starts or a line of video
-    BusRecorder* recorder = nullptr;
     std::function<void()> handler;
     bool handlerRunning = false;
 };

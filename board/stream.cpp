@@ -56,17 +56,31 @@ void Board::Parts::MoveWords(uint32_t words) {
         }
         uint32_t word = 0;
         if (!dma.Next(word)) {
-            ++faults.badDmaAddresses;
+            EndDmaEarly();
             break;
         }
-        if (recorder != nullptr) {
-            recorder->OnDmaWord(word);
-        }
-        Decode(word);
+        TakeDmaWord(word);
     }
     if (!dma.Busy()) {
-        interrupts.Raise(field::IntFlags_DMA);
+        EndDma();
     }
+}
+
+void Board::Parts::TakeDmaWord(uint32_t word) {
+    if (recorder != nullptr) {
+        recorder->OnDmaWord(word);
+    }
+    if (monitor != nullptr) {
+        monitor->OnDmaWord(word);
+    }
+    Decode(word);
+}
+
+void Board::Parts::EndDmaEarly() {
+    if (monitor != nullptr) {
+        monitor->OnDmaFault();
+    }
+    ++faults.badDmaAddresses;
 }
 
 } // namespace board

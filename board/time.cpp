@@ -54,7 +54,7 @@ void Board::Parts::Idle(uint32_t ticks) {
     while (ticks != 0) {
         const uint32_t quiet = QuietTicks(ticks);
         if (quiet != 0) {
-            MoveClock(uint64_t{quiet} * config.timing.microsecondsPerTick);
+            MoveClockAlone(uint64_t{quiet} * config.timing.microsecondsPerTick);
             ticks -= quiet;
         } else {
             Tick();
@@ -64,10 +64,21 @@ void Board::Parts::Idle(uint32_t ticks) {
     }
 }
 
+void Board::Parts::TellInterruptEnd() {
+    if (monitor != nullptr) {
+        monitor->BeforeActing();
+        monitor->OnInterruptEnd();
+    }
+}
+
 void Board::Parts::AnswerInterrupts() {
     while (interrupts.Due() && !handlerRunning) {
         interrupts.Taken();
+        if (monitor != nullptr) {
+            monitor->OnInterrupt();
+        }
         if (!handler) {
+            TellInterruptEnd();
             continue;
         }
         // It may be replaced while it runs.
@@ -75,6 +86,7 @@ void Board::Parts::AnswerInterrupts() {
         handlerRunning = true;
         owner.CallHandler(call);
         handlerRunning = false;
+        TellInterruptEnd();
     }
 }
 
@@ -95,11 +107,13 @@ void Board::Round() {
 }
 
 void Board::Idle(uint32_t ticks) {
+    parts_->TellActing();
     parts_->Idle(ticks);
     parts_->Finish();
 }
 
 void Board::Advance(uint64_t microseconds) {
+    parts_->TellActing();
     // With a clock that stands still between accesses a microsecond counts as a tick.
     const uint32_t length = std::max(parts_->config.timing.microsecondsPerTick, 1u);
     for (uint64_t ticks = microseconds / length; ticks != 0;) {
@@ -108,18 +122,22 @@ void Board::Advance(uint64_t microseconds) {
         ticks -= part;
     }
     if (parts_->config.timing.microsecondsPerTick == 0) {
-        parts_->MoveClock(microseconds);
+        parts_->MoveClockAlone(microseconds);
     }
-    parts_->MoveClock(microseconds % length);
+    parts_->MoveClockAlone(microseconds % length);
     parts_->clockRemainder += microseconds % length;
     if (parts_->clockRemainder >= length) {
         parts_->clockRemainder -= length;
+        if (parts_->monitor != nullptr) {
+            parts_->monitor->OnUnits();
+        }
         parts_->TickUnits();
     }
     parts_->Finish();
 }
 
 void Board::Drain() {
+    parts_->TellActing();
     while (HasWork()) {
         if (parts_->pace == Pace::Rounds) {
             Round();

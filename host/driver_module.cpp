@@ -117,13 +117,15 @@ void LoadDriver() {
     }
 }
 
-DriverCall::DriverCall(const char* name) : saved_(TheDriverModule().BeforeCall()) {
+DriverCall::DriverCall(const char* name, const CallFields& fields)
+    : saved_((Tell(&Observer::OnCall, name, fields), TheDriverModule().BeforeCall())) {
     patience::BeginCall(name);
 }
 
 DriverCall::~DriverCall() {
     patience::EndCall();
     TheDriverModule().AfterCall(saved_);
+    Tell(&Observer::OnCallEnd);
     if (const auto& hook = TheState().afterCall) {
         hook();
     }

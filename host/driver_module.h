@@ -9,6 +9,8 @@
 //   into one. The last two are for the linked library alone and say so.
 #include "driver/core/chipbus.h"
 #include "driver/core/driverdata.h"
+#include "host/observe/call_fields.h"
+#include "host/observe/observer.h"
 
 #include <cstdint>
 #include <functional>
@@ -87,7 +89,7 @@ void LoadDriver();
 class DriverCall {
   public:
     // `name` is what people are told should the call never end.
-    explicit DriverCall(const char* name = "a call of the driver");
+    explicit DriverCall(const char* name = "a call of the driver", const CallFields& fields = {});
     ~DriverCall();
     DriverCall(const DriverCall&) = delete;
     DriverCall& operator=(const DriverCall&) = delete;
@@ -111,7 +113,8 @@ inline const char* RecordName(const std::type_info& record) {
 // Calls one of the driver's callbacks with its record; its answer.
 template <class Record>
 DWORD CallDriver(DWORD(KORV_STDCALL* callback)(Record*), Record* record) {
-    const DriverCall call(RecordName(typeid(Record)));
+    const DriverCall call(RecordName(typeid(Record)),
+                          Observed() ? FieldsOf(*record) : CallFields{});
     return callback(record);
 }
 

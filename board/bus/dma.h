@@ -13,6 +13,14 @@ class DmaEngine {
     // Starts a transfer of `words` words. A transfer still under way is lost.
     void Start(uint32_t busAddress, uint32_t words);
 
+    uint32_t Address() const { return address_; }
+    // Goes on behind the next word without fetching it.
+    void Pass() {
+        address_ += sizeof(uint32_t);
+        --wordsLeft_;
+    }
+    void Stop() { wordsLeft_ = 0; }
+
     bool Busy() const { return wordsLeft_ != 0; }
     uint32_t WordsLeft() const { return wordsLeft_; }
 

@@ -25,6 +25,8 @@ class VideoPort {
     // Plugs a source in at `now` (microseconds), or with null unplugs it. Its field and line at a
     // time are counted from power on, plugged in or not.
     void Plug(VideoSource* source, uint64_t now);
+    // How the source sends; null without one.
+    const VideoSignal* Signal() const { return source_ != nullptr ? &signal_ : nullptr; }
     // When the source's next line begins, in microseconds. kNever without a source.
     uint64_t NextLine() const { return nextLine_; }
     // Takes all lines that have begun by `now`.

@@ -2,6 +2,7 @@
 
 #include "driver/d3d/dcontext.h"
 #include "host/driver_module.h"
+#include "host/observe/observer.h"
 
 #include <algorithm>
 #include <bit>
@@ -37,6 +38,7 @@ Device3D::Device3D(DirectDraw& directDraw, Surface& target, Surface* zBuffer, ui
     Check("Direct3D context", data.ddrval);
     handle_ = data.dwhContext;
     live_ = true;
+    Tell(&Observer::OnContext, directDraw_.TheDisplay(), handle_, target, zBuffer);
 }
 
 Device3D::~Device3D() {
@@ -296,6 +298,7 @@ HRESULT Device3D::Destroy() {
     CallDriver(CallbacksOf(directDraw_).ContextDestroy, &data);
     live_ = false;
     inScene_ = false;
+    Tell(&Observer::OnContextGone, directDraw_.TheDisplay(), handle_);
     return data.ddrval;
 }
 

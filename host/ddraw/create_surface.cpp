@@ -2,6 +2,7 @@
 #include "host/ddraw/ddraw.h"
 #include "host/ddraw/runtime.h"
 #include "host/driver_module.h"
+#include "host/observe/observer.h"
 
 #include <algorithm>
 #include <cstring>
@@ -125,6 +126,7 @@ HRESULT DirectDraw::CreateSurface(const SurfaceRequest& wanted, Surface** out) {
     }
     *out = &root;
     for (auto& surface : list) {
+        Tell(&Observer::OnSurface, display_, *surface);
         surfaces_.push_back(std::move(surface));
     }
     return DD_OK;

@@ -2,6 +2,8 @@
 
 #include "host/ddraw/palette.h"
 #include "host/ddraw/runtime.h"
+#include "host/observe/observer.h"
+#include "host/observe/watched_memory.h"
 
 namespace host {
 
@@ -76,6 +78,7 @@ void DirectDraw::ChangeMode(uint32_t width, uint32_t height, uint32_t bits) {
     for (const auto& surface : surfaces_) {
         if (surface->HasVideoMemory() && surface->memory_ != Surface::Memory::Primary) {
             DestroyInDriver(*surface);
+            Tell(&Observer::OnSurfaceGone, display_, *surface);
             surface->block_.global.fpVidMem = 0;
             surface->local_.dwFlags |= DDRAWISURF_INVALID;
         }
@@ -89,6 +92,7 @@ void DirectDraw::ChangeMode(uint32_t width, uint32_t height, uint32_t bits) {
             global.lPitch = global_.vmiData.lDisplayPitch;
             global.wWidth = static_cast<WORD>(width);
             global.wHeight = static_cast<WORD>(height);
+            Tell(&Observer::OnSurface, display_, *surface);
         }
     }
 }
@@ -100,9 +104,21 @@ bool DirectDraw::EnableAgp(uint32_t bytes) {
     if ((misc.dwFlags & DDHAL_MISCCB32_UPDATENONLOCALHEAP) == 0) {
         return false;
     }
-    agpMemory_.assign(bytes, 0);
-    agp_.Reset(AddressOf(agpMemory_.data()), bytes);
-    display_.Board().MapMemory(kAgpBusAddress, agpMemory_.data(), bytes);
+    uint8_t* memory = nullptr;
+    const uint8_t* boardView = nullptr;
+    if (Observed()) {
+        watchedAgp_ = std::make_unique<WatchedMemory>(bytes);
+        memory = watchedAgp_->ProcessorView();
+        boardView = watchedAgp_->BoardView().data();
+    } else {
+        agpMemory_.assign(bytes, 0);
+        boardView = memory = agpMemory_.data();
+    }
+    agp_.Reset(AddressOf(memory), bytes);
+    display_.Board().MapMemory(kAgpBusAddress, boardView, bytes);
+    if (watchedAgp_) {
+        Tell(&Observer::OnAgpMemory, display_, kAgpBusAddress, *watchedAgp_);
+    }
     DDHAL_UPDATENONLOCALHEAPDATA data{};
     data.lpDD = &global_;
     data.fpGARTLin = agp_.Start();

@@ -37,6 +37,7 @@ struct BltOptions {
 };
 
 struct PaletteObject;
+class WatchedMemory;
 
 class DirectDraw {
   public:
@@ -152,6 +153,7 @@ class DirectDraw {
     LinearMemory localBuffer_;
     LinearMemory agp_;
     std::vector<uint8_t> agpMemory_;
+    std::unique_ptr<WatchedMemory> watchedAgp_; // instead, for those who observe
     std::vector<std::unique_ptr<Surface>> surfaces_;
     std::vector<std::unique_ptr<PaletteObject>> palettes_;
 };

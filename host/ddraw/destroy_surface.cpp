@@ -1,5 +1,6 @@
 #include "host/ddraw/ddraw.h"
 #include "host/driver_module.h"
+#include "host/observe/observer.h"
 
 #include <algorithm>
 
@@ -30,6 +31,7 @@ void DirectDraw::Destroy(Surface& surface) {
     };
     for (Surface* one : going) {
         if (!one->Lost()) {
+            Tell(&Observer::OnSurfaceGone, display_, *one);
             DestroyInDriver(*one);
         }
     }

@@ -1,5 +1,6 @@
 #include "host/ddraw/ddraw.h"
 #include "host/ddraw/runtime.h"
+#include "host/observe/observer.h"
 
 #include <utility>
 
@@ -19,6 +20,8 @@ HalAnswer DirectDraw::Flip(Surface& current, Surface& target) {
     if (answer.Done()) {
         std::swap(current.block_.global.fpVidMem, target.block_.global.fpVidMem);
         std::swap(current.memory_, target.memory_);
+        Tell(&Observer::OnFlip, display_, current, target);
+        Tell(&Observer::OnFrame, display_);
     }
     return answer;
 }

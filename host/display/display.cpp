@@ -6,6 +6,8 @@
 #include "host/display/context_table.h"
 #include "host/display/known_device.h"
 #include "host/driver_module.h"
+#include "host/observe/observer.h"
+#include "host/observe/watched_memory.h"
 #include "host/patience.h"
 #include "host/vdd/minivdd.h"
 #include "host/win32/clock.h"
@@ -155,13 +157,20 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
     // Fields that nobody is said to fill hold nothing of use.
     driver_ = std::make_unique<Shared>();
     std::memset(static_cast<void*>(driver_.get()), 0, sizeof(Shared));
+    board::LentMemories lent;
+    if (Observed()) {
+        lent = WatchMemories();
+    }
     ChipBus bus;
     if (config_.dmaThread) {
         board_ = std::make_unique<board::ThreadedBoard>(BoardConfig(config_));
         bus = BusOf<board::ThreadedBoard>(*board_, &driver_->chip, bus_);
     } else {
-        board_ = std::make_unique<board::Board>(BoardConfig(config_));
+        board_ = std::make_unique<board::Board>(BoardConfig(config_), lent);
         bus = BusOf<board::Board>(*board_, &driver_->chip, bus_);
+    }
+    if (watchedFrame_) {
+        Tell(&Observer::OnBoard, *this, *watchedFrame_, watchedLocal_.get());
     }
     aperture_ = std::make_unique<AlignedAperture>();
     AttachChipBus(Aperture(), bus);
@@ -169,8 +178,11 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
 
     DriverData& data = driver_->data;
     data.RegisterBase = Aperture();
-    data.FrameBufferBase = board_->FrameBuffer().data();
-    data.LocalBufferBase = IsGlint() ? board_->LocalBuffer().data() : board_->FrameBuffer().data();
+    data.FrameBufferBase =
+        watchedFrame_ ? watchedFrame_->ProcessorView() : board_->FrameBuffer().data();
+    data.LocalBufferBase = !IsGlint()      ? data.FrameBufferBase
+                           : watchedLocal_ ? watchedLocal_->ProcessorView()
+                                           : board_->LocalBuffer().data();
     data.ChipInfo = &driver_->chip;
     data.BoardFlags = config_.agp ? uint32_t{BoardOnAGP} : 0;
 
@@ -206,12 +218,27 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
 
 Display::~Display() {
     std::erase(displays, this);
+    Tell(&Observer::OnBoardGone, *this);
     clock::Unfollow(this);
     board_->SetInterruptHandler({});
     board_->Drain();
     DetachChipBus(Aperture());
     board_.reset();
     TheMiniVdd().Detach(&driver_->data);
+}
+
+board::LentMemories Display::WatchMemories() {
+    if (config_.dmaThread) {
+        throw std::invalid_argument("a board with a DMA thread cannot be captured");
+    }
+    const board::Config config = BoardConfig(config_);
+    watchedFrame_ = std::make_unique<WatchedMemory>(config.frameBufferBytes);
+    board::LentMemories lent{watchedFrame_->BoardView(), {}};
+    if (config.localBufferBytes != 0) {
+        watchedLocal_ = std::make_unique<WatchedMemory>(config.localBufferBytes);
+        lent.localBuffer = watchedLocal_->BoardView();
+    }
+    return lent;
 }
 
 bool Display::IsGlint() const {
@@ -304,6 +331,7 @@ void Display::FillMode() {
         board_->Write(reg::FBModeSel, field::FBModeSel_Depth.Put(board_->Read(reg::FBModeSel),
                                                                  kDepthOfMode[data.PixelSize]));
     }
+    Tell(&Observer::OnMode, *this);
 }
 
 uint32_t Display::OffscreenBytes() const {

@@ -14,6 +14,7 @@
 namespace host {
 
 class ApertureWatch;
+class WatchedMemory;
 
 struct DisplayConfig {
     uint32_t deviceId = DevicePermedia2; // a ChipDevice number
@@ -70,6 +71,7 @@ class Display {
     uint32_t Pitch() const { return pitch_; }
     // Bytes of the primary screen.
     uint32_t ScreenBytes() const { return pitch_ * config_.height; }
+    // The memories as the processor sees them.
     uint8_t* FrameBuffer() { return driver_->data.FrameBufferBase; }
     uint8_t* LocalBuffer() { return driver_->data.LocalBufferBase; }
     // Byte offset in the frame buffer of the image that is on show. A flip shows with the next
@@ -91,11 +93,13 @@ class Display {
         ChipRegisters registers;
     };
 
+    board::LentMemories WatchMemories();
     void FillChipInfo();
     void FillMode();
 
     DisplayConfig config_;
     std::unique_ptr<Shared> driver_;
+    std::unique_ptr<WatchedMemory> watchedFrame_, watchedLocal_; // for those who observe
     std::unique_ptr<board::Board> board_;
     std::shared_ptr<void> bus_; // between the aperture and the board
     std::unique_ptr<AlignedAperture> aperture_;

@@ -54,4 +54,18 @@ UnsentByContext UnsentWords(const ChipInfo* chip) {
     return unsent;
 }
 
+std::map<uint32_t, WritePlace> WritePlaces(const ChipInfo* chip) {
+    std::map<uint32_t, WritePlace> places;
+    for (const D3DContext* context : LiveContexts(chip)) {
+        const CommandStream& stream = context->Stream;
+        if (stream.CommandMode == kCommandModeDMA) {
+            const SubBuffer& current = stream.Current();
+            const auto bytes = static_cast<uint32_t>((stream.WritePointer - current.Linear) *
+                                                     static_cast<ptrdiff_t>(sizeof(uint32_t)));
+            places[context->ContextHandle] = {current.Physical, current.Physical + bytes};
+        }
+    }
+    return places;
+}
+
 } // namespace host

@@ -24,4 +24,11 @@ bool HasHardwareContext(const ChipInfo* chip, uint32_t id);
 using UnsentByContext = std::map<uint32_t, std::vector<uint32_t>>;
 UnsentByContext UnsentWords(const ChipInfo* chip);
 
+// Where a context that goes by DMA writes: bus addresses.
+struct WritePlace {
+    uint32_t subBuffer; // its present one
+    uint32_t next;      // the next free word
+};
+std::map<uint32_t, WritePlace> WritePlaces(const ChipInfo* chip); // by handle
+
 } // namespace host

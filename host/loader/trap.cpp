@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <stdexcept>
 #include <sys/mman.h>
 #include <ucontext.h>
@@ -24,8 +23,6 @@ constexpr size_t kMaxApertures = 8;
 constexpr uint32_t kApertureBytes = sizeof(ChipRegisters);
 constexpr size_t kPage = 4096;
 static_assert(kApertureBytes % kPage == 0);
-// The board draws on it.
-constexpr size_t kHandlerStackBytes = 1u << 20;
 constexpr greg_t kWriteFault = 2; // in the processor's error code
 constexpr greg_t kTrapFlag = 0x100, kDirectionFlag = 0x400;
 
@@ -45,13 +42,7 @@ struct Step {
 thread_local Step step;
 
 // What the process had before the first aperture was trapped.
-struct Previous {
-    struct sigaction fault {
-    }, trap{};
-    stack_t stack{};
-    std::unique_ptr<uint8_t[]> ours;
-};
-Previous previous;
+struct sigaction previousTrap;
 size_t trapped = 0;
 
 [[noreturn]] void Die(const char* what, uint32_t offset, uint32_t instruction) {
@@ -200,19 +191,6 @@ void Access(const Aperture& aperture, uint32_t offset, ucontext_t* context) {
     registers[REG_EIP] += static_cast<greg_t>(access.bytes);
 }
 
-void OnFault(int, siginfo_t* info, void* context) {
-    const int error = errno;
-    if (const Aperture* aperture = Find(info->si_addr)) {
-        const auto offset =
-            static_cast<uint32_t>(static_cast<uint8_t*>(info->si_addr) - aperture->base);
-        Access(*aperture, offset, static_cast<ucontext_t*>(context));
-    } else {
-        // Not ours: the instruction faults again, and whoever was there before hears of it.
-        sigaction(SIGSEGV, &previous.fault, nullptr);
-    }
-    errno = error;
-}
-
 void OnStep(int, siginfo_t*, void* context) {
     const int error = errno;
     if (step.aperture != nullptr) {
@@ -226,35 +204,10 @@ void OnStep(int, siginfo_t*, void* context) {
             Write(*done.aperture, done.offset + 4 * i, values[i]);
         }
     } else {
-        sigaction(SIGTRAP, &previous.trap, nullptr);
+        sigaction(SIGTRAP, &previousTrap, nullptr);
         raise(SIGTRAP);
     }
     errno = error;
-}
-
-void Install(int signal, void (*handler)(int, siginfo_t*, void*), struct sigaction* before) {
-    struct sigaction action {};
-    action.sa_sigaction = handler;
-    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
-    sigemptyset(&action.sa_mask);
-    sigaction(signal, &action, before);
-}
-
-void InstallHandlers() {
-    previous.ours = std::make_unique<uint8_t[]>(kHandlerStackBytes);
-    stack_t stack{};
-    stack.ss_sp = previous.ours.get();
-    stack.ss_size = kHandlerStackBytes;
-    sigaltstack(&stack, &previous.stack);
-    Install(SIGSEGV, OnFault, &previous.fault);
-    Install(SIGTRAP, OnStep, &previous.trap);
-}
-
-void RemoveHandlers() {
-    sigaction(SIGSEGV, &previous.fault, nullptr);
-    sigaction(SIGTRAP, &previous.trap, nullptr);
-    sigaltstack(&previous.stack, nullptr);
-    previous.ours.reset();
 }
 
 } // namespace
@@ -275,13 +228,27 @@ TrappedAperture::TrappedAperture(ChipRegisters* registers, const ChipBus& bus)
     }
     *free = {registers->bytes, bus};
     if (trapped++ == 0) {
-        InstallHandlers();
+        struct sigaction action {};
+        action.sa_sigaction = OnStep;
+        action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+        sigemptyset(&action.sa_mask);
+        sigaction(SIGTRAP, &action, &previousTrap);
     }
+}
+
+bool TrappedAperture::OnFault(void* address, ucontext_t* context) {
+    const Aperture* aperture = Find(address);
+    if (aperture == nullptr || aperture->base != registers_->bytes) {
+        return false;
+    }
+    Access(*aperture, static_cast<uint32_t>(static_cast<uint8_t*>(address) - aperture->base),
+           context);
+    return true;
 }
 
 TrappedAperture::~TrappedAperture() {
     if (--trapped == 0) {
-        RemoveHandlers();
+        sigaction(SIGTRAP, &previousTrap, nullptr);
     }
     for (Aperture& aperture : apertures) {
         if (aperture.base == registers_->bytes) {

@@ -2,10 +2,11 @@
 // An aperture that code reaches by plain loads and stores: each access traps and goes to the bus.
 #include "driver/core/chipbus.h"
 #include "host/driver_module.h"
+#include "host/observe/memory_faults.h"
 
 namespace host::loader {
 
-class TrappedAperture : public ApertureWatch {
+class TrappedAperture : public ApertureWatch, private FaultHandler {
   public:
     // Takes all access rights from the pages of `registers`, which begin and end on page bounds,
     // and hands each access to `bus`, in order: stores in the FIFO window as one word each, all
@@ -20,6 +21,8 @@ class TrappedAperture : public ApertureWatch {
     TrappedAperture& operator=(const TrappedAperture&) = delete;
 
   private:
+    bool OnFault(void* address, ucontext_t* context) override;
+
     ChipRegisters* registers_;
 };
 

@@ -24,7 +24,7 @@ std::set<Recording*>& TheRecordings() {
 } // namespace
 
 RecordPaths RecordPaths::With(const std::string& suffix) const {
-    return {Suffixed(words, suffix), Suffixed(events, suffix)};
+    return {Suffixed(words, suffix), Suffixed(events, suffix), Suffixed(capture, suffix)};
 }
 
 Recording::Recording(const RecordPaths& paths) : trace_(trace::NewTap()) {
@@ -34,6 +34,9 @@ Recording::Recording(const RecordPaths& paths) : trace_(trace::NewTap()) {
     }
     if (!paths.events.empty()) {
         events_.emplace(paths.events);
+    }
+    if (!paths.capture.empty()) {
+        capture_.emplace(paths.capture);
     }
 }
 
@@ -50,6 +53,9 @@ void Recording::Close() {
     }
     if (events_) {
         events_->file.Close();
+    }
+    if (capture_) {
+        capture_->Close();
     }
 }
 
@@ -70,6 +76,9 @@ void Recording::Commit() {
     }
     if (events_) {
         events_->file.Commit();
+    }
+    if (capture_) {
+        capture_->Commit();
     }
 }
 

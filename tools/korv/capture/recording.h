@@ -1,9 +1,10 @@
 #pragma once
-// Recording of what reaches the board: the words of the stream, all events as text, or both; and
+// Recording of what reaches the board: the words of the stream, all events as text, a capture; and
 // what `korv trace` wants to know.
 #include "board/recorder.h"
 #include "stream/events.h"
 #include "tools/korv/base/files.h"
+#include "tools/korv/capture/capture.h"
 
 #include <filesystem>
 #include <memory>
@@ -16,6 +17,7 @@ namespace korv {
 struct RecordPaths {
     std::filesystem::path words;  // stream words, little-endian
     std::filesystem::path events; // event text
+    std::filesystem::path capture;
 
     // The same names with "-" and `suffix` put before the extension. A name of what is no regular
     // file, as standard output, stays.
@@ -55,6 +57,7 @@ class Recording : public board::BusRecorder {
     };
     std::optional<Sink<stream::RawWords>> words_;
     std::optional<Sink<stream::EventText>> events_;
+    std::optional<Capture> capture_;            // takes the next display that comes
     std::unique_ptr<board::BusRecorder> trace_; // of a tool that traces this program
 };
 

@@ -26,8 +26,9 @@ constexpr const char* kSheetName = "contact-sheet.png";
 struct DemoArguments {
     std::string folder = "korv-demo";
     std::vector<std::string> chips, scenes;
-    std::string reference; // chip that the others are compared with; empty for none
-    bool plain = false;    // pictures without captions
+    std::string reference;          // chip that the others are compared with; empty for none
+    bool plain = false;             // pictures without captions
+    std::filesystem::path captures; // folder; empty: none
     DrawArguments draw;
 };
 
@@ -200,6 +201,9 @@ void Demo(const DemoArguments& arguments, Console& console) {
     const size_t pictures = CountPictures(chips, scenes);
     const std::filesystem::path folder = arguments.folder;
     MakeFolder(folder);
+    if (!arguments.captures.empty()) {
+        MakeFolder(arguments.captures);
+    }
 
     ContactSheet sheet(NamesOf(chips), NamesOf(scenes), static_cast<uint32_t>(settings.size.width),
                        static_cast<uint32_t>(settings.size.height));
@@ -215,8 +219,12 @@ void Demo(const DemoArguments& arguments, Console& console) {
             }
             const std::string name = fmt::format("{}-{}", chips[column]->name, scenes[row]->name);
             progress.Begin(name);
-            Recording recording(pictures > 1 ? arguments.draw.record.With(name)
-                                             : arguments.draw.record);
+            RecordPaths record =
+                pictures > 1 ? arguments.draw.record.With(name) : arguments.draw.record;
+            if (!arguments.captures.empty()) {
+                record.capture = arguments.captures / (name + ".korv");
+            }
+            Recording recording(record);
             const Scene& scene = *scenes[row];
             Canvas canvas(*chips[column], scene.flips ? FilmSettings(scene, settings) : settings,
                           recording);
@@ -302,6 +310,9 @@ void SetUpDemo(CLI::App& command, Console& console) {
         ->type_name("CHIP");
     command.add_flag("--plain", arguments->plain, "Pictures without captions");
     AddDrawArguments(command, arguments->draw);
+    AddCaptureOption(command, arguments->captures, "DIR",
+                     "Also write into this folder what a bare board needs to draw each picture "
+                     "again, in CHIP-SCENE.korv");
     command.footer(DemoFooter());
     command.callback([arguments, &console] { Demo(*arguments, console); });
 }

@@ -234,6 +234,8 @@ void SetUpRender(CLI::App& command, Console& console) {
         ->type_name("FACTOR");
     AddTextureArguments(command, arguments->texture);
     AddDrawArguments(command, arguments->draw);
+    AddCaptureOption(command, arguments->draw.record.capture, "FILE",
+                     "Also write all that a bare board needs to draw this again");
     command.footer(kRenderFooter);
     command.callback([arguments, &console] { Render(*arguments, console); });
 }

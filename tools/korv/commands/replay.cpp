@@ -7,6 +7,7 @@
 #include "tools/korv/base/text.h"
 #include "tools/korv/capture/patience.h"
 #include "tools/korv/commands/cli/command.h"
+#include "tools/korv/commands/cli/draw_options.h"
 #include "tools/korv/commands/cli/values.h"
 #include "tools/korv/replay/script.h"
 
@@ -102,8 +103,8 @@ void Replay(const ReplayArguments& arguments, Console& console) {
 constexpr const char* kReplayFooter =
     R"(The script says what the system does with the driver and what must come of it;
 docs/hal-scripts.md describes the format. The exit code is 0 if all expectations hold, 1 if one
-does not, 2 for a script that cannot be played. With two displays, --words and --events write a
-file for each, with the display's name before the extension.
+does not, 2 for a script that cannot be played. With two displays, --words, --events and --capture
+write a file for each, with the display's name before the extension.
 
 Examples:
   korv replay scenes/triangles-tx.json --pictures out
@@ -127,6 +128,8 @@ void SetUpReplay(CLI::App& command, Console& console) {
         .add_option("--events", arguments->record.events,
                     "Write all bus events as text, one a line, explained")
         ->type_name("FILE");
+    AddCaptureOption(command, arguments->record.capture, "FILE",
+                     "Write all that a bare board needs to play this again");
     command
         .add_option("--pictures", arguments->pictures,
                     "Write the script's pictures into this folder")

@@ -20,7 +20,7 @@ namespace {
 struct TraceArguments {
     trace::Options options;
     int limit = 0;
-    std::string output;
+    std::string output, capture;
     std::vector<std::string> command;
 };
 
@@ -36,7 +36,11 @@ void CheckCommand(const std::vector<std::string>& command) {
     }
 }
 
-int RunCommand(const std::vector<std::string>& command) {
+int RunCommand(const TraceArguments& arguments) {
+    std::vector<std::string> command = arguments.command;
+    if (!arguments.capture.empty()) {
+        command.insert(command.begin() + 1, {"--capture", arguments.capture});
+    }
     std::vector<const char*> argv{"korv"};
     for (const std::string& word : command) {
         argv.push_back(word.c_str());
@@ -58,7 +62,7 @@ void Trace(const TraceArguments& arguments, Console& console) {
         listing.emplace(kStandardOutput);
     }
     const int code = trace::Run(
-        options, [&] { return RunCommand(arguments.command); }, file ? file->Stream() : console.out,
+        options, [&] { return RunCommand(arguments); }, file ? file->Stream() : console.out,
         console.err);
     if (file && code != kExitBadInput) {
         file->Commit();
@@ -90,6 +94,10 @@ void SetUpTrace(CLI::App& command, Console& console) {
     command
         .add_option("-o,--output", arguments->output,
                     "Write the listing there (default: standard output)")
+        ->type_name("FILE");
+    command
+        .add_option("--capture", arguments->capture,
+                    "What --capture is to the command: the same as behind its own name")
         ->type_name("FILE");
     AddPatienceOption(command);
     command.add_option("COMMAND", arguments->command, "The command and its arguments, behind '--'")

@@ -3,6 +3,7 @@
 #include "host/d3d/visibility.h"
 #include "host/display/machine.h"
 #include "host/inspect/unwaited.h"
+#include "host/observe/observer.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/images/texel_format.h"
 #include "tools/korv/images/texels.h"
@@ -363,6 +364,8 @@ void Canvas::Flip() {
     device_->Finish();
     if (settings_.flips) {
         FlipScreen();
+    } else {
+        Tell(&host::Observer::OnFrame, *display_);
     }
     // Not every width is one of a screen: it may be wider.
     frames_.push_back(Corner(host::ReadScreen(*display_), settings_.size));
@@ -428,6 +431,7 @@ host::Picture Canvas::Finish() {
         client_->Finish();
     }
     device_->Finish();
+    Tell(&host::Observer::OnPicture, *display_, *target_, "picture");
     return host::ReadPicture(*target_);
 }
 

@@ -2,6 +2,7 @@
 
 #include "host/display/machine.h"
 #include "host/inspect/contexts.h"
+#include "host/observe/observer.h"
 
 #include <fmt/format.h>
 
@@ -131,9 +132,13 @@ void Player::AddSurface(const std::string& name, const std::string& display,
         DirectDraw(display).Destroy(surface);
         throw NotThereError(fmt::format("there is a surface '{}' already", name));
     }
-    surfaces_[name] = {display, &surface};
+    const auto add = [&](const std::string& called, host::Surface& one) {
+        surfaces_[called] = {display, &one};
+        Tell(&host::Observer::OnSurfaceName, *Display(display).display, one, called);
+    };
+    add(name, surface);
     for (size_t i = 0; i < surface.Chain().size(); ++i) {
-        surfaces_[fmt::format("{}.{}", name, i + 1)] = {display, surface.Chain()[i]};
+        add(fmt::format("{}.{}", name, i + 1), *surface.Chain()[i]);
     }
 }
 
@@ -179,10 +184,10 @@ std::vector<Player::NamedMemory> Player::NamedMemories() {
         all.push_back({fmt::format("memory '{}'", name), words.data(), words.size() * 4});
     }
     for (const auto& [name, one] : displays_) {
-        const auto frame = one.display->Board().FrameBuffer();
-        all.push_back({fmt::format("frame buffer of '{}'", name), frame.data(), frame.size()});
-        const auto local = one.display->Board().LocalBuffer();
-        all.push_back({fmt::format("local buffer of '{}'", name), local.data(), local.size()});
+        all.push_back({fmt::format("frame buffer of '{}'", name), one.display->FrameBuffer(),
+                       one.display->Board().FrameBuffer().size()});
+        all.push_back({fmt::format("local buffer of '{}'", name), one.display->LocalBuffer(),
+                       one.display->Board().LocalBuffer().size()});
         for (uint32_t i = 0; i < one.display->Config().dmaBufferCount; ++i) {
             all.push_back({fmt::format("DMA buffer {} of '{}'", i, name), one.display->DmaBuffer(i),
                            one.display->Config().dmaBufferBytes});

@@ -2,6 +2,7 @@
 
 #include "host/ddraw/results.h"
 #include "host/inspect/contexts.h"
+#include "host/observe/observer.h"
 #include "stream/explain.h"
 #include "tools/korv/base/crash_note.h"
 #include "tools/korv/base/errors.h"
@@ -262,7 +263,9 @@ void HalScript::Include(const Node& step, Names& names, std::vector<const Script
 }
 
 void HalScript::Play(Player& player) const {
+    uint32_t number = 0;
     for (const ScriptStep& step : steps_) {
+        Tell(&host::Observer::OnStep, number++, step.kind);
         std::map<std::string, host::UnsentByContext> before;
         for (auto& [name, one] : player.Displays()) {
             one.tap->words.clear();

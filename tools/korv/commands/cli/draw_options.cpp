@@ -52,4 +52,9 @@ void AddDrawArguments(CLI::App& command, DrawArguments& arguments) {
     AddPatienceOption(command);
 }
 
+void AddCaptureOption(CLI::App& command, std::filesystem::path& path, const std::string& type,
+                      const std::string& help) {
+    command.add_option("--capture", path, help)->type_name(type);
+}
+
 } // namespace korv

@@ -23,6 +23,10 @@ struct DrawArguments {
 
 void AddDrawArguments(CLI::App& command, DrawArguments& arguments);
 
+// --capture `type`, told as `help`; `path` outlives the command line.
+void AddCaptureOption(CLI::App& command, std::filesystem::path& path, const std::string& type,
+                      const std::string& help);
+
 // "WIDTHxHEIGHT" in pixels. UserError for anything else, and for a size that no board has.
 Extent ParseSize(const std::string& text);
 

@@ -1,4 +1,5 @@
 // Pictures, and waiting for the chip.
+#include "host/observe/observer.h"
 #include "tools/korv/images/png.h"
 #include "tools/korv/replay/step.h"
 
@@ -21,6 +22,8 @@ StepPlan ReadPicture(Fields& fields, Names& names) {
                 host::Surface& surface = player.SurfaceWithMemory(name);
                 if (surface.HasVideoMemory()) {
                     player.DisplayOf(name).directDraw->Finish(surface);
+                    Tell(&host::Observer::OnPicture, *player.DisplayOf(name).display, surface,
+                         path.string());
                 }
                 if (!player.Options().pictures.empty()) {
                     WritePng(player.Options().pictures / path, host::ReadPicture(surface));

@@ -1,0 +1,38 @@
+#pragma once
+// The bytes of one of the board's memories: its own, or lent by whoever wants to lay them out.
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace board {
+
+class MemoryBlock {
+  public:
+    // `bytes` of zeroes of its own; if `lent` is not empty, that memory instead: `bytes` of zeroes
+    // that outlive this block.
+    void Init(size_t bytes, std::span<uint8_t> lent) {
+        if (lent.empty()) {
+            own_.assign(bytes, 0);
+            bytes_ = own_;
+        } else {
+            bytes_ = lent.first(bytes);
+        }
+    }
+
+    uint8_t* data() { return bytes_.data(); }
+    const uint8_t* data() const { return bytes_.data(); }
+    size_t size() const { return bytes_.size(); }
+    uint8_t* begin() { return data(); }
+    uint8_t* end() { return data() + size(); }
+    const uint8_t* begin() const { return data(); }
+    const uint8_t* end() const { return data() + size(); }
+    uint8_t& operator[](size_t i) { return bytes_[i]; }
+    uint8_t operator[](size_t i) const { return bytes_[i]; }
+
+  private:
+    std::vector<uint8_t> own_;
+    std::span<uint8_t> bytes_;
+};
+
+} // namespace board

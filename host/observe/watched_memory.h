@@ -1,0 +1,47 @@
+#pragma once
+// Memory with two views: one of the board, and one of the processor, of which is known what was
+// stored there.
+#include "host/observe/memory_faults.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <vector>
+
+namespace host {
+
+// The processor's view is write-protected page by page. The first store into a page keeps a copy of
+// it and opens it; Collect() compares the two and closes it again.
+class WatchedMemory final : public FaultHandler {
+  public:
+    // `bytes` of zeroes. std::runtime_error if the system has no room.
+    explicit WatchedMemory(size_t bytes);
+    ~WatchedMemory() override;
+
+    std::span<uint8_t> BoardView() const { return {board_, bytes_}; }
+    uint8_t* ProcessorView() const { return processor_; }
+
+    // Calls `found` for each run of bytes that the processor has changed since the last time, in
+    // ascending order. The board must not have stored in between.
+    template <class Found> // (uint32_t offset, std::span<const uint8_t> bytes)
+    void Collect(const Found& found) {
+        if (openCount_ != 0) {
+            CollectPages(found);
+        }
+    }
+
+    bool OnFault(void* address, ucontext_t* context) override;
+
+  private:
+    void CollectPages(const std::function<void(uint32_t, std::span<const uint8_t>)>& found);
+
+    size_t bytes_, mapped_;
+    uint8_t* board_ = nullptr;
+    uint8_t* processor_ = nullptr;
+    uint8_t* copies_ = nullptr;       // of open pages, at their places
+    std::vector<uint32_t> openPages_; // room for all
+    size_t openCount_ = 0;
+};
+
+} // namespace host

@@ -1,0 +1,173 @@
+#include "stream/place.h"
+
+#include "stream/error.h"
+
+#include <charconv>
+
+namespace stream {
+
+namespace {
+
+using Kind = Place::Kind;
+
+constexpr struct {
+    Kind kind;
+    std::string_view prefix;
+} kPrefixes[] = {{Kind::Word, "word"},   {Kind::Event, "event"}, {Kind::Call, "call"},
+                 {Kind::Batch, "batch"}, {Kind::Step, "step"},   {Kind::Frame, "frame"},
+                 {Kind::Mark, "mark"}};
+
+constexpr const char* kExpected =
+    "expected a word's number, word:N, event:N, call:N, batch:N, frame:N, step:N, mark:NAME, start "
+    "or end";
+
+[[noreturn]] void Bad(std::string_view text) {
+    throw StreamError("bad place '" + std::string(text) + "': " + kExpected);
+}
+
+std::string_view PrefixOf(Kind kind) {
+    for (const auto& row : kPrefixes) {
+        if (row.kind == kind) {
+            return row.prefix;
+        }
+    }
+    return kind == Kind::Start ? "start" : "end";
+}
+
+uint64_t ParseNumber(std::string_view digits, std::string_view whole) {
+    const bool hex = digits.starts_with("0x") || digits.starts_with("0X");
+    const char* const first = digits.data() + (hex ? 2 : 0);
+    const char* const last = digits.data() + digits.size();
+    uint64_t number = 0;
+    const auto [end, error] = std::from_chars(first, last, number, hex ? 16 : 10);
+    if (error != std::errc() || end != last) {
+        Bad(whole);
+    }
+    return number;
+}
+
+// Marks that must have been passed at the place of the mark with this number. Frames begin where
+// the mark of the one before ends it.
+uint64_t MarksBefore(const Place& place) {
+    return place.kind == Kind::Frame || place.number == ~uint64_t{0} ? place.number
+                                                                     : place.number + 1;
+}
+
+} // namespace
+
+std::string Place::Text() const {
+    std::string text(PrefixOf(kind));
+    switch (kind) {
+    case Kind::Start:
+    case Kind::End:
+        return text;
+    case Kind::Mark:
+        return text + ":" + name;
+    default:
+        return text + ":" + std::to_string(number);
+    }
+}
+
+Place ParsePlace(std::string_view text, Kind plain) {
+    if (text == "start") {
+        return {Kind::Start, 0, {}};
+    }
+    if (text == "end") {
+        return {Kind::End, 0, {}};
+    }
+    const size_t colon = text.find(':');
+    if (colon == std::string_view::npos) {
+        return {plain, ParseNumber(text, text), {}};
+    }
+    const std::string_view prefix = text.substr(0, colon), rest = text.substr(colon + 1);
+    for (const auto& row : kPrefixes) {
+        if (row.prefix != prefix) {
+            continue;
+        }
+        if (row.kind != Kind::Mark) {
+            return {row.kind, ParseNumber(rest, text), {}};
+        }
+        if (!rest.empty()) {
+            return {row.kind, 0, std::string(rest)};
+        }
+    }
+    Bad(text);
+}
+
+PlaceRange ParseRange(std::string_view text, Kind plain) {
+    const size_t dash = text.rfind('-');
+    const bool one = dash == std::string_view::npos;
+    const std::string_view from = text.substr(0, dash);
+    const std::string_view to = one ? std::string_view() : text.substr(dash + 1);
+    PlaceRange range;
+    range.from = ParsePlace(from, plain);
+    const bool counts = range.from.kind != Kind::Start && range.from.kind != Kind::End &&
+                        range.from.kind != Kind::Mark;
+    range.to = one          ? range.from
+               : to.empty() ? Place{Kind::End, 0, {}}
+                            : ParsePlace(to, counts ? range.from.kind : plain);
+    if (range.to.kind == Kind::Start || (one && !counts)) {
+        throw StreamError("bad range '" + std::string(text) +
+                          "': expected FIRST-LAST, as in 10-20 or step:3-5");
+    }
+    if (range.to.kind != Kind::End && range.to.kind != Kind::Mark &&
+        range.to.number != ~uint64_t{0}) {
+        ++range.to.number;
+    }
+    if (range.from.kind == range.to.kind && range.to.number <= range.from.number && counts) {
+        throw StreamError("bad range '" + std::string(text) + "': it ends before it begins");
+    }
+    return range;
+}
+
+bool HasReached(const Place& place, const Position& before) {
+    switch (place.kind) {
+    case Kind::Start:
+        return true;
+    case Kind::End:
+    case Kind::Mark:
+        return false;
+    case Kind::Word:
+        return before.word >= place.number;
+    case Kind::Event:
+        return before.event >= place.number;
+    case Kind::Call:
+        return before.call >= MarksBefore(place);
+    case Kind::Batch:
+        return before.batch >= MarksBefore(place);
+    case Kind::Step:
+        return before.step >= MarksBefore(place);
+    case Kind::Frame:
+        return before.frame >= MarksBefore(place);
+    }
+    return false;
+}
+
+bool IsAt(const Place& place, const Position& before, const Event* passed) {
+    if (place.kind == Kind::Mark) {
+        return passed != nullptr && passed->kind == EventKind::Mark &&
+               passed->mark->name == place.name;
+    }
+    return HasReached(place, before);
+}
+
+std::string TextOf(const Position& position) {
+    std::string text = "word " + std::to_string(position.word);
+    std::string more;
+    const auto add = [&](const char* what, uint64_t number) {
+        more += (more.empty() ? " (" : ", ") + std::string(what) + " " + std::to_string(number);
+    };
+    // The latest of each that has begun.
+    if (position.batch != 0) {
+        add("batch", position.batch - 1);
+    }
+    if (position.frame != 0) {
+        add("frame", position.frame);
+    }
+    if (position.step != 0) {
+        add("step", position.step - 1);
+    }
+    return more.empty() ? text : text + more + ")";
+}
+
+} // namespace stream

@@ -1,0 +1,51 @@
+#pragma once
+// Places in a stream, as people name them. A place is a point between two events:
+//
+//   1234, word:1234   before this word of the command stream, counted from 0
+//   event:500         before this event
+//   call:7            where this call of the driver begins, counted from 0
+//   batch:5           where this batch begins
+//   step:3            where this step of the script begins
+//   frame:2           where this frame begins; frame 0 begins with the stream
+//   mark:NAME         behind the first mark of that name
+//   start, end        of the stream
+//
+// Numbers are decimal, or hexadecimal with 0x. A range, A-B, has both its ends: "step:3-5" are the
+// steps 3, 4 and 5, "word:10-" all words from 10 on, "call:7" that call alone; what names the first
+// names the second.
+#include "stream/event.h"
+
+#include <string>
+#include <string_view>
+
+namespace stream {
+
+struct Place {
+    enum class Kind : uint8_t { Start, End, Word, Event, Call, Batch, Step, Frame, Mark };
+    Kind kind = Kind::Start;
+    uint64_t number = 0;
+    std::string name; // of a mark
+
+    // As people name it.
+    std::string Text() const;
+    bool operator==(const Place&) const = default;
+};
+
+// StreamError, telling what was expected, for what names no place. A plain number counts what
+// `plain` says.
+Place ParsePlace(std::string_view text, Place::Kind plain = Place::Kind::Word);
+
+struct PlaceRange {
+    Place from, to; // to: the place behind the last that belongs to it
+};
+PlaceRange ParseRange(std::string_view text, Place::Kind plain = Place::Kind::Word);
+
+// True if the point behind `before` is at the place or beyond. Marks are found by IsAt alone.
+bool HasReached(const Place& place, const Position& before);
+// The same, told the event that was passed last; null at the start.
+bool IsAt(const Place& place, const Position& before, const Event* passed);
+
+// "word 1234 (batch 5, frame 0, step 3)": what has not been counted yet is left out.
+std::string TextOf(const Position& position);
+
+} // namespace stream

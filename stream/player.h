@@ -1,0 +1,62 @@
+#pragma once
+// Plays a stream on a bare board: no driver, no host.
+#include "board/played_board.h"
+#include "stream/source.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace stream {
+
+class Player {
+  public:
+    // The board is as it was when power came on. `source` stands at its start, or where it has a
+    // state; it must outlive the player.
+    explicit Player(Source& source);
+    ~Player();
+    Player(const Player&) = delete;
+    Player& operator=(const Player&) = delete;
+
+    // The next event, which Play() has yet to play. False at the end.
+    bool Next(Event& event);
+    // StreamError for one that no board does here.
+    void Play(const Event& event);
+    // Both: the board has done what it tells. False at the end. StreamError for one
+    // that no board does here.
+    bool Step(Event& event);
+    // Plays up to a place. False if the stream ends before.
+    bool PlayTo(const Place& place);
+
+    board::PlayedBoard& Board() { return *board_; }
+    Source& From() { return source_; }
+
+    // A register read other than it did when the stream was recorded, or the like: the board here
+    // is not the one there.
+    struct Difference {
+        Position at;
+        std::string what;
+    };
+    // The first ones, and how many there were in all.
+    const std::vector<Difference>& Differences() const { return differences_; }
+    uint64_t DifferenceCount() const { return differenceCount_; }
+    static constexpr size_t kDifferencesKept = 100;
+
+  private:
+    class RecordedVideo;
+
+    void PassTime(uint64_t microseconds);
+    void PlayStore(const Event& event);
+    void PlayDmaWord(const Event& event);
+    void Differ(std::string what);
+    Source& source_;
+    std::unique_ptr<board::PlayedBoard> board_;
+    std::unique_ptr<RecordedVideo> video_;
+    std::map<uint32_t, std::vector<uint8_t>> host_; // memory of the machine, by bus address
+    Position at_;                                   // of the event being played
+    std::vector<Difference> differences_;
+    uint64_t differenceCount_ = 0;
+};
+
+} // namespace stream

@@ -1,0 +1,64 @@
+#include "stream/error.h"
+#include "stream/place.h"
+
+#include <gtest/gtest.h>
+
+namespace stream {
+namespace {
+
+using Kind = Place::Kind;
+
+TEST(PlaceText, NamesEveryKind) {
+    EXPECT_EQ(ParsePlace("1234"), (Place{Kind::Word, 1234, {}}));
+    EXPECT_EQ(ParsePlace("0x10"), (Place{Kind::Word, 16, {}}));
+    EXPECT_EQ(ParsePlace("7", Kind::Frame), (Place{Kind::Frame, 7, {}}));
+    EXPECT_EQ(ParsePlace("event:5"), (Place{Kind::Event, 5, {}}));
+    EXPECT_EQ(ParsePlace("batch:0"), (Place{Kind::Batch, 0, {}}));
+    EXPECT_EQ(ParsePlace("mark:a:b"), (Place{Kind::Mark, 0, "a:b"}));
+    EXPECT_EQ(ParsePlace("start").kind, Kind::Start);
+    EXPECT_EQ(ParsePlace("end").kind, Kind::End);
+    for (const char* text : {"word:1", "event:2", "call:3", "batch:4", "step:5", "frame:6",
+                             "mark:x y", "start", "end"}) {
+        EXPECT_EQ(ParsePlace(text).Text(), text);
+    }
+    for (const char* text : {"", "x", "-1", "1x", "word:", "word:-1", "words:1", "mark:", "0x",
+                             "99999999999999999999"}) {
+        EXPECT_THROW(ParsePlace(text), StreamError) << text;
+    }
+}
+
+TEST(PlaceText, RangesHaveBothTheirEnds) {
+    const auto range = [](const char* text) {
+        const PlaceRange parsed = ParseRange(text);
+        return parsed.from.Text() + " to " + parsed.to.Text();
+    };
+    EXPECT_EQ(range("10-20"), "word:10 to word:21");
+    EXPECT_EQ(range("step:3-5"), "step:3 to step:6");
+    EXPECT_EQ(range("step:3-frame:1"), "step:3 to frame:2");
+    EXPECT_EQ(range("call:7"), "call:7 to call:8");
+    EXPECT_EQ(range("word:10-"), "word:10 to end");
+    EXPECT_EQ(range("start-9"), "start to word:10");
+    EXPECT_THROW(ParseRange("9-3"), StreamError);
+    EXPECT_THROW(ParseRange("-"), StreamError);
+    EXPECT_THROW(ParseRange("start"), StreamError);
+}
+
+TEST(PlaceReached, IsBehindTheMarkThatBeginsIt) {
+    EXPECT_FALSE(HasReached(ParsePlace("batch:2"), {.batch = 2}));
+    EXPECT_TRUE(HasReached(ParsePlace("batch:2"), {.batch = 3}));
+    EXPECT_TRUE(HasReached(ParsePlace("frame:0"), {}));
+    EXPECT_FALSE(HasReached(ParsePlace("frame:1"), {}));
+    EXPECT_TRUE(HasReached(ParsePlace("frame:1"), {.frame = 1}));
+    EXPECT_TRUE(HasReached(ParsePlace("0"), {}));
+    EXPECT_FALSE(HasReached(ParsePlace("1"), {}));
+    EXPECT_FALSE(HasReached(ParsePlace("end"), {.word = 100}));
+}
+
+TEST(PlaceReached, TellsWhereItIs) {
+    EXPECT_EQ(TextOf(Position{}), "word 0");
+    EXPECT_EQ(TextOf({.word = 12, .batch = 1, .frame = 2, .step = 3}),
+              "word 12 (batch 0, frame 2, step 2)");
+}
+
+} // namespace
+} // namespace stream

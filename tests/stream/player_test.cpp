@@ -1,0 +1,138 @@
+// A bare board that plays a capture is in the state of the board that was recorded, at every mark,
+// however that one kept time.
+#include "stream/player.h"
+#include "tests/stream/session.h"
+
+#include <gtest/gtest.h>
+
+namespace stream {
+namespace {
+
+struct Pace {
+    const char* name;
+    board::Timing timing;
+};
+
+board::Timing Slow() {
+    board::Timing timing;
+    timing.fifoDepth = 16;
+    timing.fifoDrainPerTick = 1;
+    timing.dmaWordsPerTick = 2;
+    timing.interruptLatency = 7;
+    timing.fifoReportLag = 3;
+    return timing;
+}
+
+board::Timing Lagging() {
+    board::Timing timing;
+    timing.fifoTicksPerEntry = 3;
+    timing.pixelsPerTick = 8;
+    timing.dmaWordsPerTick = 1;
+    timing.strayOutputWords = 2;
+    timing.microsecondsPerTick = 5;
+    return timing;
+}
+
+board::Timing Standing() {
+    board::Timing timing;
+    timing.microsecondsPerTick = 0;
+    timing.interruptLatency = 4;
+    return timing;
+}
+
+class Playing : public testing::TestWithParam<Pace> {};
+
+TEST_P(Playing, IsTheBoardThatWasRecordedAtEveryMark) {
+    for (const board::Chip chip : {board::Chip::TX, board::Chip::Permedia2}) {
+        for (uint32_t seed = 0; seed < 20; ++seed) {
+            SCOPED_TRACE(seed);
+            board::Config config = SmallBoard(chip);
+            config.timing = GetParam().timing;
+            Session session(config, seed);
+            if (seed % 2 == 1) {
+                session.PlugVideo();
+            }
+            session.Run(400);
+            std::istringstream in(session.Finish());
+            EXPECT_GT(session.Interrupts(), 0u);
+
+            const auto source = OpenSource(in);
+            Player player(*source);
+            Event event;
+            int marks = 0;
+            while (player.Step(event)) {
+                if (event.kind == EventKind::Mark && event.mark->Number("registers")) {
+                    ++marks;
+                    const Checksums here = ChecksumsOf(player.Board());
+                    ASSERT_EQ(event.mark->Number("frameBuffer"), here.frameBuffer);
+                    ASSERT_EQ(event.mark->Number("localBuffer"), here.localBuffer);
+                    ASSERT_EQ(event.mark->Number("registers"), here.registers);
+                }
+            }
+            EXPECT_EQ(marks, 26);
+            EXPECT_EQ(ChecksumsOf(player.Board()), session.Sums());
+            EXPECT_EQ(player.Board().Microseconds(), session.Microseconds());
+            EXPECT_EQ(player.DifferenceCount(), 0u)
+                << (player.Differences().empty() ? "" : player.Differences().front().what);
+            EXPECT_EQ(source->CutOff(), "");
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Paces, Playing,
+                         testing::Values(Pace{"AtOnce", {}}, Pace{"Slow", Slow()},
+                                         Pace{"Lagging", Lagging()}, Pace{"Standing", Standing()}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// The bus is held instead: time passes within an access, and lines of video with it.
+TEST(PlayingHeldBus, TakesLinesThatPassWithinAnAccess) {
+    board::Config config = SmallBoard();
+    config.timing = Lagging();
+    config.timing.fifoDepth = 4;
+    config.timing.pixelsPerTick = 1;
+    config.timing.microsecondsPerTick = 500;
+    Session session(config, 5);
+    session.PlugVideo();
+    session.Board().Write(reg::DisconnectControl, 1);
+    session.Run(400);
+    std::istringstream in(session.Finish());
+    const auto source = OpenSource(in);
+    Player player(*source);
+    EXPECT_TRUE(player.PlayTo(ParsePlace("end")));
+    EXPECT_EQ(ChecksumsOf(player.Board()), session.Sums());
+    EXPECT_EQ(player.DifferenceCount(), 0u);
+}
+
+TEST(PlayingChanged, TellsAReadThatDiffers) {
+    board::Board board(SmallBoard());
+    std::ostringstream out;
+    CaptureWriter writer(out, SmallBoard(), "a test");
+    Event event;
+    event.kind = EventKind::Read;
+    event.offset = reg::InFIFOSpace;
+    event.value = 255; // the FIFO has 256 entries
+    writer.Put(event);
+    writer.Finish();
+    std::istringstream in(out.str());
+    const auto source = OpenSource(in);
+    Player player(*source);
+    EXPECT_TRUE(player.PlayTo(ParsePlace("end")));
+    ASSERT_EQ(player.DifferenceCount(), 1u);
+    EXPECT_EQ(player.Differences()[0].what, "register 0018 reads 00000100, it read 000000FF then");
+}
+
+TEST(PlayingImpossible, WordsByDmaNeedATransfer) {
+    std::ostringstream out;
+    CaptureWriter writer(out, SmallBoard(), "a test");
+    Event event;
+    event.kind = EventKind::DmaWord;
+    writer.Put(event);
+    writer.Finish();
+    std::istringstream in(out.str());
+    const auto source = OpenSource(in);
+    Player player(*source);
+    EXPECT_THROW(player.PlayTo(ParsePlace("end")), StreamError);
+}
+
+} // namespace
+} // namespace stream

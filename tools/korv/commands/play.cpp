@@ -1,0 +1,378 @@
+#include "chip/registers.h"
+#include "host/display/display.h"
+#include "stream/checksum.h"
+#include "stream/player.h"
+#include "stream/primitives.h"
+#include "stream/surfaces.h"
+#include "tools/korv/base/errors.h"
+#include "tools/korv/base/files.h"
+#include "tools/korv/base/text.h"
+#include "tools/korv/capture/layout_picture.h"
+#include "tools/korv/chips/chips.h"
+#include "tools/korv/commands/cli/command.h"
+#include "tools/korv/commands/cli/draw_options.h"
+#include "tools/korv/commands/cli/stream_options.h"
+#include "tools/korv/commands/cli/values.h"
+#include "tools/korv/images/png.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <fmt/ostream.h>
+#include <fmt/ranges.h>
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <vector>
+
+namespace korv {
+
+namespace {
+
+struct PlayArguments {
+    StreamArguments stream;
+    stream::Place to{stream::Place::Kind::End, 0, {}};
+    std::string output, surface, memory, pictures, every;
+    std::string size = "640x480", depth = "16"; // of the screen of raw words
+    bool depthPicture = false, check = false, json = false;
+};
+
+// Checksums that are not what the capture says.
+struct Mismatch {
+    stream::Position at;
+    std::string mark, what;
+};
+
+class Play {
+  public:
+    Play(const PlayArguments& arguments, Console& console)
+        : arguments_(arguments), console_(console), input_(arguments.stream),
+          player_(input_.Source()) {
+        if (!arguments.output.empty()) {
+            CheckPngName(arguments.output);
+            output_.emplace(arguments.output);
+        }
+        if (!arguments.memory.empty()) {
+            memory_.emplace(arguments.memory);
+            if (!player_.Board().LocalBuffer().empty()) {
+                localMemory_.emplace(RecordPaths{arguments.memory, {}, {}}.With("local").words);
+            }
+        }
+        if (!arguments.pictures.empty()) {
+            MakeFolder(arguments.pictures);
+        }
+        if (!input_.Source().HasEvents()) {
+            SetUpRaw();
+        } else if (arguments.check) {
+            checks_ = true;
+        }
+    }
+
+    void Run() {
+        const bool reached = input_.Run([&] { return Steps(); });
+        if (!reached) {
+            throw UserError(fmt::format("'{}' has no {}: it ends behind {}", arguments_.stream.file,
+                                        arguments_.to.Text(),
+                                        stream::TextOf(input_.Source().At())));
+        }
+        WriteOutputs();
+        input_.WarnOfCut(console_);
+        Report();
+    }
+
+  private:
+    // True if the place has been reached.
+    bool Steps() {
+        stream::Event event;
+        stream::Source& source = input_.Source();
+        if (HasReached(arguments_.to, source.At())) {
+            return true;
+        }
+        const bool primitives = arguments_.every == "primitive";
+        while (true) {
+            const stream::Position before = source.At();
+            if (!player_.Next(event)) {
+                if (primitives && walker_.Cut(source.At().word)) {
+                    WritePrimitive();
+                }
+                return arguments_.to.kind == stream::Place::Kind::End;
+            }
+            if (primitives && event.IsWord() && walker_.Take(before.word, event.value)) {
+                WritePrimitive();
+            }
+            player_.Play(event);
+            if (event.kind == stream::EventKind::Mark) {
+                FollowMark(*event.mark, before);
+            }
+            if (IsAt(arguments_.to, source.At(), &event)) {
+                return true;
+            }
+        }
+    }
+
+    void FollowMark(const stream::Mark& mark, const stream::Position& at) {
+        surfaces_.Follow(mark);
+        if (checks_ && mark.Number("registers")) {
+            Check(mark, at);
+        }
+        if (mark.kind == stream::MarkKind::Frame && arguments_.every == "frame") {
+            WritePng(std::filesystem::path(arguments_.pictures) /
+                         fmt::format("frame-{:03}.png", pictures_++),
+                     Picture(FramePictured()));
+        }
+    }
+
+    void Check(const stream::Mark& mark, const stream::Position& at) {
+        ++checked_;
+        const stream::Checksums sums = stream::ChecksumsOf(player_.Board());
+        std::string what;
+        const auto compare = [&](const char* field, uint32_t here, const char* name) {
+            if (static_cast<uint32_t>(mark.Number(field).value_or(0)) != here) {
+                what += (what.empty() ? "" : ", ") + std::string(name);
+            }
+        };
+        compare("frameBuffer", sums.frameBuffer, "the frame buffer");
+        compare("localBuffer", sums.localBuffer, "the local buffer");
+        compare("registers", sums.registers, "registers");
+        if (!what.empty()) {
+            const char* kind = NameOf(mark.kind);
+            mismatches_.push_back(
+                {at, mark.name.empty() ? kind : fmt::format("{} '{}'", kind, mark.name), what});
+        }
+    }
+
+    void SetUpRaw() {
+        if (arguments_.check) {
+            throw UsageError("raw words have no checksums to compare with: '--check' is for "
+                             "captures");
+        }
+        const ChipChoice& chip = ChipByName(arguments_.stream.chip);
+        const Extent size = ParseSize(arguments_.size);
+        const auto bits = static_cast<uint32_t>(std::stoi(arguments_.depth));
+        const uint32_t pitch =
+            host::ScreenPitchPixels(chip.deviceId, static_cast<uint32_t>(size.width));
+        raw_ = stream::ScreenLayout(static_cast<uint32_t>(size.width),
+                                    static_cast<uint32_t>(size.height), bits, pitch * bits / 8);
+        // What the display's own driver sets up at a mode change.
+        if (DeviceOf(input_.Source().Board().chip).IsGlint()) {
+            const uint32_t code = bits == 8 ? 2 : bits == 16 ? 1 : 0;
+            player_.Board().PlayWrite(reg::FBModeSel, field::FBModeSel_Depth.Put(0, code));
+        }
+    }
+
+    stream::SurfaceLayout Screen() {
+        if (raw_) {
+            return *raw_;
+        }
+        const auto screen = surfaces_.Screen(player_.Board().ShownBase());
+        if (!screen) {
+            throw UserError(fmt::format("'{}' has no screen {}", arguments_.stream.file, Here()));
+        }
+        return *screen;
+    }
+
+    std::string Here() { return fmt::format("at {}", stream::TextOf(input_.Source().At())); }
+
+    stream::SurfaceLayout Named(const std::string& name) {
+        if (const stream::SurfaceLayout* surface = surfaces_.Find(name)) {
+            return *surface;
+        }
+        std::vector<std::string> names;
+        for (const stream::SurfaceLayout* surface : surfaces_.All()) {
+            names.push_back("'" + surface->name + "'");
+        }
+        throw UserError(fmt::format(
+            "'{}' has no surface '{}' {}: it has {}", arguments_.stream.file, name, Here(),
+            names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "))));
+    }
+
+    // What is drawn to: that of the latest picture, else the target of the latest context.
+    stream::SurfaceLayout Drawn() {
+        if (!arguments_.surface.empty()) {
+            return Named(arguments_.surface);
+        }
+        if (arguments_.depthPicture) {
+            if (surfaces_.ZBuffer().empty()) {
+                throw UserError(fmt::format("'{}' has no context with a Z buffer {}: '--surface' "
+                                            "names others",
+                                            arguments_.stream.file, Here()));
+            }
+            return Named(surfaces_.ZBuffer());
+        }
+        for (const std::string& name : {surfaces_.Pictured(), surfaces_.Target()}) {
+            if (surfaces_.Find(name) != nullptr) {
+                return Named(name);
+            }
+        }
+        return Screen();
+    }
+
+    stream::SurfaceLayout FramePictured() {
+        return arguments_.surface.empty() && surfaces_.Find("screen") != nullptr &&
+                       !arguments_.depthPicture
+                   ? Named("screen")
+                   : Drawn();
+    }
+
+    host::Picture Picture(const stream::SurfaceLayout& surface) {
+        return PictureOf(player_.Board(), surface,
+                         surface.name == surfaces_.Pictured() ? surfaces_.Palette()
+                                                              : std::vector<uint8_t>());
+    }
+
+    void WritePrimitive() {
+        WritePng(std::filesystem::path(arguments_.pictures) /
+                     fmt::format("primitive-{:06}.png", pictures_++),
+                 Picture(Drawn()));
+    }
+
+    void WriteOutputs() {
+        const auto write = [](OutputFile& file, std::span<const uint8_t> bytes) {
+            file.Stream().write(reinterpret_cast<const char*>(bytes.data()),
+                                static_cast<std::streamsize>(bytes.size()));
+            file.Close();
+        };
+        if (output_) {
+            WritePng(output_->Stream(), Picture(Drawn()));
+            output_->Close();
+        }
+        if (memory_) {
+            write(*memory_, player_.Board().FrameBuffer());
+        }
+        if (localMemory_) {
+            write(*localMemory_, player_.Board().LocalBuffer());
+        }
+        for (auto* file : {&output_, &memory_, &localMemory_}) {
+            if (*file) {
+                (*file)->Commit();
+            }
+        }
+    }
+
+    std::vector<std::string> DifferenceLines() {
+        std::vector<std::string> lines;
+        for (const Mismatch& one : mismatches_) {
+            lines.push_back(fmt::format("{}: {} differ from the capture's, at {}", one.mark,
+                                        one.what, stream::TextOf(one.at)));
+        }
+        for (const stream::Player::Difference& one : player_.Differences()) {
+            lines.push_back(fmt::format("{}, at {}", one.what, stream::TextOf(one.at)));
+        }
+        return lines;
+    }
+
+    void Report() {
+        const stream::Position& at = input_.Source().At();
+        const std::vector<std::string> lines = DifferenceLines();
+        const bool differs = !lines.empty();
+        if (arguments_.json) {
+            nlohmann::ordered_json report{
+                {"file", arguments_.stream.file},
+                {"events", at.event},
+                {"words", at.word},
+                {"calls", at.call},
+                {"batches", at.batch},
+                {"frames", at.frame},
+                {"steps", at.step},
+                {"checks", checked_},
+                {"differences", lines},
+                {"cutOff", input_.Source().CutOff()},
+            };
+            fmt::print(console_.Report(), "{}\n", report.dump(2));
+        } else if (!differs || !arguments_.check) {
+            fmt::print(console_.Report(), "{}: {} in {}{}\n", Printable(arguments_.stream.file),
+                       Count(at.word, "word"), Count(at.event, "event"),
+                       checks_ ? fmt::format(", {} equal", Count(checked_, "checksum")) : "");
+        }
+        if (differs && arguments_.check) {
+            if (arguments_.json) {
+                throw ExitStatus{kExitUnexpected};
+            }
+            throw UnexpectedError(fmt::format(
+                "'{}': {}{}", arguments_.stream.file, lines.front(),
+                lines.size() > 1 ? fmt::format(" (the first of {})", lines.size()) : ""));
+        }
+        if (differs && !arguments_.json) {
+            Warn(console_, fmt::format("'{}': {}", arguments_.stream.file, lines.front()));
+        }
+    }
+
+    const PlayArguments& arguments_;
+    Console& console_;
+    StreamInput input_;
+    stream::Player player_;
+    stream::Surfaces surfaces_;
+    stream::PrimitiveWalker walker_;
+    std::optional<stream::SurfaceLayout> raw_; // screen of raw words
+    std::optional<OutputFile> output_, memory_, localMemory_;
+    bool checks_ = false;
+    uint64_t checked_ = 0, pictures_ = 0;
+    std::vector<Mismatch> mismatches_;
+};
+
+void CheckArguments(const PlayArguments& arguments) {
+    if (arguments.pictures.empty() != arguments.every.empty()) {
+        throw UsageError("'--pictures' and '--every' belong together");
+    }
+}
+
+constexpr const char* kPlayFooter =
+    R"(The board alone plays it, without driver and host. What it draws into is, unless
+--surface names another: what the latest picture was taken of; else the target of the latest
+context; else the screen. With --check the exit code is 1 if the board's memories or registers
+differ from the capture's at one of its marks, or a register reads other than it did then.
+
+A PLACE is a word's number (1234 or word:1234), event:N, call:N, batch:N, frame:N, step:N,
+mark:NAME, start or end; all count from 0, and the place is where that begins.
+
+Examples:
+  korv replay scenes/triangles-tx.json --capture tx.korv
+  korv play tx.korv --check
+  korv play tx.korv --to step:20 -o so-far.png
+  korv play tx.korv --depth-picture -o depth.png
+  korv play tx.korv --pictures primitives --every primitive
+  korv play words.bin --chip permedia --size 320x240 -o picture.png
+)";
+
+void SetUpPlay(CLI::App& command, Console& console) {
+    auto arguments = std::make_shared<PlayArguments>();
+    AddStreamArguments(command, arguments->stream);
+    AddPlaceOption(command, "--to", arguments->to, "Stop there (default: end)");
+    command
+        .add_option("-o,--output", arguments->output,
+                    "Write a picture of what is there then; - for standard output")
+        ->type_name("OUT.png");
+    command.add_option("--surface", arguments->surface, "Take the picture of this surface")
+        ->type_name("NAME");
+    command.add_flag("--depth-picture", arguments->depthPicture,
+                     "Take it of the Z buffer, near black and far white");
+    command
+        .add_option("--memory", arguments->memory,
+                    "Write the frame buffer's bytes, and those of a local buffer into a file with "
+                    "-local before its extension")
+        ->type_name("FILE");
+    command.add_option("--pictures", arguments->pictures, "Write many pictures into this folder")
+        ->type_name("DIR");
+    AddChoice(command, "--every", arguments->every, {"frame", "primitive"},
+              "When to take one of them");
+    command.add_flag("--check", arguments->check,
+                     "Compare with the checksums of the capture's marks");
+    command
+        .add_option("--size", arguments->size,
+                    "Raw words: size of the screen in pixels (default 640x480)")
+        ->type_name("WxH");
+    AddChoice(command, "--depth", arguments->depth, {"8", "16", "32"},
+              "Raw words: bits per pixel of the screen (default 16)");
+    command.add_flag("--json", arguments->json, "Tell the result as JSON");
+    command.footer(kPlayFooter);
+    command.callback([arguments, &console] {
+        CheckArguments(*arguments);
+        Play(*arguments, console).Run();
+    });
+}
+
+} // namespace
+
+extern const Command kPlayCommand{"play", CommandGroup::Play, "Play a capture on a bare board",
+                                  SetUpPlay};
+
+} // namespace korv
