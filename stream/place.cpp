@@ -8,14 +8,15 @@ namespace stream {
 
 namespace {
 
-using Kind = Place::Kind;
+using PlaceKind = Place::Kind;
 
 constexpr struct {
-    Kind kind;
+    PlaceKind kind;
     std::string_view prefix;
-} kPrefixes[] = {{Kind::Word, "word"},   {Kind::Event, "event"}, {Kind::Call, "call"},
-                 {Kind::Batch, "batch"}, {Kind::Step, "step"},   {Kind::Frame, "frame"},
-                 {Kind::Mark, "mark"}};
+} kPrefixes[] = {{PlaceKind::Word, "word"}, {PlaceKind::Event, "event"},
+                 {PlaceKind::Call, "call"}, {PlaceKind::Batch, "batch"},
+                 {PlaceKind::Step, "step"}, {PlaceKind::Frame, "frame"},
+                 {PlaceKind::Mark, "mark"}};
 
 constexpr const char* kExpected =
     "expected a word's number, word:N, event:N, call:N, batch:N, frame:N, step:N, mark:NAME, start "
@@ -25,13 +26,13 @@ constexpr const char* kExpected =
     throw StreamError("bad place '" + std::string(text) + "': " + kExpected);
 }
 
-std::string_view PrefixOf(Kind kind) {
+std::string_view PrefixOf(PlaceKind kind) {
     for (const auto& row : kPrefixes) {
         if (row.kind == kind) {
             return row.prefix;
         }
     }
-    return kind == Kind::Start ? "start" : "end";
+    return kind == PlaceKind::Start ? "start" : "end";
 }
 
 uint64_t ParseNumber(std::string_view digits, std::string_view whole) {
@@ -49,8 +50,8 @@ uint64_t ParseNumber(std::string_view digits, std::string_view whole) {
 // Marks that must have been passed at the place of the mark with this number. Frames begin where
 // the mark of the one before ends it.
 uint64_t MarksBefore(const Place& place) {
-    return place.kind == Kind::Frame || place.number == ~uint64_t{0} ? place.number
-                                                                     : place.number + 1;
+    return place.kind == PlaceKind::Frame || place.number == ~uint64_t{0} ? place.number
+                                                                          : place.number + 1;
 }
 
 } // namespace
@@ -58,22 +59,22 @@ uint64_t MarksBefore(const Place& place) {
 std::string Place::Text() const {
     std::string text(PrefixOf(kind));
     switch (kind) {
-    case Kind::Start:
-    case Kind::End:
+    case PlaceKind::Start:
+    case PlaceKind::End:
         return text;
-    case Kind::Mark:
+    case PlaceKind::Mark:
         return text + ":" + name;
     default:
         return text + ":" + std::to_string(number);
     }
 }
 
-Place ParsePlace(std::string_view text, Kind plain) {
+Place ParsePlace(std::string_view text, PlaceKind plain) {
     if (text == "start") {
-        return {Kind::Start, 0, {}};
+        return {PlaceKind::Start, 0, {}};
     }
     if (text == "end") {
-        return {Kind::End, 0, {}};
+        return {PlaceKind::End, 0, {}};
     }
     const size_t colon = text.find(':');
     if (colon == std::string_view::npos) {
@@ -84,7 +85,7 @@ Place ParsePlace(std::string_view text, Kind plain) {
         if (row.prefix != prefix) {
             continue;
         }
-        if (row.kind != Kind::Mark) {
+        if (row.kind != PlaceKind::Mark) {
             return {row.kind, ParseNumber(rest, text), {}};
         }
         if (!rest.empty()) {
@@ -94,23 +95,23 @@ Place ParsePlace(std::string_view text, Kind plain) {
     Bad(text);
 }
 
-PlaceRange ParseRange(std::string_view text, Kind plain) {
+PlaceRange ParseRange(std::string_view text, PlaceKind plain) {
     const size_t dash = text.rfind('-');
     const bool one = dash == std::string_view::npos;
     const std::string_view from = text.substr(0, dash);
     const std::string_view to = one ? std::string_view() : text.substr(dash + 1);
     PlaceRange range;
     range.from = ParsePlace(from, plain);
-    const bool counts = range.from.kind != Kind::Start && range.from.kind != Kind::End &&
-                        range.from.kind != Kind::Mark;
+    const bool counts = range.from.kind != PlaceKind::Start && range.from.kind != PlaceKind::End &&
+                        range.from.kind != PlaceKind::Mark;
     range.to = one          ? range.from
-               : to.empty() ? Place{Kind::End, 0, {}}
+               : to.empty() ? Place{PlaceKind::End, 0, {}}
                             : ParsePlace(to, counts ? range.from.kind : plain);
-    if (range.to.kind == Kind::Start || (one && !counts)) {
+    if (range.to.kind == PlaceKind::Start || (one && !counts)) {
         throw StreamError("bad range '" + std::string(text) +
                           "': expected FIRST-LAST, as in 10-20 or step:3-5");
     }
-    if (range.to.kind != Kind::End && range.to.kind != Kind::Mark &&
+    if (range.to.kind != PlaceKind::End && range.to.kind != PlaceKind::Mark &&
         range.to.number != ~uint64_t{0}) {
         ++range.to.number;
     }
@@ -122,29 +123,29 @@ PlaceRange ParseRange(std::string_view text, Kind plain) {
 
 bool HasReached(const Place& place, const Position& before) {
     switch (place.kind) {
-    case Kind::Start:
+    case PlaceKind::Start:
         return true;
-    case Kind::End:
-    case Kind::Mark:
+    case PlaceKind::End:
+    case PlaceKind::Mark:
         return false;
-    case Kind::Word:
+    case PlaceKind::Word:
         return before.word >= place.number;
-    case Kind::Event:
+    case PlaceKind::Event:
         return before.event >= place.number;
-    case Kind::Call:
+    case PlaceKind::Call:
         return before.call >= MarksBefore(place);
-    case Kind::Batch:
+    case PlaceKind::Batch:
         return before.batch >= MarksBefore(place);
-    case Kind::Step:
+    case PlaceKind::Step:
         return before.step >= MarksBefore(place);
-    case Kind::Frame:
+    case PlaceKind::Frame:
         return before.frame >= MarksBefore(place);
     }
     return false;
 }
 
 bool IsAt(const Place& place, const Position& before, const Event* passed) {
-    if (place.kind == Kind::Mark) {
+    if (place.kind == PlaceKind::Mark) {
         return passed != nullptr && passed->kind == EventKind::Mark &&
                passed->mark->name == place.name;
     }

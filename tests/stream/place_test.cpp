@@ -6,17 +6,17 @@
 namespace stream {
 namespace {
 
-using Kind = Place::Kind;
+using PlaceKind = Place::Kind;
 
 TEST(PlaceText, NamesEveryKind) {
-    EXPECT_EQ(ParsePlace("1234"), (Place{Kind::Word, 1234, {}}));
-    EXPECT_EQ(ParsePlace("0x10"), (Place{Kind::Word, 16, {}}));
-    EXPECT_EQ(ParsePlace("7", Kind::Frame), (Place{Kind::Frame, 7, {}}));
-    EXPECT_EQ(ParsePlace("event:5"), (Place{Kind::Event, 5, {}}));
-    EXPECT_EQ(ParsePlace("batch:0"), (Place{Kind::Batch, 0, {}}));
-    EXPECT_EQ(ParsePlace("mark:a:b"), (Place{Kind::Mark, 0, "a:b"}));
-    EXPECT_EQ(ParsePlace("start").kind, Kind::Start);
-    EXPECT_EQ(ParsePlace("end").kind, Kind::End);
+    EXPECT_EQ(ParsePlace("1234"), (Place{PlaceKind::Word, 1234, {}}));
+    EXPECT_EQ(ParsePlace("0x10"), (Place{PlaceKind::Word, 16, {}}));
+    EXPECT_EQ(ParsePlace("7", PlaceKind::Frame), (Place{PlaceKind::Frame, 7, {}}));
+    EXPECT_EQ(ParsePlace("event:5"), (Place{PlaceKind::Event, 5, {}}));
+    EXPECT_EQ(ParsePlace("batch:0"), (Place{PlaceKind::Batch, 0, {}}));
+    EXPECT_EQ(ParsePlace("mark:a:b"), (Place{PlaceKind::Mark, 0, "a:b"}));
+    EXPECT_EQ(ParsePlace("start").kind, PlaceKind::Start);
+    EXPECT_EQ(ParsePlace("end").kind, PlaceKind::End);
     for (const char* text : {"word:1", "event:2", "call:3", "batch:4", "step:5", "frame:6",
                              "mark:x y", "start", "end"}) {
         EXPECT_EQ(ParsePlace(text).Text(), text);
