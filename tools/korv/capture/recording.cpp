@@ -27,7 +27,6 @@ RecordPaths RecordPaths::With(const std::string& suffix) const {
 }
 
 Recording::Recording(const RecordPaths& paths) : trace_(trace::NewTap()) {
-    TheRecordings().insert(this);
     if (!paths.words.empty()) {
         words_.emplace(paths.words);
     }
@@ -37,6 +36,8 @@ Recording::Recording(const RecordPaths& paths) : trace_(trace::NewTap()) {
     if (!paths.capture.empty()) {
         capture_.emplace(paths.capture);
     }
+    // Only a whole one can be committed: an output that cannot be opened throws above.
+    TheRecordings().insert(this);
 }
 
 void Recording::Close() {
