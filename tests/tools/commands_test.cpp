@@ -44,8 +44,8 @@ TEST(Commands, HelpListsThemGroupByGroup) {
             listed.push_back(help.substr(at + 2, help.find(' ', at + 2) - at - 2));
         }
     }
-    EXPECT_THAT(listed,
-                ElementsAre("demo", "render", "info", "model", "texture", "replay", "trace"));
+    EXPECT_THAT(listed, ElementsAre("demo", "render", "info", "model", "texture", "play", "replay",
+                                    "trace"));
 }
 
 TEST(Commands, EachHasHelpThatBeginsWithItsSynopsis) {
