@@ -45,7 +45,7 @@ TEST(Commands, HelpListsThemGroupByGroup) {
         }
     }
     EXPECT_THAT(listed, ElementsAre("demo", "render", "info", "model", "texture", "assemble",
-                                    "replay", "trace"));
+                                    "play", "replay", "trace"));
 }
 
 TEST(Commands, EachHasHelpThatBeginsWithItsSynopsis) {

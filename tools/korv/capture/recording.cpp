@@ -28,7 +28,6 @@ RecordPaths RecordPaths::With(const std::string& suffix) const {
 }
 
 Recording::Recording(const RecordPaths& paths) : trace_(trace::NewTap()) {
-    TheRecordings().insert(this);
     if (!paths.words.empty()) {
         words_.emplace(paths.words);
     }
@@ -38,6 +37,8 @@ Recording::Recording(const RecordPaths& paths) : trace_(trace::NewTap()) {
     if (!paths.capture.empty()) {
         capture_.emplace(paths.capture);
     }
+    // Only a whole one can be committed: an output that cannot be opened throws above.
+    TheRecordings().insert(this);
 }
 
 void Recording::SetDevice(uint32_t deviceId) {
