@@ -8,7 +8,10 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
+#include <string>
+#include <vector>
 
 namespace board {
 
@@ -63,6 +66,18 @@ class Board {
     const Config& Configuration() const;
     virtual Faults FaultReport() const;
     virtual EntryCounts Entered() const;
+
+    // The whole state as bytes, in the form that snapshot.h tells, with the memories or without
+    // them for those who keep these themselves. Not part of it is what is plugged in from outside:
+    // mapped memory, handler, recorder, video source. Not to be called by recorder or video source.
+    enum class Contents { StateAlone, WithMemories };
+    virtual std::vector<uint8_t> Save(Contents contents);
+    // Becomes as a board of the same configuration was when it was saved; with a snapshot without
+    // memories these stay. What is plugged in from outside stays, and what the saved board had has
+    // to be there before: a primitive that goes on may read mapped memory, a video source is taken
+    // to be the same one. None: done. Otherwise what is wrong with the snapshot, and nothing has
+    // changed.
+    [[nodiscard]] virtual std::optional<std::string> Restore(std::span<const uint8_t> snapshot);
 
   protected:
     // What moves entries through the FIFO, words through the DMA engine, and interrupts to their

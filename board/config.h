@@ -1,5 +1,6 @@
 #pragma once
 // What a board is made of and how it keeps time.
+#include "board/values/state_visitor.h"
 #include "chip/devices.h"
 
 #include <cstdint>
@@ -29,6 +30,7 @@ struct Timing {
     constexpr bool PipelineAtOnce() const {
         return fifoDrainPerTick == 0 && fifoTicksPerEntry == 0 && pixelsPerTick == 0;
     }
+    void Visit(StateVisitor& visit);
 };
 
 struct Config {
@@ -41,6 +43,8 @@ struct Config {
     uint32_t linesTotal = 525;         // scan lines per frame, blank included
     uint32_t linesBlank = 45;          // of them in vertical blank, counted from line 0
     Timing timing;
+
+    void Visit(StateVisitor& visit);
 };
 
 } // namespace board

@@ -171,6 +171,12 @@ struct Board::Parts {
     void WriteAperture(uint32_t offset, uint32_t value);
     void RaiseError(const Field& error);
 
+    // --- state (state.cpp) ---
+
+    void Visit(StateVisitor& visit);
+    // Works out anew what follows from the state: behind a restore.
+    void Rebuild();
+
     Board& owner;
     const Pace pace;
     Config config;

@@ -143,4 +143,16 @@ EntryCounts ThreadedBoard::Entered() const {
     return Board::Entered();
 }
 
+std::vector<uint8_t> ThreadedBoard::Save(Contents contents) {
+    const std::lock_guard lock(mutex_);
+    return Board::Save(contents);
+}
+
+std::optional<std::string> ThreadedBoard::Restore(std::span<const uint8_t> snapshot) {
+    std::unique_lock lock(mutex_);
+    std::optional<std::string> error = Board::Restore(snapshot);
+    LetWork(lock);
+    return error;
+}
+
 } // namespace board

@@ -35,6 +35,8 @@ class ThreadedBoard final : public Board {
     void SetTiming(const Timing& timing) override;
     Faults FaultReport() const override;
     EntryCounts Entered() const override;
+    std::vector<uint8_t> Save(Contents contents) override;
+    [[nodiscard]] std::optional<std::string> Restore(std::span<const uint8_t> snapshot) override;
 
   private:
     void CallHandler(const std::function<void()>& handler) override;

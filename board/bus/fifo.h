@@ -1,6 +1,7 @@
 #pragma once
 // The input FIFO: register writes that wait for the pipeline.
 #include "board/values/registers.h"
+#include "board/values/state_visitor.h"
 
 #include <cstdint>
 #include <deque>
@@ -23,6 +24,7 @@ class InputFifo {
     // Free entries as the processor reads them: never more than there are, and, with a lag, never
     // more than there were that many reads ago.
     uint32_t ReportSpace();
+    void Visit(StateVisitor& visit);
 
   private:
     std::deque<RegisterWrite> entries_;

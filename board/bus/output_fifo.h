@@ -1,5 +1,7 @@
 #pragma once
 // The output FIFO: words for the processor to read back. It has no limit of its own.
+#include "board/values/state_visitor.h"
+
 #include <cstdint>
 #include <deque>
 
@@ -15,6 +17,12 @@ class OutputFifo {
         const uint32_t word = words_.front();
         words_.pop_front();
         return word;
+    }
+    void Visit(StateVisitor& visit) {
+        auto& [words] = *this;
+        std::vector<uint64_t> list(words.begin(), words.end());
+        visit.List("words", list, 1, StateVisitor::Word32);
+        words.assign(list.begin(), list.end());
     }
 
   private:

@@ -13,10 +13,10 @@ constexpr uint32_t kBuffers = 3;
 
 } // namespace
 
-void VideoPort::Plug(VideoSource* source, uint64_t now) {
+void VideoPort::Follow(VideoSource* source, uint64_t now) {
     source_ = present_ ? source : nullptr;
-    taking_ = false;
     if (source_ == nullptr) {
+        taking_ = false;
         nextLine_ = kNever;
         return;
     }
