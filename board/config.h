@@ -30,6 +30,7 @@ struct Timing {
     constexpr bool PipelineAtOnce() const {
         return fifoDrainPerTick == 0 && fifoTicksPerEntry == 0 && pixelsPerTick == 0;
     }
+    bool operator==(const Timing&) const = default;
     void Visit(StateVisitor& visit);
 };
 

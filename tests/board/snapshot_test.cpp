@@ -124,13 +124,16 @@ class Work {
             break;
         case 9:
             Interpolants(to);
+            Texture(to);
             break;
         case 10:
-            Send(to,
-                 Chance(2)   ? tag::Sync
-                 : Chance(2) ? tag::PickResult
-                             : tag::TexelLUTTransfer,
-                 Chance(2) ? 0x10000 : 0);
+            Send(to, Chance(2) ? tag::Sync : tag::PickResult, Below(100));
+            for (uint32_t left = Below(12); left != 0 && Chance(2); --left) {
+                machine.seen.push_back(to.Read(reg::OutFIFOWord));
+            }
+            if (Chance(4)) {
+                Send(to, tag::ResetPickResult, 0);
+            }
             break;
         case 11:
             Burst(to);
@@ -194,11 +197,15 @@ class Work {
         Send(to, tag::FBWriteMode, 1);
         Send(to, tag::LBWriteMode, 1);
         Send(to, tag::DepthMode, Chance(3) ? 0x73 : 0);
+        Send(to, tag::ColorDDAMode, Chance(3) ? 0 : 3);
+        Send(to, tag::LogicalOpMode, 0);
+        Send(to, tag::FBHardwareWriteMask, ~0u);
+        Send(to, tag::FBSoftwareWriteMask, ~0u);
         Send(to, tag::FBPixelOffset, 0);
         Send(to, tag::FBWindowBase, 0);
         Send(to, tag::LBWindowBase, Below(1000));
         Send(to, tag::ScissorMode, 0);
-        Send(to, tag::FBReadMode, 2 | (Chance(3) ? 0x200 : 0x400) | (Chance(8) ? 0x80000 : 0));
+        Send(to, tag::FBReadMode, 2 | (Chance(5) ? 0x200 : 0x400) | (Chance(8) ? 0x80000 : 0));
         Send(to, tag::StatisticMode, 1);
         Send(to, tag::MaxRegion, 0x00400040);
         Send(to, tag::StartXDom, Below(60) << 16);
@@ -208,8 +215,30 @@ class Work {
         Send(to, tag::StartY, Below(40) << 16);
         Send(to, tag::dY, 0x10000);
         Send(to, tag::Count, Below(8));
-        const uint32_t kind = Chance(4) ? 0 : 0x40;
-        Send(to, tag::Render, kind | (random_() & (Chance(3) ? 0x17009u : 0x16001u)));
+        const uint32_t kind = Chance(3) ? 0 : 0x40;
+        Send(to, tag::Render, kind | (random_() & (Chance(2) ? 0x17009u : 0x16001u)));
+    }
+    // Maps of 16 by 16 texels, of a format with a lookup table as often as one without.
+    void Texture(Board& to) {
+        const uint32_t bits = 2 + Below(2); // 4 or 8, as a logarithm
+        const bool table = Chance(2);
+        Send(to, tag::TextureAddressMode, 1 | Below(2) << 1);
+        Send(to, tag::TextureReadMode, 1 | Below(3) << 1 | 4 << 9 | 4 << 13 | Below(2) << 17);
+        Send(to, tag::TextureBaseAddress, Chance(4) ? 0x40000000 : Below(1000));
+        Send(to, tag::TextureMapFormat, table ? 1 | (bits == 2 ? 3 : 0) << 19 : 1 | 2 << 19);
+        Send(to, tag::TextureDataFormat, table ? (bits == 2 ? 15 : 14) : 0);
+        Send(to, tag::TexelLUTMode, 1);
+        Send(to, tag::GlintTextureReadMode,
+             1 | 4 << 1 | 4 << 5 | (table ? bits : 5) << 9 | Below(2) << 14 | Below(2) << 15);
+        Send(to, tag::TextureFormat, table ? 2 | 3 << 3 : 0);
+        Send(to, tag::TextureColorMode, 1 | 3 << 1 | Below(2) << 3 | 1 << 6);
+        for (uint32_t entry = 0; entry < 16 && Chance(3); ++entry) {
+            Send(to, tag::TexelLUT0 + entry, static_cast<uint32_t>(random_()));
+        }
+        if (Chance(2)) {
+            Send(to, tag::TexelLUTAddress, Below(4000));
+            Send(to, tag::TexelLUTTransfer, 0x10000);
+        }
     }
     void Interpolants(Board& to) {
         for (const Register& entry : kRegisters) {
@@ -218,7 +247,8 @@ class Work {
                 Send(to, entry.Tag(), Below(0x200000));
             }
         }
-        Send(to, tag::QStart, 0x3FFFFFFF);
+        Send(to, tag::QStart, 0x20000000 + Below(0x1FFFFFFF));
+        Send(to, tag::FogMode, Below(2));
     }
     void Colours(Board& to) {
         for (uint32_t left = Below(40); left != 0; --left) {
@@ -281,7 +311,8 @@ class Work {
             to.Write(reg::ErrorFlags, Below(8));
             break;
         case 5:
-            to.Write(4 * Below(64), 0x19); // unknown ones too
+            to.Write(4 * Below(64), 0x219); // unknown ones too
+            to.Write(reg::IntEnable, Chance(2) ? 0x219 : Below(0x400));
             break;
         case 6:
             to.SetTiming(SomeTiming(random_));
@@ -379,6 +410,7 @@ TEST(Snapshot, ARestoredBoardGoesOnLikeTheSavedOne) {
                   "")
             << seed;
         ASSERT_EQ(saved.board.FaultReport().Describe(), restored.board.FaultReport().Describe());
+        ASSERT_EQ(saved.board.Configuration().timing, restored.board.Configuration().timing);
     }
 }
 
