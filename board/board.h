@@ -31,13 +31,23 @@ class Board {
     // Register aperture: 32-bit accesses at a byte offset. Every access is a tick.
     virtual uint32_t Read(uint32_t offset);
     virtual void Write(uint32_t offset, uint32_t value);
+    // What Read would return, without an access: no time passes, no FIFO moves, nobody is told.
+    virtual uint32_t Peek(uint32_t offset) const;
+    // The level of the interrupt line: a flag stands that is enabled. The handler is called at
+    // edges (SetInterruptHandler).
+    virtual bool InterruptLevel() const;
     // `count` words written in order into the FIFO window.
     virtual void WriteFifo(const uint32_t* words, size_t count);
     // Lets `ticks` units of time pass without a bus access.
     virtual void Idle(uint32_t ticks);
 
-    // Makes `bytes` at `memory` readable by the DMA engine at bus address `busAddress`.
+    // Makes `bytes` at `memory` readable by the board at bus address `busAddress`, until another
+    // range is mapped there; no bytes are nothing mapped.
     virtual void MapMemory(uint32_t busAddress, const void* memory, size_t bytes);
+    // Asks `reader` for the words of DMA transfers where nothing is mapped: it copies `bytes` from
+    // the address, or returns false if nobody is there. Null for none. It must not touch the board.
+    using MemoryReader = std::function<bool(uint32_t busAddress, void* to, size_t bytes)>;
+    virtual void SetMemoryReader(MemoryReader reader);
     // Called when the interrupt line is raised, once what the units were doing is done: it may
     // access the board. It is not called anew while it runs.
     virtual void SetInterruptHandler(std::function<void()> handler);

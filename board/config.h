@@ -4,6 +4,8 @@
 #include "chip/devices.h"
 
 #include <cstdint>
+#include <optional>
+#include <string>
 
 namespace board {
 
@@ -45,6 +47,9 @@ struct Config {
     uint32_t linesBlank = 45;          // of them in vertical blank, counted from line 0
     Timing timing;
 
+    // What is wrong with a configuration that comes from outside. A board takes it for granted that
+    // nothing is.
+    std::optional<std::string> Problem() const;
     void Visit(StateVisitor& visit);
 };
 

@@ -98,6 +98,21 @@ void ThreadedBoard::MapMemory(uint32_t busAddress, const void* memory, size_t by
     Board::MapMemory(busAddress, memory, bytes);
 }
 
+void ThreadedBoard::SetMemoryReader(MemoryReader reader) {
+    const std::lock_guard lock(mutex_);
+    Board::SetMemoryReader(std::move(reader));
+}
+
+uint32_t ThreadedBoard::Peek(uint32_t offset) const {
+    const std::lock_guard lock(mutex_);
+    return Board::Peek(offset);
+}
+
+bool ThreadedBoard::InterruptLevel() const {
+    const std::lock_guard lock(mutex_);
+    return Board::InterruptLevel();
+}
+
 void ThreadedBoard::SetInterruptHandler(std::function<void()> handler) {
     const std::lock_guard lock(mutex_);
     Board::SetInterruptHandler(std::move(handler));

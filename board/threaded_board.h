@@ -20,9 +20,12 @@ class ThreadedBoard final : public Board {
 
     uint32_t Read(uint32_t offset) override;
     void Write(uint32_t offset, uint32_t value) override;
+    uint32_t Peek(uint32_t offset) const override;
+    bool InterruptLevel() const override;
     void WriteFifo(const uint32_t* words, size_t count) override;
     void Idle(uint32_t ticks) override;
     void MapMemory(uint32_t busAddress, const void* memory, size_t bytes) override;
+    void SetMemoryReader(MemoryReader reader) override;
     void SetInterruptHandler(std::function<void()> handler) override;
     void SetRecorder(BusRecorder* recorder) override;
     void SetVideoSource(VideoSource* source) override;

@@ -22,12 +22,22 @@ uint32_t InputFifo::Space() const {
 }
 
 uint32_t InputFifo::ReportSpace() {
-    uint32_t space = Space();
-    reports_.push_back(space);
+    const uint32_t report = NextReport();
+    reports_.push_back(Space());
     if (reports_.size() > reportLag_ + 1u) {
         reports_.pop_front();
     }
-    space = std::min(space, reports_.front());
+    return report;
+}
+
+uint32_t InputFifo::NextReport() const {
+    uint32_t space = Space();
+    if (reports_.size() > reportLag_) {
+        // The oldest one leaves, and the next counts.
+        space = std::min(space, reportLag_ == 0 ? space : reports_[1]);
+    } else if (!reports_.empty()) {
+        space = std::min(space, reports_.front());
+    }
     return reportCap_ != 0 ? std::min(space, reportCap_) : space;
 }
 

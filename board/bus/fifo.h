@@ -24,6 +24,8 @@ class InputFifo {
     // Free entries as the processor reads them: never more than there are, and, with a lag, never
     // more than there were that many reads ago.
     uint32_t ReportSpace();
+    // What ReportSpace would say.
+    uint32_t NextReport() const;
     void Visit(StateVisitor& visit);
 
   private:

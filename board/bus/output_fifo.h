@@ -11,6 +11,8 @@ class OutputFifo {
   public:
     bool Empty() const { return words_.empty(); }
     uint32_t Count() const { return static_cast<uint32_t>(words_.size()); }
+    // The oldest word, 0 without one.
+    uint32_t Front() const { return words_.empty() ? 0 : words_.front(); }
     void Push(uint32_t word) { words_.push_back(word); }
     // The oldest word. Must not be empty.
     uint32_t Pop() {

@@ -45,6 +45,12 @@ struct Machine {
             dma[i] = i % 64 == 62 ? tag::Continue : tag::FogColor + i % 8;
             dma[i + 1] = i % 64 == 62 ? 3 : dma[i + 1];
         }
+        for (uint8_t& byte : board.FrameBuffer()) {
+            byte = static_cast<uint8_t>(random());
+        }
+        for (uint8_t& byte : board.LocalBuffer()) {
+            byte = static_cast<uint8_t>(random());
+        }
         board.MapMemory(kBusAddress, dma.data(), dma.size() * sizeof(uint32_t));
         board.SetInterruptHandler([this] {
             seen.push_back(0xA5A5A5A5);
@@ -244,7 +250,7 @@ class Work {
         for (const Register& entry : kRegisters) {
             if (entry.HasTag() && entry.use == Use::Interpolant && entry.Tag() > tag::Count &&
                 Chance(2)) {
-                Send(to, entry.Tag(), Below(0x200000));
+                Send(to, entry.Tag(), Below(0x200000) << Below(8));
             }
         }
         Send(to, tag::QStart, 0x20000000 + Below(0x1FFFFFFF));
