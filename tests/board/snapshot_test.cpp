@@ -172,7 +172,8 @@ class Work {
         }
     }
 
-    uint32_t Below(uint32_t end) { return static_cast<uint32_t>(random_()) % end; }
+    uint32_t Word() { return static_cast<uint32_t>(random_()); }
+    uint32_t Below(uint32_t end) { return Word() % end; }
     bool Chance(uint32_t one) { return Below(one) == 0; }
 
   private:
@@ -239,7 +240,7 @@ class Work {
         Send(to, tag::TextureFormat, table ? 2 | 3 << 3 : 0);
         Send(to, tag::TextureColorMode, 1 | 3 << 1 | Below(2) << 3 | 1 << 6);
         for (uint32_t entry = 0; entry < 16 && Chance(3); ++entry) {
-            Send(to, tag::TexelLUT0 + entry, static_cast<uint32_t>(random_()));
+            Send(to, tag::TexelLUT0 + entry, Word());
         }
         if (Chance(2)) {
             Send(to, tag::TexelLUTAddress, Below(4000));
@@ -258,7 +259,7 @@ class Work {
     }
     void Colours(Board& to) {
         for (uint32_t left = Below(40); left != 0; --left) {
-            Send(to, tag::Color, static_cast<uint32_t>(random_()));
+            Send(to, tag::Color, Word());
         }
     }
     void Triangle(Board& to) {
@@ -273,10 +274,9 @@ class Work {
     }
     // Stops anywhere, so that the decoder waits for the rest.
     void Burst(Board& to) {
-        const uint32_t hold[] = {HoldTag(tag::TexelLUT0 + Below(16), 3), random_(), random_(),
-                                 random_()};
-        const uint32_t indexed[] = {IndexedTag(tag::AreaStipplePattern0, 0xFF), random_(),
-                                    random_()};
+        const uint32_t first = Word(), second = Word();
+        const uint32_t hold[] = {HoldTag(tag::TexelLUT0 + Below(16), 3), first, second, 7};
+        const uint32_t indexed[] = {IndexedTag(tag::AreaStipplePattern0, 0xFF), first, second};
         if (Chance(2)) {
             to.WriteFifo(hold, 1 + Below(4));
         } else {
