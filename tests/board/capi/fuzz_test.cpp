@@ -140,7 +140,7 @@ class Fuzzer {
         case tag::StartXDom:
         case tag::StartXSub:
         case tag::StartY:
-            return Chance(8) ? Any() : Below(64) << 16 | Below(0x10000);
+            return Chance(50) ? Any() : Below(64) << 16 | Below(0x10000);
         case tag::Render:
             return Chance(2) ? 0x40 | (Any() & 0x1F021) : Any();
         default:
