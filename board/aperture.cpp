@@ -23,16 +23,12 @@ void Board::Parts::RaiseError(const Field& error) {
     interrupts.Raise(field::IntFlags_Error);
 }
 
-uint32_t Board::Parts::ReadAperture(uint32_t offset) {
+uint32_t Board::Parts::PeekAperture(uint32_t offset) const {
     if (IsMapped(offset)) {
         return registers[(offset - reg::MappedRegisters) / 8];
     }
     if (InFifoWindow(offset)) {
-        if (output.Empty()) {
-            RaiseError(field::ErrorFlags_OutputFIFO);
-            return 0;
-        }
-        return output.Pop();
+        return output.Front();
     }
     switch (offset) {
     case reg::IntEnable:
@@ -40,8 +36,7 @@ uint32_t Board::Parts::ReadAperture(uint32_t offset) {
     case reg::IntFlags:
         return interrupts.Flags();
     case reg::InFIFOSpace:
-        credit.Grant(input.ReportSpace());
-        return credit.Left();
+        return input.NextReport();
     case reg::OutFIFOWords:
         return output.Count();
     case reg::DMACount:
@@ -55,6 +50,21 @@ uint32_t Board::Parts::ReadAperture(uint32_t offset) {
     default:
         return offset < reg::MappedRegisters ? registers.Aperture(offset) : 0;
     }
+}
+
+uint32_t Board::Parts::ReadAperture(uint32_t offset) {
+    const uint32_t value = PeekAperture(offset);
+    if (InFifoWindow(offset)) {
+        if (output.Empty()) {
+            RaiseError(field::ErrorFlags_OutputFIFO);
+        } else {
+            output.Pop();
+        }
+    } else if (offset == reg::InFIFOSpace) {
+        input.ReportSpace();
+        credit.Grant(value);
+    }
+    return value;
 }
 
 void Board::Parts::WriteAperture(uint32_t offset, uint32_t value) {
@@ -104,6 +114,10 @@ void Board::Parts::WriteAperture(uint32_t offset, uint32_t value) {
         registers.SetAperture(offset, value);
         break;
     }
+}
+
+uint32_t Board::Peek(uint32_t offset) const {
+    return parts_->PeekAperture(offset);
 }
 
 uint32_t Board::Read(uint32_t offset) {

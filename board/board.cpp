@@ -39,6 +39,16 @@ void Board::MapMemory(uint32_t busAddress, const void* memory, size_t bytes) {
         parts_->monitor->OnMapMemory(busAddress, static_cast<uint32_t>(bytes));
     }
     parts_->host.Map(busAddress, memory, bytes);
+    // A primitive under way may read what was there.
+    parts_->commands.Rebuild();
+}
+
+void Board::SetMemoryReader(MemoryReader reader) {
+    parts_->host.SetReader(std::move(reader));
+}
+
+bool Board::InterruptLevel() const {
+    return (parts_->interrupts.Flags() & parts_->interrupts.Enable()) != 0;
 }
 
 void Board::SetInterruptHandler(std::function<void()> handler) {

@@ -8,7 +8,10 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
+#include <string>
+#include <vector>
 
 namespace board {
 
@@ -29,13 +32,23 @@ class Board {
     // Register aperture: 32-bit accesses at a byte offset. Every access is a tick.
     virtual uint32_t Read(uint32_t offset);
     virtual void Write(uint32_t offset, uint32_t value);
+    // What Read would return, without an access: no time passes, no FIFO moves, nobody is told.
+    virtual uint32_t Peek(uint32_t offset) const;
+    // The level of the interrupt line: a flag stands that is enabled. The handler is called at
+    // edges (SetInterruptHandler).
+    virtual bool InterruptLevel() const;
     // `count` words written in order into the FIFO window.
     virtual void WriteFifo(const uint32_t* words, size_t count);
     // Lets `ticks` units of time pass without a bus access.
     virtual void Idle(uint32_t ticks);
 
-    // Makes `bytes` at `memory` readable by the DMA engine at bus address `busAddress`.
+    // Makes `bytes` at `memory` readable by the board at bus address `busAddress`, until another
+    // range is mapped there; no bytes are nothing mapped.
     virtual void MapMemory(uint32_t busAddress, const void* memory, size_t bytes);
+    // Asks `reader` for the words of DMA transfers where nothing is mapped: it copies `bytes` from
+    // the address, or returns false if nobody is there. Null for none. It must not touch the board.
+    using MemoryReader = std::function<bool(uint32_t busAddress, void* to, size_t bytes)>;
+    virtual void SetMemoryReader(MemoryReader reader);
     // Called when the interrupt line is raised, once what the units were doing is done: it may
     // access the board. It is not called anew while it runs.
     virtual void SetInterruptHandler(std::function<void()> handler);
@@ -69,6 +82,18 @@ class Board {
     // What the register at a byte offset of the aperture holds, a multiple of 4 below the mapped
     // registers and of 8 among them. No access: nothing moves. Not on a board with threads.
     uint32_t RegisterAt(uint32_t offset) const;
+
+    // The whole state as bytes, in the form that snapshot.h tells, with the memories or without
+    // them for those who keep these themselves. Not part of it is what is plugged in from outside:
+    // mapped memory, handler, recorder, video source. Not to be called by recorder or video source.
+    enum class Contents { StateAlone, WithMemories };
+    virtual std::vector<uint8_t> Save(Contents contents);
+    // Becomes as a board of the same configuration was when it was saved; with a snapshot without
+    // memories these stay. What is plugged in from outside stays, and what the saved board had has
+    // to be there before: a primitive that goes on may read mapped memory, a video source is taken
+    // to be the same one. None: done. Otherwise what is wrong with the snapshot, and nothing has
+    // changed.
+    [[nodiscard]] virtual std::optional<std::string> Restore(std::span<const uint8_t> snapshot);
 
   protected:
     // What moves entries through the FIFO, words through the DMA engine, and interrupts to their

@@ -200,10 +200,43 @@ bool CommandUnit::BeginPrimitive() {
     if (!CheckRender()) {
         return false;
     }
+    registers_.BeginPrimitive();
     interpolants_.Load(registers_);
     pipeline_ = DecodePipeline(chip_, registers_, memories_, host_, tables_, faults_);
     pick_.Configure(registers_);
     return true;
+}
+
+void CommandUnit::Visit(StateVisitor& visit) {
+    auto& [chip, registers, memories, host, output, faults, strayWords, setup, rasteriser, line,
+           interpolants, pipeline, pick, tables, download, fromHost, walk, pixelsDrawn] = *this;
+    visit.Value("strayWords", strayWords);
+    if (setup) {
+        visit.Within("setup", *setup);
+    }
+    visit.Within("rasteriser", rasteriser);
+    visit.Within("line", line);
+    visit.Within("interpolants", interpolants);
+    visit.Within("pick", pick);
+    visit.Within("tables", tables);
+    visit.Within("download", download);
+    visit.Value("fromHost", fromHost);
+    visit.Value("walk", walk, Walk::None, Walk::Steps);
+    visit.Value("pixelsDrawn", pixelsDrawn);
+}
+
+void CommandUnit::Rebuild() {
+    if (walk_ == Walk::None) {
+        return; // nothing can go on
+    }
+    FaultCounts counted; // when the primitive began
+    registers_.ExchangePrimitive();
+    pipeline_ = DecodePipeline(chip_, registers_, memories_, host_, tables_, counted);
+    pick_.Configure(registers_);
+    if (fromHost_) {
+        download_.Configure(chip_, registers_, pipeline_);
+    }
+    registers_.ExchangePrimitive();
 }
 
 bool CommandUnit::GoesOn(Walk walk) {

@@ -38,6 +38,9 @@ class CommandUnit {
     // Pixels that primitives have covered since the last call, clipped ones too; those of a
     // download, whose every word is an entry, are not among them.
     uint64_t TakePixelsDrawn() { return std::exchange(pixelsDrawn_, 0); }
+    void Visit(StateVisitor& visit);
+    // Works out anew what follows from the state: behind a restore.
+    void Rebuild();
 
   private:
     // What the latest primitive walks along, and so how it can go on.

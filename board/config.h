@@ -1,9 +1,12 @@
 #pragma once
 // What a board is made of and how it keeps time.
+#include "board/values/state_visitor.h"
 #include "chip/devices.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
+#include <string>
 
 namespace board {
 
@@ -30,6 +33,8 @@ struct Timing {
     constexpr bool PipelineAtOnce() const {
         return fifoDrainPerTick == 0 && fifoTicksPerEntry == 0 && pixelsPerTick == 0;
     }
+    bool operator==(const Timing&) const = default;
+    void Visit(StateVisitor& visit);
 };
 
 struct Config {
@@ -42,6 +47,11 @@ struct Config {
     uint32_t linesTotal = 525;         // scan lines per frame, blank included
     uint32_t linesBlank = 45;          // of them in vertical blank, counted from line 0
     Timing timing;
+
+    // What is wrong with a configuration that comes from outside. A board takes it for granted that
+    // nothing is.
+    std::optional<std::string> Problem() const;
+    void Visit(StateVisitor& visit);
 };
 
 // Memory for the board to use instead of its own: zeroes, of the configuration's sizes, which

@@ -213,8 +213,16 @@ struct Board::Parts {
     // --- register aperture (aperture.cpp) ---
 
     uint32_t ReadAperture(uint32_t offset);
+    // The same without what a read does.
+    uint32_t PeekAperture(uint32_t offset) const;
     void WriteAperture(uint32_t offset, uint32_t value);
     void RaiseError(const Field& error);
+
+    // --- state (state.cpp) ---
+
+    void Visit(StateVisitor& visit);
+    // Works out anew what follows from the state: behind a restore.
+    void Rebuild();
 
     Board& owner;
     const Pace pace;

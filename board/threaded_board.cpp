@@ -98,6 +98,21 @@ void ThreadedBoard::MapMemory(uint32_t busAddress, const void* memory, size_t by
     Board::MapMemory(busAddress, memory, bytes);
 }
 
+void ThreadedBoard::SetMemoryReader(MemoryReader reader) {
+    const std::lock_guard lock(mutex_);
+    Board::SetMemoryReader(std::move(reader));
+}
+
+uint32_t ThreadedBoard::Peek(uint32_t offset) const {
+    const std::lock_guard lock(mutex_);
+    return Board::Peek(offset);
+}
+
+bool ThreadedBoard::InterruptLevel() const {
+    const std::lock_guard lock(mutex_);
+    return Board::InterruptLevel();
+}
+
 void ThreadedBoard::SetInterruptHandler(std::function<void()> handler) {
     const std::lock_guard lock(mutex_);
     Board::SetInterruptHandler(std::move(handler));
@@ -141,6 +156,18 @@ Faults ThreadedBoard::FaultReport() const {
 EntryCounts ThreadedBoard::Entered() const {
     const std::lock_guard lock(mutex_);
     return Board::Entered();
+}
+
+std::vector<uint8_t> ThreadedBoard::Save(Contents contents) {
+    const std::lock_guard lock(mutex_);
+    return Board::Save(contents);
+}
+
+std::optional<std::string> ThreadedBoard::Restore(std::span<const uint8_t> snapshot) {
+    std::unique_lock lock(mutex_);
+    std::optional<std::string> error = Board::Restore(snapshot);
+    LetWork(lock);
+    return error;
 }
 
 } // namespace board

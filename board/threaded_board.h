@@ -20,9 +20,12 @@ class ThreadedBoard final : public Board {
 
     uint32_t Read(uint32_t offset) override;
     void Write(uint32_t offset, uint32_t value) override;
+    uint32_t Peek(uint32_t offset) const override;
+    bool InterruptLevel() const override;
     void WriteFifo(const uint32_t* words, size_t count) override;
     void Idle(uint32_t ticks) override;
     void MapMemory(uint32_t busAddress, const void* memory, size_t bytes) override;
+    void SetMemoryReader(MemoryReader reader) override;
     void SetInterruptHandler(std::function<void()> handler) override;
     void SetRecorder(BusRecorder* recorder) override;
     void SetVideoSource(VideoSource* source) override;
@@ -35,6 +38,8 @@ class ThreadedBoard final : public Board {
     void SetTiming(const Timing& timing) override;
     Faults FaultReport() const override;
     EntryCounts Entered() const override;
+    std::vector<uint8_t> Save(Contents contents) override;
+    [[nodiscard]] std::optional<std::string> Restore(std::span<const uint8_t> snapshot) override;
 
   private:
     void CallHandler(const std::function<void()>& handler) override;

@@ -30,7 +30,7 @@ struct Code {
     const char* name;
 };
 
-struct Kind {
+struct ValueKind {
     const char* name;
     Form form;
     const char* about;     // one line for people
@@ -95,12 +95,12 @@ inline constexpr Code Bank[] = {{0xFE, "Below4MB"}, {0xFF, "From4MB"}};
 
 namespace kind {
 #define KIND(title, form_, text, ...)                                                              \
-    inline constexpr Kind title{                                                                   \
+    inline constexpr ValueKind title{                                                              \
         .name = #title, .form = Form::form_, .about = text __VA_OPT__(, ) __VA_ARGS__};
 #include "chip/kinds.def"
 } // namespace kind
 
-inline constexpr const Kind* kKinds[] = {
+inline constexpr const ValueKind* kKinds[] = {
 #define KIND(title, form_, text, ...) &kind::title,
 #include "chip/kinds.def"
 };

@@ -32,7 +32,7 @@ struct Register {
     uint8_t devices; // bit ChipModel each
     Use use;
     ChipUnit unit;
-    const Kind* kind;
+    const ValueKind* kind;
     const char* about;
 
     constexpr bool HasTag() const { return offset >= kMappedRegisters; }
@@ -51,7 +51,7 @@ inline constexpr Register kRegisters[] = {
 
 struct FieldRow : Field {
     const char* name;
-    const Kind* kind;
+    const ValueKind* kind;
     const char* about;
 };
 
@@ -66,7 +66,7 @@ inline constexpr FieldRow kFields[] = {
 struct VertexRow {
     uint8_t index; // in the group
     const char* name;
-    const Kind* kind; // in the fixed groups
+    const ValueKind* kind; // in the fixed groups
     const char* about;
 };
 

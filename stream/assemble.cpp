@@ -230,7 +230,7 @@ class Assembler::Statement {
         return *place;
     }
 
-    uint32_t Value(const Kind& kind, uint32_t width, const std::string& of) {
+    uint32_t Value(const ValueKind& kind, uint32_t width, const std::string& of) {
         const Token token = Next("a value of " + of);
         try {
             return ParseValue(token.text, kind, width, owner_.reading_);
@@ -244,7 +244,7 @@ class Assembler::Statement {
     }
 
     // The unit behind a value, which may be left out.
-    void TakeUnit(const Kind& kind, const std::string& of) {
+    void TakeUnit(const ValueKind& kind, const std::string& of) {
         if (AtEnd() || Sees("=") || Sees(",")) {
             return;
         }
@@ -429,7 +429,7 @@ class Assembler::Statement {
                 if (!data.empty()) {
                     Expect(",", fmt::format("',' and a value of {}", board::TagName(number)));
                 }
-                const Kind& kind = *FormOf(MappedOffset(number)).kind;
+                const ValueKind& kind = *FormOf(MappedOffset(number)).kind;
                 data.push_back(Value(kind, 32, board::TagName(number)));
                 TakeUnit(kind, board::TagName(number));
             }

@@ -6,7 +6,7 @@ namespace stream {
 
 namespace {
 
-const Kind& KindOfVertexWord(uint32_t tagNumber) {
+const ValueKind& KindOfVertexWord(uint32_t tagNumber) {
     const VertexRow* row = FindVertexRow(tagNumber);
     if (row == nullptr) {
         return kind::Bits;

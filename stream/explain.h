@@ -16,7 +16,7 @@ namespace stream {
 // offsets outside the vocabulary have a kind, too.
 struct WordForm {
     std::span<const FieldRow> fields; // none: the word is one value
-    const Kind* kind;
+    const ValueKind* kind;
 };
 // `offset` is a byte offset in the aperture.
 WordForm FormOf(uint32_t offset);

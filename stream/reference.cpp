@@ -174,7 +174,7 @@ const char* TextOf(Use use) {
     return "";
 }
 
-std::string CodesOf(const Kind& kind) {
+std::string CodesOf(const ValueKind& kind) {
     std::string text;
     for (const Code& code : kind.codes) {
         text += fmt::format("{}{} {}", text.empty() ? "" : ", ", code.value, code.name);
@@ -235,7 +235,7 @@ void WriteWords(std::ostream& out) {
 
 void WriteFixedPoint(std::ostream& out) {
     out << kFixedPoint;
-    for (const Kind* kind : kKinds) {
+    for (const ValueKind* kind : kKinds) {
         if (kind->form == Form::Fixed) {
             fmt::print(out, "| {} | s{}.{} | {} | below {} | 2^-{} |\n", kind->name,
                        31 - kind->places, kind->places, -std::ldexp(1.0, 31 - kind->places),
@@ -248,7 +248,7 @@ void WriteFixedPoint(std::ostream& out) {
 
 void WriteKinds(std::ostream& out) {
     out << "## Kinds of values\n\n| kind | of | counts in | values |\n|---|---|---|---|\n";
-    for (const Kind* kind : kKinds) {
+    for (const ValueKind* kind : kKinds) {
         fmt::print(out, "| {} | {} | {} | {} |\n", kind->name, kind->about, kind->unit,
                    CodesOf(*kind));
     }

@@ -11,7 +11,7 @@ namespace stream {
 
 namespace {
 
-std::string TextOf(const Kind& kind, uint32_t bits, uint32_t width, const Reading& reading) {
+std::string TextOf(const ValueKind& kind, uint32_t bits, uint32_t width, const Reading& reading) {
     std::string text;
     AppendValue(text, kind, bits, width, reading);
     return text;

@@ -37,7 +37,7 @@ void AppendDecimal(std::string& text, int64_t value) {
     text.append(digits, end);
 }
 
-void AppendCode(std::string& text, const Kind& kind, uint32_t bits) {
+void AppendCode(std::string& text, const ValueKind& kind, uint32_t bits) {
     for (const Code& code : kind.codes) {
         if (code.value == bits) {
             text += code.name;
@@ -107,7 +107,7 @@ std::optional<uint32_t> ParseBits(std::string_view digits, uint32_t width) {
     return bits;
 }
 
-std::optional<uint32_t> ParsePower(std::string_view text, const Kind& kind, uint32_t width) {
+std::optional<uint32_t> ParsePower(std::string_view text, const ValueKind& kind, uint32_t width) {
     std::optional<uint32_t> exponent;
     if (text.starts_with("2^")) {
         exponent = WholeText<uint32_t>(text.substr(2));
@@ -162,7 +162,7 @@ std::optional<uint32_t> ParseSingle(std::string_view text) {
     return std::bit_cast<uint32_t>(value);
 }
 
-std::optional<uint32_t> ParseCode(std::string_view text, const Kind& kind, uint32_t width) {
+std::optional<uint32_t> ParseCode(std::string_view text, const ValueKind& kind, uint32_t width) {
     for (const Code& code : kind.codes) {
         if (text == code.name) {
             return code.value;
@@ -171,7 +171,7 @@ std::optional<uint32_t> ParseCode(std::string_view text, const Kind& kind, uint3
     return Within(WholeText<int64_t>(text), 0, MaskOf(width));
 }
 
-std::optional<uint32_t> ParseForm(std::string_view text, const Kind& kind, uint32_t width,
+std::optional<uint32_t> ParseForm(std::string_view text, const ValueKind& kind, uint32_t width,
                                   const Reading& reading) {
     switch (kind.form) {
     case Form::Flag:
@@ -215,7 +215,7 @@ std::string ExpectedFixed(uint32_t places) {
 }
 
 // What ParseForm takes, in words.
-std::string Expected(const Kind& kind, uint32_t width, const Reading& reading) {
+std::string Expected(const ValueKind& kind, uint32_t width, const Reading& reading) {
     switch (kind.form) {
     case Form::Flag:
         return "0 or 1";
@@ -262,7 +262,7 @@ std::optional<uint32_t> TexelPlaces(const Reading& reading) {
     return reading.perspective ? 30 : 21;
 }
 
-void AppendValue(std::string& text, const Kind& kind, uint32_t bits, uint32_t width,
+void AppendValue(std::string& text, const ValueKind& kind, uint32_t bits, uint32_t width,
                  const Reading& reading) {
     switch (kind.form) {
     case Form::Flag:
@@ -294,7 +294,7 @@ void AppendValue(std::string& text, const Kind& kind, uint32_t bits, uint32_t wi
     }
 }
 
-uint32_t ParseValue(std::string_view text, const Kind& kind, uint32_t width,
+uint32_t ParseValue(std::string_view text, const ValueKind& kind, uint32_t width,
                     const Reading& reading) {
     const bool hex = text.starts_with("0x") || text.starts_with("0X");
     const auto bits =

@@ -24,7 +24,7 @@ std::optional<uint32_t> TexelPlaces(const Reading& reading);
 
 // Adds `bits`, which are `width` bits wide, as a value of that kind. What has no better form is hex
 // with 0x. Not for kinds of Form::Fields and of groups of registers.
-void AppendValue(std::string& text, const Kind& kind, uint32_t bits, uint32_t width,
+void AppendValue(std::string& text, const ValueKind& kind, uint32_t bits, uint32_t width,
                  const Reading& reading);
 
 // A text that is no value of its kind.
@@ -36,7 +36,7 @@ struct ValueError {
 // The bits of a value as AppendValue writes it, or in another form of the same: 0x and the bits in
 // hex for every kind, a code's number, 2^N for a size, fewer or more decimals than needed (the
 // nearest value counts). Throws ValueError.
-uint32_t ParseValue(std::string_view text, const Kind& kind, uint32_t width,
+uint32_t ParseValue(std::string_view text, const ValueKind& kind, uint32_t width,
                     const Reading& reading);
 
 } // namespace stream

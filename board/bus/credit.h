@@ -2,6 +2,8 @@
 // What the processor knows of the input FIFO: the room that InFIFOSpace told it of, less what it
 // has entered since. An entry behind the last of it was never waited for, and only luck or a fast
 // chip keeps it from being lost.
+#include "board/values/state_visitor.h"
+
 #include <cstdint>
 
 namespace board {
@@ -18,6 +20,10 @@ class FifoCredit {
         }
         --left_;
         return true;
+    }
+    void Visit(StateVisitor& visit) {
+        auto& [left] = *this;
+        visit.Value("left", left);
     }
 
   private:

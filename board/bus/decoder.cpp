@@ -33,4 +33,11 @@ StreamDecoder::Kind StreamDecoder::Feed(uint32_t word, RegisterWrite& write) {
     return Kind::Tag;
 }
 
+void StreamDecoder::Visit(StateVisitor& visit) {
+    auto& [base, holdLeft, maskLeft] = *this;
+    visit.Value("base", base, 0u, kTagMask);
+    visit.Value("holdLeft", holdLeft, 0u, 0x10000u);
+    visit.Value("maskLeft", maskLeft, 0u, 0xFFFFu);
+}
+
 } // namespace board

@@ -1,6 +1,7 @@
 #pragma once
 // Turns the command stream into register writes: plain pairs, hold bursts, indexed bursts.
 #include "board/values/registers.h"
+#include "board/values/state_visitor.h"
 
 #include <bit>
 #include <cstdint>
@@ -22,6 +23,7 @@ class StreamDecoder {
     // Takes one word. For Data, `write` becomes the register write it makes. A malformed word is
     // skipped: the next word is taken for a tag word again.
     Kind Feed(uint32_t word, RegisterWrite& write);
+    void Visit(StateVisitor& visit);
 
   private:
     uint32_t base_ = 0; // tag of a hold burst, group of an indexed one

@@ -1,7 +1,5 @@
 #include "board/bus/dma.h"
 
-#include <cstring>
-
 namespace board {
 
 void DmaEngine::Start(uint32_t busAddress, uint32_t words) {
@@ -10,12 +8,10 @@ void DmaEngine::Start(uint32_t busAddress, uint32_t words) {
 }
 
 bool DmaEngine::Next(uint32_t& word) {
-    const std::span<const uint8_t> source = host_.From(address_);
-    if (source.size() < sizeof word) {
+    if (!host_.ReadWord(address_, word)) {
         wordsLeft_ = 0;
         return false;
     }
-    std::memcpy(&word, source.data(), sizeof word);
     address_ += sizeof word;
     --wordsLeft_;
     return true;

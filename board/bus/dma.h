@@ -1,6 +1,7 @@
 #pragma once
 // The DMA engine: the transfer under way.
 #include "board/values/host_memory.h"
+#include "board/values/state_visitor.h"
 
 #include <cstdint>
 
@@ -26,6 +27,11 @@ class DmaEngine {
 
     // Fetches the next word. False when nobody mapped its address: the transfer ends there.
     bool Next(uint32_t& word);
+    void Visit(StateVisitor& visit) {
+        auto& [host, address, wordsLeft] = *this;
+        visit.Value("address", address);
+        visit.Value("wordsLeft", wordsLeft);
+    }
 
   private:
     const HostMemory& host_;

@@ -1,6 +1,7 @@
 #pragma once
 // The input FIFO: register writes that wait for the pipeline.
 #include "board/values/registers.h"
+#include "board/values/state_visitor.h"
 
 #include <cstdint>
 #include <deque>
@@ -23,6 +24,9 @@ class InputFifo {
     // Free entries as the processor reads them: never more than there are, and, with a lag, never
     // more than there were that many reads ago.
     uint32_t ReportSpace();
+    // What ReportSpace would say.
+    uint32_t NextReport() const;
+    void Visit(StateVisitor& visit);
 
   private:
     std::deque<RegisterWrite> entries_;

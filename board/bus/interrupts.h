@@ -1,5 +1,6 @@
 #pragma once
 // Interrupt flags, their enables, and the line to the processor.
+#include "board/values/state_visitor.h"
 #include "chip/registers.h"
 
 #include <cstdint>
@@ -28,6 +29,14 @@ class InterruptLine {
     bool Due() const { return pending_ && ticksLeft_ == 0; }
     // The call that was due is being made.
     void Taken() { pending_ = false; }
+    void Visit(StateVisitor& visit) {
+        auto& [flags, enable, latency, ticksLeft, pending] = *this;
+        visit.Value("flags", flags);
+        visit.Value("enable", enable);
+        visit.Value("latency", latency);
+        visit.Value("ticksLeft", ticksLeft);
+        visit.Value("pending", pending);
+    }
 
   private:
     uint32_t flags_ = 0;

@@ -20,12 +20,11 @@ void StoreHalfByte(const PipelineState& state, int64_t index, uint32_t pixel) {
 
 } // namespace
 
-void HostDownload::Begin(const DeviceRow& chip, const RegisterFile& registers,
-                         const PipelineState& state) {
+void HostDownload::Configure(const DeviceRow& chip, const RegisterFile& registers,
+                             const PipelineState& state) {
     const bool halfBytes = chip.IsPermedia() && registers[tag::FBReadPixel] == k4BitPixels;
     pixelBits_ = halfBytes ? 4 : state.pixels.bytesPerElement * 8;
     pixelsPerWord_ = 32 / pixelBits_;
-    rowsLeft_ = 0;
     if (state.blockFill) {
         form_ = Form::Raw;
     } else if (chip.IsPermedia() && registers.Get(field::FBReadMode_Packed) != 0) {
@@ -121,6 +120,13 @@ void HostDownload::WritePixel(uint32_t pixel, int64_t x, const Primitive& primit
     default:
         return StoreMasked<4>(state, index, pixel);
     }
+}
+
+void HostDownload::Visit(StateVisitor& visit) {
+    auto& [form, pixelBits, pixelsPerWord, limits, rowsLeft, span, taken] = *this;
+    visit.Value("rowsLeft", rowsLeft);
+    visit.Within("span", span);
+    visit.Value("taken", taken, int64_t{0}, kFarthestPixel);
 }
 
 } // namespace board

@@ -21,7 +21,13 @@ class HostDownload {
     };
 
     // Takes the form of the words from the mode words; rows are added by AddRows.
-    void Begin(const DeviceRow& chip, const RegisterFile& registers, const PipelineState& state);
+    void Begin(const DeviceRow& chip, const RegisterFile& registers, const PipelineState& state) {
+        Stop();
+        Configure(chip, registers, state);
+    }
+    // The same for a download that is under way.
+    void Configure(const DeviceRow& chip, const RegisterFile& registers,
+                   const PipelineState& state);
     // `rows` more rows wait for their words.
     void AddRows(uint32_t rows, const Primitive& primitive);
     // True while there are pixels without a word.
@@ -30,6 +36,8 @@ class HostDownload {
     void Stop() { rowsLeft_ = 0; }
     // The next word, while active.
     void Feed(uint32_t word, const Primitive& primitive);
+    // Configure follows a restore.
+    void Visit(StateVisitor& visit);
 
   private:
     enum class Form {

@@ -2,6 +2,7 @@
 // Picking: has any pixel inside a region been drawn since the last reset?
 #include "board/pixel/scissor.h"
 #include "board/values/registers.h"
+#include "board/values/state_visitor.h"
 
 #include <cstdint>
 
@@ -18,6 +19,11 @@ class PickUnit {
     }
     void Reset() { picked_ = false; }
     bool Picked() const { return picked_; }
+    // Configure follows a restore.
+    void Visit(StateVisitor& visit) {
+        auto& [region, enabled, picked] = *this;
+        visit.Value("picked", picked);
+    }
 
   private:
     ClipRectangle region_{};

@@ -1,6 +1,7 @@
 #pragma once
 // A coordinate that steps: an edge's X from row to row, or one axis of a line from pixel to pixel.
 #include "board/values/fixed.h"
+#include "board/values/state_visitor.h"
 
 #include <cstdint>
 
@@ -13,6 +14,11 @@ struct Edge {
 
     void Step() { position = WrapAdd(position, step); }
     int64_t Pixel() const { return position >> 32; }
+    void Visit(StateVisitor& visit) {
+        auto& [at, by] = *this;
+        visit.Value("position", at);
+        visit.Value("step", by);
+    }
 };
 
 // From two register words (16.16).

@@ -43,4 +43,14 @@ void Interpolants::StepRow() {
     }
 }
 
+void Interpolants::Visit(StateVisitor& visit) {
+    constexpr std::array<const char*, kCount> kNames = {"red",   "green", "blue", "alpha", "fog",
+                                                        "depth", "s",     "t",    "q",     "ks"};
+    auto& [all, alongEdge] = *this;
+    for (size_t i = 0; i < all.size(); ++i) {
+        visit.Within(kNames[i], all[i]);
+    }
+    visit.Value("dominantStep", alongEdge);
+}
+
 } // namespace board

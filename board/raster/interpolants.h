@@ -3,6 +3,7 @@
 // and the strength of the specular highlight.
 #include "board/values/fixed.h"
 #include "board/values/registers.h"
+#include "board/values/state_visitor.h"
 
 #include <array>
 #include <cstdint>
@@ -20,6 +21,12 @@ struct Interpolant {
     int64_t At(int64_t distance, int64_t pixels) const {
         const int64_t fraction = WrapMultiply(dx, distance) >> 16;
         return WrapAdd(WrapAdd(value, fraction), WrapMultiply(dx, pixels));
+    }
+    void Visit(StateVisitor& visit) {
+        auto& [at, acrossBy, downBy] = *this;
+        visit.Value("value", at);
+        visit.Value("dx", acrossBy);
+        visit.Value("dyDom", downBy);
     }
 };
 
@@ -40,6 +47,7 @@ struct Interpolants {
     void NewDominant(const RegisterFile& registers);
     // One row along the dominant edge.
     void StepRow();
+    void Visit(StateVisitor& visit);
 };
 
 // Colours are rounded to whole channels on their way out of the interpolators.

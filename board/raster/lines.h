@@ -27,6 +27,11 @@ class LineWalker {
             y_.Step();
         }
     }
+    void Visit(StateVisitor& visit) {
+        auto& [x, y] = *this;
+        visit.Within("x", x);
+        visit.Within("y", y);
+    }
 
   private:
     Edge x_{}, y_{};

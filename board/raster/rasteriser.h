@@ -34,6 +34,12 @@ class Rasteriser {
             y_.Step();
         }
     }
+    void Visit(StateVisitor& visit) {
+        auto& [dominant, subordinate, y] = *this;
+        visit.Within("dominant", dominant);
+        visit.Within("subordinate", subordinate);
+        visit.Within("y", y);
+    }
 
   private:
     Edge dominant_{}, subordinate_{}; // X

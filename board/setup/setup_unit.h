@@ -27,6 +27,11 @@ class SetupUnit {
     std::optional<SetupLine> Line(uint32_t from, uint32_t to, const RegisterFile& registers,
                                   Interpolants& interpolants, FaultCounts& faults) const;
 
+    void Visit(StateVisitor& visit) {
+        auto& [store] = *this;
+        visit.Within("vertex", store);
+    }
+
   private:
     VertexStore store_;
 };

@@ -1,6 +1,7 @@
 #pragma once
 // The setup unit's three vertices, and the words that fill them.
 #include "board/values/registers.h"
+#include "board/values/state_visitor.h"
 
 #include <array>
 #include <cstddef>
@@ -15,6 +16,10 @@ class StoredVertex {
   public:
     double& operator[](Quantity quantity) { return values_[static_cast<size_t>(quantity)]; }
     double operator[](Quantity quantity) const { return values_[static_cast<size_t>(quantity)]; }
+    void Visit(StateVisitor& visit) {
+        auto& [values] = *this;
+        visit.Values("values", values);
+    }
 
   private:
     std::array<double, static_cast<size_t>(Quantity::kCount)> values_{};
@@ -38,6 +43,12 @@ class VertexStore {
     static uint32_t FixedAlphaTag(uint32_t slot);
 
     const StoredVertex& operator[](uint32_t slot) const { return vertices_[slot]; }
+    void Visit(StateVisitor& visit) {
+        auto& [vertices] = *this;
+        visit.Within("0", vertices[0]);
+        visit.Within("1", vertices[1]);
+        visit.Within("2", vertices[2]);
+    }
 
   private:
     std::array<StoredVertex, 3> vertices_;

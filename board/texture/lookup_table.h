@@ -1,6 +1,7 @@
 #pragma once
 // The texel lookup table: the palette of indexed textures.
 #include "board/values/colour.h"
+#include "board/values/state_visitor.h"
 
 #include <array>
 #include <cstdint>
@@ -23,12 +24,22 @@ struct LookupTable {
         std::memcpy(words.data(), bytes.data(), sizeof words);
         return true;
     }
+    void Visit(StateVisitor& visit) {
+        auto& [entries] = *this;
+        visit.Values("words", entries);
+    }
 };
 
 // Two tables, so that neither load disturbs the other's.
 struct LookupTables {
     LookupTable small; // of 4-bit texels, written entry by entry through registers
     LookupTable large; // of 8-bit texels, taken from memory
+
+    void Visit(StateVisitor& visit) {
+        auto& [of4Bits, of8Bits] = *this;
+        visit.Within("small", of4Bits);
+        visit.Within("large", of8Bits);
+    }
 };
 
 } // namespace board

@@ -1,5 +1,7 @@
 #pragma once
 // What goes wrong on the board, counted by the units that notice it. All zero on a healthy run.
+#include "board/values/state_visitor.h"
+
 #include <array>
 #include <cstdint>
 #include <map>
@@ -33,6 +35,8 @@ struct FaultCounts {
     std::map<uint32_t, UnwaitedEntries> unwaited;
     // Unit that was asked for and does not exist here -> times.
     std::map<std::string, uint64_t> unmodelled;
+
+    void Visit(StateVisitor& visit);
 };
 
 } // namespace board

@@ -1,10 +1,14 @@
 #include "board/values/host_memory.h"
 
+#include <cstring>
+
 namespace board {
 
 void HostMemory::Map(uint32_t busAddress, const void* memory, size_t bytes) {
     std::erase_if(ranges_, [&](const Range& range) { return range.busAddress == busAddress; });
-    ranges_.push_back({busAddress, {static_cast<const uint8_t*>(memory), bytes}});
+    if (bytes != 0) {
+        ranges_.push_back({busAddress, {static_cast<const uint8_t*>(memory), bytes}});
+    }
 }
 
 std::span<const uint8_t> HostMemory::From(uint32_t busAddress) const {
@@ -15,6 +19,15 @@ std::span<const uint8_t> HostMemory::From(uint32_t busAddress) const {
         }
     }
     return {};
+}
+
+bool HostMemory::ReadWord(uint32_t busAddress, uint32_t& word) const {
+    const std::span<const uint8_t> source = From(busAddress);
+    if (source.size() >= sizeof word) {
+        std::memcpy(&word, source.data(), sizeof word);
+        return true;
+    }
+    return reader_ && reader_(busAddress, &word, sizeof word);
 }
 
 } // namespace board

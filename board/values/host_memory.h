@@ -2,19 +2,29 @@
 // Memory of the host that the board reads over the bus: DMA buffers and AGP textures.
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace board {
 
 class HostMemory {
   public:
+    // Copies the bytes at a bus address; false: nobody is there.
+    using Reader = std::function<bool(uint32_t busAddress, void* to, size_t bytes)>;
+
     // Makes `bytes` at `memory` readable at `busAddress`. A later range hides an earlier one where
-    // they overlap; one at the same address replaces it.
+    // they overlap; one at the same address replaces it, and with no bytes only takes it away.
     void Map(uint32_t busAddress, const void* memory, size_t bytes);
 
     // The bytes from `busAddress` to the end of their range; empty when nobody mapped the address.
     std::span<const uint8_t> From(uint32_t busAddress) const;
+
+    // Who is asked for words where nothing is mapped; null for nobody.
+    void SetReader(Reader reader) { reader_ = std::move(reader); }
+    // The word at `busAddress`. False: nobody is there.
+    bool ReadWord(uint32_t busAddress, uint32_t& word) const;
 
   private:
     struct Range {
@@ -22,6 +32,7 @@ class HostMemory {
         std::span<const uint8_t> bytes;
     };
     std::vector<Range> ranges_;
+    Reader reader_;
 };
 
 } // namespace board

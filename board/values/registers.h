@@ -1,11 +1,14 @@
 #pragma once
 // The board's register state: one word per tag, and the words of the aperture below the mapped
 // registers.
+#include "board/values/state_visitor.h"
 #include "chip/registers.h"
 #include "chip/words.h"
 
 #include <array>
+#include <bitset>
 #include <cstdint>
+#include <vector>
 
 namespace board {
 
@@ -33,11 +36,29 @@ class RegisterFile {
         return field.Get(field.offset < reg::MappedRegisters ? Aperture(field.offset)
                                                              : tags_[field.Tag()]);
     }
-    void Set(uint32_t tagNumber, uint32_t value) { tags_[tagNumber & kTagMask] = value; }
+    void Set(uint32_t tagNumber, uint32_t value) {
+        uint32_t& word = tags_[tagNumber & kTagMask];
+        if (word != value && kModes[tagNumber & kTagMask]) {
+            Displace(MappedOffset(tagNumber & kTagMask), word);
+        }
+        word = value;
+    }
 
     // `offset` is a byte offset below the mapped registers, a multiple of 4.
     uint32_t Aperture(uint32_t offset) const { return aperture_[offset / 4]; }
-    void SetAperture(uint32_t offset, uint32_t value) { aperture_[offset / 4] = value; }
+    void SetAperture(uint32_t offset, uint32_t value) {
+        Displace(offset, aperture_[offset / 4]);
+        aperture_[offset / 4] = value;
+    }
+
+    // A primitive begins, and takes its modes from the registers. Those that it may still need
+    // when it goes on are remembered as they are now.
+    void BeginPrimitive();
+    // Puts what the latest primitive found into the registers, and by a second call back what they
+    // hold.
+    void ExchangePrimitive();
+
+    void Visit(StateVisitor& visit);
 
     // True for tags of the vocabulary and for the setup unit's vertex store.
     static bool HasTag(uint32_t tagNumber);
@@ -45,8 +66,30 @@ class RegisterFile {
     static bool HasAperture(uint32_t offset);
 
   private:
+    struct Displaced {
+        uint32_t offset; // in the aperture
+        uint32_t value;
+    };
+
+    uint32_t& Word(uint32_t offset) {
+        return offset < reg::MappedRegisters ? aperture_[offset / 4]
+                                             : tags_[(offset - reg::MappedRegisters) / 8];
+    }
+    void Displace(uint32_t offset, uint32_t value) {
+        if (!isDisplaced_[offset / 4]) {
+            isDisplaced_[offset / 4] = true;
+            displaced_.push_back({offset, value});
+        }
+    }
+
+    // By tag: a primitive takes it from the register at its beginning, for as long as it goes on.
+    static const std::array<bool, kTagCount> kModes;
+
     std::array<uint32_t, kTagCount> tags_{};
     std::array<uint32_t, reg::MappedRegisters / 4> aperture_{};
+    // What registers held when the primitive began, of those that have changed since.
+    std::vector<Displaced> displaced_;
+    std::bitset<reg::ApertureBytes / 4> isDisplaced_;
 };
 
 // Sum of the three partial products in bits 0-8 of a mode word, in pixels (or depth elements):

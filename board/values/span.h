@@ -1,11 +1,15 @@
 #pragma once
 // A run of pixels in one row, walked from the dominant edge to the subordinate one.
 #include "board/values/fixed.h"
+#include "board/values/state_visitor.h"
 
 #include <algorithm>
 #include <cstdint>
 
 namespace board {
+
+// Beyond every coordinate that an edge of 32.32 can reach, and every distance between two.
+inline constexpr int64_t kFarthestPixel = int64_t{1} << 34;
 
 struct Span {
     int64_t y;
@@ -24,6 +28,15 @@ struct Span {
         skipped += leftward ? right - newRight : newLeft - left;
         left = newLeft;
         right = newRight;
+    }
+    void Visit(StateVisitor& visit) {
+        auto& [row, from, to, backwards, toCentre, cut] = *this;
+        visit.Value("y", row, -kFarthestPixel, kFarthestPixel);
+        visit.Value("left", from, -kFarthestPixel, kFarthestPixel);
+        visit.Value("right", to, -kFarthestPixel, kFarthestPixel);
+        visit.Value("leftward", backwards);
+        visit.Value("lead", toCentre, -kFarthestPixel, kFarthestPixel);
+        visit.Value("skipped", cut, -kFarthestPixel, kFarthestPixel);
     }
 };
 

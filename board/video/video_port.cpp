@@ -13,10 +13,10 @@ constexpr uint32_t kBuffers = 3;
 
 } // namespace
 
-void VideoPort::Plug(VideoSource* source, uint64_t now) {
+void VideoPort::Follow(VideoSource* source, uint64_t now) {
     source_ = present_ ? source : nullptr;
-    taking_ = false;
     if (source_ == nullptr) {
+        taking_ = false;
         nextLine_ = kNever;
         return;
     }
@@ -128,7 +128,10 @@ void VideoPort::Store(uint64_t field, uint32_t line) {
         ++faults_.badMemoryAccesses;
         return;
     }
-    std::memcpy(memories_.frameBuffer.data() + address, row_.data(), static_cast<size_t>(bytes));
+    if (bytes != 0) {
+        std::memcpy(memories_.frameBuffer.data() + address, row_.data(),
+                    static_cast<size_t>(bytes));
+    }
 }
 
 // Turns the line in pixels_ into the row of the buffer: whole pairs, scaled and mirrored.

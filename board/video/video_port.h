@@ -6,6 +6,7 @@
 #include "board/values/fault_counts.h"
 #include "board/values/memory.h"
 #include "board/values/registers.h"
+#include "board/values/state_visitor.h"
 #include "board/video/video_source.h"
 
 #include <cstdint>
@@ -24,7 +25,12 @@ class VideoPort {
 
     // Plugs a source in at `now` (microseconds), or with null unplugs it. Its field and line at a
     // time are counted from power on, plugged in or not.
-    void Plug(VideoSource* source, uint64_t now);
+    void Plug(VideoSource* source, uint64_t now) {
+        taking_ = false;
+        Follow(source, now);
+    }
+    // What is plugged in sends as it does at `now`: behind a restore.
+    void Resume(uint64_t now) { Follow(source_, now); }
     // How the source sends; null without one.
     const VideoSignal* Signal() const { return source_ != nullptr ? &signal_ : nullptr; }
     // When the source's next line begins, in microseconds. kNever without a source.
@@ -33,8 +39,16 @@ class VideoPort {
     void Run(uint64_t now);
     // VSStreamControl was written.
     void OnStreamControl();
+    // Resume follows a restore. Which line comes next follows from the clock, and the source is not
+    // the board's.
+    void Visit(StateVisitor& visit) {
+        auto& [present, registers, memories, interrupts, faults, source, signal, nextLine, line,
+               taking, pixels, row] = *this;
+        visit.Value("taking", taking);
+    }
 
   private:
+    void Follow(VideoSource* source, uint64_t now);
     uint64_t StartOf(uint64_t line) const; // microseconds
     uint32_t Register(uint32_t offset) const { return registers_.Aperture(offset); }
     bool On(const Field& field) const { return registers_.Get(field) != 0; }

@@ -75,7 +75,7 @@ TEST(RegisterTable, KindsSuitWhatHasThem) {
 }
 
 TEST(KindTable, CodesHaveANameAndANumberEachAndNoBlanks) {
-    for (const Kind* one : kKinds) {
+    for (const ValueKind* one : kKinds) {
         std::set<uint32_t> values;
         std::set<std::string> names;
         for (const Code& code : one->codes) {

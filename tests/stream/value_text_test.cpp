@@ -18,14 +18,15 @@ std::string Fixed(uint32_t magnitude, uint32_t places) {
     return text;
 }
 
-std::string Text(const Kind& kind, uint32_t bits, uint32_t width = 32, Reading reading = {}) {
+std::string Text(const ValueKind& kind, uint32_t bits, uint32_t width = 32, Reading reading = {}) {
     std::string text;
     AppendValue(text, kind, bits, width, reading);
     return text;
 }
 
 // What was expected instead; empty where the text is a value.
-std::string Refusal(const char* text, const Kind& kind, uint32_t width = 32, Reading reading = {}) {
+std::string Refusal(const char* text, const ValueKind& kind, uint32_t width = 32,
+                    Reading reading = {}) {
     try {
         ParseValue(text, kind, width, reading);
     } catch (const ValueError& error) {
@@ -34,7 +35,7 @@ std::string Refusal(const char* text, const Kind& kind, uint32_t width = 32, Rea
     return "";
 }
 
-uint32_t Bits(const char* text, const Kind& kind, uint32_t width = 32, Reading reading = {}) {
+uint32_t Bits(const char* text, const ValueKind& kind, uint32_t width = 32, Reading reading = {}) {
     return ParseValue(text, kind, width, reading);
 }
 
@@ -180,7 +181,7 @@ TEST(ValueText, RefusesWhatIsOutOfRangeOrNoValue) {
 // Every kind that a register or field has, with every width that it has there.
 TEST(ValueText, ReadsBackWhatItWroteForEveryRegisterAndField) {
     std::mt19937 random(7);
-    const auto check = [&](const std::string& name, const Kind& kind, uint32_t width) {
+    const auto check = [&](const std::string& name, const ValueKind& kind, uint32_t width) {
         for (int i = 0; i < 50; ++i) {
             const uint32_t bits =
                 random() >> (random() % 32) & (width == 32 ? ~0u : (1u << width) - 1);

@@ -1,0 +1,151 @@
+/*
+ * The board behind a PCI-like bus of an imagined emulator: BAR 0 is the register aperture, BAR 1 the
+ * frame buffer; the interrupt pin follows the board's line; the board's DMA reads guest memory. The
+ * guest below fills a rectangle by DMA, waits for the interrupt and looks at a pixel.
+ */
+#include <korv_board.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+/* ---- what the emulator has anyway: memory, a bus, an interrupt controller ---- */
+
+enum { GUEST_BYTES = 1 << 20, IRQ = 11 };
+
+typedef struct machine machine;
+typedef struct {
+    uint32_t base, bytes;
+    uint32_t (*read)(void* device, uint32_t offset);
+    void (*write)(void* device, uint32_t offset, uint32_t value);
+} bar;
+typedef struct {
+    bar bars[2];
+    void* device;
+} pci_slot;
+struct machine {
+    uint8_t* guest;
+    pci_slot slot;
+    int irq_level[16];
+};
+
+static bar* decode(machine* m, uint32_t address) {
+    int i;
+    for (i = 0; i < 2; ++i) {
+        if (address - m->slot.bars[i].base < m->slot.bars[i].bytes) {
+            return &m->slot.bars[i];
+        }
+    }
+    return NULL;
+}
+static uint32_t bus_read(machine* m, uint32_t address) {
+    bar* b = decode(m, address);
+    return b != NULL ? b->read(m->slot.device, address - b->base) : 0xFFFFFFFFu;
+}
+static void bus_write(machine* m, uint32_t address, uint32_t value) {
+    bar* b = decode(m, address);
+    if (b != NULL) {
+        b->write(m->slot.device, address - b->base, value);
+    }
+}
+
+/* ---- the device: glue between that bus and the board ---- */
+
+typedef struct {
+    machine* host;
+    korv_board* board;
+} card;
+
+/* DMA reads guest memory. The whole of it could be given to korv_board_map instead. */
+static int card_dma(void* user, uint32_t address, void* to, size_t bytes) {
+    const card* c = user;
+    if (address >= GUEST_BYTES || bytes > GUEST_BYTES - address) {
+        return 0;
+    }
+    memcpy(to, c->host->guest + address, bytes);
+    return 1;
+}
+/* The pin follows the line: raised here, lowered when the guest clears flag or enable. */
+static void card_pin(void* user) {
+    card* c = user;
+    c->host->irq_level[IRQ] = korv_board_interrupt_level(c->board);
+}
+static uint32_t registers_read(void* device, uint32_t offset) {
+    return korv_board_read(((card*)device)->board, offset);
+}
+static void registers_write(void* device, uint32_t offset, uint32_t value) {
+    korv_board_write(((card*)device)->board, offset, value);
+    card_pin(device);
+}
+static uint32_t memory_read(void* device, uint32_t offset) {
+    uint32_t value;
+    memcpy(&value, korv_board_frame_buffer(((card*)device)->board, NULL) + (offset & ~3u), 4);
+    return value;
+}
+static void memory_write(void* device, uint32_t offset, uint32_t value) {
+    memcpy(korv_board_frame_buffer(((card*)device)->board, NULL) + (offset & ~3u), &value, 4);
+}
+static int card_plug(card* c, machine* m) {
+    bar registers = {0xE0000000u, KORV_BOARD_APERTURE_BYTES, registers_read, registers_write};
+    bar memory = {0xE1000000u, 0, memory_read, memory_write};
+    korv_board_config config;
+    char error[200] = "";
+    korv_board_config_init(&config, sizeof config);
+    config.chip = KORV_BOARD_PERMEDIA;
+    config.dma_words_per_tick = 4; /* as slow as memory is: the guest runs on meanwhile */
+    config.microseconds_per_tick = 0; /* time is the emulator's */
+    config.user = c;
+    config.read_memory = card_dma;
+    config.interrupt = card_pin;
+    c->host = m;
+    if (korv_board_create(&config, &c->board, error, sizeof error) != KORV_BOARD_OK) {
+        fprintf(stderr, "%s\n", error);
+        return 0;
+    }
+    memory.bytes = config.frame_buffer_bytes;
+    m->slot.bars[0] = registers;
+    m->slot.bars[1] = memory;
+    m->slot.device = c;
+    return 1;
+}
+
+/* ---- the guest: a fill of 64 by 32 pixels of 32 bits, at (8, 4) ---- */
+
+static uint32_t tag(const char* name) {
+    uint32_t offset = 0;
+    korv_board_find_register(name, &offset);
+    return (offset - 0x8000) / 8;
+}
+
+int main(void) {
+    static const struct { const char* name; uint32_t data; } pairs[] = {
+        {"FBReadPixel", 2}, {"FBReadMode", 3}, {"FBWriteMode", 1}, {"FBBlockColor", 0x336699},
+        {"StartXDom", 8 << 16}, {"StartXSub", 72 << 16}, {"StartY", 4 << 16}, {"dY", 1 << 16},
+        {"Count", 32}, {"Render", 0x48}};
+    const uint32_t bar0 = 0xE0000000u, bar1 = 0xE1000000u;
+    const uint32_t pixel = bar1 + (4 * 128 + 8) * 4; /* rows are 128 pixels */
+    machine m = {NULL};
+    card c;
+    uint32_t i, microseconds = 0, words[20];
+    m.guest = calloc(1, GUEST_BYTES);
+    if (m.guest == NULL || !card_plug(&c, &m)) {
+        return 1;
+    }
+    for (i = 0; i < 10; ++i) {
+        words[2 * i] = tag(pairs[i].name);
+        words[2 * i + 1] = pairs[i].data;
+    }
+    memcpy(m.guest + 0x4000, words, sizeof words);
+    bus_write(&m, bar0 + 0x08, 1);      /* IntEnable: end of DMA */
+    bus_write(&m, bar0 + 0x28, 0x4000); /* DMAAddress */
+    bus_write(&m, bar0 + 0x30, 20);     /* DMACount: off it goes */
+    for (; !m.irq_level[IRQ] && microseconds < 1000; ++microseconds) {
+        korv_board_advance(c.board, 1);
+    }
+    bus_write(&m, bar0 + 0x10, 1); /* IntFlags: seen */
+    printf("interrupt after %u microseconds, pin %d, pixel %06X, beside it %06X\n",
+           (unsigned)microseconds, m.irq_level[IRQ], (unsigned)bus_read(&m, pixel),
+           (unsigned)bus_read(&m, pixel - 4));
+    korv_board_destroy(c.board);
+    free(m.guest);
+    return 0;
+}

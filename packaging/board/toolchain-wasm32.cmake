@@ -1,0 +1,12 @@
+# WebAssembly by Debian's clang-14, wasi-libc and libc++: no threads, no exceptions.
+set(CMAKE_SYSTEM_NAME Generic)
+set(CMAKE_SYSTEM_PROCESSOR wasm32)
+foreach(language IN ITEMS C CXX)
+  set(CMAKE_${language}_COMPILER_TARGET wasm32-wasi)
+endforeach()
+set(CMAKE_C_COMPILER clang-14)
+set(CMAKE_CXX_COMPILER clang++-14)
+set(CMAKE_AR llvm-ar-14)
+set(CMAKE_RANLIB llvm-ranlib-14)
+set(CMAKE_CXX_FLAGS_INIT -fno-exceptions)
+set(CMAKE_EXECUTABLE_SUFFIX .wasm)
