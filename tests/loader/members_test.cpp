@@ -246,8 +246,8 @@ Outcomes CompareMember(const Member& member, Renderer linked, Renderer dll) {
             record.v1 = static_cast<WORD>(dice.Below(kBatchVertices));
             record.v2 = static_cast<WORD>(dice.Below(kBatchVertices));
             record.v3 = static_cast<WORD>(dice.Below(kBatchVertices));
-            record.wFlags = static_cast<WORD>(0x700);
-            if (i != 0 && dice.Below(2) == 0) {
+            record.wFlags = static_cast<WORD>(line ? record.v1 : 0x700); // two lines, or a triangle
+            if (!line && i != 0 && dice.Below(2) == 0) {
                 // Goes on from the last one.
                 const D3DTRIANGLE& last = records[i - 1];
                 record.v1 = last.v2;
