@@ -62,15 +62,19 @@ struct SignCull {
 // By comparison, so that an area of zero is dropped either way.
 struct CompareCull {
     uint32_t mode;
+    uint32_t gate; // the sign bit, while anything can be dropped
+    uint32_t turn; // flipped into the determinant: what is then negative goes
 
-    explicit CompareCull(const D3DContext* ctx) : mode(ctx->CullMode) {}
+    explicit CompareCull(const D3DContext* ctx)
+        : mode(ctx->CullMode), gate(Active() ? 0x80000000 : 0),
+          turn(mode == D3DCULL_CCW ? 0 : 0x80000000) {}
     KORV_INLINE bool Active() const { return mode != D3DCULL_NONE; }
     KORV_INLINE bool Drops(float det) const {
         return mode == D3DCULL_CCW ? det <= 0.0f : !(det < 0.0f);
     }
-    // The same for a determinant that is neither zero nor NaN.
+    // The same for a determinant that is neither zero nor NaN, and false while not active.
     KORV_INLINE bool DropsBySign(float det) const {
-        return (std::bit_cast<int32_t>(det) < 0) == (mode == D3DCULL_CCW);
+        return ((std::bit_cast<uint32_t>(det) ^ turn) & gate) != 0;
     }
 };
 

@@ -53,15 +53,16 @@ KORV_INLINE uint32_t Convert(float x) {
     static_assert(kFormat.saturateFrom <= kFormat.unity);
     constexpr uint32_t kLowest = kFormat.unity - 31;
     const uint32_t bits = std::bit_cast<uint32_t>(x);
-    const uint32_t place = Exponent(bits) - kLowest; // of the leading one in the word
-    if (place < kFormat.saturateFrom - kLowest) [[likely]] {
-        uint32_t magnitude = Place(bits, place);
+    // The leading one's place in the word, in the top byte.
+    const uint32_t above = (bits << 1) - (kLowest << 24);
+    if (above < (kFormat.saturateFrom - kLowest) << 24) [[likely]] {
+        uint32_t magnitude = Place(bits, above >> 24);
         if constexpr (kFormat.clamp != UINT32_MAX) {
             magnitude = magnitude < kFormat.clamp ? magnitude : kFormat.clamp;
         }
         return WithSign(magnitude, SignMask(bits));
     }
-    if (static_cast<int32_t>(place) < 0) {
+    if (Exponent(bits) < kLowest) {
         return 0;
     }
     return SignMask(bits) != 0 ? kFormat.negative : kFormat.positive;
@@ -79,13 +80,17 @@ KORV_INLINE void ConvertPair(float x, uint32_t* words) {
     constexpr uint32_t kLowest = 111;
     const uint32_t bits = std::bit_cast<uint32_t>(x);
     const uint32_t sign = SignMask(bits);
-    const uint32_t place = Exponent(bits) - kLowest; // of the leading one, in 2^-16
-    if (place < 32) [[likely]] {
-        // Below 65536 the magnitude is one word, and the sign mask stands in front of it.
-        const uint32_t word = WithSign(Place(bits, place), sign);
+    // The leading one's place in 2^-16, in the top byte.
+    const uint32_t above = (bits << 1) - (kLowest << 24);
+    if (above < 32u << 24) [[likely]] {
+        // Below 65536 the magnitude is one word, and the sign goes on in front of it.
+        const uint32_t word = WithSign(Place(bits, above >> 24), sign);
         words[0] = (word >> 16) | (sign << 16);
         words[1] = word << 16;
-    } else if (static_cast<int32_t>(place) < 0) {
+        return;
+    }
+    const uint32_t place = Exponent(bits) - kLowest;
+    if (static_cast<int32_t>(place) < 0) {
         words[0] = 0;
         words[1] = 0;
     } else if (place < kFormat.saturateFrom - kLowest) {

@@ -49,12 +49,16 @@ struct BatchState {
     uint32_t renderWord;
 };
 
-// Sets up one triangle that the cull test keeps, and sends it.
-template <TriangleTraits kTraits, class Real, bool kWaits>
-KORV_INLINE void DrawTriangle(Output<kWaits>& out, const Corners& corners, float det,
-                              const BatchState& state) {
+KORV_INLINE const RowOrder& OrderOf(const Corners& corners) {
+    return kRowOrders[CompareRows(corners.row[0], corners.row[1], corners.row[2])];
+}
+
+// Sets up one triangle that the cull test keeps, and sends it. `inverse` is as from InverseArea();
+// kLit: specular light is added to the colours of a triangle without texture.
+template <TriangleTraits kTraits, bool kLit, class Real, bool kWaits>
+KORV_INLINE void DrawTriangle(Output<kWaits>& out, const Corners& corners, const RowOrder& order,
+                              Real inverse, const BatchState& state) {
     constexpr bool kTextured = kTraits.texture != Texture::None;
-    const RowOrder& order = kRowOrders[CompareRows(corners.row[0], corners.row[1], corners.row[2])];
     Setup<Real> s = {corners.vertex[order.place[0]],
                      corners.vertex[order.place[1]],
                      corners.vertex[order.place[2]],
@@ -64,17 +68,17 @@ KORV_INLINE void DrawTriangle(Output<kWaits>& out, const Corners& corners, float
                      0.0f,
                      0.0f,
                      0.0f};
-    const Real inverse = InverseArea<Real>(det, order.oddSwaps);
+
     s.gradA = inverse * (Real(s.v0->sy) - s.v2->sy);
     s.gradB = inverse * (Real(s.v1->sy) - s.v2->sy);
     s.invHeight = NegativeReciprocal(s.row0 - s.row2);
 
     out.Reserve(kTriangleBytes);
     const D3DTLVERTEX* const first = corners.vertex[0];
-    const bool specular = (state.renderFlags & RF_SPECULAR) != 0;
+
     const bool blend = (state.renderFlags & RF_BLEND) != 0;
     if constexpr (kTraits.gouraud) {
-        if (!kTextured && specular) {
+        if constexpr (kLit) {
             const D3DCOLOR lit[] = {SpecularAdd(s.v0->color, s.v0->specular),
                                     SpecularAdd(s.v1->color, s.v1->specular),
                                     SpecularAdd(s.v2->color, s.v2->specular)};
@@ -86,8 +90,7 @@ KORV_INLINE void DrawTriangle(Output<kWaits>& out, const Corners& corners, float
         }
     } else if constexpr (!kTraits.depthOnly) {
         // Flat colour is the record's first vertex's, not the bottom one's.
-        const D3DCOLOR colour =
-            specular && !kTextured ? SpecularAdd(first->color, first->specular) : first->color;
+        const D3DCOLOR colour = kLit ? SpecularAdd(first->color, first->specular) : first->color;
         out.Wait(2);
         if constexpr (kTraits.blockFill) {
             out.Tag(tag::FBBlockColor, FlatPack(colour, out.ctx->BytesPerPixel));
@@ -101,7 +104,7 @@ KORV_INLINE void DrawTriangle(Output<kWaits>& out, const Corners& corners, float
     if constexpr (kTextured) {
         TextureGroup<kTraits.texture == Texture::Perspective>(out, s, state.renderFlags);
     }
-    if (kTextured && specular) {
+    if (kTextured && (state.renderFlags & RF_SPECULAR) != 0) {
         SpecularFogGroup<kTraits.gouraud>(out, s, first);
     } else if constexpr (kTraits.fog) {
         FogGroup(out, s);
@@ -140,25 +143,27 @@ KORV_INLINE bool IsUsualQ(const D3DTLVERTEX* a, const D3DTLVERTEX* b, const D3DT
 }
 
 // Decides about one triangle and draws it, whatever its numbers.
-template <TriangleTraits kTraits, class Real, bool kWaits>
+template <TriangleTraits kTraits, bool kLit, class Real, bool kWaits>
 KORV_INLINE void CullAndDraw(Output<kWaits>& out, const Corners& corners, const CompareCull& cull,
                              const BatchState& state) {
     const float det = DeterminantOf<Real>(corners.vertex[0], corners.vertex[1], corners.vertex[2]);
     if (cull.Active() && cull.Drops(det)) {
         return;
     }
-    DrawTriangle<kTraits, Real>(out, corners, det, state);
+    const RowOrder& order = OrderOf(corners);
+    DrawTriangle<kTraits, kLit, Real>(out, corners, order, InverseArea<Real>(det, order.oddSwaps),
+                                      state);
 }
 
 // The same out of the way.
-template <TriangleTraits kTraits, bool kWaits>
+template <TriangleTraits kTraits, bool kLit, bool kWaits>
 [[gnu::noinline, gnu::cold]] Output<kWaits> DrawCarefully(Output<kWaits> out, Corners corners,
                                                           CompareCull cull, BatchState state) {
-    CullAndDraw<kTraits, Careful>(out, corners, cull, state);
+    CullAndDraw<kTraits, kLit, Careful>(out, corners, cull, state);
     return out;
 }
 
-template <TriangleTraits kTraits, bool kWaits>
+template <TriangleTraits kTraits, bool kLit, bool kWaits>
 void TriangleBatch(D3DContext* ctx, const D3DINSTRUCTION* ins, D3DTLVERTEX* vertices,
                    const void* records) {
     const CompareCull cull(ctx);
@@ -185,21 +190,22 @@ void TriangleBatch(D3DContext* ctx, const D3DINSTRUCTION* ins, D3DTLVERTEX* vert
         const uint32_t shifted[] = {SnapYShifted(a->sy), SnapYShifted(b->sy), SnapYShifted(c->sy)};
         const Corners corners = {
             {a, b, c}, {shifted[0] & kRowMask, shifted[1] & kRowMask, shifted[2] & kRowMask}};
-        if (corners.row[0] == corners.row[1] && corners.row[0] == corners.row[2]) {
+        if (((corners.row[0] ^ corners.row[1]) | (corners.row[0] ^ corners.row[2])) == 0) {
             continue;
         }
         if constexpr (!kWideRegisters) {
-            CullAndDraw<kTraits, float>(out, corners, cull, state);
+            CullAndDraw<kTraits, kLit, float>(out, corners, cull, state);
         } else if constexpr (kWaits) {
-            CullAndDraw<kTraits, Careful>(out, corners, cull, state);
+            CullAndDraw<kTraits, kLit, Careful>(out, corners, cull, state);
         } else {
             const float det = Single(DeterminantOf<float>(a, b, c));
             if (!(AreUsualPlaces(a, b, c, shifted[0] | shifted[1] | shifted[2]) &&
                   IsUsualArea(det) && (!kTraits.depth || IsUsualDepth(a, b, c)) &&
                   (kTraits.texture != Texture::Perspective || IsUsualQ(a, b, c)))) [[unlikely]] {
-                out = DrawCarefully<kTraits>(out, corners, cull, state);
-            } else if (!cull.Active() || !cull.DropsBySign(det)) {
-                DrawTriangle<kTraits, float>(out, corners, det, state);
+                out = DrawCarefully<kTraits, kLit>(out, corners, cull, state);
+            } else if (!cull.DropsBySign(det)) {
+                const float inverse = -1.0f / __builtin_fabsf(det);
+                DrawTriangle<kTraits, kLit, float>(out, corners, OrderOf(corners), inverse, state);
             }
         }
     } while (--left != 0);
@@ -209,14 +215,17 @@ void TriangleBatch(D3DContext* ctx, const D3DINSTRUCTION* ins, D3DTLVERTEX* vert
     }
 }
 
-// One member: decides once a batch whether FIFO space is waited for.
+// One member: decides once a batch whether FIFO space is waited for, and light added.
 template <TriangleTraits kTraits>
 void Triangles(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices, void* records) {
-    if (NeedsFIFOWaits(ctx->Stream)) {
-        TriangleBatch<kTraits, true>(ctx, ins, vertices, records);
-    } else {
-        TriangleBatch<kTraits, false>(ctx, ins, vertices, records);
-    }
+    constexpr bool kMayBeLit = kTraits.texture == Texture::None && !kTraits.depthOnly;
+    const bool lit = kMayBeLit && (ctx->RenderFlags & RF_SPECULAR) != 0;
+    const bool waits = NeedsFIFOWaits(ctx->Stream);
+    const auto batch =
+        lit ? (waits ? TriangleBatch<kTraits, kMayBeLit, true>
+                     : TriangleBatch<kTraits, kMayBeLit, false>)
+            : (waits ? TriangleBatch<kTraits, false, true> : TriangleBatch<kTraits, false, false>);
+    batch(ctx, ins, vertices, records);
 }
 
 } // namespace glint
