@@ -12,6 +12,7 @@
 namespace fixed {
 
 inline constexpr uint32_t kHiddenBit = 0x80000000;
+inline constexpr uint32_t kSignBit = 0x80000000;
 
 // Biased exponent, 0 to 255.
 inline uint32_t Exponent(uint32_t bits) {
@@ -62,7 +63,7 @@ KORV_INLINE uint32_t Convert(float x) {
         }
         return WithSign(magnitude, SignMask(bits));
     }
-    if (Exponent(bits) < kLowest) {
+    if ((bits & ~kSignBit) < kLowest << 23) {
         return 0;
     }
     return SignMask(bits) != 0 ? kFormat.negative : kFormat.positive;
@@ -75,25 +76,29 @@ struct PairFormat {
     uint32_t negativeUpper, negativeLower;
 };
 
-template <PairFormat kFormat>
+// kLikely: the numbers are mostly below this power of two, 15 or 16.
+template <PairFormat kFormat, uint32_t kLikely = 16>
 KORV_INLINE void ConvertPair(float x, uint32_t* words) {
     constexpr uint32_t kLowest = 111;
     const uint32_t bits = std::bit_cast<uint32_t>(x);
     const uint32_t sign = SignMask(bits);
     // The leading one's place in 2^-16, in the top byte.
     const uint32_t above = (bits << 1) - (kLowest << 24);
-    if (above < 32u << 24) [[likely]] {
-        // Below 65536 the magnitude is one word, and the sign goes on in front of it.
+    if (above < (16 + kLikely) << 24) [[likely]] {
+        // Below 65536 the magnitude is one word, and the sign goes on in front of it; below 32768
+        // it is there already.
         const uint32_t word = WithSign(Place(bits, above >> 24), sign);
-        words[0] = (word >> 16) | (sign << 16);
+        words[0] = kLikely < 16 ? static_cast<uint32_t>(static_cast<int32_t>(word) >> 16)
+                                : (word >> 16) | (sign << 16);
         words[1] = word << 16;
         return;
     }
-    const uint32_t place = Exponent(bits) - kLowest;
-    if (static_cast<int32_t>(place) < 0) {
+    const uint32_t magnitudeBits = bits & ~kSignBit;
+    if (magnitudeBits < kLowest << 23) {
         words[0] = 0;
         words[1] = 0;
-    } else if (place < kFormat.saturateFrom - kLowest) {
+    } else if (magnitudeBits < kFormat.saturateFrom << 23) {
+        const uint32_t place = (magnitudeBits >> 23) - kLowest;
         const uint64_t magnitude = (uint64_t{Magnitude(bits)} << (place - 15)) & ~uint64_t{0xFFFF};
         const uint64_t pair = sign != 0 ? 0 - magnitude : magnitude;
         words[0] = static_cast<uint32_t>(pair >> 32);
@@ -195,6 +200,11 @@ inline uint32_t float_to_fix_11_21(float x) {
 /// 32-bit integer part.
 KORV_INLINE void flt_to_fix_32_16(float x, uint32_t* words) {
     fixed::ConvertPair<{158, 0x7FFFFFFF, 0xFFFF0000, 0x80000000, 0}>(x, words);
+}
+
+/// The same, for what is mostly below 32768.
+KORV_INLINE void flt_to_fix_32_16_small(float x, uint32_t* words) {
+    fixed::ConvertPair<{158, 0x7FFFFFFF, 0xFFFF0000, 0x80000000, 0}, 15>(x, words);
 }
 
 /// 24-bit integer part.

@@ -95,6 +95,14 @@ KORV_INLINE void DepthPair(Output<kWaits>& out, float value) {
     out.Word(pair[1]);
 }
 
+template <bool kWaits>
+KORV_INLINE void DepthStep(Output<kWaits>& out, float value) {
+    uint32_t pair[2];
+    flt_to_fix_32_16_small(value, pair);
+    out.Word(pair[0]);
+    out.Word(pair[1]);
+}
+
 template <class Real, bool kWaits>
 KORV_INLINE void DepthGroup(Output<kWaits>& out, const Setup<Real>& s) {
     constexpr float kDepthScale = 65535.0f;
@@ -105,8 +113,8 @@ KORV_INLINE void DepthGroup(Output<kWaits>& out, const Setup<Real>& s) {
     out.Wait(7);
     out.Word(burst::Depth);
     DepthPair(out, z0);
-    DepthPair(out, slopes.dx);
-    DepthPair(out, slopes.dyDom);
+    DepthStep(out, slopes.dx);
+    DepthStep(out, slopes.dyDom);
 }
 
 // Fog is the top byte of specular, whatever else specular is used for.

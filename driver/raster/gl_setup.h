@@ -15,7 +15,9 @@
 #include "driver/raster/gl_tex_slopes.h"
 #include "driver/raster/single.h"
 
+#include <bit>
 #include <cstdint>
+#include <type_traits>
 
 namespace glint {
 
@@ -53,7 +55,7 @@ KORV_INLINE const RowOrder& OrderOf(const Corners& corners) {
     return kRowOrders[CompareRows(corners.row[0], corners.row[1], corners.row[2])];
 }
 
-// Sets up one triangle that the cull test keeps, and sends it. `inverse` is as from InverseArea();
+// Sets up one triangle that the cull test keeps, and sends it. `inverse` is -1/|determinant|;
 // kLit: specular light is added to the colours of a triangle without texture.
 template <TriangleTraits kTraits, bool kLit, class Real, bool kWaits>
 KORV_INLINE void DrawTriangle(Output<kWaits>& out, const Corners& corners, const RowOrder& order,
@@ -122,13 +124,16 @@ KORV_INLINE bool IsUsualDepth(const D3DTLVERTEX* a, const D3DTLVERTEX* b, const 
     return ((BitsOf(a->sz) | BitsOf(b->sz) | BitsOf(c->sz)) & 0x40000000) == 0;
 }
 
+// SnapYShifted() of row 0.
+inline constexpr uint32_t kRowZero = std::bit_cast<uint32_t>(8388608.0f);
+
 // Whether X is 0 or more and below 2^17, in a way that the bits of all three tell together: what is
-// above 0 and below 2.0 does not count. `shiftedY` is SnapYShifted() of all three; rows are below
-// 2^25 then.
+// above 0 and below 2.0 does not count. `rowBits` are those in which SnapYShifted() of any differs
+// from that of row 0; rows are below 2^25 then.
 KORV_INLINE bool AreUsualPlaces(const D3DTLVERTEX* a, const D3DTLVERTEX* b, const D3DTLVERTEX* c,
-                                uint32_t shiftedY) {
-    return ((BitsOf(a->sx) | BitsOf(b->sx) | BitsOf(c->sx)) & 0xB8000000) == 0 &&
-           (shiftedY & 0xB4000000) == 0;
+                                uint32_t rowBits) {
+    return (((BitsOf(a->sx) | BitsOf(b->sx) | BitsOf(c->sx)) & 0xB8000000) |
+            (rowBits & ~kRowMask)) == 0;
 }
 
 // Whether every Q is positive and the largest lies in 2^-60 to 2^60.
@@ -142,17 +147,32 @@ KORV_INLINE bool IsUsualQ(const D3DTLVERTEX* a, const D3DTLVERTEX* b, const D3DT
     return (q0 | q1 | q2) >= 0 && static_cast<uint32_t>(most) - kLow < kHigh - kLow;
 }
 
-// Decides about one triangle and draws it, whatever its numbers.
+// Decides about one triangle and draws it, whatever its numbers. The rows are as from
+// SnapYShifted().
 template <TriangleTraits kTraits, bool kLit, class Real, bool kWaits>
-KORV_INLINE void CullAndDraw(Output<kWaits>& out, const Corners& corners, const CompareCull& cull,
+KORV_INLINE void CullAndDraw(Output<kWaits>& out, const Corners& shifted, const CompareCull& cull,
                              const BatchState& state) {
-    const float det = DeterminantOf<Real>(corners.vertex[0], corners.vertex[1], corners.vertex[2]);
-    if (cull.Active() && cull.Drops(det)) {
+    const Corners corners = {
+        {shifted.vertex[0], shifted.vertex[1], shifted.vertex[2]},
+        {shifted.row[0] & kRowMask, shifted.row[1] & kRowMask, shifted.row[2] & kRowMask}};
+    if (((corners.row[0] ^ corners.row[1]) | (corners.row[0] ^ corners.row[2])) == 0) {
         return;
     }
+    const float det = DeterminantOf<Real>(corners.vertex[0], corners.vertex[1], corners.vertex[2]);
     const RowOrder& order = OrderOf(corners);
-    DrawTriangle<kTraits, kLit, Real>(out, corners, order, InverseArea<Real>(det, order.oddSwaps),
-                                      state);
+    Real inverse = 0.0f;
+    if (__builtin_fabsf(det) > 0.0f) [[likely]] {
+        if (cull.DropsBySign(det)) {
+            return;
+        }
+        inverse = Real(-1.0f) / __builtin_fabsf(det);
+    } else {
+        if (cull.Active() && cull.Drops(det)) {
+            return;
+        }
+        inverse = InverseOfNone<Real>(det, order.oddSwaps);
+    }
+    DrawTriangle<kTraits, kLit, Real>(out, corners, order, inverse, state);
 }
 
 // The same out of the way.
@@ -188,18 +208,15 @@ void TriangleBatch(D3DContext* ctx, const D3DINSTRUCTION* ins, D3DTLVERTEX* vert
         D3DTLVERTEX* const b = vertices + triangle->v2;
         D3DTLVERTEX* const c = vertices + triangle->v3;
         const uint32_t shifted[] = {SnapYShifted(a->sy), SnapYShifted(b->sy), SnapYShifted(c->sy)};
-        const Corners corners = {
-            {a, b, c}, {shifted[0] & kRowMask, shifted[1] & kRowMask, shifted[2] & kRowMask}};
-        if (((corners.row[0] ^ corners.row[1]) | (corners.row[0] ^ corners.row[2])) == 0) {
-            continue;
-        }
-        if constexpr (!kWideRegisters) {
-            CullAndDraw<kTraits, kLit, float>(out, corners, cull, state);
-        } else if constexpr (kWaits) {
-            CullAndDraw<kTraits, kLit, Careful>(out, corners, cull, state);
-        } else {
+        if constexpr (kWideRegisters && !kWaits) {
+            const uint32_t differing = (shifted[0] ^ shifted[1]) | (shifted[0] ^ shifted[2]);
+            if (differing == 0) {
+                continue;
+            }
+            // Above their rows all three are the same, which neither differences nor shifts see.
+            const Corners corners = {{a, b, c}, {shifted[0], shifted[1], shifted[2]}};
             const float det = Single(DeterminantOf<float>(a, b, c));
-            if (!(AreUsualPlaces(a, b, c, shifted[0] | shifted[1] | shifted[2]) &&
+            if (!(AreUsualPlaces(a, b, c, differing | (shifted[0] ^ kRowZero)) &&
                   IsUsualArea(det) && (!kTraits.depth || IsUsualDepth(a, b, c)) &&
                   (kTraits.texture != Texture::Perspective || IsUsualQ(a, b, c)))) [[unlikely]] {
                 out = DrawCarefully<kTraits, kLit>(out, corners, cull, state);
@@ -207,6 +224,10 @@ void TriangleBatch(D3DContext* ctx, const D3DINSTRUCTION* ins, D3DTLVERTEX* vert
                 const float inverse = -1.0f / __builtin_fabsf(det);
                 DrawTriangle<kTraits, kLit, float>(out, corners, OrderOf(corners), inverse, state);
             }
+        } else {
+            using Real = std::conditional_t<kWideRegisters, Careful, float>;
+            CullAndDraw<kTraits, kLit, Real>(out, {{a, b, c}, {shifted[0], shifted[1], shifted[2]}},
+                                             cull, state);
         }
     } while (--left != 0);
 

@@ -104,14 +104,10 @@ inline constexpr auto kRowOrders = [] {
     return orders;
 }();
 
-// -1/|det|. With det of zero, its sign changed for an odd number of swaps decides the sign of the
-// infinity, and with det NaN the sign of the result.
+// What stands for -1/|det| with a `det` of zero or NaN. Its sign, changed for an odd number of
+// swaps, decides that of the infinity, and with NaN that of the result.
 template <class Real>
-KORV_INLINE Real InverseArea(float det, uint32_t oddSwaps) {
-    const float size = __builtin_fabsf(det);
-    if (size > 0.0f) [[likely]] {
-        return Real(-1.0f) / size;
-    }
+KORV_INLINE Real InverseOfNone(float det, uint32_t oddSwaps) {
     return Real(-1.0f) / std::bit_cast<float>(std::bit_cast<uint32_t>(det) ^ (oddSwaps << 31));
 }
 
