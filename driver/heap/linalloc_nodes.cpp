@@ -1,6 +1,7 @@
 // Node groups and the three rings of nodes.
 #include "driver/core/driverdata.h"
 #include "driver/heap/linalloc.h"
+#include "driver/heap/node_walk.h"
 
 namespace {
 
@@ -212,9 +213,10 @@ HeapNode* FindNodeInsertAfter(DriverData* heap, HeapNode* head, HeapNode* node) 
     if (node->Start < head->Start) {
         return NODE_LastNode(heap, head);
     }
+    NodeWalk walk(heap);
     HeapNode* current = head;
     do {
-        HeapNode* next = NODE_NextNode(heap, current);
+        HeapNode* next = walk.Next(current);
         if (node->Start > current->Start && (next == head || node->Start < next->Start)) {
             return current;
         }
