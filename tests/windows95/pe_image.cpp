@@ -87,6 +87,9 @@ std::string PEImage::Text(uint32_t address) const {
 }
 
 void PEImage::ReadExports() {
+    if (directories[kExports].address == 0) {
+        return;
+    }
     const uint32_t table = OffsetOf(directories[kExports].address);
     exportTimeStamp = At<uint32_t>(table + 4);
     dllName = Text(At<uint32_t>(table + 12));

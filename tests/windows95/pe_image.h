@@ -52,7 +52,7 @@ class PEImage {
 
     // The exports' DLL name, time stamp, ordinal base, count of addresses, and table by name.
     std::string dllName;
-    uint32_t exportTimeStamp, ordinalBase, exportCount;
+    uint32_t exportTimeStamp = 0, ordinalBase = 0, exportCount = 0;
     std::map<std::string, PEExport> exports;
     // Imports by name; of those by ordinal only the number counts.
     std::vector<PEImport> imports;

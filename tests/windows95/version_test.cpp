@@ -1,6 +1,7 @@
 // The project's version, which stands in CMakeLists.txt, wherever it is told.
 #include "board/version.h"
 #include "tests/support_host/dll_path.h"
+#include "tests/support_host/program_path.h"
 #include "tests/windows95/pe_image.h"
 #include "tests/windows95/project_files.h"
 
@@ -47,6 +48,18 @@ TEST(ProjectVersion, IsInTheLibrarysResource) {
         {"ProductVersion", ProjectVersion()},
     };
     EXPECT_EQ(version.texts, texts);
+}
+
+TEST(ProjectVersion, IsInTheProgramsResource) {
+    PEVersion version = PEImage(test::ProgramPath()).Version();
+    EXPECT_EQ(Dotted(version.file), ProjectVersion());
+    EXPECT_EQ(Dotted(version.product), ProjectVersion());
+    constexpr uint32_t kProgram = 1;
+    EXPECT_EQ(version.type, kProgram);
+    EXPECT_EQ(version.texts["OriginalFilename"], "korvchk.exe");
+    EXPECT_EQ(version.texts["FileVersion"], ProjectVersion());
+    EXPECT_NE(test::Read(test::ProgramPath()).find("korvchk " + ProjectVersion() + '\0'),
+              std::string::npos);
 }
 
 TEST(ProjectVersion, IsTheBoardLibrarys) {

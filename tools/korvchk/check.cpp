@@ -14,16 +14,16 @@ namespace {
 constexpr const char* kHelp =
     "korvchk tells what of the KORV32 display driver is there and working.\n"
     "\n"
-    "  korvchk                looks, and changes nothing\n"
-    "  korvchk /draw          draws a test picture too, in a window and full screen\n"
-    "  korvchk /switches      lists every switch, those at their defaults too\n"
-    "  korvchk /bringup       tries board and mini VDD step by step: for their makers,\n"
-    "                         with nothing else running and before DirectDraw is used\n"
-    "  korvchk /display=N     the display that the display driver calls N (0)\n"
-    "  korvchk /?             this text\n"
+    "  korvchk              looks, and changes nothing\n"
+    "  korvchk /draw        draws a test picture too, in a window and full screen\n"
+    "  korvchk /switches    lists every switch, those at their defaults too\n"
+    "  korvchk /bringup     tries board and mini VDD step by step: for their makers,\n"
+    "                       with nothing else running, before DirectDraw is used\n"
+    "  korvchk /display=N   the display that the display driver calls N; else 0\n"
+    "  korvchk /?           this text\n"
     "\n"
-    "korvchk > report.txt keeps what it says. The exit code is 0 if all is good, 1 if\n"
-    "something is wrong, 2 for a wrong command line.";
+    "korvchk > report.txt keeps what it says. The exit code is 0 if all is good,\n"
+    "1 if something is wrong, 2 for a wrong command line.";
 
 struct Options {
     bool draw = false, switches = false, bringUp = false, help = false;
@@ -153,8 +153,8 @@ int Run(const char* arguments) {
         return 0;
     }
     report.Say(Line() << report.Problems() << (report.Problems() == 1 ? " thing is" : " things are")
-                      << " wrong, marked !! above. Mend the first one first: what follows may be "
-                         "its fault.");
+                      << " wrong, marked !! above.");
+    report.Say("Mend the first one first: what follows may be its fault.");
     return 1;
 }
 

@@ -8,9 +8,9 @@ namespace {
 
 constexpr uint32_t kScreenColumns = 79;
 
-// Breaks at blanks. The first row starts with `mark`, the others with as many blanks.
-void Wrap(const char* mark, const char* text) {
-    while (*text != 0) {
+// Breaks at blanks. The first row starts with `mark`, the others with `next`.
+void Wrap(const char* mark, const char* next, const char* text) {
+    do {
         Line row;
         row << mark;
         const uint32_t room = kScreenColumns - row.Length();
@@ -33,8 +33,8 @@ void Wrap(const char* mark, const char* text) {
         }
         system::Print(row.Text());
         system::Print("\n");
-        mark = "     ";
-    }
+        mark = next;
+    } while (*text != 0);
 }
 
 } // namespace
@@ -91,7 +91,7 @@ bool SameText(const char* a, const char* b) {
 }
 
 void Report::Say(const Line& line) {
-    Say(line.Text());
+    Wrap("", "             ", line.Text());
 }
 
 void Report::Say(const char* text) {
@@ -101,11 +101,11 @@ void Report::Say(const char* text) {
 
 void Report::Wrong(const Line& sentence) {
     ++problems_;
-    Wrap("  !! ", sentence.Text());
+    Wrap("  !! ", "     ", sentence.Text());
 }
 
 void Report::Note(const Line& sentence) {
-    Wrap("     ", sentence.Text());
+    Wrap("     ", "     ", sentence.Text());
 }
 
 } // namespace chk

@@ -36,8 +36,9 @@ bool SameText(const char* a, const char* b);
 // Counts what is wrong.
 class Report {
   public:
-    // A line as it is; without one, an empty line.
+    // A line, broken to the width of the screen below the second column.
     void Say(const Line& line);
+    // Text as it is; without any, an empty line.
     void Say(const char* text = "");
     // A sentence of what is wrong and what to do, broken to the width of the screen.
     void Wrong(const Line& sentence);
