@@ -125,8 +125,7 @@ IDirectDraw* CheckDirectDraw(Report& report) {
     IDirectDraw* directDraw = nullptr;
     uint32_t result = 0;
     if (!system::CreateDirectDraw(&directDraw, &result)) {
-        report.Wrong(Line() << "DirectX is not installed on this machine: install it first. KORV32 "
-                               "serves DirectX 2 to 5.");
+        report.Wrong(Line() << "DirectX is not installed on this machine: install it first.");
         return nullptr;
     }
     if (result != DD_OK || directDraw == nullptr) {

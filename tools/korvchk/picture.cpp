@@ -148,11 +148,11 @@ bool ReadBack(Report& report, const char* what, const Place& place) {
             line << found << ", expected ";
             line << expected << '.';
             if (w[0] == 0) {
-                line << " The fill by DirectDraw is wrong, or the triangle is too large: does the "
-                        "picture look as the document says?";
+                line << " The fill by DirectDraw is wrong, or the triangle is too large: look "
+                        "at the picture: a triangle in red, green and blue on dark blue?";
             } else {
                 line << " The triangle is not drawn as it should be: try again with "
-                        "Direct3DHAL.NoDMA at 1, and see the document's table of symptoms.";
+                        "Direct3DHAL.NoDMA at 1, and see the table of symptoms in README.TXT.";
             }
             report.Wrong(line);
         }
