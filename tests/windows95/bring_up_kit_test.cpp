@@ -409,6 +409,24 @@ TEST(BringUpKit, BuildsTheContextTableThatTheHostBuilds) {
     }
 }
 
+TEST(BringUpKit, ListsTheRegistersThatTheHostLists) {
+    KORV_U16 offsets[200];
+    const auto listed = [&](uint32_t device, bool delta) {
+        const KORV_U16 count = KorvStateList(device, delta ? 1 : 0, offsets, 200);
+        return std::vector<uint16_t>(offsets, offsets + count);
+    };
+    for (const uint32_t device : {DeviceSX, DeviceTX, DeviceMX, DevicePermedia, DevicePermedia2}) {
+        EXPECT_EQ(listed(device, false), host::StateRegisters(device)) << device;
+        if (device != DevicePermedia2) {
+            EXPECT_EQ(listed(device, true), host::StateRegisters(device, true)) << device;
+        }
+    }
+    EXPECT_EQ(listed(DevicePermediaSecond, false), host::StateRegisters(DevicePermedia));
+    EXPECT_EQ(listed(DevicePermedia2Second, false), host::StateRegisters(DevicePermedia2));
+    EXPECT_EQ(KorvStateList(3, 0, offsets, 200), 0);
+    EXPECT_EQ(KorvStateList(DeviceSX, 0, offsets, 100), 0);
+}
+
 TEST(BringUpKit, TellsWhenABlockIsFull) {
     std::vector<uint32_t> memory(1024);
     auto* block = reinterpret_cast<KorvContextBlock*>(memory.data());

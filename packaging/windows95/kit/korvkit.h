@@ -27,6 +27,10 @@ void KorvBuildHeap(KorvVideoHeap* heap);
 /* Makes an empty block of a context table of `bytes` of memory, at most 0xFFFF: for the first
    block, and to be chained behind the last one on KORV_VDD_ADD_CONTEXTS. */
 void KorvEmptyContexts(KorvContextBlock* block, KORV_U32 bytes);
+/* The registers that a context of this chip keeps: for lists 2 and 3, and for that of context 5.
+   `delta`: with a setup chip in front. Writes their offsets, up to `most` of them (200 are enough):
+   how many, or 0 for no chip or no room. */
+KORV_U16 KorvStateList(KORV_U32 device, int delta, KORV_U16* offsets, KORV_U16 most);
 /* Takes the block's next slot for a register list: its number, or -1 without room. */
 int KorvAddList(KorvContextBlock* block, const KORV_U16* offsets, KORV_U16 count);
 /* Takes the next slot for a context whose registers are those of slot `list`, with the values that
