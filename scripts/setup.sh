@@ -18,7 +18,7 @@ korv_packages=(
   nlohmann-json3-dev
 )
 # shellcheck disable=SC2034
-korv_test_packages=(g++-mingw-w64-i686 googletest)
+korv_test_packages=(g++-mingw-w64-i686 googletest zip)
 
 complain() {
   echo "korv32: $1" >&2
