@@ -141,6 +141,7 @@ void CommandUnit::Render() {
         fromHost_ = registers_.Get(field::Render_SyncOnHostData) != 0;
         if (fromHost_) {
             download_.Begin(chip_, registers_, pipeline_);
+            decoded_.reset(); // words of the download become the state's colour
         }
         DrawRows(registers_[tag::Count]);
     } else {
@@ -201,9 +202,23 @@ bool CommandUnit::BeginPrimitive() {
         return false;
     }
     interpolants_.Load(registers_);
-    pipeline_ = DecodePipeline(chip_, registers_, memories_, host_, tables_, faults_);
+    DecodeModes();
     pick_.Configure(registers_);
     return true;
+}
+
+void CommandUnit::DecodeModes() {
+    const ModeKey key{registers_[tag::Render], registers_.Revision(), host_.Revision()};
+    if (decoded_ != key) {
+        decodeFaults_ = {};
+        pipeline_ = DecodePipeline(chip_, registers_, memories_, host_, tables_, decodeFaults_);
+        decoded_ = key;
+    }
+    pipeline_.flatColour = FragmentColour(registers_);
+    // What cannot be honoured counts for every primitive.
+    for (const auto& [unit, times] : decodeFaults_.unmodelled) {
+        faults_.unmodelled[unit] += times;
+    }
 }
 
 bool CommandUnit::GoesOn(Walk walk) {

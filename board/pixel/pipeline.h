@@ -66,6 +66,9 @@ inline constexpr uint32_t k4BitPixels = 3;
 // Bytes per pixel of the target, by the register that this chip keeps it in.
 uint32_t BytesPerPixel(const DeviceRow& chip, const RegisterFile& registers);
 
+// The colour of all fragments that are not interpolated.
+Colour FragmentColour(const RegisterFile& registers);
+
 // Decodes the mode words for a primitive drawn with the Render word in `registers`. Settings that
 // the board cannot honour are counted in `faults`. The state refers to `memories` and `tables`.
 PipelineState DecodePipeline(const DeviceRow& chip, const RegisterFile& registers,

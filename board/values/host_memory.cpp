@@ -4,6 +4,7 @@ namespace board {
 
 void HostMemory::Map(uint32_t busAddress, const void* memory, size_t bytes) {
     std::erase_if(ranges_, [&](const Range& range) { return range.busAddress == busAddress; });
+    ++revision_;
     ranges_.push_back({busAddress, {static_cast<const uint8_t*>(memory), bytes}});
 }
 

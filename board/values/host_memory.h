@@ -16,12 +16,16 @@ class HostMemory {
     // The bytes from `busAddress` to the end of their range; empty when nobody mapped the address.
     std::span<const uint8_t> From(uint32_t busAddress) const;
 
+    // Another number whenever a range has been mapped.
+    uint32_t Revision() const { return revision_; }
+
   private:
     struct Range {
         uint32_t busAddress;
         std::span<const uint8_t> bytes;
     };
     std::vector<Range> ranges_;
+    uint32_t revision_ = 0;
 };
 
 } // namespace board

@@ -22,6 +22,23 @@ namespace primitive {
 enum : uint32_t { Line, Trapezoid, Point };
 }
 
+// Tags whose words shape how everything behind them is drawn, until they change. The others belong
+// to one primitive (edges, interpolants, vertices, the fragments' colour) or act when written.
+inline constexpr std::array<bool, kTagCount> kLastingTags = [] {
+    std::array<bool, kTagCount> lasting{};
+    lasting.fill(true);
+    for (const Register& entry : kRegisters) {
+        if (entry.HasTag() && (entry.use == Use::Interpolant || entry.use == Use::Command)) {
+            lasting[entry.Tag()] = false;
+        }
+    }
+    for (uint32_t number = kVertexStoreFirst; number < kVertexStoreEnd; ++number) {
+        lasting[number] = false;
+    }
+    lasting[tag::ConstantColor] = false;
+    return lasting;
+}();
+
 class RegisterFile {
   public:
     // Power-on state: all zero, but both frame buffer write masks are open.
@@ -33,11 +50,26 @@ class RegisterFile {
         return field.Get(field.offset < reg::MappedRegisters ? Aperture(field.offset)
                                                              : tags_[field.Tag()]);
     }
-    void Set(uint32_t tagNumber, uint32_t value) { tags_[tagNumber & kTagMask] = value; }
+    void Set(uint32_t tagNumber, uint32_t value) {
+        uint32_t& word = tags_[tagNumber & kTagMask];
+        if (word != value) {
+            revision_ += kLastingTags[tagNumber & kTagMask];
+            word = value;
+        }
+    }
 
     // `offset` is a byte offset below the mapped registers, a multiple of 4.
     uint32_t Aperture(uint32_t offset) const { return aperture_[offset / 4]; }
-    void SetAperture(uint32_t offset, uint32_t value) { aperture_[offset / 4] = value; }
+    void SetAperture(uint32_t offset, uint32_t value) {
+        aperture_[offset / 4] = value;
+        ++revision_;
+    }
+
+    // Another number whenever a word of a lasting tag, or one of the aperture, has changed: what
+    // was decoded from them is stale then. Whoever replaces words otherwise than by Set calls
+    // Touch.
+    uint32_t Revision() const { return revision_; }
+    void Touch() { ++revision_; }
 
     // True for tags of the vocabulary and for the setup unit's vertex store.
     static bool HasTag(uint32_t tagNumber);
@@ -47,6 +79,7 @@ class RegisterFile {
   private:
     std::array<uint32_t, kTagCount> tags_{};
     std::array<uint32_t, reg::MappedRegisters / 4> aperture_{};
+    uint32_t revision_ = 0;
 };
 
 // Sum of the three partial products in bits 0-8 of a mode word, in pixels (or depth elements):
