@@ -212,6 +212,7 @@ void CommandUnit::DecodeModes() {
     if (decoded_ != key) {
         decodeFaults_ = {};
         pipeline_ = DecodePipeline(chip_, registers_, memories_, host_, tables_, decodeFaults_);
+        rows_ = PlanRows(pipeline_);
         decoded_ = key;
     }
     pipeline_.flatColour = FragmentColour(registers_);
@@ -237,7 +238,7 @@ void CommandUnit::DrawRows(uint32_t rows) {
         return;
     }
     rasteriser_.Walk(rows & kRowCountMask, [this](const Span& span) {
-        DrawSpan(pipeline_, span, interpolants_, pick_, faults_);
+        DrawSpan(pipeline_, &rows_, span, interpolants_, pick_, faults_);
         pixelsDrawn_ += static_cast<uint64_t>(std::max<int64_t>(span.right - span.left, 0));
         interpolants_.StepRow();
     });
@@ -253,7 +254,7 @@ void CommandUnit::DrawSteps(uint32_t steps) {
         pixel.y = y;
         pixel.left = x;
         pixel.right = x + 1;
-        DrawSpan(pipeline_, pixel, interpolants_, pick_, faults_);
+        DrawSpan(pipeline_, nullptr, pixel, interpolants_, pick_, faults_);
         interpolants_.StepRow();
     });
 }

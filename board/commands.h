@@ -1,6 +1,7 @@
 #pragma once
 // The end of the input FIFO: stores register writes and carries out those that are commands.
 #include "board/bus/output_fifo.h"
+#include "board/pixel/fragment_rows.h"
 #include "board/pixel/host_download.h"
 #include "board/pixel/pick.h"
 #include "board/pixel/pipeline.h"
@@ -84,6 +85,7 @@ class CommandUnit {
     Interpolants interpolants_{};
     // Derived from the registers, on the first primitive behind a change.
     PipelineState pipeline_{};
+    RowPlan rows_{};
     std::optional<ModeKey> decoded_;
     FaultCounts decodeFaults_; // of that decoding
     PickUnit pick_;

@@ -3,6 +3,7 @@
 #include "board/pixel/block_fill.h"
 #include "board/pixel/copy.h"
 #include "board/pixel/fog.h"
+#include "board/pixel/fragment_rows.h"
 #include "board/pixel/packed_copy.h"
 #include "board/pixel/write_pixel.h"
 
@@ -147,8 +148,8 @@ void DrawPixels(const PipelineState& state, const Span& span, const Interpolants
 
 } // namespace
 
-void DrawSpan(const PipelineState& state, const Span& whole, const Interpolants& row,
-              PickUnit& pick, FaultCounts& faults) {
+void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& whole,
+              const Interpolants& row, PickUnit& pick, FaultCounts& faults) {
     if (state.copy.way == CopyState::Way::Packed) {
         CopyPackedSpan(state, whole, faults);
         return;
@@ -183,6 +184,9 @@ void DrawSpan(const PipelineState& state, const Span& whole, const Interpolants&
         if (state.drawsPixels) {
             CopySpan(state, span, row, faults);
         }
+        return;
+    }
+    if (plan != nullptr && plan->possible && DrawFragmentRow(*plan, state, span, row, pick)) {
         return;
     }
     switch (state.pixels.bytesPerElement) {

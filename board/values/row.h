@@ -1,0 +1,100 @@
+#pragma once
+// Rows of pixels that a unit works on at once: plain arrays, one for each quantity, in blocks whose
+// loops a compiler turns into vector code.
+#include <cstdint>
+#include <cstring>
+
+namespace board {
+
+// Pixels of a block. Units work on whole blocks of their own arrays: what lies in them behind the
+// row's last pixel is of no account.
+inline constexpr int32_t kRowLanes = 8;
+// Pixels that rows are cut to.
+inline constexpr int32_t kRowPixels = 128;
+
+// Calls lane(i) for the pixels of all blocks. Inline, so that the loops see what `lane` works on.
+template <typename Lane>
+[[gnu::always_inline]] inline void EachLane(int32_t pixels, Lane&& lane) {
+    for (int32_t block = 0; block < pixels; block += kRowLanes) {
+        for (int32_t i = 0; i < kRowLanes; ++i) {
+            lane(block + i);
+        }
+    }
+}
+
+// to[i] = map(i modulo kRowLanes, from[i]...) for the pixels of all blocks. `to` may be one of
+// `from`: blocks are worked on in arrays of their own, which tells the compiler, too, that nothing
+// overlaps.
+template <typename Map, typename... From>
+[[gnu::always_inline]] inline void MapRow(int32_t pixels, uint32_t* to, Map&& map,
+                                          const From*... from) {
+    struct Words {
+        uint32_t at[kRowLanes];
+        explicit Words(const uint32_t* words) { std::memcpy(at, words, sizeof at); }
+    };
+    for (int32_t block = 0; block < pixels; block += kRowLanes) {
+        uint32_t out[kRowLanes];
+        [&](const auto&... in) [[gnu::always_inline]] {
+            for (int32_t i = 0; i < kRowLanes; ++i) {
+                out[i] = map(i, in.at[i]...);
+            }
+        }(Words(from + block)...);
+        std::memcpy(to + block, out, sizeof out);
+    }
+}
+
+// A value that steps from pixel to pixel, modulo 2^32. Calls lane(i, value).
+struct RowRamp {
+    uint32_t first, step;
+
+    template <typename Lane>
+    [[gnu::always_inline]] void Each(int32_t pixels, Lane&& lane) const {
+        uint32_t ahead[kRowLanes];
+        for (uint32_t i = 0; i < kRowLanes; ++i) {
+            ahead[i] = first + i * step;
+        }
+        for (int32_t block = 0; block < pixels; block += kRowLanes) {
+            const uint32_t moved = static_cast<uint32_t>(block) * step;
+            for (int32_t i = 0; i < kRowLanes; ++i) {
+                lane(block + i, ahead[i] + moved);
+            }
+        }
+    }
+};
+
+// The same of several rows, byte by byte: to[i] = map(from[i]...) for the bytes of all words.
+template <typename Map, typename... From>
+[[gnu::always_inline]] inline void MapBytes(int32_t pixels, uint32_t* to, Map&& map,
+                                            const From*... from) {
+    struct Bytes {
+        uint8_t at[4 * kRowLanes];
+        explicit Bytes(const uint32_t* words) { std::memcpy(at, words, sizeof at); }
+    };
+    for (int32_t block = 0; block < pixels; block += kRowLanes) {
+        uint8_t out[4 * kRowLanes];
+        [&](const auto&... in) [[gnu::always_inline]] {
+            for (int32_t i = 0; i < 4 * kRowLanes; ++i) {
+                out[i] = static_cast<uint8_t>(map(uint32_t{in.at[i]}...));
+            }
+        }(Bytes(from + block)...);
+        std::memcpy(to + block, out, sizeof out);
+    }
+}
+
+// n / 255 for n below 65535.
+constexpr uint32_t DivideBy255(uint32_t n) {
+    return (n + 1 + (n >> 8)) >> 8;
+}
+
+// A byte in all channels of a colour word.
+constexpr uint32_t OnAllChannels(uint32_t value) {
+    value |= value << 8;
+    return value | value << 16;
+}
+
+// Takes the elements of `bytes` (1 to 4) bytes at `memory` as words, or puts words back. Behind the
+// row's last pixel nothing is touched.
+void LoadRow(uint32_t bytes, const uint8_t* memory, int32_t pixels, uint32_t* to);
+void StoreRow(uint32_t bytes, uint8_t* memory, int32_t pixels, const uint32_t* from);
+
+} // namespace board
