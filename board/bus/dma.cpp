@@ -7,15 +7,20 @@ namespace board {
 void DmaEngine::Start(uint32_t busAddress, uint32_t words) {
     address_ = busAddress;
     wordsLeft_ = words;
+    source_ = {};
 }
 
 bool DmaEngine::Next(uint32_t& word) {
-    const std::span<const uint8_t> source = host_.From(address_);
-    if (source.size() < sizeof word) {
-        wordsLeft_ = 0;
-        return false;
+    if (source_.size() < sizeof word || revision_ != host_.Revision()) {
+        source_ = host_.WordsFrom(address_);
+        revision_ = host_.Revision();
+        if (source_.size() < sizeof word) {
+            wordsLeft_ = 0;
+            return false;
+        }
     }
-    std::memcpy(&word, source.data(), sizeof word);
+    std::memcpy(&word, source_.data(), sizeof word);
+    source_ = source_.subspan(sizeof word);
     address_ += sizeof word;
     --wordsLeft_;
     return true;

@@ -3,6 +3,7 @@
 #include "board/values/host_memory.h"
 
 #include <cstdint>
+#include <span>
 
 namespace board {
 
@@ -23,6 +24,9 @@ class DmaEngine {
     const HostMemory& host_;
     uint32_t address_ = 0;
     uint32_t wordsLeft_ = 0;
+    // What lies at the address, as the mappings stood at that revision.
+    std::span<const uint8_t> source_;
+    uint32_t revision_ = 0;
 };
 
 } // namespace board

@@ -13,7 +13,8 @@ namespace {
 
 constexpr uint32_t kUnreadWord = 0xFF000000; // the colour of pixels that are not read
 
-// Interpolated values at the row's leftmost pixel and their steps to the right.
+// Interpolated values at the row's leftmost pixel and their steps to the right. Colours have half a
+// channel added, to be rounded.
 struct RowWalk {
     int64_t first[Interpolants::kCount];
     int64_t step[Interpolants::kCount];
@@ -30,16 +31,16 @@ struct RowWalk {
             first[i] = WrapAdd(first[i], WrapMultiply(step[i], pixels));
         }
     }
-    // True if a channel is at least `low` and below `end` from the first to the last of `pixels`
-    // pixels.
-    bool Within(int channel, int64_t pixels, int64_t low, int64_t end) const {
-        constexpr int64_t kStepLimit = int64_t{1} << 40; // times a row of pixels: within 63 bits
-        const int64_t from = first[channel];
-        if (step[channel] >= kStepLimit || step[channel] <= -kStepLimit) {
-            return false;
-        }
-        const int64_t to = WrapAdd(from, step[channel] * (pixels - 1));
-        return from >= low && from < end && to >= low && to < end;
+    // True if a channel fits a signed word from the first to the last of `pixels` pixels.
+    bool StaysInWord(int channel, int64_t pixels) const {
+        return FitsWord(first[channel]) && FitsWord(step[channel]) && FitsWord(pixels) &&
+               FitsWord(first[channel] + MultiplyWords(step[channel], pixels - 1));
+    }
+    // The same of an unsigned word.
+    bool StaysInUnsignedWord(int channel, int64_t pixels) const {
+        const auto fits = [](int64_t value) { return value == static_cast<uint32_t>(value); };
+        return fits(first[channel]) && FitsWord(step[channel]) && FitsWord(pixels) &&
+               fits(first[channel] + MultiplyWords(step[channel], pixels - 1));
     }
     RowRamp Ramp(int channel) const {
         return {static_cast<uint32_t>(first[channel]), static_cast<uint32_t>(step[channel])};
@@ -66,18 +67,15 @@ struct FragmentRow {
 
 // True if nothing that varies leaves the range of a row's arithmetic.
 bool InRange(const RowWalk& walk, const PipelineState& state, int64_t pixels) {
-    // With half a colour added, still within 32 bits.
-    constexpr int64_t kColourLimit = int64_t{1} << 30;
-    constexpr int64_t kWord = int64_t{1} << 31;
     if (state.gouraud) {
         for (const int channel :
              {Interpolants::Red, Interpolants::Green, Interpolants::Blue, Interpolants::Alpha}) {
-            if (!walk.Within(channel, pixels, -kColourLimit, kColourLimit)) {
+            if (!walk.StaysInWord(channel, pixels)) {
                 return false;
             }
         }
     }
-    if (state.fogged && !walk.Within(Interpolants::Fog, pixels, -kWord, kWord)) {
+    if (state.fogged && !walk.StaysInWord(Interpolants::Fog, pixels)) {
         return false;
     }
     return !state.texture.enabled || TexelsInRange(state.texture, {walk.first, walk.step}, pixels);
@@ -95,7 +93,7 @@ void ShadeGouraud(const RowWalk& walk, FragmentRow& row) {
     uint32_t value[kChannels];
     uint32_t step[kChannels];
     for (int channel = 0; channel < kChannels; ++channel) {
-        value[channel] = static_cast<uint32_t>(walk.first[channel] + kHalfColour);
+        value[channel] = static_cast<uint32_t>(walk.first[channel]);
         step[channel] = static_cast<uint32_t>(walk.step[channel]);
         for (uint32_t i = 0; i < kRowLanes; ++i) {
             ahead[channel][i] = i * step[channel];
@@ -186,8 +184,7 @@ void LoadDepth(const DepthUnit& depth, const RowWalk& walk, FragmentRow& row) {
         std::fill_n(row.fresh, row.pixels, std::min(depth.constantValue, depth.limit));
         return;
     }
-    constexpr int64_t kSixteenBits = int64_t{1} << (16 + kDepthFractionBits);
-    if (walk.Within(Interpolants::Depth, row.pixels, 0, kSixteenBits)) {
+    if (walk.StaysInUnsignedWord(Interpolants::Depth, row.pixels)) {
         walk.Ramp(Interpolants::Depth).Each(row.pixels, [&](int32_t i, uint32_t value) {
             row.fresh[i] = value >> kDepthFractionBits;
         });
@@ -375,6 +372,9 @@ RowWalk WalkOf(const PipelineState& state, const Span& span, const Interpolants&
     };
     if (state.gouraud) {
         take({I::Red, I::Green, I::Blue, I::Alpha});
+        for (const int channel : {I::Red, I::Green, I::Blue, I::Alpha}) {
+            walk.first[channel] = WrapAdd(walk.first[channel], kHalfColour);
+        }
     }
     if (state.fogged) {
         take({I::Fog});

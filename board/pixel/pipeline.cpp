@@ -158,9 +158,11 @@ void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& whole
     if (span.Empty() || span.y < state.clip.top || span.y >= state.clip.bottom) {
         return;
     }
-    span.Clip(state.clip.left, state.clip.right);
-    if (span.Empty()) {
-        return;
+    if (span.left < state.clip.left || span.right > state.clip.right) {
+        span.Clip(state.clip.left, state.clip.right);
+        if (span.Empty()) {
+            return;
+        }
     }
     if (state.localUpdate.way != LocalUpdate::Way::None) {
         UpdateLocalSpan(state.localUpdate, span, faults);

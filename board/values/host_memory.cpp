@@ -18,4 +18,17 @@ std::span<const uint8_t> HostMemory::From(uint32_t busAddress) const {
     return {};
 }
 
+std::span<const uint8_t> HostMemory::WordsFrom(uint32_t busAddress) const {
+    constexpr size_t kWord = 4;
+    std::span<const uint8_t> bytes = From(busAddress);
+    for (const Range& range : ranges_) {
+        const size_t ahead = range.busAddress - busAddress;
+        const size_t words = (ahead + kWord - 1) / kWord * kWord;
+        if (ahead != 0 && words < bytes.size()) {
+            bytes = bytes.first(words);
+        }
+    }
+    return bytes;
+}
+
 } // namespace board

@@ -16,6 +16,10 @@ class HostMemory {
     // The bytes from `busAddress` to the end of their range; empty when nobody mapped the address.
     std::span<const uint8_t> From(uint32_t busAddress) const;
 
+    // The same bytes as far as a reader of whole words from `busAddress` on finds them there: up to
+    // where a later range begins.
+    std::span<const uint8_t> WordsFrom(uint32_t busAddress) const;
+
     // Another number whenever a range has been mapped.
     uint32_t Revision() const { return revision_; }
 

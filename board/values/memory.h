@@ -46,6 +46,10 @@ struct Plane {
     // Cuts away what lies outside the memory; the number of pixels cut.
     uint64_t ClipToMemory(Span& span) const {
         const int64_t before = span.right - span.left;
+        if (before > 0 && Index(span.left, span.y) >= 0 &&
+            Index(span.right - 1, span.y) < elements) {
+            return 0;
+        }
         if (patched) {
             while (!span.Empty() && Index(span.left, span.y) < 0) {
                 span.Clip(span.left + 1, span.right);
