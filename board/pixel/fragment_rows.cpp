@@ -1,6 +1,7 @@
 #include "board/pixel/fragment_rows.h"
 
 #include "board/pixel/fog.h"
+#include "board/pixel/raw_rows.h"
 #include "board/values/logic_op.h"
 #include "board/values/row.h"
 
@@ -392,6 +393,7 @@ RowWalk WalkOf(const PipelineState& state, const Span& span, const Interpolants&
 
 RowPlan PlanRows(const PipelineState& state) {
     RowPlan plan{};
+    plan.raw = MovesRowsWhole(state);
     plan.texels = PlanTexels(state.texture);
     plan.possible = !state.blockFill && state.copy.way == CopyState::Way::None &&
                     !state.pixels.patched && (!state.texture.enabled || plan.texels.possible);

@@ -12,7 +12,8 @@ namespace board {
 
 // Derived from a PipelineState, for which alone it holds.
 struct RowPlan {
-    bool possible;   // else every pixel goes by itself
+    bool raw;        // fills and copies move whole rows
+    bool possible;   // of fragments; else every one goes by itself
     bool depthFirst; // no later test can drop a fragment: those behind others are not shaded
     bool dropping;   // tests may leave pixels out
     bool readsUnder; // the pixels under the fragments are needed

@@ -5,6 +5,7 @@
 #include "board/pixel/fog.h"
 #include "board/pixel/fragment_rows.h"
 #include "board/pixel/packed_copy.h"
+#include "board/pixel/raw_rows.h"
 #include "board/pixel/write_pixel.h"
 
 #include <algorithm>
@@ -150,8 +151,12 @@ void DrawPixels(const PipelineState& state, const Span& span, const Interpolants
 
 void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& whole,
               const Interpolants& row, PickUnit& pick, FaultCounts& faults) {
+    const bool rawRows = plan != nullptr && plan->raw;
     if (state.copy.way == CopyState::Way::Packed) {
-        CopyPackedSpan(state, whole, faults);
+        if (whole.y >= state.clip.top && whole.y < state.clip.bottom &&
+            !(rawRows && CopyPackedRow(state, whole))) {
+            CopyPackedSpan(state, whole, faults);
+        }
         return;
     }
     Span span = whole;
@@ -165,7 +170,9 @@ void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& whole
         }
     }
     if (state.localUpdate.way != LocalUpdate::Way::None) {
-        UpdateLocalSpan(state.localUpdate, span, faults);
+        if (plan == nullptr || !UpdateLocalRow(state.localUpdate, span)) {
+            UpdateLocalSpan(state.localUpdate, span, faults);
+        }
     }
     if (state.drawsPixels) {
         faults.badMemoryAccesses += state.pixels.ClipToMemory(span);
@@ -177,13 +184,13 @@ void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& whole
         return;
     }
     if (state.blockFill) {
-        if (state.drawsPixels) {
+        if (state.drawsPixels && !(rawRows && FillRow(state, span))) {
             FillSpan(state, span);
         }
         return;
     }
     if (state.copy.way != CopyState::Way::None) {
-        if (state.drawsPixels) {
+        if (state.drawsPixels && !(rawRows && CopyRow(state, span))) {
             CopySpan(state, span, row, faults);
         }
         return;
