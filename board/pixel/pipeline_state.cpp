@@ -47,7 +47,7 @@ DepthUnit DecodeDepth(const DeviceRow& chip, const RegisterFile& registers, Memo
         ++faults.unmodelled[fmt::format("depth source {}", source)];
     }
     depth.limit = width == k16Bits ? 0xFFFF : 0xFFFFFFFF;
-    std::vector<uint8_t>& memory = chip.IsPermedia() ? memories.frameBuffer : memories.localBuffer;
+    ZeroedBytes& memory = chip.IsPermedia() ? memories.frameBuffer : memories.localBuffer;
     depth.plane.memory = memory.data();
     depth.plane.bytesPerElement = width == k16Bits ? 2 : 4;
     depth.plane.elements = static_cast<int64_t>(memory.size() / depth.plane.bytesPerElement);

@@ -15,7 +15,7 @@ void StoreTextureData(const DeviceRow& chip, RegisterFile& registers, Memories& 
                       uint32_t word, FaultCounts& faults) {
     const uint32_t offset = registers[tag::TextureDownloadOffset];
     registers.Set(tag::TextureDownloadOffset, offset + 1);
-    std::vector<uint8_t>& memory = chip.IsGlint() ? memories.localBuffer : memories.frameBuffer;
+    ZeroedBytes& memory = chip.IsGlint() ? memories.localBuffer : memories.frameBuffer;
     const uint32_t base = chip.IsGlint() ? registers[tag::LBWindowBase] : 0;
     const uint64_t place = (uint64_t{base} + offset) * sizeof word;
     if (place + sizeof word > memory.size()) {

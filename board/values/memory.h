@@ -2,18 +2,18 @@
 // Frame buffer and local buffer, and how pixels and depth elements lie in them.
 #include "board/values/patch.h"
 #include "board/values/span.h"
+#include "board/values/zeroed_memory.h"
 
 #include <cstdint>
 #include <cstring>
-#include <vector>
 
 namespace board {
 
 inline constexpr int64_t kWordBytes = 4;
 
 struct Memories {
-    std::vector<uint8_t> frameBuffer;
-    std::vector<uint8_t> localBuffer;
+    ZeroedBytes frameBuffer;
+    ZeroedBytes localBuffer;
 };
 
 // Loads and stores of `Bytes` (1 to 4) bytes, low byte first.

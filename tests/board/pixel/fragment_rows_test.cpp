@@ -10,7 +10,6 @@
 #include <cstring>
 #include <random>
 #include <string>
-#include <vector>
 
 namespace board {
 
@@ -85,10 +84,10 @@ class RandomDrawing {
     int spans = 0, atOnce = 0, changed = 0;
 
   private:
-    static const std::vector<uint8_t>& Noise() {
-        static const std::vector<uint8_t> noise = [] {
+    static const ZeroedBytes& Noise() {
+        static const ZeroedBytes noise = [] {
             std::mt19937 random(1);
-            std::vector<uint8_t> bytes(kMemoryBytes);
+            ZeroedBytes bytes(kMemoryBytes);
             std::generate(bytes.begin(), bytes.end(),
                           [&] { return static_cast<uint8_t>(random()); });
             return bytes;
