@@ -6,7 +6,6 @@
 #include "board/values/row.h"
 
 #include <algorithm>
-#include <initializer_list>
 
 namespace board {
 
@@ -14,38 +13,71 @@ namespace {
 
 constexpr uint32_t kUnreadWord = 0xFF000000; // the colour of pixels that are not read
 
-// Interpolated values at the row's leftmost pixel and their steps to the right. Colours have half a
-// channel added, to be rounded.
+// Values at the row's leftmost pixel and their steps to the right, of what the state uses.
 struct RowWalk {
+    // Colours, with half a channel added to be rounded, and the fog factor: what stays within words
+    // from end to end of the row.
+    RowRamp words[Interpolants::Depth];
+    // All else, by Interpolants::Channel.
     int64_t first[Interpolants::kCount];
     int64_t step[Interpolants::kCount];
 
-    void Take(int channel, const Interpolants& row, const Span& span, int64_t lead) {
-        const Interpolant& of = row.channels[channel];
-        const int64_t pixels = span.leftward ? span.right - 1 - span.left : 0;
-        first[channel] = of.At(lead, span.skipped + pixels);
-        step[channel] = span.leftward ? WrapMultiply(of.dx, -1) : of.dx;
-    }
     // On to the right.
-    void Skip(int32_t pixels) {
-        for (int i = 0; i < Interpolants::kCount; ++i) {
+    void Skip(uint32_t pixels) {
+        for (RowRamp& ramp : words) {
+            ramp.first += pixels * ramp.step;
+        }
+        for (int i = Interpolants::Depth; i < Interpolants::kCount; ++i) {
             first[i] = WrapAdd(first[i], WrapMultiply(step[i], pixels));
         }
     }
-    // True if a channel fits a signed word from the first to the last of `pixels` pixels.
-    bool StaysInWord(int channel, int64_t pixels) const {
-        return FitsWord(first[channel]) && FitsWord(step[channel]) && FitsWord(pixels) &&
-               FitsWord(first[channel] + MultiplyWords(step[channel], pixels - 1));
+    // True if depth stays within an unsigned word for `pixels` pixels.
+    bool HasNarrowDepth(int32_t pixels) const {
+        const int64_t from = first[Interpolants::Depth];
+        const int64_t by = step[Interpolants::Depth];
+        return from >> 32 == 0 && FitsWord(by) && (from + MultiplyWords(by, pixels - 1)) >> 32 == 0;
     }
-    // The same of an unsigned word.
-    bool StaysInUnsignedWord(int channel, int64_t pixels) const {
-        const auto fits = [](int64_t value) { return value == static_cast<uint32_t>(value); };
-        return fits(first[channel]) && FitsWord(step[channel]) && FitsWord(pixels) &&
-               fits(first[channel] + MultiplyWords(step[channel], pixels - 1));
+    RowRamp Depth() const {
+        return {static_cast<uint32_t>(first[Interpolants::Depth]),
+                static_cast<uint32_t>(step[Interpolants::Depth])};
     }
-    RowRamp Ramp(int channel) const {
-        return {static_cast<uint32_t>(first[channel]), static_cast<uint32_t>(step[channel])};
+    TexelWalk Texels() const { return {first, step}; }
+};
+
+// Takes a row's values from its dominant edge.
+class WalkTaker {
+  public:
+    // `lead` as of Interpolant::At.
+    WalkTaker(const Interpolants& row, const Span& span, int64_t lead)
+        : row_(row), leftward_(span.leftward), lead_(lead),
+          ahead_(span.skipped + (leftward_ ? span.right - 1 - span.left : 0)),
+          steps_(span.right - 1 - span.left),
+          beyond_(BeyondWord(lead_) | BeyondWord(ahead_) | BeyondWord(steps_)) {}
+
+    // Of a channel that has to stay within words, `bias` added to its values.
+    void TakeWord(int channel, int32_t bias, RowWalk& walk) {
+        const Interpolant& of = row_.channels[channel];
+        const int64_t first = WrapAdd(of.value, (MultiplyWords(of.dx, lead_) >> 16) +
+                                                    MultiplyWords(of.dx, ahead_) + bias);
+        const int64_t step = leftward_ ? -static_cast<int64_t>(static_cast<int32_t>(of.dx)) : of.dx;
+        beyond_ |= BeyondWord(of.dx) | BeyondWord(step) | BeyondWord(first) |
+                   BeyondWord(WrapAdd(first, MultiplyWords(step, steps_)));
+        walk.words[channel] = {static_cast<uint32_t>(first), static_cast<uint32_t>(step)};
     }
+    void Take(int channel, RowWalk& walk) const {
+        const Interpolant& of = row_.channels[channel];
+        walk.first[channel] = of.At(lead_, ahead_);
+        walk.step[channel] = leftward_ ? WrapMultiply(of.dx, -1) : of.dx;
+    }
+    // A word did not hold what it should have.
+    bool WordsOverflow() const { return beyond_ != 0; }
+
+  private:
+    const Interpolants& row_;
+    bool leftward_;
+    int64_t lead_, ahead_; // to the leftmost pixel
+    int64_t steps_;        // from there to the rightmost one
+    uint32_t beyond_;
 };
 
 // A part of a row, of kRowPixels at most, on its way through the units.
@@ -66,22 +98,6 @@ struct FragmentRow {
     }
 };
 
-// True if nothing that varies leaves the range of a row's arithmetic.
-bool InRange(const RowWalk& walk, const PipelineState& state, int64_t pixels) {
-    if (state.gouraud) {
-        for (const int channel :
-             {Interpolants::Red, Interpolants::Green, Interpolants::Blue, Interpolants::Alpha}) {
-            if (!walk.StaysInWord(channel, pixels)) {
-                return false;
-            }
-        }
-    }
-    if (state.fogged && !walk.StaysInWord(Interpolants::Fog, pixels)) {
-        return false;
-    }
-    return !state.texture.enabled || TexelsInRange(state.texture, {walk.first, walk.step}, pixels);
-}
-
 // One channel of a block of colours, shifted to its place in the words.
 [[gnu::always_inline]] inline uint32_t ColourChannel(uint32_t value, int shift) {
     const int32_t whole = static_cast<int32_t>(value) >> kColourFractionBits;
@@ -94,8 +110,8 @@ void ShadeGouraud(const RowWalk& walk, FragmentRow& row) {
     uint32_t value[kChannels];
     uint32_t step[kChannels];
     for (int channel = 0; channel < kChannels; ++channel) {
-        value[channel] = static_cast<uint32_t>(walk.first[channel]);
-        step[channel] = static_cast<uint32_t>(walk.step[channel]);
+        value[channel] = walk.words[channel].first;
+        step[channel] = walk.words[channel].step;
         for (uint32_t i = 0; i < kRowLanes; ++i) {
             ahead[channel][i] = i * step[channel];
         }
@@ -114,7 +130,7 @@ void ShadeGouraud(const RowWalk& walk, FragmentRow& row) {
 }
 
 void ShadeFog(const PipelineState& state, const RowWalk& walk, FragmentRow& row) {
-    walk.Ramp(Interpolants::Fog).Each(row.pixels, [&](int32_t i, uint32_t value) {
+    walk.words[Interpolants::Fog].Each(row.pixels, [&](int32_t i, uint32_t value) {
         row.fresh[i] =
             static_cast<uint32_t>(std::clamp<int32_t>(static_cast<int32_t>(value), 0, kFogOne));
     });
@@ -185,8 +201,8 @@ void LoadDepth(const DepthUnit& depth, const RowWalk& walk, FragmentRow& row) {
         std::fill_n(row.fresh, row.pixels, std::min(depth.constantValue, depth.limit));
         return;
     }
-    if (walk.StaysInUnsignedWord(Interpolants::Depth, row.pixels)) {
-        walk.Ramp(Interpolants::Depth).Each(row.pixels, [&](int32_t i, uint32_t value) {
+    if (walk.HasNarrowDepth(row.pixels)) {
+        walk.Depth().Each(row.pixels, [&](int32_t i, uint32_t value) {
             row.fresh[i] = value >> kDepthFractionBits;
         });
         return;
@@ -312,8 +328,8 @@ bool ShadeAndTest(const RowPlan& plan, const PipelineState& state, const RowWalk
         std::fill_n(row.colour, row.pixels, WordOfColour(state.flatColour));
     }
     if (state.texture.enabled) {
-        TextureRow(plan.texels, state.texture, {walk.first, walk.step}, slopes, row.pixels,
-                   row.colour, row.drawn);
+        TextureRow(plan.texels, state.texture, walk.Texels(), slopes, row.pixels, row.colour,
+                   row.drawn);
     }
     if (state.fogged) {
         ShadeFog(state, walk, row);
@@ -362,31 +378,32 @@ bool ReadsOwnWrites(const RowPlan& plan, const PipelineState& state, const Fragm
     return written.Meets(depths);
 }
 
-RowWalk WalkOf(const PipelineState& state, const Span& span, const Interpolants& interpolants) {
+// False: a value leaves the range of a row's arithmetic.
+bool LoadWalk(const PipelineState& state, const Span& span, const Interpolants& interpolants,
+              RowWalk& walk) {
     using I = Interpolants;
-    const int64_t lead = state.subPixel ? span.lead : 0;
-    RowWalk walk{};
-    const auto take = [&](std::initializer_list<I::Channel> channels) {
-        for (const I::Channel channel : channels) {
-            walk.Take(channel, interpolants, span, lead);
-        }
-    };
+    WalkTaker taker(interpolants, span, state.subPixel ? span.lead : 0);
     if (state.gouraud) {
-        take({I::Red, I::Green, I::Blue, I::Alpha});
-        for (const int channel : {I::Red, I::Green, I::Blue, I::Alpha}) {
-            walk.first[channel] = WrapAdd(walk.first[channel], kHalfColour);
+        for (int channel = I::Red; channel <= I::Alpha; ++channel) {
+            taker.TakeWord(channel, kHalfColour, walk);
         }
     }
     if (state.fogged) {
-        take({I::Fog});
+        taker.TakeWord(I::Fog, 0, walk);
     }
     if (state.depth.enabled && !state.depth.constant) {
-        take({I::Depth});
+        taker.Take(I::Depth, walk);
     }
-    if (state.texture.enabled) {
-        take({I::S, I::T, I::Q, I::Ks});
+    if (taker.WordsOverflow()) {
+        return false;
     }
-    return walk;
+    if (!state.texture.enabled) {
+        return true;
+    }
+    for (int channel = I::S; channel <= I::Ks; ++channel) {
+        taker.Take(channel, walk);
+    }
+    return TexelsInRange(state.texture, walk.Texels(), span.right - span.left);
 }
 
 } // namespace
@@ -421,8 +438,8 @@ bool DrawFragmentRow(const RowPlan& plan, const PipelineState& state, const Span
     row.y = span.y;
     row.place = state.drawsPixels ? state.pixels.Address(span.left, span.y) : nullptr;
     row.depthPlace = state.depth.Touches() ? state.depth.plane.Address(span.left, span.y) : nullptr;
-    RowWalk walk = WalkOf(state, span, interpolants);
-    if (!InRange(walk, state, width) || ReadsOwnWrites(plan, state, row, width)) {
+    RowWalk walk{};
+    if (!LoadWalk(state, span, interpolants, walk) || ReadsOwnWrites(plan, state, row, width)) {
         return false;
     }
     const TextureSlopes slopes = state.texture.enabled && plan.texels.detailed
@@ -444,7 +461,7 @@ bool DrawFragmentRow(const RowPlan& plan, const PipelineState& state, const Span
         }
         row.place += row.pixels * static_cast<int32_t>(state.pixels.bytesPerElement);
         row.depthPlace += row.pixels * static_cast<int32_t>(state.depth.plane.bytesPerElement);
-        walk.Skip(row.pixels);
+        walk.Skip(static_cast<uint32_t>(row.pixels));
     }
 }
 

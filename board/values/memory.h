@@ -46,10 +46,6 @@ struct Plane {
     // Cuts away what lies outside the memory; the number of pixels cut.
     uint64_t ClipToMemory(Span& span) const {
         const int64_t before = span.right - span.left;
-        if (before > 0 && Index(span.left, span.y) >= 0 &&
-            Index(span.right - 1, span.y) < elements) {
-            return 0;
-        }
         if (patched) {
             while (!span.Empty() && Index(span.left, span.y) < 0) {
                 span.Clip(span.left + 1, span.right);
@@ -59,6 +55,9 @@ struct Plane {
             }
         } else {
             const int64_t rowStart = base + span.y * pitch;
+            if (before > 0 && rowStart + span.left >= 0 && rowStart + span.right <= elements) {
+                return 0;
+            }
             span.Clip(-rowStart, elements - rowStart);
         }
         return static_cast<uint64_t>(before - (span.Empty() ? 0 : span.right - span.left));
