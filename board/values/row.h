@@ -22,24 +22,48 @@ template <typename Lane>
     }
 }
 
+namespace row {
+
+// A block of words, as elements of some size. Blocks are worked on in arrays of their own, which
+// tells the compiler that nothing overlaps.
+template <typename Element>
+struct Block {
+    static constexpr int32_t kCount = kRowLanes * static_cast<int32_t>(4 / sizeof(Element));
+    Element at[kCount];
+
+    Block() = default;
+    explicit Block(const uint32_t* words) { std::memcpy(at, words, sizeof at); }
+    void Store(uint32_t* words) const { std::memcpy(words, at, sizeof at); }
+};
+
+template <typename Element, typename Map, typename... Blocks>
+[[gnu::always_inline]] inline Block<Element> MapBlock(Map& map, const Blocks&... in) {
+    Block<Element> out;
+    for (int32_t i = 0; i < out.kCount; ++i) {
+        out.at[i] = static_cast<Element>(map(i, uint32_t{in.at[i]}...));
+    }
+    return out;
+}
+
+} // namespace row
+
 // to[i] = map(i modulo kRowLanes, from[i]...) for the pixels of all blocks. `to` may be one of
-// `from`: blocks are worked on in arrays of their own, which tells the compiler, too, that nothing
-// overlaps.
+// `from`.
 template <typename Map, typename... From>
 [[gnu::always_inline]] inline void MapRow(int32_t pixels, uint32_t* to, Map&& map,
                                           const From*... from) {
-    struct Words {
-        uint32_t at[kRowLanes];
-        explicit Words(const uint32_t* words) { std::memcpy(at, words, sizeof at); }
-    };
-    for (int32_t block = 0; block < pixels; block += kRowLanes) {
-        uint32_t out[kRowLanes];
-        [&](const auto&... in) [[gnu::always_inline]] {
-            for (int32_t i = 0; i < kRowLanes; ++i) {
-                out[i] = map(i, in.at[i]...);
-            }
-        }(Words(from + block)...);
-        std::memcpy(to + block, out, sizeof out);
+    for (int32_t i = 0; i < pixels; i += kRowLanes) {
+        row::MapBlock<uint32_t>(map, row::Block<uint32_t>(from + i)...).Store(to + i);
+    }
+}
+
+// The same byte by byte: to[i] = map(from[i]...) for the bytes of all words.
+template <typename Map, typename... From>
+[[gnu::always_inline]] inline void MapBytes(int32_t pixels, uint32_t* to, Map&& map,
+                                            const From*... from) {
+    const auto byte = [&map](int32_t, auto... in) { return map(in...); };
+    for (int32_t i = 0; i < pixels; i += kRowLanes) {
+        row::MapBlock<uint8_t>(byte, row::Block<uint8_t>(from + i)...).Store(to + i);
     }
 }
 
@@ -61,25 +85,6 @@ struct RowRamp {
         }
     }
 };
-
-// The same of several rows, byte by byte: to[i] = map(from[i]...) for the bytes of all words.
-template <typename Map, typename... From>
-[[gnu::always_inline]] inline void MapBytes(int32_t pixels, uint32_t* to, Map&& map,
-                                            const From*... from) {
-    struct Bytes {
-        uint8_t at[4 * kRowLanes];
-        explicit Bytes(const uint32_t* words) { std::memcpy(at, words, sizeof at); }
-    };
-    for (int32_t block = 0; block < pixels; block += kRowLanes) {
-        uint8_t out[4 * kRowLanes];
-        [&](const auto&... in) [[gnu::always_inline]] {
-            for (int32_t i = 0; i < 4 * kRowLanes; ++i) {
-                out[i] = static_cast<uint8_t>(map(uint32_t{in.at[i]}...));
-            }
-        }(Bytes(from + block)...);
-        std::memcpy(to + block, out, sizeof out);
-    }
-}
 
 // n / 255 for n below 65535.
 constexpr uint32_t DivideBy255(uint32_t n) {
