@@ -288,7 +288,7 @@ class RandomDrawing {
 class FragmentRows : public testing::TestWithParam<ChipModel> {};
 
 TEST_P(FragmentRows, DrawWhatPixelsOneByOneDraw) {
-    constexpr uint32_t kModes = 2000;
+    constexpr uint32_t kModes = 1000;
     int spans = 0, atOnce = 0, changed = 0;
     for (uint32_t seed = 0; seed < kModes; ++seed) {
         RandomDrawing drawing(GetParam(), seed);
