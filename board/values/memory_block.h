@@ -1,9 +1,10 @@
 #pragma once
 // The bytes of one of the board's memories: its own, or lent by whoever wants to lay them out.
+#include "board/values/zeroed_memory.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <vector>
 
 namespace board {
 
@@ -13,7 +14,7 @@ class MemoryBlock {
     // that outlive this block.
     void Init(size_t bytes, std::span<uint8_t> lent) {
         if (lent.empty()) {
-            own_.assign(bytes, 0);
+            own_ = ZeroedBytes(bytes);
             bytes_ = own_;
         } else {
             bytes_ = lent.first(bytes);
@@ -31,7 +32,7 @@ class MemoryBlock {
     uint8_t operator[](size_t i) const { return bytes_[i]; }
 
   private:
-    std::vector<uint8_t> own_;
+    ZeroedBytes own_;
     std::span<uint8_t> bytes_;
 };
 
