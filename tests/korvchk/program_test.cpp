@@ -1,8 +1,10 @@
 // korvchk.exe itself, mapped and run in a process of its own, with the host in Windows' place.
 #include "host/display/machine.h"
 #include "host/loader/imports.h"
+#include "host/vdd/minivdd.h"
 #include "host/win32/names.h"
 #include "tests/korvchk/fake_system.h"
+#include "tests/korvchk/windows_tables.h"
 #include "tests/support_host/configs.h"
 #include "tests/support_host/dll_path.h"
 #include "tests/support_host/program_path.h"
@@ -13,15 +15,13 @@
 
 #include <cstring>
 #include <map>
+#include <memory>
 #include <string>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
-
-// Windows code aligns its stack to 4 bytes only.
-#define FOR_WINDOWS KORV_STDCALL __attribute__((force_align_arg_pointer))
 
 std::string commandLine;
 std::string library; // KORV32.dll's bytes
@@ -77,11 +77,59 @@ BOOL FOR_WINDOWS VirtualFree(void*, DWORD, DWORD) {
 BOOL FOR_WINDOWS IsBadReadPtr(const void*, DWORD) {
     return 0;
 }
-HMODULE FOR_WINDOWS LoadLibraryA(const char*) {
-    return nullptr; // a Windows 95 without DirectX
+// DirectX, if this Windows 95 has it.
+IDirectDraw* directDraw = nullptr;
+const HMODULE kDirectX = reinterpret_cast<HMODULE>(0x10), kDriver = reinterpret_cast<HMODULE>(0x20),
+              kProgram = reinterpret_cast<HMODULE>(0x400000);
+
+HRESULT FOR_WINDOWS DirectDrawCreate(const GUID*, void** out, void*) {
+    *out = test::ForWindows(directDraw);
+    return DD_OK;
+}
+int32_t FOR_WINDOWS Initialize(void*) {
+    return 0x10000;
+}
+HMODULE FOR_WINDOWS LoadLibraryA(const char* name) {
+    return directDraw != nullptr && std::string(name) == "DDRAW.DLL" ? kDirectX : nullptr;
+}
+HMODULE FOR_WINDOWS ModuleHandle(const char* name) {
+    return name == nullptr ? kProgram : std::string(name) == "KORV32.DLL" ? kDriver : nullptr;
+}
+void* FOR_WINDOWS GetProcAddress(HMODULE module, const char* name) {
+    const std::string wanted = name;
+    return module == kDirectX && wanted == "DirectDrawCreate"
+               ? reinterpret_cast<void*>(&DirectDrawCreate)
+           : module == kDriver && wanted == "KORV_Initialize" ? reinterpret_cast<void*>(&Initialize)
+                                                              : nullptr;
+}
+uint16_t FOR_WINDOWS RegisterClassA(const void*) {
+    return 1;
+}
+int windows = 0;
+HWND FOR_WINDOWS CreateWindowExA(DWORD, const char*, const char*, DWORD, int, int, int, int, HWND,
+                                 void*, HMODULE, void*) {
+    ++windows;
+    return reinterpret_cast<HWND>(0x200);
+}
+BOOL FOR_WINDOWS DestroyWindow(HWND) {
+    --windows;
+    return 1;
+}
+BOOL FOR_WINDOWS PeekMessageA(void*, HWND, uint32_t, uint32_t, uint32_t) {
+    return 0;
+}
+int FOR_WINDOWS GetSystemMetrics(int) {
+    return 640;
+}
+DWORD milliseconds = 0;
+DWORD FOR_WINDOWS GetTickCount() {
+    return milliseconds;
+}
+void FOR_WINDOWS Sleep(DWORD time) {
+    milliseconds += time;
 }
 
-// Nothing else is to be called without DirectX.
+// Nothing else is called.
 void FOR_WINDOWS NotExpected() {
     _exit(99);
 }
@@ -102,6 +150,15 @@ void* Import(const std::string& dll, const std::string& name) {
         OURS(VirtualFree),
         OURS(IsBadReadPtr),
         OURS(LoadLibraryA),
+        OURS(GetProcAddress),
+        OURS(RegisterClassA),
+        OURS(CreateWindowExA),
+        OURS(DestroyWindow),
+        OURS(PeekMessageA),
+        OURS(GetSystemMetrics),
+        OURS(GetTickCount),
+        OURS(Sleep),
+        {"GetModuleHandleA", reinterpret_cast<void*>(&ModuleHandle)},
         {"CreateFileA", reinterpret_cast<void*>(&OpenFile)},
         {"CloseHandle", reinterpret_cast<void*>(&CloseFile)},
     };
@@ -162,11 +219,14 @@ class SharedRecords : public host::Device {
         std::memcpy(memory + 0x8000, display.Chip()->ContextBlocks, 0x8000);
         data_->ChipInfo->ContextBlocks = reinterpret_cast<ContextBlock*>(memory + 0x8000);
     }
-    bool Control(uint32_t code, const void*, uint32_t, void* out, uint32_t,
+    bool Control(uint32_t code, const void* in, uint32_t inBytes, void* out, uint32_t outBytes,
                  uint32_t* returned) override {
+        if (code != MiniVDDGetDriverData) {
+            return host::TheMiniVdd().Control(code, in, inBytes, out, outBytes, returned);
+        }
         std::memcpy(out, &data_, 4);
         *returned = 4;
-        return code == MiniVDDGetDriverData;
+        return true;
     }
 
   private:
@@ -178,7 +238,9 @@ struct Ran {
     std::string printed;
 };
 
-Ran RunProgram(const std::string& arguments, bool driverBelow) {
+enum class Below { Nothing, Records, All };
+
+Ran RunProgram(const std::string& arguments, Below below) {
     int ends[2];
     EXPECT_EQ(pipe(ends), 0);
     const pid_t child = fork();
@@ -191,11 +253,16 @@ Ran RunProgram(const std::string& arguments, bool driverBelow) {
         host::DisplayConfig config = test::ConfigFor(DevicePermedia2);
         config.registry["Direct3DHAL.NoDMA"] = "1";
         host::Display display(config);
+        std::unique_ptr<test::FakeDirectX> directX;
+        if (below == Below::All && display.Start()) {
+            directX = std::make_unique<test::FakeDirectX>(display);
+            directDraw = directX->Interface();
+        }
         SharedRecords records(display);
-        if (driverBelow) {
-            host::RegisterDevice(kMiniVDDName, &records);
-        } else {
+        if (below == Below::Nothing) {
             host::UnregisterDevice(kMiniVDDName);
+        } else {
+            host::RegisterDevice(kMiniVDDName, &records);
         }
         Map(test::Read(test::ProgramPath()))();
         _exit(97);
@@ -216,7 +283,7 @@ Ran RunProgram(const std::string& arguments, bool driverBelow) {
 using testing::HasSubstr;
 
 TEST(Program, RunsOnAWindowsWithoutDirectX) {
-    const Ran ran = RunProgram("", true);
+    const Ran ran = RunProgram("", Below::Records);
     EXPECT_EQ(ran.code, 1);
     EXPECT_THAT(ran.printed, testing::StartsWith("korvchk "));
     EXPECT_THAT(ran.printed, HasSubstr("  exports    all 20\r\n"));
@@ -230,17 +297,31 @@ TEST(Program, RunsOnAWindowsWithoutDirectX) {
     EXPECT_THAT(ran.printed, HasSubstr("1 thing is wrong"));
 }
 
+// Its calls of DirectDraw and Direct3D are those of Windows' headers.
+TEST(Program, Draws) {
+    const Ran ran = RunProgram("/draw", Below::All);
+    EXPECT_EQ(ran.code, 0) << ran.printed;
+    EXPECT_THAT(ran.printed, HasSubstr("  KORV32     loaded, and its display is up\r\n"));
+    EXPECT_THAT(ran.printed,
+                HasSubstr("  triangles  dither, depth test, fog, stipple, subpixels\r\n"));
+    for (const char* place : {"off the screen", "in a window   ", "full screen   "}) {
+        EXPECT_THAT(ran.printed, HasSubstr(std::string("  ") + place +
+                                           "                8 of 8 places have the right"));
+    }
+    EXPECT_THAT(ran.printed, HasSubstr("Nothing is wrong.\r\n"));
+}
+
 TEST(Program, RunsWithoutADriverBelow) {
-    const Ran ran = RunProgram("/switches", false);
+    const Ran ran = RunProgram("/switches", Below::Nothing);
     EXPECT_EQ(ran.code, 1);
     EXPECT_THAT(ran.printed, HasSubstr("  !! No device answers at \\\\.\\glintmvd"));
 }
 
 TEST(Program, ReadsItsCommandLine) {
-    Ran ran = RunProgram("/?", true);
+    Ran ran = RunProgram("/?", Below::Nothing);
     EXPECT_EQ(ran.code, 0);
     EXPECT_THAT(ran.printed, HasSubstr("korvchk /draw"));
-    ran = RunProgram("/wrong", true);
+    ran = RunProgram("/wrong", Below::Nothing);
     EXPECT_EQ(ran.code, 2);
     EXPECT_EQ(ran.printed, "korvchk: '/wrong' means nothing here; korvchk /? tells what does\r\n");
 }
