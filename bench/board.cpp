@@ -7,14 +7,16 @@
 #include "bench/stage.h"
 #include "driver/core/chipinfo.h"
 
-#include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace bench {
 
 namespace {
 
 constexpr Chip kChips[] = {{"TX", DeviceTX},
-                           {"TX with Delta", DeviceTX, DeltaPresent},
+                           {"TX with Delta", DeviceTX, true},
                            {"Permedia", DevicePermedia},
                            {"Permedia 2", DevicePermedia2}};
 constexpr float kWidth = 512, kHeight = 384;
@@ -63,7 +65,7 @@ D3DTLVERTEX Corner(float x, float y, D3DCOLOR colour) {
 class BoardStage {
   public:
     explicit BoardStage(const Chip& chip) : chip_(chip), stage_(chip, "") {
-        if (chip.deviceId != DeviceTX || chip.flags != 0) {
+        if (chip.deviceId != DeviceTX || chip.delta) {
             for (const uint32_t levels : {1u, 8u}) {
                 textures_[levels > 1] = stage_.device->CreateTexture(
                     stage_.directDraw->CreateTexture(128, 128, host::Format4444(), levels));
@@ -168,29 +170,34 @@ class BoardStage {
     uint32_t textures_[2] = {};
 };
 
+void MustBeDone(const char* what, const host::HalAnswer& answer) {
+    if (!answer.handled) {
+        throw std::runtime_error(std::string(what) + ": not handled");
+    }
+    host::Check(what, answer.result);
+}
+
 // Copies and fills of 640 x 480, by the blits of the driver.
 void MeasureCopies(Session& session, const Chip& chip) {
     Stage stage(chip, "");
     host::Surface& to = stage.directDraw->CreateOffscreen(640, 400);
     host::Surface& from = stage.directDraw->CreateOffscreen(640, 400);
     const RECT all = {0, 0, 640, 400};
+    host::Check("scene", stage.device->EndScene());
+    stage.Board().Drain();
     Work work;
     work.unit = "pixel";
     work.units = 640.0 * 400;
     work.rounds = 15;
     work.name = std::string("board/") + chip.name + "/fill";
     work.run = [&] {
-        if (!stage.directDraw->ColorFill(to, all, 0x1234).Done()) {
-            throw std::runtime_error("fill refused");
-        }
+        MustBeDone("fill", stage.directDraw->ColorFill(to, all, 0x1234));
         stage.Board().Drain();
     };
     session.Measure(work);
     work.name = std::string("board/") + chip.name + "/copy";
     work.run = [&] {
-        if (!stage.directDraw->Blt(to, all, from, all).Done()) {
-            throw std::runtime_error("copy refused");
-        }
+        MustBeDone("copy", stage.directDraw->Blt(to, all, from, all));
         stage.Board().Drain();
     };
     session.Measure(work);

@@ -40,14 +40,22 @@ bench::Run ReadBefore(const std::string& file) {
     }
 }
 
-void RunAreas(Session& session) {
+// An area that fails is told of and leaves the others alone. Result: whether none did.
+bool RunAreas(Session& session) {
+    bool whole = true;
     for (const auto& [name, area] : kAreas) {
         const size_t before = session.Figures().size();
-        area(session);
+        try {
+            area(session);
+        } catch (const std::exception& error) {
+            fmt::print(stderr, "korv_bench: {}: {}\n", name, error.what());
+            whole = false;
+        }
         if (session.Figures().size() != before) { // minutes pass in all
             std::fprintf(stderr, "%s: done\n", name);
         }
     }
+    return whole;
 }
 
 int Bench(const bench::Options& options, const std::string& json, const std::string& against,
@@ -57,9 +65,9 @@ int Bench(const bench::Options& options, const std::string& json, const std::str
         before = ReadBefore(against); // before minutes are spent
     }
     Session session(options);
-    RunAreas(session);
+    const bool whole = RunAreas(session);
     if (options.count) {
-        return 0;
+        return whole ? 0 : 1;
     }
     bench::Run now{bench::MachineName(), session.Figures()};
     if (counts) {
@@ -67,7 +75,7 @@ int Bench(const bench::Options& options, const std::string& json, const std::str
             now.figures.push_back(std::move(figure));
         }
     }
-    if (now.figures.empty()) {
+    if (now.figures.empty() && whole) {
         throw UsageError("nothing to measure has '" + options.only + "' in its name");
     }
     std::stable_sort(now.figures.begin(), now.figures.end(),
@@ -86,7 +94,8 @@ int Bench(const bench::Options& options, const std::string& json, const std::str
     if (!json.empty()) {
         bench::WriteJson(now, json);
     }
-    return !against.empty() && bench::PrintSlower(before, now) != 0 ? 1 : 0;
+    const bool slower = !against.empty() && bench::PrintSlower(before, now) != 0;
+    return slower || !whole ? 1 : 0;
 }
 
 } // namespace

@@ -13,7 +13,7 @@ namespace bench {
 namespace {
 
 constexpr Chip kChips[] = {
-    {"TX", DeviceTX}, {"TX with Delta", DeviceTX, DeltaPresent}, {"Permedia 2", DevicePermedia2}};
+    {"TX", DeviceTX}, {"TX with Delta", DeviceTX, true}, {"Permedia 2", DevicePermedia2}};
 constexpr uint32_t kTrianglesARound = 4000;
 
 void MeasureCounts(Session& session, const Chip& chip, const std::string& dll) {

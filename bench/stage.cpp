@@ -45,7 +45,7 @@ Stage::Stage(const Chip& chip, const std::string& dll) {
     host::PowerCycle();
     host::DisplayConfig config;
     config.deviceId = chip.deviceId;
-    config.chipFlags = chip.flags;
+    config.delta = chip.delta;
     display_ = std::make_unique<host::Display>(config);
     if (!display_->Start()) {
         throw std::runtime_error("the driver refused the display");

@@ -15,7 +15,7 @@ namespace bench {
 struct Chip {
     const char* name;
     uint32_t deviceId;
-    uint32_t flags = 0;
+    bool delta = false; // a setup chip sits in front of the rasteriser
 };
 
 class Stage {

@@ -2,7 +2,6 @@
 #include "driver/heap/linalloc.h"
 
 #include "driver/core/driverdata.h"
-#include "driver/heap/node_walk.h"
 
 uint32_t pointer;
 uint32_t alignment;
@@ -38,7 +37,7 @@ Fit FindFit(DriverData* heap, const HeapRequest& request, uint32_t bytes) {
     HeapNode* head = HeadOfSet(heap, heap->Heap.FreeSet);
     HeapNode* start = upward ? head : NODE_LastNode(heap, head);
     Fit fit = {nullptr, 0xFFFFFFFF, start};
-    NodeWalk walk(heap);
+    NodeWalk walk(&heap->Heap.FirstGroup);
     HeapNode* node = start;
     do {
         // What is too small as it is need not be aligned, unless the gap could be half of memory.
@@ -118,7 +117,7 @@ HeapNode* FindAllocated(DriverData* heap, uint32_t address) {
     if (first == nullptr) {
         return nullptr;
     }
-    NodeWalk walk(heap);
+    NodeWalk walk(&heap->Heap.FirstGroup);
     HeapNode* node = first;
     do {
         if (node->Start <= address && node->End >= address) {

@@ -1,7 +1,6 @@
 // Node groups and the three rings of nodes.
 #include "driver/core/driverdata.h"
 #include "driver/heap/linalloc.h"
-#include "driver/heap/node_walk.h"
 
 namespace {
 
@@ -213,7 +212,7 @@ HeapNode* FindNodeInsertAfter(DriverData* heap, HeapNode* head, HeapNode* node) 
     if (node->Start < head->Start) {
         return NODE_LastNode(heap, head);
     }
-    NodeWalk walk(heap);
+    NodeWalk walk(&heap->Heap.FirstGroup);
     HeapNode* current = head;
     do {
         HeapNode* next = walk.Next(current);

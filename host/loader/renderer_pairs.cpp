@@ -16,18 +16,13 @@ namespace {
 
 struct Chip {
     uint32_t deviceId;
-    uint32_t flags;
+    bool delta;
     bool textures;
 };
 constexpr Chip kChips[] = {
-    {DeviceSX, 0, false},
-    {DeviceTX, 0, true},
-    {DeviceMX, 0, true},
-    {DeviceTX, DeltaPresent, true},
-    {DeviceMX, DeltaPresent, true},
-    {DevicePermedia, 0, true},
-    {DevicePermedia, DeltaPresent, true},
-    {DevicePermedia2, 0, true},
+    {DeviceSX, false, false},     {DeviceTX, false, true},        {DeviceMX, false, true},
+    {DeviceTX, true, true},       {DeviceMX, true, true},         {DevicePermedia, false, true},
+    {DevicePermedia, true, true}, {DevicePermedia2, false, true},
 };
 
 // The driver's record of the only context. The table of hardware contexts leads to it, also where
@@ -46,7 +41,7 @@ D3DContext& ContextOn(Display& display) {
 void Pick(const Chip& chip, std::vector<Renderer>& picked) {
     DisplayConfig config;
     config.deviceId = chip.deviceId;
-    config.chipFlags = chip.flags;
+    config.delta = chip.delta;
     config.registry = {{"Direct3DHAL.PermediaMip", "1"}};
     Display display(config);
     if (!display.Start()) {

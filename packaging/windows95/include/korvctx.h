@@ -21,6 +21,7 @@ typedef struct KorvContextBlock {
     KORV_S16 Size[KORV_CONTEXTS_PER_BLOCK];       /* bytes of it; negated while the slot is free */
     KORV_U16 Type[KORV_CONTEXTS_PER_BLOCK];       /* id of the slot with the register list */
     KORV_U16 EndIndex[KORV_CONTEXTS_PER_BLOCK];   /* queue length, 0 = no queue */
+    KORV_U8 Unknown20E[2];
 } KorvContextBlock;
 
 /* Data of a slot that is a register list. Data of a context: Count values of 32 bits. */

@@ -206,8 +206,13 @@ class RandomDrawing {
             registers_.Set(tag::TextureMapFormat, (OneIn(4) ? Pitch() : 1 + Below(4)) |
                                                       (patched ? 1u << 17 : 0) | Below(5) << 19);
             constexpr uint32_t kFormats[] = {0, 1, 2, 3, 5, 9, 14, 15};
+            // Indices have 8 bits at most.
+            const uint32_t format = kFormats[Below(8)];
+            if (format >= 14) {
+                Put(field::TextureMapFormat_TexelSize, OneIn(2) ? 0 : 3);
+            }
             registers_.Set(tag::TextureDataFormat,
-                           kFormats[Below(8)] | Below(2) << 4 | Below(2) << 5 | Below(2) << 6);
+                           format | Below(2) << 4 | Below(2) << 5 | Below(2) << 6);
             registers_.Set(tag::TextureReadMode, 1 | Below(3) << 1 | Below(3) << 3 | logWidth << 9 |
                                                      logHeight << 13 | Below(2) << 17);
             registers_.Set(tag::TexelLUTMode, Below(2));
