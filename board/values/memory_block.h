@@ -2,6 +2,7 @@
 // The bytes of one of the board's memories: its own, or lent by whoever wants to lay them out.
 #include "board/values/zeroed_memory.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -10,6 +11,16 @@ namespace board {
 
 class MemoryBlock {
   public:
+    MemoryBlock() = default;
+    // A copy has the bytes for its own.
+    MemoryBlock(const MemoryBlock& other) { *this = other; }
+    MemoryBlock& operator=(const MemoryBlock& other) {
+        own_ = ZeroedBytes(other.begin(), other.end());
+        bytes_ = own_;
+        return *this;
+    }
+    bool operator==(const MemoryBlock& other) const { return std::ranges::equal(*this, other); }
+
     // `bytes` of zeroes of its own; if `lent` is not empty, that memory instead: `bytes` of zeroes
     // that outlive this block.
     void Init(size_t bytes, std::span<uint8_t> lent) {

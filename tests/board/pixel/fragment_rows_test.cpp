@@ -20,7 +20,10 @@ constexpr uint32_t kMemoryBytes = 1u << 16;
 class RandomDrawing {
   public:
     RandomDrawing(ChipModel model, uint32_t seed) : chip(DeviceOf(model)), random_(seed) {
-        start_.frameBuffer = start_.localBuffer = Noise();
+        for (MemoryBlock* memory : {&start_.frameBuffer, &start_.localBuffer}) {
+            memory->Init(kMemoryBytes, {});
+            std::ranges::copy(Noise(), memory->begin());
+        }
         for (auto* table : {&tables_.small, &tables_.large}) {
             std::generate(table->words.begin(), table->words.end(), [&] { return Next(); });
         }

@@ -20,9 +20,8 @@ constexpr uint32_t kRawBytes = 1u << 14;
 class RandomCopy {
   public:
     RandomCopy(ChipModel model, uint32_t seed) : chip_(DeviceOf(model)), random_(seed) {
-        start_.frameBuffer.resize(kRawBytes);
-        start_.localBuffer.resize(kRawBytes);
         for (auto* memory : {&start_.frameBuffer, &start_.localBuffer}) {
+            memory->Init(kRawBytes, {});
             std::generate(memory->begin(), memory->end(),
                           [&] { return static_cast<uint8_t>(Below(256)); });
         }
