@@ -154,7 +154,8 @@ class CaptureAssembler::Reader {
     }
 
     // Does something that may find a record wrong.
-    template <class Work> auto Checked(Work work) const {
+    template <class Work>
+    auto Checked(Work work) const {
         try {
             return work();
         } catch (const StreamError& error) {
@@ -176,7 +177,8 @@ class CaptureAssembler::Reader {
 
 namespace {
 
-template <class Reader> board::Timing ReadTimingOf(Reader& reader) {
+template <class Reader>
+board::Timing ReadTimingOf(Reader& reader) {
     board::Timing timing;
     for (const TimingNumber& row : kTimingNumbers) {
         timing.*row.number = reader.Named32(row.name);
@@ -337,9 +339,8 @@ bool CaptureAssembler::OwnLine(Reader& reader) {
                      {line_word::kUnits, EventKind::Units},
                      {line_word::kInterrupt, EventKind::Interrupt},
                      {line_word::kInterruptEnd, EventKind::InterruptEnd}};
-        const auto found = std::ranges::find_if(kBare, [&](const auto& row) {
-            return row.word == word;
-        });
+        const auto found =
+            std::ranges::find_if(kBare, [&](const auto& row) { return row.word == word; });
         if (found == std::end(kBare)) {
             return false;
         }
@@ -441,7 +442,8 @@ void CaptureAssembler::ReadBytes(Reader& reader) {
     const size_t column = reader.Column();
     const std::string_view digits = reader.Word();
     reader.End();
-    if (digits.empty() || digits.size() % 2 != 0 || !std::ranges::all_of(digits, [](char c) { return HexDigit(c).has_value(); })) {
+    if (digits.empty() || digits.size() % 2 != 0 ||
+        !std::ranges::all_of(digits, [](char c) { return HexDigit(c).has_value(); })) {
         reader.Fail(column, "expected bytes of two hex digits each");
     }
     if (digits.size() / 2 > waitingBytes_ - bytes_.size()) {
@@ -449,7 +451,8 @@ void CaptureAssembler::ReadBytes(Reader& reader) {
                                         waitingBytes_ - bytes_.size()));
     }
     for (size_t i = 0; i < digits.size(); i += 2) {
-        bytes_.push_back(static_cast<uint8_t>(*HexDigit(digits[i]) << 4 | *HexDigit(digits[i + 1])));
+        bytes_.push_back(
+            static_cast<uint8_t>(*HexDigit(digits[i]) << 4 | *HexDigit(digits[i + 1])));
     }
     lastLineBytes_ = digits.size() / 2;
     FinishBytes();
@@ -461,8 +464,7 @@ void CaptureAssembler::ReadRepeat(Reader& reader) {
     if (lastLineBytes_ == 0) {
         reader.Fail(column, "expected a line of bytes before one that repeats it");
     }
-    const auto most =
-        static_cast<uint32_t>((waitingBytes_ - bytes_.size()) / lastLineBytes_);
+    const auto most = static_cast<uint32_t>((waitingBytes_ - bytes_.size()) / lastLineBytes_);
     const uint32_t times = reader.Word32("the number of times", most);
     reader.End();
     bytes_.reserve(bytes_.size() + times * lastLineBytes_);

@@ -156,7 +156,7 @@ void CaptureText::AppendWord(std::string& text, const Event& event) {
         AppendWordLine(text, event.ticked ? 'F' : 'f', event.value, explainer_);
         return;
     }
-    if (event.offset != address_.Next() || skipped_) [[unlikely]] {
+    if (!excerpt_ && (event.offset != address_.Next() || skipped_)) [[unlikely]] {
         text += line_word::kDma;
         text += ' ';
         board::AppendHex(text, event.offset, 8);

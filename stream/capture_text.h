@@ -91,7 +91,9 @@ std::string WordOf(MarkKind kind);
 
 class CaptureText {
   public:
-    explicit CaptureText(std::optional<ChipModel> chip = {}) : explainer_(chip) {}
+    // `excerpt`: lines may be left out, so nothing is told of where words by DMA go on.
+    explicit CaptureText(std::optional<ChipModel> chip = {}, bool excerpt = false)
+        : explainer_(chip), excerpt_(excerpt) {}
 
     // The first line of a capture's text.
     static void AppendBoard(std::string& text, const board::Config& board,
@@ -106,6 +108,7 @@ class CaptureText {
     void AppendWord(std::string& text, const Event& event);
 
     Explainer explainer_;
+    const bool excerpt_;
     BusAddress address_;
     bool skipped_ = false; // some words by DMA before
 };

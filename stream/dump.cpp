@@ -3,6 +3,7 @@
 #include "board/values/register_names.h"
 #include "chip/register_table.h"
 #include "stream/capture_text.h"
+#include "stream/changes.h"
 #include "stream/error.h"
 #include "stream/primitives.h"
 
@@ -20,25 +21,16 @@ using Json = nlohmann::ordered_json;
 constexpr size_t kFlushBytes = 64u << 10;
 
 // By EventKind.
-constexpr std::string_view kEventWords[] = {"read",      "write",        "fifo",   "dma",
-                                            "dmafault",  "ticks",        "clock",  "units",
-                                            "interrupt", "interruptend", "timing", "videosource",
-                                            "videoline", "hostmemory",   "store",  "state",
-                                            "mark"};
+constexpr std::string_view kEventWords[] = {
+    "read",      "write",      "fifo",      "dma",          "dmafault", "ticks",
+    "clock",     "units",      "interrupt", "interruptend", "timing",   "videosource",
+    "videoline", "hostmemory", "store",     "state",        "mark"};
 
 std::string_view WordOf(EventKind kind) {
     return kEventWords[static_cast<size_t>(kind)];
 }
 
 constexpr MarkKind kLastMark = MarkKind::End;
-
-const Register* RegisterAt(uint32_t offset) {
-    if (offset >= reg::MappedRegisters && offset < reg::ApertureBytes && offset % 8 == 0) {
-        const uint32_t tagNumber = (offset - reg::MappedRegisters) / 8;
-        return FindRegister(IsInVertexStore(tagNumber) ? MappedOffset(tagNumber & ~0xFu) : offset);
-    }
-    return FindRegister(offset);
-}
 
 std::string HexText(std::span<const uint8_t> bytes) {
     std::string text;
@@ -65,33 +57,12 @@ Mark WithoutChecksums(Mark mark) {
     return mark;
 }
 
-// Which writes change something.
-class Changes {
-  public:
-    bool Take(uint32_t offset, uint32_t value) {
-        const Register* row = RegisterAt(offset);
-        if (row != nullptr && (row->use == Use::Command || row->use == Use::Reload)) {
-            return true;
-        }
-        Known& known = registers_[offset / 4];
-        const bool changes = !known.known || known.value != value;
-        known = {true, value};
-        return changes;
-    }
-
-  private:
-    struct Known {
-        bool known = false;
-        uint32_t value = 0;
-    };
-    std::vector<Known> registers_ = std::vector<Known>(reg::ApertureBytes / 4);
-};
-
 class Dumper {
   public:
     Dumper(Source& source, const DumpOptions& options, std::ostream& out)
-        : source_(source), options_(options), out_(out), text_(source.Board().chip),
-          explainer_(source.Board().chip), filtered_(!options.only.Empty() || options.changes) {}
+        : source_(source), options_(options), out_(out),
+          filtered_(!options.only.Empty() || options.changes),
+          text_(source.Board().chip, filtered_), explainer_(source.Board().chip) {}
 
     void Run() {
         if (!Find()) {
@@ -125,14 +96,19 @@ class Dumper {
 
   private:
     [[noreturn]] void Missing(const Place& place) {
-        throw StreamError("it has no " + place.Text() + ": it ends behind " +
-                          TextOf(source_.At()));
+        throw StreamError("it has no " + place.Text() + ": it ends behind " + TextOf(source_.At()));
     }
 
+    // Writes what is there, if it is more than `from` bytes: up to where the line of a primitive
+    // under way will stand.
     void Flush(size_t from) {
-        if (lines_.size() > from) {
-            out_.write(lines_.data(), static_cast<std::streamsize>(lines_.size()));
-            lines_.clear();
+        const size_t ready = primitivePlace_.value_or(lines_.size());
+        if (ready > from) {
+            out_.write(lines_.data(), static_cast<std::streamsize>(ready));
+            lines_.erase(0, ready);
+            if (primitivePlace_) {
+                primitivePlace_ = 0;
+            }
         }
     }
 
@@ -224,17 +200,17 @@ class Dumper {
         if (options_.only.Empty() || options_.only.HasKind(event)) {
             return true;
         }
-        return write                             ? options_.only.HasRegister(write->first)
+        return write                           ? options_.only.HasRegister(write->first)
                : event.kind == EventKind::Read ? options_.only.HasRegister(event.offset)
-                                                 : false;
+                                               : false;
     }
 
     // A column in front of lines that do not follow each other.
     void AppendPlace(const Event& event) {
         constexpr size_t kColumn = 14;
         const bool word = event.IsWord();
-        std::string place = (word ? "word:" : "event:") +
-                            std::to_string(word ? before_.word : before_.event);
+        std::string place =
+            (word ? "word:" : "event:") + std::to_string(word ? before_.word : before_.event);
         place.resize(std::max(place.size() + 1, kColumn), ' ');
         lines_ += place;
     }
@@ -344,6 +320,7 @@ class Dumper {
             }
             if (explainer_.ExpectsData() && BeginsPrimitive(explainer_.NextRegister())) {
                 command_ = Explain(event);
+                primitivePlace_ = lines_.size();
                 return;
             }
         }
@@ -405,32 +382,38 @@ class Dumper {
             return;
         }
         const uint64_t number = primitives_++;
+        // What came behind its command has been told already.
+        std::string behind = lines_.substr(primitivePlace_.value_or(lines_.size()));
+        lines_.resize(lines_.size() - behind.size());
         if (options_.json) {
             Line({{"kind", "primitive"},
                   {"number", number},
                   {"word", primitive->first},
                   {"words", primitive->count},
                   {"text", command_}});
-            return;
+        } else {
+            lines_ += "    primitive " + std::to_string(number) +
+                      " word:" + std::to_string(primitive->first) + '-' +
+                      std::to_string(primitive->first + primitive->count - 1) + options_.comment +
+                      " ; " + command_ + options_.plain + '\n';
         }
-        lines_ += "    primitive " + std::to_string(number) + " word:" +
-                  std::to_string(primitive->first) + '-' +
-                  std::to_string(primitive->first + primitive->count - 1) + options_.comment +
-                  " ; " + command_ + options_.plain + '\n';
+        lines_ += behind;
+        primitivePlace_.reset();
     }
 
     Source& source_;
     const DumpOptions& options_;
     std::ostream& out_;
+    const bool filtered_;
     std::string lines_;
     CaptureText text_;
     Explainer explainer_;          // of summaries and JSON
     board::StreamDecoder decoder_; // of filters
     Changes changes_;
-    const bool filtered_;
     Position before_; // the event in hand
     PrimitiveWalker walker_;
-    std::string command_; // that began the primitive under way
+    std::string command_;                  // that began the primitive under way
+    std::optional<size_t> primitivePlace_; // its line's, in lines_
     uint64_t primitives_ = 0;
 };
 
@@ -493,7 +476,7 @@ bool EventFilter::HasKind(const Event& event) const {
 }
 
 bool EventFilter::HasRegister(uint32_t offset) const {
-    const Register* row = RegisterAt(offset);
+    const Register* row = RowAt(offset);
     return row != nullptr && ((units_ >> static_cast<size_t>(row->unit) & 1) != 0 ||
                               std::ranges::find(offsets_, row->offset) != offsets_.end());
 }

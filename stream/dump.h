@@ -25,9 +25,9 @@ class EventFilter {
 
   private:
     bool empty_ = true;
-    uint64_t kinds_ = 0;  // bit EventKind each
-    uint64_t marks_ = 0;  // bit MarkKind each
-    uint64_t units_ = 0;  // bit ChipUnit each
+    uint64_t kinds_ = 0; // bit EventKind each
+    uint64_t marks_ = 0; // bit MarkKind each
+    uint64_t units_ = 0; // bit ChipUnit each
     std::vector<uint32_t> offsets_;
 };
 

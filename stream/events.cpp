@@ -5,10 +5,13 @@
 namespace stream {
 
 void AppendWordLine(std::string& text, char letter, uint32_t word, Explainer& explainer) {
-    text += letter;
-    text += ' ';
-    board::AppendHex(text, word, 8);
-    text += " ; ";
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    char head[] = "f 00000000 ; ";
+    head[0] = letter;
+    for (uint32_t i = 0; i < 8; ++i) {
+        head[9 - i] = kDigits[word >> i * 4 & 0xF];
+    }
+    text.append(head, sizeof head - 1);
     explainer.Append(text, word);
     text += '\n';
 }

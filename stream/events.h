@@ -10,8 +10,8 @@
 
 namespace stream {
 
-// Adds a line of event text, with its line feed, for a word by `letter` (f or d). `explainer` goes on
-// behind the word.
+// Adds a line of event text, with its line feed, for a word by `letter` (f or d). `explainer` goes
+// on behind the word.
 void AppendWordLine(std::string& text, char letter, uint32_t word, Explainer& explainer);
 // The same for an access of the aperture (r or w), which `explainer` is not told of.
 void AppendAccessLine(std::string& text, char letter, uint32_t offset, uint32_t value,

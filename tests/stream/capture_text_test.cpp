@@ -1,4 +1,5 @@
-// A capture is its text: what assembles it makes the same file, byte by byte, of whatever there was.
+// A capture is its text: what assembles it makes the same file, byte by byte, of whatever there
+// was.
 #include "stream/capture_assembler.h"
 #include "stream/capture_text.h"
 #include "stream/capture_writer.h"
@@ -13,7 +14,7 @@ namespace {
 
 using testing::HasSubstr;
 
-std::string TextOf(const std::string& capture) {
+std::string CaptureAsText(const std::string& capture) {
     std::istringstream in(capture);
     const auto source = OpenSource(in);
     std::string text;
@@ -42,7 +43,7 @@ class Written final : public EventSink {
     std::optional<CaptureWriter> writer_;
 };
 
-std::string Assembled(const std::string& text) {
+std::string AssembledCapture(const std::string& text) {
     Written written;
     CaptureAssembler assembler(written);
     std::istringstream lines(text);
@@ -53,7 +54,7 @@ std::string Assembled(const std::string& text) {
     return written.Finish();
 }
 
-struct Pace {
+struct Setting {
     const char* name;
     board::Chip chip;
     board::Timing timing;
@@ -62,27 +63,27 @@ struct Pace {
 
 class AnySession : public testing::TestWithParam<int> {
   protected:
-    static Pace Of(int number) {
+    static Setting Of(int number) {
         board::Timing slow;
         slow.fifoDepth = 16;
         slow.fifoDrainPerTick = 1;
         slow.dmaWordsPerTick = 2;
         slow.interruptLatency = 3;
-        const Pace paces[] = {{"ready", board::Chip::Permedia, {}, true},
-                              {"slow", board::Chip::TX, slow, false},
-                              {"slow video", board::Chip::Permedia2, slow, true},
-                              {"SX", board::Chip::SX, {}, false}};
+        const Setting paces[] = {{"ready", board::Chip::Permedia, {}, true},
+                                 {"slow", board::Chip::TX, slow, false},
+                                 {"slow video", board::Chip::Permedia2, slow, true},
+                                 {"SX", board::Chip::SX, {}, false}};
         return paces[number % 4];
     }
 };
 INSTANTIATE_TEST_SUITE_P(Seeds, AnySession, testing::Range(0, 16));
 
 TEST_P(AnySession, ComesBackFromItsText) {
-    const Pace pace = Of(GetParam());
-    board::Config config = SmallBoard(pace.chip);
-    config.timing = pace.timing;
+    const Setting setting = Of(GetParam());
+    board::Config config = SmallBoard(setting.chip);
+    config.timing = setting.timing;
     Session session(config, static_cast<uint32_t>(GetParam()));
-    if (pace.video) {
+    if (setting.video) {
         session.PlugVideo();
     }
     session.Run(300);
@@ -91,8 +92,8 @@ TEST_P(AnySession, ComesBackFromItsText) {
     session.Recorder().Put(mark);
     session.Recorder().Put(Mark(static_cast<MarkKind>(77)));
     const std::string capture = session.Finish();
-    const std::string text = TextOf(capture);
-    EXPECT_TRUE(Assembled(text) == capture) << text.substr(0, 2000);
+    const std::string text = CaptureAsText(capture);
+    EXPECT_TRUE(AssembledCapture(text) == capture) << text.substr(0, 2000);
 }
 
 constexpr const char* kBoardLine =
@@ -103,20 +104,19 @@ constexpr const char* kBoardLine =
 
 // Written by hand, read by the reader of captures.
 TEST(CaptureAssembler, TakesWhatSomebodyWrote) {
-    const std::string capture =
-        Assembled(std::string("; mine\n") + kBoardLine +
-                  "mark step \"draw\" number=-3 of=\"x\"\n"
-                  "store frame offset=0x10 bytes=70\n"
-                  ". 0102\n"
-                  "* 32 ; 66 bytes\n"
-                  ". FF00FF00\n"
-                  "w DMAAddress = 0x1000\n"
-                  "d 00000156\n"
-                  "dma 00002000\n"
-                  "d 00096000\n"
-                  "Render Primitive=Trapezoid\n"
-                  "W 0008 00000001\n"
-                  "ticks 5\n");
+    const std::string capture = AssembledCapture(std::string("; mine\n") + kBoardLine +
+                                                 "mark step \"draw\" number=-3 of=\"x\"\n"
+                                                 "store frame offset=0x10 bytes=70\n"
+                                                 ". 0102\n"
+                                                 "* 32 ; 66 bytes\n"
+                                                 ". FF00FF00\n"
+                                                 "w DMAAddress = 0x1000\n"
+                                                 "d 00000156\n"
+                                                 "dma 00002000\n"
+                                                 "d 00096000\n"
+                                                 "Render Primitive=Trapezoid\n"
+                                                 "W 0008 00000001\n"
+                                                 "ticks 5\n");
     std::istringstream in(capture);
     const auto source = OpenSource(in);
     EXPECT_EQ(source->Maker(), "me");
@@ -189,7 +189,7 @@ TEST_P(WrongText, IsToldWithItsPlace) {
     const Wrong& wrong = GetParam();
     const bool ownBoard = std::string(wrong.text).find("board") != std::string::npos;
     try {
-        Assembled((ownBoard ? "" : kBoardLine) + std::string(wrong.text));
+        AssembledCapture((ownBoard ? "" : kBoardLine) + std::string(wrong.text));
         FAIL() << "taken";
     } catch (const AssembleError& error) {
         EXPECT_EQ(error.line, wrong.line + (ownBoard ? 0 : 1));

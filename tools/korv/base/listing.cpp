@@ -3,9 +3,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <string_view>
-
 #include <fcntl.h>
+#include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
 
