@@ -35,6 +35,9 @@ class Assembler {
         reading_.chip = chip;
     }
 
+    // The chip has become known.
+    void SetChip(ChipModel chip) { reading_.chip = chip; }
+
     // Takes the next line, without its line feed. Throws AssembleError, with no event of that line
     // sent.
     void Line(std::string_view line);

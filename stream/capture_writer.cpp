@@ -1,5 +1,6 @@
 #include "stream/capture_writer.h"
 
+#include "chip/registers.h"
 #include "stream/checksum.h"
 #include "stream/format.h"
 #include "stream/records.h"
@@ -107,6 +108,9 @@ void CaptureWriter::PutEvent(const Event& event) {
     switch (event.kind) {
     case EventKind::Read:
     case EventKind::Write: {
+        if (event.offset % 4 != 0 || event.offset >= reg::ApertureBytes) {
+            throw StreamError("an access outside the aperture");
+        }
         const bool read = event.kind == EventKind::Read;
         WriteOp(chunk_, event.ticked ? (read ? Op::ReadTicked : Op::WriteTicked)
                                      : (read ? Op::Read : Op::Write));

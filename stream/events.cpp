@@ -4,6 +4,35 @@
 
 namespace stream {
 
+void AppendWordLine(std::string& text, char letter, uint32_t word, Explainer& explainer) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    char head[] = "f 00000000 ; ";
+    head[0] = letter;
+    for (uint32_t i = 0; i < 8; ++i) {
+        head[9 - i] = kDigits[word >> i * 4 & 0xF];
+    }
+    text.append(head, sizeof head - 1);
+    explainer.Append(text, word);
+    text += '\n';
+}
+
+void AppendAccessLine(std::string& text, char letter, uint32_t offset, uint32_t value,
+                      const Explainer& explainer) {
+    text += letter;
+    text += ' ';
+    board::AppendHex(text, offset, 4);
+    text += ' ';
+    board::AppendHex(text, value, 8);
+    text += ' ';
+    board::AppendOffsetName(text, offset);
+    const size_t end = text.size();
+    explainer.AppendAccess(text, offset, value);
+    if (text.size() != end) {
+        text.insert(end, " ;");
+    }
+    text += '\n';
+}
+
 void EventText::OnRead(uint32_t offset, uint32_t value) {
     OnAccess('r', offset, value);
 }
@@ -13,20 +42,9 @@ void EventText::OnWrite(uint32_t offset, uint32_t value) {
     explainer_.OnWrite(offset, value);
 }
 
-void EventText::OnAccess(char kind, uint32_t offset, uint32_t value) {
-    line_ += kind;
-    line_ += ' ';
-    board::AppendHex(line_, offset, 4);
-    line_ += ' ';
-    board::AppendHex(line_, value, 8);
-    line_ += ' ';
-    board::AppendOffsetName(line_, offset);
-    const size_t end = line_.size();
-    explainer_.AppendAccess(line_, offset, value);
-    if (line_.size() != end) {
-        line_.insert(end, " ;");
-    }
-    EndLine();
+void EventText::OnAccess(char letter, uint32_t offset, uint32_t value) {
+    AppendAccessLine(line_, letter, offset, value, explainer_);
+    WriteLine();
 }
 
 void EventText::OnFifoWord(uint32_t word) {
@@ -37,17 +55,12 @@ void EventText::OnDmaWord(uint32_t word) {
     OnWord('d', word);
 }
 
-void EventText::OnWord(char kind, uint32_t word) {
-    line_ += kind;
-    line_ += ' ';
-    board::AppendHex(line_, word, 8);
-    line_ += " ; ";
-    explainer_.Append(line_, word);
-    EndLine();
+void EventText::OnWord(char letter, uint32_t word) {
+    AppendWordLine(line_, letter, word, explainer_);
+    WriteLine();
 }
 
-void EventText::EndLine() {
-    line_ += '\n';
+void EventText::WriteLine() {
     out_.write(line_.data(), static_cast<std::streamsize>(line_.size()));
     line_.clear();
 }

@@ -10,6 +10,13 @@
 
 namespace stream {
 
+// Adds a line of event text, with its line feed, for a word by `letter` (f or d). `explainer` goes
+// on behind the word.
+void AppendWordLine(std::string& text, char letter, uint32_t word, Explainer& explainer);
+// The same for an access of the aperture (r or w), which `explainer` is not told of.
+void AppendAccessLine(std::string& text, char letter, uint32_t offset, uint32_t value,
+                      const Explainer& explainer);
+
 // One event a line, numbers in hex without prefix:
 //   r OFFSET VALUE name ; meaning    register read
 //   w OFFSET VALUE name ; meaning    register write
@@ -28,9 +35,9 @@ class EventText : public board::BusRecorder {
     void OnDmaWord(uint32_t word) override;
 
   private:
-    void OnAccess(char kind, uint32_t offset, uint32_t value);
-    void OnWord(char kind, uint32_t word);
-    void EndLine();
+    void OnWord(char letter, uint32_t word);
+    void OnAccess(char letter, uint32_t offset, uint32_t value);
+    void WriteLine();
 
     std::ostream& out_;
     Explainer explainer_; // both carriers feed the one input FIFO

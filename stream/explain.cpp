@@ -112,6 +112,15 @@ void Explainer::AppendTagWord(std::string& text, uint32_t word) const {
     text += '}';
 }
 
+std::optional<board::RegisterWrite> Explainer::Follow(uint32_t word) {
+    board::RegisterWrite write{};
+    if (decoder_.Feed(word, write) != board::StreamDecoder::Kind::Data) {
+        return std::nullopt;
+    }
+    FollowWrite(reading_, MappedOffset(write.tag), write.data);
+    return write;
+}
+
 std::string Explainer::Explain(uint32_t word) {
     std::string text;
     Append(text, word);

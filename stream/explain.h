@@ -46,8 +46,12 @@ class Explainer {
     //   pixels" others:     "malformed"
     void Append(std::string& text, uint32_t word);
     std::string Explain(uint32_t word);
+    // Goes on behind the next word without a text. The write that it makes, if it is data.
+    std::optional<board::RegisterWrite> Follow(uint32_t word);
     // True when the next word is data.
     bool ExpectsData() const { return decoder_.ExpectsData(); }
+    // The tag that it is for, then.
+    uint32_t NextRegister() const { return decoder_.NextRegister(); }
 
     // Adds what an access of the aperture means, behind the register's name: AppendMeaning without
     // the value's "= ", and nothing where that would only repeat it.

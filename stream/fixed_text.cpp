@@ -1,5 +1,8 @@
 #include "stream/fixed_text.h"
 
+#include <charconv>
+#include <iterator>
+
 namespace stream {
 
 namespace {
@@ -10,31 +13,35 @@ constexpr uint64_t kTooLarge = uint64_t{1} << 32;
 } // namespace
 
 void AppendFixed(std::string& text, uint32_t magnitude, uint32_t places) {
+    // All divisors are powers of two.
     const uint64_t one = uint64_t{1} << places;
-    text += std::to_string(magnitude / one);
-    uint64_t rest = magnitude % one;
-    if (rest == 0) {
-        return;
+    char digits[32];
+    char* end = std::to_chars(std::begin(digits), std::end(digits),
+                              static_cast<uint32_t>(uint64_t{magnitude} >> places))
+                    .ptr;
+    uint64_t rest = magnitude & (one - 1);
+    if (rest != 0) {
+        *end++ = '.';
     }
-    text += '.';
     // In halves of the last place: digits are made until what is left out is less than half of it
     // either way, so that the nearest multiple is the one that was written.
     const uint64_t whole = one * 2;
+    const uint32_t wholeBits = places + 1;
     uint64_t half = 1;
     rest *= 2;
-    while (true) {
+    bool more = rest != 0;
+    while (more) {
         rest *= 10;
         half *= 10;
-        auto digit = static_cast<char>('0' + rest / whole);
-        rest %= whole;
-        if (rest >= half && rest + half <= whole) {
-            text += digit;
-            continue;
+        auto digit = static_cast<char>('0' + (rest >> wholeBits));
+        rest &= whole - 1;
+        more = rest >= half && rest + half <= whole;
+        if (!more) {
+            digit = static_cast<char>(digit + (rest * 2 >= whole ? 1 : 0));
         }
-        digit = static_cast<char>(digit + (rest * 2 >= whole ? 1 : 0));
-        text += digit;
-        return;
+        *end++ = digit;
     }
+    text.append(digits, end);
 }
 
 std::optional<uint64_t> ParseFixed(std::string_view text, uint32_t places) {

@@ -4,17 +4,25 @@
 
 namespace stream {
 
+bool BeginsPrimitive(uint32_t tagNumber) {
+    switch (tagNumber) {
+    case tag::Render:
+    case tag::DrawTriangle:
+    case tag::RepeatTriangle:
+    case tag::DrawLine01:
+    case tag::DrawLine10:
+        return true;
+    default:
+        return false;
+    }
+}
+
 std::optional<PrimitiveWords> PrimitiveWalker::Take(uint64_t number, uint32_t word) {
     board::RegisterWrite write{};
     if (decoder_.Feed(word, write) != board::StreamDecoder::Kind::Data) {
         return std::nullopt;
     }
-    switch (write.tag) {
-    case tag::Render:
-    case tag::DrawTriangle:
-    case tag::RepeatTriangle:
-    case tag::DrawLine01:
-    case tag::DrawLine10: {
+    if (BeginsPrimitive(write.tag)) {
         std::optional<PrimitiveWords> before;
         if (drawn_) {
             before = PrimitiveWords{first_, end_ - first_};
@@ -25,6 +33,7 @@ std::optional<PrimitiveWords> PrimitiveWalker::Take(uint64_t number, uint32_t wo
         end_ = number + 1;
         return before;
     }
+    switch (write.tag) {
     case tag::ContinueNewLine:
     case tag::ContinueNewDom:
     case tag::ContinueNewSub:

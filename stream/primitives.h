@@ -12,6 +12,9 @@ struct PrimitiveWords {
     uint64_t first = 0, count = 0;
 };
 
+// Writing this register begins to draw something.
+bool BeginsPrimitive(uint32_t tagNumber);
+
 // Follows a stream word by word. A primitive is what a drawing command begins: it has the words
 // that set it up, from the end of the one before, the command, and the continuations and pixels
 // from the host behind it with what is set between them.

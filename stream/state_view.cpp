@@ -1,6 +1,7 @@
 #include "stream/state_view.h"
 
 #include "board/values/register_names.h"
+#include "stream/changes.h"
 #include "stream/explain.h"
 
 #include <nlohmann/json.hpp>
@@ -15,12 +16,6 @@ std::string TextOf(const ValueKind& kind, uint32_t bits, uint32_t width, const R
     std::string text;
     AppendValue(text, kind, bits, width, reading);
     return text;
-}
-
-const Register* RowOf(uint32_t offset) {
-    const uint32_t tagNumber = (offset - reg::MappedRegisters) / 8;
-    const bool inStore = offset >= reg::MappedRegisters && IsInVertexStore(tagNumber);
-    return FindRegister(inStore ? MappedOffset(tagNumber & ~0xFu) : offset);
 }
 
 nlohmann::ordered_json ToJson(const FieldView& field) {
@@ -43,7 +38,7 @@ RegisterView View(uint32_t offset, uint32_t value, const Reading& reading) {
     view.offset = offset;
     view.name = board::OffsetName(offset);
     view.raw = value;
-    if (const Register* row = RowOf(offset)) {
+    if (const Register* row = RowAt(offset)) {
         view.unitOfChip = kUnits[static_cast<size_t>(row->unit)].name;
     }
     if (form.fields.empty()) {

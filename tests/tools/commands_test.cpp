@@ -36,16 +36,19 @@ TEST(Commands, AreTheFilesOfTheFolder) {
 TEST(Commands, HelpListsThemGroupByGroup) {
     std::vector<std::string> listed;
     const std::string help = RunTool({"--help"}).out;
-    size_t at = help.find("Subcommands:\n");
-    ASSERT_NE(at, help.npos) << help;
-    for (at = help.find('\n', at) + 1; help.compare(at, 2, "  ") == 0;
-         at = help.find('\n', at) + 1) {
-        if (help[at + 2] != ' ') {
-            listed.push_back(help.substr(at + 2, help.find(' ', at + 2) - at - 2));
+    for (const char* group : {"Draw", "Look"}) {
+        size_t at = help.find(std::string("\n") + group + ":\n");
+        ASSERT_NE(at, help.npos) << help;
+        listed.emplace_back(group);
+        for (at = help.find('\n', at + 1) + 1; help.compare(at, 2, "  ") == 0;
+             at = help.find('\n', at) + 1) {
+            if (help[at + 2] != ' ') {
+                listed.push_back(help.substr(at + 2, help.find(' ', at + 2) - at - 2));
+            }
         }
     }
-    EXPECT_THAT(listed, ElementsAre("demo", "render", "info", "model", "texture", "assemble",
-                                    "play", "replay", "trace"));
+    EXPECT_THAT(listed, ElementsAre("Draw", "demo", "model", "render", "replay", "texture", "Look",
+                                    "assemble", "dump", "info", "play", "state", "stats", "trace"));
 }
 
 TEST(Commands, EachHasHelpThatBeginsWithItsSynopsis) {

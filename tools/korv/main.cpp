@@ -6,7 +6,13 @@
 #include <csignal>
 #include <fcntl.h>
 #include <iostream>
+#include <string>
 #include <unistd.h>
+
+// Some rooms are compiled without optimisation, and a program has the code of each template's
+// function once: from the file that the linker meets first, which is this one. Listings are made of
+// strings.
+template class std::basic_string<char>;
 
 namespace {
 

@@ -11,6 +11,7 @@ class FdBuffer : public std::streambuf {
     // `descriptor` stays the caller's.
     explicit FdBuffer(int descriptor);
 
+    int Descriptor() const { return descriptor_; }
     // 0, or the errno of the first failure.
     int Error() const { return error_; }
 

@@ -42,7 +42,7 @@ void SetUpInfo(CLI::App& command, Console& console) {
 
 } // namespace
 
-extern const Command kInfoCommand{"info", CommandGroup::Describe,
+extern const Command kInfoCommand{"info", CommandGroup::Look,
                                   "List what the driver says that a chip can do, flag by flag",
                                   SetUpInfo};
 

@@ -68,7 +68,7 @@ void SetUpModel(CLI::App& command, Console& console) {
 
 } // namespace
 
-extern const Command kModelCommand{"model", CommandGroup::Make,
+extern const Command kModelCommand{"model", CommandGroup::Draw,
                                    "Write one of the built-in models as Wavefront OBJ", SetUpModel};
 
 } // namespace korv

@@ -372,7 +372,7 @@ void SetUpPlay(CLI::App& command, Console& console) {
 
 } // namespace
 
-extern const Command kPlayCommand{"play", CommandGroup::Play, "Play a capture on a bare board",
+extern const Command kPlayCommand{"play", CommandGroup::Look, "Play a capture on a bare board",
                                   SetUpPlay};
 
 } // namespace korv

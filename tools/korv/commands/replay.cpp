@@ -147,7 +147,7 @@ void SetUpReplay(CLI::App& command, Console& console) {
 
 } // namespace
 
-extern const Command kReplayCommand{"replay", CommandGroup::Play,
+extern const Command kReplayCommand{"replay", CommandGroup::Draw,
                                     "Play a HAL script and check what it expects", SetUpReplay};
 
 } // namespace korv

@@ -81,7 +81,7 @@ void SetUpTexture(CLI::App& command, Console& console) {
 
 } // namespace
 
-extern const Command kTextureCommand{"texture", CommandGroup::Make,
+extern const Command kTextureCommand{"texture", CommandGroup::Draw,
                                      "Write one of the built-in textures as PNG", SetUpTexture};
 
 } // namespace korv

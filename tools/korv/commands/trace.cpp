@@ -109,7 +109,7 @@ void SetUpTrace(CLI::App& command, Console& console) {
 
 } // namespace
 
-extern const Command kTraceCommand{"trace", CommandGroup::Play,
+extern const Command kTraceCommand{"trace", CommandGroup::Look,
                                    "Run another command and list its DMA batches one by one",
                                    SetUpTrace};
 

@@ -13,11 +13,13 @@ namespace korv {
 
 // What a command is about. Help lists them group by group, each group by name.
 enum class CommandGroup {
-    Draw,     // pictures of scenes and models
-    Describe, // what a chip can do
-    Make,     // models and images to draw with
-    Play,     // the driver's calls and words one by one
+    Draw,  // pictures of scenes and models, and what they are drawn with
+    Look,  // what a chip can do, what is in a stream
+    Check, // what is wrong with a stream, and where two differ
 };
+
+// The group as help names it.
+const char* TitleOf(CommandGroup group);
 
 struct Command {
     const char* name; // as on the command line

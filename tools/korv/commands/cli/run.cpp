@@ -31,6 +31,7 @@ constexpr const char* kExamples = R"(Examples:
   korv render scenes/torus-knot.obj --chip tx -o knot.png
   korv info --chip permedia2                   what the driver says the chip can do
   korv replay scenes/two-displays.json         plays a HAL script and checks its expectations
+  korv dump session.korv --summary             what a capture has: calls, batches, primitives
   korv trace --step -- demo --chip tx          shows the words of each DMA batch before the next
   korv COMMAND --help                          all options of a command
 
@@ -76,6 +77,18 @@ struct FilesOfOneCommand {
 
 } // namespace
 
+const char* TitleOf(CommandGroup group) {
+    switch (group) {
+    case CommandGroup::Draw:
+        return "Draw";
+    case CommandGroup::Look:
+        return "Look";
+    case CommandGroup::Check:
+        return "Check";
+    }
+    return "";
+}
+
 std::unique_ptr<CLI::App> MakeTool(Console& console) {
     auto tool = std::make_unique<CLI::App>(kAbout, "korv");
     tool->set_help_flag("-h,--help", "Print this help and exit");
@@ -83,7 +96,9 @@ std::unique_ptr<CLI::App> MakeTool(Console& console) {
     tool->footer(kExamples);
     tool->require_subcommand(1);
     for (const Command* command : Commands()) {
-        command->setUp(*tool->add_subcommand(command->name, command->synopsis), console);
+        CLI::App* app = tool->add_subcommand(command->name, command->synopsis);
+        app->group(TitleOf(command->group));
+        command->setUp(*app, console);
     }
     return tool;
 }

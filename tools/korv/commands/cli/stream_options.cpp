@@ -13,9 +13,6 @@
 
 namespace korv {
 
-namespace {
-
-// A board like the display's, for words that say nothing of theirs.
 board::Config BoardFor(const std::string& chip) {
     const ChipChoice& choice = ChipByName(chip);
     const DeviceRow& device = *FindDevice(choice.deviceId);
@@ -25,8 +22,6 @@ board::Config BoardFor(const std::string& chip) {
     config.localBufferBytes = device.HasLocalBuffer() ? config.localBufferBytes : 0;
     return config;
 }
-
-} // namespace
 
 void AddStreamArguments(CLI::App& command, StreamArguments& arguments) {
     command.add_option("FILE", arguments.file, "A capture, or raw words of --words")

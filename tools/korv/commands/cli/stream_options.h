@@ -21,6 +21,10 @@ struct StreamArguments {
     std::string chip; // of raw words
 };
 
+// A board like that of the chip's display, for words that say nothing of theirs. UserError for a
+// name of no chip.
+board::Config BoardFor(const std::string& chip);
+
 // FILE and --chip.
 void AddStreamArguments(CLI::App& command, StreamArguments& arguments);
 
