@@ -1,5 +1,3 @@
-#include "chip/registers.h"
-#include "host/display/display.h"
 #include "stream/checksum.h"
 #include "stream/player.h"
 #include "stream/primitives.h"
@@ -8,9 +6,9 @@
 #include "tools/korv/base/files.h"
 #include "tools/korv/base/text.h"
 #include "tools/korv/capture/layout_picture.h"
-#include "tools/korv/chips/chips.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/draw_options.h"
+#include "tools/korv/commands/cli/raw_screen.h"
 #include "tools/korv/commands/cli/stream_options.h"
 #include "tools/korv/commands/cli/values.h"
 #include "tools/korv/images/png.h"
@@ -32,7 +30,7 @@ struct PlayArguments {
     StreamArguments stream;
     stream::Place to{stream::Place::Kind::End, 0, {}};
     std::string output, surface, memory, pictures, every;
-    std::string size = "640x480", depth = "16"; // of the screen of raw words
+    RawScreen screen;
     bool depthPicture = false, check = false, json = false;
 };
 
@@ -145,18 +143,7 @@ class Play {
             throw UsageError("raw words have no checksums to compare with: '--check' is for "
                              "captures");
         }
-        const ChipChoice& chip = ChipByName(arguments_.stream.chip);
-        const Extent size = ParseSize(arguments_.size);
-        const auto bits = static_cast<uint32_t>(std::stoi(arguments_.depth));
-        const uint32_t pitch =
-            host::ScreenPitchPixels(chip.deviceId, static_cast<uint32_t>(size.width));
-        raw_ = stream::ScreenLayout(static_cast<uint32_t>(size.width),
-                                    static_cast<uint32_t>(size.height), bits, pitch * bits / 8);
-        // What the display's own driver sets up at a mode change.
-        if (DeviceOf(input_.Source().Board().chip).IsGlint()) {
-            const uint32_t code = bits == 8 ? 2 : bits == 16 ? 1 : 0;
-            player_.Board().PlayWrite(reg::FBModeSel, field::FBModeSel_Depth.Put(0, code));
-        }
+        raw_ = SetUpRawScreen(player_, arguments_.screen, arguments_.stream.chip);
     }
 
     stream::SurfaceLayout Screen() {
@@ -356,12 +343,7 @@ void SetUpPlay(CLI::App& command, Console& console) {
               "When to take one of them");
     command.add_flag("--check", arguments->check,
                      "Compare with the checksums of the capture's marks");
-    command
-        .add_option("--size", arguments->size,
-                    "Raw words: size of the screen in pixels (default 640x480)")
-        ->type_name("WxH");
-    AddChoice(command, "--depth", arguments->depth, {"8", "16", "32"},
-              "Raw words: bits per pixel of the screen (default 16)");
+    AddRawScreenArguments(command, arguments->screen);
     command.add_flag("--json", arguments->json, "Tell the result as JSON");
     command.footer(kPlayFooter);
     command.callback([arguments, &console] {
