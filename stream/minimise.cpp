@@ -1,14 +1,15 @@
 #include "stream/minimise.h"
 
 #include "board/bus/decoder.h"
-#include "board/snapshot.h"
-#include "chip/register_table.h"
+#include "chip/registers.h"
 #include "stream/capture_writer.h"
 #include "stream/checksum.h"
+#include "stream/decoder_state.h"
 #include "stream/error.h"
 #include "stream/kept_events.h"
 #include "stream/player.h"
 #include "stream/primitives.h"
+#include "stream/sent.h"
 
 #include <algorithm>
 #include <map>
@@ -52,22 +53,6 @@ bool StaysWithoutCarrier(MarkKind kind) {
     }
 }
 
-// A write of the processor that has to do with how words are carried.
-bool IsCarrier(uint32_t offset) {
-    const Register* row = FindRegister(offset);
-    return row != nullptr && row->unit == ChipUnit::Bus && offset != reg::AGPTextureBase;
-}
-
-board::StreamDecoder DecoderIn(std::span<const uint8_t> state) {
-    board::StreamDecoder decoder;
-    std::string error;
-    if (const auto snapshot = board::Snapshot::Parse(state, error)) {
-        board::StateLoader loader(*snapshot, board::StateLoader::Pass::Keep);
-        loader.Within("decoder", decoder);
-    }
-    return decoder;
-}
-
 // The whole batches of a part.
 std::vector<Piece> Batches(const EventList& events) {
     std::vector<Piece> pieces;
@@ -109,7 +94,7 @@ class Flattener {
             TakeWord(event.value);
             break;
         case EventKind::Write:
-            if (!IsCarrier(event.offset)) {
+            if (!CarriesWords(event.offset)) {
                 Add({one}, false);
             }
             break;

@@ -11,7 +11,7 @@ namespace stream {
 namespace {
 
 TEST(NeededPieces, AreFound) {
-    for (const std::vector<size_t> needed :
+    for (const std::vector<size_t>& needed :
          {std::vector<size_t>{}, {0}, {63}, {3, 17, 40}, {0, 1, 2, 61, 62, 63}}) {
         int asked = 0;
         const auto found = NeededPieces(64, [&](const std::vector<size_t>& kept) {

@@ -172,7 +172,7 @@ TEST(TrimmedPart, MustBeThere) {
 }
 
 TEST(StateInAStream, MustBeOneOfItsBoard) {
-    for (const std::string bad : {std::string(), std::string("KORVSTAT"), std::string(64, 'x')}) {
+    for (const std::string& bad : {std::string(), std::string("KORVSTAT"), std::string(64, 'x')}) {
         std::ostringstream out;
         CaptureWriter writer(out, SmallBoard(), "a test");
         Event event;
