@@ -121,7 +121,7 @@ DiffTotals DiffSent(Source& first, Source& second, const DiffOptions& options,
     DiffTotals totals;
     Side<Sent, SentSide> a(SentSide(first, options.ignored)), b(SentSide(second, options.ignored));
     const auto same = [](const Sent& x, const Sent& y) { return x.SameAs(y); };
-    totals.same = Walk(a, b, kWindow, same, [&](size_t i, size_t j) {
+    const uint64_t outside = Walk(a, b, kWindow, same, [&](size_t i, size_t j) {
         Hunk hunk{a.Here(), b.Here(), {}};
         const auto pairs = Pairs(i, j, [&](size_t x, size_t y) -> uint32_t {
             if (same(a[x], b[y])) {
@@ -142,7 +142,9 @@ DiffTotals DiffSent(Source& first, Source& second, const DiffOptions& options,
         };
         for (const auto& [left, right] : pairs) {
             alone(left, right);
-            if (!same(a[left], b[right])) {
+            if (same(a[left], b[right])) {
+                ++totals.same;
+            } else {
                 hunk.changes.push_back({a[left], b[right]});
             }
             ++x, ++y;
@@ -152,6 +154,7 @@ DiffTotals DiffSent(Source& first, Source& second, const DiffOptions& options,
         found(hunk);
         return !options.first;
     });
+    totals.same += outside;
     return totals;
 }
 
@@ -319,7 +322,7 @@ DiffTotals DiffState(Source& first, Source& second, const DiffOptions& options,
         b(DrawingSide(second, options.ignored));
     Known known;
     const auto same = [&](const Drawing& x, const Drawing& y) { return SameUnder(x, y, known); };
-    totals.same = Walk(a, b, kDrawingWindow, same, [&](size_t i, size_t j) {
+    const uint64_t outside = Walk(a, b, kDrawingWindow, same, [&](size_t i, size_t j) {
         bool on = true;
         const auto tell = [&](Hunk hunk) {
             Count(totals, hunk);
@@ -380,6 +383,7 @@ DiffTotals DiffState(Source& first, Source& second, const DiffOptions& options,
         }
         return on;
     });
+    totals.same += outside;
     return totals;
 }
 

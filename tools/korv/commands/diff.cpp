@@ -262,11 +262,12 @@ class DiffCommand {
             fmt::print(console_.out, "equal: {}\n", Count(totals.same, what));
         } else {
             fmt::print(console_.out,
-                       "{}{}: {} changed, {} only in the first, {} only in the second; {} are the "
+                       "{}: {} changed, {} only in the first, {} only in the second; {} {} the "
                        "same\n",
-                       arguments_.first ? "the first of the differences, " : "",
-                       Count(totals.hunks, "place"), totals.changed, totals.onlyA, totals.onlyB,
-                       Count(totals.same, what));
+                       arguments_.first ? "the first place that differs"
+                                        : Count(totals.hunks, "place"),
+                       totals.changed, totals.onlyA, totals.onlyB, Count(totals.same, what),
+                       totals.same == 1 ? "is" : "are");
         }
     }
 
