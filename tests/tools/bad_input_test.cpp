@@ -29,8 +29,8 @@ struct Row {
 // "!" stands for: (try 'korv COMMAND --help').
 const Row kUsage[] = {
     {"", 2,
-     "no command given: expected one of demo, render, info, model, texture, assemble, play, "
-     "replay, trace (try "
+     "no command given: expected one of demo, render, info, model, texture, assemble, diff, "
+     "lint, play, replay, trace, trim (try "
      "'korv --help')"},
     {"paint", 2, "unknown command 'paint': the nearest is..."},
     {"rendre", 2, "unknown command 'rendre': the nearest is 'render' (try 'korv --help')"},
