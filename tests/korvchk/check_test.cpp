@@ -186,6 +186,8 @@ TEST_F(Checker, SaysWhatIsWrongWithTheFile) {
         file.assign(good.begin(), good.begin() + static_cast<ptrdiff_t>(size));
         Run("", 1);
     }
+    file.assign(good.begin(), good.end() - 1);
+    EXPECT_THAT(Run("", 1), HasSubstr("the file is damaged"));
 }
 
 TEST_F(Checker, SaysWhatIsMissingBelowTheDriver) {

@@ -56,6 +56,18 @@ class Headers {
         return file_.Half(0) == 0x5A4D && file_.Word(start_) == 0x4550 && start_ < file_.Size() &&
                file_.Half(start_ + 4) == 0x14C && (file_.Half(start_ + 22) & kLibraryFlag) != 0;
     }
+    // No section reaches past the end of the file.
+    bool IsWhole() const {
+        const uint32_t count = file_.Half(start_ + 6);
+        uint32_t section = start_ + 24 + file_.Half(start_ + 20);
+        for (uint32_t i = 0; i < count; ++i, section += 40) {
+            const uint32_t place = file_.Word(section + 20), bytes = file_.Word(section + 16);
+            if (place > file_.Size() || bytes > file_.Size() - place) {
+                return false;
+            }
+        }
+        return true;
+    }
     uint32_t Directory(uint32_t number) const { return file_.Word(start_ + 24 + 96 + number * 8); }
     // Where an address of the image lies in the file.
     uint32_t OffsetOf(uint32_t address) const {
@@ -149,7 +161,7 @@ LibraryFacts ReadLibrary(const uint8_t* bytes, uint32_t size) {
     LibraryFacts facts = {LibraryState::NoLibrary, {}, 0};
     const Bytes file(bytes, size);
     const Headers headers(file);
-    if (!headers.IsLibrary()) {
+    if (!headers.IsLibrary() || !headers.IsWhole()) {
         return facts;
     }
     facts.exports = FindExports(file, headers);
