@@ -347,7 +347,7 @@ void SetUpDiff(CLI::App& command, Console& console) {
 
 } // namespace
 
-extern const Command kDiffCommand{"diff", CommandGroup::Play,
+extern const Command kDiffCommand{"diff", CommandGroup::Check,
                                   "Tell where two captures or word streams differ", SetUpDiff};
 
 } // namespace korv

@@ -137,7 +137,7 @@ void SetUpLint(CLI::App& command, Console& console) {
 
 } // namespace
 
-extern const Command kLintCommand{"lint", CommandGroup::Play,
+extern const Command kLintCommand{"lint", CommandGroup::Check,
                                   "Name what is wrong or wasteful in a stream", SetUpLint};
 
 } // namespace korv

@@ -244,7 +244,7 @@ void SetUpTrim(CLI::App& command, Console& console) {
 
 } // namespace
 
-extern const Command kTrimCommand{"trim", CommandGroup::Play,
+extern const Command kTrimCommand{"trim", CommandGroup::Look,
                                   "Cut a part out of a capture that plays alone", SetUpTrim};
 
 } // namespace korv
