@@ -265,34 +265,39 @@ class Linter {
             return static_cast<int32_t>(registers_[tagNumber]) >> 16;
         };
         const int32_t left = pixel(tag::StartXDom), right = pixel(tag::StartXSub);
-        const int32_t width = std::abs(right - left);
-        // Rows and pixels of that distance.
-        const int32_t half = distance < 0 ? -pitch / 2 : pitch / 2;
-        const int32_t down = (distance + half) / pitch;
-        const int32_t aside = distance - down * pitch;
+        int32_t width = std::abs(right - left);
         // Spans of words and blocks are read before they are written, as far as is known.
         const bool spans = registers_.Get(field::FBReadMode_Packed) != 0 ||
                            field::Render_FastFill.Get(render) != 0;
-        const bool overlaps = std::abs(down) < rows && (spans || std::abs(aside) < width);
-        if (!overlaps || distance == 0) {
-            return;
+        if (registers_.Get(field::FBReadMode_Packed) != 0) {
+            // Spans count words; FBReadPixel tells how many pixels one has: 4, 2 or 1.
+            width *= 4 >> std::min(registers_[tag::FBReadPixel] & 3, 2u);
         }
-        const int32_t step = static_cast<int32_t>(registers_[tag::dY]);
-        const bool wrong = down != 0 ? (step > 0) == (down < 0)
-                           : !spans  ? (right > left) == (aside < 0)
-                                     : false;
-        if (wrong) {
-            Find(Rule::OverlapDirection, {},
-                 "the copy goes " +
-                     std::string(down != 0      ? step > 0 ? "down" : "up"
-                                 : right > left ? "to the right"
-                                                : "to the left") +
-                     ", and its source lies " + std::to_string(std::abs(down != 0 ? down : aside)) +
-                     (down != 0   ? down < 0 ? " rows above" : " rows below"
-                      : aside < 0 ? " pixels to the left"
-                                  : " pixels to the right") +
-                     ": it reads what it has written");
+        const bool downwards = static_cast<int32_t>(registers_[tag::dY]) > 0;
+        // The distance in rows and pixels; between two rows it has two such forms.
+        const int32_t above = distance / pitch - (distance % pitch < 0 ? 1 : 0);
+        for (const int32_t down : {above, above + 1}) {
+            const int32_t aside = distance - down * pitch;
+            if (std::abs(down) >= rows || std::abs(aside) >= width) {
+                continue;
+            }
+            if (down != 0 && downwards == (down < 0)) {
+                FindCopy(downwards ? "down" : "up", down, down < 0 ? "rows above" : "rows below");
+                return;
+            }
+            if (down == 0 && aside != 0 && !spans && (right > left) == (aside < 0)) {
+                FindCopy(right > left ? "to the right" : "to the left", aside,
+                         aside < 0 ? "pixels to the left" : "pixels to the right");
+                return;
+            }
         }
+    }
+
+    void FindCopy(const char* way, int32_t distance, const char* where) {
+        Find(Rule::OverlapDirection, {},
+             "the copy goes " + std::string(way) + ", and its source lies " +
+                 std::to_string(std::abs(distance)) + " " + where +
+                 ": it reads what it has written");
     }
 
     static uint64_t Unwaited(const board::Faults& faults) {

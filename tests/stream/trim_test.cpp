@@ -187,5 +187,44 @@ TEST(StateInAStream, MustBeOneOfItsBoard) {
     }
 }
 
+// Whatever is in its bytes: it is taken up or refused.
+TEST(StateInAStream, MayBeDamaged) {
+    Session session(SmallBoard(board::Chip::TX), 7);
+    session.Run(40);
+    const std::vector<uint8_t> good = session.Board().Save(board::Board::Contents::StateAlone);
+    std::mt19937 dice(7);
+    int refused = 0;
+    for (int round = 0; round < 500; ++round) {
+        std::vector<uint8_t> bad = good;
+        for (uint32_t i = 1 + dice() % 3; i != 0; --i) {
+            bad[dice() % bad.size()] = static_cast<uint8_t>(dice());
+        }
+        if (round % 5 == 0) {
+            bad.resize(dice() % bad.size());
+        }
+        std::ostringstream out;
+        CaptureWriter writer(out, SmallBoard(board::Chip::TX), "a test");
+        Event event;
+        event.kind = EventKind::State;
+        event.bytes = bad;
+        writer.Put(event);
+        event = {};
+        event.kind = EventKind::FifoWord;
+        event.value = tag::FogColor;
+        writer.Put(event);
+        writer.Put(event);
+        writer.Finish();
+        std::istringstream in(out.str());
+        const auto source = OpenSource(in);
+        Player player(*source);
+        try {
+            EXPECT_TRUE(player.PlayTo(ParsePlace("end")));
+        } catch (const StreamError&) {
+            ++refused;
+        }
+    }
+    EXPECT_GE(refused, 100); // those that were cut, at least
+}
+
 } // namespace
 } // namespace stream

@@ -107,7 +107,7 @@ void Lint(const LintArguments& arguments, Console& console) {
 std::string Footer() {
     std::string text = "Rules:\n";
     for (const stream::RuleRow& row : stream::Rules()) {
-        text += fmt::format("  {:18}{}{}\n", row.name, row.about, row.wrong ? "" : " (wasteful)");
+        text += fmt::format("  {:19}{}{}\n", row.name, row.about, row.wrong ? "" : " (wasteful)");
     }
     return text + R"(
 A line tells where something was found first, what, and how often; of a register once. The exit
