@@ -32,7 +32,11 @@ class Written final : public EventSink {
     void OnBoard(const board::Config& board, const std::string& maker) override {
         writer_.emplace(out_, board, maker);
     }
-    void OnEvent(const Event& event) override { writer_->Put(event); }
+    void OnEvent(const Event& event) override {
+        if (writer_) {
+            writer_->Put(event);
+        }
+    }
     std::string Finish() {
         writer_->Finish();
         return out_.str();

@@ -29,8 +29,8 @@ struct Row {
 // "!" stands for: (try 'korv COMMAND --help').
 const Row kUsage[] = {
     {"", 2,
-     "no command given: expected one of demo, render, info, model, texture, assemble, diff, "
-     "lint, play, replay, trace, trim (try "
+     "no command given: expected one of demo, model, render, replay, texture, assemble, dump, "
+     "info, play, state, stats, trace, trim, diff, lint (try "
      "'korv --help')"},
     {"paint", 2, "unknown command 'paint': the nearest is..."},
     {"rendre", 2, "unknown command 'rendre': the nearest is 'render' (try 'korv --help')"},
@@ -124,8 +124,8 @@ const Row kUsage[] = {
      "modulatealpha !"},
     {"assemble", 2, "'assemble' needs TEXT !"},
     {"assemble t", 2, "'assemble' needs --output FILE !"},
-    {"assemble t -o w --form capture", 2,
-     "bad value 'capture' for '--form': expected words or events !"},
+    {"assemble t -o w --form tape", 2,
+     "bad value 'tape' for '--form': expected words, events or capture !"},
     {"replay", 2, "'replay' needs SCRIPT !"},
     {"replay a b", 2, "unexpected 'b' for 'replay' !"},
     {"replay a --dll", 2, "'--dll' needs a value !"},

@@ -1,5 +1,5 @@
-#include "board/values/register_names.h"
 #include "chip/register_table.h"
+#include "stream/state_view.h"
 #include "stream/statistics.h"
 #include "tools/korv/base/listing.h"
 #include "tools/korv/commands/cli/command.h"
@@ -68,7 +68,7 @@ std::vector<RegisterRow> RegisterRows(const stream::Statistics& statistics) {
     for (uint32_t i = 0; i < statistics.registers.size(); ++i) {
         if (statistics.registers[i].writes != 0) {
             const Register* row = stream::RowAt(i * 4);
-            rows.push_back({board::OffsetName(i * 4),
+            rows.push_back({stream::View(i * 4, 0).name,
                             row != nullptr ? kUnits[static_cast<size_t>(row->unit)].name : "none",
                             statistics.registers[i]});
         }
