@@ -210,6 +210,14 @@ class Fuzzer {
         return words;
     }
 
+    void StartDma(korv_board* board) {
+        Note(korv_board_write(board, reg::DMAAddress, Chance(5) ? Any() : 4 * Below(3000)));
+        Note(korv_board_write(board, reg::DMACount, Chance(20) ? Any() : Below(300)));
+        if (Chance(4)) {
+            Note(korv_board_write(board, reg::DMACount, Below(300)));
+        }
+    }
+
     void Access(korv_board* board) {
         const Register& entry = kRegisters[Below(std::size(kRegisters))];
         const uint32_t offset = Chance(20) ? Any() : entry.offset;
@@ -218,11 +226,7 @@ class Fuzzer {
             return;
         }
         if (offset == reg::DMACount) {
-            Note(korv_board_write(board, reg::DMAAddress, Chance(5) ? Any() : 4 * Below(3000)));
-            Note(korv_board_write(board, reg::DMACount, Chance(20) ? Any() : Below(300)));
-            if (Chance(4)) {
-                Note(korv_board_write(board, reg::DMACount, Below(300)));
-            }
+            StartDma(board);
             return;
         }
         const bool mapped = offset >= reg::MappedRegisters && offset < reg::ApertureBytes;
@@ -251,8 +255,10 @@ class Fuzzer {
         }
         case 6:
         case 7:
-        case 8:
             Access(board);
+            break;
+        case 8:
+            StartDma(board);
             break;
         case 9:
             Note(korv_board_idle(board, Chance(50) ? Any() : Below(300)));
@@ -449,9 +455,9 @@ TEST(BoardFuzz, RandomCallsReturnAndFaultsAreCounted) {
         std::cout << " " << count;
     }
     std::cout << "\n";
-    // It has been everywhere. A transfer is started over another one by luck alone.
+    // It has been everywhere.
     for (int kind = 0; kind < KORV_BOARD_FAULT_KINDS; ++kind) {
-        EXPECT_TRUE(fuzzer.faults[kind] > 0 || kind == KORV_BOARD_DMA_RESTARTS) << kind;
+        EXPECT_GT(fuzzer.faults[kind], 0u) << kind;
     }
     for (const int status : {KORV_BOARD_BAD_ARGUMENT, KORV_BOARD_BAD_CONFIG,
                              KORV_BOARD_BAD_SNAPSHOT, KORV_BOARD_UNKNOWN_NAME, KORV_BOARD_TOO_SMALL,
