@@ -270,8 +270,9 @@ class Linter {
         const bool spans = registers_.Get(field::FBReadMode_Packed) != 0 ||
                            field::Render_FastFill.Get(render) != 0;
         if (registers_.Get(field::FBReadMode_Packed) != 0) {
-            // Spans count words; FBReadPixel tells how many pixels one has: 4, 2 or 1.
-            width *= 4 >> std::min(registers_[tag::FBReadPixel] & 3, 2u);
+            // Spans count words of so many pixels.
+            const uint32_t size = registers_[tag::FBReadPixel] & 7;
+            width *= size == 0 ? 4 : size == 1 ? 2 : 1;
         }
         const bool downwards = static_cast<int32_t>(registers_[tag::dY]) > 0;
         // The distance in rows and pixels; between two rows it has two such forms.
@@ -360,12 +361,20 @@ class Linter {
         for (const SurfaceLayout* surface : surfaces_.All()) {
             surfaces.push_back(*surface);
         }
-        if (const auto screen = surfaces_.Screen(player_.Board().ShownBase())) {
-            surfaces.push_back(*screen);
+        // What was shown the last time may have been drawn to since, too.
+        const uint32_t shown = player_.Board().ShownBase();
+        for (const uint32_t base : {shown_, shown}) {
+            if (const auto screen = surfaces_.Screen(base)) {
+                surfaces.push_back(*screen);
+            }
         }
+        const bool changing = mark.kind == MarkKind::Surface ||
+                              mark.kind == MarkKind::SurfaceGone || mark.kind == MarkKind::Mode ||
+                              shown != shown_;
+        shown_ = shown;
         constexpr const char* kNames[] = {"the frame buffer", "the local buffer"};
         for (size_t i = 0; i < watches_.size(); ++i) {
-            if (const auto bytes = watches_[i].Look(surfaces)) {
+            if (const auto bytes = watches_[i].Look(surfaces, changing)) {
                 Find(Rule::OutsideSurfaces, kNames[i],
                      "before here " + std::string(kNames[i]) + " has changed from byte " +
                          std::to_string(bytes->first) + " to " + std::to_string(bytes->second) +
@@ -385,6 +394,7 @@ class Linter {
     Surfaces surfaces_;
     std::vector<OutsideWatch> watches_;
     bool begun_ = false; // of the memories
+    uint32_t shown_ = 0; // where the screen was the last time
     Position batch_;
     bool inBatch_ = false, batchHasWords_ = false;
     uint64_t overflows_ = 0, unwaited_ = 0; // on the board

@@ -14,7 +14,7 @@ void OutsideWatch::Store(uint32_t offset, size_t bytes) {
 }
 
 std::optional<std::pair<uint32_t, uint32_t>>
-OutsideWatch::Look(const std::vector<SurfaceLayout>& surfaces) {
+OutsideWatch::Look(const std::vector<SurfaceLayout>& surfaces, bool changing) {
     using Range = std::pair<size_t, size_t>;
     std::vector<Range> inside;
     for (const SurfaceLayout& surface : surfaces) {
@@ -39,7 +39,9 @@ OutsideWatch::Look(const std::vector<SurfaceLayout>& surfaces) {
         }
         from = std::max(from, std::min(range.second, memory_.size()));
     }
-    std::ranges::copy(memory_, known_.begin());
+    if (changing) {
+        std::ranges::copy(memory_, known_.begin());
+    }
     return found;
 }
 

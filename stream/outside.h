@@ -18,7 +18,9 @@ class OutsideWatch {
     // The processor has stored there.
     void Store(uint32_t offset, size_t bytes);
     // The first and the last byte that have changed since the last time outside these surfaces.
-    std::optional<std::pair<uint32_t, uint32_t>> Look(const std::vector<SurfaceLayout>& surfaces);
+    // `changing`: it will be others next time.
+    std::optional<std::pair<uint32_t, uint32_t>> Look(const std::vector<SurfaceLayout>& surfaces,
+                                                      bool changing);
 
   private:
     const Memory kind_;

@@ -16,11 +16,13 @@ using testing::HasSubstr;
 // A rectangle in one colour; `more` stands before it is drawn.
 std::string Rectangle(const TemporaryFolder& folder, const std::string& name,
                       const std::string& colour, const std::string& more = "") {
-    folder.Write(name + ".txt", "FBReadMode PatchMode=0\nFBWriteMode Enable=1\n"
-                                "ColorDDAMode Enable=1\nDitherMode Enable=1\n" +
-                                    more + "ConstantColor = " + colour +
-                                    "\nStartXDom = 10\nStartXSub = 60\ndY = 1\nStartY = 20\n"
-                                    "Count = 30\nRender Primitive=Trapezoid\n");
+    folder.Write(name + ".txt",
+                 "FBReadPixel = 16bit\nFBReadMode PartialProduct0=256 PartialProduct1=64\n"
+                 "FBWriteMode Enable=1\nColorDDAMode Enable=1\n"
+                 "DitherMode UnitEnable=1 ColorFormat=1:5:5:5 ColorOrder=1\n" +
+                     more + "ConstantColor = " + colour +
+                     "\nStartXDom = 10\nStartXSub = 60\ndY = 1\nStartY = 20\n"
+                     "Count = 30\nRender Primitive=Trapezoid\n");
     const ToolResult made =
         RunTool({"assemble", folder / (name + ".txt"), "-o", folder / name, "--chip", "permedia"});
     EXPECT_EQ(made.code, 0) << made.err;
@@ -36,15 +38,15 @@ TEST(DiffCommand, NamesRegistersFieldsAndPlaces) {
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.out, "--- " + a + "\n+++ " + b +
                               "\n"
-                              "@@ word 9 | word 9 @@\n"
+                              "@@ word 11 | word 11 @@\n"
                               "+ FogMode Enable=1\n"
                               "- ConstantColor = #FF0000FF\n"
                               "+ ConstantColor = #00FF00FF\n"
-                              "1 place: 1 changed, 0 only in the first, 1 only in the second; 10 "
+                              "1 place: 1 changed, 0 only in the first, 1 only in the second; 11 "
                               "writes are the same\n");
     const ToolResult same = RunTool({"diff", a, a, "--chip", "permedia"});
     EXPECT_EQ(same.code, 0);
-    EXPECT_EQ(same.out, "equal: 11 writes\n");
+    EXPECT_EQ(same.out, "equal: 12 writes\n");
     EXPECT_EQ(RunTool({"diff", a, b, "--chip", "permedia", "--ignore", "FogMode", "--ignore",
                        "ConstantColor"})
                   .code,
@@ -64,7 +66,7 @@ TEST(DiffCommand, TellsProgramsTheSame) {
     const auto change = report["differences"][0]["changes"][0];
     EXPECT_EQ(change["register"], "ConstantColor");
     EXPECT_EQ(change["b"]["text"], "ConstantColor = #00FF00FF");
-    EXPECT_EQ(report["differences"][0]["a"]["word"], 21);
+    EXPECT_EQ(report["differences"][0]["a"]["word"], 23);
 }
 
 TEST(DiffCommand, PutsPicturesBesideEachOther) {

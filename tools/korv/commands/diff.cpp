@@ -21,7 +21,9 @@
 #include <fmt/ostream.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <vector>
@@ -225,7 +227,15 @@ class DiffCommand {
                                         a.width, a.height, b.width, b.height));
         }
         difference_ = Compare(a, b);
-        WritePng(std::filesystem::path(arguments_.pictures), Strip({a, b, difference_->map}, 3));
+        const auto name = [](const std::string& file) {
+            return Printable(std::filesystem::path(file).filename().string());
+        };
+        ContactSheet sheet({name(arguments_.a.file), name(arguments_.b.file), "where they differ"},
+                           {""}, a.width, a.height, std::max(a.width, a.height));
+        sheet.Put(0, 0, a);
+        sheet.Put(1, 0, b);
+        sheet.Put(2, 0, difference_->map);
+        WritePng(std::filesystem::path(arguments_.pictures), sheet.Draw());
         if (difference_->pixels != 0) {
             notes_.push_back(fmt::format("the pictures differ in {}, by {} of 255 at most",
                                          Count(difference_->pixels, "pixel"),
