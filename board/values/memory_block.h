@@ -19,7 +19,9 @@ class MemoryBlock {
         bytes_ = own_;
         return *this;
     }
-    bool operator==(const MemoryBlock& other) const { return std::ranges::equal(*this, other); }
+    bool operator==(const MemoryBlock& other) const {
+        return std::equal(begin(), end(), other.begin(), other.end());
+    }
 
     // `bytes` of zeroes of its own; if `lent` is not empty, that memory instead: `bytes` of zeroes
     // that outlive this block.

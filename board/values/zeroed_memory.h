@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <utility>
 #include <vector>
@@ -21,7 +22,8 @@ struct ZeroedAllocator {
     Element* allocate(size_t count) {
         void* memory = std::calloc(count, sizeof(Element));
         if (memory == nullptr) {
-            throw std::bad_alloc();
+            // As operator new does it, with exceptions or without.
+            return std::allocator<Element>().allocate(~size_t{0} / sizeof(Element));
         }
         return static_cast<Element*>(memory);
     }
