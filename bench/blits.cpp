@@ -1,37 +1,32 @@
-// Cost of the DirectDraw calls that reach the chip: blits from DDHAL_BLTDATA to words, flips,
-// locks. The display is brought up on the board; then a bus takes its place that takes each word in
-// no time and is never busy. `store` is the same words stored from a ready-made array, handed over
-// in the same runs; register reads and writes of a call are counted beside.
-#include "bench/measure.h"
+// The DirectDraw calls that reach the chip: blits from DDHAL_BLTDATA to words, flips, locks. The
+// display is brought up on the board; then a bus takes its place that is never busy, and the
+// display's stream goes to ordinary memory, so that no word is handed over.
+#include "bench/session.h"
 #include "driver/core/dma.h"
 #include "driver/core/korv32_flip.h"
 #include "host/ddraw/ddraw.h"
 #include "host/display/display.h"
 #include "host/display/machine.h"
+#include "host/driver_module.h"
 
-#include <cstdio>
-#include <cstdlib>
+#include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+namespace bench {
+
 namespace {
 
-constexpr uint32_t kCalls = 2000;
-constexpr int kRounds = 201;
+constexpr uint32_t kCalls = 1000;
+constexpr uint32_t kRingWords = 64 * 1024 / 4;
 constexpr uint32_t kRetraceFlag = 16;
-
-using Words = std::vector<uint32_t>;
 
 // A chip that is idle whenever it is asked, with the retrace of the last flip behind it.
 struct IdleChip {
-    uint32_t reads = 0, writes = 0;
-    std::vector<Words>* kept = nullptr; // what is handed over goes here, while set
-
     ChipBus Bus() {
         ChipBus bus{};
-        bus.self = this;
-        bus.Read = [](void* self, uint32_t offset) -> uint32_t {
-            ++static_cast<IdleChip*>(self)->reads;
+        bus.Read = [](void*, uint32_t offset) -> uint32_t {
             switch (offset) {
             case reg::InFIFOSpace:
                 return 1000;
@@ -45,42 +40,26 @@ struct IdleChip {
                 return 0; // DMACount, LineCounter
             }
         };
-        bus.Write = [](void* self, uint32_t, uint32_t) { ++static_cast<IdleChip*>(self)->writes; };
+        bus.Write = [](void*, uint32_t, uint32_t) {};
         bus.Idle = [](void*, uint32_t) {};
-        bus.Words = [](void* self, const uint32_t* words, uint32_t count) {
-            if (auto* kept = static_cast<IdleChip*>(self)->kept) {
-                kept->emplace_back(words, words + count);
-            }
-        };
+        bus.Words = [](void*, const uint32_t*, uint32_t) {};
         return bus;
     }
 };
 
-__attribute__((noinline)) void StoreReadyMade(const std::vector<Words>& runs,
-                                              ChipRegisters* registers) {
-    uint32_t* const window = FIFOWindowOf(registers);
-    for (const Words& run : runs) {
-        uint32_t* at = window;
-        for (const uint32_t word : run) {
-            PutWord(at++, word);
-        }
-        HandOverWords(window, at);
-    }
-}
-
-class Stage {
+class BlitStage {
   public:
-    Stage(const char* chip, uint32_t deviceId) : chip_(chip), display_(Config(deviceId)) {
+    BlitStage(Session& session, const char* chip, uint32_t deviceId)
+        : session_(session), chip_(chip), ring_(kRingWords), display_(Config(deviceId)) {
         if (!display_.Start()) {
-            std::fprintf(stderr, "bench: the driver refused the display\n");
-            std::exit(1);
+            throw std::runtime_error("the driver refused the display");
         }
         directDraw_ = std::make_unique<host::DirectDraw>(display_);
         front_ = &directDraw_->CreatePrimary(1);
         source_ = &directDraw_->CreateOffscreen(640, 480);
-        AttachChipBus(display_.Aperture(), idle_.Bus());
+        AttachChipBus(display_.Aperture(), IdleChip().Bus());
     }
-    ~Stage() {
+    ~BlitStage() {
         directDraw_.reset();
         DetachChipBus(display_.Aperture());
     }
@@ -144,49 +123,50 @@ class Stage {
     // A call that is refused, in any round, ends the program: it would be measured as a fast one.
     template <class Call>
     void Measure(const char* name, Call call) {
+        const std::string full = std::string("blits/") + chip_ + "/" + name;
+        if (!session_.Wants(full)) {
+            return;
+        }
         const auto must = [&] {
             if (!call()) {
-                std::fprintf(stderr, "bench: %s, %s: the call was refused\n", chip_, name);
-                std::exit(1);
+                throw std::runtime_error(full + ": the call was refused");
             }
         };
         must(); // settles the context and the pixel size
-        std::vector<Words> runs;
-        idle_.kept = &runs;
-        idle_.reads = idle_.writes = 0;
+        CommandStream& stream = display_.Driver()->Stream;
+        const CommandStream before = stream;
+        // Neither carrier: words are stored, and nobody takes them or is waited for.
+        stream.CommandMode = 0;
+        stream.DisconnectMode = 1;
+        stream.SubBuffers[0] = {0, ring_.data(), ring_.data() + kRingWords - 1};
+        stream.WritePointer = ring_.data();
         must();
-        const uint32_t reads = idle_.reads, writes = idle_.writes;
-        idle_.kept = nullptr;
-        size_t words = 0;
-        for (const Words& run : runs) {
-            words += run.size();
+        Work work;
+        work.name = full;
+        work.unit = "call";
+        work.units = kCalls;
+        const std::vector<uint32_t> once(ring_.data(), stream.WritePointer);
+        std::vector<uint32_t> words;
+        for (uint32_t i = 0; i < kCalls; ++i) {
+            words.insert(words.end(), once.begin(), once.end());
         }
-        std::vector<double> calling, storing, ratios;
-        for (int round = 0; round < kRounds; ++round) {
-            calling.push_back(bench::Seconds([&] {
-                for (uint32_t i = 0; i < kCalls; ++i) {
-                    must();
-                }
-            }));
-            storing.push_back(bench::Seconds([&] {
-                for (uint32_t i = 0; i < kCalls; ++i) {
-                    StoreReadyMade(runs, display_.Aperture());
-                }
-            }));
-            ratios.push_back(calling.back() / storing.back());
+        work.words = words.size();
+        work.run = [&] {
+            for (uint32_t i = 0; i < kCalls; ++i) {
+                must();
+            }
+        };
+        if (!words.empty()) {
+            work.plain = [&] { StorePlain(words, ring_.data(), kRingWords); };
+            work.plainName = "plain stores";
         }
-        const double scale = 1e9 / kCalls;
-        std::printf("%-10s %-15s %6zu %6u %7u %9.1f %9.1f ", chip_, name, words, reads, writes,
-                    bench::Median(calling) * scale, bench::Median(storing) * scale);
-        if (words != 0) {
-            std::printf("%7.2f\n", bench::Median(ratios));
-        } else {
-            std::printf("%7s\n", "-");
-        }
+        session_.Measure(work);
+        stream = before;
     }
 
+    Session& session_;
     const char* chip_;
-    IdleChip idle_;
+    std::vector<uint32_t> ring_;
     host::Display display_;
     std::unique_ptr<host::DirectDraw> directDraw_;
     host::Surface* front_ = nullptr;
@@ -195,13 +175,16 @@ class Stage {
 
 } // namespace
 
-int main() {
-    std::printf("%-10s %-15s %6s %6s %7s %9s %9s %7s\n", "chip", "call", "words", "reads", "writes",
-                "ns a call", "store ns", "ratio");
-    Stage("SX", DeviceSX).Run();
-    Stage("TX", DeviceTX).Run();
-    Stage("MX", DeviceMX).Run();
-    Stage("Permedia", DevicePermedia).Run();
-    Stage("Permedia2", DevicePermedia2).Run();
-    return 0;
+void MeasureBlits(Session& session) {
+    if (!session.Wants("blits")) {
+        return;
+    }
+    host::UseLinkedDriver();
+    BlitStage(session, "SX", DeviceSX).Run();
+    BlitStage(session, "TX", DeviceTX).Run();
+    BlitStage(session, "MX", DeviceMX).Run();
+    BlitStage(session, "Permedia", DevicePermedia).Run();
+    BlitStage(session, "Permedia 2", DevicePermedia2).Run();
 }
+
+} // namespace bench

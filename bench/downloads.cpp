@@ -1,24 +1,23 @@
-// Cost of texture downloads in FIFO mode with disconnect, as a ratio to storing the same words from
-// a ready-made array into the same window, run by run. Both are timed in turn, in one process, and
-// both hand each run over to a bus that takes it in no time.
-#include "bench/measure.h"
+// Textures and palettes on their way to the chip, from surfaces in system memory to words in
+// ordinary memory, in proportion to a memcpy of the same bytes.
+#include "bench/session.h"
+#include "bench/stage.h"
+#include "driver/core/chipinfo.h"
 #include "driver/core/dma.h"
+#include "driver/texture/lut_download.h"
 #include "driver/texture/pmdownld.h"
 #include "driver/texture/txdownld.h"
 
-#include <cstdio>
+#include <cstring>
 #include <memory>
 #include <random>
-#include <vector>
+
+namespace bench {
 
 namespace {
 
 constexpr int32_t kSize = 256;
-constexpr int kRounds = 301;
-
-using Words = std::vector<uint32_t>;
-
-std::vector<Words>* keptRuns; // what is handed over goes here, while set
+constexpr uint32_t kRingWords = 3 * kSize * kSize; // more than a texture takes
 
 struct Machine {
     ChipInfo chip{};
@@ -28,7 +27,7 @@ struct Machine {
     DDRAWI_DDRAWSURFACE_GBL destGlobal{};
     DDRAWI_DDRAWSURFACE_LCL source{};
     DDRAWI_DDRAWSURFACE_LCL dest{};
-    Words pixels;
+    std::vector<uint32_t> pixels, ring = std::vector<uint32_t>(kRingWords);
     ChipRegisters registers;
 
     Machine(uint32_t deviceId, uint32_t pixelSize, int32_t pitch) : pixels(kSize * kSize) {
@@ -37,7 +36,11 @@ struct Machine {
         driver.ChipInfo = &chip;
         driver.Registers = &registers;
         driver.PixelSize = driver.FBDepth = PixelSize16;
-        SetupFIFOStream(driver.Stream, &registers);
+        // Neither carrier: words are stored, and nobody takes them or is waited for.
+        driver.Stream.CommandMode = 0;
+        driver.Stream.DisconnectMode = 1;
+        driver.Stream.SubBufferCount = 1;
+        driver.Stream.SubBuffers[0] = {0, ring.data(), ring.data() + kRingWords - 1};
         record.PixelSize = pixelSize;
         record.RedMask = 0x7C00;
         record.Format = 1;
@@ -55,11 +58,7 @@ struct Machine {
         bus.Read = [](void*, uint32_t) { return 1000u; };
         bus.Write = [](void*, uint32_t, uint32_t) {};
         bus.Idle = [](void*, uint32_t) {};
-        bus.Words = [](void*, const uint32_t* words, uint32_t count) {
-            if (keptRuns != nullptr) {
-                keptRuns->emplace_back(words, words + count);
-            }
-        };
+        bus.Words = [](void*, const uint32_t*, uint32_t) {};
         AttachChipBus(&registers, bus);
     }
     ~Machine() { DetachChipBus(&registers); }
@@ -68,59 +67,89 @@ struct Machine {
 using Download = void (*)(DriverData*, PrivateSurfaceData*, DDRAWI_DDRAWSURFACE_LCL*, RECTL*,
                           DDRAWI_DDRAWSURFACE_LCL*, RECTL*);
 
-// One 32-bit store a word, as the downloads do.
-__attribute__((noinline)) void StoreReadyMade(const std::vector<Words>& runs, Machine& machine) {
-    uint32_t* const window = FIFOWindowOf(&machine.registers);
-    uint32_t* const end = window + reg::FIFOWindowBytes / 4;
-    uint32_t* at = window;
-    for (const Words& run : runs) {
-        if (at + run.size() >= end) {
-            at = window;
-        }
-        uint32_t* const first = at;
-        for (const uint32_t word : run) {
-            PutWord(at++, word);
-        }
-        HandOverWords(first, at);
+void Measure(Session& session, const char* name, Download download, uint32_t deviceId,
+             uint32_t pixelSize, int32_t pitch) {
+    Work work;
+    work.name = std::string("downloads/") + name;
+    if (!session.Wants(work.name)) {
+        return;
     }
-}
-
-void Measure(const char* name, Download download, uint32_t deviceId, uint32_t pixelSize,
-             int32_t pitch) {
     auto machine = std::make_unique<Machine>(deviceId, pixelSize, pitch);
     RECTL rect = {0, 0, kSize, kSize};
-    const auto load = [&] {
+    CommandStream& stream = machine->driver.Stream;
+    work.unit = "texel";
+    work.units = kSize * kSize;
+    work.run = [&] {
+        stream.WritePointer = machine->ring.data();
         download(&machine->driver, &machine->record, &machine->source, &rect, &machine->dest,
                  &rect);
     };
-    std::vector<Words> runs;
-    keptRuns = &runs;
-    load();
-    keptRuns = nullptr;
-    size_t words = 0;
-    for (const Words& run : runs) {
-        words += run.size();
+    work.run();
+    work.words = static_cast<size_t>(stream.WritePointer - machine->ring.data());
+    work.plain = [&] {
+        std::memcpy(machine->ring.data(), machine->pixels.data(),
+                    static_cast<size_t>(pitch) * kSize);
+        asm volatile("" : : : "memory");
+    };
+    work.plainName = "memcpy";
+    session.Measure(work);
+}
+
+// 256 entries, 100 times.
+void MeasurePalette(Session& session) {
+    constexpr uint32_t kLoads = 100;
+    Stage stage({"Permedia 2", DevicePermedia2}, "");
+    host::Surface& texture = stage.directDraw->CreateTexture(64, 64, host::PaletteFormat(8));
+    std::vector<PALETTEENTRY> palette(256);
+    std::mt19937 random(1);
+    for (PALETTEENTRY& entry : palette) {
+        entry = {static_cast<BYTE>(random()), static_cast<BYTE>(random()),
+                 static_cast<BYTE>(random()), 0};
     }
-    std::vector<double> loading, storing, ratios;
-    for (int round = 0; round < kRounds; ++round) {
-        loading.push_back(bench::Seconds(load));
-        storing.push_back(bench::Seconds([&] { StoreReadyMade(runs, *machine); }));
-        ratios.push_back(loading.back() / storing.back());
-    }
-    std::printf("%-30s %7zu %9.1f %9.1f %7.2f\n", name, words, bench::Median(loading) * 1e6,
-                bench::Median(storing) * 1e6, bench::Median(ratios));
+    stage.directDraw->SetPalette(texture, palette);
+    D3DContext& ctx = stage.Context();
+    stage.DropWords();
+    const auto load = [&] {
+        for (uint32_t i = 0; i < kLoads; ++i) {
+            P2LUTDownload(ctx.Driver, PrivateOf(texture.Local()), &ctx, texture.Local());
+        }
+    };
+    std::vector<PALETTEENTRY> copy(palette.size());
+    Work work;
+    work.name = "downloads/palette of 256";
+    work.unit = "entry";
+    work.units = kLoads * 256;
+    work.words = stage.WordsOf(load).size();
+    work.run = load;
+    work.plain = [&] {
+        for (uint32_t i = 0; i < kLoads; ++i) {
+            std::memcpy(copy.data(), palette.data(), palette.size() * sizeof(PALETTEENTRY));
+            asm volatile("" : : "r"(copy.data()) : "memory");
+        }
+    };
+    work.plainName = "memcpy";
+    session.Measure(work);
 }
 
 } // namespace
 
-int main() {
-    std::printf("%-30s %7s %9s %9s %7s\n", "256 x 256", "words", "load us", "store us", "ratio");
-    Measure("16-bit, patched", PermediaPatchedTextureDownload, DevicePermedia2, PixelSize16,
+void MeasureDownloads(Session& session) {
+    if (!session.Wants("downloads")) {
+        return;
+    }
+    Measure(session, "16-bit, patched", PermediaPatchedTextureDownload, DevicePermedia2,
+            PixelSize16, 2 * kSize);
+    Measure(session, "8-bit, patched", PermediaPatchedTextureDownload, DevicePermedia2, PixelSize8,
+            kSize);
+    Measure(session, "32-bit, patched", PermediaPatchedTextureDownload, DevicePermedia2,
+            PixelSize32, 4 * kSize);
+    Measure(session, "16-bit, packed", PermediaPackedDownload, DevicePermedia2, PixelSize16,
             2 * kSize);
-    Measure("8-bit, patched", PermediaPatchedTextureDownload, DevicePermedia2, PixelSize8, kSize);
-    Measure("32-bit, patched", PermediaPatchedTextureDownload, DevicePermedia2, PixelSize32,
-            4 * kSize);
-    Measure("16-bit, packed", PermediaPackedDownload, DevicePermedia2, PixelSize16, 2 * kSize);
-    Measure("16-bit, TX local buffer", TXPatchedTextureDownload, DeviceTX, PixelSize16, 2 * kSize);
-    return 0;
+    Measure(session, "16-bit, TX local buffer", TXPatchedTextureDownload, DeviceTX, PixelSize16,
+            2 * kSize);
+    if (session.Wants("downloads/palette of 256")) {
+        MeasurePalette(session);
+    }
 }
+
+} // namespace bench

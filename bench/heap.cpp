@@ -1,22 +1,22 @@
-// Cost of allocating and freeing in a heap of 1,000 live blocks.
-#include "bench/measure.h"
+// Allocating and freeing in a heap of 1,000 live blocks.
+#include "bench/session.h"
 #include "driver/core/driverdata.h"
 #include "driver/heap/linalloc.h"
 #include "driver/platform/minivdd.h"
 #include "host/win32/device.h"
 #include "host/win32/win32.h"
 
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <random>
 #include <vector>
 
+namespace bench {
+
 namespace {
 
 constexpr uint32_t kLiveBlocks = 1000;
-constexpr uint32_t kPairs = 2000;
-constexpr int kRounds = 101;
+constexpr uint32_t kPairs = 1000;
 constexpr uint32_t kFrameBuffer = 0xC0000000;
 constexpr uint32_t kFrameBufferBytes = 64u << 20;
 
@@ -43,7 +43,12 @@ struct Policy {
     uint32_t flags;
 };
 
-void Measure(const Policy& policy) {
+void Measure(Session& session, const Policy& policy) {
+    Work work;
+    work.name = std::string("heap/") + policy.name;
+    if (!session.Wants(work.name)) {
+        return;
+    }
     auto driver = std::make_unique<DriverData>();
     std::memset(static_cast<void*>(driver.get()), 0, sizeof(DriverData));
     driver->FrameBufferBase = reinterpret_cast<uint8_t*>(kFrameBuffer);
@@ -67,32 +72,33 @@ void Measure(const Policy& policy) {
         live[i] = live[2 * kLiveBlocks - 1 - i];
         live.pop_back();
     }
-    std::vector<double> times;
-    for (int round = 0; round < kRounds; ++round) {
-        times.push_back(bench::Seconds([&] {
-            for (uint32_t i = 0; i < kPairs; ++i) {
-                uint32_t& block = live[random() % live.size()];
-                FreeVideoMemory(driver.get(), block);
-                block = allocate();
-            }
-        }));
-    }
-    std::printf("%-28s %10zu %14.0f\n", policy.name, live.size(),
-                bench::Median(times) * 1e9 / kPairs);
+    work.unit = "pair";
+    work.units = kPairs;
+    work.run = [&] {
+        for (uint32_t i = 0; i < kPairs; ++i) {
+            uint32_t& block = live[random() % live.size()];
+            FreeVideoMemory(driver.get(), block);
+            block = allocate();
+        }
+    };
+    session.Measure(work);
 }
 
 } // namespace
 
-int main() {
+void MeasureHeap(Session& session) {
+    if (!session.Wants("heap")) {
+        return;
+    }
     MemoryService service;
     host::ResetWin32();
     host::RegisterDevice(kMiniVDDName, &service);
-    std::printf("%-28s %10s %14s\n", "policy", "live", "ns a free+alloc");
     for (const Policy& policy :
          {Policy{"bottom, first fit (surfaces)", AllocateFromBottom | FirstFit},
           Policy{"top, first fit (textures)", AllocateFromTop | FirstFit},
           Policy{"bottom, best fit", AllocateFromBottom}, Policy{"top, best fit", 0}}) {
-        Measure(policy);
+        Measure(session, policy);
     }
-    return 0;
 }
+
+} // namespace bench

@@ -1,65 +1,161 @@
-// Cost of the triangle members, as a ratio to storing the same words from a ready-made
-// array into a ring of the same size. Both are timed in turn, in one process.
-//
-//   bench_triangles              table of ratios
-//   bench_triangles --count N [MEMBER [MESH]]
-//                                just renders about N triangles, for an instruction counter
+// The renderers alone: the linked driver's and the DLL's, in one process, into one ring of
+// sub-buffers in ordinary memory.
+#include "bench/mesh.h"
+#include "bench/session.h"
 #include "driver/core/dma.h"
+#include "driver/core/records/texture_record.h"
+#include "driver/raster/del_gour.h"
+#include "driver/raster/del_mip.h"
 #include "driver/raster/del_tex.h"
 #include "driver/raster/gl_gour.h"
+#include "driver/raster/gl_line.h"
+#include "driver/raster/gl_point.h"
 #include "driver/raster/gl_tex.h"
+#include "driver/raster/gl_wire.h"
 #include "driver/raster/p2_fast.h"
+#include "driver/raster/p2_gour.h"
+#include "driver/raster/p2_mip.h"
 #include "driver/raster/p2_tex.h"
+#include "host/driver_module.h"
+#include "host/loader/image.h"
+#include "host/loader/renderer_pairs.h"
 
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
+#include <fstream>
+#include <map>
 #include <memory>
-#include <random>
+#include <optional>
+#include <stdexcept>
 #include <string_view>
-#include <vector>
+
+namespace bench {
 
 namespace {
 
 constexpr uint32_t kRingWords = 64 * 1024 / 4;
 constexpr uint32_t kSubBuffers = 8;
 constexpr uint32_t kSubBufferWords = kRingWords / kSubBuffers;
-constexpr float kScreen = 640.0f;
-constexpr int kRounds = 401;
 
 std::vector<uint32_t>* keptWords; // what is sent goes here too, while set
-size_t sentWords;
 
-int32_t TakeWords(DriverData*, uint32_t, uint32_t count, uint32_t, uint32_t* linear, uint32_t) {
-    sentWords += count;
+// A DLL's stack is aligned to 4 bytes only.
+__attribute__((force_align_arg_pointer)) int32_t TakeWords(DriverData*, uint32_t, uint32_t count,
+                                                           uint32_t, uint32_t* linear, uint32_t) {
     if (keptWords != nullptr) {
         keptWords->insert(keptWords->end(), linear, linear + count);
     }
     return 0;
 }
 
+struct Member {
+    std::string_view name;
+    Renderer linked;
+    bool line = false;
+};
+#define KORV_MEMBER(name)                                                                          \
+    { #name, name }
+constexpr Member kMembers[] = {
+    KORV_MEMBER(Glint_Tri_XYZ_RGBF),
+    KORV_MEMBER(Glint_Tri_XYZ_STQ_RGBF),
+    KORV_MEMBER(Delta_Tri_XYZ_RGBF),
+    KORV_MEMBER(Delta_Tri_XYZ_STQ_RGBF),
+    KORV_MEMBER(P2_Tri_XYZ_RGBFS),
+    KORV_MEMBER(P2_GouraudTextureZ),
+    KORV_MEMBER(P2_Tri_XYZ_STQ_RGBFS),
+    KORV_MEMBER(Glint_Tri_XY_FLAT),
+    KORV_MEMBER(Glint_Tri_XY_FLAT_F),
+    KORV_MEMBER(Glint_Tri_XYZ_FLAT),
+    KORV_MEMBER(Glint_Tri_XYZ_FLAT_F),
+    KORV_MEMBER(Glint_Tri_XY_RGB),
+    KORV_MEMBER(Glint_Tri_XY_RGBF),
+    KORV_MEMBER(Glint_Tri_XYZ_RGB),
+    KORV_MEMBER(Glint_Tri_XY_STQ_FLAT),
+    KORV_MEMBER(Glint_Tri_XY_STQ_FLAT_F),
+    KORV_MEMBER(Glint_Tri_XYZ_STQ_FLAT),
+    KORV_MEMBER(Glint_Tri_XYZ_STQ_FLAT_F),
+    KORV_MEMBER(Glint_Tri_XY_STQ_RGB),
+    KORV_MEMBER(Glint_Tri_XY_STQ_RGBF),
+    KORV_MEMBER(Glint_Tri_XYZ_STQ_RGB),
+    KORV_MEMBER(Glint_Tri_XY_ST_FLAT),
+    KORV_MEMBER(Glint_Tri_XY_ST_FLAT_F),
+    KORV_MEMBER(Glint_Tri_XYZ_ST_FLAT),
+    KORV_MEMBER(Glint_Tri_XYZ_ST_FLAT_F),
+    KORV_MEMBER(Glint_Tri_XY_ST_RGB),
+    KORV_MEMBER(Glint_Tri_XY_ST_RGBF),
+    KORV_MEMBER(Glint_Tri_XYZ_ST_RGB),
+    KORV_MEMBER(Glint_Tri_XYZ_ST_RGBF),
+    KORV_MEMBER(Glint_TriWire_XYZ_STQ_RGBF),
+    KORV_MEMBER(Glint_TriPoint_XYZ_STQ_RGBF),
+    {"Glint_Line_XYZ_STQ_RGBF", Glint_Line_XYZ_STQ_RGBF, true},
+    KORV_MEMBER(Delta_Tri_XY_FLAT),
+    KORV_MEMBER(Delta_TriPoint_XYZ_RGBF),
+    KORV_MEMBER(Delta_TriWire_XYZ_RGBF),
+    KORV_MEMBER(Delta_TriWire_XYZ_STQ_RGBF),
+    KORV_MEMBER(Delta_TriWire_XYZ_STQ_RGB_FogSpecular),
+    KORV_MEMBER(Delta_Tri_XYZ_STQ_RGB_FogSpecular),
+    KORV_MEMBER(Delta_MipPMTri_XYZ_STQ_RGB_FogSpecular),
+    KORV_MEMBER(Delta_MipPMTri_XYZ_STQ_RGBF),
+    {"Delta_Line_XYZ_STQ_RGBF", Delta_Line_XYZ_STQ_RGBF, true},
+    KORV_MEMBER(P2_Tri_XY_FLATS),
+    KORV_MEMBER(P2_TriPoint_XYZ_RGBFS),
+    KORV_MEMBER(P2_TriWire_XYZ_RGBFS),
+    KORV_MEMBER(P2_TriWire_XYZ_STQ_RGBFS),
+    KORV_MEMBER(P2_MipTri_XYZ_STQ_RGBFS),
+    KORV_MEMBER(P2_GouraudTextureKSZ),
+    KORV_MEMBER(P2_GouraudTextureFogZ),
+    KORV_MEMBER(P2_GouraudTextureZMM),
+    {"P2_Line_XYZ_STQ_RGBFS", P2_Line_XYZ_STQ_RGBFS, true},
+};
+#undef KORV_MEMBER
+
+bool Says(std::string_view name, std::string_view part) {
+    return name.find(part) != std::string_view::npos;
+}
+
+// The states under which a member draws, by its name. Fog goes along where a setup unit takes it as
+// a word of its own and the name ends with it.
+uint32_t FlagsOf(std::string_view name) {
+    uint32_t flags = RF_ZENABLE;
+    flags |= Says(name, "FLAT") ? 0u : +RF_GOURAUD;
+    flags |= Says(name, "ST") || Says(name, "Texture") ? +RF_TEXTURE : 0u;
+    flags |= Says(name, "STQ") || Says(name, "Texture") ? +RF_PERSPECTIVE : 0u;
+    flags |= name.ends_with("RGBF") || name.ends_with("_F") || Says(name, "FogZ") ? +RF_FOG : 0u;
+    flags |= name.ends_with("FogSpecular") || Says(name, "KSZ") ? +RF_SPECULAR : 0u;
+    return flags;
+}
+
 struct Rig {
     ChipInfo chip{};
     DriverData driver{};
     D3DContext ctx{};
+    TextureRecord texture{};
     alignas(64) uint32_t ring[kRingWords]{};
 
-    Rig() {
-        chip.Family = FamilyGlint;
-        chip.DeviceId = DeviceTX;
+    explicit Rig(std::string_view member) {
+        const bool permedia = member.starts_with("P2");
+        chip.Family = permedia ? FamilyPermedia : FamilyGlint;
+        chip.DeviceId = permedia ? DevicePermedia2 : DeviceTX;
         driver.ChipInfo = &chip;
         ctx.Magic = kContextMagic;
         ctx.Driver = &driver;
-        ctx.CullMode = D3DCULL_NONE;
+        ctx.RenderFlags = FlagsOf(member);
+        // On, and keeps what the mesh is made of.
+        ctx.CullMode = D3DCULL_CW;
+        ctx.CullSignA = ctx.CullSignB = 0x80000000;
         ctx.RenderCommand = 0x10000;
         ctx.StippleIndex = kNoStipplePattern;
         ctx.BytesPerPixel = 2;
+        ctx.UseDelta = member.starts_with("Delta");
         ctx.TextureWidth = ctx.TextureHeight = 256.0f;
         ctx.TextureWidthScale = ctx.TextureHeightScale = 256.0f / 2048.0f;
         ctx.TextureRepeatU = ctx.TextureRepeatV = 8.0f;
         ctx.TextureRepeatMaskU = ctx.TextureRepeatMaskV = 7;
+        ctx.CurrentTexture = &texture;
+        texture.LevelCount = 9;
+        texture.TexelCount = 65536.0f;
+        for (uint32_t i = 0; i < 9; ++i) {
+            const float scale = ctx.TextureWidthScale / static_cast<float>(1u << i);
+            texture.Levels[i] = {8 - i, 8 - i, scale, scale, 1, 2, 3, 0x1000 + i};
+        }
         CommandStream& stream = ctx.Stream;
         stream.CommandMode = kCommandModeDMA;
         stream.SubBufferCount = kSubBuffers;
@@ -74,196 +170,135 @@ struct Rig {
     }
 };
 
-struct Mesh {
-    std::vector<D3DTLVERTEX> vertices;
-    std::vector<D3DTRIANGLE> triangles;
+struct Drawing {
+    Mesh mesh;
+    std::vector<D3DLINE> lines; // in place of the triangles, where there are any
 };
 
-D3DTLVERTEX RandomVertex(std::mt19937& random, float x, float y) {
-    std::uniform_real_distribution<float> unit(0.0f, 1.0f);
-    D3DTLVERTEX v{};
-    v.sx = x;
-    v.sy = y;
-    v.sz = unit(random);
-    v.rhw = 0.1f + unit(random);
-    v.color = random();
-    v.specular = random();
-    v.tu = unit(random);
-    v.tv = unit(random);
-    return v;
+void Render(Rig& rig, Renderer renderer, Drawing& drawing) {
+    const bool line = !drawing.lines.empty();
+    const auto count = line ? drawing.lines.size() : drawing.mesh.triangles.size();
+    D3DINSTRUCTION ins{static_cast<BYTE>(line ? D3DOP_LINE : D3DOP_TRIANGLE),
+                       static_cast<BYTE>(line ? sizeof(D3DLINE) : sizeof(D3DTRIANGLE)),
+                       static_cast<WORD>(count)};
+    renderer(&rig.ctx, &ins, drawing.mesh.vertices.data(),
+             line ? static_cast<void*>(drawing.lines.data())
+                  : static_cast<void*>(drawing.mesh.triangles.data()));
 }
 
-D3DTRIANGLE Triangle(uint32_t a, uint32_t b, uint32_t c) {
-    D3DTRIANGLE triangle{};
-    triangle.v1 = static_cast<WORD>(a);
-    triangle.v2 = static_cast<WORD>(b);
-    triangle.v3 = static_cast<WORD>(c);
-    return triangle;
-}
-
-// 64 by 64 cells over the screen, every vertex moved by up to a third of a cell.
-Mesh JitteredGrid() {
-    constexpr uint32_t kCells = 64;
-    constexpr float kCell = kScreen / (kCells + 1);
-    std::mt19937 random(1);
-    std::uniform_real_distribution<float> jitter(-kCell / 3, kCell / 3);
-    Mesh mesh;
-    for (uint32_t y = 0; y <= kCells; ++y) {
-        for (uint32_t x = 0; x <= kCells; ++x) {
-            mesh.vertices.push_back(
-                RandomVertex(random, (static_cast<float>(x) + 0.5f) * kCell + jitter(random),
-                             (static_cast<float>(y) + 0.5f) * kCell + jitter(random)));
+void MeasureMember(Session& session, const Member& member, Renderer renderer, const char* side,
+                   const char* meshName, const Mesh& mesh) {
+    Work work;
+    work.name = "triangles/" + std::string(member.name) + "/" + meshName + "/" + side;
+    if (!session.Wants(work.name)) {
+        return;
+    }
+    Drawing drawing{mesh, {}};
+    if (member.line) {
+        for (const D3DTRIANGLE& triangle : mesh.triangles) {
+            drawing.lines.push_back({triangle.v1, triangle.v2});
         }
     }
-    for (uint32_t y = 0; y < kCells; ++y) {
-        for (uint32_t x = 0; x < kCells; ++x) {
-            const uint32_t corner = y * (kCells + 1) + x;
-            const uint32_t below = corner + kCells + 1;
-            mesh.triangles.push_back(Triangle(corner, corner + 1, below));
-            mesh.triangles.push_back(Triangle(corner + 1, below + 1, below));
-        }
+    auto rig = std::make_unique<Rig>(member.name);
+    if (mesh.facing == Facing::Any) {
+        rig->ctx.CullMode = D3DCULL_NONE;
+        rig->ctx.CullSignA = rig->ctx.CullSignB = 0;
     }
-    return mesh;
-}
-
-Mesh RandomTriangles(uint32_t count) {
-    std::mt19937 random(2);
-    std::uniform_real_distribution<float> place(0.0f, kScreen);
-    Mesh mesh;
-    for (uint32_t i = 0; i < count * 3; ++i) {
-        mesh.vertices.push_back(RandomVertex(random, place(random), place(random)));
-    }
-    for (uint32_t i = 0; i < count; ++i) {
-        mesh.triangles.push_back(Triangle(3 * i, 3 * i + 1, 3 * i + 2));
-    }
-    return mesh;
-}
-
-// One strip in which each triangle after the first has one new vertex, its last.
-Mesh Strip(uint32_t count) {
-    std::mt19937 random(3);
-    std::uniform_real_distribution<float> place(0.0f, kScreen);
-    Mesh mesh;
-    for (uint32_t i = 0; i < count + 2; ++i) {
-        mesh.vertices.push_back(RandomVertex(random, place(random), place(random)));
-    }
-    for (uint32_t i = 0; i < count; ++i) {
-        mesh.triangles.push_back(i % 2 == 0 ? Triangle(i, i + 1, i + 2)
-                                            : Triangle(i + 1, i, i + 2));
-        mesh.triangles.back().wFlags = i == 0 ? D3DTRIFLAG_START : D3DTRIFLAG_EVEN;
-    }
-    return mesh;
-}
-
-struct MeshKind {
-    const char* name;
-    Mesh (*make)(uint32_t count);
-};
-constexpr MeshKind kGrid{"grid", [](uint32_t) { return JitteredGrid(); }};
-constexpr MeshKind kRandom{"random", RandomTriangles};
-constexpr MeshKind kStrip{"strip", Strip};
-
-struct MemberKind {
-    const char* name;
-    Renderer member;
-    uint32_t flags; // RenderFlags
-    MeshKind meshes[2];
-};
-constexpr uint32_t kPlainFlags = RF_GOURAUD | RF_ZENABLE | RF_FOG;
-constexpr uint32_t kTextureFlags = RF_GOURAUD | RF_ZENABLE | RF_TEXTURE | RF_PERSPECTIVE;
-constexpr MemberKind kMembers[] = {
-    {"Glint_Tri_XYZ_RGBF", Glint_Tri_XYZ_RGBF, kPlainFlags, {kGrid, kRandom}},
-    {"Glint_Tri_XYZ_RGB", Glint_Tri_XYZ_RGB, kPlainFlags, {kGrid, kRandom}},
-    {"Glint_Tri_XYZ_STQ_RGBF", Glint_Tri_XYZ_STQ_RGBF, kPlainFlags, {kGrid, kRandom}},
-    {"Delta_Tri_XYZ_STQ_RGBF", Delta_Tri_XYZ_STQ_RGBF, kTextureFlags | RF_FOG, {kRandom, kStrip}},
-    {"P2_GouraudTextureZ", P2_GouraudTextureZ, kTextureFlags, {kRandom, kStrip}},
-    {"P2_Tri_XYZ_STQ_RGBFS", P2_Tri_XYZ_STQ_RGBFS, kTextureFlags, {kRandom, kStrip}},
-};
-
-void Render(D3DContext* ctx, Renderer member, Mesh& mesh) {
-    D3DINSTRUCTION ins{D3DOP_TRIANGLE, sizeof(D3DTRIANGLE),
-                       static_cast<WORD>(mesh.triangles.size())};
-    member(ctx, &ins, mesh.vertices.data(), mesh.triangles.data());
-}
-
-// One 32-bit store a word, as the renderers do, into the ring's sub-buffers in turn.
-__attribute__((noinline, optimize("no-tree-vectorize", "no-tree-loop-distribute-patterns"))) void
-StoreReadyMade(const std::vector<uint32_t>& words, uint32_t* ring) {
-    const uint32_t* from = words.data();
-    const uint32_t* const end = from + words.size();
-    while (from != end) {
-        const uint32_t run = std::min<uint32_t>(kRingWords, static_cast<uint32_t>(end - from));
-        for (uint32_t i = 0; i < run; ++i) {
-            ring[i] = from[i];
-        }
-        from += run;
-        asm volatile("" : : "r"(ring) : "memory");
-    }
-}
-
-double Seconds(auto&& work) {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double Median(std::vector<double>& values) {
-    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
-    return values[values.size() / 2];
-}
-
-void Measure(const MemberKind& kind, const MeshKind& meshKind) {
-    const Renderer member = kind.member;
-    Mesh mesh = meshKind.make(8192);
-    auto rig = std::make_unique<Rig>();
-    rig->ctx.RenderFlags = kind.flags;
     std::vector<uint32_t> words;
-    keptWords = &words;
-    Render(&rig->ctx, member, mesh);
+    const auto render = [&] {
+        const host::DriverCall call;
+        Render(*rig, renderer, drawing);
+    };
+    render(); // snaps
     CommandStream& stream = rig->ctx.Stream;
-    words.insert(words.end(), stream.Current().Linear, stream.WritePointer);
+    stream.WritePointer = stream.Current().Linear;
+    keptWords = &words;
+    render();
     keptWords = nullptr;
-
-    std::vector<double> drawing, storing, ratios;
-    for (int round = 0; round < kRounds; ++round) {
-        drawing.push_back(Seconds([&] { Render(&rig->ctx, member, mesh); }));
-        storing.push_back(Seconds([&] { StoreReadyMade(words, rig->ring); }));
-        ratios.push_back(drawing.back() / storing.back());
-    }
-    const double triangles = static_cast<double>(mesh.triangles.size());
-    std::printf("%-22s %-8s %6.1f %9.1f %9.1f %7.2f\n", kind.name, meshKind.name,
-                static_cast<double>(words.size()) / triangles, Median(drawing) * 1e9 / triangles,
-                Median(storing) * 1e9 / triangles, Median(ratios));
+    words.insert(words.end(), stream.Current().Linear, stream.WritePointer);
+    work.unit = member.line ? "line" : "triangle";
+    work.units = static_cast<double>(mesh.triangles.size());
+    work.words = words.size();
+    work.run = render;
+    work.plain = [&] { StorePlain(words, rig->ring, kRingWords); };
+    work.plainName = "plain stores";
+    session.Measure(work);
 }
+
+// The DLL's renderers by name.
+class DllRenderers {
+  public:
+    explicit DllRenderers(const Options& options) {
+        if (!options.count) {
+            for (const auto& pair : host::loader::PairRenderers(options.dll)) {
+                for (const Member& member : kMembers) {
+                    if (member.linked == pair.linked) {
+                        byName_[std::string(member.name)] = pair.dll;
+                    }
+                }
+            }
+            return;
+        }
+        image_.emplace(options.dll);
+        image_->Load();
+        std::ifstream in(options.dllRenderers);
+        std::string name;
+        size_t place;
+        while (in >> name >> place) {
+            byName_[name] = reinterpret_cast<Renderer>(image_->Base() + place);
+        }
+    }
+    Renderer Of(std::string_view name) const {
+        const auto found = byName_.find(std::string(name));
+        if (found == byName_.end()) {
+            throw std::runtime_error("the DLL has no " + std::string(name));
+        }
+        return found->second;
+    }
+    void Write(const std::string& file) const {
+        const auto base = reinterpret_cast<uint32_t>(host::TheDriverModule().instance);
+        std::ofstream out(file);
+        for (const auto& [name, renderer] : byName_) {
+            out << name << ' ' << reinterpret_cast<uint32_t>(renderer) - base << '\n';
+        }
+    }
+
+  private:
+    std::map<std::string, Renderer> byName_;
+    std::optional<host::loader::Image> image_;
+};
+
+// The first ones are drawn as random triangles too.
+constexpr size_t kInFull = 7;
 
 } // namespace
 
-int main(int argc, char** argv) {
-    if (argc >= 3 && std::strcmp(argv[1], "--count") == 0) {
-        const std::string_view memberName = argc > 3 ? argv[3] : kMembers[0].name;
-        const std::string_view meshName = argc > 4 ? argv[4] : "random";
-        const auto count = static_cast<uint32_t>(std::strtoul(argv[2], nullptr, 10));
-        auto rig = std::make_unique<Rig>();
-        for (const MemberKind& kind : kMembers) {
-            for (const MeshKind& meshKind : kind.meshes) {
-                if (kind.name == memberName && meshKind.name == meshName) {
-                    Mesh mesh = meshKind.make(std::clamp(count, 1u, 20000u));
-                    rig->ctx.RenderFlags = kind.flags;
-                    Render(&rig->ctx, kind.member, mesh);
-                    std::printf("triangles %zu words %zu\n", mesh.triangles.size(),
-                                sentWords + rig->ctx.Stream.WordsWritten());
-                    return 0;
-                }
-            }
-        }
-        return 1;
-    }
-    std::printf("%-22s %-8s %6s %9s %9s %7s\n", "member", "mesh", "words", "draw ns", "store ns",
-                "ratio");
-    for (const MemberKind& kind : kMembers) {
-        for (const MeshKind& meshKind : kind.meshes) {
-            Measure(kind, meshKind);
-        }
-    }
-    return 0;
+void WriteDllRenderers(const Options& options, const std::string& file) {
+    DllRenderers(options).Write(file);
 }
+
+void MeasureTriangles(Session& session) {
+    if (!session.Wants("triangles")) {
+        return;
+    }
+    const DllRenderers dllRenderers(session.TheOptions());
+    const Mesh list = StripMesh(false), strip = StripMesh(true), random = RandomTriangles(8192);
+    for (size_t i = 0; i < std::size(kMembers); ++i) {
+        const Member& member = kMembers[i];
+        const Renderer dll = dllRenderers.Of(member.name);
+        const bool takesStrips = !member.line && !member.name.starts_with("Glint");
+        const auto both = [&](const char* name, const Mesh& mesh) {
+            MeasureMember(session, member, member.linked, "hosted", name, mesh);
+            MeasureMember(session, member, dll, "dll", name, mesh);
+        };
+        both("mesh", list);
+        if (takesStrips) {
+            both("strip", strip);
+        }
+        if (i < kInFull) {
+            both("random", random);
+        }
+    }
+}
+
+} // namespace bench

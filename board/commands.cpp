@@ -141,6 +141,7 @@ void CommandUnit::Render() {
         fromHost_ = registers_.Get(field::Render_SyncOnHostData) != 0;
         if (fromHost_) {
             download_.Begin(chip_, registers_, pipeline_);
+            decoded_.reset(); // words of the download become the state's colour
         }
         DrawRows(registers_[tag::Count]);
     } else {
@@ -202,14 +203,15 @@ bool CommandUnit::BeginPrimitive() {
     }
     registers_.BeginPrimitive();
     interpolants_.Load(registers_);
-    pipeline_ = DecodePipeline(chip_, registers_, memories_, host_, tables_, faults_);
+    DecodeModes();
     pick_.Configure(registers_);
     return true;
 }
 
 void CommandUnit::Visit(StateVisitor& visit) {
     auto& [chip, registers, memories, host, output, faults, strayWords, setup, rasteriser, line,
-           interpolants, pipeline, pick, tables, download, fromHost, walk, pixelsDrawn] = *this;
+           interpolants, pipeline, rows, decoded, decodeFaults, pick, tables, download, fromHost,
+           walk, pixelsDrawn] = *this;
     visit.Value("strayWords", strayWords);
     if (setup) {
         visit.Within("setup", *setup);
@@ -226,17 +228,35 @@ void CommandUnit::Visit(StateVisitor& visit) {
 }
 
 void CommandUnit::Rebuild() {
+    decoded_.reset();
     if (walk_ == Walk::None) {
         return; // nothing can go on
     }
     FaultCounts counted; // when the primitive began
     registers_.ExchangePrimitive();
     pipeline_ = DecodePipeline(chip_, registers_, memories_, host_, tables_, counted);
+    pipeline_.flatColour = FragmentColour(registers_);
+    rows_ = PlanRows(pipeline_);
     pick_.Configure(registers_);
     if (fromHost_) {
         download_.Configure(chip_, registers_, pipeline_);
     }
     registers_.ExchangePrimitive();
+}
+
+void CommandUnit::DecodeModes() {
+    const ModeKey key{registers_[tag::Render], registers_.Revision(), host_.Revision()};
+    if (decoded_ != key) {
+        decodeFaults_ = {};
+        pipeline_ = DecodePipeline(chip_, registers_, memories_, host_, tables_, decodeFaults_);
+        rows_ = PlanRows(pipeline_);
+        decoded_ = key;
+    }
+    pipeline_.flatColour = FragmentColour(registers_);
+    // What cannot be honoured counts for every primitive.
+    for (const auto& [unit, times] : decodeFaults_.unmodelled) {
+        faults_.unmodelled[unit] += times;
+    }
 }
 
 bool CommandUnit::GoesOn(Walk walk) {
@@ -255,7 +275,7 @@ void CommandUnit::DrawRows(uint32_t rows) {
         return;
     }
     rasteriser_.Walk(rows & kRowCountMask, [this](const Span& span) {
-        DrawSpan(pipeline_, span, interpolants_, pick_, faults_);
+        DrawSpan(pipeline_, &rows_, span, interpolants_, pick_, faults_);
         pixelsDrawn_ += static_cast<uint64_t>(std::max<int64_t>(span.right - span.left, 0));
         interpolants_.StepRow();
     });
@@ -271,7 +291,7 @@ void CommandUnit::DrawSteps(uint32_t steps) {
         pixel.y = y;
         pixel.left = x;
         pixel.right = x + 1;
-        DrawSpan(pipeline_, pixel, interpolants_, pick_, faults_);
+        DrawSpan(pipeline_, nullptr, pixel, interpolants_, pick_, faults_);
         interpolants_.StepRow();
     });
 }

@@ -1,6 +1,7 @@
 #pragma once
 // The end of the input FIFO: stores register writes and carries out those that are commands.
 #include "board/bus/output_fifo.h"
+#include "board/pixel/fragment_rows.h"
 #include "board/pixel/host_download.h"
 #include "board/pixel/pick.h"
 #include "board/pixel/pipeline.h"
@@ -45,6 +46,12 @@ class CommandUnit {
   private:
     // What the latest primitive walks along, and so how it can go on.
     enum class Walk { None, Rows, Steps };
+    // What the pipeline's state is decoded from.
+    struct ModeKey {
+        uint32_t render;              // word
+        uint32_t registers, mappings; // revisions
+        bool operator==(const ModeKey&) const = default;
+    };
 
     void Render();
     // The setup unit's primitives; the data word is a Render word.
@@ -53,6 +60,8 @@ class CommandUnit {
     bool HasSetupUnit();
     // Takes the state for a primitive. False: it cannot be drawn.
     bool BeginPrimitive();
+    // Brings the pipeline's state up to date with the registers.
+    void DecodeModes();
     bool GoesOn(Walk walk);
     void DrawRows(uint32_t rows);
     HostDownload::Primitive DownloadTarget() {
@@ -77,7 +86,11 @@ class CommandUnit {
     Rasteriser rasteriser_;
     LineWalker line_;
     Interpolants interpolants_{};
+    // Derived from the registers, on the first primitive behind a change.
     PipelineState pipeline_{};
+    RowPlan rows_{};
+    std::optional<ModeKey> decoded_;
+    FaultCounts decodeFaults_; // of that decoding
     PickUnit pick_;
     LookupTables tables_;
     HostDownload download_;

@@ -5,47 +5,34 @@
  */
 #include <korv_board.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 
 /* ---- what the emulator has anyway: memory, a bus, an interrupt controller ---- */
 
 enum { GUEST_BYTES = 1 << 20, IRQ = 11 };
 
-typedef struct machine machine;
 typedef struct {
     uint32_t base, bytes;
     uint32_t (*read)(void* device, uint32_t offset);
     void (*write)(void* device, uint32_t offset, uint32_t value);
 } bar;
 typedef struct {
-    bar bars[2];
-    void* device;
-} pci_slot;
-struct machine {
-    uint8_t* guest;
-    pci_slot slot;
+    uint8_t guest[GUEST_BYTES];
+    struct { bar bars[2]; void* device; } slot;
     int irq_level[16];
-};
+} machine;
 
 static bar* decode(machine* m, uint32_t address) {
-    int i;
-    for (i = 0; i < 2; ++i) {
-        if (address - m->slot.bars[i].base < m->slot.bars[i].bytes) {
-            return &m->slot.bars[i];
-        }
-    }
-    return NULL;
+    bar* b = m->slot.bars;
+    return address - b[0].base < b[0].bytes ? &b[0] : &b[1];
 }
 static uint32_t bus_read(machine* m, uint32_t address) {
-    bar* b = decode(m, address);
-    return b != NULL ? b->read(m->slot.device, address - b->base) : 0xFFFFFFFFu;
+    const bar* b = decode(m, address);
+    return b->read(m->slot.device, address - b->base);
 }
 static void bus_write(machine* m, uint32_t address, uint32_t value) {
-    bar* b = decode(m, address);
-    if (b != NULL) {
-        b->write(m->slot.device, address - b->base, value);
-    }
+    const bar* b = decode(m, address);
+    b->write(m->slot.device, address - b->base, value);
 }
 
 /* ---- the device: glue between that bus and the board ---- */
@@ -76,13 +63,13 @@ static void registers_write(void* device, uint32_t offset, uint32_t value) {
     korv_board_write(((card*)device)->board, offset, value);
     card_pin(device);
 }
-static uint32_t memory_read(void* device, uint32_t offset) {
-    uint32_t value;
-    memcpy(&value, korv_board_frame_buffer(((card*)device)->board, NULL) + (offset & ~3u), 4);
-    return value;
+/* An emulator would map this BAR straight to the memory, as it does with its own. */
+static uint32_t* memory_at(void* device, uint32_t offset) {
+    return (uint32_t*)korv_board_frame_buffer(((card*)device)->board, NULL) + offset / 4;
 }
+static uint32_t memory_read(void* device, uint32_t offset) { return *memory_at(device, offset); }
 static void memory_write(void* device, uint32_t offset, uint32_t value) {
-    memcpy(korv_board_frame_buffer(((card*)device)->board, NULL) + (offset & ~3u), &value, 4);
+    *memory_at(device, offset) = value;
 }
 static int card_plug(card* c, machine* m) {
     bar registers = {0xE0000000u, KORV_BOARD_APERTURE_BYTES, registers_read, registers_write};
@@ -123,11 +110,10 @@ int main(void) {
         {"Count", 32}, {"Render", 0x48}};
     const uint32_t bar0 = 0xE0000000u, bar1 = 0xE1000000u;
     const uint32_t pixel = bar1 + (4 * 128 + 8) * 4; /* rows are 128 pixels */
-    machine m = {NULL};
+    static machine m;
     card c;
     uint32_t i, microseconds = 0, words[20];
-    m.guest = calloc(1, GUEST_BYTES);
-    if (m.guest == NULL || !card_plug(&c, &m)) {
+    if (!card_plug(&c, &m)) {
         return 1;
     }
     for (i = 0; i < 10; ++i) {
@@ -146,6 +132,5 @@ int main(void) {
            (unsigned)microseconds, m.irq_level[IRQ], (unsigned)bus_read(&m, pixel),
            (unsigned)bus_read(&m, pixel - 4));
     korv_board_destroy(c.board);
-    free(m.guest);
     return 0;
 }

@@ -1,7 +1,7 @@
 /*
  * Plays a file of stream words on a board and writes what it has drawn as PNG:
- *   play_words CHIP WORDS PICTURE.png WIDTH HEIGHT [PITCH [BASE]]
- * CHIP is a number of korv_board_chip; pixels are 16 bits, 5:6:5. PITCH and BASE are bytes.
+ *   play_words CHIP WORDS PICTURE.png WIDTH HEIGHT FORMAT PITCH [BASE]
+ * CHIP is a number of korv_board_chip, FORMAT one of korv_board_format. PITCH and BASE are bytes.
  */
 #include <korv_board.h>
 #include <stdio.h>
@@ -9,13 +9,11 @@
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #include <stb_image_write.h>
-
 static korv_board* board;
 
 static void check(korv_board_status status, const char* what) {
     if (status != KORV_BOARD_OK) {
-        fprintf(stderr, "%s: %s: %s\n", what, korv_board_status_text(status),
-                korv_board_error(board));
+        fprintf(stderr, "%s: %s\n", what, korv_board_error(board));
         exit(1);
     }
 }
@@ -29,8 +27,8 @@ int main(int argc, char** argv) {
     char error[200] = "", faults[2000];
     FILE* file;
 
-    if (argc < 6 || (file = fopen(argv[2], "rb")) == NULL) {
-        fprintf(stderr, "play_words CHIP WORDS PICTURE.png WIDTH HEIGHT [PITCH [BASE]]\n");
+    if (argc < 8 || (file = fopen(argv[2], "rb")) == NULL) {
+        fprintf(stderr, "play_words CHIP WORDS PICTURE.png WIDTH HEIGHT FORMAT PITCH [BASE]\n");
         return 2;
     }
     korv_board_config_init(&config, sizeof config);
@@ -47,9 +45,9 @@ int main(int argc, char** argv) {
     fclose(file);
     picture.width = (uint32_t)atoi(argv[4]);
     picture.height = (uint32_t)atoi(argv[5]);
-    picture.pitch = argc > 6 ? (uint32_t)atoi(argv[6]) : picture.width * 2;
-    picture.base = argc > 7 ? (uint32_t)strtoul(argv[7], NULL, 0) : 0;
-    picture.format = KORV_BOARD_RGB565;
+    picture.format = (uint32_t)atoi(argv[6]);
+    picture.pitch = (uint32_t)atoi(argv[7]);
+    picture.base = argc > 8 ? (uint32_t)strtoul(argv[8], NULL, 0) : 0;
     picture.picture_format = KORV_BOARD_BYTES_RGB;
     pixels = malloc((size_t)picture.width * picture.height * 3);
     check(korv_board_read_picture(board, &picture, pixels, picture.width * 3), "picture");
@@ -57,9 +55,8 @@ int main(int argc, char** argv) {
         fprintf(stderr, "%s cannot be written\n", argv[3]);
         return 1;
     }
-    korv_board_fault_text(board, faults, sizeof faults);
+    korv_board_fault_text(board, faults, sizeof faults); /* what the words did wrong */
     fputs(faults, stdout);
-    free(pixels);
     korv_board_destroy(board);
     return 0;
 }

@@ -18,7 +18,10 @@ korv_packages=(
   nlohmann-json3-dev
 )
 # shellcheck disable=SC2034
-korv_test_packages=(g++-mingw-w64-i686 googletest)
+korv_test_packages=(
+  clang-14 g++-mingw-w64-i686 googletest libc++-14-dev-wasm32 libc++abi-14-dev-wasm32
+  libclang-rt-14-dev-wasm32 lld-14 llvm-14 pkgconf python3 wasi-libc zip
+)
 
 complain() {
   echo "korv32: $1" >&2

@@ -100,9 +100,10 @@ void Player::Play(const Event& event) {
     }
     switch (event.kind) {
     case EventKind::Read:
-        if (const uint32_t value = board.PlayRead(event.offset); value != event.value) {
-            Differ("register " + Hex(event.offset, 4) + " reads " + Hex(value) + ", it read " +
-                   Hex(event.value) + " then");
+        latestRead_ = board.PlayRead(event.offset);
+        if (latestRead_ != event.value) {
+            Differ("register " + Hex(event.offset, 4) + " reads " + Hex(latestRead_) +
+                   ", it read " + Hex(event.value) + " then");
         }
         break;
     case EventKind::Write:
@@ -162,7 +163,10 @@ void Player::Play(const Event& event) {
         PlayStore(event);
         break;
     case EventKind::State:
-        throw StreamError("it starts in the middle, which cannot be played yet");
+        if (const auto wrong = board.Restore(event.bytes)) {
+            throw StreamError("the state at " + TextOf(at_) + " cannot be taken up: " + *wrong);
+        }
+        break;
     case EventKind::Mark:
         break;
     }

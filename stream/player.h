@@ -12,8 +12,8 @@ namespace stream {
 
 class Player {
   public:
-    // The board is as it was when power came on. `source` stands at its start, or where it has a
-    // state; it must outlive the player.
+    // The board is as it was when power came on; a state in the stream makes it another. `source`
+    // stands at its start and must outlive the player.
     explicit Player(Source& source);
     ~Player();
     Player(const Player&) = delete;
@@ -31,6 +31,11 @@ class Player {
 
     board::PlayedBoard& Board() { return *board_; }
     Source& From() { return source_; }
+    // Memory of the machine that the chip can read, by bus address.
+    const std::map<uint32_t, std::vector<uint8_t>>& HostMemory() const { return host_; }
+
+    // What the register read last gave here.
+    uint32_t LatestRead() const { return latestRead_; }
 
     // A register read other than it did when the stream was recorded, or the like: the board here
     // is not the one there.
@@ -55,6 +60,7 @@ class Player {
     std::unique_ptr<RecordedVideo> video_;
     std::map<uint32_t, std::vector<uint8_t>> host_; // memory of the machine, by bus address
     Position at_;                                   // of the event being played
+    uint32_t latestRead_ = 0;
     std::vector<Difference> differences_;
     uint64_t differenceCount_ = 0;
 };

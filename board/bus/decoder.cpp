@@ -7,16 +7,7 @@ constexpr uint32_t kUnusedTagBits = 0xFFFF & ~(kIndexedForm | kTagMask);
 constexpr uint32_t kGroupIndexBits = 0xF;
 } // namespace
 
-StreamDecoder::Kind StreamDecoder::Feed(uint32_t word, RegisterWrite& write) {
-    if (ExpectsData()) {
-        write = {NextRegister(), word};
-        if (maskLeft_ != 0) {
-            maskLeft_ &= maskLeft_ - 1;
-        } else {
-            --holdLeft_;
-        }
-        return Kind::Data;
-    }
+StreamDecoder::Kind StreamDecoder::TakeTag(uint32_t word) {
     if ((word & kUnusedTagBits) != 0) {
         return Kind::Malformed;
     }

@@ -22,10 +22,23 @@ class StreamDecoder {
 
     // Takes one word. For Data, `write` becomes the register write it makes. A malformed word is
     // skipped: the next word is taken for a tag word again.
-    Kind Feed(uint32_t word, RegisterWrite& write);
+    Kind Feed(uint32_t word, RegisterWrite& write) {
+        if (ExpectsData()) {
+            write = {NextRegister(), word};
+            if (maskLeft_ != 0) {
+                maskLeft_ &= maskLeft_ - 1;
+            } else {
+                --holdLeft_;
+            }
+            return Kind::Data;
+        }
+        return TakeTag(word);
+    }
     void Visit(StateVisitor& visit);
 
   private:
+    Kind TakeTag(uint32_t word);
+
     uint32_t base_ = 0; // tag of a hold burst, group of an indexed one
     uint32_t holdLeft_ = 0;
     uint32_t maskLeft_ = 0;

@@ -4,6 +4,7 @@
 #include "board/values/state_visitor.h"
 
 #include <cstdint>
+#include <span>
 
 namespace board {
 
@@ -19,6 +20,7 @@ class DmaEngine {
     void Pass() {
         address_ += sizeof(uint32_t);
         --wordsLeft_;
+        source_ = {};
     }
     void Stop() { wordsLeft_ = 0; }
 
@@ -28,15 +30,19 @@ class DmaEngine {
     // Fetches the next word. False when nobody mapped its address: the transfer ends there.
     bool Next(uint32_t& word);
     void Visit(StateVisitor& visit) {
-        auto& [host, address, wordsLeft] = *this;
+        auto& [host, address, wordsLeft, source, revision] = *this;
         visit.Value("address", address);
         visit.Value("wordsLeft", wordsLeft);
+        source = {};
     }
 
   private:
     const HostMemory& host_;
     uint32_t address_ = 0;
     uint32_t wordsLeft_ = 0;
+    // What lies at the address, as the mappings stood at that revision.
+    std::span<const uint8_t> source_;
+    uint32_t revision_ = 0;
 };
 
 } // namespace board

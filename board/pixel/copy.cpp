@@ -29,10 +29,17 @@ void CopyPixels(const PipelineState& state, const Span& span, SourceOf sourceOf,
     }
 }
 
-// The whole texel of a coordinate without sign.
-int64_t WholeTexel(const Interpolant& coordinate, int64_t distance, int64_t pixels) {
-    return static_cast<uint32_t>(coordinate.At(distance, pixels)) >> kGlintTexelFractionBits;
-}
+// A coordinate without sign along the walk.
+struct TexelCoordinate {
+    uint32_t first, step;
+
+    TexelCoordinate(const Interpolant& of, int64_t distance, int64_t pixels)
+        : first(static_cast<uint32_t>(of.At(distance, pixels))),
+          step(static_cast<uint32_t>(of.dx)) {}
+    int64_t Whole(int64_t steps) const {
+        return (first + static_cast<uint32_t>(steps) * step) >> kGlintTexelFractionBits;
+    }
+};
 
 template <int Bytes>
 void CopyBySource(const PipelineState& state, const Span& span, const Interpolants& row,
@@ -44,14 +51,11 @@ void CopyBySource(const PipelineState& state, const Span& span, const Interpolan
         return;
     }
     const int64_t lead = state.subPixel ? span.lead : 0;
+    const TexelCoordinate s(row.channels[Interpolants::S], lead, span.skipped);
+    const TexelCoordinate t(row.channels[Interpolants::T], lead, span.skipped);
     CopyPixels<Bytes>(
         state, span,
-        [&](int64_t, int64_t step) {
-            const int64_t pixels = span.skipped + step;
-            return source.Index(WholeTexel(row.channels[Interpolants::S], lead, pixels),
-                                WholeTexel(row.channels[Interpolants::T], lead, pixels));
-        },
-        faults);
+        [&](int64_t, int64_t step) { return source.Index(s.Whole(step), t.Whole(step)); }, faults);
 }
 
 } // namespace

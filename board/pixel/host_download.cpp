@@ -67,7 +67,8 @@ void HostDownload::Feed(uint32_t word, const Primitive& primitive) {
         pixel.Clip(x, x + 1);
         primitive.state.gouraud = false;
         primitive.state.flatColour = ColourOfWord(word);
-        DrawSpan(primitive.state, pixel, primitive.interpolants, primitive.pick, primitive.faults);
+        DrawSpan(primitive.state, nullptr, pixel, primitive.interpolants, primitive.pick,
+                 primitive.faults);
         break;
     }
     case Form::Packed:

@@ -34,19 +34,20 @@ LocalUpdate DecodeLocalUpdate(const DeviceRow& chip, const RegisterFile& registe
     return update;
 }
 
-void UpdateLocalSpan(const LocalUpdate& update, const Span& span, FaultCounts& faults) {
+void UpdateLocalSpan(const LocalUpdate& update, const Span& whole, FaultCounts& faults) {
     Plane source = update.target;
     source.base = update.sourceBase;
+    const bool copies = update.way == LocalUpdate::Way::Copy;
+    Span span = whole;
+    faults.badMemoryAccesses += update.target.ClipToMemory(span);
+    if (copies && !span.Empty()) {
+        faults.badMemoryAccesses += source.ClipToMemory(span);
+    }
     const int64_t direction = span.leftward ? -1 : 1;
     int64_t x = span.First();
     for (int64_t left = span.right - span.left; left > 0; --left, x += direction) {
         const int64_t to = update.target.Index(x, span.y);
         const int64_t from = source.Index(x, span.y);
-        const bool copies = update.way == LocalUpdate::Way::Copy;
-        if (to < 0 || to >= source.elements || (copies && (from < 0 || from >= source.elements))) {
-            ++faults.badMemoryAccesses;
-            continue;
-        }
         const uint32_t word = copies ? LoadElement<4>(source.memory + from * 4) : update.fill;
         StoreElement<4>(source.memory + to * 4, word);
     }

@@ -3,7 +3,9 @@
 #include "board/pixel/block_fill.h"
 #include "board/pixel/copy.h"
 #include "board/pixel/fog.h"
+#include "board/pixel/fragment_rows.h"
 #include "board/pixel/packed_copy.h"
+#include "board/pixel/raw_rows.h"
 #include "board/pixel/write_pixel.h"
 
 #include <algorithm>
@@ -147,22 +149,30 @@ void DrawPixels(const PipelineState& state, const Span& span, const Interpolants
 
 } // namespace
 
-void DrawSpan(const PipelineState& state, const Span& whole, const Interpolants& row,
-              PickUnit& pick, FaultCounts& faults) {
+void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& whole,
+              const Interpolants& row, PickUnit& pick, FaultCounts& faults) {
+    const bool rawRows = plan != nullptr && plan->raw;
     if (state.copy.way == CopyState::Way::Packed) {
-        CopyPackedSpan(state, whole, faults);
+        if (whole.y >= state.clip.top && whole.y < state.clip.bottom &&
+            !(rawRows && CopyPackedRow(state, whole))) {
+            CopyPackedSpan(state, whole, faults);
+        }
         return;
     }
     Span span = whole;
     if (span.Empty() || span.y < state.clip.top || span.y >= state.clip.bottom) {
         return;
     }
-    span.Clip(state.clip.left, state.clip.right);
-    if (span.Empty()) {
-        return;
+    if (span.left < state.clip.left || span.right > state.clip.right) {
+        span.Clip(state.clip.left, state.clip.right);
+        if (span.Empty()) {
+            return;
+        }
     }
     if (state.localUpdate.way != LocalUpdate::Way::None) {
-        UpdateLocalSpan(state.localUpdate, span, faults);
+        if (plan == nullptr || !UpdateLocalRow(state.localUpdate, span)) {
+            UpdateLocalSpan(state.localUpdate, span, faults);
+        }
     }
     if (state.drawsPixels) {
         faults.badMemoryAccesses += state.pixels.ClipToMemory(span);
@@ -174,15 +184,18 @@ void DrawSpan(const PipelineState& state, const Span& whole, const Interpolants&
         return;
     }
     if (state.blockFill) {
-        if (state.drawsPixels) {
+        if (state.drawsPixels && !(rawRows && FillRow(state, span))) {
             FillSpan(state, span);
         }
         return;
     }
     if (state.copy.way != CopyState::Way::None) {
-        if (state.drawsPixels) {
+        if (state.drawsPixels && !(rawRows && CopyRow(state, span))) {
             CopySpan(state, span, row, faults);
         }
+        return;
+    }
+    if (plan != nullptr && plan->possible && DrawFragmentRow(*plan, state, span, row, pick)) {
         return;
     }
     switch (state.pixels.bytesPerElement) {

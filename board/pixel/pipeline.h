@@ -66,14 +66,21 @@ inline constexpr uint32_t k4BitPixels = 3;
 // Bytes per pixel of the target, by the register that this chip keeps it in.
 uint32_t BytesPerPixel(const DeviceRow& chip, const RegisterFile& registers);
 
+// The colour of all fragments that are not interpolated.
+Colour FragmentColour(const RegisterFile& registers);
+
 // Decodes the mode words for a primitive drawn with the Render word in `registers`. Settings that
 // the board cannot honour are counted in `faults`. The state refers to `memories` and `tables`.
 PipelineState DecodePipeline(const DeviceRow& chip, const RegisterFile& registers,
                              Memories& memories, const HostMemory& host, const LookupTables& tables,
                              FaultCounts& faults);
 
-// Draws the pixels of a span, `row` being the interpolants on its dominant edge.
-void DrawSpan(const PipelineState& state, const Span& span, const Interpolants& row, PickUnit& pick,
-              FaultCounts& faults);
+struct RowPlan; // fragment_rows.h
+
+// Draws the pixels of a span, `row` being the interpolants on its dominant edge. Without a plan
+// they are drawn one by one, which defines what comes out; with the state's own plan, which makes
+// no difference, at once where that is possible.
+void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& span,
+              const Interpolants& row, PickUnit& pick, FaultCounts& faults);
 
 } // namespace board

@@ -99,6 +99,11 @@ uint32_t BytesPerPixel(const DeviceRow& chip, const RegisterFile& registers) {
     }
 }
 
+Colour FragmentColour(const RegisterFile& registers) {
+    const bool constant = registers.Get(field::ColorDDAMode_Enable) != 0;
+    return ColourOfWord(registers[constant ? tag::ConstantColor : tag::Color]);
+}
+
 PipelineState DecodePipeline(const DeviceRow& chip, const RegisterFile& registers,
                              Memories& memories, const HostMemory& host, const LookupTables& tables,
                              FaultCounts& faults) {
@@ -139,8 +144,7 @@ PipelineState DecodePipeline(const DeviceRow& chip, const RegisterFile& register
     }
 
     state.gouraud = on(field::ColorDDAMode_Enable) && on(field::ColorDDAMode_Gouraud);
-    state.flatColour =
-        ColourOfWord(registers[on(field::ColorDDAMode_Enable) ? tag::ConstantColor : tag::Color]);
+    state.flatColour = FragmentColour(registers);
     state.texture = DecodeTexture(chip, registers, memories, host, tables, faults);
     state.fogged = on(field::FogMode_Enable) && on(field::Render_Fog);
     state.fogColour = ColourOfWord(registers[tag::FogColor]);

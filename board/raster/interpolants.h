@@ -19,6 +19,11 @@ struct Interpolant {
 
     // Value `distance` pixels from the dominant edge (16.16, 0 to 1.0) and `pixels` more.
     int64_t At(int64_t distance, int64_t pixels) const {
+        if (FitsWord(dx) && FitsWord(distance) && FitsWord(pixels)) {
+            // The same by smaller products.
+            return WrapAdd(WrapAdd(value, MultiplyWords(dx, distance) >> 16),
+                           MultiplyWords(dx, pixels));
+        }
         const int64_t fraction = WrapMultiply(dx, distance) >> 16;
         return WrapAdd(WrapAdd(value, fraction), WrapMultiply(dx, pixels));
     }

@@ -1,5 +1,7 @@
 #include "board/setup/setup_triangle.h"
 
+#include "board/values/rounding.h"
+
 #include <cmath>
 #include <utility>
 
@@ -9,12 +11,12 @@ namespace {
 
 // First row whose centre is at or below `y`.
 int64_t FirstRow(double y) {
-    return static_cast<int64_t>(std::ceil(y - 0.5));
+    return CeilInteger(y - 0.5);
 }
 
 // From the first row's centre to `y`, downwards positive, in rows.
 double DistanceToCentre(double y) {
-    return static_cast<double>(FirstRow(y)) + 0.5 - y;
+    return static_cast<double>(static_cast<int32_t>(FirstRow(y))) + 0.5 - y;
 }
 
 Edge EdgeBetween(const SetupVertex& top, const SetupVertex& bottom) {
@@ -26,16 +28,22 @@ Edge EdgeBetween(const SetupVertex& top, const SetupVertex& bottom) {
 
 } // namespace
 
-SetupTriangle SetUpTriangle(SetupVertex a, SetupVertex b, SetupVertex c, bool subPixel) {
-    if (b.y < a.y) {
-        std::swap(a, b);
+SetupTriangle SetUpTriangle(const SetupMode& mode, const std::array<SetupVertex, 3>& vertices) {
+    const SetupVertex* top = &vertices[0];
+    const SetupVertex* middleOne = &vertices[1];
+    const SetupVertex* bottom = &vertices[2];
+    if (middleOne->y < top->y) {
+        std::swap(top, middleOne);
     }
-    if (c.y < a.y) {
-        std::swap(a, c);
+    if (bottom->y < top->y) {
+        std::swap(top, bottom);
     }
-    if (c.y < b.y) {
-        std::swap(b, c);
+    if (bottom->y < middleOne->y) {
+        std::swap(middleOne, bottom);
     }
+    const SetupVertex& a = *top;
+    const SetupVertex& b = *middleOne;
+    const SetupVertex& c = *bottom;
     SetupTriangle result{};
     const int64_t middle = FirstRow(b.y);
     result.firstRow = FirstRow(a.y);
@@ -49,8 +57,11 @@ SetupTriangle SetUpTriangle(SetupVertex a, SetupVertex b, SetupVertex c, bool su
     const double upperHeight = b.y - a.y;
     // Twice the area, positive when the middle vertex lies to the right of the dominant edge.
     const double area = (b.x - a.x) * height - (c.x - a.x) * upperHeight;
-    const double correction = subPixel ? DistanceToCentre(a.y) : 0;
+    const double correction = mode.subPixel ? DistanceToCentre(a.y) : 0;
     for (size_t i = 0; i < result.values.size(); ++i) {
+        if (!mode.enabled[i]) {
+            continue;
+        }
         const double toMiddle = b.values[i] - a.values[i];
         const double toBottom = c.values[i] - a.values[i];
         // Per pixel away from the dominant edge, on whichever side the triangle lies.

@@ -16,7 +16,8 @@ struct SetupTriangle {
 
 // Rows are those whose centres lie at or below the upper end and above the lower end of the
 // triangle. An edge depends on its two ends alone, so that the triangles on its two sides agree on
-// every pixel. `subPixel`: values are those of the first row's centre, else the top vertex's.
-SetupTriangle SetUpTriangle(SetupVertex a, SetupVertex b, SetupVertex c, bool subPixel);
+// every pixel. Values, those that `mode` has on, are the first row's centre's with its subPixel,
+// else the top vertex's.
+SetupTriangle SetUpTriangle(const SetupMode& mode, const std::array<SetupVertex, 3>& vertices);
 
 } // namespace board

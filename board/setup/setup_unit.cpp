@@ -65,8 +65,7 @@ std::optional<SetupTriangle> SetupUnit::Triangle(const RegisterFile& registers,
     if (!PrepareAll<3>(mode, store_, {0, 1, 2}, vertices)) {
         return std::nullopt;
     }
-    const SetupTriangle triangle =
-        SetUpTriangle(vertices[0], vertices[1], vertices[2], mode.subPixel);
+    const SetupTriangle triangle = SetUpTriangle(mode, vertices);
     Replace(mode, triangle.values, interpolants);
     interpolants.dominantStep = triangle.dominant.step / kOneStep;
     return triangle;

@@ -1,6 +1,7 @@
 #include "board/setup/setup_vertex.h"
 
 #include "board/values/fixed.h"
+#include "board/values/rounding.h"
 #include "chip/register_table.h"
 
 #include <fmt/format.h>
@@ -23,6 +24,7 @@ constexpr uint32_t KnownBits() {
     }
     return bits;
 }
+constexpr uint32_t kKnownBits = KnownBits();
 
 enum TargetChip : uint32_t { kGlintSX = 0, kGlint = 1, kPermedia = 2 };
 
@@ -75,7 +77,7 @@ SetupMode DecodeSetupMode(const RegisterFile& registers, FaultCounts& faults) {
     if (mode.enabled[I::Depth]) {
         mode.depthScale = DepthScale(registers.Get(field::DeltaMode_DepthFormat), faults);
     }
-    if (const uint32_t unknown = registers[tag::DeltaMode] & ~KnownBits(); unknown != 0) {
+    if (const uint32_t unknown = registers[tag::DeltaMode] & ~kKnownBits; unknown != 0) {
         ++faults.unmodelled[fmt::format("DeltaMode bits {:X}", unknown)];
     }
     return mode;
@@ -126,7 +128,7 @@ int64_t Accumulator(double value) {
     if (std::isnan(value)) {
         return 0;
     }
-    return static_cast<int64_t>(std::floor(std::clamp(value, -kLimit, kLimit) + 0.5));
+    return FloorInteger(std::clamp(value, -kLimit, kLimit) + 0.5);
 }
 
 } // namespace board

@@ -1,7 +1,6 @@
 #include "board/setup/vertex_store.h"
 
 #include "board/values/colour.h"
-#include "board/values/fixed.h"
 
 #include <algorithm>
 #include <bit>
@@ -16,30 +15,34 @@ constexpr uint32_t kGroupWords = 16;
 constexpr uint32_t kAlpha = 0x8, kPackedColour = 0xE; // words of a group
 // A channel of 256 stands for 1.0.
 constexpr double kChannelsPerOne = 256.0;
-constexpr int kColourStartFraction = 23; // 9.15, and 256 for 1.0
 
 struct Word {
     Quantity quantity; // kCount: none
-    int fraction;      // fraction bits of the fixed form
+    double unit;       // what the lowest bit of the fixed form stands for
 };
+
+constexpr double UnitOf(int fractionBits) {
+    return 1.0 / static_cast<double>(int64_t{1} << fractionBits);
+}
 
 constexpr std::array<Word, kGroupWords> kWords = [] {
     std::array<Word, kGroupWords> words{};
-    words.fill({Quantity::kCount, 0});
-    words[0x0] = {Quantity::S, 30};
-    words[0x1] = {Quantity::T, 30};
-    words[0x2] = {Quantity::Q, 30};
-    words[0x3] = {Quantity::Ks, 22};
-    words[0x5] = {Quantity::Red, 30};
-    words[0x6] = {Quantity::Green, 30};
-    words[0x7] = {Quantity::Blue, 30};
-    words[kAlpha] = {Quantity::Alpha, 30};
-    words[0x9] = {Quantity::Fog, 22};
-    words[0xA] = {Quantity::X, 16};
-    words[0xB] = {Quantity::Y, 16};
-    words[0xC] = {Quantity::Z, 30};
+    words.fill({Quantity::kCount, 0.0});
+    words[0x0] = {Quantity::S, UnitOf(30)};
+    words[0x1] = {Quantity::T, UnitOf(30)};
+    words[0x2] = {Quantity::Q, UnitOf(30)};
+    words[0x3] = {Quantity::Ks, UnitOf(22)};
+    words[0x5] = {Quantity::Red, UnitOf(30)};
+    words[0x6] = {Quantity::Green, UnitOf(30)};
+    words[0x7] = {Quantity::Blue, UnitOf(30)};
+    words[kAlpha] = {Quantity::Alpha, UnitOf(30)};
+    words[0x9] = {Quantity::Fog, UnitOf(22)};
+    words[0xA] = {Quantity::X, UnitOf(16)};
+    words[0xB] = {Quantity::Y, UnitOf(16)};
+    words[0xC] = {Quantity::Z, UnitOf(30)};
     return words;
 }();
+constexpr double kColourStartUnit = UnitOf(23); // 9.15, and 256 for 1.0
 
 void SetColour(StoredVertex& vertex, Colour colour) {
     vertex[Quantity::Red] = colour.red / kChannelsPerOne;
@@ -71,16 +74,16 @@ bool VertexStore::Write(RegisterWrite write, bool redHigh) {
         return false;
     }
     const bool isFloat = group >= kSlots;
-    vertex[word.quantity] =
-        isFloat ? std::bit_cast<float>(write.data)
-                : std::ldexp(static_cast<double>(Signed(write.data)), -word.fraction);
+    vertex[word.quantity] = isFloat
+                                ? std::bit_cast<float>(write.data)
+                                : static_cast<double>(static_cast<int32_t>(write.data)) * word.unit;
     return true;
 }
 
 void VertexStore::SetAlpha(uint32_t word) {
     for (StoredVertex& vertex : vertices_) {
         vertex[Quantity::Alpha] =
-            std::ldexp(static_cast<double>(Signed(word)), -kColourStartFraction);
+            static_cast<double>(static_cast<int32_t>(word)) * kColourStartUnit;
     }
 }
 
@@ -94,7 +97,7 @@ uint32_t VertexStore::FixedAlphaTag(uint32_t slot) {
 }
 
 uint32_t VertexStore::FixedAlpha(uint32_t slot) const {
-    const double word = std::ldexp(vertices_[slot][Quantity::Alpha], kWords[kAlpha].fraction);
+    const double word = vertices_[slot][Quantity::Alpha] / kWords[kAlpha].unit;
     constexpr double kLimit = 0x7FFFFFFF;
     return static_cast<uint32_t>(
         static_cast<int32_t>(std::isnan(word) ? 0 : std::clamp(word, -kLimit, kLimit)));

@@ -1,5 +1,6 @@
 #include "board/texture/texture_unit.h"
 
+#include "board/texture/detail.h"
 #include "board/texture/texture_filter.h"
 
 #include <algorithm>
@@ -22,28 +23,6 @@ int64_t ToCoordinate(double value) {
         return static_cast<int64_t>(-kCoordinateLimit);
     }
     return static_cast<int64_t>(std::floor(std::min(value, kCoordinateLimit)));
-}
-
-// Base-2 logarithm of the texels that a pixel spans at the top level.
-double LevelOfDetail(const TextureState& state, double s, double t, double q,
-                     const TextureSlopes& slopes) {
-    constexpr double kTexel = 1 << kTexelFractionBits;
-    double scaleS = 1 / kTexel;
-    double scaleT = 1 / kTexel;
-    double qx = 0;
-    double qy = 0;
-    if (state.perspective) {
-        scaleS = state.scaleS / q / kTexel;
-        scaleT = state.scaleT / q / kTexel;
-        qx = slopes.qx / q;
-        qy = slopes.qy / q;
-    } else if (state.glintTexels) {
-        scaleS = scaleT = 1.0 / (1 << kGlintTexelFractionBits);
-    }
-    const double span = std::max(
-        {std::fabs((slopes.sx - s * qx) * scaleS), std::fabs((slopes.sy - s * qy) * scaleS),
-         std::fabs((slopes.tx - t * qx) * scaleT), std::fabs((slopes.ty - t * qy) * scaleT)});
-    return std::log2(std::max(span, 1e-9));
 }
 
 // Mixes two colours, `weight` of 256 of the second one.
@@ -125,8 +104,8 @@ TextureSample SampleTexture(const TextureState& state, int64_t s, int64_t t, int
         }
     }
     if (state.NeedsDetail()) {
-        const double detail =
-            LevelOfDetail(state, static_cast<double>(s), static_cast<double>(t), divisor, slopes);
+        const double detail = DetailOfSpan(
+            TexelSpan(state, static_cast<double>(s), static_cast<double>(t), divisor, slopes));
         sample.colour = detail > 0 ? SampleMinified(state, detail, u, v, badReads)
                                    : SampleLevel(state, 0, state.magLinear, u, v, badReads);
     } else {

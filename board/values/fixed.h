@@ -13,6 +13,22 @@ constexpr int64_t WrapMultiply(int64_t a, int64_t b) {
     return static_cast<int64_t>(static_cast<uint64_t>(a) * static_cast<uint64_t>(b));
 }
 
+// True if a number is the same as a signed 32-bit word.
+constexpr bool FitsWord(int64_t value) {
+    return value == static_cast<int32_t>(value);
+}
+
+// 0 if a number is the same as a signed 32-bit word: for asking of several at once.
+constexpr uint32_t BeyondWord(int64_t value) {
+    return static_cast<uint32_t>(value >> 32) ^
+           static_cast<uint32_t>(static_cast<int32_t>(value) >> 31);
+}
+
+// Product of two numbers that fit 32-bit words.
+constexpr int64_t MultiplyWords(int64_t a, int64_t b) {
+    return static_cast<int64_t>(static_cast<int32_t>(a)) * static_cast<int32_t>(b);
+}
+
 // Signed value of a register word.
 constexpr int64_t Signed(uint32_t word) {
     return static_cast<int32_t>(word);

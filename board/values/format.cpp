@@ -4,24 +4,6 @@ namespace board {
 
 namespace {
 
-// Bits of alpha, red, green, blue of a format, whatever their order.
-constexpr PixelFormat Layout(uint8_t alpha, uint8_t red, uint8_t green, uint8_t blue,
-                             bool redHigh) {
-    const uint8_t total = red + green + blue;
-    const uint8_t redShift = redHigh ? green + blue : 0;
-    const uint8_t greenShift = redHigh ? blue : red;
-    const uint8_t blueShift = redHigh ? 0 : red + green;
-    return {{redShift, red}, {greenShift, green}, {blueShift, blue}, {total, alpha}};
-}
-
-// Thresholds 0 to 15, each once, neighbours far apart.
-constexpr uint8_t kDitherMatrix[4][4] = {
-    {0, 11, 2, 9},
-    {6, 13, 4, 15},
-    {3, 8, 1, 10},
-    {5, 14, 7, 12},
-};
-
 uint32_t Cut(ChannelBits bits, int32_t value) {
     return static_cast<uint32_t>(value) >> (8 - bits.width) << bits.shift;
 }

@@ -10,19 +10,41 @@ namespace board {
 // A channel's lowest bit and width in bits; width 0 where the format has no such channel.
 struct ChannelBits {
     uint8_t shift, width;
+    bool operator==(const ChannelBits&) const = default;
 };
 
 struct PixelFormat {
     ChannelBits red, green, blue, alpha;
+    bool operator==(const PixelFormat&) const = default;
 };
 
+// The format of so many bits of each channel. With `redHigh` red lies in the high bits of the
+// pixel, otherwise blue does; alpha is topmost in both orders.
+constexpr PixelFormat Layout(uint8_t alpha, uint8_t red, uint8_t green, uint8_t blue,
+                             bool redHigh) {
+    const auto sum = [](int a, int b) { return static_cast<uint8_t>(a + b); };
+    const uint8_t redShift = redHigh ? sum(green, blue) : uint8_t{0};
+    const uint8_t greenShift = redHigh ? blue : red;
+    const uint8_t blueShift = redHigh ? uint8_t{0} : sum(red, green);
+    return {{redShift, red},
+            {greenShift, green},
+            {blueShift, blue},
+            {sum(red, sum(green, blue)), alpha}};
+}
+
 // The format named by a ColorFormat code with its FormatExtension bit, none for unknown codes.
-// With `redHigh` red lies in the high bits of the pixel, otherwise blue does; alpha is topmost in
-// both orders.
 std::optional<PixelFormat> FormatOfCode(uint32_t code, uint32_t extension, bool redHigh);
 
 // 8:8:8, the only format of 24-bit pixels.
 PixelFormat PackedFormat(bool redHigh);
+
+// Ordered dither of 4 x 4 pixels: thresholds 0 to 15, each once, neighbours far apart.
+inline constexpr uint8_t kDitherMatrix[4][4] = {
+    {0, 11, 2, 9},
+    {6, 13, 4, 15},
+    {3, 8, 1, 10},
+    {5, 14, 7, 12},
+};
 
 // Cuts each channel to the format's width.
 uint32_t EncodePixel(const PixelFormat& format, Colour colour);

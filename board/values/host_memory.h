@@ -26,6 +26,13 @@ class HostMemory {
     // The word at `busAddress`. False: nobody is there.
     bool ReadWord(uint32_t busAddress, uint32_t& word) const;
 
+    // The same bytes as far as a reader of whole words from `busAddress` on finds them there: up to
+    // where a later range begins.
+    std::span<const uint8_t> WordsFrom(uint32_t busAddress) const;
+
+    // Another number whenever a range has been mapped.
+    uint32_t Revision() const { return revision_; }
+
   private:
     struct Range {
         uint32_t busAddress;
@@ -33,6 +40,7 @@ class HostMemory {
     };
     std::vector<Range> ranges_;
     Reader reader_;
+    uint32_t revision_ = 0;
 };
 
 } // namespace board

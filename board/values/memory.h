@@ -55,6 +55,9 @@ struct Plane {
             }
         } else {
             const int64_t rowStart = base + span.y * pitch;
+            if (before > 0 && rowStart + span.left >= 0 && rowStart + span.right <= elements) {
+                return 0;
+            }
             span.Clip(-rowStart, elements - rowStart);
         }
         return static_cast<uint64_t>(before - (span.Empty() ? 0 : span.right - span.left));

@@ -1,19 +1,31 @@
 #pragma once
 // The bytes of one of the board's memories: its own, or lent by whoever wants to lay them out.
+#include "board/values/zeroed_memory.h"
+
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <vector>
 
 namespace board {
 
 class MemoryBlock {
   public:
+    MemoryBlock() = default;
+    // A copy has the bytes for its own.
+    MemoryBlock(const MemoryBlock& other) { *this = other; }
+    MemoryBlock& operator=(const MemoryBlock& other) {
+        own_ = ZeroedBytes(other.begin(), other.end());
+        bytes_ = own_;
+        return *this;
+    }
+    bool operator==(const MemoryBlock& other) const { return std::ranges::equal(*this, other); }
+
     // `bytes` of zeroes of its own; if `lent` is not empty, that memory instead: `bytes` of zeroes
     // that outlive this block.
     void Init(size_t bytes, std::span<uint8_t> lent) {
         if (lent.empty()) {
-            own_.assign(bytes, 0);
+            own_ = ZeroedBytes(bytes);
             bytes_ = own_;
         } else {
             bytes_ = lent.first(bytes);
@@ -31,7 +43,7 @@ class MemoryBlock {
     uint8_t operator[](size_t i) const { return bytes_[i]; }
 
   private:
-    std::vector<uint8_t> own_;
+    ZeroedBytes own_;
     std::span<uint8_t> bytes_;
 };
 

@@ -23,26 +23,37 @@ constexpr std::array<bool, kTagCount> KnownTags() {
 
 constexpr std::array<bool, kTagCount> kKnownTags = KnownTags();
 
+// Tags of the vertex store, of commands and of what a primitive steps by itself are not among them.
+constexpr std::array<bool, kTagCount> Lasting() {
+    std::array<bool, kTagCount> lasting{};
+    lasting.fill(true);
+    for (const Register& entry : kRegisters) {
+        if (entry.HasTag() && (entry.use == Use::Interpolant || entry.use == Use::Command)) {
+            lasting[entry.Tag()] = false;
+        }
+    }
+    for (uint32_t number = kVertexStoreFirst; number < kVertexStoreEnd; ++number) {
+        lasting[number] = false;
+    }
+    return lasting;
+}
+
 // All registers but those that a primitive takes anew where it goes on, or steps by itself, and
 // those that feed it. Names without a row in the vocabulary cost nothing by being among them.
 constexpr std::array<bool, kTagCount> Modes() {
-    std::array<bool, kTagCount> modes{};
-    modes.fill(true);
-    for (const Register& entry : kRegisters) {
-        if (entry.HasTag() && (entry.use == Use::Interpolant || entry.use == Use::Command)) {
-            modes[entry.Tag()] = false;
-        }
-    }
+    std::array<bool, kTagCount> modes = Lasting();
     modes[tag::Render] = modes[tag::Color] = true;
-    for (uint32_t number = kVertexStoreFirst; number < kVertexStoreEnd; ++number) {
-        modes[number] = false;
-    }
     return modes;
 }
 
 } // namespace
 
 constexpr std::array<bool, kTagCount> RegisterFile::kModes = Modes();
+constexpr std::array<bool, kTagCount> RegisterFile::kLasting = [] {
+    std::array<bool, kTagCount> lasting = Lasting();
+    lasting[tag::ConstantColor] = false;
+    return lasting;
+}();
 
 RegisterFile::RegisterFile() {
     Set(tag::FBHardwareWriteMask, 0xFFFFFFFF);
@@ -71,7 +82,7 @@ void RegisterFile::ExchangePrimitive() {
 }
 
 void RegisterFile::Visit(StateVisitor& visit) {
-    auto& [tags, aperture, displaced, isDisplaced] = *this;
+    auto& [tags, aperture, displaced, isDisplaced, revision] = *this;
     visit.Values("tags", tags);
     visit.Values("aperture", aperture);
     std::vector<uint64_t> words;
@@ -83,6 +94,7 @@ void RegisterFile::Visit(StateVisitor& visit) {
         return word[0] < reg::ApertureBytes && word[0] % alignment == 0 &&
                StateVisitor::Word32(&word[1]);
     });
+    ++revision;
     BeginPrimitive();
     for (size_t i = 0; i < words.size(); i += 2) {
         Displace(static_cast<uint32_t>(words[i]), static_cast<uint32_t>(words[i + 1]));

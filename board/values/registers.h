@@ -38,10 +38,13 @@ class RegisterFile {
     }
     void Set(uint32_t tagNumber, uint32_t value) {
         uint32_t& word = tags_[tagNumber & kTagMask];
-        if (word != value && kModes[tagNumber & kTagMask]) {
-            Displace(MappedOffset(tagNumber & kTagMask), word);
+        if (word != value) {
+            if (kModes[tagNumber & kTagMask]) {
+                Displace(MappedOffset(tagNumber & kTagMask), word);
+            }
+            revision_ += kLasting[tagNumber & kTagMask];
+            word = value;
         }
-        word = value;
     }
 
     // `offset` is a byte offset below the mapped registers, a multiple of 4.
@@ -49,7 +52,14 @@ class RegisterFile {
     void SetAperture(uint32_t offset, uint32_t value) {
         Displace(offset, aperture_[offset / 4]);
         aperture_[offset / 4] = value;
+        ++revision_;
     }
+
+    // Another number whenever a word of a lasting tag, or one of the aperture, has changed: what
+    // was decoded from them is stale then. Whoever replaces words otherwise than by Set calls
+    // Touch.
+    uint32_t Revision() const { return revision_; }
+    void Touch() { ++revision_; }
 
     // A primitive begins, and takes its modes from the registers. Those that it may still need
     // when it goes on are remembered as they are now.
@@ -84,12 +94,17 @@ class RegisterFile {
 
     // By tag: a primitive takes it from the register at its beginning, for as long as it goes on.
     static const std::array<bool, kTagCount> kModes;
+    // By tag: its word shapes how everything behind it is drawn, until it changes. The others
+    // belong to one primitive (edges, interpolants, vertices, the fragments' colour) or act when
+    // written.
+    static const std::array<bool, kTagCount> kLasting;
 
     std::array<uint32_t, kTagCount> tags_{};
     std::array<uint32_t, reg::MappedRegisters / 4> aperture_{};
     // What registers held when the primitive began, of those that have changed since.
     std::vector<Displaced> displaced_;
     std::bitset<reg::ApertureBytes / 4> isDisplaced_;
+    uint32_t revision_ = 0;
 };
 
 // Sum of the three partial products in bits 0-8 of a mode word, in pixels (or depth elements):

@@ -41,10 +41,13 @@ void SetupFIFOStream(CommandStream& stream, ChipRegisters* registers);
 // and as room on a context's.
 void ReserveSpace(DriverData* driver, uint32_t bytes);
 void ReserveSpaceInNextSubBuffer(D3DContext* ctx); // the branch without room
+// Up to where a context's words go before a reservation sends them. A reservation may move it.
+inline const uint32_t* WriteLimit(const CommandStream& stream) {
+    return stream.Current().Linear + stream.SubBufferFlushWords;
+}
 inline void ReserveSpace(D3DContext* ctx, uint32_t bytes) {
     CommandStream& stream = ctx->Stream;
-    const uint32_t* limit = stream.Current().Linear + stream.SubBufferFlushWords;
-    if (stream.WritePointer + bytes / 4 > limit) {
+    if (stream.WritePointer + bytes / 4 > WriteLimit(stream)) {
         ReserveSpaceInNextSubBuffer(ctx);
     }
     stream.Guard.Allow(stream.WritePointer + bytes / 4);
@@ -93,6 +96,12 @@ class StreamWriter {
         Store();
         ReserveSpace(owner_, bytes);
         at_ = StreamOf(owner_).WritePointer;
+    }
+
+    // Whether `bytes` more end at `limit`, a context's WriteLimit(), or before.
+    bool HasRoom(uint32_t bytes, const uint32_t* limit) {
+        StreamOf(owner_).Guard.Allow(at_ + bytes / 4);
+        return at_ + bytes / 4 <= limit;
     }
 
     // Waits for `entries` of FIFO space on the running credit. Words written so far reach the chip

@@ -1,5 +1,7 @@
 #include "driver/d3d/statepm.h"
 
+#include "driver/d3d/states_common.h"
+
 namespace {
 
 constexpr uint8_t kSourceFactor[] = {kKeep, 0, 1, kKeep, kKeep, 4};
@@ -11,7 +13,7 @@ constexpr uint8_t kLinearFilter[] = {kKeep, 0, 1, 0, 1, 1, 1};
 constexpr uint32_t kSignBit = 0x80000000;
 
 // There is no border on this family: it wraps.
-uint32_t AddressField(uint32_t value) {
+KORV_INLINE uint32_t AddressField(uint32_t value) {
     switch (value) {
     case D3DTADDRESS_MIRROR:
         return 2;
@@ -22,7 +24,7 @@ uint32_t AddressField(uint32_t value) {
     }
 }
 
-void SetPerspective(D3DContext* ctx, StateWriter& out, uint32_t value) {
+KORV_INLINE void SetPerspective(D3DContext* ctx, StateWriter& out, uint32_t value) {
     D3DContext::RegisterCopies& copies = ctx->Copies;
     const bool on = value != 0;
     PutField(copies.TextureAddressMode, field::TextureAddressMode_Perspective, on);
@@ -36,7 +38,7 @@ void SetPerspective(D3DContext* ctx, StateWriter& out, uint32_t value) {
     ctx->DirtyFlags |= DIRTY_RENDERERS;
 }
 
-void SetTextureMag(D3DContext* ctx, uint32_t value) {
+KORV_INLINE void SetTextureMag(D3DContext* ctx, uint32_t value) {
     PutMapped(ctx->Copies.TextureReadMode, field::TextureReadMode_Filter, kLinearFilter, value);
     if (value >= D3DFILTER_NEAREST && value <= D3DFILTER_LINEARMIPLINEAR) {
         ctx->TextureMagLinear = kLinearFilter[value];
@@ -44,14 +46,14 @@ void SetTextureMag(D3DContext* ctx, uint32_t value) {
     ctx->DirtyFlags |= DIRTY_RENDERERS | DIRTY_TEXTURE;
 }
 
-void SetTextureMin(D3DContext* ctx, uint32_t value) {
+KORV_INLINE void SetTextureMin(D3DContext* ctx, uint32_t value) {
     if (value >= D3DFILTER_NEAREST && value <= D3DFILTER_LINEARMIPLINEAR) {
         ctx->TextureMinLinear = kLinearFilter[value];
     }
     ctx->DirtyFlags |= DIRTY_RENDERERS | DIRTY_TEXTURE;
 }
 
-void SetTextureMapBlend(D3DContext* ctx, StateWriter& out, uint32_t value) {
+KORV_INLINE void SetTextureMapBlend(D3DContext* ctx, StateWriter& out, uint32_t value) {
     uint32_t& mode = ctx->Copies.TextureColorMode;
     PutMapped(mode, field::TextureColorMode_Application, kTextureBlendField, value);
     if (ctx->ForceCopyMode == 1) {
@@ -61,7 +63,7 @@ void SetTextureMapBlend(D3DContext* ctx, StateWriter& out, uint32_t value) {
     ctx->DirtyFlags |= DIRTY_TEXTURE;
 }
 
-void SetCullMode(D3DContext* ctx, StateWriter& out, uint32_t value) {
+KORV_INLINE void SetCullMode(D3DContext* ctx, StateWriter& out, uint32_t value) {
     ctx->CullMode = value;
     if (!IsPermedia2(ctx->Driver->ChipInfo)) {
         return;
@@ -73,9 +75,10 @@ void SetCullMode(D3DContext* ctx, StateWriter& out, uint32_t value) {
     out.Tag(tag::DeltaMode, ctx->Copies.DeltaMode);
 }
 
-void ApplyPermediaState(D3DContext* ctx, StateWriter& out, uint32_t state, uint32_t value) {
+KORV_INLINE void ApplyPermediaState(D3DContext* ctx, StateWriter& out, uint32_t state,
+                                    uint32_t value) {
     D3DContext::RegisterCopies& copies = ctx->Copies;
-    const bool firstPermedia = IsFirstPermedia(ctx->Driver->ChipInfo);
+    const auto isFirst = [ctx] { return IsFirstPermedia(ctx->Driver->ChipInfo); };
     switch (state) {
     case D3DRENDERSTATE_TEXTUREHANDLE:
         SetTextureHandleState(ctx, value);
@@ -117,10 +120,10 @@ void ApplyPermediaState(D3DContext* ctx, StateWriter& out, uint32_t state, uint3
         out.Tag(tag::DitherMode, copies.DitherMode);
         break;
     case D3DRENDERSTATE_FOGENABLE:
-        SetFogState(ctx, out, value, {firstPermedia, firstPermedia});
+        SetFogState(ctx, out, value, {isFirst(), isFirst()});
         break;
     case D3DRENDERSTATE_SPECULARENABLE:
-        if (firstPermedia) {
+        if (isFirst()) {
             SetExclusiveSpecularState(ctx, value);
         } else {
             AssignBits(ctx->RenderFlags, RF_SPECULAR, value != 0);
@@ -131,7 +134,7 @@ void ApplyPermediaState(D3DContext* ctx, StateWriter& out, uint32_t state, uint3
         SetStippledAlphaState(ctx, out, value, 8);
         break;
     case D3DRENDERSTATE_FOGCOLOR:
-        SetFogColorState(ctx, out, value, firstPermedia);
+        SetFogColorState(ctx, out, value, isFirst());
         break;
     default:
         ApplyCommonState(ctx, out, state, value);

@@ -1,5 +1,7 @@
 #include "driver/d3d/statesx.h"
 
+#include "driver/d3d/states_common.h"
+
 namespace {
 
 constexpr uint8_t kSourceFactor[] = {kKeep, 0, 1, kKeep, kKeep, 4, 5, 6, 7, 2, 3, 8};
@@ -8,7 +10,7 @@ constexpr uint8_t kMagFilter[] = {kKeep, 0, 1, 0, 0, 1, 1};
 constexpr uint8_t kMinFilter[] = {kKeep, 0, 1, 2, 3, 4, 5};
 
 // There is no border on this family: it mirrors.
-uint32_t AddressField(uint32_t value) {
+KORV_INLINE uint32_t AddressField(uint32_t value) {
     switch (value) {
     case D3DTADDRESS_WRAP:
         return 1;
@@ -20,7 +22,7 @@ uint32_t AddressField(uint32_t value) {
 }
 
 // TX copies by the texture format word and leaves the colour unit off for it.
-void SetTextureMapBlendTX(D3DContext* ctx, StateWriter& out, uint32_t value) {
+KORV_INLINE void SetTextureMapBlendTX(D3DContext* ctx, StateWriter& out, uint32_t value) {
     uint32_t& format = ctx->Copies.GlintTextureFormat;
     uint32_t& mode = ctx->Copies.TextureColorMode;
     switch (value) {
@@ -44,14 +46,14 @@ void SetTextureMapBlendTX(D3DContext* ctx, StateWriter& out, uint32_t value) {
 }
 
 // The word goes out when the texture is bound.
-void SetTextureMapBlendMX(D3DContext* ctx, uint32_t value) {
+KORV_INLINE void SetTextureMapBlendMX(D3DContext* ctx, uint32_t value) {
     PutMapped(ctx->Copies.TextureColorMode, field::TextureColorMode_Application, kTextureBlendField,
               value);
     ctx->DirtyFlags |= DIRTY_TEXTURE;
 }
 
 // TX does not dither while it blends.
-void SetDither(D3DContext* ctx, StateWriter& out, uint32_t value) {
+KORV_INLINE void SetDither(D3DContext* ctx, StateWriter& out, uint32_t value) {
     const bool suspended = (ctx->RenderFlags & RF_BLEND) != 0 && IsTX(ctx->Driver->ChipInfo);
     const bool wanted = value != 0 || DXGlobals.AlwaysDither != 0;
     ctx->DitherEnabled = value != 0;
@@ -60,7 +62,8 @@ void SetDither(D3DContext* ctx, StateWriter& out, uint32_t value) {
 }
 
 // The states of the texture unit, for chips that have one.
-void ApplyTextureState(D3DContext* ctx, StateWriter& out, uint32_t state, uint32_t value) {
+KORV_INLINE void ApplyTextureState(D3DContext* ctx, StateWriter& out, uint32_t state,
+                                   uint32_t value) {
     const ChipInfo* chip = ctx->Driver->ChipInfo;
     uint32_t& readMode = ctx->Copies.GlintTextureReadMode;
     switch (state) {
@@ -96,8 +99,9 @@ void ApplyTextureState(D3DContext* ctx, StateWriter& out, uint32_t state, uint32
     }
 }
 
-void ApplyGlintState(D3DContext* ctx, StateWriter& out, uint32_t state, uint32_t value) {
-    const bool hasTextures = !IsSX(ctx->Driver->ChipInfo);
+KORV_INLINE void ApplyGlintState(D3DContext* ctx, StateWriter& out, uint32_t state,
+                                 uint32_t value) {
+    const auto hasTextures = [ctx] { return !IsSX(ctx->Driver->ChipInfo); };
     switch (state) {
     case D3DRENDERSTATE_TEXTUREHANDLE:
     case D3DRENDERSTATE_TEXTUREADDRESS:
@@ -105,7 +109,7 @@ void ApplyGlintState(D3DContext* ctx, StateWriter& out, uint32_t state, uint32_t
     case D3DRENDERSTATE_TEXTUREMAG:
     case D3DRENDERSTATE_TEXTUREMIN:
     case D3DRENDERSTATE_TEXTUREMAPBLEND:
-        if (hasTextures) {
+        if (hasTextures()) {
             ApplyTextureState(ctx, out, state, value);
         }
         break;
@@ -124,7 +128,7 @@ void ApplyGlintState(D3DContext* ctx, StateWriter& out, uint32_t state, uint32_t
         SetDither(ctx, out, value);
         break;
     case D3DRENDERSTATE_FOGENABLE:
-        SetFogState(ctx, out, value, {true, hasTextures});
+        SetFogState(ctx, out, value, {true, hasTextures()});
         break;
     case D3DRENDERSTATE_SPECULARENABLE:
         SetExclusiveSpecularState(ctx, value);

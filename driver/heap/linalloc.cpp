@@ -29,32 +29,38 @@ struct Fit {
     HeapNode* StoodAt;  // where the search ended
 };
 
+constexpr uint32_t kLongestGap = 0x40000000;
+
 // Searches the free set, which is not empty, for `bytes`.
 Fit FindFit(DriverData* heap, const HeapRequest& request, uint32_t bytes) {
     const bool upward = (request.Flags & AllocateFromBottom) != 0;
     HeapNode* head = HeadOfSet(heap, heap->Heap.FreeSet);
     HeapNode* start = upward ? head : NODE_LastNode(heap, head);
     Fit fit = {nullptr, 0xFFFFFFFF, start};
+    NodeWalk walk(&heap->Heap.FirstGroup);
     HeapNode* node = start;
     do {
-        const uint32_t aligned = AlignedToFrameBuffer(heap, node->Start, request.Alignment);
-        const uint32_t usable = node->End - aligned + 1;
-        // A stretch that ends below its aligned start counts as negative.
-        if (int64_t{static_cast<int32_t>(usable)} >= int64_t{bytes}) {
-            const uint32_t remainder = usable - bytes;
-            if (remainder == 0) {
-                return {node, 0, node};
-            }
-            if (remainder < fit.Remainder) {
-                fit.Chosen = node;
-                fit.Remainder = remainder;
-            }
-            if ((request.Flags & FirstFit) != 0) {
-                fit.StoodAt = node;
-                return fit;
+        // What is too small as it is need not be aligned, unless the gap could be half of memory.
+        if (node->End - node->Start + 1 >= bytes || request.Alignment > kLongestGap) {
+            const uint32_t aligned = AlignedToFrameBuffer(heap, node->Start, request.Alignment);
+            const uint32_t usable = node->End - aligned + 1;
+            // A stretch that ends below its aligned start counts as negative.
+            if (int64_t{static_cast<int32_t>(usable)} >= int64_t{bytes}) {
+                const uint32_t remainder = usable - bytes;
+                if (remainder == 0) {
+                    return {node, 0, node};
+                }
+                if (remainder < fit.Remainder) {
+                    fit.Chosen = node;
+                    fit.Remainder = remainder;
+                }
+                if ((request.Flags & FirstFit) != 0) {
+                    fit.StoodAt = node;
+                    return fit;
+                }
             }
         }
-        node = upward ? NODE_NextNode(heap, node) : NODE_LastNode(heap, node);
+        node = upward ? walk.Next(node) : walk.Last(node);
     } while (node != start);
     return fit;
 }
@@ -107,12 +113,18 @@ void GiveBackSpare(DriverData* heap, HeapNode* node) {
 }
 
 HeapNode* FindAllocated(DriverData* heap, uint32_t address) {
-    HeapNode* first = HeadOfSet(heap, heap->Heap.AllocatedSet);
-    for (HeapNode* node = first; node != nullptr; node = NextInRound(heap, first, node)) {
+    HeapNode* const first = HeadOfSet(heap, heap->Heap.AllocatedSet);
+    if (first == nullptr) {
+        return nullptr;
+    }
+    NodeWalk walk(&heap->Heap.FirstGroup);
+    HeapNode* node = first;
+    do {
         if (node->Start <= address && node->End >= address) {
             return node;
         }
-    }
+        node = walk.Next(node);
+    } while (node != first);
     return nullptr;
 }
 

@@ -212,9 +212,10 @@ HeapNode* FindNodeInsertAfter(DriverData* heap, HeapNode* head, HeapNode* node) 
     if (node->Start < head->Start) {
         return NODE_LastNode(heap, head);
     }
+    NodeWalk walk(&heap->Heap.FirstGroup);
     HeapNode* current = head;
     do {
-        HeapNode* next = NODE_NextNode(heap, current);
+        HeapNode* next = walk.Next(current);
         if (node->Start > current->Start && (next == head || node->Start < next->Start)) {
             return current;
         }

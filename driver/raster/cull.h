@@ -3,6 +3,7 @@
 // too small to be worth it. Nothing here writes to a vertex.
 #include "driver/core/records/d3d_context.h"
 #include "driver/raster/inline.h"
+#include "driver/raster/single.h"
 
 #include <bit>
 #include <cstdint>
@@ -10,8 +11,38 @@
 namespace raster {
 
 // Twice the area on the screen, positive or negative by the order of the vertices.
+template <class Real>
+KORV_INLINE Real DeterminantOf(const D3DTLVERTEX* a, const D3DTLVERTEX* b, const D3DTLVERTEX* c) {
+    return (Real(b->sy) - c->sy) * (Real(a->sx) - c->sx) -
+           (Real(a->sy) - c->sy) * (Real(b->sx) - c->sx);
+}
+
+// Whether |det| lies in 2^-20 to 2^60. A product that has left the range of singles on the way to
+// it was too small to matter.
+KORV_INLINE bool IsUsualArea(float det) {
+    constexpr uint32_t kLow = 107, kHigh = 187; // biased exponents
+    const uint32_t magnitude = std::bit_cast<uint32_t>(det) << 1;
+    return magnitude - (kLow << 24) < (kHigh - kLow) << 24;
+}
+
+// The bits of coordinates of which one may lie beyond 2^65, or else below 2.0.
+inline constexpr uint32_t kUnusualPlace = 0x20000000;
+
+[[gnu::noinline, gnu::cold]] inline float
+DeterminantCarefully(const D3DTLVERTEX* a, const D3DTLVERTEX* b, const D3DTLVERTEX* c) {
+    return DeterminantOf<Careful>(a, b, c);
+}
+
 KORV_INLINE float Determinant(const D3DTLVERTEX* a, const D3DTLVERTEX* b, const D3DTLVERTEX* c) {
-    return (b->sy - c->sy) * (a->sx - c->sx) - (a->sy - c->sy) * (b->sx - c->sx);
+    const float det = Single(DeterminantOf<float>(a, b, c));
+    if constexpr (kWideRegisters) {
+        const uint32_t places = BitsOf(a->sx) | BitsOf(a->sy) | BitsOf(b->sx) | BitsOf(b->sy) |
+                                BitsOf(c->sx) | BitsOf(c->sy);
+        if ((places & kUnusualPlace) != 0 || !IsUsualArea(det)) [[unlikely]] {
+            return DeterminantCarefully(a, b, c);
+        }
+    }
+    return det;
 }
 
 // The cull tests. Active() is false while nothing can be dropped, and then Drops() is not asked.
@@ -31,11 +62,19 @@ struct SignCull {
 // By comparison, so that an area of zero is dropped either way.
 struct CompareCull {
     uint32_t mode;
+    uint32_t gate; // the sign bit, while anything can be dropped
+    uint32_t turn; // flipped into the determinant: what is then negative goes
 
-    explicit CompareCull(const D3DContext* ctx) : mode(ctx->CullMode) {}
+    explicit CompareCull(const D3DContext* ctx)
+        : mode(ctx->CullMode), gate(Active() ? 0x80000000 : 0),
+          turn(mode == D3DCULL_CCW ? 0 : 0x80000000) {}
     KORV_INLINE bool Active() const { return mode != D3DCULL_NONE; }
     KORV_INLINE bool Drops(float det) const {
         return mode == D3DCULL_CCW ? det <= 0.0f : !(det < 0.0f);
+    }
+    // The same for a determinant that is neither zero nor NaN, and false while not active.
+    KORV_INLINE bool DropsBySign(float det) const {
+        return ((std::bit_cast<uint32_t>(det) ^ turn) & gate) != 0;
     }
 };
 

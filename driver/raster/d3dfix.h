@@ -5,13 +5,21 @@
 #include <bit>
 #include <cstdint>
 
-/// Rounds sy, 0 to 2^23 pixels, to a whole row (ties to even), in place. Result: the row. At this
-/// size a single has no fraction bits, so the add does the rounding.
-inline uint32_t SnapY(D3DVALUE& sy) {
+/// Of the bits of a coordinate plus 2^23, those that are its row.
+inline constexpr uint32_t kRowMask = 0xFFFFFF;
+
+/// Rounds sy, 0 to 2^23 pixels, to a whole row (ties to even), in place. At this size a single has
+/// no fraction bits, so the add does the rounding. Result: the bits of sy plus 2^23.
+inline uint32_t SnapYShifted(D3DVALUE& sy) {
     constexpr float kNoFraction = 8388608.0f;
     const float shifted = sy + kNoFraction;
     sy = shifted - kNoFraction;
-    return std::bit_cast<uint32_t>(shifted) & 0xFFFFFF;
+    return std::bit_cast<uint32_t>(shifted);
+}
+
+/// The same. Result: the row.
+inline uint32_t SnapY(D3DVALUE& sy) {
+    return SnapYShifted(sy) & kRowMask;
 }
 
 /// sx, 0 up to 8192 pixels, rounded to 1/1024 pixel, as a 16.16 word.

@@ -37,10 +37,10 @@ struct DeltaTextured {
                             const D3DTLVERTEX* vertex, const D3DTLVERTEX* first) {
         const D3DTLVERTEX* const lit = flags.Has(RF_GOURAUD) ? vertex : first;
         out.Wait(kBurstWords<Form::kMask>);
-        LoadCorner<Form::kMask>(
-            out, slot,
-            {vertex, scale.Place(texture.u[corner], texture.v[corner], QOf(vertex, flags)),
-             Form::Strength(lit, flags)});
+        LoadCorner<Form::kMask>(out, slot,
+                                {vertex,
+                                 scale.Place(texture.u[corner], texture.v[corner], vertex, flags),
+                                 Form::Strength(lit, flags)});
     }
     KORV_INLINE void Fog(uint32_t slot, const D3DTLVERTEX* vertex) {
         if (Form::kFog && flags.Has(RF_FOG)) {

@@ -12,6 +12,7 @@
 namespace fixed {
 
 inline constexpr uint32_t kHiddenBit = 0x80000000;
+inline constexpr uint32_t kSignBit = 0x80000000;
 
 // Biased exponent, 0 to 255.
 inline uint32_t Exponent(uint32_t bits) {
@@ -53,15 +54,16 @@ KORV_INLINE uint32_t Convert(float x) {
     static_assert(kFormat.saturateFrom <= kFormat.unity);
     constexpr uint32_t kLowest = kFormat.unity - 31;
     const uint32_t bits = std::bit_cast<uint32_t>(x);
-    const uint32_t place = Exponent(bits) - kLowest; // of the leading one in the word
-    if (place < kFormat.saturateFrom - kLowest) [[likely]] {
-        uint32_t magnitude = Place(bits, place);
+    // The leading one's place in the word, in the top byte.
+    const uint32_t above = (bits << 1) - (kLowest << 24);
+    if (above < (kFormat.saturateFrom - kLowest) << 24) [[likely]] {
+        uint32_t magnitude = Place(bits, above >> 24);
         if constexpr (kFormat.clamp != UINT32_MAX) {
             magnitude = magnitude < kFormat.clamp ? magnitude : kFormat.clamp;
         }
         return WithSign(magnitude, SignMask(bits));
     }
-    if (static_cast<int32_t>(place) < 0) {
+    if ((bits & ~kSignBit) < kLowest << 23) {
         return 0;
     }
     return SignMask(bits) != 0 ? kFormat.negative : kFormat.positive;
@@ -74,21 +76,29 @@ struct PairFormat {
     uint32_t negativeUpper, negativeLower;
 };
 
-template <PairFormat kFormat>
+// kLikely: the numbers are mostly below this power of two, 15 or 16.
+template <PairFormat kFormat, uint32_t kLikely = 16>
 KORV_INLINE void ConvertPair(float x, uint32_t* words) {
     constexpr uint32_t kLowest = 111;
     const uint32_t bits = std::bit_cast<uint32_t>(x);
     const uint32_t sign = SignMask(bits);
-    const uint32_t place = Exponent(bits) - kLowest; // of the leading one, in 2^-16
-    if (place < 32) [[likely]] {
-        // Below 65536 the magnitude is one word, and the sign mask stands in front of it.
-        const uint32_t word = WithSign(Place(bits, place), sign);
-        words[0] = (word >> 16) | (sign << 16);
+    // The leading one's place in 2^-16, in the top byte.
+    const uint32_t above = (bits << 1) - (kLowest << 24);
+    if (above < (16 + kLikely) << 24) [[likely]] {
+        // Below 65536 the magnitude is one word, and the sign goes on in front of it; below 32768
+        // it is there already.
+        const uint32_t word = WithSign(Place(bits, above >> 24), sign);
+        words[0] = kLikely < 16 ? static_cast<uint32_t>(static_cast<int32_t>(word) >> 16)
+                                : (word >> 16) | (sign << 16);
         words[1] = word << 16;
-    } else if (static_cast<int32_t>(place) < 0) {
+        return;
+    }
+    const uint32_t magnitudeBits = bits & ~kSignBit;
+    if (magnitudeBits < kLowest << 23) {
         words[0] = 0;
         words[1] = 0;
-    } else if (place < kFormat.saturateFrom - kLowest) {
+    } else if (magnitudeBits < kFormat.saturateFrom << 23) {
+        const uint32_t place = (magnitudeBits >> 23) - kLowest;
         const uint64_t magnitude = (uint64_t{Magnitude(bits)} << (place - 15)) & ~uint64_t{0xFFFF};
         const uint64_t pair = sign != 0 ? 0 - magnitude : magnitude;
         words[0] = static_cast<uint32_t>(pair >> 32);
@@ -190,6 +200,11 @@ inline uint32_t float_to_fix_11_21(float x) {
 /// 32-bit integer part.
 KORV_INLINE void flt_to_fix_32_16(float x, uint32_t* words) {
     fixed::ConvertPair<{158, 0x7FFFFFFF, 0xFFFF0000, 0x80000000, 0}>(x, words);
+}
+
+/// The same, for what is mostly below 32768.
+KORV_INLINE void flt_to_fix_32_16_small(float x, uint32_t* words) {
+    fixed::ConvertPair<{158, 0x7FFFFFFF, 0xFFFF0000, 0x80000000, 0}, 15>(x, words);
 }
 
 /// 24-bit integer part.

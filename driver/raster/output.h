@@ -41,6 +41,11 @@ struct Output {
         }
     }
     KORV_INLINE void Word(uint32_t word) { PutWord(at++, word); }
+    // A single's bits, straight from where it was reckoned.
+    KORV_INLINE void Float(float value) {
+        using Stored [[gnu::may_alias]] = float;
+        *reinterpret_cast<volatile Stored*>(at++) = value;
+    }
     KORV_INLINE void Tag(uint32_t tagNumber, uint32_t data) {
         Word(tagNumber);
         Word(data);

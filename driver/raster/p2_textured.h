@@ -127,13 +127,13 @@ template <P2TexturedTraits kTraits, Culling kCulling, bool kWaits, class FlagSet
             // F is not counted.
             out.Wait(7 + flags.Has(RF_SPECULAR) + flags.Has(RF_GOURAUD));
             out.Word(header + slot);
-            PutSTQ(out, scale.Place(tu, tv, QOf(vertex, flags)));
+            PutSTQ(out, scale.Place(tu, tv, vertex, flags));
             if (flags.Has(RF_SPECULAR)) {
                 const D3DTLVERTEX* const lit = flags.Has(RF_GOURAUD) ? vertex : a;
-                PutFloat(out, SpecularStrength(lit->specular));
+                out.Float(SpecularStrength(lit->specular));
             }
             if (flags.Has(RF_FOG)) {
-                PutFloat(out, FloatFog(vertex));
+                out.Float(FloatFog(vertex));
             }
             PutXYZ(out, vertex);
             if (flags.Has(RF_GOURAUD)) {

@@ -30,7 +30,7 @@ KORV_INLINE void LoadCorner(Output<kWaits>& out, uint32_t slot, const Corner& co
         PutSTQ(out, corner.texture);
     }
     if constexpr ((kMask & (words::Ks | words::F)) != 0) {
-        PutFloat(out, corner.strength);
+        out.Float(corner.strength);
     }
     PutXYZ(out, corner.vertex);
 }

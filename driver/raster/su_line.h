@@ -74,7 +74,7 @@ template <class Chip, class Form, bool kWaits>
             }
             for (int i = 0; i < 2; ++i) {
                 Corner& end = ends[i];
-                end.texture = scale.Place(u[i], v[i], QOf(end.vertex, flags));
+                end.texture = scale.Place(u[i], v[i], end.vertex, flags);
                 end.strength = Form::Strength(end.vertex, flags);
             }
         }

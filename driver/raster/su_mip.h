@@ -11,7 +11,8 @@ namespace su {
 // Twice the triangle's area in texels of the top level, signed.
 KORV_INLINE float TexelArea(const D3DTLVERTEX* a, const D3DTLVERTEX* b, const D3DTLVERTEX* c,
                             float texelCount) {
-    const float area = (a->tu - c->tu) * (b->tv - c->tv) - (a->tv - c->tv) * (b->tu - c->tu);
+    const Careful area = (Careful(a->tu) - c->tu) * (Careful(b->tv) - c->tv) -
+                         (Careful(a->tv) - c->tv) * (Careful(b->tu) - c->tu);
     return area * texelCount;
 }
 

@@ -22,7 +22,9 @@ KORV_INLINE void WalkStrips(const Cull& cull, const D3DINSTRUCTION* ins,
     const auto* record = static_cast<const uint8_t*>(records);
     const uint32_t recordBytes = ins->bSize;
     int32_t left = ins->wCount;
-    bool restart = true;
+    // The code that goes on from the triangle before; none does after one that was culled.
+    constexpr uint32_t kNone = 0xFFFFFFFF;
+    uint32_t continuing = kNone;
     int32_t flatLeft = 0; // triangles that are known to face as the last one tested
     uint32_t newer = kSlot2;
     do {
@@ -32,7 +34,7 @@ KORV_INLINE void WalkStrips(const Cull& cull, const D3DINSTRUCTION* ins,
         const D3DTLVERTEX* const b = vertices + triangle->v2;
         const D3DTLVERTEX* const c = vertices + triangle->v3;
         const uint32_t code = triangle->wFlags & kStripCode;
-        if (!restart && code == D3DTRIFLAG_EVEN) {
+        if (code == continuing) {
             newer ^= kSlot1 ^ kSlot2;
             if (flatLeft-- <= 0 && cull.Drops(Determinant(a, b, c))) {
                 // The slot counts as filled although nothing was sent.
@@ -44,15 +46,15 @@ KORV_INLINE void WalkStrips(const Cull& cull, const D3DINSTRUCTION* ins,
         newer = kSlot2;
         if (cull.Active()) {
             // No run is promised by the first triangle, nor by the one after a culled one.
-            const int32_t followers = restart || code == D3DTRIFLAG_ODD || code == D3DTRIFLAG_EVEN
-                                          ? 0
-                                          : static_cast<int32_t>(code);
-            restart = cull.Drops(Determinant(a, b, c));
-            if (restart) {
+            const bool promises = continuing != kNone && code - 1 < D3DTRIFLAG_ODD - 1u;
+            const int32_t followers = promises ? static_cast<int32_t>(code) : 0;
+            if (cull.Drops(Determinant(a, b, c))) {
+                continuing = kNone;
                 record += static_cast<uint32_t>(followers) * recordBytes;
                 left -= followers;
                 continue;
             }
+            continuing = D3DTRIFLAG_EVEN;
             flatLeft = followers;
         }
         full(a, b, c);

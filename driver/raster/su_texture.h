@@ -10,11 +10,16 @@ namespace su {
 struct TextureScale {
     float u, v;
 
-    // S and T; q is rhw under perspective, else 1.0.
-    KORV_INLINE TexturePoint Place(float tu, float tv, float q) const {
+    // S, T and Q of a vertex with these coordinates. Q is rhw under perspective, else 1.0.
+    template <class FlagSet>
+    KORV_INLINE TexturePoint Place(float tu, float tv, const D3DTLVERTEX* vertex,
+                                   FlagSet flags) const {
         const float s = u * tu;
         const float t = v * tv;
-        return {s * q, t * q, q};
+        if (!flags.Has(RF_PERSPECTIVE)) {
+            return {s, t, std::bit_cast<uint32_t>(1.0f)};
+        }
+        return {Single(s) * vertex->rhw, Single(t) * vertex->rhw, BitsOf(vertex->rhw)};
     }
 };
 
@@ -26,11 +31,6 @@ KORV_INLINE TextureScale ScaleOf(const D3DContext* ctx) {
 KORV_INLINE TextureScale ScaleOfFamily(const D3DContext* ctx) {
     return ctx->Driver->ChipInfo->Family == FamilyPermedia ? ScaleOf(ctx)
                                                            : TextureScale{1.0f, 1.0f};
-}
-
-template <class FlagSet>
-KORV_INLINE float QOf(const D3DTLVERTEX* vertex, FlagSet flags) {
-    return flags.Has(RF_PERSPECTIVE) ? vertex->rhw : 1.0f;
 }
 
 // The coordinates of a triangle on both axes, on their way.

@@ -2,6 +2,7 @@
 // The setup unit's vertex store: three slots, each a group of fixed-point and a group of float
 // words. A vertex is one indexed burst into its slot.
 #include "driver/raster/output.h"
+#include "driver/raster/single.h"
 #include "driver/raster/strength.h"
 
 #include <cstdint>
@@ -47,16 +48,10 @@ constexpr uint32_t FixedHeader(uint32_t mask) {
     return IndexedTag(tag::V0Fixed, mask);
 }
 
-// A coordinate as the chip takes it: the single's bits. Never by way of the floating-point unit.
-KORV_INLINE uint32_t BitsOf(const D3DVALUE& value) {
-    uint32_t bits;
-    __builtin_memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
-
 // Texture coordinates as they go out.
 struct TexturePoint {
-    float s, t, q;
+    float s, t;
+    uint32_t q; // bits
 };
 
 template <bool kWaits>
@@ -72,15 +67,10 @@ KORV_INLINE void PutXYZ(Output<kWaits>& out, const D3DTLVERTEX* vertex) {
 }
 
 template <bool kWaits>
-KORV_INLINE void PutFloat(Output<kWaits>& out, float value) {
-    out.Word(std::bit_cast<uint32_t>(value));
-}
-
-template <bool kWaits>
 KORV_INLINE void PutSTQ(Output<kWaits>& out, const TexturePoint& point) {
-    PutFloat(out, point.s);
-    PutFloat(out, point.t);
-    PutFloat(out, point.q);
+    out.Float(point.s);
+    out.Float(point.t);
+    out.Word(point.q);
 }
 
 // Position alone, header included.
@@ -104,7 +94,7 @@ KORV_INLINE void LoadFog(Output<kWaits>& out, uint32_t slot, const D3DTLVERTEX* 
 
 // Fog as a float word: all of specular as a fraction of 2^32, so that its top byte counts most.
 KORV_INLINE float FloatFog(const D3DTLVERTEX* vertex) {
-    const float whole = static_cast<float>(vertex->specular);
+    const float whole = Single(static_cast<float>(vertex->specular));
     return whole * 2.3283064e-10f;
 }
 

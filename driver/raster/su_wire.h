@@ -53,7 +53,7 @@ template <class Chip, class Form, bool kWaits>
             texture.Wrap(flags);
             for (int i = 0; i < 3; ++i) {
                 Corner& corner = corners[i];
-                corner.texture = scale.Place(texture.u[i], texture.v[i], QOf(corner.vertex, flags));
+                corner.texture = scale.Place(texture.u[i], texture.v[i], corner.vertex, flags);
                 corner.strength = Form::Strength(gouraud ? corner.vertex : a, flags);
             }
         }
@@ -116,7 +116,7 @@ template <class Chip, class Form, bool kWaits>
         LoadXYZ(out, kSlot0, vertex);
         out.Word(FloatHeader(words::XYZ) + kSlot1);
         out.Word(BitsOf(vertex->sx));
-        PutFloat(out, vertex->sy + 1.0f);
+        out.Float(vertex->sy + 1.0f);
         out.Word(BitsOf(vertex->sz));
         if (flags.Has(RF_FOG)) {
             out.Wait(4);

@@ -3,6 +3,7 @@
 // chip's range, and taken the short way round where the application wraps them.
 #include "driver/raster/flt2fix.h"
 #include "driver/raster/inline.h"
+#include "driver/raster/single.h"
 
 #include <bit>
 #include <cstdint>
@@ -10,8 +11,9 @@
 /// Slides a triangle's three coordinates by one whole number of repeats, so that the one farthest
 /// out comes back into the chip's range. `limit` and `range` are the context's TextureRepeatU and
 /// TextureRepeatMaskU, or those of V. A positive coordinate at or above `limit` decides before a
-/// negative one does.
-KORV_INLINE void ReduceRange(float (&t)[3], float limit, uint32_t range) {
+/// negative one does. Result: whether they slid and any was so far out, 2^23 or more, that what
+/// comes of it may leave the range of singles.
+KORV_INLINE bool ReduceRange(float (&t)[3], float limit, uint32_t range) {
     // Singles compare as their bit patterns do: as signed integers where any is positive, and as
     // unsigned ones the most negative is the largest.
     const uint32_t bits[] = {std::bit_cast<uint32_t>(t[0]), std::bit_cast<uint32_t>(t[1]),
@@ -28,14 +30,16 @@ KORV_INLINE void ReduceRange(float (&t)[3], float limit, uint32_t range) {
         least = least > bits[1] ? least : bits[1];
         least = least > bits[2] ? least : bits[2];
         if (least < (limitBits | 0x80000000)) [[likely]] {
-            return;
+            return false;
         }
         slide = fixed::RoundByUnit(std::bit_cast<float>(least)) + range;
     }
-    const float repeats = static_cast<float>(static_cast<int32_t>(slide));
+    const float repeats = Single(static_cast<float>(static_cast<int32_t>(slide)));
     t[0] -= repeats;
     t[1] -= repeats;
     t[2] -= repeats;
+    constexpr uint32_t kFar = std::bit_cast<uint32_t>(8388608.0f) << 1;
+    return bits[0] << 1 >= kFar || bits[1] << 1 >= kFar || bits[2] << 1 >= kFar;
 }
 
 KORV_INLINE bool IsFar(float t0, float t1) {

@@ -75,7 +75,8 @@ board::Timing SomeTiming(std::mt19937& random) {
     timing.fifoDepth = oneOf({256, 16, 4});
     timing.fifoDrainPerTick = oneOf({0, 1, 2});
     timing.fifoTicksPerEntry = oneOf({0, 0, 3});
-    timing.pixelsPerTick = oneOf({0, 0, 7});
+    // Streams that get mixed up may draw millions of pixels.
+    timing.pixelsPerTick = oneOf({0, 0, 4096});
     timing.fifoReportLag = oneOf({0, 5});
     timing.fifoReportCap = oneOf({0, 15});
     timing.dmaWordsPerTick = oneOf({0, 1, 3});
@@ -211,7 +212,9 @@ class Work {
         Send(to, tag::FBPixelOffset, 0);
         Send(to, tag::FBWindowBase, 0);
         Send(to, tag::LBWindowBase, Below(1000));
-        Send(to, tag::ScissorMode, 0);
+        Send(to, tag::ScissorMode, 1);
+        Send(to, tag::ScissorMinXY, 0);
+        Send(to, tag::ScissorMaxXY, 0x00400040);
         Send(to, tag::FBReadMode, 2 | (Chance(5) ? 0x200 : 0x400) | (Chance(8) ? 0x80000 : 0));
         Send(to, tag::StatisticMode, 1);
         Send(to, tag::MaxRegion, 0x00400040);

@@ -101,8 +101,8 @@ TEST_F(ReplayTest, WordsOfAStepAreThoseItAddedWhetherTheyAreSentOrPending) {
         EXPECT_EQ(wrong.code, 1);
         EXPECT_EQ(wrong.err, "korv: " + path_ +
                                  ":9: step /steps/6 'triangles': expectWords: word 14 of 15: "
-                                 "expected 00000000, got 00000001 (ColorDDAMode = 1 Enable=1; 15 "
-                                 "words in all)\n");
+                                 "expected 00000000, got 00000001 (ColorDDAMode Enable=1; 15 words "
+                                 "in all)\n");
     }
 }
 

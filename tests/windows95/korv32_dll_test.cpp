@@ -83,21 +83,21 @@ TEST_F(Korv32Dll, SharesEverySectionThatCanBeWritten) {
             EXPECT_EQ(section.characteristics & (kCode | kExecutable), 0u) << section.name;
         }
     }
-    EXPECT_THAT(writable, testing::UnorderedElementsAre(".data", ".idata"));
+    EXPECT_THAT(writable, testing::UnorderedElementsAre(".data", ".idata", ".rsrc"));
 }
 
-TEST_F(Korv32Dll, HoldsCodeConstantsGlobalsAndLoaderTablesOnly) {
+TEST_F(Korv32Dll, HoldsCodeConstantsGlobalsResourcesAndLoaderTablesOnly) {
     std::vector<std::string> names;
     for (const PESection& section : image.sections) {
         names.push_back(section.name);
     }
     EXPECT_THAT(names, testing::UnorderedElementsAre(".text", ".rdata", ".data", ".edata", ".idata",
-                                                     ".reloc"));
+                                                     ".rsrc", ".reloc"));
 }
 
 TEST_F(Korv32Dll, HasNoThreadStorageDebugRecordsOrSymbols) {
     constexpr uint32_t kAddressTable = 12;
-    const std::set<uint32_t> expected = {PEImage::kExports, PEImage::kImports,
+    const std::set<uint32_t> expected = {PEImage::kExports, PEImage::kImports, PEImage::kResources,
                                          PEImage::kRelocations, kAddressTable};
     for (uint32_t i = 0; i < PEImage::kDirectories; ++i) {
         EXPECT_EQ(image.directories[i].address != 0, expected.contains(i)) << "directory " << i;

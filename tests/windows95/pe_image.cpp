@@ -1,7 +1,6 @@
 #include "tests/windows95/pe_image.h"
 
 #include <algorithm>
-#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -16,16 +15,6 @@ PEImage::PEImage(const std::string& path) {
     ReadExports();
     ReadImports();
     ReadRelocations();
-}
-
-template <class T>
-T PEImage::At(uint32_t offset) const {
-    if (bytes_.size() < sizeof(T) || offset > bytes_.size() - sizeof(T)) {
-        throw std::out_of_range("offset outside the file");
-    }
-    T value;
-    std::memcpy(&value, bytes_.data() + offset, sizeof(T));
-    return value;
 }
 
 void PEImage::ReadHeaders() {
@@ -98,6 +87,9 @@ std::string PEImage::Text(uint32_t address) const {
 }
 
 void PEImage::ReadExports() {
+    if (directories[kExports].address == 0) {
+        return;
+    }
     const uint32_t table = OffsetOf(directories[kExports].address);
     exportTimeStamp = At<uint32_t>(table + 4);
     dllName = Text(At<uint32_t>(table + 12));

@@ -1,7 +1,9 @@
 #pragma once
 // A PE file, read by the published layout of its headers.
 #include <cstdint>
+#include <cstring>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -22,12 +24,20 @@ struct PEImport {
     std::string dll, name;
 };
 
+// The version resource: its numbers, most significant first, and its texts by key.
+struct PEVersion {
+    uint16_t file[4] = {}, product[4] = {};
+    uint32_t os = 0, type = 0;
+    std::map<std::string, std::string> texts;
+    uint32_t languageAndPage = 0; // as "Translation" has it
+};
+
 // Addresses are relative to the image base unless told otherwise. Reading outside the file throws
 // std::out_of_range.
 class PEImage {
   public:
-    static constexpr uint32_t kExports = 0, kImports = 1, kRelocations = 5, kDebug = 6,
-                              kThreadStorage = 9, kDirectories = 16;
+    static constexpr uint32_t kExports = 0, kImports = 1, kResources = 2, kRelocations = 5,
+                              kDebug = 6, kThreadStorage = 9, kDirectories = 16;
     static constexpr uint32_t kRelocationWord = 3; // a 32-bit address
 
     // Throws std::runtime_error if the file can't be read or is no PE file.
@@ -42,7 +52,7 @@ class PEImage {
 
     // The exports' DLL name, time stamp, ordinal base, count of addresses, and table by name.
     std::string dllName;
-    uint32_t exportTimeStamp, ordinalBase, exportCount;
+    uint32_t exportTimeStamp = 0, ordinalBase = 0, exportCount = 0;
     std::map<std::string, PEExport> exports;
     // Imports by name; of those by ordinal only the number counts.
     std::vector<PEImport> imports;
@@ -51,18 +61,29 @@ class PEImage {
     std::vector<uint32_t> relocations;
     std::vector<uint32_t> relocationKinds;
 
+    // Of the only version resource. Throws std::runtime_error if the resources are not so.
+    PEVersion Version() const;
+
     const PESection* SectionAt(uint32_t address) const;
     uint32_t Word(uint32_t address) const;
 
   private:
     template <class T>
-    T At(uint32_t offset) const;
+    T At(uint32_t offset) const {
+        if (bytes_.size() < sizeof(T) || offset > bytes_.size() - sizeof(T)) {
+            throw std::out_of_range("offset outside the file");
+        }
+        T value;
+        std::memcpy(&value, bytes_.data() + offset, sizeof(T));
+        return value;
+    }
     uint32_t OffsetOf(uint32_t address) const;
     std::string Text(uint32_t address) const;
     void ReadHeaders();
     void ReadExports();
     void ReadImports();
     void ReadRelocations();
+    void ReadVersionBlock(uint32_t at, PEVersion& version) const;
 
     std::vector<uint8_t> bytes_;
 };

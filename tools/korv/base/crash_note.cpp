@@ -10,12 +10,11 @@
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <iterator>
+#include <link.h>
 #include <sys/wait.h>
 #include <ucontext.h>
 #include <unistd.h>
 #include <unwind.h>
-
-extern "C" const char __executable_start;
 
 namespace korv {
 
@@ -26,7 +25,8 @@ constexpr size_t kMostFrames = 8;
 constexpr size_t kStackBytes = 256 * 1024;
 
 std::string note;
-std::string program; // path, for addr2line
+std::string program;    // path, for addr2line
+uintptr_t programMoved; // where it lies, less where it was linked for
 struct sigaction before[std::size(kSignals)];
 stack_t stackBefore;
 alignas(16) uint8_t handlerStack[kStackBytes];
@@ -123,7 +123,6 @@ void NameFrames() {
     for (const int signal : kSignals) {
         std::signal(signal, SIG_DFL);
     }
-    const auto base = reinterpret_cast<uintptr_t>(&__executable_start);
     char addresses[kMostFrames][16];
     const char* arguments[kMostFrames + 8] = {"addr2line", "-i", "-e", program.c_str(),
                                               "-f",        "-C", "-p"};
@@ -131,7 +130,7 @@ void NameFrames() {
     for (size_t i = 0; i < frameCount; ++i) {
         // A return address lies behind its call.
         std::snprintf(addresses[i], sizeof addresses[i], "0x%x",
-                      static_cast<uint32_t>(frames[i] - base - (i != 0 ? 1 : 0)));
+                      static_cast<uint32_t>(frames[i] - programMoved - (i != 0 ? 1 : 0)));
         arguments[count++] = addresses[i];
     }
     dup2(STDERR_FILENO, STDOUT_FILENO);
@@ -192,6 +191,13 @@ CrashNote::CrashNote() {
     char path[4096];
     const ssize_t bytes = readlink("/proc/self/exe", path, sizeof path);
     program.assign(path, bytes > 0 ? static_cast<size_t>(bytes) : 0);
+    // The first one that is told of is the program.
+    dl_iterate_phdr(
+        [](dl_phdr_info* info, size_t, void*) {
+            programMoved = info->dlpi_addr;
+            return 1;
+        },
+        nullptr);
     // The first walk may take memory.
     bool started = false;
     _Unwind_Backtrace(OnFrame, &started);

@@ -1,24 +1,20 @@
-#include "chip/registers.h"
-#include "host/display/display.h"
 #include "stream/checksum.h"
 #include "stream/player.h"
 #include "stream/primitives.h"
-#include "stream/surfaces.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/files.h"
 #include "tools/korv/base/text.h"
-#include "tools/korv/capture/layout_picture.h"
-#include "tools/korv/chips/chips.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/draw_options.h"
+#include "tools/korv/commands/cli/raw_screen.h"
 #include "tools/korv/commands/cli/stream_options.h"
+#include "tools/korv/commands/cli/stream_pictures.h"
 #include "tools/korv/commands/cli/values.h"
 #include "tools/korv/images/png.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fmt/ostream.h>
-#include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
 #include <memory>
@@ -32,7 +28,7 @@ struct PlayArguments {
     StreamArguments stream;
     stream::Place to{stream::Place::Kind::End, 0, {}};
     std::string output, surface, memory, pictures, every;
-    std::string size = "640x480", depth = "16"; // of the screen of raw words
+    RawScreen screen;
     bool depthPicture = false, check = false, json = false;
 };
 
@@ -46,7 +42,7 @@ class Play {
   public:
     Play(const PlayArguments& arguments, Console& console)
         : arguments_(arguments), console_(console), input_(arguments.stream),
-          player_(input_.Source()) {
+          player_(input_.Source()), pictured_(player_, arguments.stream.file) {
         if (!arguments.output.empty()) {
             CheckPngName(arguments.output);
             output_.emplace(arguments.output);
@@ -110,14 +106,15 @@ class Play {
     }
 
     void FollowMark(const stream::Mark& mark, const stream::Position& at) {
-        surfaces_.Follow(mark);
+        pictured_.Follow(mark);
         if (checks_ && mark.Number("registers")) {
             Check(mark, at);
         }
         if (mark.kind == stream::MarkKind::Frame && arguments_.every == "frame") {
-            WritePng(std::filesystem::path(arguments_.pictures) /
-                         fmt::format("frame-{:03}.png", pictures_++),
-                     Picture(FramePictured()));
+            WritePng(
+                std::filesystem::path(arguments_.pictures) /
+                    fmt::format("frame-{:03}.png", pictures_++),
+                pictured_.Picture(pictured_.OfFrame(arguments_.surface, arguments_.depthPicture)));
         }
     }
 
@@ -145,84 +142,17 @@ class Play {
             throw UsageError("raw words have no checksums to compare with: '--check' is for "
                              "captures");
         }
-        const ChipChoice& chip = ChipByName(arguments_.stream.chip);
-        const Extent size = ParseSize(arguments_.size);
-        const auto bits = static_cast<uint32_t>(std::stoi(arguments_.depth));
-        const uint32_t pitch =
-            host::ScreenPitchPixels(chip.deviceId, static_cast<uint32_t>(size.width));
-        raw_ = stream::ScreenLayout(static_cast<uint32_t>(size.width),
-                                    static_cast<uint32_t>(size.height), bits, pitch * bits / 8);
-        // What the display's own driver sets up at a mode change.
-        if (DeviceOf(input_.Source().Board().chip).IsGlint()) {
-            const uint32_t code = bits == 8 ? 2 : bits == 16 ? 1 : 0;
-            player_.Board().PlayWrite(reg::FBModeSel, field::FBModeSel_Depth.Put(0, code));
-        }
+        pictured_.SetScreen(SetUpRawScreen(player_, arguments_.screen, arguments_.stream.chip));
     }
 
-    stream::SurfaceLayout Screen() {
-        if (raw_) {
-            return *raw_;
-        }
-        const auto screen = surfaces_.Screen(player_.Board().ShownBase());
-        if (!screen) {
-            throw UserError(fmt::format("'{}' has no screen {}", arguments_.stream.file, Here()));
-        }
-        return *screen;
-    }
-
-    std::string Here() { return fmt::format("at {}", stream::TextOf(input_.Source().At())); }
-
-    stream::SurfaceLayout Named(const std::string& name) {
-        if (const stream::SurfaceLayout* surface = surfaces_.Find(name)) {
-            return *surface;
-        }
-        std::vector<std::string> names;
-        for (const stream::SurfaceLayout* surface : surfaces_.All()) {
-            names.push_back("'" + surface->name + "'");
-        }
-        throw UserError(fmt::format(
-            "'{}' has no surface '{}' {}: it has {}", arguments_.stream.file, name, Here(),
-            names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "))));
-    }
-
-    // What is drawn to: that of the latest picture, else the target of the latest context.
-    stream::SurfaceLayout Drawn() {
-        if (!arguments_.surface.empty()) {
-            return Named(arguments_.surface);
-        }
-        if (arguments_.depthPicture) {
-            if (surfaces_.ZBuffer().empty()) {
-                throw UserError(fmt::format("'{}' has no context with a Z buffer {}: '--surface' "
-                                            "names others",
-                                            arguments_.stream.file, Here()));
-            }
-            return Named(surfaces_.ZBuffer());
-        }
-        for (const std::string& name : {surfaces_.Pictured(), surfaces_.Target()}) {
-            if (surfaces_.Find(name) != nullptr) {
-                return Named(name);
-            }
-        }
-        return Screen();
-    }
-
-    stream::SurfaceLayout FramePictured() {
-        return arguments_.surface.empty() && surfaces_.Find("screen") != nullptr &&
-                       !arguments_.depthPicture
-                   ? Named("screen")
-                   : Drawn();
-    }
-
-    host::Picture Picture(const stream::SurfaceLayout& surface) {
-        return PictureOf(player_.Board(), surface,
-                         surface.name == surfaces_.Pictured() ? surfaces_.Palette()
-                                                              : std::vector<uint8_t>());
+    host::Picture Drawn() {
+        return pictured_.Picture(pictured_.Drawn(arguments_.surface, arguments_.depthPicture));
     }
 
     void WritePrimitive() {
         WritePng(std::filesystem::path(arguments_.pictures) /
                      fmt::format("primitive-{:06}.png", pictures_++),
-                 Picture(Drawn()));
+                 Drawn());
     }
 
     void WriteOutputs() {
@@ -232,7 +162,7 @@ class Play {
             file.Close();
         };
         if (output_) {
-            WritePng(output_->Stream(), Picture(Drawn()));
+            WritePng(output_->Stream(), Drawn());
             output_->Close();
         }
         if (memory_) {
@@ -300,9 +230,8 @@ class Play {
     Console& console_;
     StreamInput input_;
     stream::Player player_;
-    stream::Surfaces surfaces_;
+    StreamPictures pictured_;
     stream::PrimitiveWalker walker_;
-    std::optional<stream::SurfaceLayout> raw_; // screen of raw words
     std::optional<OutputFile> output_, memory_, localMemory_;
     bool checks_ = false;
     uint64_t checked_ = 0, pictures_ = 0;
@@ -356,12 +285,7 @@ void SetUpPlay(CLI::App& command, Console& console) {
               "When to take one of them");
     command.add_flag("--check", arguments->check,
                      "Compare with the checksums of the capture's marks");
-    command
-        .add_option("--size", arguments->size,
-                    "Raw words: size of the screen in pixels (default 640x480)")
-        ->type_name("WxH");
-    AddChoice(command, "--depth", arguments->depth, {"8", "16", "32"},
-              "Raw words: bits per pixel of the screen (default 16)");
+    AddRawScreenArguments(command, arguments->screen);
     command.add_flag("--json", arguments->json, "Tell the result as JSON");
     command.footer(kPlayFooter);
     command.callback([arguments, &console] {

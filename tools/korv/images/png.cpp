@@ -1,5 +1,6 @@
 #include "tools/korv/images/png.h"
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -69,9 +70,10 @@ void CheckPngName(const std::filesystem::path& path) {
 void WritePng(std::ostream& out, const host::Picture& picture, PngChannels channels) {
     const int count = static_cast<int>(channels);
     std::vector<uint8_t> pixels;
-    pixels.reserve(picture.rgba.size());
+    pixels.resize(picture.rgba.size() / 4 * static_cast<size_t>(count));
+    uint8_t* next = pixels.data();
     for (size_t i = 0; i < picture.rgba.size(); i += 4) {
-        pixels.insert(pixels.end(), &picture.rgba[i], &picture.rgba[i] + count);
+        next = std::copy_n(&picture.rgba[i], count, next);
     }
     const auto append = [](void* context, void* data, int size) {
         static_cast<std::ostream*>(context)->write(static_cast<const char*>(data), size);
