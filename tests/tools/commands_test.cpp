@@ -36,7 +36,7 @@ TEST(Commands, AreTheFilesOfTheFolder) {
 TEST(Commands, HelpListsThemGroupByGroup) {
     std::vector<std::string> listed;
     const std::string help = RunTool({"--help"}).out;
-    for (const char* group : {"Draw", "Look"}) {
+    for (const char* group : {"Draw", "Look", "Check"}) {
         size_t at = help.find(std::string("\n") + group + ":\n");
         ASSERT_NE(at, help.npos) << help;
         listed.emplace_back(group);
@@ -48,7 +48,8 @@ TEST(Commands, HelpListsThemGroupByGroup) {
         }
     }
     EXPECT_THAT(listed, ElementsAre("Draw", "demo", "model", "render", "replay", "texture", "Look",
-                                    "assemble", "dump", "info", "play", "state", "stats", "trace"));
+                                    "assemble", "dump", "info", "play", "state", "stats", "trace",
+                                    "trim", "Check", "diff", "lint"));
 }
 
 TEST(Commands, EachHasHelpThatBeginsWithItsSynopsis) {

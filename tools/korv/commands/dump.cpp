@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include <memory>
+#include <sstream>
 
 namespace korv {
 
@@ -18,11 +19,12 @@ namespace {
 struct DumpArguments {
     StreamArguments stream;
     stream::DumpOptions options;
-    std::vector<std::string> only;
+    std::string only; // names, separated by commas
 };
 
 void AddNames(DumpArguments& arguments) {
-    for (const std::string& name : arguments.only) {
+    std::istringstream names(arguments.only);
+    for (std::string name; std::getline(names, name, ',');) {
         if (!arguments.options.only.Add(name)) {
             throw UsageError(
                 fmt::format("unknown register, unit or kind '{}' for '--only': the nearest is '{}'",
@@ -80,7 +82,6 @@ void SetUpDump(CLI::App& command, Console& console) {
     command
         .add_option("--only", arguments->only,
                     "Only events of these registers, units or kinds, separated by commas")
-        ->delimiter(',')
         ->type_name("NAME,...");
     command.add_flag("--changes", arguments->options.changes,
                      "Only writes that give a register another value, and commands");

@@ -182,9 +182,9 @@ before; commands, which act each time, are none of those. Bytes stored are those
 wrote into the memories behind the chip's back.
 
 Examples:
-  korv demo --scene tunnel --chip tx --capture captures
-  korv stats captures/tunnel-tx.korv
-  korv stats captures/tunnel-tx.korv --json
+  korv demo --scene animation --chip mx --capture captures
+  korv stats captures/mx-animation.korv
+  korv stats captures/mx-animation.korv --json
   korv stats words.bin --chip permedia
 )";
 
