@@ -45,7 +45,7 @@ TEST(Commands, HelpListsThemGroupByGroup) {
         }
     }
     EXPECT_THAT(listed, ElementsAre("demo", "render", "info", "model", "texture", "assemble",
-                                    "play", "replay", "trace"));
+                                    "diff", "lint", "play", "replay", "trace", "trim"));
 }
 
 TEST(Commands, EachHasHelpThatBeginsWithItsSynopsis) {
