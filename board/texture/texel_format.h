@@ -51,7 +51,8 @@ inline Colour TexelColour(const TexelFormat& format, const LookupTable& table, u
         colour = table.Entry(texel);
         break;
     case TexelFormat::Kind::Index: {
-        const auto index = static_cast<int32_t>(texel);
+        // Wider ones come of formats that are not modelled.
+        const auto index = static_cast<int32_t>(texel & 0xFF);
         colour = {index, index, index, 255};
         break;
     }

@@ -42,17 +42,27 @@ struct Plane {
     int64_t Index(int64_t x, int64_t y) const {
         return base + (patched ? PatchedOffset(x, y, pitch) : y * pitch + x);
     }
+    // The first pixel of the span whose element is `element` or a later one; the span's right end
+    // if there is none. Elements grow along a row.
+    int64_t FirstFrom(int64_t element, const Span& span) const {
+        int64_t low = span.left, high = span.right;
+        while (low < high) {
+            const int64_t middle = low + (high - low) / 2;
+            if (Index(middle, span.y) < element) {
+                low = middle + 1;
+            } else {
+                high = middle;
+            }
+        }
+        return low;
+    }
     uint8_t* Address(int64_t x, int64_t y) const { return memory + Index(x, y) * bytesPerElement; }
     // Cuts away what lies outside the memory; the number of pixels cut.
     uint64_t ClipToMemory(Span& span) const {
         const int64_t before = span.right - span.left;
         if (patched) {
-            while (!span.Empty() && Index(span.left, span.y) < 0) {
-                span.Clip(span.left + 1, span.right);
-            }
-            while (!span.Empty() && Index(span.right - 1, span.y) >= elements) {
-                span.Clip(span.left, span.right - 1);
-            }
+            const int64_t first = FirstFrom(0, span);
+            span.Clip(first, std::max(first, FirstFrom(elements, span)));
         } else {
             const int64_t rowStart = base + span.y * pitch;
             if (before > 0 && rowStart + span.left >= 0 && rowStart + span.right <= elements) {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 namespace {
 
 TEST(Memory, PitchIsTheSumOfThePartialProducts) {
@@ -97,6 +99,40 @@ TEST(Memory, AccessesOutsideAreCountedAndDropped) {
     EXPECT_EQ(r.Element<uint32_t>(0), 5u);
     r.Rectangle(0, -5, 8, -4);
     EXPECT_EQ(r.board.FaultReport().badMemoryAccesses, 17u);
+}
+
+// Pixel by pixel: each whose element is outside is cut away and counted.
+TEST(Memory, PatchedSpansAreCutWhereTheirElementsLeaveTheMemory) {
+    std::mt19937 random(5);
+    const auto between = [&random](int low, int high) {
+        return low + static_cast<int>(random() % static_cast<unsigned>(high - low + 1));
+    };
+    for (int i = 0; i < 2000; ++i) {
+        const board::Plane plane{
+            nullptr, between(0, 4000), between(-3000, 3000), 16 * between(0, 8), 4, true};
+        board::Span span{};
+        span.y = between(-40, 80);
+        span.left = between(-100, 100);
+        span.right = span.left + between(1, 200);
+        span.leftward = between(0, 1) != 0;
+        int64_t inside = 0, first = span.right;
+        for (int64_t x = span.left; x < span.right; ++x) {
+            const int64_t element = plane.Index(x, span.y);
+            if (element >= 0 && element < plane.elements) {
+                first = std::min(first, x);
+                ++inside;
+            }
+        }
+        board::Span cut = span;
+        const uint64_t count = plane.ClipToMemory(cut);
+        EXPECT_EQ(count, static_cast<uint64_t>(span.right - span.left - inside));
+        EXPECT_EQ(cut.Empty() ? 0 : cut.right - cut.left, inside);
+        if (inside != 0) {
+            EXPECT_EQ(cut.left, first);
+            EXPECT_EQ(cut.skipped,
+                      span.leftward ? span.right - (first + inside) : first - span.left);
+        }
+    }
 }
 
 TEST(Memory, WriteMasksKeepClearedBits) {
