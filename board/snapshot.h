@@ -10,8 +10,8 @@
 //   8         number of values
 //   n         the values
 // Names say what is meant, so entries may come in any order. A board skips names that it does not
-// know, and refuses a snapshot that lacks one that it needs: a board that has got more state names it.
-// The bytes have no checksum of their own.
+// know, and refuses a snapshot that lacks one that it needs: a board that has got more state names
+// it. The bytes have no checksum of their own.
 #include "board/values/state_visitor.h"
 
 #include <cstddef>

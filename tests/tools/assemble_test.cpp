@@ -79,14 +79,13 @@ TEST(Assemble, WritesLittleEndianWords) {
                                                    "w IntEnable DMA=1\n");
     const ToolResult result = RunTool({"assemble", text, "-o", folder / "t.words"});
     EXPECT_EQ(result.code, 0) << result.err;
-    EXPECT_EQ(result.out,
-              folder / "t.words" + ": 2 words; register events left out: 1\n");
+    EXPECT_EQ(result.out, folder / "t.words" + ": 2 words; register events left out: 1\n");
     EXPECT_EQ(ReadAll(folder / "t.words"), std::string("\x07\0\0\0\x40\x40\0\0", 8));
 }
 
 TEST(Assemble, ReadsStandardInputAndWritesStandardOutput) {
     const ShellResult output = Shell("printf 'dXDom = 0.5\\n' | '" KORV_TOOL
-                                    "' assemble - -o - --form events 2>/dev/null");
+                                     "' assemble - -o - --form events 2>/dev/null");
     EXPECT_EQ(output.out, "f 00000001 ; dXDom\nf 00008000 ; dXDom = 0.5\n");
 }
 
