@@ -1,6 +1,7 @@
 #include "board/faults.h"
 
 #include "board/values/register_names.h"
+#include "chip/words.h"
 
 #include <fmt/format.h>
 

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string_view>
 
 // A part of the chip.
 enum class ChipUnit : uint8_t {
@@ -102,8 +101,7 @@ inline constexpr auto kFieldRanges = [] {
         }
     }
     for (uint32_t i = 0; i < ranges.size(); ++i) {
-        // By name: under a sanitizer GCC compares no addresses in a constant expression.
-        if (std::string_view(kRegisters[i].kind->name) == kind::RenderWord.name) {
+        if (IsKind(kRegisters[i].kind, kind::RenderWord)) {
             ranges[i] = ranges[kIndex[field::place::Render / 8] - 1];
         }
     }

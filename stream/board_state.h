@@ -1,6 +1,7 @@
 #pragma once
 // What a board holds at a place of a stream: every register, the word that last wrote each, and
 // what is in flight.
+#include "board/bus/decoder.h"
 #include "stream/player.h"
 #include "stream/state_view.h"
 

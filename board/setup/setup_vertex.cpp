@@ -18,7 +18,7 @@ constexpr uint32_t kAlwaysSet = field::DeltaMode_Unknown11.Mask();
 constexpr uint32_t KnownBits() {
     uint32_t bits = kAlwaysSet;
     for (const FieldRow& field : kFields) {
-        if (field.offset == MappedOffset(tag::DeltaMode) && field.kind != &kind::Unknown) {
+        if (field.offset == MappedOffset(tag::DeltaMode) && !IsKind(field.kind, kind::Unknown)) {
             bits |= field.Mask();
         }
     }
