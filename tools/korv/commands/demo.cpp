@@ -1,3 +1,4 @@
+#include "tools/korv/base/claims.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/packing.h"
 #include "tools/korv/base/progress.h"
@@ -15,6 +16,8 @@
 #include <fmt/format.h>
 #include <fmt/ostream.h>
 
+#include <deque>
+#include <functional>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -252,6 +255,22 @@ RecordPaths RecordsOf(const DemoArguments& arguments, const std::string& name, b
     return record;
 }
 
+// SharedFileError if a recording has the name of a picture: to be told before anything is drawn.
+void CheckNames(const std::filesystem::path& folder, const std::vector<Task>& tasks,
+                const std::function<RecordPaths(const Task&)>& records) {
+    std::deque<OutputClaim> claims;
+    claims.emplace_back(folder / kSheetName);
+    for (const Task& task : tasks) {
+        claims.emplace_back(folder / (task.Name() + ".png"));
+        const RecordPaths record = records(task);
+        for (const std::filesystem::path& name : {record.words, record.events, record.capture}) {
+            if (!name.empty() && !TargetOf(name).IsSpecial()) {
+                claims.emplace_back(name);
+            }
+        }
+    }
+}
+
 Finished Draw(const DemoArguments& arguments, const Task& task, const RecordPaths& record,
               const ContactSheet& sheet) {
     const Scene& scene = *task.scene;
@@ -288,11 +307,6 @@ void Demo(const DemoArguments& arguments, Console& console) {
     const auto scenes = ChosenScenes(arguments.scenes);
     const size_t pictures = CountPictures(chips, scenes);
     const std::filesystem::path folder = arguments.folder;
-    MakeFolder(folder);
-    if (!arguments.captures.empty()) {
-        MakeFolder(arguments.captures);
-    }
-
     ContactSheet sheet(NamesOf(chips), NamesOf(scenes), static_cast<uint32_t>(settings.size.width),
                        static_cast<uint32_t>(settings.size.height));
     std::vector<Task> tasks;
@@ -308,6 +322,11 @@ void Demo(const DemoArguments& arguments, Console& console) {
     const auto records = [&](const Task& task) {
         return RecordsOf(arguments, task.Name(), pictures > 1);
     };
+    CheckNames(folder, tasks, records);
+    MakeFolder(folder);
+    if (!arguments.captures.empty()) {
+        MakeFolder(arguments.captures);
+    }
     // What goes to a device goes there in the order of the pictures.
     const bool shared = pictures > 1 && records(tasks[0]).SharesWith(records(tasks[1]));
 
