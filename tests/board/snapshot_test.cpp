@@ -8,8 +8,12 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -90,6 +94,10 @@ board::Timing SomeTiming(std::mt19937& random) {
 class Work {
   public:
     explicit Work(uint32_t seed) : random_(seed) {}
+
+    // Where its random numbers are, to go on from there elsewhere.
+    std::string Place() const { return (std::ostringstream() << random_).str(); }
+    void GoTo(const std::string& place) { std::istringstream(place) >> random_; }
 
     void Begin(Machine& machine) {
         Board& to = machine.board;
@@ -421,6 +429,86 @@ TEST(Snapshot, ARestoredBoardGoesOnLikeTheSavedOne) {
         ASSERT_EQ(saved.board.FaultReport().Describe(), restored.board.FaultReport().Describe());
         ASSERT_EQ(saved.board.Configuration().timing, restored.board.Configuration().timing);
     }
+}
+
+// What a process hands to another one that is to go on: files in a folder.
+class Handover {
+  public:
+    explicit Handover(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
+    void Put(const char* name, const std::vector<uint8_t>& bytes) const {
+        std::ofstream(folder_ / name, std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.data()),
+                   static_cast<std::streamsize>(bytes.size()));
+    }
+    void Put(const char* name, const std::string& text) const {
+        std::ofstream(folder_ / name) << text;
+    }
+    std::vector<uint8_t> Bytes(const char* name) const {
+        std::ifstream file(folder_ / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    std::string Text(const char* name) const { return TextOf(Bytes(name)); }
+
+  private:
+    std::filesystem::path folder_;
+};
+
+std::string Goes(Machine& machine, Work& work) {
+    machine.seen.clear();
+    for (uint32_t left = 60; left != 0; --left) {
+        work.Step(machine);
+    }
+    std::ostringstream seen;
+    for (const uint32_t value : machine.seen) {
+        seen << value << ' ';
+    }
+    return seen.str() + machine.board.FaultReport().Describe();
+}
+
+constexpr const char* kHandoverVariable = "KORV_SNAPSHOT_HANDOVER";
+
+// The other process of the test below.
+TEST(Snapshot, OtherProcess) {
+    const char* folder = std::getenv(kHandoverVariable);
+    if (folder == nullptr) {
+        GTEST_SKIP() << "started by Snapshot.GoesOnInAnotherProcess";
+    }
+    const Handover handover(folder);
+    Machine machine(SomeConfig(static_cast<uint32_t>(std::stoul(handover.Text("seed")))));
+    ASSERT_EQ(machine.board.Restore(handover.Bytes("board")), std::nullopt);
+    Work work(0);
+    work.GoTo(handover.Text("work"));
+    handover.Put("seen", Goes(machine, work));
+    handover.Put("after", machine.board.Save(Contents::WithMemories));
+}
+
+TEST(Snapshot, GoesOnInAnotherProcess) {
+    std::string folder = (std::filesystem::temp_directory_path() / "korv-XXXXXX").string();
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    const Handover handover(folder);
+    for (uint32_t seed = 0; seed < 20; ++seed) {
+        Machine machine(SomeConfig(seed));
+        Work work(seed);
+        work.Begin(machine);
+        for (uint32_t left = 20 + work.Below(150); left != 0; --left) {
+            work.Step(machine);
+        }
+        handover.Put("seed", std::to_string(seed));
+        handover.Put("work", work.Place());
+        handover.Put("board", machine.board.Save(Contents::WithMemories));
+        handover.Put("after", std::string());
+        const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+        const std::string line = std::string(kHandoverVariable) + "='" + folder + "' '" + self +
+                                 "' --gtest_filter=Snapshot.OtherProcess > '" + folder + "/told'";
+        ASSERT_EQ(std::system(line.c_str()), 0) << handover.Text("told");
+
+        EXPECT_EQ(Goes(machine, work), handover.Text("seen")) << seed;
+        const std::vector<uint8_t> after = handover.Bytes("after");
+        ASSERT_FALSE(after.empty());
+        EXPECT_EQ(Differences(machine.board.Save(Contents::WithMemories), after), "") << seed;
+    }
+    std::filesystem::remove_all(folder);
 }
 
 // What the random work above must have reached for its word to count.
