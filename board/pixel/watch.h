@@ -75,7 +75,10 @@ class Watched {
         pixel_.shaded = true;
         pixel_.fragment = colour;
     }
-    void TakeDepth(int64_t accumulator) { pixel_.fragmentDepth = state_.depth.Value(accumulator); }
+    void TakeDepth(int64_t accumulator) {
+        pixel_.fragmentDepth = state_.depth.Value(accumulator);
+        pixel_.storedDepth = state_.depth.reads ? pixel_.depth.before : 0;
+    }
     void TakeSource(int64_t place) { pixel_.source = place; }
     void WriteColour() { pixel_.colour.written = true; }
     void WriteDepth() { pixel_.depth.written = true; }

@@ -58,7 +58,8 @@ struct PixelReport {
     PixelElement colour, depth;   // texels and video are colours
     bool shaded = false;          // `fragment` says something
     Colour fragment{};            // behind texture and fog
-    uint32_t fragmentDepth = 0;   // held inside the format; of those that met the depth test
+    // Of those that met the depth test: held inside the format, and what it was compared with.
+    uint32_t fragmentDepth = 0, storedDepth = 0;
     Compare alphaCompare{}, depthCompare{};
     uint32_t alphaReference = 0;
     int64_t source = -1; // of a copy: the byte of the same memory that it comes from

@@ -7,6 +7,7 @@
 #include "tests/tools/run_tool.h"
 #include "tests/tools/scene_scripts.h"
 #include "tests/tools/temporary_folder.h"
+#include "tests/tools/told_memories.h"
 #include "tools/korv/chips/chips.h"
 
 #include <gmock/gmock.h>
@@ -33,6 +34,19 @@ void ExpectAllPlay(const TemporaryFolder& folder, int fewestChecks) {
         EXPECT_EQ(report["cutOff"], "");
     }
     EXPECT_GE(captures, 1);
+}
+
+// Whatever changes the board's memories is told to a probe.
+void ExpectAllTold(const std::filesystem::path& capture) {
+    std::ifstream in(capture, std::ios::binary);
+    const auto source = stream::OpenSource(in);
+    stream::Player player(*source);
+    ToldMemories told(player);
+    stream::Event event;
+    while (player.Step(event)) {
+        told.Follow(event);
+    }
+    EXPECT_TRUE(told.AreTheBoards()) << capture;
 }
 
 // The base of a buffer that is not there is where the frame buffer happens to lie from address 0:
@@ -79,6 +93,11 @@ TEST_P(ScriptCaptured, PlaysOnABareBoardAndIsNotChanged) {
     ASSERT_EQ(result.code, 0) << result.err;
     EXPECT_TRUE(Recorded(plain) == Recorded(captured));
     ExpectAllPlay(captured, 2);
+    for (const auto& entry : std::filesystem::directory_iterator(captured.Path())) {
+        if (entry.path().extension() == ".korv") {
+            ExpectAllTold(entry.path());
+        }
+    }
 }
 
 TEST_P(ScriptCaptured, PlaysByTheDllToo) {

@@ -83,6 +83,7 @@ TEST(PixelProbe, FragmentTellsPlaceTestsAndWhatItLeaves) {
     EXPECT_EQ(pixel.depth.after, 499u);
     EXPECT_TRUE(pixel.depth.written);
     EXPECT_EQ(pixel.fragmentDepth, 499u);
+    EXPECT_EQ(pixel.storedDepth, 500u);
     EXPECT_EQ(pixel.depthCompare, board::Compare::Less);
     EXPECT_TRUE(pixel.shaded);
     EXPECT_EQ(pixel.fragment.red, 0x78);
