@@ -87,27 +87,20 @@ void PixelHistory::FollowMark(const Mark& mark) {
 }
 
 void PixelHistory::Locate(MarkKind cause) {
-    std::optional<SurfaceLayout> surface;
-    if (rawScreen_ || name_.empty()) {
-        const uint32_t shown = player_.Board().ShownBase();
-        surface = rawScreen_ ? rawScreen_ : surfaces_.Screen(shown);
-        if (surface) {
-            surface->offset = shown;
-        }
-    } else if (const SurfaceLayout* found = surfaces_.Find(name_)) {
+    std::optional<SurfaceLayout> surface = rawScreen_;
+    if (!surface && name_.empty()) {
+        surface = surfaces_.Screen(player_.Board().ShownBase());
+    } else if (const SurfaceLayout* found = surfaces_.Find(name_); found != nullptr && !surface) {
         surface = *found;
     }
     std::optional<PixelPlace> place;
     if (surface) {
         surface_ = surface;
-        if (x_ >= surface->width || y_ >= surface->height) {
-            throw StreamError("pixel " + std::to_string(x_) + "," + std::to_string(y_) +
-                              " lies outside '" + surface->name + "', which has " +
-                              std::to_string(surface->width) + "x" +
-                              std::to_string(surface->height) + " at " + TextOf(at_));
+        if (x_ < surface->width && y_ < surface->height) {
+            place = PlaceOf(*surface, x_, y_);
+            inside_ = true;
         }
-        place = PlaceOf(*surface, x_, y_);
-        if (!Bytes(*place)) {
+        if (place && !Bytes(*place)) {
             place.reset();
         }
     }

@@ -13,7 +13,7 @@ struct Unwatched {
     static void Cut(PixelWay, PixelTest, const Span&, const Span&) {}
     static void Begin(PixelWay, int64_t, int64_t) {}
     static void BeginLocal(PixelWay, int64_t, int64_t) {}
-    static void BeginBytes(PixelWay, int64_t, int64_t, int64_t, int64_t) {}
+    static void BeginBytes(PixelWay, int64_t, int64_t, int64_t, int64_t, bool = false) {}
     static bool Test(PixelTest, bool passed) { return passed; }
     static void TakeColour(Colour) {}
     static void TakeDepth(int64_t) {}
@@ -57,9 +57,11 @@ class Watched {
         Take(pixel_.depth, target, target.Index(x, y));
     }
     // A pixel of which these bytes of the frame buffer are written, if they are there; tests of
-    // bounds are among those that are told.
-    void BeginBytes(PixelWay way, int64_t x, int64_t y, int64_t place, int64_t bytes) {
+    // bounds are among those that are told. `rest`: others before them are the pixel's, too.
+    void BeginBytes(PixelWay way, int64_t x, int64_t y, int64_t place, int64_t bytes,
+                    bool rest = false) {
         Start(way, x, y);
+        pixel_.rest = rest;
         const Plane& pixels = state_.pixels;
         if (place >= 0 && place + bytes <= pixels.elements * pixels.bytesPerElement) {
             TakeBytes(pixel_.colour, pixels, place, static_cast<uint32_t>(bytes));

@@ -52,6 +52,7 @@ struct PixelElement {
 // A pixel that has gone as far as it goes.
 struct PixelReport {
     PixelWay way{};
+    bool rest = false;            // of a packed copy: another word has the beginning of this pixel
     bool placed = false;          // x and y say something: all but texture data and video
     int64_t x = 0, y = 0;         // as the rasteriser counts
     uint32_t met = 0, failed = 0; // bit PixelTest each

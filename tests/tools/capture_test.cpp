@@ -36,6 +36,16 @@ void ExpectAllPlay(const TemporaryFolder& folder, int fewestChecks) {
     EXPECT_GE(captures, 1);
 }
 
+// Each capture of the folder is its dump.
+void ExpectAllComeBack(const TemporaryFolder& folder) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+        const TemporaryFolder made;
+        made.Write("text", RunTool({"dump", entry.path().string()}).out);
+        ASSERT_EQ(RunTool({"assemble", made / "text", "-o", made / "again"}).code, 0);
+        EXPECT_TRUE(ReadAll(made / "again") == ReadAll(entry.path().string())) << entry.path();
+    }
+}
+
 // Whatever changes the board's memories is told to a probe.
 void ExpectAllTold(const std::filesystem::path& capture) {
     std::ifstream in(capture, std::ios::binary);
@@ -110,6 +120,7 @@ TEST_P(ScriptCaptured, PlaysByTheDllToo) {
         {"replay", ScenePath(script), "--dll", KORV_DLL_PATH, "--capture", captured / "c.korv"});
     ASSERT_EQ(result.code, 0) << result.err;
     ExpectAllPlay(captured, 2);
+    ExpectAllComeBack(captured);
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenes, ScriptCaptured, testing::ValuesIn(SceneScripts()), SceneTestName);
@@ -205,6 +216,22 @@ TEST_F(PlayCommand, TakesPicturesOfEachPrimitive) {
     EXPECT_GT(pictures.Files(), 10u);
 }
 
+TEST_F(PlayCommand, ShowsHowOftenPixelsWereWritten) {
+    const TemporaryFolder folder, frames;
+    const std::string capture = Capture(folder);
+    const ToolResult whole =
+        RunTool({"play", capture, "--overdraw", "-o", folder / "all.png", "--json"});
+    ASSERT_EQ(whole.code, 0) << whole.err;
+    const auto all = nlohmann::json::parse(whole.out)["overdraw"];
+    const ToolResult late = RunTool(
+        {"play", capture, "--overdraw", "--from", "step:30", "-o", folder / "late.png", "--json"});
+    const auto part = nlohmann::json::parse(late.out)["overdraw"];
+    EXPECT_GT(all["most"], 1);
+    EXPECT_GT(part["writes"], 0);
+    EXPECT_LT(part["writes"], all["writes"]);
+    EXPECT_FALSE(ReadAll(folder / "all.png") == ReadAll(folder / "late.png"));
+}
+
 TEST_F(PlayCommand, RefusesInOneLine) {
     const TemporaryFolder folder;
     const std::string capture = Capture(folder);
@@ -225,6 +252,8 @@ TEST_F(PlayCommand, RefusesInOneLine) {
     expect({capture, "--to", "word:99999999"}, "has no word:99999999: it ends behind word");
     expect({capture, "-o", folder / "x.png", "--surface", "nobody"}, "has no surface 'nobody'");
     expect({capture, "--every", "frame"}, "'--pictures' and '--every' belong together");
+    expect({capture, "--overdraw"}, "'--overdraw' needs a place for its picture");
+    expect({capture, "--from", "5"}, "'--from' is for '--overdraw'");
     expect({folder / "words", "--chip", "permedia", "--check"}, "raw words have no checksums");
     const ToolResult short_ = RunTool({"play", cut, "--check"});
     EXPECT_EQ(short_.code, 0);

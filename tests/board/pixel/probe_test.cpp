@@ -234,6 +234,7 @@ TEST(PixelProbe, PackedCopiesTellWhatEachWordHasOfAPixel) {
         EXPECT_EQ(pixel.colour.bytes, parts[i].bytes);
         EXPECT_EQ(pixel.colour.after, parts[i].after);
         EXPECT_EQ(pixel.source, parts[i].place - 192);
+        EXPECT_EQ(pixel.rest, i == 2 || i == 4);
     }
 }
 

@@ -127,6 +127,11 @@ class Why {
                     ? fmt::format("'{}' has no screen", arguments_.stream.file)
                     : fmt::format("'{}' has no surface '{}'", arguments_.stream.file, surface));
         }
+        if (!history.Inside()) {
+            throw UserError(fmt::format("pixel {},{} lies outside '{}', which has {}x{} pixels",
+                                        pixel_.x, pixel_.y, surface.empty() ? "screen" : surface,
+                                        history.Surface()->width, history.Surface()->height));
+        }
         surface_ = *history.Surface();
         surface_.name = surface.empty() ? "screen" : surface;
         reading_.chip = input_.Source().Board().chip;
