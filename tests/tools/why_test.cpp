@@ -207,7 +207,8 @@ TEST_F(WhyCommand, TakesRawWords) {
                   .code,
               0);
     const ToolResult result =
-        RunTool({"why", words, "32,24", "--chip", "permedia", "--size", "64x48", "--json"});
+        RunTool({"why", words, "32,24", "--chip", "permedia", "--size", "64x48", "--base", "6144",
+                 "--json"}); // the target lies behind the screen
     ASSERT_EQ(result.code, 0) << result.err;
     // It was cleared, and the cube covers the middle.
     EXPECT_GE(nlohmann::json::parse(result.out)["moments"].size(), 2u);
