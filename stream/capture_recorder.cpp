@@ -53,6 +53,12 @@ void CaptureRecorder::BeforeActing() {
     }
 }
 
+void CaptureRecorder::AfterActing() {
+    if (acted_) {
+        acted_();
+    }
+}
+
 void CaptureRecorder::Put(Mark mark, bool checked) {
     BeforeActing();
     PutTicks(ticks_);

@@ -23,6 +23,8 @@ class CaptureRecorder final : public board::BusMonitor {
     // Called before the board acts: it tells what the processor has stored since the last time by
     // calling Store().
     void SetStores(std::function<void()> find) { findStores_ = std::move(find); }
+    // Called behind what the board does, for whoever has to know what it stored.
+    void SetActed(std::function<void()> acted) { acted_ = std::move(acted); }
     void Store(Memory memory, uint32_t offset, std::span<const uint8_t> bytes);
 
     // A mark at this point. `checked` ones carry the checksums of the board's state.
@@ -43,6 +45,7 @@ class CaptureRecorder final : public board::BusMonitor {
     const Position& At() const { return writer_.At(); }
 
     void BeforeActing() override;
+    void AfterActing() override;
     void OnTick() override;
     void OnClock(uint64_t microseconds) override;
     void OnUnits() override;
@@ -78,7 +81,7 @@ class CaptureRecorder final : public board::BusMonitor {
 
     board::Board* board_;
     CaptureWriter writer_;
-    std::function<void()> findStores_;
+    std::function<void()> findStores_, acted_;
     std::optional<Event> waiting_; // an access under way, until the next event
     // Time that has passed and is not written yet: by the clock alone, then in ticks.
     uint64_t microseconds_ = 0;

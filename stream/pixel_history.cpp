@@ -228,6 +228,25 @@ std::optional<int64_t> PixelHistory::Found(const board::CutPixels& run, const bo
     return x < row.right && plane->Index(x, run.y) <= last ? std::optional(x) : std::nullopt;
 }
 
+bool PixelHistory::Wants(const board::PixelRow& row) {
+    if (!place_ || place_->memory == Memory::Host) {
+        return false;
+    }
+    const bool local = IsLocal(place_->memory);
+    const board::Span span{row.y, row.left, row.right, false, 0, 0};
+    const auto meets = [&](const board::Plane* plane, bool planeLocal) {
+        if (plane == nullptr || planeLocal != local) {
+            return false;
+        }
+        const int64_t first = place_->byte / plane->bytesPerElement;
+        const int64_t last = (place_->byte + place_->bytes - 1) / plane->bytesPerElement;
+        const int64_t x = plane->FirstFrom(first, span);
+        return x < span.right && plane->Index(x, span.y) <= last;
+    };
+    return (row.columns && !local) || meets(row.pixels, false) ||
+           meets(row.depths, row.depthsLocal) || meets(row.locals, true);
+}
+
 void PixelHistory::OnCut(const board::CutPixels& run) {
     auto x = Found(run, run.pixels, false);
     if (!x) {

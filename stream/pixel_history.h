@@ -70,6 +70,7 @@ class PixelHistory final : public board::PixelProbe {
     const std::string& CallName(uint64_t call) const { return NameIn(callNames_, call); }
     const std::string& StepName(uint64_t step) const { return NameIn(stepNames_, step); }
 
+    bool Wants(const board::PixelRow& row) override;
     void OnEnter(board::RegisterWrite write) override { entries_.OnEnter(write); }
     void OnExecute(board::RegisterWrite write) override { entries_.OnExecute(write); }
     void OnPrimitive(board::PrimitiveKind kind) override { primitive_ = kind; }

@@ -4,12 +4,14 @@
 #include "board/pixel/pipeline.h"
 #include "board/values/probe.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
 namespace board {
 
 struct Unwatched {
+    static void Reach(const Plane&, int64_t&, int64_t&) {}
     static void Cut(PixelWay, PixelTest, const Span&, const Span&) {}
     static void Begin(PixelWay, int64_t, int64_t) {}
     static void BeginLocal(PixelWay, int64_t, int64_t) {}
@@ -27,6 +29,12 @@ class Watched {
   public:
     Watched(PixelProbe& probe, const PipelineState& state) : probe_(probe), state_(state) {}
 
+    // Widens `low` to `high` - 1 by the pixels that somebody may want to know of although they
+    // write nothing: those of the rows, without what lies beside them.
+    static void Reach(const Plane& pixels, int64_t& low, int64_t& high) {
+        low = std::min<int64_t>(low, 0);
+        high = std::max(high, pixels.pitch);
+    }
     // What of `before` is not in `after` goes no further.
     void Cut(PixelWay way, PixelTest test, const Span& before, const Span& after) {
         if (after.Empty()) {

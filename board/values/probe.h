@@ -83,9 +83,21 @@ struct CutPixels {
     bool depthsLocal; // in the local buffer
 };
 
+// A row of a primitive, before anything is cut from it: where it may write, and what it may test.
+struct PixelRow {
+    int64_t y, left, right; // pixels left to right - 1
+    const Plane* pixels;    // of the frame buffer
+    const Plane* depths;    // null: none
+    const Plane* locals;    // of an update of the local buffer; null: none
+    bool depthsLocal;       // depths lie in the local buffer
+    bool columns;           // left and right count words
+};
+
 class PixelProbe {
   public:
     virtual ~PixelProbe() = default;
+    // False: nothing of this row needs to be told, and it may be drawn at once.
+    virtual bool Wants(const PixelRow& row) { return (void)row, true; }
     // A write has got into the input FIFO, and one leaves it and is carried out: the oldest there.
     virtual void OnEnter(RegisterWrite write) { (void)write; }
     virtual void OnExecute(RegisterWrite write) { (void)write; }

@@ -2,6 +2,7 @@
 // board that was captured, at every step, frame and picture. And capturing changes nothing.
 #include "chip/registers.h"
 #include "host/driver_module.h"
+#include "host/observe/watched_memory.h"
 #include "stream/capture_writer.h"
 #include "stream/source.h"
 #include "tests/tools/run_tool.h"
@@ -124,6 +125,29 @@ TEST_P(ScriptCaptured, PlaysByTheDllToo) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenes, ScriptCaptured, testing::ValuesIn(SceneScripts()), SceneTestName);
+
+// Where memory cannot be watched it is compared, and the capture is the same to the byte.
+class ComparedCapture : public testing::TestWithParam<std::string> {
+  protected:
+    void TearDown() override { host::WatchedMemory::CompareAll(false); }
+};
+
+TEST_P(ComparedCapture, IsThatOfWatchedMemory) {
+    const TemporaryFolder folder;
+    const auto capture = [&](const char* name) {
+        const ToolResult result =
+            RunTool({"replay", ScenePath(GetParam()), "--capture", folder / name});
+        EXPECT_EQ(result.code, 0) << result.err;
+        return ReadAll(folder / name);
+    };
+    const std::string watched = capture("watched.korv");
+    host::WatchedMemory::CompareAll(true);
+    EXPECT_TRUE(capture("compared.korv") == watched);
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenes, ComparedCapture,
+                         testing::Values("client-memory", "flip-tx", "blits-permedia2-agp"),
+                         SceneTestName);
 
 class DemoCaptured : public testing::TestWithParam<std::string> {};
 

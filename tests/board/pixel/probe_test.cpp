@@ -238,6 +238,25 @@ TEST(PixelProbe, PackedCopiesTellWhatEachWordHasOfAPixel) {
     }
 }
 
+// Rows that a probe wants nothing of are drawn all the same.
+TEST(PixelProbe, IsNotToldOfRowsThatItDoesNotWant) {
+    class Picky final : public board::PixelProbe {
+      public:
+        bool Wants(const board::PixelRow& row) override { return row.y == 3; }
+        void OnPixel(const PixelReport& pixel) override { told += pixel.y == 3 ? 1 : 1000; }
+        int told = 0;
+    };
+    ProbeRig r;
+    Picky probe;
+    r.board.SetProbe(&probe);
+    r.Send(tag::Color, 0x55);
+    r.Rectangle(2, 1, 6, 5);
+    EXPECT_EQ(probe.told, 4);
+    for (int y = 0; y < 6; ++y) {
+        EXPECT_EQ(r.Pixel(3, y), y >= 1 && y < 5 ? 0x55u : 0u);
+    }
+}
+
 TEST(PixelProbe, UpdatesOfTheLocalBufferAreDepths) {
     rig::Rig r(rig::SmallConfig(board::Chip::TX));
     KeptProbe probe;

@@ -96,6 +96,12 @@ void Capture::OnBoard(host::Display& display, host::WatchedMemory& frameBuffer,
         FindStores();
         FindQueued();
     });
+    recorder_->SetActed([this] {
+        frameBuffer_->BoardHasStored();
+        if (localBuffer_ != nullptr) {
+            localBuffer_->BoardHasStored();
+        }
+    });
     const host::DisplayConfig& config = display.Config();
     stream::Mark mark(stream::MarkKind::Display);
     mark.Add("device", config.deviceId).Add("number", config.number);
