@@ -30,7 +30,7 @@ Board::Board(const Config& config, Pace pace, const LentMemories& memories)
 Board::~Board() = default;
 
 void Board::WriteFifo(const uint32_t* words, size_t count) {
-    parts_->TellActing();
+    const Parts::Acting acting(*parts_);
     parts_->WriteFifo(words, count);
 }
 
@@ -63,8 +63,15 @@ void Board::SetMonitor(BusMonitor* monitor) {
     parts_->monitor = monitor;
 }
 
+void Board::SetProbe(PixelProbe* probe) {
+    parts_->probe = probe;
+    parts_->commands.SetProbe(probe);
+    parts_->video.SetProbe(probe);
+    parts_->ChooseWay();
+}
+
 void Board::SetVideoSource(VideoSource* source) {
-    parts_->TellActing();
+    const Parts::Acting acting(*parts_);
     parts_->source.Follow(source);
     parts_->video.Plug(source != nullptr ? &parts_->source : nullptr, parts_->clock);
     if (parts_->monitor != nullptr) {
@@ -90,7 +97,7 @@ uint64_t Board::Microseconds() const {
 }
 
 void Board::SetTiming(const Timing& timing) {
-    parts_->TellActing();
+    const Parts::Acting acting(*parts_);
     if (parts_->monitor != nullptr) {
         parts_->monitor->OnTiming(timing);
     }

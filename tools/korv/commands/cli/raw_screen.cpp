@@ -18,6 +18,10 @@ void AddRawScreenArguments(CLI::App& command, RawScreen& screen) {
         ->type_name("WxH");
     AddChoice(command, "--depth", screen.depth, {"8", "16", "32"},
               "Raw words: bits per pixel of the screen (default 16)");
+    command
+        .add_option("--base", screen.base,
+                    "Raw words: where it begins in the frame buffer, in bytes (default 0)")
+        ->type_name("BYTES");
 }
 
 stream::SurfaceLayout SetUpRawScreen(stream::Player& player, const RawScreen& screen,
@@ -31,7 +35,10 @@ stream::SurfaceLayout SetUpRawScreen(stream::Player& player, const RawScreen& sc
         const uint32_t code = bits == 8 ? 2 : bits == 16 ? 1 : 0;
         player.Board().PlayWrite(reg::FBModeSel, field::FBModeSel_Depth.Put(0, code));
     }
-    return stream::ScreenLayout(width, static_cast<uint32_t>(size.height), bits, pitch * bits / 8);
+    auto layout =
+        stream::ScreenLayout(width, static_cast<uint32_t>(size.height), bits, pitch * bits / 8);
+    layout.offset = screen.base;
+    return layout;
 }
 
 } // namespace korv

@@ -15,9 +15,10 @@ namespace korv {
 
 struct RawScreen {
     std::string size = "640x480", depth = "16";
+    uint32_t base = 0; // bytes
 };
 
-// --size and --depth.
+// --size, --depth and --base.
 void AddRawScreenArguments(CLI::App& command, RawScreen& screen);
 
 // Sets the board up as the display's own driver does at a mode change, before the first word, and
