@@ -176,6 +176,8 @@ class CaseMaker {
             } else if (first == "read") {
                 Expect(words, 2, "read REGISTER");
                 assembler_.Line("r " + words[1] + " = 0x0");
+            } else if (first == "hold") {
+                Hold(words);
             } else if (first == "transfer") {
                 Expect(words, 2, "transfer ADDRESS");
                 Transfer(NumberOf(words[1]));
@@ -273,6 +275,20 @@ class CaseMaker {
         }
         made_.steps.push_back({EventKind::Store, MemoryNamed(words[1]), NumberOf(words[2]), 0,
                                PatternBytes(std::span(words).subspan(3))});
+    }
+
+    // A pattern as the data of one register.
+    void Hold(const std::vector<std::string>& words) {
+        if (words.size() < 3) {
+            Fail("expected 'hold REGISTER PATTERN'");
+        }
+        std::vector<uint8_t> bytes = PatternBytes(std::span(words).subspan(2));
+        bytes.resize((bytes.size() + 3) / 4 * 4);
+        assembler_.Line(fmt::format("{} x{}", words[1], bytes.size() / 4));
+        for (size_t i = 0; i < bytes.size(); i += 4) {
+            assembler_.Line(fmt::format("f {:02X}{:02X}{:02X}{:02X}", bytes[i + 3], bytes[i + 2],
+                                        bytes[i + 1], bytes[i]));
+        }
     }
 
     // The words that stand before it, by DMA.
