@@ -63,6 +63,13 @@ void Board::SetMonitor(BusMonitor* monitor) {
     parts_->monitor = monitor;
 }
 
+void Board::SetProbe(PixelProbe* probe) {
+    parts_->probe = probe;
+    parts_->commands.SetProbe(probe);
+    parts_->video.SetProbe(probe);
+    parts_->ChooseWay();
+}
+
 void Board::SetVideoSource(VideoSource* source) {
     parts_->TellActing();
     parts_->source.Follow(source);

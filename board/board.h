@@ -17,6 +17,7 @@ namespace board {
 
 class BusMonitor;
 class BusRecorder;
+class PixelProbe;
 class VideoSource;
 
 // For one caller at a time; a ThreadedBoard takes several. Functions are virtual for its sake
@@ -56,6 +57,10 @@ class Board {
     virtual void SetRecorder(BusRecorder* recorder);
     // The same for a monitor, which stands beside the recorder. Not on a board with threads.
     void SetMonitor(BusMonitor* monitor);
+    // Tells a probe (values/probe.h) of every pixel until replaced; null for none. The board draws
+    // the same with one, pixel by pixel. The probe must outlive its use, and not touch the board.
+    // Not on a board with threads.
+    void SetProbe(PixelProbe* probe);
     // Plugs a source into the video port, which the Permedia family has; null unplugs it. The
     // source must outlive its use.
     virtual void SetVideoSource(VideoSource* source);

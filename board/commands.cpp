@@ -59,7 +59,7 @@ void CommandUnit::Execute(RegisterWrite write) {
         registers_.Set(tag::Color, write.data);
         break;
     case tag::TextureData:
-        StoreTextureData(chip_, registers_, memories_, write.data, faults_);
+        StoreTextureData(chip_, registers_, memories_, write.data, faults_, probe_);
         break;
     case tag::TexelLUTTransfer:
         TransferLookupTable(chip_, registers_, memories_, host_, tables_.large, faults_);
@@ -135,7 +135,11 @@ void CommandUnit::Render() {
     if (!BeginPrimitive()) {
         return;
     }
-    if (registers_.Get(field::Render_Primitive) == primitive::Trapezoid) {
+    const uint32_t kind = registers_.Get(field::Render_Primitive);
+    TellPrimitive(kind == primitive::Trapezoid ? PrimitiveKind::Trapezoid
+                  : kind == primitive::Line    ? PrimitiveKind::Line
+                                               : PrimitiveKind::Point);
+    if (kind == primitive::Trapezoid) {
         rasteriser_.Begin(registers_);
         walk_ = Walk::Rows;
         fromHost_ = registers_.Get(field::Render_SyncOnHostData) != 0;
@@ -163,6 +167,7 @@ void CommandUnit::DrawStoredTriangle(uint32_t renderWord) {
     if (!triangle) {
         return;
     }
+    TellPrimitive(PrimitiveKind::Triangle);
     rasteriser_.Begin(triangle->firstRow, triangle->dominant, triangle->upper);
     walk_ = Walk::Rows;
     DrawRows(triangle->upperRows);
@@ -182,6 +187,7 @@ void CommandUnit::DrawStoredLine(uint32_t from, uint32_t to, uint32_t renderWord
     if (!line) {
         return;
     }
+    TellPrimitive(PrimitiveKind::SetupLine);
     line_.Begin(line->x, line->y);
     walk_ = Walk::Steps;
     DrawSteps(line->pixels);
@@ -209,9 +215,9 @@ bool CommandUnit::BeginPrimitive() {
 }
 
 void CommandUnit::Visit(StateVisitor& visit) {
-    auto& [chip, registers, memories, host, output, faults, strayWords, setup, rasteriser, line,
-           interpolants, pipeline, rows, decoded, decodeFaults, pick, tables, download, fromHost,
-           walk, pixelsDrawn] = *this;
+    auto& [chip, registers, memories, host, output, faults, probe, strayWords, setup, rasteriser,
+           line, interpolants, pipeline, rows, decoded, decodeFaults, pick, tables, download,
+           fromHost, walk, pixelsDrawn] = *this;
     visit.Value("strayWords", strayWords);
     if (setup) {
         visit.Within("setup", *setup);
@@ -274,11 +280,15 @@ void CommandUnit::DrawRows(uint32_t rows) {
         download_.AddRows(rows & kRowCountMask, DownloadTarget());
         return;
     }
-    rasteriser_.Walk(rows & kRowCountMask, [this](const Span& span) {
-        DrawSpan(pipeline_, &rows_, span, interpolants_, pick_, faults_);
-        pixelsDrawn_ += static_cast<uint64_t>(std::max<int64_t>(span.right - span.left, 0));
-        interpolants_.StepRow();
-    });
+    if (probe_ != nullptr) {
+        WalkRows(rows, [this](const Span& span, const Interpolants& row) {
+            WatchSpan(pipeline_, span, row, pick_, faults_, *probe_);
+        });
+    } else {
+        WalkRows(rows, [this](const Span& span, const Interpolants& row) {
+            DrawSpan(pipeline_, &rows_, span, row, pick_, faults_);
+        });
+    }
 }
 
 void CommandUnit::DrawSteps(uint32_t steps) {
@@ -286,12 +296,34 @@ void CommandUnit::DrawSteps(uint32_t steps) {
         return;
     }
     pixelsDrawn_ += steps & kRowCountMask;
-    line_.Walk(steps & kRowCountMask, [this](int64_t x, int64_t y) {
+    if (probe_ != nullptr) {
+        WalkSteps(steps, [this](const Span& span, const Interpolants& row) {
+            WatchSpan(pipeline_, span, row, pick_, faults_, *probe_);
+        });
+    } else {
+        WalkSteps(steps, [this](const Span& span, const Interpolants& row) {
+            DrawSpan(pipeline_, nullptr, span, row, pick_, faults_);
+        });
+    }
+}
+
+template <typename Draw>
+void CommandUnit::WalkRows(uint32_t rows, Draw&& draw) {
+    rasteriser_.Walk(rows & kRowCountMask, [&](const Span& span) {
+        draw(span, interpolants_);
+        pixelsDrawn_ += static_cast<uint64_t>(std::max<int64_t>(span.right - span.left, 0));
+        interpolants_.StepRow();
+    });
+}
+
+template <typename Draw>
+void CommandUnit::WalkSteps(uint32_t steps, Draw&& draw) {
+    line_.Walk(steps & kRowCountMask, [&](int64_t x, int64_t y) {
         Span pixel{};
         pixel.y = y;
         pixel.left = x;
         pixel.right = x + 1;
-        DrawSpan(pipeline_, nullptr, pixel, interpolants_, pick_, faults_);
+        draw(pixel, interpolants_);
         interpolants_.StepRow();
     });
 }

@@ -13,6 +13,7 @@
 #include "board/values/fault_counts.h"
 #include "board/values/host_memory.h"
 #include "board/values/memory.h"
+#include "board/values/probe.h"
 #include "board/values/registers.h"
 
 #include <cstdint>
@@ -32,6 +33,8 @@ class CommandUnit {
         }
     }
 
+    // Who is told of every pixel from the next primitive or word on; null: nobody.
+    void SetProbe(PixelProbe* probe) { probe_ = probe; }
     // Words of other tags before each answer.
     void SetStrayWords(uint32_t words) { strayWords_ = words; }
 
@@ -64,8 +67,19 @@ class CommandUnit {
     void DecodeModes();
     bool GoesOn(Walk walk);
     void DrawRows(uint32_t rows);
+    // Draws with draw(span, interpolants).
+    template <typename Draw>
+    void WalkRows(uint32_t rows, Draw&& draw);
+    template <typename Draw>
+    void WalkSteps(uint32_t steps, Draw&& draw);
     HostDownload::Primitive DownloadTarget() {
-        return {rasteriser_, interpolants_, pipeline_, pick_, faults_};
+        return {rasteriser_, interpolants_, pipeline_, pick_, faults_, probe_};
+    }
+    // Tells the probe what begins.
+    void TellPrimitive(PrimitiveKind kind) {
+        if (probe_ != nullptr) {
+            probe_->OnPrimitive(kind);
+        }
     }
     // Pixels of a line or point.
     void DrawSteps(uint32_t steps);
@@ -80,6 +94,7 @@ class CommandUnit {
     const HostMemory& host_;
     OutputFifo& output_;
     FaultCounts& faults_;
+    PixelProbe* probe_ = nullptr;
     uint32_t strayWords_ = 0;
 
     std::optional<SetupUnit> setup_;

@@ -13,6 +13,7 @@
 #include "board/recorder.h"
 #include "board/values/host_memory.h"
 #include "board/values/memory.h"
+#include "board/values/probe.h"
 #include "board/values/registers.h"
 #include "board/video/video_port.h"
 
@@ -129,7 +130,11 @@ struct Board::Parts {
             return;
         }
         for (; entries != 0 && busyTicks == 0 && !input.Empty(); --entries) {
-            commands.Execute(input.Pop());
+            const RegisterWrite write = input.Pop();
+            if (probe != nullptr) {
+                probe->OnExecute(write);
+            }
+            commands.Execute(write);
             busyTicks = TicksBehindEntry();
         }
     }
@@ -143,12 +148,15 @@ struct Board::Parts {
         return drawing + RateOr(timing.fifoTicksPerEntry, 1) - 1;
     }
     void Enter(RegisterWrite write) {
-        if (Immediate()) {
+        if (straight) {
             commands.Execute(write);
         } else {
-            input.Push(write);
+            EnterFifo(write);
         }
     }
+    void EnterFifo(RegisterWrite write);
+    // Sets `straight`.
+    void ChooseWay() { straight = Immediate() && probe == nullptr; }
     // The processor enters an entry: `mapped`, or as the latest word of the FIFO window.
     void CountEntry(uint32_t tagNumber, bool mapped) {
         ++entered[tagNumber];
@@ -228,6 +236,7 @@ struct Board::Parts {
     const Pace pace;
     BusRecorder* recorder = nullptr;
     BusMonitor* monitor = nullptr;
+    PixelProbe* probe = nullptr;
     Config config;
     Beam beam;
     RegisterFile registers;
@@ -253,6 +262,7 @@ struct Board::Parts {
     uint64_t nextFrameStart = 0; // microseconds
     uint32_t shownBase = 0;      // bytes
     uint64_t nextEvent = 0;      // microseconds: a frame starts or a line of video
+    bool straight = false;       // entries execute as they arrive, and nobody is told
     std::function<void()> handler;
     bool handlerRunning = false;
 };

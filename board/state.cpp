@@ -64,9 +64,10 @@ void Config::Visit(StateVisitor& visit) {
 }
 
 void Board::Parts::Visit(StateVisitor& visit) {
-    auto& [board, moves, listener, watcher, made, monitor, file, memory, hostMemory, fifo, granted,
-           byTag, outFifo, counts, unit, stream, engine, line, port, told, errors, windowWords,
-           mapped, busy, now, remainder, frameStart, shown, event, handle, handling] = *this;
+    auto& [board, moves, listener, watcher, prober, made, monitor, file, memory, hostMemory, fifo,
+           granted, byTag, outFifo, counts, unit, stream, engine, line, port, told, errors,
+           windowWords, mapped, busy, now, remainder, frameStart, shown, event, direct, handle,
+           handling] = *this;
     visit.Within("config", made);
     visit.Within("registers", file);
     visit.Within("inputFifo", fifo);
@@ -93,6 +94,7 @@ void Board::Parts::Rebuild() {
     commands.Rebuild();
     video.Resume(clock);
     LookAhead();
+    ChooseWay();
 }
 
 std::vector<uint8_t> Board::Save(Contents contents) {

@@ -8,6 +8,20 @@ bool Board::Parts::HoldsBus() const {
            registers.Get(field::DeltaDisconnectControl_Enable) != 0;
 }
 
+void Board::Parts::EnterFifo(RegisterWrite write) {
+    if (probe != nullptr) {
+        probe->OnEnter(write);
+    }
+    if (!Immediate()) {
+        input.Push(write);
+        return;
+    }
+    if (probe != nullptr) {
+        probe->OnExecute(write);
+    }
+    commands.Execute(write);
+}
+
 void Board::Parts::CountUnwaited(uint32_t tagNumber, bool mapped) {
     if (HoldsBus()) {
         return;

@@ -17,6 +17,7 @@ void Board::Parts::ApplyTiming() {
     input.Configure(timing.fifoDepth, timing.fifoReportLag, timing.fifoReportCap);
     interrupts.SetLatency(timing.interruptLatency);
     commands.SetStrayWords(timing.strayOutputWords);
+    ChooseWay();
     if (Immediate()) {
         Execute(kUnlimited);
     }

@@ -4,7 +4,8 @@
 
 namespace board {
 
-// `span` lies inside clip rectangle and memory.
-void FillSpan(const PipelineState& state, const Span& span);
+// `span` lies inside clip rectangle and memory. `watch` as in watch.h.
+template <class Watch>
+void FillSpan(const PipelineState& state, const Span& span, Watch& watch);
 
 } // namespace board

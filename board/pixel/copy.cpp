@@ -1,5 +1,6 @@
 #include "board/pixel/copy.h"
 
+#include "board/pixel/watch.h"
 #include "board/pixel/write_pixel.h"
 
 namespace board {
@@ -7,25 +8,32 @@ namespace board {
 namespace {
 
 // `sourceOf(x, step)` is the source's index for the pixel at x, `step` pixels into the walk.
-template <int Bytes, typename SourceOf>
+template <int Bytes, typename SourceOf, class Watch>
 void CopyPixels(const PipelineState& state, const Span& span, SourceOf sourceOf,
-                FaultCounts& faults) {
+                FaultCounts& faults, Watch& watch) {
     const int64_t direction = span.leftward ? -1 : 1;
     int64_t x = span.First();
-    for (int64_t step = 0; step < span.right - span.left; ++step, x += direction) {
-        if (state.stippled && !state.stipple.Draws(x, span.y)) {
-            continue;
+    const auto copy = [&](int64_t step) {
+        if (state.stippled && !watch.Test(PixelTest::Stipple, state.stipple.Draws(x, span.y))) {
+            return;
         }
         const int64_t from = sourceOf(x, step);
-        if (from < 0 || from >= state.copy.source.elements) {
+        if (!watch.Test(PixelTest::Source, from >= 0 && from < state.copy.source.elements)) {
             ++faults.badMemoryAccesses;
-            continue;
+            return;
         }
+        watch.TakeSource(from * Bytes);
         const uint32_t pixel = LoadElement<Bytes>(state.copy.source.memory + from * Bytes);
-        if (!state.copy.key.Rejects(pixel)) {
+        if (!state.copy.key.enabled || watch.Test(PixelTest::Key, !state.copy.key.Rejects(pixel))) {
             const int64_t to = state.pixels.Index(x, span.y);
             WriteRawPixel<Bytes>(state, pixel, to, state.pixels.memory + to * Bytes);
+            watch.WriteColour();
         }
+    };
+    for (int64_t step = 0; step < span.right - span.left; ++step, x += direction) {
+        watch.Begin(PixelWay::Copy, x, span.y);
+        copy(step);
+        watch.End();
     }
 }
 
@@ -41,13 +49,14 @@ struct TexelCoordinate {
     }
 };
 
-template <int Bytes>
+template <int Bytes, class Watch>
 void CopyBySource(const PipelineState& state, const Span& span, const Interpolants& row,
-                  FaultCounts& faults) {
+                  FaultCounts& faults, Watch& watch) {
     const Plane& source = state.copy.source;
     if (state.copy.way == CopyState::Way::Pixels) {
         CopyPixels<Bytes>(
-            state, span, [&](int64_t x, int64_t) { return source.Index(x, span.y); }, faults);
+            state, span, [&](int64_t x, int64_t) { return source.Index(x, span.y); }, faults,
+            watch);
         return;
     }
     const int64_t lead = state.subPixel ? span.lead : 0;
@@ -55,23 +64,30 @@ void CopyBySource(const PipelineState& state, const Span& span, const Interpolan
     const TexelCoordinate t(row.channels[Interpolants::T], lead, span.skipped);
     CopyPixels<Bytes>(
         state, span,
-        [&](int64_t, int64_t step) { return source.Index(s.Whole(step), t.Whole(step)); }, faults);
+        [&](int64_t, int64_t step) { return source.Index(s.Whole(step), t.Whole(step)); }, faults,
+        watch);
 }
 
 } // namespace
 
+template <class Watch>
 void CopySpan(const PipelineState& state, const Span& span, const Interpolants& row,
-              FaultCounts& faults) {
+              FaultCounts& faults, Watch& watch) {
     switch (state.pixels.bytesPerElement) {
     case 1:
-        return CopyBySource<1>(state, span, row, faults);
+        return CopyBySource<1>(state, span, row, faults, watch);
     case 2:
-        return CopyBySource<2>(state, span, row, faults);
+        return CopyBySource<2>(state, span, row, faults, watch);
     case 3:
-        return CopyBySource<3>(state, span, row, faults);
+        return CopyBySource<3>(state, span, row, faults, watch);
     default:
-        return CopyBySource<4>(state, span, row, faults);
+        return CopyBySource<4>(state, span, row, faults, watch);
     }
 }
+
+template void CopySpan(const PipelineState&, const Span&, const Interpolants&, FaultCounts&,
+                       Unwatched&);
+template void CopySpan(const PipelineState&, const Span&, const Interpolants&, FaultCounts&,
+                       Watched&);
 
 } // namespace board

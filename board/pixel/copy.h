@@ -6,8 +6,9 @@
 namespace board {
 
 // Copies raw pixels over a span that lies inside clip rectangle and target. Of the pixel units
-// stipple, colour key, logic op and write masks hold.
+// stipple, colour key, logic op and write masks hold. `watch` as in watch.h.
+template <class Watch>
 void CopySpan(const PipelineState& state, const Span& span, const Interpolants& row,
-              FaultCounts& faults);
+              FaultCounts& faults, Watch& watch);
 
 } // namespace board

@@ -25,8 +25,13 @@ struct DepthUnit {
 
     bool Touches() const { return enabled && (reads || writes); }
 
-    // Tests an accumulator (32.16) against the element at byte `place` of the memory, and stores
-    // its integer part, held inside the format, if it passes. False: the pixel is dropped.
+    // The integer part of an accumulator (32.16), held inside the format.
+    uint32_t Value(int64_t accumulator) const {
+        return static_cast<uint32_t>(
+            std::clamp<int64_t>(accumulator >> kDepthFractionBits, 0, limit));
+    }
+    // Tests an accumulator against the element at byte `place` of the memory, and stores
+    // its value if it passes. False: the pixel is dropped.
     bool Test(int64_t accumulator, int64_t place) const {
         return plane.bytesPerElement == 2 ? TestElement<2>(accumulator, place)
                                           : TestElement<4>(accumulator, place);
@@ -35,8 +40,7 @@ struct DepthUnit {
   private:
     template <int Bytes>
     bool TestElement(int64_t accumulator, int64_t place) const {
-        const auto value =
-            static_cast<uint32_t>(std::clamp<int64_t>(accumulator >> kDepthFractionBits, 0, limit));
+        const uint32_t value = Value(accumulator);
         const uint32_t stored = reads ? LoadElement<Bytes>(plane.memory + place) : 0;
         if (!Passes(compare, value, stored)) {
             return false;

@@ -1,5 +1,7 @@
 #include "board/pixel/host_download.h"
 
+#include "board/pixel/watch.h"
+
 namespace board {
 
 namespace {
@@ -67,8 +69,13 @@ void HostDownload::Feed(uint32_t word, const Primitive& primitive) {
         pixel.Clip(x, x + 1);
         primitive.state.gouraud = false;
         primitive.state.flatColour = ColourOfWord(word);
-        DrawSpan(primitive.state, nullptr, pixel, primitive.interpolants, primitive.pick,
-                 primitive.faults);
+        if (primitive.probe != nullptr) {
+            WatchSpan(primitive.state, pixel, primitive.interpolants, primitive.pick,
+                      primitive.faults, *primitive.probe);
+        } else {
+            DrawSpan(primitive.state, nullptr, pixel, primitive.interpolants, primitive.pick,
+                     primitive.faults);
+        }
         break;
     }
     case Form::Packed:
@@ -86,29 +93,52 @@ void HostDownload::Feed(uint32_t word, const Primitive& primitive) {
 }
 
 void HostDownload::WriteLanes(uint32_t word, int64_t x, const Primitive& primitive) const {
-    const int64_t left = form_ == Form::Packed ? limits_.first : span_.left;
-    const int64_t right = form_ == Form::Packed ? limits_.end : span_.right;
-    for (int64_t lane = 0; lane < pixelsPerWord_; ++lane) {
-        if (x + lane >= left && x + lane < right) {
-            WritePixel(pixelBits_ == 32 ? word
-                                        : word >> (lane * pixelBits_) & ((1u << pixelBits_) - 1),
-                       x + lane, primitive);
-        }
+    if (primitive.probe != nullptr) {
+        WriteLanesAs(word, x, primitive, Watched(*primitive.probe, primitive.state));
+    } else {
+        WriteLanesAs(word, x, primitive, Unwatched());
     }
 }
 
-void HostDownload::WritePixel(uint32_t pixel, int64_t x, const Primitive& primitive) const {
+template <class Watch>
+void HostDownload::WriteLanesAs(uint32_t word, int64_t x, const Primitive& primitive,
+                                Watch watch) const {
+    if (!primitive.state.drawsPixels) {
+        return;
+    }
+    const int64_t left = form_ == Form::Packed ? limits_.first : span_.left;
+    const int64_t right = form_ == Form::Packed ? limits_.end : span_.right;
+    const Plane& pixels = primitive.state.pixels;
+    for (int64_t lane = 0; lane < pixelsPerWord_; ++lane) {
+        const int64_t index = pixels.Index(x + lane, span_.y);
+        watch.BeginBytes(PixelWay::Download, x + lane, span_.y,
+                         pixelBits_ == 4 ? index >> 1 : index * pixels.bytesPerElement,
+                         pixelBits_ == 4 ? 1 : pixels.bytesPerElement);
+        if (watch.Test(PixelTest::Limits, x + lane >= left && x + lane < right)) {
+            WritePixel(pixelBits_ == 32 ? word
+                                        : word >> (lane * pixelBits_) & ((1u << pixelBits_) - 1),
+                       x + lane, primitive, watch);
+        }
+        watch.End();
+    }
+}
+
+template <class Watch>
+void HostDownload::WritePixel(uint32_t pixel, int64_t x, const Primitive& primitive,
+                              Watch& watch) const {
     const PipelineState& state = primitive.state;
-    if (!state.drawsPixels || x < state.clip.left || x >= state.clip.right ||
-        span_.y < state.clip.top || span_.y >= state.clip.bottom) {
+    if (!watch.Test(PixelTest::Scissor, x >= state.clip.left && x < state.clip.right &&
+                                            span_.y >= state.clip.top &&
+                                            span_.y < state.clip.bottom)) {
         return;
     }
     const int64_t index = state.pixels.Index(x, span_.y);
     const int64_t perElement = pixelBits_ == 4 ? 2 * state.pixels.bytesPerElement : 1;
-    if (index < 0 || index >= state.pixels.elements * perElement) {
+    if (!watch.Test(PixelTest::Memory, index >= 0 && index < state.pixels.elements * perElement)) {
         ++primitive.faults.badMemoryAccesses;
         return;
     }
+    watch.WriteColour();
     switch (pixelBits_) {
     case 4:
         return StoreHalfByte(state, index, pixel);

@@ -18,6 +18,7 @@ class HostDownload {
         PipelineState& state;
         PickUnit& pick;
         FaultCounts& faults;
+        PixelProbe* probe; // null: none
     };
 
     // Takes the form of the words from the mode words; rows are added by AddRows.
@@ -48,7 +49,10 @@ class HostDownload {
 
     void LoadRow(const Primitive& primitive);
     void WriteLanes(uint32_t word, int64_t x, const Primitive& primitive) const;
-    void WritePixel(uint32_t pixel, int64_t x, const Primitive& primitive) const;
+    template <class Watch>
+    void WriteLanesAs(uint32_t word, int64_t x, const Primitive& primitive, Watch watch) const;
+    template <class Watch>
+    void WritePixel(uint32_t pixel, int64_t x, const Primitive& primitive, Watch& watch) const;
 
     Form form_ = Form::Colour;
     uint32_t pixelBits_ = 32;

@@ -1,6 +1,7 @@
 #include "board/pixel/local_update.h"
 
 #include "board/pixel/depth.h"
+#include "board/pixel/watch.h"
 
 namespace board {
 
@@ -34,7 +35,9 @@ LocalUpdate DecodeLocalUpdate(const DeviceRow& chip, const RegisterFile& registe
     return update;
 }
 
-void UpdateLocalSpan(const LocalUpdate& update, const Span& whole, FaultCounts& faults) {
+template <class Watch>
+void UpdateLocalSpan(const LocalUpdate& update, const Span& whole, FaultCounts& faults,
+                     Watch& watch) {
     Plane source = update.target;
     source.base = update.sourceBase;
     const bool copies = update.way == LocalUpdate::Way::Copy;
@@ -43,14 +46,23 @@ void UpdateLocalSpan(const LocalUpdate& update, const Span& whole, FaultCounts& 
     if (copies && !span.Empty()) {
         faults.badMemoryAccesses += source.ClipToMemory(span);
     }
+    const PixelWay way = copies ? PixelWay::LocalCopy : PixelWay::LocalFill;
+    watch.Cut(way, PixelTest::Memory, whole, span);
     const int64_t direction = span.leftward ? -1 : 1;
     int64_t x = span.First();
     for (int64_t left = span.right - span.left; left > 0; --left, x += direction) {
         const int64_t to = update.target.Index(x, span.y);
         const int64_t from = source.Index(x, span.y);
         const uint32_t word = copies ? LoadElement<4>(source.memory + from * 4) : update.fill;
+        watch.BeginLocal(way, x, span.y);
         StoreElement<4>(source.memory + to * 4, word);
+        watch.TakeSource(copies ? from * 4 : -1);
+        watch.WriteDepth();
+        watch.End();
     }
 }
+
+template void UpdateLocalSpan(const LocalUpdate&, const Span&, FaultCounts&, Unwatched&);
+template void UpdateLocalSpan(const LocalUpdate&, const Span&, FaultCounts&, Watched&);
 
 } // namespace board

@@ -27,7 +27,10 @@ struct LocalUpdate {
 LocalUpdate DecodeLocalUpdate(const DeviceRow& chip, const RegisterFile& registers,
                               Memories& memories, FaultCounts& faults);
 
-// Updates the words of a span inside the clip rectangle, in the order of the walk.
-void UpdateLocalSpan(const LocalUpdate& update, const Span& span, FaultCounts& faults);
+// Updates the words of a span inside the clip rectangle, in the order of the walk. `watch` as in
+// watch.h.
+template <class Watch>
+void UpdateLocalSpan(const LocalUpdate& update, const Span& span, FaultCounts& faults,
+                     Watch& watch);
 
 } // namespace board

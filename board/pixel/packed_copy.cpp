@@ -1,7 +1,9 @@
 #include "board/pixel/packed_copy.h"
 
+#include "board/pixel/watch.h"
 #include "board/values/logic_op.h"
 
+#include <algorithm>
 #include <array>
 
 namespace board {
@@ -53,10 +55,11 @@ uint8_t HardwareMask(const PipelineState& state, int64_t place) {
     return static_cast<uint8_t>(state.hardwareMask >> (8 * lane));
 }
 
+template <class Watch>
 class RowCopy {
   public:
-    RowCopy(const PipelineState& state, int64_t y, FaultCounts& faults)
-        : state_(state), faults_(faults), words_(state.copy.source),
+    RowCopy(const PipelineState& state, int64_t y, FaultCounts& faults, Watch& watch)
+        : state_(state), faults_(faults), watch_(watch), words_(state.copy.source), y_(y),
           pixelBytes_(state.pixels.bytesPerElement),
           destRow_(state.pixels.Index(0, y) * pixelBytes_),
           sourceRow_(state.copy.source.Index(0, y) * pixelBytes_) {}
@@ -67,23 +70,38 @@ class RowCopy {
         const int64_t source = sourceRow_ + state_.copy.byteShift + first;
         words_.Fetch(source >> 2);
         words_.Fetch((source + kWordBytes - 1) >> 2);
-        for (int64_t i = first; i < first + kWordBytes; ++i) {
-            if (i >= 0 && Written(i / pixelBytes_)) {
-                CopyByte(i);
-            }
+        if (column < 0) {
+            return;
+        }
+        for (int64_t i = first; i < first + kWordBytes;) {
+            const int64_t x = i / pixelBytes_;
+            const int64_t end = std::min((x + 1) * pixelBytes_, first + kWordBytes);
+            watch_.BeginBytes(PixelWay::PackedCopy, x, y_, destRow_ + i, end - i);
+            CopyPart(x, i, end);
+            watch_.End();
+            i = end;
         }
     }
 
   private:
-    bool Written(int64_t x) const {
-        return state_.copy.limits.Contains(x) && x >= state_.clip.left && x < state_.clip.right;
+    // What the column has of pixel x: bytes from `offset` to `end` - 1 from the start of the rows.
+    void CopyPart(int64_t x, int64_t offset, int64_t end) {
+        if (!watch_.Test(PixelTest::Limits, state_.copy.limits.Contains(x)) ||
+            !watch_.Test(PixelTest::Scissor, x >= state_.clip.left && x < state_.clip.right)) {
+            return;
+        }
+        watch_.TakeSource(sourceRow_ + state_.copy.byteShift + offset);
+        for (; offset < end; ++offset) {
+            CopyByte(offset);
+        }
     }
 
-    // `offset` in bytes from the start of the rows.
     void CopyByte(int64_t offset) {
         const int64_t to = destRow_ + offset;
         const int64_t from = sourceRow_ + state_.copy.byteShift + offset;
-        if (to < 0 || to >= state_.pixels.elements * pixelBytes_ || !words_.InMemory(from)) {
+        const bool there = to >= 0 && to < state_.pixels.elements * pixelBytes_;
+        if (!watch_.Test(PixelTest::Memory, there) ||
+            !watch_.Test(PixelTest::Source, words_.InMemory(from))) {
             ++faults_.badMemoryAccesses;
             return;
         }
@@ -94,22 +112,27 @@ class RowCopy {
         }
         const uint32_t mask = HardwareMask(state_, to);
         place = static_cast<uint8_t>((place & ~mask) | (value & mask));
+        watch_.WriteColour();
     }
 
     const PipelineState& state_;
     FaultCounts& faults_;
+    Watch& watch_;
     FetchedWords words_;
+    int64_t y_;
     int64_t pixelBytes_;
     int64_t destRow_, sourceRow_; // bytes
 };
 
 } // namespace
 
-void CopyPackedSpan(const PipelineState& state, const Span& span, FaultCounts& faults) {
+template <class Watch>
+void CopyPackedSpan(const PipelineState& state, const Span& span, FaultCounts& faults,
+                    Watch& watch) {
     if (!state.drawsPixels || span.y < state.clip.top || span.y >= state.clip.bottom) {
         return;
     }
-    RowCopy row(state, span.y, faults);
+    RowCopy<Watch> row(state, span.y, faults, watch);
     if (span.leftward) {
         for (int64_t column = span.right; column-- != span.left;) {
             row.CopyColumn(column);
@@ -120,5 +143,8 @@ void CopyPackedSpan(const PipelineState& state, const Span& span, FaultCounts& f
         }
     }
 }
+
+template void CopyPackedSpan(const PipelineState&, const Span&, FaultCounts&, Unwatched&);
+template void CopyPackedSpan(const PipelineState&, const Span&, FaultCounts&, Watched&);
 
 } // namespace board

@@ -13,9 +13,12 @@ class PickUnit {
     // Takes the region from MinRegion (inclusive) and MaxRegion (exclusive).
     void Configure(const RegisterFile& registers);
     bool Enabled() const { return enabled_; }
-    // A pixel has passed every test.
-    void Note(int64_t x, int64_t y) {
-        picked_ |= x >= region_.left && x < region_.right && y >= region_.top && y < region_.bottom;
+    // A pixel has passed every test. True: it lies inside the region.
+    bool Note(int64_t x, int64_t y) {
+        const bool inside =
+            x >= region_.left && x < region_.right && y >= region_.top && y < region_.bottom;
+        picked_ |= inside;
+        return inside;
     }
     void Reset() { picked_ = false; }
     bool Picked() const { return picked_; }

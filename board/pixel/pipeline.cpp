@@ -6,6 +6,7 @@
 #include "board/pixel/fragment_rows.h"
 #include "board/pixel/packed_copy.h"
 #include "board/pixel/raw_rows.h"
+#include "board/pixel/watch.h"
 #include "board/pixel/write_pixel.h"
 
 #include <algorithm>
@@ -41,8 +42,9 @@ struct FragmentWalk {
 };
 
 // The fragment's colour before the tests. False: the chroma test drops the fragment.
+template <class Watch>
 bool ShadeFragment(const PipelineState& state, const FragmentWalk& walk,
-                   const TextureSlopes& slopes, FaultCounts& faults, Colour& colour) {
+                   const TextureSlopes& slopes, FaultCounts& faults, Colour& colour, Watch& watch) {
     colour = state.flatColour;
     if (state.gouraud) {
         colour = {walk.ColourChannel(Interpolants::Red), walk.ColourChannel(Interpolants::Green),
@@ -52,7 +54,7 @@ bool ShadeFragment(const PipelineState& state, const FragmentWalk& walk,
         const TextureSample texel =
             SampleTexture(state.texture, walk.value[Interpolants::S], walk.value[Interpolants::T],
                           walk.value[Interpolants::Q], slopes, faults.badMemoryAccesses);
-        if (texel.dropped) {
+        if (state.texture.Drops() && !watch.Test(PixelTest::Key, !texel.dropped)) {
             return false;
         }
         if (state.texture.applied) {
@@ -65,6 +67,7 @@ bool ShadeFragment(const PipelineState& state, const FragmentWalk& walk,
     if (state.fogged) {
         colour = ApplyFog(colour, state.fogColour, walk.value[Interpolants::Fog]);
     }
+    watch.TakeColour(colour);
     return true;
 }
 
@@ -89,9 +92,9 @@ void WritePixel(const PipelineState& state, Colour colour, int64_t x, int64_t y,
     WriteRawPixel<Bytes>(state, pixel, state.pixels.Index(x, y), place);
 }
 
-template <int Bytes>
+template <int Bytes, class Watch>
 void DrawPixels(const PipelineState& state, const Span& span, const Interpolants& row,
-                PickUnit& pick, FaultCounts& faults) {
+                PickUnit& pick, FaultCounts& faults, Watch& watch) {
     const int direction = span.leftward ? -1 : 1;
     FragmentWalk walk(row, span, state);
     const TextureSlopes slopes = state.texture.enabled && state.texture.NeedsDetail()
@@ -103,29 +106,41 @@ void DrawPixels(const PipelineState& state, const Span& span, const Interpolants
     int64_t depthPlace = state.depth.plane.Index(x, span.y) * depthBytes;
 
     const auto draw = [&] {
-        if (state.stippled && !state.stipple.Draws(x, span.y)) {
+        if (state.stippled && !watch.Test(PixelTest::Stipple, state.stipple.Draws(x, span.y))) {
             return;
         }
         Colour colour{};
-        if (!ShadeFragment(state, walk, slopes, faults, colour)) {
+        if (!ShadeFragment(state, walk, slopes, faults, colour, watch)) {
             return;
         }
-        if (state.alphaTested && !Passes(state.alphaCompare, static_cast<uint32_t>(colour.alpha),
-                                         state.alphaReference)) {
+        if (state.alphaTested &&
+            !watch.Test(PixelTest::Alpha,
+                        Passes(state.alphaCompare, static_cast<uint32_t>(colour.alpha),
+                               state.alphaReference))) {
             return;
         }
-        if (state.depth.enabled && !state.depth.Test(walk.value[Interpolants::Depth], depthPlace)) {
-            return;
+        if (state.depth.enabled) {
+            watch.TakeDepth(walk.value[Interpolants::Depth]);
+            if (!watch.Test(PixelTest::Depth,
+                            state.depth.Test(walk.value[Interpolants::Depth], depthPlace))) {
+                return;
+            }
+            if (state.depth.writes) {
+                watch.WriteDepth();
+            }
         }
         if (pick.Enabled()) {
-            pick.Note(x, span.y);
+            watch.Test(PixelTest::Pick, pick.Note(x, span.y));
         }
         if (state.drawsPixels) {
             WritePixel<Bytes>(state, colour, x, span.y, state.pixels.memory + place);
+            watch.WriteColour();
         }
     };
     for (int64_t left = span.right - span.left; left != 0; --left) {
+        watch.Begin(PixelWay::Fragment, x, span.y);
         draw();
+        watch.End();
         x += direction;
         place = state.pixels.patched ? state.pixels.Index(x, span.y) * Bytes
                                      : place + direction * Bytes;
@@ -147,51 +162,80 @@ void DrawPixels(const PipelineState& state, const Span& span, const Interpolants
     }
 }
 
-} // namespace
+// What the pixels of a primitive are, but those of updates of the local buffer.
+PixelWay WayOf(const PipelineState& state) {
+    switch (state.copy.way) {
+    case CopyState::Way::None:
+        return state.blockFill ? PixelWay::Fill : PixelWay::Fragment;
+    case CopyState::Way::Packed:
+        return PixelWay::PackedCopy;
+    default:
+        return PixelWay::Copy;
+    }
+}
 
-void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& whole,
-              const Interpolants& row, PickUnit& pick, FaultCounts& faults) {
+// Of a span that counts columns of words, the pixels in it, for a probe.
+Span PixelsOfColumns(const PipelineState& state, Span span) {
+    const int64_t bytes = state.pixels.bytesPerElement;
+    span.left = span.left * kWordBytes / bytes;
+    span.right = (span.right * kWordBytes + bytes - 1) / bytes;
+    return span;
+}
+
+template <class Watch>
+void Draw(const PipelineState& state, const RowPlan* plan, const Span& whole,
+          const Interpolants& row, PickUnit& pick, FaultCounts& faults, Watch watch) {
     const bool rawRows = plan != nullptr && plan->raw;
-    if (state.copy.way == CopyState::Way::Packed) {
-        if (whole.y >= state.clip.top && whole.y < state.clip.bottom &&
-            !(rawRows && CopyPackedRow(state, whole))) {
-            CopyPackedSpan(state, whole, faults);
+    const PixelWay way = WayOf(state);
+    const bool rowInside = whole.y >= state.clip.top && whole.y < state.clip.bottom;
+    if (way == PixelWay::PackedCopy) {
+        if (!rowInside) {
+            watch.Cut(way, PixelTest::Scissor, PixelsOfColumns(state, whole), {});
+        } else if (!(rawRows && CopyPackedRow(state, whole))) {
+            CopyPackedSpan(state, whole, faults, watch);
         }
         return;
     }
     Span span = whole;
-    if (span.Empty() || span.y < state.clip.top || span.y >= state.clip.bottom) {
+    if (span.Empty()) {
+        return;
+    }
+    if (!rowInside) {
+        watch.Cut(way, PixelTest::Scissor, whole, {});
         return;
     }
     if (span.left < state.clip.left || span.right > state.clip.right) {
         span.Clip(state.clip.left, state.clip.right);
+        watch.Cut(way, PixelTest::Scissor, whole, span);
         if (span.Empty()) {
             return;
         }
     }
     if (state.localUpdate.way != LocalUpdate::Way::None) {
         if (plan == nullptr || !UpdateLocalRow(state.localUpdate, span)) {
-            UpdateLocalSpan(state.localUpdate, span, faults);
+            UpdateLocalSpan(state.localUpdate, span, faults, watch);
         }
     }
+    const Span inside = span;
     if (state.drawsPixels) {
         faults.badMemoryAccesses += state.pixels.ClipToMemory(span);
     }
     if (!span.Empty() && state.depth.Touches()) {
         faults.badMemoryAccesses += state.depth.plane.ClipToMemory(span);
     }
+    watch.Cut(way, PixelTest::Memory, inside, span);
     if (span.Empty()) {
         return;
     }
     if (state.blockFill) {
         if (state.drawsPixels && !(rawRows && FillRow(state, span))) {
-            FillSpan(state, span);
+            FillSpan(state, span, watch);
         }
         return;
     }
     if (state.copy.way != CopyState::Way::None) {
         if (state.drawsPixels && !(rawRows && CopyRow(state, span))) {
-            CopySpan(state, span, row, faults);
+            CopySpan(state, span, row, faults, watch);
         }
         return;
     }
@@ -200,14 +244,26 @@ void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& whole
     }
     switch (state.pixels.bytesPerElement) {
     case 1:
-        return DrawPixels<1>(state, span, row, pick, faults);
+        return DrawPixels<1>(state, span, row, pick, faults, watch);
     case 2:
-        return DrawPixels<2>(state, span, row, pick, faults);
+        return DrawPixels<2>(state, span, row, pick, faults, watch);
     case 3:
-        return DrawPixels<3>(state, span, row, pick, faults);
+        return DrawPixels<3>(state, span, row, pick, faults, watch);
     default:
-        return DrawPixels<4>(state, span, row, pick, faults);
+        return DrawPixels<4>(state, span, row, pick, faults, watch);
     }
+}
+
+} // namespace
+
+void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& span,
+              const Interpolants& row, PickUnit& pick, FaultCounts& faults) {
+    Draw(state, plan, span, row, pick, faults, Unwatched());
+}
+
+void WatchSpan(const PipelineState& state, const Span& span, const Interpolants& row,
+               PickUnit& pick, FaultCounts& faults, PixelProbe& probe) {
+    Draw(state, nullptr, span, row, pick, faults, Watched(probe, state));
 }
 
 } // namespace board

@@ -75,12 +75,16 @@ PipelineState DecodePipeline(const DeviceRow& chip, const RegisterFile& register
                              Memories& memories, const HostMemory& host, const LookupTables& tables,
                              FaultCounts& faults);
 
-struct RowPlan; // fragment_rows.h
+class PixelProbe; // board/values/probe.h
+struct RowPlan;   // fragment_rows.h
 
 // Draws the pixels of a span, `row` being the interpolants on its dominant edge. Without a plan
 // they are drawn one by one, which defines what comes out; with the state's own plan, which makes
 // no difference, at once where that is possible.
 void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& span,
               const Interpolants& row, PickUnit& pick, FaultCounts& faults);
+// The same without a plan, told to a probe.
+void WatchSpan(const PipelineState& state, const Span& span, const Interpolants& row,
+               PickUnit& pick, FaultCounts& faults, PixelProbe& probe);
 
 } // namespace board

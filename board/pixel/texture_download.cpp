@@ -5,7 +5,7 @@
 namespace board {
 
 void StoreTextureData(const DeviceRow& chip, RegisterFile& registers, Memories& memories,
-                      uint32_t word, FaultCounts& faults) {
+                      uint32_t word, FaultCounts& faults, PixelProbe* probe) {
     const uint32_t offset = registers[tag::TextureDownloadOffset];
     registers.Set(tag::TextureDownloadOffset, offset + 1);
     MemoryBlock& memory = chip.IsGlint() ? memories.localBuffer : memories.frameBuffer;
@@ -14,6 +14,17 @@ void StoreTextureData(const DeviceRow& chip, RegisterFile& registers, Memories& 
     if (place + sizeof word > memory.size()) {
         ++faults.badMemoryAccesses;
         return;
+    }
+    if (probe != nullptr) {
+        PixelReport stored;
+        stored.way = PixelWay::TextureData;
+        stored.colour = {chip.IsGlint(),
+                         true,
+                         sizeof word,
+                         static_cast<int64_t>(place),
+                         LoadElement<4>(memory.data() + place),
+                         word};
+        probe->OnPixel(stored);
     }
     StoreElement<4>(memory.data() + place, word);
 }

@@ -94,7 +94,7 @@ TextureSample SampleTexture(const TextureState& state, int64_t s, int64_t t, int
         v = static_cast<uint32_t>(t) >> kExtra;
     }
     TextureSample sample{};
-    if (state.chroma.action == ChromaKey::Action::DropInside) {
+    if (state.Drops()) {
         const TextureLevel& top = state.levels[0];
         const uint32_t texel =
             FetchTexel(state, top, Column(state, top, u), Row(state, top, v), badReads);

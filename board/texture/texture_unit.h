@@ -68,6 +68,8 @@ struct TextureState {
     bool applied;     // else the fragment keeps its colour
     bool highlighted; // Ks is added
 
+    // Fragments may be dropped by their texels.
+    bool Drops() const { return chroma.action == ChromaKey::Action::DropInside; }
     // The level of detail makes a difference.
     bool NeedsDetail() const { return levelCount > 1 || magLinear != MixesTexels(minFilter); }
 };

@@ -128,9 +128,27 @@ void VideoPort::Store(uint64_t field, uint32_t line) {
         ++faults_.badMemoryAccesses;
         return;
     }
+    if (probe_ != nullptr) {
+        TellRow(address);
+    }
     if (bytes != 0) {
         std::memcpy(memories_.frameBuffer.data() + address, row_.data(),
                     static_cast<size_t>(bytes));
+    }
+}
+
+void VideoPort::TellRow(int64_t address) {
+    PixelReport pixel;
+    pixel.way = PixelWay::Video;
+    for (const uint16_t value : row_) {
+        pixel.colour = {false,
+                        true,
+                        sizeof value,
+                        address,
+                        LoadElement<2>(memories_.frameBuffer.data() + address),
+                        value};
+        probe_->OnPixel(pixel);
+        address += static_cast<int64_t>(sizeof value);
     }
 }
 

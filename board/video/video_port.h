@@ -5,6 +5,7 @@
 #include "board/bus/interrupts.h"
 #include "board/values/fault_counts.h"
 #include "board/values/memory.h"
+#include "board/values/probe.h"
 #include "board/values/registers.h"
 #include "board/values/state_visitor.h"
 #include "board/video/video_source.h"
@@ -31,6 +32,8 @@ class VideoPort {
     }
     // What is plugged in sends as it does at `now`: behind a restore.
     void Resume(uint64_t now) { Follow(source_, now); }
+    // Who is told of every pixel; null: nobody.
+    void SetProbe(PixelProbe* probe) { probe_ = probe; }
     // How the source sends; null without one.
     const VideoSignal* Signal() const { return source_ != nullptr ? &signal_ : nullptr; }
     // When the source's next line begins, in microseconds. kNever without a source.
@@ -42,8 +45,8 @@ class VideoPort {
     // Resume follows a restore. Which line comes next follows from the clock, and the source is not
     // the board's.
     void Visit(StateVisitor& visit) {
-        auto& [present, registers, memories, interrupts, faults, source, signal, nextLine, line,
-               taking, pixels, row] = *this;
+        auto& [present, registers, memories, interrupts, faults, probe, source, signal, nextLine,
+               line, taking, pixels, row] = *this;
         visit.Value("taking", taking);
     }
 
@@ -60,6 +63,8 @@ class VideoPort {
     void End(uint64_t line);
     void Store(uint64_t field, uint32_t line);
     void Pack();
+    // Tells the probe of the row that is about to lie at a byte of the frame buffer.
+    void TellRow(int64_t address);
     int64_t AddressOf(uint32_t row, uint64_t field) const;
 
     const bool present_;
@@ -67,6 +72,7 @@ class VideoPort {
     Memories& memories_;
     InterruptLine& interrupts_;
     FaultCounts& faults_;
+    PixelProbe* probe_ = nullptr;
     VideoSource* source_ = nullptr;
     VideoSignal signal_;
     uint64_t nextLine_ = kNever; // microseconds

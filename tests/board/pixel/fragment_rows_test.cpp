@@ -1,8 +1,10 @@
 // Rows at once draw what pixels one by one draw: on random mode words, interpolants and spans, on
-// all chips, both memories are the same afterwards, and so are the counts.
+// all chips, both memories are the same afterwards, and so are the counts. So are they under a
+// probe, which is told of every pixel and all that changes.
 #include "board/pixel/fragment_rows.h"
 #include "board/values/row.h"
 #include "chip/registers.h"
+#include "tests/board/pixel/shadow_probe.h"
 
 #include <gtest/gtest.h>
 
@@ -81,6 +83,38 @@ class RandomDrawing {
         }
         changed += single.frameBuffer != start_.frameBuffer;
         return "";
+    }
+
+    // The same under a probe.
+    std::string CompareWatched() {
+        Memories plain = start_;
+        Memories watched = start_;
+        FaultCounts plainFaults, watchedFaults;
+        PickUnit plainPick, watchedPick;
+        plainPick.Configure(registers_);
+        watchedPick.Configure(registers_);
+        const PipelineState one =
+            DecodePipeline(chip, registers_, plain, host_, tables_, plainFaults);
+        const PipelineState other =
+            DecodePipeline(chip, registers_, watched, host_, tables_, watchedFaults);
+        ShadowProbe shadow(start_);
+        int64_t covered = 0;
+        for (int i = 0; i < 3; ++i) {
+            const Interpolants interpolants = ChooseInterpolants();
+            const Span span = ChooseSpan();
+            DrawSpan(one, nullptr, span, interpolants, plainPick, plainFaults);
+            WatchSpan(other, span, interpolants, watchedPick, watchedFaults, shadow);
+            covered += span.right - span.left;
+        }
+        return plain.frameBuffer != watched.frameBuffer || plain.localBuffer != watched.localBuffer
+                   ? "memories"
+               : shadow.memories.frameBuffer != watched.frameBuffer ||
+                       shadow.memories.localBuffer != watched.localBuffer
+                   ? "what the probe was told"
+               : plainFaults.badMemoryAccesses != watchedFaults.badMemoryAccesses ? "bad accesses"
+               : plainPick.Picked() != watchedPick.Picked()                       ? "pick result"
+               : shadow.pixels + shadow.cut != covered                            ? "pixels told"
+                                                                                  : shadow.wrong;
     }
 
     const DeviceRow& chip;
@@ -309,6 +343,13 @@ TEST_P(FragmentRows, DrawWhatPixelsOneByOneDraw) {
     EXPECT_GT(atOnce, spans / 3);
     EXPECT_LT(atOnce, spans);
     EXPECT_GT(changed, static_cast<int>(kModes / 2));
+}
+
+TEST_P(FragmentRows, AreToldToAProbePixelByPixel) {
+    for (uint32_t seed = 0; seed < 300; ++seed) {
+        RandomDrawing drawing(GetParam(), seed);
+        ASSERT_EQ(drawing.CompareWatched(), "") << "seed " << seed;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(AllChips, FragmentRows,

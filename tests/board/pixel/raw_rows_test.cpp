@@ -1,9 +1,10 @@
 // Fills, copies and updates of the local buffer by whole rows leave what pixels one by one leave:
 // in random modes, with sources that overlap the target in both directions, in and out of the
-// memory.
+// memory. So do they under a probe, which is told of all that changes.
 #include "board/pixel/fragment_rows.h"
 #include "board/pixel/raw_rows.h"
 #include "chip/registers.h"
+#include "tests/board/pixel/shadow_probe.h"
 
 #include <gtest/gtest.h>
 
@@ -64,12 +65,16 @@ class RandomCopy {
     std::string Compare() {
         Memories single = start_;
         Memories rows = start_;
-        FaultCounts singleFaults, rowFaults;
+        Memories watched = start_;
+        FaultCounts singleFaults, rowFaults, watchedFaults;
         PickUnit pick;
         const PipelineState one =
             DecodePipeline(chip_, registers_, single, host_, tables_, singleFaults);
         const PipelineState all =
             DecodePipeline(chip_, registers_, rows, host_, tables_, rowFaults);
+        const PipelineState told =
+            DecodePipeline(chip_, registers_, watched, host_, tables_, watchedFaults);
+        ShadowProbe shadow(start_);
         const RowPlan plan = PlanRows(all);
         raw = plan.raw;
         const Interpolants interpolants{};
@@ -81,13 +86,21 @@ class RandomCopy {
             span.leftward = Below(2) == 0;
             DrawSpan(one, nullptr, span, interpolants, pick, singleFaults);
             DrawSpan(all, &plan, span, interpolants, pick, rowFaults);
+            WatchSpan(told, span, interpolants, pick, watchedFaults, shadow);
         }
         changed =
             single.frameBuffer != start_.frameBuffer || single.localBuffer != start_.localBuffer;
         return single.frameBuffer != rows.frameBuffer                          ? "frame buffer"
                : single.localBuffer != rows.localBuffer                        ? "local buffer"
                : singleFaults.badMemoryAccesses != rowFaults.badMemoryAccesses ? "bad accesses"
-                                                                               : "";
+               : single.frameBuffer != watched.frameBuffer ||
+                       single.localBuffer != watched.localBuffer ||
+                       singleFaults.badMemoryAccesses != watchedFaults.badMemoryAccesses
+                   ? "under a probe"
+               : shadow.memories.frameBuffer != watched.frameBuffer ||
+                       shadow.memories.localBuffer != watched.localBuffer
+                   ? "what the probe was told"
+                   : shadow.wrong;
     }
 
     bool raw = false, changed = false;
