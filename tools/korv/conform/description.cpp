@@ -60,8 +60,8 @@ class Parser {
             } else if (word_ == "case") {
                 ParseCase();
             } else {
-                Fail(fmt::format("'{}' stands outside: expected unit, about, macro or case",
-                                 word_));
+                Fail(
+                    fmt::format("'{}' stands outside: expected unit, about, macro or case", word_));
             }
         }
         return std::move(description_);

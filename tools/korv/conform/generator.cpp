@@ -50,7 +50,8 @@ bool IsSecondChip(const Chip& chip) { // in front of another
 }
 constexpr Group kGroups[] = {
     {"all", [](const Chip& chip) { return !IsSecondChip(chip); }},
-    {"glint", [](const Chip& chip) { return DeviceOf(chip.model).IsGlint() && !IsSecondChip(chip); }},
+    {"glint",
+     [](const Chip& chip) { return DeviceOf(chip.model).IsGlint() && !IsSecondChip(chip); }},
     {"permedias",
      [](const Chip& chip) { return DeviceOf(chip.model).IsPermedia() && !IsSecondChip(chip); }},
     {"texturing",
@@ -112,8 +113,7 @@ class CaseMaker {
         case_.config.chip = chip_.model;
         case_.config.setupUnit = chip_.setupUnit;
         case_.config.frameBufferBytes = kUsualMemory;
-        case_.config.localBufferBytes =
-            DeviceOf(chip_.model).HasLocalBuffer() ? kUsualMemory : 0;
+        case_.config.localBufferBytes = DeviceOf(chip_.model).HasLocalBuffer() ? kUsualMemory : 0;
         Lines(described_.body, variables, 0);
         Check();
         case_.steps = std::move(made_.steps);
@@ -153,9 +153,9 @@ class CaseMaker {
             if (depth == 0) {
                 line_ = line.number;
             }
-            if (line.chips.empty() ||
-                std::ranges::any_of(line.chips,
-                                    [&](const std::string& name) { return Meets(chip_, name); })) {
+            if (line.chips.empty() || std::ranges::any_of(line.chips, [&](const std::string& name) {
+                    return Meets(chip_, name);
+                })) {
                 Line(Substituted(line.text, names), depth);
             }
         }
@@ -234,8 +234,8 @@ class CaseMaker {
         if (name == "host") {
             return Memory::Host;
         }
-        Fail(fmt::format("'{}' is no memory of this chip: expected frame, local, depth, map or host",
-                         name));
+        Fail(fmt::format(
+            "'{}' is no memory of this chip: expected frame, local, depth, map or host", name));
     }
 
     uint32_t& SizeOfMemory(Memory memory) {
@@ -356,9 +356,8 @@ void EachVariant(const Chip& chip, std::span<const Variants> left, const Names& 
     }
     const Variants& variants = left.front();
     const auto& chips = variants.line.chips;
-    if (!chips.empty() && std::ranges::none_of(chips, [&](const std::string& name) {
-            return Meets(chip, name);
-        })) {
+    if (!chips.empty() &&
+        std::ranges::none_of(chips, [&](const std::string& name) { return Meets(chip, name); })) {
         EachVariant(chip, left.subspan(1), names, label, made);
         return;
     }

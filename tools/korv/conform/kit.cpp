@@ -67,9 +67,9 @@ std::vector<Case> AllCases() {
 }
 
 std::string GoldenLine(const std::string& id, const Golden& golden) {
-    std::string line = fmt::format("{} frame={:08X} local={:08X} interrupts={} capture={:08X}", id,
-                                   golden.frameBuffer, golden.localBuffer, golden.interrupts,
-                                   golden.capture);
+    std::string line =
+        fmt::format("{} frame={:08X} local={:08X} interrupts={} capture={:08X}", id,
+                    golden.frameBuffer, golden.localBuffer, golden.interrupts, golden.capture);
     if (!golden.reads.empty()) {
         line += fmt::format(" reads={:08X}", fmt::join(golden.reads, ","));
     }

@@ -39,7 +39,8 @@ struct Golden {
 std::map<std::string, Golden> GoldenList();
 std::string GoldenLine(const std::string& id, const Golden& golden);
 
-// What of the kit somebody asks for; empty: all. Units and chips by name, cases by a pattern with *.
+// What of the kit somebody asks for; empty: all. Units and chips by name, cases by a pattern with
+// *.
 struct Filter {
     std::vector<std::string> units, chips, cases;
 };

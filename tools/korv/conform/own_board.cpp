@@ -20,7 +20,8 @@ constexpr const char* kMaker = "korv conform, kit 1";
 
 class Session {
   public:
-    explicit Session(const Case& one) : case_(one), board_(one.config) {
+    Session(const Case& one, board::Break wrong) : case_(one), board_(one.config) {
+        board_.SetBreak(wrong);
         board_.SetInterruptHandler([this] { ++interrupts_; });
     }
 
@@ -146,11 +147,11 @@ stream::Mark SurfaceOf(const PictureArea& area, int64_t id) {
 } // namespace
 
 Outcome OwnBoard::Run(const Case& one, size_t steps) {
-    return Session(one).Run(steps);
+    return Session(one, wrong_).Run(steps);
 }
 
 Outcome OwnBoard::Record(const Case& one, std::ostream& capture) {
-    Session session(one);
+    Session session(one, wrong_);
     stream::CaptureRecorder recorder(session.Board(), capture, kMaker);
     session.SetRecorder(&recorder);
     int64_t id = 0;

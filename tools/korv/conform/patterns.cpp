@@ -23,8 +23,8 @@ uint32_t Amount(const std::string& text) {
 PixelForm ColourForm(const std::string& text) {
     const auto form = FormByName(text);
     if (!form || *form >= PixelForm::Depth16) {
-        throw PatternError(fmt::format("'{}' is no form of colours: expected one of {}", text,
-                                       FormNames()));
+        throw PatternError(
+            fmt::format("'{}' is no form of colours: expected one of {}", text, FormNames()));
     }
     return *form;
 }
@@ -149,9 +149,8 @@ std::vector<uint8_t> PatternBytes(std::span<const std::string> words) {
     }
     if (is("checker", 5)) {
         const Channels colours[] = {ColourOf(words[3]), ColourOf(words[4])};
-        return Image(words[1], ColourForm(words[2]), [&](uint32_t x, uint32_t y, const SizeOf&) {
-            return colours[(x ^ y) & 1];
-        });
+        return Image(words[1], ColourForm(words[2]),
+                     [&](uint32_t x, uint32_t y, const SizeOf&) { return colours[(x ^ y) & 1]; });
     }
     if (words.size() > 1 && words[0] == "bytes") {
         return Hex(words.subspan(1));

@@ -75,8 +75,8 @@ class Judgement {
                 const uint32_t a = PixelAt(expected, place, bytes);
                 const uint32_t b = PixelAt(found, place, bytes);
                 if (a != b && !Within(picture.form, a, b, picture.limit) && wrong++ == 0) {
-                    first = Fault{Fault::Kind::Pixel, &picture, x, y, picture.memory, place, 0,
-                                  a, b};
+                    first =
+                        Fault{Fault::Kind::Pixel, &picture, x, y, picture.memory, place, 0, a, b};
                 }
             }
         }
@@ -143,8 +143,8 @@ std::string Fault::Text() const {
                            found, digits, expected, digits);
     }
     case Kind::Memory:
-        return fmt::format("byte {} of {} is {:02X}, expected {:02X}", offset,
-                           MemoryName(memory), found, expected);
+        return fmt::format("byte {} of {} is {:02X}, expected {:02X}", offset, MemoryName(memory),
+                           found, expected);
     case Kind::Read:
         return fmt::format("{} reads {:08X}, expected {:08X} (read {})", board::OffsetName(offset),
                            found, expected, read);
