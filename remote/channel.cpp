@@ -4,11 +4,10 @@
 
 #include <cerrno>
 #include <cstring>
-#include <system_error>
-
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace remote {
@@ -40,8 +39,9 @@ Channel::Channel(int socket, std::chrono::milliseconds timeout)
 
 void Channel::CheckTime() const {
     if (socket_ && Clock::now() - wound_ >= timeout_) {
-        throw ChannelError(ChannelError::Why::Late, fmt::format("no answer within {:g} s",
-                                                  static_cast<double>(timeout_.count()) / 1000));
+        throw ChannelError(
+            ChannelError::Why::Late,
+            fmt::format("no answer within {:g} s", static_cast<double>(timeout_.count()) / 1000));
     }
 }
 

@@ -22,6 +22,10 @@ constexpr milliseconds kTimeToEnd{1000};
 // Of what is no answer, and of what the board says, for people.
 constexpr size_t kShownBytes = 40, kMostText = 400;
 
+Kind AndSync(Kind kind) {
+    return static_cast<Kind>(static_cast<uint32_t>(kind) | kAndSync);
+}
+
 std::span<const uint8_t> BytesOf(std::span<const uint32_t> words) {
     return {reinterpret_cast<const uint8_t*>(words.data()), words.size_bytes()};
 }
@@ -113,8 +117,8 @@ void Client::Lose(Why why, const std::string& what) {
 
 void Client::LoseEnded() {
     program_.Stop(std::min(options_.timeout, kTimeToEnd));
-    const bool unknown = asked_.kind == Kind::Hello &&
-                         (program_.ExitCode() == 126 || program_.ExitCode() == 127);
+    const bool unknown =
+        asked_.kind == Kind::Hello && (program_.ExitCode() == 126 || program_.ExitCode() == 127);
     Lose(Why::Ended, unknown ? "the shell cannot start it" : program_.Ending());
 }
 
@@ -144,11 +148,10 @@ void Client::Begin(const Asked& asked) {
 void Client::Tell(const Asked& asked, std::span<const uint8_t> payload) {
     Begin(asked);
     try {
-        channel_.Post(asked.kind, payload);
+        channel_.Post(InStep() ? AndSync(asked.kind) : asked.kind, payload);
         if (InStep()) {
-            channel_.Post(Kind::Sync, {});
             channel_.Flush();
-            Await(Kind::Sync, channel_.Sent() - 1);
+            Await(Kind::Sync);
         }
     } catch (const ChannelError& error) {
         Lose(error);
@@ -160,16 +163,12 @@ std::vector<uint8_t> Client::Ask(const Asked& asked, std::span<const uint8_t> pa
     Begin(asked);
     std::vector<uint8_t> answer;
     try {
-        channel_.Post(asked.kind, payload);
-        const uint32_t number = channel_.Sent() - 1;
         whole = whole && InStep();
-        if (whole) {
-            channel_.Post(Kind::Sync, {});
-        }
+        channel_.Post(whole ? AndSync(asked.kind) : asked.kind, payload);
         channel_.Flush();
-        answer = Await(asked.kind, number);
+        answer = Await(asked.kind, channel_.Sent() - 1);
         if (whole) {
-            Await(Kind::Sync, number + 1);
+            Await(Kind::Sync);
         }
     } catch (const ChannelError& error) {
         Lose(error);
@@ -188,7 +187,7 @@ uint32_t Client::AskWord(const Asked& asked, std::span<const uint8_t> payload, b
     return word;
 }
 
-std::vector<uint8_t> Client::Await(Kind request, uint32_t number) {
+std::vector<uint8_t> Client::Await(Kind request, std::optional<uint32_t> number) {
     while (true) {
         std::optional<Message> message = channel_.Next();
         if (!message) {
@@ -207,7 +206,7 @@ std::vector<uint8_t> Client::Await(Kind request, uint32_t number) {
         Parts parts(message->payload);
         parts.Word(); // the code: the text says it, too
         const uint32_t about = parts.Word();
-        const auto kind = static_cast<Kind>(parts.Word());
+        const auto kind = static_cast<Kind>(parts.Word() & ~kAndSync);
         const std::string text =
             fmt::format("{} is refused: {}", NameOf(kind), Shown(parts.Rest()));
         if (asked_.kind == Kind::Hello) {
@@ -295,8 +294,7 @@ void Client::SendField(uint64_t field) {
         source_->Line(field, line, pixels);
         if (!pixels.empty()) {
             Payload payload;
-            payload.Long(field).Word(line).Bytes(pixels.data(),
-                                                 pixels.size() * sizeof(uint16_t));
+            payload.Long(field).Word(line).Bytes(pixels.data(), pixels.size() * sizeof(uint16_t));
             channel_.Post(Kind::Line, payload.All());
         }
     }
@@ -385,8 +383,8 @@ void Client::Fetch(uint32_t memory, uint32_t offset, std::span<uint8_t> to) {
         payload.Word(memory).Word(offset).Word(static_cast<uint32_t>(part.size()));
         const std::vector<uint8_t> bytes = Ask({Kind::Fetch, memory, offset}, payload.All());
         if (bytes.size() != part.size()) {
-            Lose(Why::Nonsense, fmt::format("it sends {} bytes instead of {}", bytes.size(),
-                                            part.size()));
+            Lose(Why::Nonsense,
+                 fmt::format("it sends {} bytes instead of {}", bytes.size(), part.size()));
         }
         std::memcpy(part.data(), bytes.data(), bytes.size());
         to = to.subspan(part.size());

@@ -153,9 +153,9 @@ class Client {
     // The same for an answer that is a word.
     uint32_t AskWord(const Asked& asked, std::span<const uint8_t> payload, bool whole = false);
     void Begin(const Asked& asked);
-    // Waits for the answer to message `number`, and acts on what comes before it. Empty if it is
-    // refused, which is remembered.
-    std::vector<uint8_t> Await(Kind request, uint32_t number);
+    // Waits for the answer to `request`, and acts on what comes before it. An ERROR about message
+    // `number` is the answer, too, which is empty then; all errors are remembered.
+    std::vector<uint8_t> Await(Kind request, std::optional<uint32_t> number = {});
     void ThrowRefusal();
     void OnNotice(const Message& message);
     void OnInterrupt(bool waits, uint32_t accesses);

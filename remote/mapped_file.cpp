@@ -2,12 +2,11 @@
 
 #include <fmt/format.h>
 
-#include <utility>
-
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace remote {
 

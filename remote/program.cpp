@@ -5,12 +5,11 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <system_error>
-
 #include <poll.h>
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace remote {
@@ -79,7 +78,7 @@ bool Program::Ended(std::chrono::milliseconds within) {
 }
 
 void Program::Close(std::chrono::milliseconds time) {
-    shutdown(socket_, SHUT_RDWR);
+    shutdown(socket_, SHUT_WR);
     Ended(time);
 }
 

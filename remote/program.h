@@ -2,7 +2,6 @@
 // A program that has been started, and a socket that is its standard input and output.
 #include <chrono>
 #include <string>
-
 #include <sys/types.h>
 
 namespace remote {

@@ -9,10 +9,9 @@ static_assert(std::endian::native == std::endian::little, "numbers go as they li
 namespace {
 
 // By number, from HELLO and from ERROR on.
-constexpr std::string_view kRequests[] = {"HELLO", "MAKE",   "READ",  "WRITE",  "WORDS",
-                                          "SYNC",  "STORE",  "FETCH", "IDLE",   "ADVANCE",
-                                          "DRAIN", "STATUS", "GUEST", "VIDEO",  "TIMING",
-                                          "STATE", "RESUME", "LINE",  "END"};
+constexpr std::string_view kRequests[] = {
+    "HELLO", "MAKE",   "READ",  "WRITE", "WORDS",  "SYNC",  "STORE",  "FETCH", "IDLE", "ADVANCE",
+    "DRAIN", "STATUS", "GUEST", "VIDEO", "TIMING", "STATE", "RESUME", "LINE",  "END"};
 constexpr std::string_view kNotices[] = {"ERROR", "INTERRUPT", "MOVED", "FIELD"};
 
 static_assert(std::size(kRequests) == static_cast<size_t>(kLastRequest));

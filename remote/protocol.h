@@ -49,6 +49,8 @@ enum class Kind : uint32_t {
     Field,
 };
 inline constexpr Kind kLastRequest = Kind::End;
+// Added to a request's kind: a SYNC stands behind it.
+inline constexpr uint32_t kAndSync = 0x100;
 
 constexpr Kind AnswerTo(Kind request) {
     return static_cast<Kind>(static_cast<uint32_t>(request) | 0x80);
@@ -145,8 +147,8 @@ class Parts {
     }
     std::span<const uint8_t> Take(size_t bytes) {
         short_ = short_ || bytes > rest_.size();
-        const std::span<const uint8_t> taken = rest_.first(bytes < rest_.size() ? bytes
-                                                                                : rest_.size());
+        const std::span<const uint8_t> taken =
+            rest_.first(bytes < rest_.size() ? bytes : rest_.size());
         rest_ = rest_.subspan(taken.size());
         return taken;
     }

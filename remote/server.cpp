@@ -22,8 +22,8 @@ constexpr uint32_t kMostMemory = 256u << 20;
 // What a client that does not wait may have in guest memories.
 constexpr uint32_t kMostGuestMemory = 256u << 20;
 constexpr uint32_t kMostFieldRate = 200, kMostFieldLines = 2000;
-constexpr uint32_t kAbilities = HasTiming | HasClock | WaitsAtInterrupts | DoesDma | TakesVideo |
-                                AnswersState;
+constexpr uint32_t kAbilities =
+    HasTiming | HasClock | WaitsAtInterrupts | DoesDma | TakesVideo | AnswersState;
 
 // A request that cannot be met.
 struct Refusal {
@@ -54,20 +54,18 @@ void CheckOffset(uint32_t offset) {
 // Whole words of what has been sent; what is behind the last one is nonsense.
 std::span<const uint32_t> WordsOf(std::span<const uint8_t> bytes, size_t atOnce) {
     if (bytes.size() % (atOnce * sizeof(uint32_t)) != 0) {
-        throw Refusal{ErrorCode::Nonsense,
-                      fmt::format("{} bytes: a multiple of {} was expected", bytes.size(),
-                                  atOnce * sizeof(uint32_t))};
+        throw Refusal{ErrorCode::Nonsense, fmt::format("{} bytes: a multiple of {} was expected",
+                                                       bytes.size(), atOnce * sizeof(uint32_t))};
     }
     return {reinterpret_cast<const uint32_t*>(bytes.data()), bytes.size() / sizeof(uint32_t)};
 }
 
 board::Timing ReadTiming(Parts& parts) {
     board::Timing timing;
-    for (uint32_t* word :
-         {&timing.fifoDepth, &timing.fifoDrainPerTick, &timing.fifoTicksPerEntry,
-          &timing.pixelsPerTick, &timing.fifoReportLag, &timing.fifoReportCap,
-          &timing.dmaWordsPerTick, &timing.interruptLatency, &timing.strayOutputWords,
-          &timing.microsecondsPerTick}) {
+    for (uint32_t* word : {&timing.fifoDepth, &timing.fifoDrainPerTick, &timing.fifoTicksPerEntry,
+                           &timing.pixelsPerTick, &timing.fifoReportLag, &timing.fifoReportCap,
+                           &timing.dmaWordsPerTick, &timing.interruptLatency,
+                           &timing.strayOutputWords, &timing.microsecondsPerTick}) {
         *word = parts.Word();
     }
     return timing;
@@ -85,13 +83,15 @@ class Server final : private board::BusRecorder, private board::VideoSource {
 
     std::string Run() {
         try {
-            Hello();
-            while (true) {
-                Obey(Next(), true);
+            try {
+                Hello();
+                while (true) {
+                    Obey(Next(), true);
+                }
+            } catch (const Ended&) {
+                channel_.Flush();
+                return "";
             }
-        } catch (const Ended&) {
-            channel_.Flush();
-            return "";
         } catch (const ChannelError& error) {
             return error.why == ChannelError::Why::Gone ? "" : Give(error.what());
         } catch (const Nonsense& error) {
@@ -146,7 +146,7 @@ class Server final : private board::BusRecorder, private board::VideoSource {
 
     void Hello();
     // `whole`: the board waits for nothing.
-    void Obey(const Message& message, bool whole);
+    void Obey(Message message, bool whole);
     void Do(const Message& message, bool whole);
     void Make(Parts& parts);
     void Store(Parts& parts);
@@ -218,9 +218,10 @@ void Server::Hello() {
     Answer(Kind::Hello, hello);
 }
 
-void Server::Obey(const Message& message, bool whole) {
+void Server::Obey(Message message, bool whole) {
     const uint32_t number = channel_.Received() - 1;
     const auto kind = static_cast<uint32_t>(message.kind);
+    message.kind = static_cast<Kind>(kind & ~kAndSync);
     const uint32_t accesses = std::exchange(accesses_, 0);
     try {
         Do(message, whole);
@@ -228,6 +229,9 @@ void Server::Obey(const Message& message, bool whole) {
         SendError(refusal.code, refusal.text, number, kind);
     } catch (const std::bad_alloc&) {
         SendError(ErrorCode::NoMemory, "no memory left", number, kind);
+    }
+    if ((kind & kAndSync) != 0) {
+        Answer(Kind::Sync);
     }
     FlushMoved();
     accesses_ = accesses;
@@ -451,8 +455,8 @@ void Server::Guest(Parts& parts) {
 
 void Server::CheckTime(uint64_t ticks, uint64_t length) const {
     if (ticks * std::max<uint64_t>(length, 1) > kLongestAdvance) {
-        throw Refusal{ErrorCode::BadArgument, fmt::format("more time than {} microseconds at once",
-                                                          kLongestAdvance)};
+        throw Refusal{ErrorCode::BadArgument,
+                      fmt::format("more time than {} microseconds at once", kLongestAdvance)};
     }
 }
 
@@ -548,15 +552,15 @@ void Server::OnInterrupt() {
     Send(Kind::Interrupt, payload.Word(waits ? 1 : 0).Word(accesses_));
     if (waits) {
         for (Message message = Next(); message.kind != Kind::Resume; message = Next()) {
-            Obey(message, false);
+            Obey(std::move(message), false);
         }
     }
 }
 
 void Server::FlushMoved() {
     for (size_t first = 0; first < moved_.size(); first += kMostWords) {
-        const auto part = std::span(moved_).subspan(
-            first, std::min<size_t>(moved_.size() - first, kMostWords));
+        const auto part =
+            std::span(moved_).subspan(first, std::min<size_t>(moved_.size() - first, kMostWords));
         Payload payload;
         payload.Word(accesses_).Bytes(part.data(), part.size_bytes());
         channel_.Post(Kind::Moved, payload.All());

@@ -108,7 +108,7 @@ class Display {
     std::unique_ptr<WatchedMemory> watchedFrame_, watchedLocal_; // for those who observe
     std::unique_ptr<board::Board> board_;
     RemoteBoard* remote_ = nullptr; // the same one, if it is another program's
-    std::shared_ptr<void> bus_; // between the aperture and the board
+    std::shared_ptr<void> bus_;     // between the aperture and the board
     std::unique_ptr<AlignedAperture> aperture_;
     std::unique_ptr<ApertureWatch> watch_; // the driver module's
     uint32_t pitch_ = 0;

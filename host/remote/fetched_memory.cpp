@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <stdexcept>
-
 #include <sys/mman.h>
 
 namespace host {
@@ -19,8 +18,8 @@ constexpr greg_t kWasStore = 2;
 
 FetchedMemory::FetchedMemory(const remote::MappedFile& file, Fetch fetch)
     : view_(file.Bytes()), own_(file.MapAgain(PROT_READ | PROT_WRITE)), fetch_(std::move(fetch)),
-      pages_((view_.size() + kPageBytes - 1) / kPageBytes, Page::Stored), known_(pages_.size()), low_(0),
-      high_(pages_.size()) {
+      pages_((view_.size() + kPageBytes - 1) / kPageBytes, Page::Stored), known_(pages_.size()),
+      low_(0), high_(pages_.size()) {
     if (own_ == nullptr) {
         throw std::runtime_error("no room for a copy of the board's memories");
     }

@@ -49,8 +49,7 @@ void SetLostBoardHook(LostBoardHook hook) {
 class RemoteBoard::Link final : private remote::Listener {
   public:
     Link(const board::Config& config, const BoardProgram& program)
-        : maps_(program.maps),
-          client_({.program = program.command, .timeout = program.timeout}) {
+        : maps_(program.maps), client_({.program = program.command, .timeout = program.timeout}) {
         frameBuffer_.file = remote::MappedFile::Create(config.frameBufferBytes);
         localBuffer_.file = remote::MappedFile::Create(config.localBufferBytes);
         if (!frameBuffer_.file.IsThere() ||
@@ -59,7 +58,7 @@ class RemoteBoard::Link final : private remote::Listener {
         }
         client_.SetListener(this);
         const uint32_t wishes = remote::WaitAtInterrupts |
-                                (client_.IsAble(remote::DoesDma) ? remote::TellMoved : 0);
+                                (client_.IsAble(remote::DoesDma) ? uint32_t{remote::TellMoved} : 0);
         const remote::Mapped mapped =
             client_.Make(config, wishes, NameOf(frameBuffer_), NameOf(localBuffer_));
         Take(frameBuffer_, remote::kFrameBuffer, mapped.frameBuffer);
