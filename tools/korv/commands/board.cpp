@@ -1,5 +1,7 @@
+#include "board/breaks.h"
 #include "remote/server.h"
 #include "tools/korv/base/errors.h"
+#include "tools/korv/commands/cli/breaks.h"
 #include "tools/korv/commands/cli/command.h"
 
 #include <CLI/CLI.hpp>
@@ -19,28 +21,49 @@ input is no such protocol.
 
 Examples:
   korv replay scenes/triangles-tx.json --board-exec 'korv board'
+  korv conform run --exec 'korv board --break fog-after-blend' --unit fog
   korv render scenes/cube.obj --chip tx --board-exec 'korv board' --board-memory fetched -o cube.png
 )";
 
-void Serve(bool maps) {
+struct ServeArguments {
+    bool noMaps = false;
+    std::string wrong;
+};
+
+void Serve(const ServeArguments& arguments, Console& console) {
+    if (arguments.wrong == kListBreaks) {
+        ListBreaks(console);
+        return;
+    }
+    const board::Break wrong = BreakByName(arguments.wrong);
     if (isatty(STDIN_FILENO) != 0) {
         throw UserError("standard input is a terminal: expected a program that speaks the board "
                         "protocol (docs/board-protocol.md)");
     }
     remote::ServerOptions options;
     options.name = "korv " KORV_VERSION;
-    options.maps = maps;
+    options.maps = !arguments.noMaps;
+    if (wrong != board::Break::None) {
+        options.name += ", broken: " + arguments.wrong;
+        options.make = [wrong](const board::Config& config, const board::LentMemories& memories) {
+            auto board = std::make_unique<board::Board>(config, memories);
+            board->SetBreak(wrong);
+            return board;
+        };
+    }
     if (const std::string nonsense = remote::Serve(STDIN_FILENO, STDOUT_FILENO, options);
         !nonsense.empty()) {
         throw UserError("standard input: " + nonsense);
     }
 }
 
-void SetUpBoard(CLI::App& command, Console&) {
-    auto noMaps = std::make_shared<bool>(false);
-    command.add_flag("--no-mapping", *noMaps, "Take no files as memories, so that clients fetch");
+void SetUpBoard(CLI::App& command, Console& console) {
+    auto arguments = std::make_shared<ServeArguments>();
+    AddBreakOption(command, arguments->wrong);
+    command.add_flag("--no-mapping", arguments->noMaps,
+                     "Take no files as memories, so that clients fetch");
     command.footer(kFooter);
-    command.callback([noMaps] { Serve(!*noMaps); });
+    command.callback([arguments, &console] { Serve(*arguments, console); });
 }
 
 } // namespace

@@ -67,9 +67,14 @@ std::vector<Case> AllCases() {
 }
 
 std::string GoldenLine(const std::string& id, const Golden& golden) {
-    std::string line =
-        fmt::format("{} frame={:08X} local={:08X} interrupts={} capture={:08X}", id,
-                    golden.frameBuffer, golden.localBuffer, golden.interrupts, golden.capture);
+    std::string line = fmt::format("{} frame={:08X}", id, golden.frameBuffer);
+    if (golden.localBuffer != 0) {
+        line += fmt::format(" local={:08X}", golden.localBuffer);
+    }
+    line += fmt::format(" capture={:08X}", golden.capture);
+    if (golden.interrupts != 0) {
+        line += fmt::format(" interrupts={}", golden.interrupts);
+    }
     if (!golden.reads.empty()) {
         line += fmt::format(" reads={:08X}", fmt::join(golden.reads, ","));
     }

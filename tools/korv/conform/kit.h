@@ -37,6 +37,8 @@ struct Golden {
 };
 // By case.
 std::map<std::string, Golden> GoldenList();
+// What our board makes of a case, for the list.
+Golden GoldenOf(const Case& one);
 std::string GoldenLine(const std::string& id, const Golden& golden);
 
 // What of the kit somebody asks for; empty: all. Units and chips by name, cases by a pattern with
