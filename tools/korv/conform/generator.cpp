@@ -322,6 +322,9 @@ class CaseMaker {
             Fail("the last burst waits for data");
         }
         for (const PictureArea& one : case_.pictures) {
+            if ((one.limit != 0 || one.pixels != 0) && case_.deduced.empty()) {
+                Fail(fmt::format("picture '{}' may deviate, and nothing is deduced", one.name));
+            }
             const uint64_t end = uint64_t{one.offset} + uint64_t{one.height - 1} * one.pitch +
                                  uint64_t{one.width} * BytesOf(one.form);
             if (end > SizeOfMemory(one.memory) || one.memory == Memory::Host) {

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <sstream>
 #include <string_view>
 
@@ -114,16 +115,22 @@ std::map<std::string, Golden> GoldenList() {
 }
 
 std::vector<Case> Chosen(const Filter& filter) {
-    std::vector<Case> cases = AllCases();
+    std::vector<Description> descriptions = AllDescriptions();
     std::vector<std::string> units, chips;
-    for (const Case& one : cases) {
+    for (const Description& one : descriptions) {
         units.push_back(one.unit);
-        chips.push_back(one.chip);
+    }
+    for (const char* group : {"all", "deltas"}) {
+        std::ranges::copy(ChipsNamed(group), std::back_inserter(chips));
     }
     CheckNames("unit", filter.units, units);
     CheckNames("chip", filter.chips, chips);
+    std::erase_if(descriptions, [&](const Description& one) {
+        return !one.unit.empty() && !IsOneOf(one.unit, filter.units);
+    });
+    std::vector<Case> cases = MakeCases(descriptions);
     std::erase_if(cases, [&](const Case& one) {
-        return !IsOneOf(one.unit, filter.units) || !IsOneOf(one.chip, filter.chips) ||
+        return !IsOneOf(one.chip, filter.chips) ||
                (!filter.cases.empty() &&
                 std::ranges::none_of(filter.cases, [&](const std::string& pattern) {
                     return Matches(one.id, pattern);

@@ -5,25 +5,29 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 namespace korv::conform {
 
 namespace {
 
 using stream::EventKind;
 
-// Whether the fault is there when both boards have done a part of the case.
-bool IsThere(const Fault& fault, const Case& part, const Outcome& right, const Outcome& wrong) {
-    Case exact = part; // what may differ at the end need not differ by so much yet
-    for (PictureArea& picture : exact.pictures) {
-        picture.pixels = 0;
+// Whether the fault's pixel, byte or count is wrong when both boards have done a part of the case.
+bool IsThere(const Fault& fault, const Outcome& right, const Outcome& wrong) {
+    switch (fault.kind) {
+    case Fault::Kind::Pixel: {
+        Case pixel;
+        pixel.pictures.push_back(*fault.picture);
+        PictureArea& area = pixel.pictures.front();
+        area.offset = fault.offset;
+        area.width = area.height = 1;
+        area.pixels = 0;
+        return Judge(pixel, right, wrong).pixels != 0;
     }
-    const Verdict verdict = Judge(exact, right, wrong);
-    if (fault.kind == Fault::Kind::Interrupts) {
+    case Fault::Kind::Memory:
+        return right.Of(fault.memory)[fault.offset] != wrong.Of(fault.memory)[fault.offset];
+    default:
         return right.interrupts != wrong.interrupts;
     }
-    return verdict.first.has_value() && verdict.first->kind != Fault::Kind::Interrupts;
 }
 
 size_t ReadStep(const Case& one, size_t number) {
@@ -45,7 +49,7 @@ size_t StepOf(const Fault& fault, const Case& one, Subject& right, Subject& wron
     size_t low = 0, high = one.steps.size();
     while (high - low > 1) {
         const size_t middle = low + (high - low) / 2;
-        const bool there = IsThere(fault, one, right.Run(one, middle), wrong.Run(one, middle));
+        const bool there = IsThere(fault, right.Run(one, middle), wrong.Run(one, middle));
         (there ? high : low) = middle;
     }
     return high;
