@@ -23,10 +23,6 @@ constexpr size_t kMostUnread = 64u << 20;
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-ChannelError Gone() {
-    return {ChannelError::Why::Gone, "it has closed its end"};
-}
-
 } // namespace
 
 Channel::Channel(int socket, std::chrono::milliseconds timeout)
@@ -65,14 +61,12 @@ void Channel::Flush() {
         if (taken >= 0) {
             done += static_cast<size_t>(taken);
         } else if (errno == EPIPE || errno == ECONNRESET) {
-            toSend_.clear();
-            throw Gone();
+            break;
         } else if (errno == EAGAIN && socket_) {
             pollfd both{out_, POLLIN | POLLOUT, 0};
             poll(&both, 1, static_cast<int>(timeout_.count()));
             if ((both.revents & POLLIN) != 0 && !Fill()) {
-                toSend_.clear();
-                throw Gone();
+                break;
             }
             CheckTime();
         } else if (errno != EINTR) {

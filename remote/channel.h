@@ -19,7 +19,6 @@ struct Message {
 struct ChannelError : std::runtime_error {
     enum class Why {
         Late,     // the other side neither sends nor takes anything for too long
-        Gone,     // it has closed its end
         Nonsense, // it sends what is no message: what() says why
     };
     ChannelError(Why reason, const std::string& what) : std::runtime_error(what), why(reason) {}
@@ -40,7 +39,8 @@ class Channel {
 
     // A message that goes out with the next Flush, or before.
     void Post(Kind kind, std::span<const uint8_t> payload);
-    // While it waits for the other side to take what is sent, it keeps what that side sends.
+    // While it waits for the other side to take what is sent, it keeps what that side sends. To a
+    // side that has closed its end nothing is sent: Next tells, behind what it sent before.
     void Flush();
 
     // The next message. None: the other side has closed its end, between two messages. Does not

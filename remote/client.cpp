@@ -123,13 +123,8 @@ void Client::LoseEnded() {
 }
 
 void Client::Lose(const ChannelError& error) {
-    switch (error.why) {
-    case ChannelError::Why::Late:
+    if (error.why == ChannelError::Why::Late) {
         Lose(Why::Late, error.what());
-    case ChannelError::Why::Gone:
-        LoseEnded();
-    case ChannelError::Why::Nonsense:
-        break;
     }
     const std::string shown = Shown(channel_.Unread(), kShownBytes);
     Lose(Why::Nonsense, asked_.kind == Kind::Hello
@@ -251,6 +246,9 @@ void Client::OnNotice(const Message& message) {
         SendField(parts.Long());
         break;
     default:
+        if (asked_.kind == Kind::Hello) {
+            Lose(Why::NotStarted, "it does not speak the board protocol: no HELLO answers ours");
+        }
         Lose(Why::Nonsense, fmt::format("it sends a message of kind 0x{:X} that was not asked for",
                                         static_cast<uint32_t>(message.kind)));
     }

@@ -41,7 +41,10 @@ Program::Program(const std::string& command) {
     sigaddset(&usual, SIGPIPE);
     posix_spawnattr_setsigdefault(&attributes, &usual);
     posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    // What it starts goes with it.
+    posix_spawnattr_setpgroup(&attributes, 0);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK |
+                                              POSIX_SPAWN_SETPGROUP);
     const std::string line = "exec " + command;
     const char* const arguments[] = {"sh", "-c", line.c_str(), nullptr};
     const int error = posix_spawn(&pid_, "/bin/sh", &files, &attributes,
@@ -85,7 +88,7 @@ void Program::Close(std::chrono::milliseconds time) {
 void Program::Stop(std::chrono::milliseconds time) {
     if (!Ended(time)) {
         forced_ = true;
-        kill(pid_, SIGKILL);
+        kill(-pid_, SIGKILL);
         while (waitpid(pid_, &status_, 0) < 0 && errno == EINTR) {
         }
         ended_ = true;

@@ -83,17 +83,15 @@ class Server final : private board::BusRecorder, private board::VideoSource {
 
     std::string Run() {
         try {
-            try {
-                Hello();
-                while (true) {
-                    Obey(Next(), true);
-                }
-            } catch (const Ended&) {
-                channel_.Flush();
-                return "";
+            Hello();
+            while (true) {
+                Obey(Next(), true);
             }
+        } catch (const Ended&) {
+            channel_.Flush();
+            return "";
         } catch (const ChannelError& error) {
-            return error.why == ChannelError::Why::Gone ? "" : Give(error.what());
+            return Give(error.what());
         } catch (const Nonsense& error) {
             return Give(error.text);
         }
@@ -120,12 +118,8 @@ class Server final : private board::BusRecorder, private board::VideoSource {
 
     // Tells the client of nonsense, if it still listens.
     std::string Give(const std::string& text) {
-        try {
-            SendError(ErrorCode::Nonsense, text, channel_.Received(), 0);
-            channel_.Flush();
-        } catch (const ChannelError&) {
-            // The line below is all that is left.
-        }
+        SendError(ErrorCode::Nonsense, text, channel_.Received(), 0);
+        channel_.Flush();
         return text;
     }
 

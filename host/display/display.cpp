@@ -165,6 +165,11 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
     ChipBus bus;
     if (config_.program.IsThere()) {
         auto board = std::make_unique<RemoteBoard>(BoardConfig(config_), config_.program);
+        const auto noDma = config_.registry.find("Direct3DHAL.NoDMA");
+        if (!board->DoesDma() && (noDma == config_.registry.end() || noDma->second != "1")) {
+            throw std::invalid_argument("the board of '" + config_.program.command +
+                                        "' does no DMA: a driver that feeds the FIFO was expected");
+        }
         remote_ = board.get();
         board_ = std::move(board);
         bus = BusOf<RemoteBoard>(*board_, &driver_->chip, bus_);

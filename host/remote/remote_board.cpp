@@ -134,16 +134,6 @@ class RemoteBoard::Link final : private remote::Listener {
         }
     }
 
-    void CheckDma(uint32_t offset) const {
-        if (offset == reg::DMACount && !client_.IsAble(remote::DoesDma)) {
-            Safely([&]() -> void {
-                throw remote::Error(remote::Error::Why::Refused,
-                                    "board program '" + client_.Name() +
-                                        "' does no DMA: a driver that feeds the FIFO was expected");
-            });
-        }
-    }
-
     board::BusRecorder* recorder = nullptr;
     std::function<void()> handler;
 
@@ -283,6 +273,10 @@ RemoteBoard::RemoteBoard(const board::Config& config, std::unique_ptr<Link> link
 
 RemoteBoard::~RemoteBoard() = default;
 
+bool RemoteBoard::DoesDma() const {
+    return link_->Client().IsAble(remote::DoesDma);
+}
+
 std::span<uint8_t> RemoteBoard::NewGuestMemory(size_t bytes) {
     return link_->NewGuestMemory(bytes);
 }
@@ -292,7 +286,6 @@ uint32_t RemoteBoard::Read(uint32_t offset) {
 }
 
 void RemoteBoard::Write(uint32_t offset, uint32_t value) {
-    link_->CheckDma(offset);
     link_->Write(offset, value);
 }
 

@@ -21,6 +21,8 @@ class RemoteBoard final : public board::Board {
     RemoteBoard(const board::Config& config, const BoardProgram& program);
     ~RemoteBoard() override;
 
+    // If not, the driver has to feed the FIFO.
+    bool DoesDma() const;
     // Zeroes that MapMemory can make known to the board; they live as long as this one.
     std::span<uint8_t> NewGuestMemory(size_t bytes);
 
