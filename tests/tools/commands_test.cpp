@@ -49,7 +49,7 @@ TEST(Commands, HelpListsThemGroupByGroup) {
     }
     EXPECT_THAT(listed, ElementsAre("Draw", "demo", "model", "render", "replay", "texture", "Look",
                                     "assemble", "dump", "info", "play", "state", "stats", "trace",
-                                    "trim", "Check", "diff", "lint"));
+                                    "trim", "Check", "conform", "diff", "lint"));
 }
 
 TEST(Commands, EachHasHelpThatBeginsWithItsSynopsis) {

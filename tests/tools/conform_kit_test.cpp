@@ -1,6 +1,7 @@
 // The cases of the conformance kit: what they are, what our board makes of them, and that wrong
 // boards are found by them.
 #include "board/breaks.h"
+#include "stream/player.h"
 #include "tools/korv/conform/generator.h"
 #include "tools/korv/conform/kit.h"
 #include "tools/korv/conform/own_board.h"
@@ -86,6 +87,25 @@ TEST(ConformanceKit, MakesTheSameBytesEachTime) {
         const auto found = list.find(one.id);
         ASSERT_NE(found, list.end()) << one.id;
         EXPECT_EQ(GoldenLine(one.id, GoldenOf(one)), GoldenLine(one.id, found->second));
+    }
+}
+
+// A capture is the case, memories and all, for whoever plays captures.
+TEST(ConformanceKit, CapturesPlayToTheSameMemories) {
+    for (size_t i = 0; i < Kit().size(); i += 7) {
+        const Case& one = Kit()[i];
+        std::stringstream capture;
+        const Outcome outcome = OwnBoard().Record(one, capture);
+        const auto source = stream::OpenSource(capture);
+        stream::Player player(*source);
+        stream::Event event;
+        while (player.Step(event)) {
+        }
+        EXPECT_EQ(player.DifferenceCount(), 0u) << one.id;
+        EXPECT_TRUE(std::ranges::equal(player.Board().FrameBuffer(), outcome.frameBuffer))
+            << one.id;
+        EXPECT_TRUE(std::ranges::equal(player.Board().LocalBuffer(), outcome.localBuffer))
+            << one.id;
     }
 }
 

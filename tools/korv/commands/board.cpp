@@ -59,7 +59,7 @@ void Serve(const ServeArguments& arguments, Console& console) {
 
 void SetUpBoard(CLI::App& command, Console& console) {
     auto arguments = std::make_shared<ServeArguments>();
-    AddBreakOption(command, arguments->wrong);
+    AddBreakOption(command, arguments->wrong, "Be wrong in one way");
     command.add_flag("--no-mapping", arguments->noMaps,
                      "Take no files as memories, so that clients fetch");
     command.footer(kFooter);

@@ -1,4 +1,5 @@
 #include "tools/korv/base/errors.h"
+#include "tools/korv/base/listing.h"
 #include "tools/korv/base/progress.h"
 #include "tools/korv/base/text.h"
 #include "tools/korv/commands/cli/breaks.h"
@@ -57,8 +58,11 @@ void ListCases(const ConformArguments& arguments, Console& console) {
         fmt::print(console.out, "{}\n", list.dump(2));
         return;
     }
-    for (const conform::Case& one : cases) {
-        fmt::print(console.out, "{}\n", one.id);
+    {
+        Listing listing(console.out);
+        for (const conform::Case& one : cases) {
+            fmt::print(listing.Out(), "{}\n", one.id);
+        }
     }
     fmt::print(console.Report(), "{}\n", Count(cases.size(), "case"));
 }
@@ -236,7 +240,7 @@ void SetUpConform(CLI::App& command, Console& console) {
         .add_option("--report", arguments->report,
                     "run: write a page with pictures of what differs into this folder")
         ->type_name("DIR");
-    AddBreakOption(command, arguments->wrong);
+    AddBreakOption(command, arguments->wrong, "run: our board is wrong in one way");
     command.add_flag("--json", arguments->json, "list, run: tell programs");
     command.add_flag("--golden", arguments->golden, "list: the list of results, made anew");
     command.footer(kConformFooter);

@@ -34,7 +34,7 @@ little-endian.
 | case.json | chip, sizes of the memories, pictures, what is read, and why: "known" is what a driver depends on, "deduced" what one board model made of it |
 | program.txt | what is done, one step a line, below |
 | words.bin | the words of the command stream alone, 32 bits each, in their order |
-| frame-before.bin, local-before.bin | the frame buffer and the local buffer when the fills of the program are done; left out where all is 0 |
+| frame-before.bin, local-before.bin | the frame buffer and the local buffer with all fills of the program, had they come first; left out where all is 0 |
 | frame-after.bin, local-after.bin | the same at the end; local-after.bin is left out where there is no local buffer |
 | PICTURE.png | a picture of the end, for people |
 | case.korv | the same as a capture, for `korv play` and the like |

@@ -11,10 +11,9 @@
 
 namespace korv {
 
-void AddBreakOption(CLI::App& command, std::string& name) {
+void AddBreakOption(CLI::App& command, std::string& name, const std::string& about) {
     command
-        .add_option("--break", name,
-                    "Be wrong in one way, to see that others notice; 'list' tells the ways")
+        .add_option("--break", name, about + ", to see that others notice; 'list' tells the ways")
         ->type_name("NAME");
 }
 

@@ -14,8 +14,9 @@ namespace korv {
 // In a name's place: tell all of them.
 inline constexpr const char* kListBreaks = "list";
 
-// --break; `name` keeps what it holds unless it is given.
-void AddBreakOption(CLI::App& command, std::string& name);
+// --break, told as `about` and that the list can be had; `name` keeps what it holds unless it is
+// given.
+void AddBreakOption(CLI::App& command, std::string& name, const std::string& about);
 
 // None for no name. UsageError for an unknown one.
 board::Break BreakByName(const std::string& name);
