@@ -34,8 +34,9 @@ struct Refusal {
 // The client has left, or has said that it does.
 struct Ended {};
 
-// Bytes that were no message.
+// Bytes that were no message, or none to be answered.
 struct Nonsense {
+    ErrorCode code;
     std::string text;
 };
 
@@ -48,6 +49,12 @@ void CheckOffset(uint32_t offset) {
         throw Refusal{ErrorCode::BadArgument,
                       fmt::format("offset 0x{:X}: a multiple of 4 below 0x{:X} was expected",
                                   offset, uint32_t{reg::ApertureBytes})};
+    }
+}
+
+void CheckLength(const Parts& parts) {
+    if (parts.Short()) {
+        throw Refusal{ErrorCode::Nonsense, "the message is too short"};
     }
 }
 
@@ -91,9 +98,9 @@ class Server final : private board::BusRecorder, private board::VideoSource {
             channel_.Flush();
             return "";
         } catch (const ChannelError& error) {
-            return Give(error.what());
+            return GiveUp(ErrorCode::Nonsense, error.what(), channel_.Received());
         } catch (const Nonsense& error) {
-            return Give(error.text);
+            return GiveUp(error.code, error.text, channel_.Received() - 1);
         }
     }
 
@@ -117,8 +124,8 @@ class Server final : private board::BusRecorder, private board::VideoSource {
     }
 
     // Tells the client of nonsense, if it still listens.
-    std::string Give(const std::string& text) {
-        SendError(ErrorCode::Nonsense, text, channel_.Received(), 0);
+    std::string GiveUp(ErrorCode code, const std::string& text, uint32_t number) {
+        SendError(code, text, number, 0);
         channel_.Flush();
         return text;
     }
@@ -189,18 +196,16 @@ void Server::Hello() {
     const Message message = Next();
     Parts parts(message.payload);
     if (message.kind != Kind::Hello || parts.Text(kMagic.size()) != kMagic) {
-        throw Nonsense{"the first message is no HELLO"};
+        throw Nonsense{ErrorCode::Nonsense, "the first message is no HELLO"};
     }
     const uint32_t low = parts.Word(), high = parts.Word();
     if (parts.Short()) {
-        throw Nonsense{"the HELLO is too short"};
+        throw Nonsense{ErrorCode::Nonsense, "the HELLO is too short"};
     }
     if (low > kVersion || high < kVersion) {
         const std::string text =
             fmt::format("versions {} to {} of the protocol, {} was expected", low, high, kVersion);
-        SendError(ErrorCode::Version, text, 0, static_cast<uint32_t>(Kind::Hello));
-        channel_.Flush();
-        throw Nonsense{text};
+        throw Nonsense{ErrorCode::Version, text};
     }
     Payload hello;
     hello.Text(kMagic)
@@ -241,9 +246,7 @@ void Server::Do(const Message& message, bool whole) {
     }
     const auto word = [&] {
         const uint32_t value = parts.Word();
-        if (parts.Short()) {
-            throw Refusal{ErrorCode::Nonsense, "the message is too short"};
-        }
+        CheckLength(parts);
         return value;
     };
     switch (message.kind) {
@@ -307,6 +310,7 @@ void Server::Do(const Message& message, bool whole) {
     case Kind::Timing: {
         board::Config changed = TheBoard().Configuration();
         changed.timing = ReadTiming(parts);
+        CheckLength(parts);
         CheckConfig(changed);
         TheBoard().SetTiming(changed.timing);
         break;
@@ -340,9 +344,7 @@ void Server::Make(Parts& parts) {
     const uint32_t wishes = parts.Word();
     const std::string frameFile(parts.Name());
     const std::string localFile(parts.Name());
-    if (parts.Short()) {
-        throw Refusal{ErrorCode::Nonsense, "the message is too short"};
-    }
+    CheckLength(parts);
     CheckConfig(config);
 
     board_.reset();
@@ -388,17 +390,16 @@ std::span<uint8_t> Server::Memory(uint32_t memory, uint32_t offset, size_t bytes
 
 void Server::Store(Parts& parts) {
     const uint32_t memory = parts.Word(), offset = parts.Word();
-    if (parts.Short()) {
-        throw Refusal{ErrorCode::Nonsense, "the message is too short"};
-    }
+    CheckLength(parts);
     const std::span<const uint8_t> bytes = parts.Rest();
     std::ranges::copy(bytes, Memory(memory, offset, bytes.size()).begin());
 }
 
 void Server::Fetch(Parts& parts) {
     const uint32_t memory = parts.Word(), offset = parts.Word(), bytes = parts.Word();
-    if (parts.Short() || bytes > kMostBlock) {
-        throw Refusal{parts.Short() ? ErrorCode::Nonsense : ErrorCode::BadArgument,
+    CheckLength(parts);
+    if (bytes > kMostBlock) {
+        throw Refusal{ErrorCode::BadArgument,
                       fmt::format("{} bytes: at most {} were expected", bytes, kMostBlock)};
     }
     const std::span<const uint8_t> from = Memory(memory, offset, bytes);
@@ -409,9 +410,7 @@ void Server::Fetch(Parts& parts) {
 void Server::Guest(Parts& parts) {
     const uint32_t memory = parts.Word(), busAddress = parts.Word(), bytes = parts.Word();
     const std::string file(parts.RestAsText());
-    if (parts.Short()) {
-        throw Refusal{ErrorCode::Nonsense, "the message is too short"};
-    }
+    CheckLength(parts);
     if (memory < kFirstGuest || memory >= kMemories) {
         throw Refusal{ErrorCode::BadArgument, fmt::format("memory {}: {} to {} was expected",
                                                           memory, kFirstGuest, kMemories - 1)};
@@ -495,6 +494,7 @@ void Server::Video(Parts& parts) {
     signal.portWidth = parts.Word();
     signal.lineReferenceHigh = parts.Word() != 0;
     signal.fieldReferenceHigh = parts.Word() != 0;
+    CheckLength(parts);
     if (signal.fieldsPerSecond < 1 || signal.fieldsPerSecond > kMostFieldRate ||
         signal.linesPerField < 1 || signal.linesPerField > kMostFieldLines ||
         (signal.portWidth != 8 && signal.portWidth != 16)) {

@@ -164,6 +164,9 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
     }
     ChipBus bus;
     if (config_.program.IsThere()) {
+        if (config_.dmaThread) {
+            throw std::invalid_argument("a board in another program has no DMA thread here");
+        }
         auto board = std::make_unique<RemoteBoard>(BoardConfig(config_), config_.program);
         const auto noDma = config_.registry.find("Direct3DHAL.NoDMA");
         if (!board->DoesDma() && (noDma == config_.registry.end() || noDma->second != "1")) {

@@ -1,6 +1,7 @@
 // The client against programs that are no good, and against the example.
 #include "chip/registers.h"
 #include "remote/client.h"
+#include "tests/remote/session.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -112,6 +113,65 @@ TEST(Client, MeetsAProgramThatReadsNothing) {
     Client client({.program = AfterHello("sleep 1000"), .timeout = milliseconds(50)});
     const std::vector<uint32_t> words(1u << 20);
     EXPECT_EQ(ErrorOf([&] { client.Words(words); }).why, Why::Late);
+}
+
+// A program that sends what a board once sent, with some of it wrong, to whatever is asked.
+TEST(Client, SurvivesHundredsOfBoardsGoneWrong) {
+    board::Config config;
+    config.frameBufferBytes = 64 * 1024;
+    config.localBufferBytes = 0;
+    std::vector<uint8_t> back(4096);
+    const auto use = [&](Client& client) {
+        client.Make(config, WaitAtInterrupts | TellMoved);
+        client.Guest(2, 0x40000000, 4096);
+        client.Store(2, 0, std::vector<uint8_t>(64));
+        client.Write(reg::DMAAddress, 0x40000000);
+        client.Write(reg::DMACount, 8);
+        client.Read(reg::IntFlags);
+        client.Fetch(kFrameBuffer, 0, back);
+        client.WaitIdle(10);
+        client.GetStatus();
+        client.State("register.Int");
+    };
+    Sent sent;
+    sent.Hello().Make(WaitAtInterrupts | TellMoved);
+    sent.Words(Kind::Guest, {2, 0x40000000, 4096});
+    constexpr auto kWrite = static_cast<Kind>(static_cast<uint32_t>(Kind::Write) | kAndSync);
+    sent.Words(kWrite, {reg::DMAAddress, 0x40000000}).Words(kWrite, {reg::DMACount, 8});
+    sent.Words(static_cast<Kind>(static_cast<uint32_t>(Kind::Read) | kAndSync), {reg::IntFlags});
+    sent.Words(Kind::Fetch, {0, 0, 4096}).Words(Kind::Drain, {10}).Add(Kind::Status);
+    Payload begin;
+    sent.Add(Kind::State, begin.Text("register.Int"));
+    const int in = FileOf(sent.Bytes()), out = FileOf({});
+    ASSERT_EQ(Serve(in, out), "");
+    std::vector<uint8_t> whole(static_cast<size_t>(lseek(out, 0, SEEK_END)));
+    ASSERT_EQ(pread(out, whole.data(), whole.size(), 0), static_cast<ssize_t>(whole.size()));
+
+    std::mt19937 random(5);
+    size_t wrong = 0;
+    constexpr int kBoards = 300;
+    for (int i = 0; i < kBoards; ++i) {
+        std::vector<uint8_t> bytes = whole;
+        for (uint32_t change = i == 0 ? 3 : 0; change < 3; ++change) {
+            // Mostly not in the middle of the pixels.
+            const size_t at = random() % 4 == 0 ? random() % bytes.size() : random() % 300;
+            bytes[at] = static_cast<uint8_t>(random() % 2 == 0 ? random() : 0xC0 + random() % 4);
+        }
+        const int file = FileOf(bytes);
+        const std::string path =
+            "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(file);
+        try {
+            Client client({.program = "cat " + path, .timeout = milliseconds(5000)});
+            use(client);
+        } catch (const Error&) {
+            EXPECT_NE(i, 0) << "nothing was wrong with the first";
+            ++wrong;
+        }
+        close(file);
+    }
+    EXPECT_GT(wrong, kBoards / 3u);
+    close(in);
+    close(out);
 }
 
 TEST(Client, RunsTheExample) {

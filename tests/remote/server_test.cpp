@@ -206,13 +206,7 @@ TEST(Server, RefusesWhatItCannotDo) {
     for (const std::string& error : got.Errors()) {
         codes += error[0];
     }
-    EXPECT_EQ(codes, "75"
-                     "441"
-                     "441"
-                     "44"
-                     "84"
-                     "54"
-                     "37");
+    EXPECT_EQ(codes, "7544144144841437");
     EXPECT_EQ(got.messages.back().kind, AnswerTo(Kind::Sync)) << "it goes on";
     // Each tells which message it is about.
     EXPECT_EQ(got.Of(Kind::Error).at(0).at(1), 1u);

@@ -15,9 +15,9 @@ namespace korv {
 namespace {
 
 constexpr const char* kFooter =
-    R"(It reads requests from standard input and answers on standard output until it is told to end or
-the input ends; docs/board-protocol.md tells the protocol, docs/board.md the board. The exit code is 2 when the
-input is no such protocol.
+    R"(It reads requests from standard input and answers on standard output, until it is told to end
+or the input ends; docs/board-protocol.md tells the protocol, docs/board.md the board. The exit
+code is 2 if the input is no such protocol.
 
 Examples:
   korv replay scenes/triangles-tx.json --board-exec 'korv board'
