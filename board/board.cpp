@@ -70,6 +70,15 @@ void Board::SetProbe(PixelProbe* probe) {
     parts_->ChooseWay();
 }
 
+void Board::SetBreak(Break what) {
+    constexpr uint32_t kWrongLines = 512;
+    parts_->broken = what;
+    parts_->commands.SetBreak(what);
+    if (what == Break::BeamLines) {
+        parts_->beam.linesTotal = kWrongLines;
+    }
+}
+
 void Board::SetVideoSource(VideoSource* source) {
     const Parts::Acting acting(*parts_);
     parts_->source.Follow(source);

@@ -1,6 +1,7 @@
 #pragma once
 // The graphics board: register aperture, FIFOs, DMA engine, pixel pipeline, memories, beam and
 // interrupt line behind one object. It knows the hardware's formats and nothing of the driver.
+#include "board/breaks.h"
 #include "board/config.h"
 #include "board/faults.h"
 
@@ -61,6 +62,9 @@ class Board {
     // the same with one, pixel by pixel. The probe must outlive its use, and not touch the board.
     // Not on a board with threads.
     void SetProbe(PixelProbe* probe);
+    // Makes the board wrong in one way (breaks.h), before anything has been done to it. Not on a
+    // board with threads.
+    void SetBreak(Break what);
     // Plugs a source into the video port, which the Permedia family has; null unplugs it. The
     // source must outlive its use.
     virtual void SetVideoSource(VideoSource* source);

@@ -1,5 +1,6 @@
 #include "board/commands.h"
 
+#include "board/broken.h"
 #include "board/pixel/texture_download.h"
 
 #include <algorithm>
@@ -25,7 +26,9 @@ void CommandUnit::Execute(RegisterWrite write) {
         Render();
         break;
     case tag::ContinueNewDom:
-        rasteriser_.NewDominant(registers_);
+        if (break_ != Break::ContinueDominant) {
+            rasteriser_.NewDominant(registers_);
+        }
         interpolants_.NewDominant(registers_);
         DrawRows(write.data);
         break;
@@ -63,6 +66,9 @@ void CommandUnit::Execute(RegisterWrite write) {
         break;
     case tag::TexelLUTTransfer:
         TransferLookupTable(chip_, registers_, memories_, host_, tables_.large, faults_);
+        if (registers_.Get(field::TexelLUTTransfer_Load) != 0) {
+            BreakTable(break_, tables_.large);
+        }
         break;
     case tag::ResetPickResult:
         pick_.Reset();
@@ -82,13 +88,14 @@ void CommandUnit::Execute(RegisterWrite write) {
 
 void CommandUnit::Answer(uint32_t tagNumber, uint32_t data, const Field& tagField,
                          const Field& dataField) {
-    if (registers_.Get(tagField) != 0) {
+    const bool exchanged = break_ == Break::SyncTag;
+    if (registers_.Get(exchanged ? dataField : tagField) != 0) {
         for (uint32_t i = 0; i < strayWords_; ++i) {
             output_.Push(tagNumber == tag::Sync ? tag::PickResult : tag::Sync);
         }
         output_.Push(tagNumber);
     }
-    if (registers_.Get(dataField) != 0) {
+    if (registers_.Get(exchanged ? tagField : dataField) != 0) {
         output_.Push(data);
     }
 }
@@ -150,6 +157,10 @@ void CommandUnit::Render() {
         DrawRows(registers_[tag::Count]);
     } else {
         line_.Begin(registers_);
+        if (break_ == Break::LineBias) {
+            line_.Begin(EdgeOfWords(registers_[tag::StartXDom], registers_[tag::dXDom]),
+                        EdgeOfWords(registers_[tag::StartY], registers_[tag::dY]));
+        }
         walk_ = Walk::Steps;
         DrawSteps(registers_[tag::Count]);
     }
@@ -168,11 +179,15 @@ void CommandUnit::DrawStoredTriangle(uint32_t renderWord) {
         return;
     }
     TellPrimitive(PrimitiveKind::Triangle);
+    TakeSetup();
     rasteriser_.Begin(triangle->firstRow, triangle->dominant, triangle->upper);
     walk_ = Walk::Rows;
     DrawRows(triangle->upperRows);
     rasteriser_.NewSubordinate(triangle->lower);
     DrawRows(triangle->lowerRows);
+    if (break_ == Break::VertexLost) {
+        setup_.emplace();
+    }
 }
 
 void CommandUnit::DrawStoredLine(uint32_t from, uint32_t to, uint32_t renderWord) {
@@ -188,9 +203,23 @@ void CommandUnit::DrawStoredLine(uint32_t from, uint32_t to, uint32_t renderWord
         return;
     }
     TellPrimitive(PrimitiveKind::SetupLine);
+    TakeSetup();
     line_.Begin(line->x, line->y);
     walk_ = Walk::Steps;
-    DrawSteps(line->pixels);
+    DrawSteps(line->pixels + (break_ == Break::LineEnd ? 1 : 0));
+}
+
+void CommandUnit::SetBreak(Break what) {
+    constexpr int64_t kLeastStep = 0x10000; // of edges in registers, 16.16
+    break_ = what;
+    rasteriser_.SetShift(what == Break::EdgeRule ? kLeastStep : 0);
+    decoded_.reset();
+}
+
+void CommandUnit::TakeSetup() {
+    if (break_ == Break::SetupOrder) {
+        BreakInterpolants(break_, interpolants_);
+    }
 }
 
 bool CommandUnit::HasSetupUnit() {
@@ -211,13 +240,22 @@ bool CommandUnit::BeginPrimitive() {
     interpolants_.Load(registers_);
     DecodeModes();
     pick_.Configure(registers_);
+    if (break_ != Break::None) {
+        // The setup unit's own values come later.
+        if (break_ != Break::SetupOrder) {
+            BreakInterpolants(break_, interpolants_);
+        }
+        if (break_ == Break::PickInclusive) {
+            pick_.Extend();
+        }
+    }
     return true;
 }
 
 void CommandUnit::Visit(StateVisitor& visit) {
-    auto& [chip, registers, memories, host, output, faults, probe, strayWords, setup, rasteriser,
-           line, interpolants, pipeline, rows, decoded, decodeFaults, pick, tables, download,
-           fromHost, walk, pixelsDrawn] = *this;
+    auto& [chip, registers, memories, host, output, faults, probe, broken, strayWords, setup,
+           rasteriser, line, interpolants, pipeline, rows, decoded, decodeFaults, pick, tables,
+           download, fromHost, walk, pixelsDrawn] = *this;
     visit.Value("strayWords", strayWords);
     if (setup) {
         visit.Within("setup", *setup);
@@ -255,6 +293,7 @@ void CommandUnit::DecodeModes() {
     if (decoded_ != key) {
         decodeFaults_ = {};
         pipeline_ = DecodePipeline(chip_, registers_, memories_, host_, tables_, decodeFaults_);
+        BreakState(break_, registers_, pipeline_);
         rows_ = PlanRows(pipeline_);
         decoded_ = key;
     }
@@ -280,7 +319,11 @@ void CommandUnit::DrawRows(uint32_t rows) {
         download_.AddRows(rows & kRowCountMask, DownloadTarget());
         return;
     }
-    if (probe_ != nullptr) {
+    if (break_ != Break::None) {
+        WalkRows(rows, [this](const Span& span, const Interpolants& row) {
+            DrawWrongSpan(pipeline_, BrokenSpan(break_, pipeline_, span), row, pick_, faults_);
+        });
+    } else if (probe_ != nullptr) {
         WalkRows(rows, [this](const Span& span, const Interpolants& row) {
             WatchSpan(pipeline_, &rows_, span, row, pick_, faults_, *probe_);
         });
@@ -296,7 +339,11 @@ void CommandUnit::DrawSteps(uint32_t steps) {
         return;
     }
     pixelsDrawn_ += steps & kRowCountMask;
-    if (probe_ != nullptr) {
+    if (break_ != Break::None) {
+        WalkSteps(steps, [this](const Span& span, const Interpolants& row) {
+            DrawWrongSpan(pipeline_, span, row, pick_, faults_);
+        });
+    } else if (probe_ != nullptr) {
         WalkSteps(steps, [this](const Span& span, const Interpolants& row) {
             WatchSpan(pipeline_, nullptr, span, row, pick_, faults_, *probe_);
         });

@@ -1,5 +1,6 @@
 #pragma once
 // The end of the input FIFO: stores register writes and carries out those that are commands.
+#include "board/breaks.h"
 #include "board/bus/output_fifo.h"
 #include "board/pixel/fragment_rows.h"
 #include "board/pixel/host_download.h"
@@ -35,6 +36,8 @@ class CommandUnit {
 
     // Who is told of every pixel from the next primitive or word on; null: nobody.
     void SetProbe(PixelProbe* probe) { probe_ = probe; }
+    // Makes it wrong in one way, from the next primitive or command on.
+    void SetBreak(Break what);
     // Words of other tags before each answer.
     void SetStrayWords(uint32_t words) { strayWords_ = words; }
 
@@ -67,6 +70,8 @@ class CommandUnit {
     void DecodeModes();
     bool GoesOn(Walk walk);
     void DrawRows(uint32_t rows);
+    // What the setup unit has worked out, before it is drawn by.
+    void TakeSetup();
     // Draws with draw(span, interpolants).
     template <typename Draw>
     void WalkRows(uint32_t rows, Draw&& draw);
@@ -95,6 +100,7 @@ class CommandUnit {
     OutputFifo& output_;
     FaultCounts& faults_;
     PixelProbe* probe_ = nullptr;
+    Break break_ = Break::None;
     uint32_t strayWords_ = 0;
 
     std::optional<SetupUnit> setup_;

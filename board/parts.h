@@ -230,7 +230,10 @@ struct Board::Parts {
     void MoveWords(uint32_t words); // under way
     void TakeDmaWord(uint32_t word);
     void EndDmaEarly();
-    void EndDma() { interrupts.Raise(field::IntFlags_DMA); }
+    void EndDma() {
+        interrupts.Raise(broken == Break::InterruptFlag ? field::IntFlags_Error
+                                                        : field::IntFlags_DMA);
+    }
 
     // --- register aperture (aperture.cpp) ---
 
@@ -248,6 +251,7 @@ struct Board::Parts {
 
     Board& owner;
     const Pace pace;
+    Break broken = Break::None;
     BusRecorder* recorder = nullptr;
     BusMonitor* monitor = nullptr;
     PixelProbe* probe = nullptr;

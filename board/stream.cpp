@@ -57,7 +57,8 @@ void Board::Parts::StartDma(uint32_t words) {
     if (dma.Busy()) {
         ++faults.dmaRestarts;
     }
-    dma.Start(registers.Aperture(reg::DMAAddress), words);
+    dma.Start(registers.Aperture(reg::DMAAddress),
+              broken == Break::DmaShort && words != 0 ? words - 1 : words);
     if (pace == Pace::Ticks && config.timing.dmaWordsPerTick == 0) {
         MoveDmaWords(kUnlimited);
     }

@@ -39,6 +39,7 @@ void FillSpan(const PipelineState& state, const Span& span, Watch& watch) {
 }
 
 template void FillSpan(const PipelineState&, const Span&, Unwatched&);
+template void FillSpan(const PipelineState&, const Span&, Wrong&);
 template void FillSpan(const PipelineState&, const Span&, Watched&);
 
 } // namespace board

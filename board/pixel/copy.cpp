@@ -88,6 +88,8 @@ void CopySpan(const PipelineState& state, const Span& span, const Interpolants& 
 template void CopySpan(const PipelineState&, const Span&, const Interpolants&, FaultCounts&,
                        Unwatched&);
 template void CopySpan(const PipelineState&, const Span&, const Interpolants&, FaultCounts&,
+                       Wrong&);
+template void CopySpan(const PipelineState&, const Span&, const Interpolants&, FaultCounts&,
                        Watched&);
 
 } // namespace board

@@ -63,6 +63,7 @@ void UpdateLocalSpan(const LocalUpdate& update, const Span& whole, FaultCounts& 
 }
 
 template void UpdateLocalSpan(const LocalUpdate&, const Span&, FaultCounts&, Unwatched&);
+template void UpdateLocalSpan(const LocalUpdate&, const Span&, FaultCounts&, Wrong&);
 template void UpdateLocalSpan(const LocalUpdate&, const Span&, FaultCounts&, Watched&);
 
 } // namespace board

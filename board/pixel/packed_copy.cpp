@@ -146,6 +146,7 @@ void CopyPackedSpan(const PipelineState& state, const Span& span, FaultCounts& f
 }
 
 template void CopyPackedSpan(const PipelineState&, const Span&, FaultCounts&, Unwatched&);
+template void CopyPackedSpan(const PipelineState&, const Span&, FaultCounts&, Wrong&);
 template void CopyPackedSpan(const PipelineState&, const Span&, FaultCounts&, Watched&);
 
 } // namespace board

@@ -13,6 +13,11 @@ class PickUnit {
   public:
     // Takes the region from MinRegion (inclusive) and MaxRegion (exclusive).
     void Configure(const RegisterFile& registers);
+    // Takes the lower right corner in: of a board that is wrong on purpose.
+    void Extend() {
+        ++region_.right;
+        ++region_.bottom;
+    }
     bool Enabled() const { return enabled_; }
     // A pixel has passed every test. True: it lies inside the region.
     bool Note(int64_t x, int64_t y) {

@@ -64,7 +64,7 @@ bool ShadeFragment(const PipelineState& state, const FragmentWalk& walk,
             colour = AddHighlight(colour, walk.value[Interpolants::Ks]);
         }
     }
-    if (state.fogged) {
+    if (state.fogged && !watch.Is(WrongPixels::FogAfterBlend)) {
         colour = ApplyFog(colour, state.fogColour, walk.value[Interpolants::Fog]);
     }
     watch.TakeColour(colour);
@@ -72,20 +72,25 @@ bool ShadeFragment(const PipelineState& state, const FragmentWalk& walk,
 }
 
 // Writes a fragment that has passed all tests to the pixel at `place`.
-template <int Bytes>
-void WritePixel(const PipelineState& state, Colour colour, int64_t x, int64_t y, uint8_t* place) {
+template <int Bytes, class Watch>
+void WritePixel(const PipelineState& state, const FragmentWalk& walk, Colour colour, int64_t x,
+                int64_t y, uint8_t* place, const Watch& watch) {
     const uint32_t under = LoadElement<Bytes>(place);
     if (state.blended) {
         const Colour dest =
             state.readsPixels ? ExpandPixel(state.blendFormat, under) : kUnreadPixel;
         colour = Blend(colour, dest, state.sourceFactor, state.destFactor);
     }
+    if (watch.Is(WrongPixels::FogAfterBlend) && state.fogged) {
+        colour = ApplyFog(colour, state.fogColour, walk.value[Interpolants::Fog]);
+    }
     uint32_t pixel = WordOfColour(colour);
     if (state.constantWrite) {
         pixel = state.writeData;
     } else if (state.dithered) {
-        pixel = EncodeDithered(state.writeFormat, colour, static_cast<uint32_t>(x),
-                               static_cast<uint32_t>(y));
+        const bool turned = watch.Is(WrongPixels::DitherTurned);
+        pixel = EncodeDithered(state.writeFormat, colour, static_cast<uint32_t>(turned ? y : x),
+                               static_cast<uint32_t>(turned ? x : y));
     } else if (state.formatted) {
         pixel = EncodePixel(state.writeFormat, colour);
     }
@@ -133,7 +138,7 @@ void DrawPixels(const PipelineState& state, const Span& span, const Interpolants
             watch.Test(PixelTest::Pick, pick.Note(x, span.y));
         }
         if (state.drawsPixels) {
-            WritePixel<Bytes>(state, colour, x, span.y, state.pixels.memory + place);
+            WritePixel<Bytes>(state, walk, colour, x, span.y, state.pixels.memory + place, watch);
             watch.WriteColour();
         }
     };
@@ -292,6 +297,11 @@ void WatchSpan(const PipelineState& state, const RowPlan* plan, const Span& span
     } else {
         Draw(state, plan, span, row, pick, faults, Unwatched());
     }
+}
+
+void DrawWrongSpan(const PipelineState& state, const Span& span, const Interpolants& row,
+                   PickUnit& pick, FaultCounts& faults) {
+    Draw(state, nullptr, span, row, pick, faults, Wrong(state.wrong));
 }
 
 } // namespace board

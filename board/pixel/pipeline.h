@@ -20,6 +20,9 @@
 
 namespace board {
 
+// What DrawWrongSpan does otherwise than it should: of a board that is wrong on purpose.
+enum class WrongPixels : uint8_t { None, DitherTurned, FogAfterBlend };
+
 // The state of one primitive.
 struct PipelineState {
     ClipRectangle clip;
@@ -58,6 +61,8 @@ struct PipelineState {
     uint32_t hardwareMask; // memory words: set bits are written
     uint32_t writeMask;    // hardware and software mask together
     uint32_t blockColour;  // memory word
+
+    WrongPixels wrong;
 };
 
 // FBReadPixel: pixels of 4 bits, which only downloads write.
@@ -86,5 +91,9 @@ void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& span,
 // The same, told to a probe; by the plan where it wants nothing of the span.
 void WatchSpan(const PipelineState& state, const RowPlan* plan, const Span& span,
                const Interpolants& row, PickUnit& pick, FaultCounts& faults, PixelProbe& probe);
+
+// Draws one by one, and wrong as the state says.
+void DrawWrongSpan(const PipelineState& state, const Span& span, const Interpolants& row,
+                   PickUnit& pick, FaultCounts& faults);
 
 } // namespace board

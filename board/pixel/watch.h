@@ -1,6 +1,6 @@
 #pragma once
-// How the plain forms tell a probe of a pixel. They are compiled twice: of `Unwatched` nothing is
-// left.
+// How the plain forms tell a probe of a pixel. They are compiled for each way of watching: of
+// `Unwatched` nothing is left.
 #include "board/pixel/pipeline.h"
 #include "board/values/probe.h"
 
@@ -12,6 +12,7 @@ namespace board {
 
 struct Unwatched {
     static void Reach(const Plane&, int64_t&, int64_t&) {}
+    static constexpr bool Is(WrongPixels) { return false; }
     static void Cut(PixelWay, PixelTest, const Span&, const Span&) {}
     static void Begin(PixelWay, int64_t, int64_t) {}
     static void BeginLocal(PixelWay, int64_t, int64_t) {}
@@ -25,6 +26,14 @@ struct Unwatched {
     static void End() {}
 };
 
+// Nobody watches either, but what is drawn is wrong on purpose.
+struct Wrong : Unwatched {
+    WrongPixels what;
+
+    explicit Wrong(WrongPixels how) : what(how) {}
+    bool Is(WrongPixels how) const { return what == how; }
+};
+
 class Watched {
   public:
     Watched(PixelProbe& probe, const PipelineState& state) : probe_(probe), state_(state) {}
@@ -35,6 +44,8 @@ class Watched {
         low = std::min<int64_t>(low, 0);
         high = std::max(high, pixels.pitch);
     }
+    static constexpr bool Is(WrongPixels) { return false; }
+
     // What of `before` is not in `after` goes no further.
     void Cut(PixelWay way, PixelTest test, const Span& before, const Span& after) {
         if (after.Empty()) {

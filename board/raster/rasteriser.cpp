@@ -29,18 +29,18 @@ void Rasteriser::Begin(const RegisterFile& registers) {
 }
 
 void Rasteriser::Begin(int64_t firstRow, Edge dominant, Edge subordinate) {
-    dominant_ = dominant;
-    subordinate_ = subordinate;
+    dominant_ = Shifted(dominant);
+    subordinate_ = Shifted(subordinate);
     constexpr int64_t kOneRow = int64_t{1} << 32;
     y_ = {firstRow * kOneRow, kOneRow};
 }
 
 void Rasteriser::NewSubordinate(const RegisterFile& registers) {
-    subordinate_ = EdgeOfWords(registers[tag::StartXSub], registers[tag::dXSub]);
+    subordinate_ = Shifted(EdgeOfWords(registers[tag::StartXSub], registers[tag::dXSub]));
 }
 
 void Rasteriser::NewDominant(const RegisterFile& registers) {
-    dominant_ = EdgeOfWords(registers[tag::StartXDom], registers[tag::dXDom]);
+    dominant_ = Shifted(EdgeOfWords(registers[tag::StartXDom], registers[tag::dXDom]));
 }
 
 } // namespace board

@@ -21,8 +21,11 @@ class Rasteriser {
     void Begin(int64_t firstRow, Edge dominant, Edge subordinate);
     // Takes a new edge and keeps the other one.
     void NewSubordinate(const RegisterFile& registers);
-    void NewSubordinate(Edge edge) { subordinate_ = edge; }
+    void NewSubordinate(Edge edge) { subordinate_ = Shifted(edge); }
     void NewDominant(const RegisterFile& registers);
+    // Edges lie so much further right than they are set (32.32): of a board that is wrong on
+    // purpose.
+    void SetShift(int64_t shift) { shift_ = shift; }
 
     // Calls row(span) for each of `rows` rows, empty ones too, and steps down the edges.
     template <typename Row>
@@ -35,15 +38,18 @@ class Rasteriser {
         }
     }
     void Visit(StateVisitor& visit) {
-        auto& [dominant, subordinate, y] = *this;
+        auto& [dominant, subordinate, y, shift] = *this;
         visit.Within("dominant", dominant);
         visit.Within("subordinate", subordinate);
         visit.Within("y", y);
     }
 
   private:
+    Edge Shifted(Edge edge) const { return {WrapAdd(edge.position, shift_), edge.step}; }
+
     Edge dominant_{}, subordinate_{}; // X
     Edge y_{};
+    int64_t shift_ = 0;
 };
 
 // Row counts are 16 bits wide.

@@ -111,8 +111,7 @@ bool DirectDraw::EnableAgp(uint32_t bytes) {
         memory = watchedAgp_->ProcessorView();
         boardView = watchedAgp_->BoardView().data();
     } else {
-        agpMemory_.assign(bytes, 0);
-        boardView = memory = agpMemory_.data();
+        boardView = memory = display_.NewBusMemory(bytes);
     }
     agp_.Reset(AddressOf(memory), bytes);
     display_.Board().MapMemory(kAgpBusAddress, boardView, bytes);

@@ -152,7 +152,6 @@ class DirectDraw {
     RectangleMemory frameBuffer_;
     LinearMemory localBuffer_;
     LinearMemory agp_;
-    std::vector<uint8_t> agpMemory_;
     std::unique_ptr<WatchedMemory> watchedAgp_; // instead, for those who observe
     std::vector<std::unique_ptr<Surface>> surfaces_;
     std::vector<std::unique_ptr<PaletteObject>> palettes_;

@@ -9,6 +9,7 @@
 #include "host/observe/observer.h"
 #include "host/observe/watched_memory.h"
 #include "host/patience.h"
+#include "host/remote/remote_board.h"
 #include "host/vdd/minivdd.h"
 #include "host/win32/clock.h"
 #include "host/win32/registry.h"
@@ -162,7 +163,20 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
         lent = WatchMemories();
     }
     ChipBus bus;
-    if (config_.dmaThread) {
+    if (config_.program.IsThere()) {
+        if (config_.dmaThread) {
+            throw std::invalid_argument("a board in another program has no DMA thread here");
+        }
+        auto board = std::make_unique<RemoteBoard>(BoardConfig(config_), config_.program);
+        const auto noDma = config_.registry.find("Direct3DHAL.NoDMA");
+        if (!board->DoesDma() && (noDma == config_.registry.end() || noDma->second != "1")) {
+            throw std::invalid_argument("the board of '" + config_.program.command +
+                                        "' does no DMA: a driver that feeds the FIFO was expected");
+        }
+        remote_ = board.get();
+        board_ = std::move(board);
+        bus = BusOf<RemoteBoard>(*board_, &driver_->chip, bus_);
+    } else if (config_.dmaThread) {
         board_ = std::make_unique<board::ThreadedBoard>(BoardConfig(config_));
         bus = BusOf<board::ThreadedBoard>(*board_, &driver_->chip, bus_);
     } else {
@@ -187,8 +201,8 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
     data.BoardFlags = config_.agp ? uint32_t{BoardOnAGP} : 0;
 
     for (uint32_t i = 0; i < config_.dmaBufferCount; ++i) {
-        dmaBuffers_.push_back(std::make_unique<uint8_t[]>(config_.dmaBufferBytes));
-        board_->MapMemory(DmaBusAddress(i), dmaBuffers_.back().get(), config_.dmaBufferBytes);
+        dmaBuffers_.push_back(NewBusMemory(config_.dmaBufferBytes));
+        board_->MapMemory(DmaBusAddress(i), dmaBuffers_.back(), config_.dmaBufferBytes);
     }
     TheRegistry().CreateKey(KeyPath(config_));
     TheRegistry().SetText(KeyPath(config_), config_.registry);
@@ -227,9 +241,18 @@ Display::~Display() {
     TheMiniVdd().Detach(&driver_->data);
 }
 
+uint8_t* Display::NewBusMemory(size_t bytes) {
+    if (remote_ != nullptr) {
+        return remote_->NewGuestMemory(bytes).data();
+    }
+    return busMemory_.emplace_back(std::make_unique<uint8_t[]>(bytes)).get();
+}
+
 board::LentMemories Display::WatchMemories() {
-    if (config_.dmaThread) {
-        throw std::invalid_argument("a board with a DMA thread cannot be captured");
+    if (config_.dmaThread || config_.program.IsThere()) {
+        throw std::invalid_argument(config_.dmaThread
+                                        ? "a board with a DMA thread cannot be captured"
+                                        : "a board in another program cannot be captured");
     }
     const board::Config config = BoardConfig(config_);
     watchedFrame_ = std::make_unique<WatchedMemory>(config.frameBufferBytes);
@@ -287,7 +310,7 @@ void Display::FillChipInfo() {
     chip.DMABufferCount = static_cast<uint16_t>(config_.dmaBufferCount);
     for (uint32_t i = 0; i < config_.dmaBufferCount; ++i) {
         chip.DMABufferPhysical[i] = DmaBusAddress(i);
-        chip.DMABufferLinear[i] = reinterpret_cast<uintptr_t>(dmaBuffers_[i].get());
+        chip.DMABufferLinear[i] = reinterpret_cast<uintptr_t>(dmaBuffers_[i]);
     }
     chip.CurrentContext = kNoContext;
     chip.NoDCI = config_.noDCI ? 1 : 0;

@@ -4,6 +4,7 @@
 #include "board/board.h"
 #include "driver/core/chipbus.h"
 #include "driver/core/driverdata.h"
+#include "host/remote/board_program.h"
 
 #include <cstdint>
 #include <map>
@@ -14,6 +15,7 @@
 namespace host {
 
 class ApertureWatch;
+class RemoteBoard;
 class WatchedMemory;
 
 struct DisplayConfig {
@@ -36,13 +38,14 @@ struct DisplayConfig {
     bool dmaThread = false; // DMA engine and interrupt handler on a thread of their own
     uint32_t frameBufferBytes = 8u << 20;
     uint32_t localBufferBytes = 8u << 20; // of the Glint family; the others have none
+    BoardProgram program;                 // the board is another program's
 };
 
 class Display {
   public:
     // Powers the board on and fills all shared records. Throws std::invalid_argument for
     // what no machine has (CheckConfig), and for a timing under which a driver DLL would wait for
-    // ever.
+    // ever; remote::Error for a board program that cannot be this board.
     explicit Display(DisplayConfig config);
     ~Display();
     Display(const Display&) = delete;
@@ -80,7 +83,10 @@ class Display {
 
     // DMA buffer `index`: where it lies on the bus and in memory.
     static uint32_t DmaBusAddress(uint32_t index);
-    uint8_t* DmaBuffer(uint32_t index) { return dmaBuffers_[index].get(); }
+    uint8_t* DmaBuffer(uint32_t index) { return dmaBuffers_[index]; }
+    // `bytes` of zeroes that the board can read once they are mapped. They live as long as the
+    // display.
+    uint8_t* NewBusMemory(size_t bytes);
 
   private:
     // What the driver sees, in one block with fixed addresses.
@@ -101,11 +107,13 @@ class Display {
     std::unique_ptr<Shared> driver_;
     std::unique_ptr<WatchedMemory> watchedFrame_, watchedLocal_; // for those who observe
     std::unique_ptr<board::Board> board_;
-    std::shared_ptr<void> bus_; // between the aperture and the board
+    RemoteBoard* remote_ = nullptr; // the same one, if it is another program's
+    std::shared_ptr<void> bus_;     // between the aperture and the board
     std::unique_ptr<AlignedAperture> aperture_;
     std::unique_ptr<ApertureWatch> watch_; // the driver module's
     uint32_t pitch_ = 0;
-    std::vector<std::unique_ptr<uint8_t[]>> dmaBuffers_;
+    std::vector<std::unique_ptr<uint8_t[]>> busMemory_;
+    std::vector<uint8_t*> dmaBuffers_;
 };
 
 // Pitch in pixels that partial products can give for a screen `width` pixels wide on this chip; 0

@@ -36,7 +36,7 @@ TEST(Commands, AreTheFilesOfTheFolder) {
 TEST(Commands, HelpListsThemGroupByGroup) {
     std::vector<std::string> listed;
     const std::string help = RunTool({"--help"}).out;
-    for (const char* group : {"Draw", "Look", "Check"}) {
+    for (const char* group : {"Draw", "Look", "Check", "Serve"}) {
         size_t at = help.find(std::string("\n") + group + ":\n");
         ASSERT_NE(at, help.npos) << help;
         listed.emplace_back(group);
@@ -49,7 +49,7 @@ TEST(Commands, HelpListsThemGroupByGroup) {
     }
     EXPECT_THAT(listed, ElementsAre("Draw", "demo", "model", "render", "replay", "texture", "Look",
                                     "assemble", "dump", "info", "play", "state", "stats", "trace",
-                                    "trim", "Check", "diff", "lint"));
+                                    "trim", "Check", "conform", "diff", "lint", "Serve", "board"));
 }
 
 TEST(Commands, EachHasHelpThatBeginsWithItsSynopsis) {

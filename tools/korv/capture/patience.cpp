@@ -1,6 +1,7 @@
 #include "tools/korv/capture/patience.h"
 
 #include "host/patience.h"
+#include "host/remote/board_program.h"
 #include "tools/korv/base/crash_note.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/capture/recording.h"
@@ -36,6 +37,7 @@ double seconds = 10; // of the board's clock; 0: for ever
 
 void Arm() {
     host::SetPatience(static_cast<uint64_t>(seconds * 1e6), GiveUp);
+    host::SetLostBoardHook(GiveUp);
 }
 
 } // namespace
@@ -47,6 +49,7 @@ PatienceScope::PatienceScope() : before_(seconds) {
 PatienceScope::~PatienceScope() {
     seconds = before_;
     host::SetPatience(0, nullptr);
+    host::SetLostBoardHook(nullptr);
 }
 
 void AddPatienceOption(CLI::App& command) {

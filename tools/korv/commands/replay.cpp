@@ -26,6 +26,7 @@ struct ReplayArguments {
     std::string script, dll, pictures;
     bool fifo = false;
     int subBuffers = 0;
+    BoardArguments board;
     RecordPaths record;
 };
 
@@ -77,6 +78,7 @@ void Replay(const ReplayArguments& arguments, Console& console) {
     options.displays = script.Displays();
     options.fifo = arguments.fifo;
     options.subBuffers = arguments.subBuffers;
+    options.program = arguments.board.Program();
     // Around the player, as the trap of an aperture relies on the handlers that it found.
     const CrashNote crashes;
     if (!arguments.dll.empty()) {
@@ -120,6 +122,7 @@ void SetUpReplay(CLI::App& command, Console& console) {
     command
         .add_option("--dll", arguments->dll, "Play it with this KORV32.dll instead of the library")
         ->type_name("PATH");
+    AddBoardOptions(command, arguments->board);
     command
         .add_option("--words", arguments->record.words,
                     "Write the words of the command stream, 32-bit little-endian")

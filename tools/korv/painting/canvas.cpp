@@ -116,6 +116,7 @@ host::DisplayConfig DisplayFor(const ChipChoice& chip, const Settings& settings)
     if (settings.subBuffers != 0) {
         config.registry.emplace("Direct3DHAL.SubBuffers", fmt::to_string(settings.subBuffers));
     }
+    config.program = settings.program;
     return config;
 }
 

@@ -20,6 +20,7 @@ struct Settings {
     bool flips = false; // draw on the back buffer of a screen of this size
     // Or draw on the visible screen itself, and keep what is to be seen at each flip.
     bool onScreen = false;
+    host::BoardProgram program; // whose board it is
 };
 
 class Canvas : public Painter {

@@ -116,6 +116,7 @@ void Player::AddDisplay(const std::string& name, host::DisplayConfig config) {
     if (options_.subBuffers != 0) {
         config.registry["Direct3DHAL.SubBuffers"] = fmt::to_string(options_.subBuffers);
     }
+    config.program = options_.program;
     PlayedDisplay one;
     one.name = name;
     one.tap = std::make_unique<StepTap>(options_.displays > 1 ? options_.record.With(name)

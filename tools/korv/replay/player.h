@@ -24,10 +24,11 @@ inline uint32_t AddressOf(const void* object) {
 struct PlayOptions {
     std::filesystem::path pictures; // folder for its pictures; empty: none are written
     RecordPaths record;
-    size_t displays = 1; // that the script has; more than one put their names into the
-                         // names of recordings
-    bool fifo = false;   // no DMA, whatever the script says
-    int subBuffers = 0;  // of every DMA ring; 0 leaves it to the script
+    size_t displays = 1;        // that the script has; more than one put their names into the
+                                // names of recordings
+    bool fifo = false;          // no DMA, whatever the script says
+    int subBuffers = 0;         // of every DMA ring; 0 leaves it to the script
+    host::BoardProgram program; // whose boards they are
 };
 
 // A step wants something that is no more, never came to be, or can't be had: `what()` names it.

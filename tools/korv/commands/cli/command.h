@@ -16,6 +16,7 @@ enum class CommandGroup {
     Draw,  // pictures of scenes and models, and what they are drawn with
     Look,  // what a chip can do, what is in a stream
     Check, // what is wrong with a stream, and where two differ
+    Serve, // for other programs
 };
 
 // The group as help names it.

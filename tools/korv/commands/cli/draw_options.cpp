@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <charconv>
+#include <cmath>
 
 namespace korv {
 
@@ -27,7 +28,9 @@ Extent ParseSize(const std::string& text) {
 }
 
 Settings DrawArguments::ToSettings() const {
-    return {ParseSize(size), std::stoi(depth), fifo, subBuffers};
+    Settings settings{ParseSize(size), std::stoi(depth), fifo, subBuffers};
+    settings.program = board.Program();
+    return settings;
 }
 
 void AddDrawArguments(CLI::App& command, DrawArguments& arguments) {
@@ -50,11 +53,41 @@ void AddDrawArguments(CLI::App& command, DrawArguments& arguments) {
                     "Also write all bus events as text, one a line, explained")
         ->type_name("FILE");
     AddPatienceOption(command);
+    AddBoardOptions(command, arguments.board);
+}
+
+void AddBoardOptions(CLI::App& command, BoardArguments& arguments) {
+    command
+        .add_option_function<std::string>(
+            "--board-exec",
+            [&arguments](const std::string& text) {
+                if (text.empty()) {
+                    throw UsageError("bad value '' for '--board-exec': expected a program");
+                }
+                arguments.exec = text;
+            },
+            "Use the board that this program is, a command line of the shell; it speaks the "
+            "protocol of docs/board-protocol.md, as 'korv board' does")
+        ->type_name("PROGRAM");
+    AddChoice(
+        command, "--board-memory", arguments.memory, {"mapped", "fetched"},
+        "Share the board's memories with the program if it is able to, or fetch and send what "
+        "is needed (default mapped)");
+    AddNumber(command, "--board-timeout", arguments.timeout, 0.01, 3600.0,
+              "How long the program may take for an answer, 0.01 to 3600 (default 20)")
+        ->type_name("SECONDS");
+}
+
+host::BoardProgram BoardArguments::Program() const {
+    return {exec, memory == "mapped", std::chrono::milliseconds(std::lround(timeout * 1000))};
 }
 
 void AddCaptureOption(CLI::App& command, std::filesystem::path& path, const std::string& type,
                       const std::string& help) {
-    command.add_option("--capture", path, help)->type_name(type);
+    auto* option = command.add_option("--capture", path, help)->type_name(type);
+    if (auto* exec = command.get_option_no_throw("--board-exec")) {
+        option->excludes(exec);
+    }
 }
 
 } // namespace korv

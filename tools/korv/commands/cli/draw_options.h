@@ -1,5 +1,6 @@
 #pragma once
 // What every command that draws can be told.
+#include "host/remote/board_program.h"
 #include "tools/korv/painting/canvas.h"
 
 #include <string>
@@ -10,11 +11,21 @@ class App;
 
 namespace korv {
 
+// Whose board it is.
+struct BoardArguments {
+    std::string exec; // empty: our own
+    std::string memory = "mapped";
+    double timeout = 20; // seconds
+
+    host::BoardProgram Program() const;
+};
+
 struct DrawArguments {
     std::string size = "640x480";
     std::string depth = "16";
     bool fifo = false;
     int subBuffers = 0;
+    BoardArguments board;
     RecordPaths record;
 
     // UserError for a size that is none.
@@ -23,7 +34,11 @@ struct DrawArguments {
 
 void AddDrawArguments(CLI::App& command, DrawArguments& arguments);
 
-// --capture `type`, told as `help`; `path` outlives the command line.
+// --board-exec and what belongs to it.
+void AddBoardOptions(CLI::App& command, BoardArguments& arguments);
+
+// --capture `type`, told as `help`; `path` outlives the command line. Excludes
+// --board-exec, where that has been added before.
 void AddCaptureOption(CLI::App& command, std::filesystem::path& path, const std::string& type,
                       const std::string& help);
 

@@ -85,6 +85,8 @@ const char* TitleOf(CommandGroup group) {
         return "Look";
     case CommandGroup::Check:
         return "Check";
+    case CommandGroup::Serve:
+        return "Serve";
     }
     return "";
 }

@@ -1,0 +1,26 @@
+#pragma once
+// The board's side of the board protocol (docs/board-protocol.md), on a board of our own.
+#include "board/board.h"
+#include "remote/channel.h"
+#include "remote/mapped_file.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace remote {
+
+struct ServerOptions {
+    std::string name = "korv"; // who the board is
+    bool maps = true;          // takes files as memories
+    // Makes the boards, of configurations that have no problem. Null: a board as it is.
+    std::function<std::unique_ptr<board::Board>(const board::Config&, const board::LentMemories&)>
+        make;
+};
+
+// Serves one client until it says so or leaves. Returns an empty text, or in one line why nothing
+// more could be understood. Throws std::system_error where the system refuses to send or receive.
+std::string Serve(int in, int out, const ServerOptions& options = {});
+
+} // namespace remote
