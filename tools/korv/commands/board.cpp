@@ -5,8 +5,11 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <memory>
+#include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace korv {
 
@@ -22,14 +25,38 @@ Examples:
   korv render scenes/cube.obj --chip tx --board-exec 'korv board' --board-memory fetched -o cube.png
 )";
 
-void Serve(bool maps) {
+struct AbilityName {
+    const char* name;
+    remote::Ability ability;
+};
+constexpr AbilityName kAbilities[] = {
+    {"mapping", remote::MapsMemory},        {"timing", remote::HasTiming},
+    {"waiting", remote::WaitsAtInterrupts}, {"dma", remote::DoesDma},
+    {"video", remote::TakesVideo},          {"state", remote::AnswersState}};
+
+uint32_t AbilitiesWithout(const std::vector<std::string>& names) {
+    uint32_t abilities = remote::kAllAbilities;
+    for (const std::string& name : names) {
+        const auto found = std::ranges::find(kAbilities, name, &AbilityName::name);
+        if (found == std::end(kAbilities)) {
+            throw UsageError(
+                fmt::format("bad value '{}' for '--without': expected mapping, timing, "
+                            "waiting, dma, video or state",
+                            name));
+        }
+        abilities &= ~uint32_t{found->ability};
+    }
+    return abilities;
+}
+
+void Serve(const std::vector<std::string>& without) {
     if (isatty(STDIN_FILENO) != 0) {
         throw UserError("standard input is a terminal: expected a program that speaks the board "
                         "protocol (docs/board-protocol.md)");
     }
     remote::ServerOptions options;
     options.name = "korv " KORV_VERSION;
-    options.maps = maps;
+    options.abilities = AbilitiesWithout(without);
     if (const std::string nonsense = remote::Serve(STDIN_FILENO, STDOUT_FILENO, options);
         !nonsense.empty()) {
         throw UserError("standard input: " + nonsense);
@@ -37,10 +64,15 @@ void Serve(bool maps) {
 }
 
 void SetUpBoard(CLI::App& command, Console&) {
-    auto noMaps = std::make_shared<bool>(false);
-    command.add_flag("--no-mapping", *noMaps, "Take no files as memories, so that clients fetch");
+    auto without = std::make_shared<std::vector<std::string>>();
+    command
+        .add_option(
+            "--without", *without,
+            "Be a board that is not able to do this: mapping, timing, waiting, dma, video or "
+            "state; may be repeated. For those who try a client")
+        ->type_name("ABILITY");
     command.footer(kFooter);
-    command.callback([noMaps] { Serve(!*noMaps); });
+    command.callback([without] { Serve(*without); });
 }
 
 } // namespace
