@@ -244,6 +244,16 @@ TEST(ConformPrograms, ABrokenBoardIsFoundAndShown) {
     EXPECT_EQ(picture.width, 3 * picture.height);
 }
 
+TEST(ConformPrograms, BoardsAreSparedWhatTheyAreNotAbleTo) {
+    const ToolResult result = Asked(kOwn + " --without dma",
+                                    {"--chip", "tx", "--unit", "dma", "--unit", "sync", "--json"});
+    EXPECT_EQ(result.code, 0) << result.out;
+    const auto json = nlohmann::json::parse(result.out);
+    EXPECT_EQ(json["passed"], 13);
+    EXPECT_EQ(json["left"], 8);
+    EXPECT_EQ(json["results"][0]["what"], "the program says that it does no DMA");
+}
+
 TEST(ConformPrograms, ProgramsThatDoNotStartAreToldOf) {
     const auto complaint = [](const std::string& program) {
         const ToolResult result = Asked(program, {"--unit", "yuv", "--timeout", "0.2"});
