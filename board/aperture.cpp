@@ -121,7 +121,7 @@ uint32_t Board::Peek(uint32_t offset) const {
 }
 
 uint32_t Board::Read(uint32_t offset) {
-    parts_->TellActing();
+    const Parts::Acting acting(*parts_);
     parts_->Tick();
     const uint32_t value = parts_->ReadAperture(offset);
     if (parts_->recorder != nullptr) {
@@ -135,7 +135,7 @@ uint32_t Board::Read(uint32_t offset) {
 }
 
 void Board::Write(uint32_t offset, uint32_t value) {
-    parts_->TellActing();
+    const Parts::Acting acting(*parts_);
     parts_->Tick();
     if (InFifoWindow(offset)) {
         parts_->WriteFifoWord(value);

@@ -30,7 +30,7 @@ Board::Board(const Config& config, Pace pace, const LentMemories& memories)
 Board::~Board() = default;
 
 void Board::WriteFifo(const uint32_t* words, size_t count) {
-    parts_->TellActing();
+    const Parts::Acting acting(*parts_);
     parts_->WriteFifo(words, count);
 }
 
@@ -80,7 +80,7 @@ void Board::SetBreak(Break what) {
 }
 
 void Board::SetVideoSource(VideoSource* source) {
-    parts_->TellActing();
+    const Parts::Acting acting(*parts_);
     parts_->source.Follow(source);
     parts_->video.Plug(source != nullptr ? &parts_->source : nullptr, parts_->clock);
     if (parts_->monitor != nullptr) {
@@ -106,7 +106,7 @@ uint64_t Board::Microseconds() const {
 }
 
 void Board::SetTiming(const Timing& timing) {
-    parts_->TellActing();
+    const Parts::Acting acting(*parts_);
     if (parts_->monitor != nullptr) {
         parts_->monitor->OnTiming(timing);
     }

@@ -325,7 +325,7 @@ void CommandUnit::DrawRows(uint32_t rows) {
         });
     } else if (probe_ != nullptr) {
         WalkRows(rows, [this](const Span& span, const Interpolants& row) {
-            WatchSpan(pipeline_, span, row, pick_, faults_, *probe_);
+            WatchSpan(pipeline_, &rows_, span, row, pick_, faults_, *probe_);
         });
     } else {
         WalkRows(rows, [this](const Span& span, const Interpolants& row) {
@@ -345,7 +345,7 @@ void CommandUnit::DrawSteps(uint32_t steps) {
         });
     } else if (probe_ != nullptr) {
         WalkSteps(steps, [this](const Span& span, const Interpolants& row) {
-            WatchSpan(pipeline_, span, row, pick_, faults_, *probe_);
+            WatchSpan(pipeline_, nullptr, span, row, pick_, faults_, *probe_);
         });
     } else {
         WalkSteps(steps, [this](const Span& span, const Interpolants& row) {

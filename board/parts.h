@@ -45,12 +45,26 @@ struct Board::Parts {
 
     Parts(Board& owner, const Config& config, Pace pace, const LentMemories& memories);
 
-    // What every call from outside begins with, before anything moves.
-    void TellActing() {
+    void TellActed() {
         if (monitor != nullptr) {
-            monitor->BeforeActing();
+            monitor->AfterActing();
         }
     }
+    // Stands in every call from outside that moves something, around all of it.
+    class Acting {
+      public:
+        explicit Acting(Parts& parts) : parts_(parts) {
+            if (parts_.monitor != nullptr) {
+                parts_.monitor->BeforeActing();
+            }
+        }
+        ~Acting() { parts_.TellActed(); }
+        Acting(const Acting&) = delete;
+        Acting& operator=(const Acting&) = delete;
+
+      private:
+        Parts& parts_;
+    };
 
     // --- time (time.cpp) ---
 

@@ -26,6 +26,9 @@ class BusMonitor : public BusRecorder {
     // The processor's side has had its turn, and the board acts next: what the former stored into
     // the memories is there.
     virtual void BeforeActing() {}
+    // The board has acted, and the processor's side has its turn: what the former stored into the
+    // memories is there.
+    virtual void AfterActing() {}
     // A tick has begun: the clock has moved on by it. What else it does follows.
     virtual void OnTick() {}
     // The clock has moved on by so many microseconds, and nothing with it.

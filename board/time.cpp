@@ -82,6 +82,7 @@ void Board::Parts::AnswerInterrupts() {
             TellInterruptEnd();
             continue;
         }
+        TellActed(); // the handler is the processor's
         // It may be replaced while it runs.
         const std::function<void()> call = handler;
         handlerRunning = true;
@@ -108,13 +109,13 @@ void Board::Round() {
 }
 
 void Board::Idle(uint32_t ticks) {
-    parts_->TellActing();
+    const Parts::Acting acting(*parts_);
     parts_->Idle(ticks);
     parts_->Finish();
 }
 
 void Board::Advance(uint64_t microseconds) {
-    parts_->TellActing();
+    const Parts::Acting acting(*parts_);
     // With a clock that stands still between accesses a microsecond counts as a tick.
     const uint32_t length = std::max(parts_->config.timing.microsecondsPerTick, 1u);
     for (uint64_t ticks = microseconds / length; ticks != 0;) {
@@ -138,7 +139,7 @@ void Board::Advance(uint64_t microseconds) {
 }
 
 void Board::Drain() {
-    parts_->TellActing();
+    const Parts::Acting acting(*parts_);
     while (HasWork()) {
         if (parts_->pace == Pace::Rounds) {
             Round();

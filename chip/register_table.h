@@ -49,6 +49,18 @@ inline constexpr Register kRegisters[] = {
 #include "chip/registers.def"
 };
 
+// Chips besides a register's own on which drivers write it, and why.
+struct AlsoRow {
+    uint16_t offset; // the register's
+    uint8_t devices; // bit ChipModel each
+    const char* why;
+};
+
+inline constexpr AlsoRow kAlso[] = {
+#define ALSO(owner, devices, why) {field::place::owner, on::devices, why},
+#include "chip/registers.def"
+};
+
 struct FieldRow : Field {
     const char* name;
     const ValueKind* kind;
@@ -117,6 +129,16 @@ constexpr const Register* FindRegister(uint32_t offset) {
     }
     const uint16_t index = register_table::kIndex[offset / 8];
     return index != 0 ? &kRegisters[index - 1] : nullptr;
+}
+
+// True if drivers write the register on this chip, whether or not the chip has it.
+constexpr bool IsWrittenOn(const Register& entry, ChipModel model) {
+    for (const AlsoRow& row : kAlso) {
+        if (row.offset == entry.offset && (row.devices & on::Bit(model)) != 0) {
+            return true;
+        }
+    }
+    return entry.IsOn(model);
 }
 
 // Name of a register by tag, or null where the vocabulary has none.

@@ -10,10 +10,12 @@ namespace on {
 constexpr uint8_t Bit(ChipModel model) {
     return static_cast<uint8_t>(1u << static_cast<uint8_t>(model));
 }
+inline constexpr uint8_t SX = Bit(ChipModel::SX);
+inline constexpr uint8_t Permedia = Bit(ChipModel::Permedia);
 inline constexpr uint8_t Permedia2 = Bit(ChipModel::Permedia2);
-inline constexpr uint8_t Permedias = Bit(ChipModel::Permedia) | Permedia2;
+inline constexpr uint8_t Permedias = Permedia | Permedia2;
 inline constexpr uint8_t GlintTextures = Bit(ChipModel::TX) | Bit(ChipModel::MX);
-inline constexpr uint8_t Glints = Bit(ChipModel::SX) | GlintTextures;
+inline constexpr uint8_t Glints = SX | GlintTextures;
 inline constexpr uint8_t Textures = GlintTextures | Permedias;
 // Their lookup table can be filled from memory.
 inline constexpr uint8_t TableLoaders = Bit(ChipModel::MX) | Permedia2;

@@ -12,8 +12,13 @@ namespace stream {
 
 namespace {
 
-// Bus addresses that nothing lies behind.
-constexpr uint32_t kOpenEnd = 0xFFFFFFFF;
+constexpr uint32_t kWordBytes = 4;
+
+// Behind `words` words from a bus address on, within the bus.
+uint32_t EndOfWords(uint32_t first, uint32_t words) {
+    return static_cast<uint32_t>(
+        std::min<uint64_t>(first + uint64_t{words} * kWordBytes, 0xFFFFFFFF));
+}
 
 } // namespace
 
@@ -48,6 +53,12 @@ void CaptureRecorder::BeforeActing() {
     }
 }
 
+void CaptureRecorder::AfterActing() {
+    if (acted_) {
+        acted_();
+    }
+}
+
 void CaptureRecorder::Put(Mark mark, bool checked) {
     BeforeActing();
     PutTicks(ticks_);
@@ -73,44 +84,60 @@ void CaptureRecorder::EndCall() {
     }
 }
 
-void CaptureRecorder::OwnWords(uint32_t busAddress) {
-    Flush();
-    // What was there before has been overwritten.
-    auto after = owned_.lower_bound(busAddress);
-    if (after != owned_.begin()) {
-        auto& before = std::prev(after)->second;
-        before.end = std::min(before.end, busAddress);
+void CaptureRecorder::DisownWords(uint32_t first, uint32_t end) {
+    if (first >= end) {
+        return;
     }
-    const uint32_t end = after != owned_.end() ? after->first : kOpenEnd;
-    owned_[busAddress] = {writer_.At().call - 1, end};
+    auto at = owned_.lower_bound(first);
+    if (at != owned_.begin() && std::prev(at)->second.end > first) {
+        const OwnedWords before = std::prev(at)->second;
+        std::prev(at)->second.end = first;
+        if (before.end > end) {
+            owned_[end] = before;
+        }
+    }
+    while (at != owned_.end() && at->first < end) {
+        const OwnedWords of = at->second;
+        at = owned_.erase(at);
+        if (of.end > end) {
+            owned_[end] = of;
+        }
+    }
 }
 
-void CaptureRecorder::KeepWords(uint32_t busAddress, uint32_t busEnd) {
-    const auto found = owned_.find(busAddress);
-    if (found != owned_.end()) {
-        found->second.end = std::min(found->second.end, busEnd);
-        if (found->second.end <= busAddress) {
-            owned_.erase(found);
+void CaptureRecorder::OwnWords(uint32_t first, uint32_t end) {
+    DisownWords(first, end);
+    OwnRest(first, end);
+}
+
+void CaptureRecorder::OwnRest(uint32_t first, uint32_t end) {
+    const uint64_t call = writer_.At().call - 1;
+    auto at = owned_.upper_bound(first);
+    if (at != owned_.begin()) {
+        first = std::max(first, std::prev(at)->second.end);
+    }
+    while (first < end) {
+        const uint32_t gapEnd = at != owned_.end() ? std::min(end, at->first) : end;
+        if (first < gapEnd) {
+            owned_[first] = {call, gapEnd};
         }
+        if (at == owned_.end()) {
+            return;
+        }
+        first = std::max(first, at->second.end);
+        ++at;
     }
 }
 
 // Whose word lies at the address; it is taken.
 uint64_t CaptureRecorder::OwnerOf(uint32_t busAddress) {
-    auto behind = owned_.upper_bound(busAddress);
-    if (behind == owned_.begin()) {
-        return inCall_ ? writer_.At().call - 1 : kNobody;
+    const auto behind = owned_.upper_bound(busAddress);
+    if (behind == owned_.begin() || std::prev(behind)->second.end <= busAddress) {
+        return kNobody;
     }
-    const auto found = std::prev(behind);
-    const OwnedWords owner = found->second;
-    if (busAddress >= owner.end) {
-        return inCall_ ? writer_.At().call - 1 : kNobody;
-    }
-    owned_.erase(found);
-    if (busAddress + 4 < owner.end) {
-        owned_[busAddress + 4] = owner;
-    }
-    return owner.call;
+    const uint64_t call = std::prev(behind)->second.call;
+    DisownWords(busAddress, busAddress + kWordBytes);
+    return call;
 }
 
 void CaptureRecorder::EndWords() {
@@ -239,6 +266,9 @@ void CaptureRecorder::OnWrite(uint32_t offset, uint32_t value) {
         dmaRegister_ = value;
     } else if (offset == reg::DMACount) {
         PutTicks(ticks_ == 0 ? 0 : ticks_ - 1);
+        if (inCall_ && !handling_) {
+            OwnRest(dmaRegister_, EndOfWords(dmaRegister_, value));
+        }
         Emit(Mark(MarkKind::Batch).Add("address", dmaRegister_).Add("words", value));
         dmaAddress_ = dmaRegister_;
     }
@@ -274,7 +304,7 @@ void CaptureRecorder::OnDmaWord(uint32_t word) {
     event.offset = dmaAddress_;
     event.value = word;
     Emit(event);
-    dmaAddress_ += 4;
+    dmaAddress_ += kWordBytes;
 }
 
 void CaptureRecorder::OnDmaFault() {
@@ -282,10 +312,12 @@ void CaptureRecorder::OnDmaFault() {
 }
 
 void CaptureRecorder::OnInterrupt() {
+    handling_ = true;
     Put(EventKind::Interrupt);
 }
 
 void CaptureRecorder::OnInterruptEnd() {
+    handling_ = false;
     Put(EventKind::InterruptEnd);
 }
 

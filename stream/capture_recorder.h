@@ -23,6 +23,8 @@ class CaptureRecorder final : public board::BusMonitor {
     // Called before the board acts: it tells what the processor has stored since the last time by
     // calling Store().
     void SetStores(std::function<void()> find) { findStores_ = std::move(find); }
+    // Called behind what the board does, for whoever has to know what it stored.
+    void SetActed(std::function<void()> acted) { acted_ = std::move(acted); }
     void Store(Memory memory, uint32_t offset, std::span<const uint8_t> bytes);
 
     // A mark at this point. `checked` ones carry the checksums of the board's state.
@@ -30,17 +32,20 @@ class CaptureRecorder final : public board::BusMonitor {
     // The driver is called, and has returned.
     void BeginCall(Mark call);
     void EndCall();
-    // The words from a bus address on are those of the call under way, up to the end of the
-    // transfer that moves them or where OwnWords or KeepWords says otherwise.
-    void OwnWords(uint32_t busAddress);
-    // Of those only the ones below `busEnd`.
-    void KeepWords(uint32_t busAddress, uint32_t busEnd);
+    // Whose words lie in memory that DMA may move: those from bus address `first` to `end` are the
+    // call's under way, all of them, or what of them is nobody's yet; or they are nobody's. They
+    // are told where they pass, whenever that is. What a call itself starts is its own without a
+    // word.
+    void OwnWords(uint32_t first, uint32_t end);
+    void OwnRest(uint32_t first, uint32_t end);
+    void DisownWords(uint32_t first, uint32_t end);
 
     // Writes the end; the board goes on alone.
     void Finish();
     const Position& At() const { return writer_.At(); }
 
     void BeforeActing() override;
+    void AfterActing() override;
     void OnTick() override;
     void OnClock(uint64_t microseconds) override;
     void OnUnits() override;
@@ -76,7 +81,7 @@ class CaptureRecorder final : public board::BusMonitor {
 
     board::Board* board_;
     CaptureWriter writer_;
-    std::function<void()> findStores_;
+    std::function<void()> findStores_, acted_;
     std::optional<Event> waiting_; // an access under way, until the next event
     // Time that has passed and is not written yet: by the clock alone, then in ticks.
     uint64_t microseconds_ = 0;
@@ -85,7 +90,8 @@ class CaptureRecorder final : public board::BusMonitor {
     uint32_t dmaAddress_ = 0;  // of the next word
     bool inCall_ = false;
     bool fifoBatch_ = false;               // the call's words by FIFO have begun their batch
-    std::map<uint32_t, OwnedWords> owned_; // by bus address of the first
+    bool handling_ = false;                // an interrupt: what moves is not the call's doing
+    std::map<uint32_t, OwnedWords> owned_; // by bus address of the first; none overlap
     // Whose words go by: the number of a call, or none.
     static constexpr uint64_t kNobody = ~uint64_t{0};
     uint64_t wordsOf_ = kNobody;

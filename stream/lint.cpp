@@ -163,7 +163,7 @@ class Linter {
             registers_.Set(tagNumber, value);
             return;
         }
-        if (row == nullptr || !row->IsOn(chip_)) {
+        if (row == nullptr || !IsWrittenOn(*row, chip_)) {
             const std::string name = board::OffsetName(offset);
             Find(Rule::UnknownRegister, name,
                  row == nullptr ? name + " is no register that is known"

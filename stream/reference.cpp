@@ -314,6 +314,17 @@ void WriteUnit(std::ostream& out, const UnitRow& unit) {
                    ChipsOf(entry.devices), TextOf(entry.use), entry.kind->name, entry.about);
     }
     out << '\n';
+    bool also = false;
+    for (const Register& entry : kRegisters) {
+        for (const AlsoRow& row : kAlso) {
+            if (entry.unit == unit.unit && row.offset == entry.offset) {
+                out << (also ? "" : "Written also:\n\n");
+                fmt::print(out, "- {} on {}: {}.\n", entry.name, ChipsOf(row.devices), row.why);
+                also = true;
+            }
+        }
+    }
+    out << (also ? "\n" : "");
     for (const Register& entry : kRegisters) {
         if (entry.unit == unit.unit && entry.kind == &kind::Fields) {
             WriteFields(out, entry);

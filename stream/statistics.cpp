@@ -17,10 +17,14 @@ constexpr uint64_t StreamCounts::*kNumbers[] = {
 
 class Counter {
   public:
-    Statistics Run(Source& source) {
+    // `player`: who plays the source's events; null for nobody.
+    Statistics Run(Source& source, Player* player) {
         statistics_.registers.resize(reg::ApertureBytes / 4);
         Event event;
         while (source.Next(event)) {
+            if (player != nullptr) {
+                player->Play(event);
+            }
             if (event.IsWord()) {
                 Word(source.At().word - 1, event);
             } else {
@@ -28,6 +32,7 @@ class Counter {
             }
         }
         all_.primitives += walker_.Cut(source.At().word) ? 1 : 0;
+        all_.drawn = drawn_.Counts();
         // Without frames there is nothing to tell frame by frame.
         if (frameStart_.words != all_.words && !statistics_.frames.empty()) {
             EndFrame();
@@ -35,6 +40,8 @@ class Counter {
         statistics_.all = all_;
         return std::move(statistics_);
     }
+
+    board::PixelProbe& Probe() { return drawn_; }
 
   private:
     void Write(uint32_t offset, uint32_t value) {
@@ -119,6 +126,7 @@ class Counter {
     }
 
     void EndFrame() {
+        all_.drawn = drawn_.Counts();
         statistics_.frames.push_back(all_ - frameStart_);
         frameStart_ = all_;
     }
@@ -128,6 +136,7 @@ class Counter {
     board::StreamDecoder decoder_;
     PrimitiveWalker walker_;
     Changes changes_;
+    DrawnCounter drawn_;
 };
 
 } // namespace
@@ -140,11 +149,20 @@ StreamCounts StreamCounts::operator-(const StreamCounts& before) const {
     for (size_t i = 0; i < stored.size(); ++i) {
         difference.stored[i] -= before.stored[i];
     }
+    difference.drawn = drawn - before.drawn;
     return difference;
 }
 
 Statistics CountStream(Source& source) {
-    return Counter().Run(source);
+    return Counter().Run(source, nullptr);
+}
+
+Statistics CountStream(Player& player) {
+    Counter counter;
+    player.Board().SetProbe(&counter.Probe());
+    Statistics statistics = counter.Run(player.From(), &player);
+    player.Board().SetProbe(nullptr);
+    return statistics;
 }
 
 } // namespace stream

@@ -1,8 +1,9 @@
 #pragma once
 // What a stream is made of, in numbers.
 #include "stream/changes.h"
+#include "stream/drawn_counts.h"
+#include "stream/player.h"
 #include "stream/primitives.h"
-#include "stream/source.h"
 
 #include <array>
 #include <vector>
@@ -21,6 +22,7 @@ struct StreamCounts {
     // Bytes that the processor stored behind the chip's back, by Memory.
     std::array<uint64_t, 3> stored{};
     uint64_t videoLines = 0;
+    DrawnCounts drawn; // of a stream that was played
 
     StreamCounts operator-(const StreamCounts& before) const;
 };
@@ -39,5 +41,7 @@ struct Statistics {
 
 // Reads all that is left of the stream.
 Statistics CountStream(Source& source);
+// The same, and plays it: what is drawn is counted, too.
+Statistics CountStream(Player& player);
 
 } // namespace stream

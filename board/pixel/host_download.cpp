@@ -70,7 +70,7 @@ void HostDownload::Feed(uint32_t word, const Primitive& primitive) {
         primitive.state.gouraud = false;
         primitive.state.flatColour = ColourOfWord(word);
         if (primitive.probe != nullptr) {
-            WatchSpan(primitive.state, pixel, primitive.interpolants, primitive.pick,
+            WatchSpan(primitive.state, nullptr, pixel, primitive.interpolants, primitive.pick,
                       primitive.faults, *primitive.probe);
         } else {
             DrawSpan(primitive.state, nullptr, pixel, primitive.interpolants, primitive.pick,

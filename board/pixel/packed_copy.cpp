@@ -76,7 +76,8 @@ class RowCopy {
         for (int64_t i = first; i < first + kWordBytes;) {
             const int64_t x = i / pixelBytes_;
             const int64_t end = std::min((x + 1) * pixelBytes_, first + kWordBytes);
-            watch_.BeginBytes(PixelWay::PackedCopy, x, y_, destRow_ + i, end - i);
+            watch_.BeginBytes(PixelWay::PackedCopy, x, y_, destRow_ + i, end - i,
+                              i % pixelBytes_ != 0);
             CopyPart(x, i, end);
             watch_.End();
             i = end;

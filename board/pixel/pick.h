@@ -4,6 +4,7 @@
 #include "board/values/registers.h"
 #include "board/values/state_visitor.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace board {
@@ -24,6 +25,13 @@ class PickUnit {
             x >= region_.left && x < region_.right && y >= region_.top && y < region_.bottom;
         picked_ |= inside;
         return inside;
+    }
+    // Widens `low` to `high` - 1 by the pixels of row y that it may still take note of.
+    void Reach(int64_t y, int64_t& low, int64_t& high) const {
+        if (enabled_ && !picked_ && y >= region_.top && y < region_.bottom) {
+            low = std::min(low, region_.left);
+            high = std::max(high, region_.right);
+        }
     }
     void Reset() { picked_ = false; }
     bool Picked() const { return picked_; }

@@ -187,6 +187,18 @@ Span PixelsOfColumns(const PipelineState& state, Span span) {
     return span;
 }
 
+// Of fragments that write nothing, those that can have an effect all the same. A row of them may be
+// longer than anybody could walk: neither the memory nor anything else bounds it.
+template <class Watch>
+void ClipToEffect(const PipelineState& state, const PickUnit& pick, const Watch& watch,
+                  Span& span) {
+    int64_t low = span.right, high = span.left;
+    pick.Reach(span.y, low, high);
+    watch.Reach(state.pixels, low, high);
+    low = std::clamp(low, span.left, span.right);
+    span.Clip(low, std::max(low, high));
+}
+
 template <class Watch>
 void Draw(const PipelineState& state, const RowPlan* plan, const Span& whole,
           const Interpolants& row, PickUnit& pick, FaultCounts& faults, Watch watch) {
@@ -228,6 +240,9 @@ void Draw(const PipelineState& state, const RowPlan* plan, const Span& whole,
     if (!span.Empty() && state.depth.Touches()) {
         faults.badMemoryAccesses += state.depth.plane.ClipToMemory(span);
     }
+    if (way == PixelWay::Fragment && !state.drawsPixels && !state.depth.Touches()) {
+        ClipToEffect(state, pick, watch, span);
+    }
     watch.Cut(way, PixelTest::Memory, inside, span);
     if (span.Empty()) {
         return;
@@ -266,9 +281,22 @@ void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& span,
     Draw(state, plan, span, row, pick, faults, Unwatched());
 }
 
-void WatchSpan(const PipelineState& state, const Span& span, const Interpolants& row,
-               PickUnit& pick, FaultCounts& faults, PixelProbe& probe) {
-    Draw(state, nullptr, span, row, pick, faults, Watched(probe, state));
+void WatchSpan(const PipelineState& state, const RowPlan* plan, const Span& span,
+               const Interpolants& row, PickUnit& pick, FaultCounts& faults, PixelProbe& probe) {
+    const bool updates = state.localUpdate.way != LocalUpdate::Way::None;
+    const PixelRow wanted{span.y,
+                          span.left,
+                          span.right,
+                          &state.pixels,
+                          state.depth.Touches() ? &state.depth.plane : nullptr,
+                          updates ? &state.localUpdate.target : nullptr,
+                          state.depth.plane.memory != state.pixels.memory,
+                          state.copy.way == CopyState::Way::Packed};
+    if (probe.Wants(wanted)) {
+        Draw(state, nullptr, span, row, pick, faults, Watched(probe, state));
+    } else {
+        Draw(state, plan, span, row, pick, faults, Unwatched());
+    }
 }
 
 void DrawWrongSpan(const PipelineState& state, const Span& span, const Interpolants& row,

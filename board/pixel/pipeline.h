@@ -88,9 +88,9 @@ struct RowPlan;   // fragment_rows.h
 // no difference, at once where that is possible.
 void DrawSpan(const PipelineState& state, const RowPlan* plan, const Span& span,
               const Interpolants& row, PickUnit& pick, FaultCounts& faults);
-// The same without a plan, told to a probe.
-void WatchSpan(const PipelineState& state, const Span& span, const Interpolants& row,
-               PickUnit& pick, FaultCounts& faults, PixelProbe& probe);
+// The same, told to a probe; by the plan where it wants nothing of the span.
+void WatchSpan(const PipelineState& state, const RowPlan* plan, const Span& span,
+               const Interpolants& row, PickUnit& pick, FaultCounts& faults, PixelProbe& probe);
 
 // Draws one by one, and wrong as the state says.
 void DrawWrongSpan(const PipelineState& state, const Span& span, const Interpolants& row,

@@ -4,6 +4,7 @@
 #include "board/pixel/pipeline.h"
 #include "board/values/probe.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -11,10 +12,11 @@ namespace board {
 
 struct Unwatched {
     static constexpr bool Is(WrongPixels) { return false; }
+    static void Reach(const Plane&, int64_t&, int64_t&) {}
     static void Cut(PixelWay, PixelTest, const Span&, const Span&) {}
     static void Begin(PixelWay, int64_t, int64_t) {}
     static void BeginLocal(PixelWay, int64_t, int64_t) {}
-    static void BeginBytes(PixelWay, int64_t, int64_t, int64_t, int64_t) {}
+    static void BeginBytes(PixelWay, int64_t, int64_t, int64_t, int64_t, bool = false) {}
     static bool Test(PixelTest, bool passed) { return passed; }
     static void TakeColour(Colour) {}
     static void TakeDepth(int64_t) {}
@@ -38,6 +40,12 @@ class Watched {
 
     static constexpr bool Is(WrongPixels) { return false; }
 
+    // Widens `low` to `high` - 1 by the pixels that somebody may want to know of although they
+    // write nothing: those of the rows, without what lies beside them.
+    static void Reach(const Plane& pixels, int64_t& low, int64_t& high) {
+        low = std::min<int64_t>(low, 0);
+        high = std::max(high, pixels.pitch);
+    }
     // What of `before` is not in `after` goes no further.
     void Cut(PixelWay way, PixelTest test, const Span& before, const Span& after) {
         if (after.Empty()) {
@@ -68,9 +76,11 @@ class Watched {
         Take(pixel_.depth, target, target.Index(x, y));
     }
     // A pixel of which these bytes of the frame buffer are written, if they are there; tests of
-    // bounds are among those that are told.
-    void BeginBytes(PixelWay way, int64_t x, int64_t y, int64_t place, int64_t bytes) {
+    // bounds are among those that are told. `rest`: others before them are the pixel's, too.
+    void BeginBytes(PixelWay way, int64_t x, int64_t y, int64_t place, int64_t bytes,
+                    bool rest = false) {
         Start(way, x, y);
+        pixel_.rest = rest;
         const Plane& pixels = state_.pixels;
         if (place >= 0 && place + bytes <= pixels.elements * pixels.bytesPerElement) {
             TakeBytes(pixel_.colour, pixels, place, static_cast<uint32_t>(bytes));
@@ -86,7 +96,10 @@ class Watched {
         pixel_.shaded = true;
         pixel_.fragment = colour;
     }
-    void TakeDepth(int64_t accumulator) { pixel_.fragmentDepth = state_.depth.Value(accumulator); }
+    void TakeDepth(int64_t accumulator) {
+        pixel_.fragmentDepth = state_.depth.Value(accumulator);
+        pixel_.storedDepth = state_.depth.reads ? pixel_.depth.before : 0;
+    }
     void TakeSource(int64_t place) { pixel_.source = place; }
     void WriteColour() { pixel_.colour.written = true; }
     void WriteDepth() { pixel_.depth.written = true; }

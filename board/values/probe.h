@@ -52,13 +52,15 @@ struct PixelElement {
 // A pixel that has gone as far as it goes.
 struct PixelReport {
     PixelWay way{};
+    bool rest = false;            // of a packed copy: another word has the beginning of this pixel
     bool placed = false;          // x and y say something: all but texture data and video
     int64_t x = 0, y = 0;         // as the rasteriser counts
     uint32_t met = 0, failed = 0; // bit PixelTest each
     PixelElement colour, depth;   // texels and video are colours
     bool shaded = false;          // `fragment` says something
     Colour fragment{};            // behind texture and fog
-    uint32_t fragmentDepth = 0;   // held inside the format; of those that met the depth test
+    // Of those that met the depth test: held inside the format, and what it was compared with.
+    uint32_t fragmentDepth = 0, storedDepth = 0;
     Compare alphaCompare{}, depthCompare{};
     uint32_t alphaReference = 0;
     int64_t source = -1; // of a copy: the byte of the same memory that it comes from
@@ -81,9 +83,21 @@ struct CutPixels {
     bool depthsLocal; // in the local buffer
 };
 
+// A row of a primitive, before anything is cut from it: where it may write, and what it may test.
+struct PixelRow {
+    int64_t y, left, right; // pixels left to right - 1
+    const Plane* pixels;    // of the frame buffer
+    const Plane* depths;    // null: none
+    const Plane* locals;    // of an update of the local buffer; null: none
+    bool depthsLocal;       // depths lie in the local buffer
+    bool columns;           // left and right count words
+};
+
 class PixelProbe {
   public:
     virtual ~PixelProbe() = default;
+    // False: nothing of this row needs to be told, and it may be drawn at once.
+    virtual bool Wants(const PixelRow& row) { return (void)row, true; }
     // A write has got into the input FIFO, and one leaves it and is carried out: the oldest there.
     virtual void OnEnter(RegisterWrite write) { (void)write; }
     virtual void OnExecute(RegisterWrite write) { (void)write; }

@@ -62,10 +62,37 @@ std::map<uint32_t, WritePlace> WritePlaces(const ChipInfo* chip) {
             const SubBuffer& current = stream.Current();
             const auto bytes = static_cast<uint32_t>((stream.WritePointer - current.Linear) *
                                                      static_cast<ptrdiff_t>(sizeof(uint32_t)));
-            places[context->ContextHandle] = {current.Physical, current.Physical + bytes};
+            const auto room = static_cast<uint32_t>((current.Last + 1 - current.Linear) *
+                                                    static_cast<ptrdiff_t>(sizeof(uint32_t)));
+            places[context->ContextHandle] = {current.Physical, current.Physical + bytes,
+                                              current.Physical + room};
         }
     }
     return places;
+}
+
+std::vector<QueueWatch::Entry> QueueWatch::New(const ChipInfo* chip) {
+    std::vector<Entry> entries;
+    const uint32_t head = chip->QueueHead, end = chip->QueueEnd;
+    if (head == seen_) {
+        return entries;
+    }
+    const uint32_t tail = chip->QueueTail;
+    // A change of context empties the queue and begins anew: then the head of before does not lie
+    // among those that wait, and all of them are new.
+    bool found = false, fresh = false;
+    const auto next = [end](uint32_t index) { return index + 1 >= end ? 0 : index + 1; };
+    for (uint32_t i = tail; i != head; i = next(i)) {
+        found = found || i == seen_;
+    }
+    for (uint32_t i = tail; i != head; i = next(i)) {
+        fresh = fresh || !found || i == seen_;
+        if (fresh) {
+            entries.push_back({chip->QueueAddress[i], chip->QueueCount[i]});
+        }
+    }
+    seen_ = head;
+    return entries;
 }
 
 } // namespace host

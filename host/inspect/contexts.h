@@ -28,7 +28,23 @@ UnsentByContext UnsentWords(const ChipInfo* chip);
 struct WritePlace {
     uint32_t subBuffer; // its present one
     uint32_t next;      // the next free word
+    uint32_t end;       // behind the sub-buffer's last word
 };
 std::map<uint32_t, WritePlace> WritePlaces(const ChipInfo* chip); // by handle
+
+// Follows the queue of transfers that the interrupt handler starts.
+class QueueWatch {
+  public:
+    struct Entry {
+        uint32_t address; // bus address of the first word
+        uint32_t words;
+    };
+    // Entries that have come since the last call and still wait. Whoever calls it before each
+    // access of the chip misses none: an entry leaves by one.
+    std::vector<Entry> New(const ChipInfo* chip);
+
+  private:
+    uint32_t seen_ = 0; // the head, then
+};
 
 } // namespace host

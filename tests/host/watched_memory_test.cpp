@@ -61,6 +61,26 @@ TEST(WatchedMemoryTest, ItsRunsMakeTheMemory) {
     }
 }
 
+// The same where all is compared instead; what the board has stored has to be said.
+TEST(WatchedMemoryTest, ComparesWhereItCannotWatch) {
+    WatchedMemory::CompareAll(true);
+    WatchedMemory memory(3 * 4096 + 100);
+    WatchedMemory::CompareAll(false);
+    EXPECT_EQ(memory.ProcessorView(), memory.BoardView().data());
+    uint8_t* const processor = memory.ProcessorView();
+    processor[5] = 1;
+    processor[6] = 2;
+    processor[100] = 3;
+    std::memset(processor + 4090, 4, 20);
+    EXPECT_THAT(Runs(memory), ElementsAre("5+2", "100+1", "4090+20"));
+    memory.BoardView()[50] = 9;
+    memory.BoardHasStored();
+    processor[5] = 1;
+    processor[3 * 4096 + 99] = 1;
+    EXPECT_THAT(Runs(memory), ElementsAre("12387+1"));
+    EXPECT_THAT(Runs(memory), ElementsAre());
+}
+
 // What nobody watches ends the program as before.
 TEST(WatchedMemoryDeathTest, OtherFaultsAreNotItsOwn) {
     EXPECT_DEATH(

@@ -1,7 +1,8 @@
 // Captures damaged in ten thousand ways are read as far as they go, or told to be damaged; nothing
 // worse, and without much memory.
 #include "stream/format.h"
-#include "stream/player.h"
+#include "stream/pixel_history.h"
+#include "stream/statistics.h"
 #include "stream/zlib.h"
 #include "tests/stream/session.h"
 
@@ -153,7 +154,17 @@ int Read(const std::string& bytes, bool play, std::mt19937& dice) {
         if (play && source->Board().frameBufferBytes <= 64u << 10 &&
             source->Board().localBufferBytes <= 64u << 10) {
             Player player(*source);
-            while (player.Step(event)) {
+            switch (dice() % 3) {
+            case 0:
+                while (player.Step(event)) {
+                }
+                break;
+            case 1:
+                CountStream(player);
+                break;
+            default:
+                PixelHistory(player, "front", 3, 20).Run({}, {Place::Kind::End, 0, {}});
+                break;
             }
         } else {
             source->Seek(ParsePlace("event:" + std::to_string(dice() % 2000)));
@@ -170,6 +181,15 @@ int Read(const std::string& bytes, bool play, std::mt19937& dice) {
 
 TEST(DamagedCaptures, EndInALine) {
     Session session(SmallBoard(), 9);
+    session.Recorder().Put(Mark(MarkKind::Surface, "front")
+                               .Add("id", 1)
+                               .Add("memory", "frame")
+                               .Add("offset", 0)
+                               .Add("pitch", 32)
+                               .Add("width", 32)
+                               .Add("height", 40)
+                               .Add("bits", 8)
+                               .Add("format", "indexed"));
     session.PlugVideo();
     session.Run(100);
     const std::string compressed = session.Finish();

@@ -119,6 +119,23 @@ TEST(LintUnknownRegister, NamesThoseOfOtherChipsAndOfNone) {
     EXPECT_TRUE(Found(good, Rule::UnknownRegister).empty());
 }
 
+// What a driver sends to chips that have no use for it, or compare with it all the same.
+TEST(LintUnknownRegister, IsSilentOfWhatIsWrittenThereToo) {
+    Writing bounds; // for a TX
+    bounds.Pair(tag::ChromaLowerBound, 0).Pair(tag::ChromaUpperBound, 0);
+    EXPECT_TRUE(Found(bounds, Rule::UnknownRegister).empty());
+    Writing table(board::Chip::Permedia);
+    table.Pair(tag::TexelLUTTransfer, 0);
+    EXPECT_TRUE(Found(table, Rule::UnknownRegister).empty());
+    Writing textures(board::Chip::SX);
+    textures.Pair(tag::GlintTextureReadMode, 0).Pair(tag::TextureFilterMode, 0);
+    EXPECT_TRUE(Found(textures, Rule::UnknownRegister).empty());
+    // Of their kind others are still named.
+    Writing others(board::Chip::SX);
+    others.Pair(tag::TextureBaseAddr0, 0).Pair(tag::ChromaLowerBound, 0);
+    EXPECT_EQ(Found(others, Rule::UnknownRegister).size(), 2u);
+}
+
 TEST(LintMalformedTag, NamesWordsThatAreNone) {
     Writing bad;
     bad.Pair(tag::Sync, 0).Word(0x0000'0400);

@@ -2,12 +2,14 @@
 // board that was captured, at every step, frame and picture. And capturing changes nothing.
 #include "chip/registers.h"
 #include "host/driver_module.h"
+#include "host/observe/watched_memory.h"
 #include "stream/capture_writer.h"
 #include "stream/source.h"
 #include "tests/tools/chip_names.h"
 #include "tests/tools/run_tool.h"
 #include "tests/tools/scene_scripts.h"
 #include "tests/tools/temporary_folder.h"
+#include "tests/tools/told_memories.h"
 #include "tools/korv/chips/chips.h"
 
 #include <gmock/gmock.h>
@@ -34,6 +36,29 @@ void ExpectAllPlay(const TemporaryFolder& folder, int fewestChecks) {
         EXPECT_EQ(report["cutOff"], "");
     }
     EXPECT_GE(captures, 1);
+}
+
+// Each capture of the folder is its dump.
+void ExpectAllComeBack(const TemporaryFolder& folder) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+        const TemporaryFolder made;
+        made.Write("text", RunTool({"dump", entry.path().string()}).out);
+        ASSERT_EQ(RunTool({"assemble", made / "text", "-o", made / "again"}).code, 0);
+        EXPECT_TRUE(ReadAll(made / "again") == ReadAll(entry.path().string())) << entry.path();
+    }
+}
+
+// Whatever changes the board's memories is told to a probe.
+void ExpectAllTold(const std::filesystem::path& capture) {
+    std::ifstream in(capture, std::ios::binary);
+    const auto source = stream::OpenSource(in);
+    stream::Player player(*source);
+    ToldMemories told(player);
+    stream::Event event;
+    while (player.Step(event)) {
+        told.Follow(event);
+    }
+    EXPECT_TRUE(told.AreTheBoards()) << capture;
 }
 
 // The base of a buffer that is not there is where the frame buffer happens to lie from address 0:
@@ -80,6 +105,11 @@ TEST_P(ScriptCaptured, PlaysOnABareBoardAndIsNotChanged) {
     ASSERT_EQ(result.code, 0) << result.err;
     EXPECT_TRUE(Recorded(plain) == Recorded(captured));
     ExpectAllPlay(captured, 2);
+    for (const auto& entry : std::filesystem::directory_iterator(captured.Path())) {
+        if (entry.path().extension() == ".korv") {
+            ExpectAllTold(entry.path());
+        }
+    }
 }
 
 TEST_P(ScriptCaptured, PlaysByTheDllToo) {
@@ -92,9 +122,33 @@ TEST_P(ScriptCaptured, PlaysByTheDllToo) {
         {"replay", ScenePath(script), "--dll", KORV_DLL_PATH, "--capture", captured / "c.korv"});
     ASSERT_EQ(result.code, 0) << result.err;
     ExpectAllPlay(captured, 2);
+    ExpectAllComeBack(captured);
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenes, ScriptCaptured, testing::ValuesIn(SceneScripts()), SceneTestName);
+
+// Where memory cannot be watched it is compared, and the capture is the same to the byte.
+class ComparedCapture : public testing::TestWithParam<std::string> {
+  protected:
+    void TearDown() override { host::WatchedMemory::CompareAll(false); }
+};
+
+TEST_P(ComparedCapture, IsThatOfWatchedMemory) {
+    const TemporaryFolder folder;
+    const auto capture = [&](const char* name) {
+        const ToolResult result =
+            RunTool({"replay", ScenePath(GetParam()), "--capture", folder / name});
+        EXPECT_EQ(result.code, 0) << result.err;
+        return ReadAll(folder / name);
+    };
+    const std::string watched = capture("watched.korv");
+    host::WatchedMemory::CompareAll(true);
+    EXPECT_TRUE(capture("compared.korv") == watched);
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenes, ComparedCapture,
+                         testing::Values("client-memory", "flip-tx", "blits-permedia2-agp"),
+                         SceneTestName);
 
 class DemoCaptured : public testing::TestWithParam<std::string> {};
 
@@ -179,6 +233,22 @@ TEST_F(PlayCommand, TakesPicturesOfEachPrimitive) {
     EXPECT_GT(pictures.Files(), 10u);
 }
 
+TEST_F(PlayCommand, ShowsHowOftenPixelsWereWritten) {
+    const TemporaryFolder folder, frames;
+    const std::string capture = Capture(folder);
+    const ToolResult whole =
+        RunTool({"play", capture, "--overdraw", "-o", folder / "all.png", "--json"});
+    ASSERT_EQ(whole.code, 0) << whole.err;
+    const auto all = nlohmann::json::parse(whole.out)["overdraw"];
+    const ToolResult late = RunTool(
+        {"play", capture, "--overdraw", "--from", "step:30", "-o", folder / "late.png", "--json"});
+    const auto part = nlohmann::json::parse(late.out)["overdraw"];
+    EXPECT_GT(all["most"], 1);
+    EXPECT_GT(part["writes"], 0);
+    EXPECT_LT(part["writes"], all["writes"]);
+    EXPECT_FALSE(ReadAll(folder / "all.png") == ReadAll(folder / "late.png"));
+}
+
 TEST_F(PlayCommand, RefusesInOneLine) {
     const TemporaryFolder folder;
     const std::string capture = Capture(folder);
@@ -199,6 +269,10 @@ TEST_F(PlayCommand, RefusesInOneLine) {
     expect({capture, "--to", "word:99999999"}, "has no word:99999999: it ends behind word");
     expect({capture, "-o", folder / "x.png", "--surface", "nobody"}, "has no surface 'nobody'");
     expect({capture, "--every", "frame"}, "'--pictures' and '--every' belong together");
+    expect({capture, "--overdraw"}, "'--overdraw' needs a place for its picture");
+    expect({capture, "--overdraw", "--from", "step:9999", "-o", folder / "x.png"},
+           "has no step:9999");
+    expect({capture, "--from", "5"}, "'--from' is for '--overdraw'");
     expect({folder / "words", "--chip", "permedia", "--check"}, "raw words have no checksums");
     const ToolResult short_ = RunTool({"play", cut, "--check"});
     EXPECT_EQ(short_.code, 0);

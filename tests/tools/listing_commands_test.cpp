@@ -236,6 +236,9 @@ TEST_F(Listings, StatsCountTheWords) {
         nlohmann::json::parse(Out({"stats", Words(), "--chip", "tx", "--json"}))["all"]["data"],
         json["all"]["data"]);
     EXPECT_THAT(Out({"stats", Capture()}), HasSubstr("\nRender "));
+    EXPECT_GT(json["all"]["drawn"]["kinds"]["trapezoids"]["written"], 1000);
+    EXPECT_THAT(Out({"stats", Capture()}), HasSubstr("\ntrapezoids "));
+    EXPECT_THAT(Out({"stats", Capture(), "--words-only"}), Not(HasSubstr("trapezoids")));
 }
 
 struct BadCall {
@@ -265,6 +268,23 @@ TEST_F(Listings, TellWhatIsWrongInALine) {
     }
 }
 
+// A reader that leaves ends them as it ends git: by the signal, and nothing is said.
+TEST_F(Listings, EndSilentlyWhenNobodyReads) {
+    const std::string pipe = *folder_ / "pipe";
+    for (const char* const command : {"dump", "dump --summary", "dump --json", "stats", "state",
+                                      "lint", "why --json", "diff"}) {
+        std::string line = std::string(command) + " " + Capture();
+        line += std::string(command).starts_with("why")    ? " 100,50"
+                : std::string(command).starts_with("diff") ? " " + Words() + " --chip tx"
+                                                           : "";
+        // A pipe that has had a reader, and has none.
+        const ShellResult result = Shell("rm -f " + pipe + "; mkfifo " + pipe + "; exec 3<>" +
+                                         pipe + " 4>" + pipe + " 3<&-; korv " + line + " 2>&1 >&4");
+        EXPECT_EQ(result.code, 128 + 13) << line;
+        EXPECT_EQ(result.out, "") << line;
+    }
+}
+
 // On a terminal, which `script` gives to the command: through the pager, in colours.
 TEST_F(Listings, HaveAPagerAndColoursOnATerminal) {
     if (Shell("command -v script >/dev/null").code != 0) {
@@ -280,6 +300,12 @@ TEST_F(Listings, HaveAPagerAndColoursOnATerminal) {
     EXPECT_THAT(typed("KORV_PAGER=cat NO_COLOR=1", command), Not(HasSubstr("\033[")));
     EXPECT_THAT(typed("KORV_PAGER=cat TERM=dumb", command), Not(HasSubstr("\033[")));
     EXPECT_THAT(typed("PAGER=\"sed s/step/STEP/\"", command), HasSubstr("mark STEP"));
+    EXPECT_THAT(typed("PAGER=\"sed s/wasteful/WASTE/\"", "lint " + Capture()),
+                HasSubstr("\033[35mWASTE\033[m"));
+    EXPECT_THAT(typed("KORV_PAGER=cat", "why " + Capture() + " 100,50"),
+                HasSubstr("\033[32mpassed\033[m"));
+    EXPECT_THAT(typed("KORV_PAGER=cat", "diff " + Capture() + " " + Words() + " --chip tx"),
+                HasSubstr("\033[31m- "));
     // The reader leaves at once: no complaint.
     EXPECT_EQ(typed("PAGER=true", "dump " + Capture()), "");
     EXPECT_THAT(Out({"dump", Capture(), "--only", "step"}), Not(HasSubstr("\033[")));

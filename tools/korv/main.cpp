@@ -3,6 +3,7 @@
 #include "tools/korv/base/output_file.h"
 #include "tools/korv/commands/cli/run.h"
 
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <iostream>
@@ -30,12 +31,18 @@ void HoldStandardStreams() {
 
 int main(int argc, char** argv) {
     HoldStandardStreams();
-    // A reader that leaves is an error like any other, so that temporary files go away.
+    // A reader that leaves ends a command no earlier than any other error, so that temporary files
+    // go away.
     std::signal(SIGPIPE, SIG_IGN);
     korv::FdBuffer buffer(STDOUT_FILENO);
     std::ostream out(&buffer);
     const int code = korv::Run(argc, argv, out, std::cerr);
     out.flush();
+    if (buffer.Error() == EPIPE) {
+        // The reader has what it wants: end as whoever does not hold SIGPIPE off.
+        std::signal(SIGPIPE, SIG_DFL);
+        std::raise(SIGPIPE);
+    }
     if (buffer.Error() == 0 || code != korv::kExitOk) {
         return code;
     }

@@ -103,7 +103,7 @@ class RandomDrawing {
             const Interpolants interpolants = ChooseInterpolants();
             const Span span = ChooseSpan();
             DrawSpan(one, nullptr, span, interpolants, plainPick, plainFaults);
-            WatchSpan(other, span, interpolants, watchedPick, watchedFaults, shadow);
+            WatchSpan(other, nullptr, span, interpolants, watchedPick, watchedFaults, shadow);
             covered += span.right - span.left;
         }
         return plain.frameBuffer != watched.frameBuffer || plain.localBuffer != watched.localBuffer

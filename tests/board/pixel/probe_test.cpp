@@ -83,6 +83,7 @@ TEST(PixelProbe, FragmentTellsPlaceTestsAndWhatItLeaves) {
     EXPECT_EQ(pixel.depth.after, 499u);
     EXPECT_TRUE(pixel.depth.written);
     EXPECT_EQ(pixel.fragmentDepth, 499u);
+    EXPECT_EQ(pixel.storedDepth, 500u);
     EXPECT_EQ(pixel.depthCompare, board::Compare::Less);
     EXPECT_TRUE(pixel.shaded);
     EXPECT_EQ(pixel.fragment.red, 0x78);
@@ -233,6 +234,26 @@ TEST(PixelProbe, PackedCopiesTellWhatEachWordHasOfAPixel) {
         EXPECT_EQ(pixel.colour.bytes, parts[i].bytes);
         EXPECT_EQ(pixel.colour.after, parts[i].after);
         EXPECT_EQ(pixel.source, parts[i].place - 192);
+        EXPECT_EQ(pixel.rest, i == 2 || i == 4);
+    }
+}
+
+// Rows that a probe wants nothing of are drawn all the same.
+TEST(PixelProbe, IsNotToldOfRowsThatItDoesNotWant) {
+    class Picky final : public board::PixelProbe {
+      public:
+        bool Wants(const board::PixelRow& row) override { return row.y == 3; }
+        void OnPixel(const PixelReport& pixel) override { told += pixel.y == 3 ? 1 : 1000; }
+        int told = 0;
+    };
+    ProbeRig r;
+    Picky probe;
+    r.board.SetProbe(&probe);
+    r.Send(tag::Color, 0x55);
+    r.Rectangle(2, 1, 6, 5);
+    EXPECT_EQ(probe.told, 4);
+    for (int y = 0; y < 6; ++y) {
+        EXPECT_EQ(r.Pixel(3, y), y >= 1 && y < 5 ? 0x55u : 0u);
     }
 }
 

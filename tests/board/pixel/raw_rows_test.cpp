@@ -86,7 +86,7 @@ class RandomCopy {
             span.leftward = Below(2) == 0;
             DrawSpan(one, nullptr, span, interpolants, pick, singleFaults);
             DrawSpan(all, &plan, span, interpolants, pick, rowFaults);
-            WatchSpan(told, span, interpolants, pick, watchedFaults, shadow);
+            WatchSpan(told, nullptr, span, interpolants, pick, watchedFaults, shadow);
         }
         changed =
             single.frameBuffer != start_.frameBuffer || single.localBuffer != start_.localBuffer;

@@ -92,7 +92,16 @@ void Capture::OnBoard(host::Display& display, host::WatchedMemory& frameBuffer,
     frameBuffer_ = &frameBuffer;
     localBuffer_ = localBuffer;
     recorder_ = std::make_unique<stream::CaptureRecorder>(display.Board(), file_.Stream(), kMaker);
-    recorder_->SetStores([this] { FindStores(); });
+    recorder_->SetStores([this] {
+        FindStores();
+        FindQueued();
+    });
+    recorder_->SetActed([this] {
+        frameBuffer_->BoardHasStored();
+        if (localBuffer_ != nullptr) {
+            localBuffer_->BoardHasStored();
+        }
+    });
     const host::DisplayConfig& config = display.Config();
     stream::Mark mark(stream::MarkKind::Display);
     mark.Add("device", config.deviceId).Add("number", config.number);
@@ -114,6 +123,16 @@ void Capture::FindStores() {
     }
     if (agp_) {
         agp_->memory->Collect(from(Memory::Host, agp_->busAddress));
+    }
+}
+
+// What a call has put into the queue since the chip was accessed last is its own, as far as it is
+// nobody's: a sub-buffer may begin with words of earlier calls.
+void Capture::FindQueued() {
+    for (const auto& entry : queue_.New(display_->Chip())) {
+        if (inCall_) {
+            recorder_->OwnRest(entry.address, entry.address + entry.words * 4);
+        }
     }
 }
 
@@ -250,9 +269,10 @@ void Capture::OnCall(const char* name, const host::CallFields& fields) {
         }
     }
     recorder_->BeginCall(std::move(mark));
+    inCall_ = true;
     writePlaces_ = host::WritePlaces(display_->Chip());
     for (const auto& [handle, place] : writePlaces_) {
-        recorder_->OwnWords(place.next);
+        recorder_->DisownWords(place.next, place.end);
     }
 }
 
@@ -260,17 +280,17 @@ void Capture::OnCallEnd() {
     if (recorder_ == nullptr) {
         return;
     }
+    FindQueued();
+    // What it has not sent yet.
     for (const auto& [handle, place] : host::WritePlaces(display_->Chip())) {
         const auto before = writePlaces_.find(handle);
-        const bool same =
-            before != writePlaces_.end() && before->second.subBuffer == place.subBuffer;
-        const uint32_t start = same ? before->second.next : place.subBuffer;
-        if (!same) {
-            recorder_->OwnWords(start);
-        }
-        recorder_->KeepWords(start, place.next);
+        const bool same = before != writePlaces_.end() &&
+                          before->second.subBuffer == place.subBuffer &&
+                          before->second.next <= place.next;
+        recorder_->OwnWords(same ? before->second.next : place.subBuffer, place.next);
     }
     recorder_->EndCall();
+    inCall_ = false;
 }
 
 void Capture::OnFlip(host::Display& display, const host::Surface& current,

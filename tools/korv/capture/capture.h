@@ -59,6 +59,7 @@ class Capture final : public host::Observer {
         return recorder_ != nullptr && display_ == &display;
     }
     void FindStores();
+    void FindQueued();
     const Known* Find(const host::Surface& surface) const;
     std::string NewName(const host::Surface& surface);
     // "memory" and "offset" of a surface in one of the board's memories or in AGP memory.
@@ -77,6 +78,8 @@ class Capture final : public host::Observer {
     int64_t nextId_ = 1;
     int64_t frame_ = 0;
     std::map<uint32_t, host::WritePlace> writePlaces_; // when the call under way began
+    host::QueueWatch queue_;
+    bool inCall_ = false;
 };
 
 } // namespace korv

@@ -6,6 +6,7 @@
 #include "stream/format.h"
 #include "stream/player.h"
 #include "tools/korv/base/errors.h"
+#include "tools/korv/base/listing.h"
 #include "tools/korv/base/text.h"
 #include "tools/korv/chips/chips.h"
 #include "tools/korv/commands/cli/command.h"
@@ -103,9 +104,11 @@ nlohmann::ordered_json PlaceJson(const stream::Position& at) {
 }
 
 class DiffCommand {
+    using Colour = Listing::Colour;
+
   public:
     DiffCommand(const DiffArguments& arguments, Console& console)
-        : arguments_(arguments), console_(console) {}
+        : arguments_(arguments), console_(console), listing_(console.out) {}
 
     void Run() {
         stream::DiffOptions options;
@@ -149,24 +152,33 @@ class DiffCommand {
                 {{"a", PlaceJson(hunk.a)}, {"b", PlaceJson(hunk.b)}, {"changes", changes}});
             return;
         }
+        const char* const plain = listing_.Escape(Colour::Plain);
+        std::ostream& out = listing_.Out();
         if (!begun_) {
-            fmt::print(console_.out, "--- {}\n+++ {}\n", Printable(arguments_.a.file),
-                       Printable(arguments_.b.file));
+            fmt::print(out, "{0}--- {1}{3}\n{0}+++ {2}{3}\n", listing_.Escape(Colour::Heading),
+                       Printable(arguments_.a.file), Printable(arguments_.b.file), plain);
             begun_ = true;
         }
-        fmt::print(console_.out, "@@ {} | {} @@\n", stream::TextOf(hunk.a), stream::TextOf(hunk.b));
+        fmt::print(out, "{}@@ {} | {} @@{}\n", listing_.Escape(Colour::Dim), stream::TextOf(hunk.a),
+                   stream::TextOf(hunk.b), plain);
+        const auto line = [&](char sign, const std::string& text, Colour colour) {
+            fmt::print(out, "{}{} {}{}\n", listing_.Escape(colour), sign, text, plain);
+        };
         for (const stream::Changed& one : hunk.changes) {
             if (one.data) {
-                fmt::print(console_.out, "! {}: pixels or texels sent before it differ\n",
-                           left.Text(*one.a));
+                line('!', left.Text(*one.a) + ": pixels or texels sent before it differ",
+                     Colour::Number);
                 continue;
             }
             if (one.a) {
-                fmt::print(console_.out, "- {}\n", left.Text(*one.a));
+                line('-', left.Text(*one.a), Colour::Bad);
             }
             if (one.b) {
-                fmt::print(console_.out, "+ {}\n", right.Text(*one.b));
+                line('+', right.Text(*one.b), Colour::Good);
             }
+        }
+        if (!out) {
+            throw ExitStatus{kExitUnexpected}; // nobody reads the rest
         }
     }
 
@@ -265,13 +277,14 @@ class DiffCommand {
             fmt::print(console_.out, "{}\n", report.dump(2));
             return;
         }
+        std::ostream& out = listing_.Out();
         for (const std::string& note : notes_) {
-            fmt::print(console_.out, "{}\n", note);
+            fmt::print(out, "{}\n", note);
         }
         if (totals.Equal()) {
-            fmt::print(console_.out, "equal: {}\n", Count(totals.same, what));
+            fmt::print(out, "equal: {}\n", Count(totals.same, what));
         } else {
-            fmt::print(console_.out,
+            fmt::print(out,
                        "{}: {} changed, {} only in the first, {} only in the second; {} {} the "
                        "same\n",
                        arguments_.first ? "the first place that differs"
@@ -283,6 +296,7 @@ class DiffCommand {
 
     const DiffArguments& arguments_;
     Console& console_;
+    Listing listing_;
     bool begun_ = false;
     nlohmann::ordered_json hunks_ = nlohmann::ordered_json::array();
     std::vector<std::string> notes_;

@@ -1,6 +1,7 @@
 #include "stream/lint.h"
 
 #include "tools/korv/base/errors.h"
+#include "tools/korv/base/listing.h"
 #include "tools/korv/base/text.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/stream_options.h"
@@ -76,15 +77,21 @@ void Report(const std::vector<stream::Finding>& findings, const LintArguments& a
         fmt::print(console.out, "{}\n", report.dump(2));
         return;
     }
+    using Colour = Listing::Colour;
+    Listing listing(console.out);
+    std::ostream& out = listing.Out();
+    const char* const plain = listing.Escape(Colour::Plain);
     uint64_t wrong = 0;
     for (const stream::Finding& one : findings) {
         const stream::RuleRow& row = RowOf(one.rule);
         wrong += row.wrong ? 1 : 0;
-        fmt::print(console.out, "{}: {}: {} [{}]{}\n", stream::TextOf(one.at),
-                   row.wrong ? "wrong" : "wasteful", one.text, row.name,
-                   one.times > 1 ? fmt::format(", {} times in all", one.times) : "");
+        fmt::print(
+            out, "{}{}{}: {}{}{}: {} {}[{}]{}{}\n", listing.Escape(Colour::Heading),
+            stream::TextOf(one.at), plain, listing.Escape(row.wrong ? Colour::Bad : Colour::Number),
+            row.wrong ? "wrong" : "wasteful", plain, one.text, listing.Escape(Colour::Dim),
+            row.name, plain, one.times > 1 ? fmt::format(", {} times in all", one.times) : "");
     }
-    fmt::print(console.out, "{}: {}\n", Printable(arguments.stream.file),
+    fmt::print(out, "{}: {}\n", Printable(arguments.stream.file),
                findings.empty()
                    ? "nothing found"
                    : fmt::format("{} wrong, {} wasteful", wrong, findings.size() - wrong));

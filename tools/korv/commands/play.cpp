@@ -1,4 +1,5 @@
 #include "stream/checksum.h"
+#include "stream/overdraw.h"
 #include "stream/player.h"
 #include "stream/primitives.h"
 #include "tools/korv/base/errors.h"
@@ -10,6 +11,7 @@
 #include "tools/korv/commands/cli/stream_options.h"
 #include "tools/korv/commands/cli/stream_pictures.h"
 #include "tools/korv/commands/cli/values.h"
+#include "tools/korv/images/heat.h"
 #include "tools/korv/images/png.h"
 
 #include <CLI/CLI.hpp>
@@ -26,10 +28,10 @@ namespace {
 
 struct PlayArguments {
     StreamArguments stream;
-    stream::Place to{stream::Place::Kind::End, 0, {}};
+    stream::Place from, to{stream::Place::Kind::End, 0, {}};
     std::string output, surface, memory, pictures, every;
     RawScreen screen;
-    bool depthPicture = false, check = false, json = false;
+    bool depthPicture = false, overdraw = false, check = false, json = false;
 };
 
 // Checksums that are not what the capture says.
@@ -56,6 +58,13 @@ class Play {
         if (!arguments.pictures.empty()) {
             MakeFolder(arguments.pictures);
         }
+        if (arguments.overdraw) {
+            overdraw_.emplace(player_.Board().FrameBuffer().size(),
+                              player_.Board().LocalBuffer().size());
+            counting_ = arguments.from.kind == stream::Place::Kind::Start;
+            overdraw_->SetCounting(counting_);
+            player_.Board().SetProbe(&*overdraw_);
+        }
         if (!input_.Source().HasEvents()) {
             SetUpRaw();
         } else if (arguments.check) {
@@ -69,6 +78,10 @@ class Play {
             throw UserError(fmt::format("'{}' has no {}: it ends behind {}", arguments_.stream.file,
                                         arguments_.to.Text(),
                                         stream::TextOf(input_.Source().At())));
+        }
+        if (!counting_) {
+            throw UserError(fmt::format("'{}' has no {} before the end: nothing is counted",
+                                        arguments_.stream.file, arguments_.from.Text()));
         }
         WriteOutputs();
         input_.WarnOfCut(console_);
@@ -99,6 +112,10 @@ class Play {
             if (event.kind == stream::EventKind::Mark) {
                 FollowMark(*event.mark, before);
             }
+            if (!counting_ && IsAt(arguments_.from, source.At(), &event)) {
+                counting_ = true;
+                overdraw_->SetCounting(true);
+            }
             if (IsAt(arguments_.to, source.At(), &event)) {
                 return true;
             }
@@ -111,11 +128,19 @@ class Play {
             Check(mark, at);
         }
         if (mark.kind == stream::MarkKind::Frame && arguments_.every == "frame") {
-            WritePng(
-                std::filesystem::path(arguments_.pictures) /
-                    fmt::format("frame-{:03}.png", pictures_++),
-                pictured_.Picture(pictured_.OfFrame(arguments_.surface, arguments_.depthPicture)));
+            WritePng(std::filesystem::path(arguments_.pictures) /
+                         fmt::format("frame-{:03}.png", pictures_++),
+                     PictureOf(pictured_.OfFrame(arguments_.surface, arguments_.depthPicture)));
+            if (overdraw_) {
+                overdraw_->Clear();
+            }
         }
+    }
+
+    // What is there, or how often it was written.
+    host::Picture PictureOf(const stream::SurfaceLayout& surface) {
+        return overdraw_ ? HeatPicture(overdraw_->Of(surface), surface.width, surface.height)
+                         : pictured_.Picture(surface);
     }
 
     void Check(const stream::Mark& mark, const stream::Position& at) {
@@ -146,7 +171,7 @@ class Play {
     }
 
     host::Picture Drawn() {
-        return pictured_.Picture(pictured_.Drawn(arguments_.surface, arguments_.depthPicture));
+        return PictureOf(pictured_.Drawn(arguments_.surface, arguments_.depthPicture));
     }
 
     void WritePrimitive() {
@@ -162,7 +187,7 @@ class Play {
             file.Close();
         };
         if (output_) {
-            WritePng(output_->Stream(), Drawn());
+            input_.Run([&] { WritePng(output_->Stream(), Drawn()); });
             output_->Close();
         }
         if (memory_) {
@@ -190,7 +215,15 @@ class Play {
         return lines;
     }
 
+    // Of the picture's surface.
+    HeatNumbers WritesOfPixels() {
+        const auto surface = pictured_.Drawn(arguments_.surface, arguments_.depthPicture);
+        return NumbersOf(input_.Run([&] { return overdraw_->Of(surface); }), surface.width);
+    }
+
     void Report() {
+        const bool counted = overdraw_ && output_;
+        const HeatNumbers writes = counted ? WritesOfPixels() : HeatNumbers();
         const stream::Position& at = input_.Source().At();
         const std::vector<std::string> lines = DifferenceLines();
         const bool differs = !lines.empty();
@@ -207,11 +240,29 @@ class Play {
                 {"differences", lines},
                 {"cutOff", input_.Source().CutOff()},
             };
+            if (counted) {
+                report["overdraw"] = {{"pixels", writes.pixels},
+                                      {"written", writes.written},
+                                      {"writes", writes.writes},
+                                      {"most", writes.most},
+                                      {"mostX", writes.mostPlace % writes.width},
+                                      {"mostY", writes.mostPlace / writes.width}};
+            }
             fmt::print(console_.Report(), "{}\n", report.dump(2));
         } else if (!differs || !arguments_.check) {
             fmt::print(console_.Report(), "{}: {} in {}{}\n", Printable(arguments_.stream.file),
                        Count(at.word, "word"), Count(at.event, "event"),
                        checks_ ? fmt::format(", {} equal", Count(checked_, "checksum")) : "");
+            if (counted) {
+                fmt::print(console_.Report(), "{} of {} written, {} each, {} at most, at {},{}\n",
+                           writes.written, Count(writes.pixels, "pixel"),
+                           writes.written == 0
+                               ? "0 times"
+                               : fmt::format("{:.2f} times",
+                                             static_cast<double>(writes.writes) / writes.written),
+                           Count(writes.most, "time"), writes.mostPlace % writes.width,
+                           writes.mostPlace / writes.width);
+            }
         }
         if (differs && arguments_.check) {
             if (arguments_.json) {
@@ -232,8 +283,9 @@ class Play {
     stream::Player player_;
     StreamPictures pictured_;
     stream::PrimitiveWalker walker_;
+    std::optional<stream::Overdraw> overdraw_;
     std::optional<OutputFile> output_, memory_, localMemory_;
-    bool checks_ = false;
+    bool checks_ = false, counting_ = true; // writes, for the overdraw
     uint64_t checked_ = 0, pictures_ = 0;
     std::vector<Mismatch> mismatches_;
 };
@@ -242,6 +294,12 @@ void CheckArguments(const PlayArguments& arguments) {
     if (arguments.pictures.empty() != arguments.every.empty()) {
         throw UsageError("'--pictures' and '--every' belong together");
     }
+    if (arguments.overdraw && arguments.output.empty() && arguments.pictures.empty()) {
+        throw UsageError("'--overdraw' needs a place for its picture: '-o' or '--pictures'");
+    }
+    if (!arguments.overdraw && arguments.from.kind != stream::Place::Kind::Start) {
+        throw UsageError("'--from' is for '--overdraw': a board plays from the start");
+    }
 }
 
 constexpr const char* kPlayFooter =
@@ -249,6 +307,10 @@ constexpr const char* kPlayFooter =
 --surface names another: what the latest picture was taken of; else the target of the latest
 context; else the screen. With --check the exit code is 1 if the board's memories or registers
 differ from the capture's at one of its marks, or a register reads other than it did then.
+
+With --overdraw pictures show how often the chip wrote each pixel of the surface's memory, since
+--from, or since the frame before with --every frame. The scale is the same for all pictures:
+)" KORV_HEAT_LEGEND R"(.
 
 A PLACE is a word's number (1234 or word:1234), event:N, call:N, batch:N, frame:N, step:N,
 mark:NAME, start or end; all count from 0, and the place is where that begins.
@@ -259,6 +321,7 @@ Examples:
   korv play tx.korv --to step:20 -o so-far.png
   korv play tx.korv --depth-picture -o depth.png
   korv play tx.korv --pictures primitives --every primitive
+  korv play tx.korv --overdraw --from step:20 -o overdraw.png
   korv play words.bin --chip permedia --size 320x240 -o picture.png
 )";
 
@@ -274,6 +337,10 @@ void SetUpPlay(CLI::App& command, Console& console) {
         ->type_name("NAME");
     command.add_flag("--depth-picture", arguments->depthPicture,
                      "Take it of the Z buffer, near black and far white");
+    command.add_flag("--overdraw", arguments->overdraw,
+                     "Make pictures of how often each pixel was written");
+    AddPlaceOption(command, "--from", arguments->from,
+                   "Count the writes of --overdraw from there on (default: start)");
     command
         .add_option("--memory", arguments->memory,
                     "Write the frame buffer's bytes, and those of a local buffer into a file with "

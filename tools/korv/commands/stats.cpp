@@ -3,6 +3,7 @@
 #include "stream/statistics.h"
 #include "tools/korv/base/listing.h"
 #include "tools/korv/commands/cli/command.h"
+#include "tools/korv/commands/cli/raw_screen.h"
 #include "tools/korv/commands/cli/stream_options.h"
 
 #include <CLI/CLI.hpp>
@@ -24,7 +25,8 @@ using stream::StreamCounts;
 
 struct StatsArguments {
     StreamArguments stream;
-    bool json = false;
+    RawScreen screen;
+    bool wordsOnly = false, json = false;
 };
 
 struct CountRow {
@@ -93,13 +95,45 @@ std::vector<RegisterRow> UnitRows(const std::vector<RegisterRow>& registers) {
     return rows;
 }
 
-Json ToJson(const StreamCounts& counts) {
+Json ToJson(const stream::PixelCounts& pixels) {
+    return {{"cut", pixels.cut},
+            {"tested", pixels.tested},
+            {"passed", pixels.passed},
+            {"written", pixels.written}};
+}
+
+// All kinds that there were, by name.
+using DrawnRow = std::pair<const stream::DrawnKindRow*, stream::PixelCounts>;
+std::vector<DrawnRow> DrawnRows(const stream::DrawnCounts& drawn) {
+    std::vector<DrawnRow> rows;
+    for (size_t i = 0; i < drawn.pixels.size(); ++i) {
+        if (drawn.pixels[i].cut != 0 || drawn.pixels[i].tested != 0) {
+            rows.emplace_back(&stream::RowOf(static_cast<stream::DrawnKind>(i)), drawn.pixels[i]);
+        }
+    }
+    return rows;
+}
+
+Json ToJson(const stream::DrawnCounts& drawn) {
+    Json json{{"all", ToJson(drawn.All())}, {"kinds", Json::object()}};
+    for (const auto& [row, pixels] : DrawnRows(drawn)) {
+        json["kinds"][row->key] = ToJson(pixels);
+    }
+    json["frameBufferBytes"] = drawn.frameBytes;
+    json["localBufferBytes"] = drawn.localBytes;
+    return json;
+}
+
+Json ToJson(const StreamCounts& counts, bool played) {
     Json json;
     for (const CountRow& row : kRows) {
         json[row.key] = counts.*row.number;
     }
     for (size_t i = 0; i < counts.stored.size(); ++i) {
         json["stored"][kStored[i].key] = counts.stored[i];
+    }
+    if (played) {
+        json["drawn"] = ToJson(counts.drawn);
     }
     return json;
 }
@@ -117,19 +151,46 @@ Json ToJson(const std::vector<RegisterRow>& rows, bool units) {
     return json;
 }
 
-void TellJson(const stream::Statistics& statistics, Console& console) {
+void TellJson(const stream::Statistics& statistics, bool played, Console& console) {
     const auto registers = RegisterRows(statistics);
-    Json json{{"all", ToJson(statistics.all)},
+    Json json{{"all", ToJson(statistics.all, played)},
               {"frames", Json::array()},
               {"units", ToJson(UnitRows(registers), true)},
               {"registers", ToJson(registers, false)}};
     for (const StreamCounts& frame : statistics.frames) {
-        json["frames"].push_back(ToJson(frame));
+        json["frames"].push_back(ToJson(frame, played));
     }
     fmt::print(console.out, "{}\n", json.dump(2));
 }
 
-void Tell(const stream::Statistics& statistics, Console& console) {
+void TellDrawn(const stream::Statistics& statistics, Listing& listing) {
+    std::ostream& out = listing.Out();
+    const char *heading = listing.Escape(Colour::Heading), *plain = listing.Escape(Colour::Plain);
+    const auto line = [&](const char* name, const stream::PixelCounts& pixels) {
+        fmt::print(out, "{:<40} {:>12} {:>12} {:>12} {:>12}\n", name, pixels.cut, pixels.tested,
+                   pixels.passed, pixels.written);
+    };
+    fmt::print(out, "\n{}{:<40} {:>12} {:>12} {:>12} {:>12}{}\n", heading, "pixels", "cut",
+               "tested", "passed", "written", plain);
+    for (const auto& [row, pixels] : DrawnRows(statistics.all.drawn)) {
+        line(row->name, pixels);
+    }
+    line("all", statistics.all.drawn.All());
+    if (statistics.frames.empty()) {
+        return;
+    }
+    fmt::print(out, "\n{}{:>6} {:>12} {:>12} {:>12} {:>12} {:>14} {:>14}{}\n", heading, "frame",
+               "cut", "tested", "passed", "written", "frame buffer", "local buffer", plain);
+    for (size_t i = 0; i < statistics.frames.size(); ++i) {
+        const stream::DrawnCounts& drawn = statistics.frames[i].drawn;
+        const stream::PixelCounts pixels = drawn.All();
+        fmt::print(out, "{:>6} {:>12} {:>12} {:>12} {:>12} {:>14} {:>14}\n", i, pixels.cut,
+                   pixels.tested, pixels.passed, pixels.written, drawn.frameBytes,
+                   drawn.localBytes);
+    }
+}
+
+void Tell(const stream::Statistics& statistics, bool played, Console& console) {
     Listing listing(console.out);
     std::ostream& out = listing.Out();
     const char *heading = listing.Escape(Colour::Heading), *plain = listing.Escape(Colour::Plain);
@@ -142,6 +203,13 @@ void Tell(const stream::Statistics& statistics, Console& console) {
     }
     for (size_t i = 0; i < all.stored.size(); ++i) {
         fmt::print(out, "{:<40} {:>12}\n", kStored[i].title, all.stored[i]);
+    }
+    if (played) {
+        fmt::print(out, "{:<40} {:>12}\n", "bytes drawn into the frame buffer",
+                   all.drawn.frameBytes);
+        fmt::print(out, "{:<40} {:>12}\n", "bytes drawn into the local buffer",
+                   all.drawn.localBytes);
+        TellDrawn(statistics, listing);
     }
     const auto table = [&](const char* title, const std::vector<RegisterRow>& rows) {
         fmt::print(out, "\n{}{:<40} {:>12} {:>12}{}\n", heading, title, "writes", "unchanged",
@@ -167,30 +235,49 @@ void Tell(const stream::Statistics& statistics, Console& console) {
     }
 }
 
+stream::Statistics CountPlayed(const StatsArguments& arguments, StreamInput& input) {
+    stream::Player player(input.Source());
+    if (!input.Source().HasEvents()) {
+        SetUpRawScreen(player, arguments.screen, arguments.stream.chip);
+    }
+    return stream::CountStream(player);
+}
+
 void Stats(const StatsArguments& arguments, Console& console) {
     StreamInput input(arguments.stream);
-    const stream::Statistics statistics =
-        input.Run([&] { return stream::CountStream(input.Source()); });
-    arguments.json ? TellJson(statistics, console) : Tell(statistics, console);
+    const bool played = !arguments.wordsOnly;
+    const stream::Statistics statistics = input.Run([&] {
+        return played ? CountPlayed(arguments, input) : stream::CountStream(input.Source());
+    });
+    arguments.json ? TellJson(statistics, played, console) : Tell(statistics, played, console);
     input.WarnOfCut(console);
 }
 
 constexpr const char* kStatsFooter =
-    R"(Counts what a stream is made of, in all, by unit and register, and frame by frame where the
-stream has frames. A write that changed nothing gives a register the value that it was given
-before; commands, which act each time, are none of those. Bytes stored are those that the processor
-wrote into the memories behind the chip's back.
+    R"(Counts what a stream is made of and what a board draws by it, in all, by unit and register,
+and frame by frame where the stream has frames. A write that changed nothing gives a register the
+value that it was given before; commands, which act each time, are none of those.
+
+Pixels are counted by what draws them: those that scissor, the end of a memory or the limits of
+packed words leave out (cut), those that met the other tests, if there are any (tested), those that
+passed them all, and those that were written, be it colour or depth. Bytes drawn are the chip's,
+bytes stored those that the processor wrote into the memories behind the chip's back. --words-only
+plays nothing, which takes a fraction of the time.
 
 Examples:
   korv demo --scene animation --chip mx --capture captures
   korv stats captures/mx-animation.korv
   korv stats captures/mx-animation.korv --json
+  korv stats captures/mx-animation.korv --words-only
   korv stats words.bin --chip permedia
 )";
 
 void SetUpStats(CLI::App& command, Console& console) {
     auto arguments = std::make_shared<StatsArguments>();
     AddStreamArguments(command, arguments->stream);
+    command.add_flag("--words-only", arguments->wordsOnly,
+                     "Leave out what is drawn: pixels, and bytes drawn");
+    AddRawDepthArgument(command, arguments->screen);
     command.add_flag("--json", arguments->json, "Tell it as JSON");
     command.footer(kStatsFooter);
     command.callback([arguments, &console] { Stats(*arguments, console); });

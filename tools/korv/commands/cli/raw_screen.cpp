@@ -9,6 +9,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <limits>
+
 namespace korv {
 
 void AddRawScreenArguments(CLI::App& command, RawScreen& screen) {
@@ -16,6 +18,13 @@ void AddRawScreenArguments(CLI::App& command, RawScreen& screen) {
         .add_option("--size", screen.size,
                     "Raw words: size of the screen in pixels (default 640x480)")
         ->type_name("WxH");
+    AddRawDepthArgument(command, screen);
+    AddNumber(command, "--base", screen.base, 0, std::numeric_limits<int>::max(),
+              "Raw words: where it begins in the frame buffer, in bytes (default 0)")
+        ->type_name("BYTES");
+}
+
+void AddRawDepthArgument(CLI::App& command, RawScreen& screen) {
     AddChoice(command, "--depth", screen.depth, {"8", "16", "32"},
               "Raw words: bits per pixel of the screen (default 16)");
 }
@@ -31,7 +40,10 @@ stream::SurfaceLayout SetUpRawScreen(stream::Player& player, const RawScreen& sc
         const uint32_t code = bits == 8 ? 2 : bits == 16 ? 1 : 0;
         player.Board().PlayWrite(reg::FBModeSel, field::FBModeSel_Depth.Put(0, code));
     }
-    return stream::ScreenLayout(width, static_cast<uint32_t>(size.height), bits, pitch * bits / 8);
+    auto layout =
+        stream::ScreenLayout(width, static_cast<uint32_t>(size.height), bits, pitch * bits / 8);
+    layout.offset = static_cast<uint32_t>(screen.base);
+    return layout;
 }
 
 } // namespace korv
