@@ -1,6 +1,7 @@
 #include "board/breaks.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace board {
 
@@ -92,7 +93,8 @@ std::span<const BreakRow> Breaks() {
 }
 
 const BreakRow* FindBreak(std::string_view name) {
-    const auto found = std::ranges::find(kBreaks, name, &BreakRow::name);
+    const auto found = std::find_if(std::begin(kBreaks), std::end(kBreaks),
+                                    [name](const BreakRow& row) { return name == row.name; });
     return found == std::end(kBreaks) ? nullptr : found;
 }
 

@@ -258,7 +258,7 @@ void BreakInterpolants(Break what, Interpolants& row) {
 
 void BreakTable(Break what, LookupTable& table) {
     if (what == Break::TableTurned) {
-        std::ranges::rotate(table.words, table.words.begin() + 1);
+        std::rotate(table.words.begin(), table.words.begin() + 1, table.words.end());
     }
 }
 

@@ -8,7 +8,7 @@ import sys
 (HELLO, MAKE, READ, WRITE, WORDS, SYNC, STORE, FETCH, IDLE, ADVANCE, DRAIN, STATUS, GUEST, VIDEO, TIMING,
  STATE, RESUME, LINE, END) = range(1, 20)
 ERROR, AND_SYNC, MOST_PAYLOAD, MAGIC = 0xC0, 0x100, 1 << 20, b"KORVBORD"
-CLOCK, WAITS = 4, 8                                 # abilities
+CLOCK = 4                                           # an ability
 IN_FIFO_SPACE, OUT_FIFO_WORDS, FIFO_WINDOW, FIFO_END, MAPPED, APERTURE = 0x18, 0x20, 0x2000, 0x3000, 0x8000, 0xA000
 SYNC_TAG = 0x188
 source, sink = sys.stdin.buffer, sys.stdout.buffer
@@ -125,7 +125,7 @@ while header := source.read(8):
     kind, and_sync = kind & ~AND_SYNC, kind & AND_SYNC
     try:
         answer = do(kind, payload) if kind != HELLO else (
-            MAGIC + struct.pack("<IIII", 1, CLOCK | WAITS, 0x1F, 1 << 26) + b"a stub")
+            MAGIC + struct.pack("<IIII", 1, CLOCK, 0x1F, 1 << 26) + b"a stub")
         if answer is not None:
             send(kind | 0x80, answer)
     except Refused as refused:

@@ -45,7 +45,7 @@ class Listener {
     // The value of a read has come; what comes of the read follows.
     virtual void OnValue(uint32_t value) { (void)value; }
     // An interrupt that IntEnable lets through. With Wish::WaitAtInterrupts the board waits until
-    // this returns, and may be accessed.
+    // this returns, and may be accessed. Else it may not.
     virtual void OnInterrupt(uint32_t accesses) { (void)accesses; }
     // DMA has moved these words.
     virtual void OnMoved(uint32_t accesses, std::span<const uint32_t> words) {
@@ -93,13 +93,14 @@ class Client {
 
     // Hears of everything from now on; null: nobody.
     void SetListener(Listener* listener) { listener_ = listener; }
+    // From now on each request is waited for until all that comes of it is done, as it is with
+    // Wish::WaitAtInterrupts, and while a source of video is plugged in.
+    void WaitForEach() { waitsForEach_ = true; }
     // INTERRUPTs so far, of all boards.
     uint64_t Interrupts() const { return interrupts_; }
 
     // Makes a board, which takes the place of the one before: the next case needs no new program.
-    // `wishes`: Wish bits. With WaitAtInterrupts, or while a source of video is plugged in, every
-    // request is waited for until all that comes of it is done. The names are files to be
-    // memories; empty for none.
+    // `wishes`: Wish bits. The names are files to be memories; empty for none.
     Mapped Make(const board::Config& config, uint32_t wishes = 0,
                 const std::string& frameBufferFile = {}, const std::string& localBufferFile = {});
 
@@ -160,7 +161,7 @@ class Client {
     void OnNotice(const Message& message);
     void OnInterrupt(bool waits, uint32_t accesses);
     void SendField(uint64_t field);
-    bool InStep() const { return waits_ || source_ != nullptr; }
+    bool InStep() const { return waitsForEach_ || waits_ || source_ != nullptr; }
     // Throws unless it is able to, which is for `what`.
     void Need(Ability ability, const std::string& what) const;
     std::string Line(const std::string& what) const;
@@ -174,7 +175,7 @@ class Client {
     About about_;
     Listener* listener_ = nullptr;
     board::VideoSource* source_ = nullptr;
-    bool waits_ = false;
+    bool waits_ = false, waitsForEach_ = false;
     uint64_t interrupts_ = 0;
     Asked asked_;
     std::optional<Error> lost_;    // why nothing more can be asked

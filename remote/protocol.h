@@ -80,6 +80,7 @@ enum Ability : uint32_t {
     TakesVideo = 32,
     AnswersState = 64,
 };
+inline constexpr uint32_t kAllAbilities = 127;
 
 // What a client asks of the board that it makes.
 enum Wish : uint32_t {

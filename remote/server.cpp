@@ -22,8 +22,17 @@ constexpr uint32_t kMostMemory = 256u << 20;
 // What a client that does not wait may have in guest memories.
 constexpr uint32_t kMostGuestMemory = 256u << 20;
 constexpr uint32_t kMostFieldRate = 200, kMostFieldLines = 2000;
-constexpr uint32_t kAbilities =
-    HasTiming | HasClock | WaitsAtInterrupts | DoesDma | TakesVideo | AnswersState;
+
+// What a board has to be able to do for a request, and how that is called.
+struct Needed {
+    Kind kind;
+    Ability ability;
+    const char* what;
+};
+constexpr Needed kNeeded[] = {{Kind::Timing, HasTiming, "keeps no timing"},
+                              {Kind::Guest, DoesDma, "does no DMA"},
+                              {Kind::Video, TakesVideo, "takes no video"},
+                              {Kind::State, AnswersState, "does not tell its state"}};
 
 // A request that cannot be met.
 struct Refusal {
@@ -158,6 +167,7 @@ class Server final : private board::BusRecorder, private board::VideoSource {
     void TellStatus();
     void TellState(std::string_view begin);
 
+    bool IsAble(Ability ability) const { return (options_.abilities & ability) != 0; }
     board::Board& TheBoard() {
         if (board_ == nullptr) {
             throw Refusal{ErrorCode::NotNow, "there is no board yet: MAKE was expected"};
@@ -210,7 +220,7 @@ void Server::Hello() {
     Payload hello;
     hello.Text(kMagic)
         .Word(kVersion)
-        .Word(kAbilities | (options_.maps ? uint32_t{MapsMemory} : 0))
+        .Word(options_.abilities)
         .Word((1u << std::size(kDevices)) - 1)
         .Word(kMostMemory)
         .Text(options_.name);
@@ -242,6 +252,11 @@ void Server::Do(const Message& message, bool whole) {
         message.kind == Kind::End) {
         if (!whole) {
             throw Refusal{ErrorCode::NotNow, "the board waits for RESUME"};
+        }
+    }
+    for (const Needed& needed : kNeeded) {
+        if (message.kind == needed.kind && !IsAble(needed.ability)) {
+            throw Refusal{ErrorCode::NotAble, fmt::format("this board {}", needed.what)};
         }
     }
     const auto word = [&] {
@@ -346,6 +361,14 @@ void Server::Make(Parts& parts) {
     const std::string localFile(parts.Name());
     CheckLength(parts);
     CheckConfig(config);
+    board::Timing usual;
+    usual.microsecondsPerTick = config.timing.microsecondsPerTick;
+    if (!IsAble(HasTiming) && config.timing != usual) {
+        throw Refusal{ErrorCode::NotAble, "this board keeps no timing"};
+    }
+    if (!IsAble(WaitsAtInterrupts) && (wishes & WaitAtInterrupts) != 0) {
+        throw Refusal{ErrorCode::NotAble, "this board does not wait at interrupts"};
+    }
 
     board_.reset();
     guest_ = {};
@@ -353,7 +376,7 @@ void Server::Make(Parts& parts) {
     moved_.clear();
     wishes_ = wishes;
     const auto map = [&](const std::string& file, uint32_t bytes) {
-        return options_.maps && !file.empty() && bytes != 0
+        return IsAble(MapsMemory) && !file.empty() && bytes != 0
                    ? MappedFile::Open(file, bytes, MappedFile::Access::ReadWrite)
                    : MappedFile();
     };
@@ -426,7 +449,7 @@ void Server::Guest(Parts& parts) {
                                                        sum, kMostGuestMemory)};
     }
     GuestMemory made{busAddress, {}, {}};
-    if (options_.maps && !file.empty() && bytes != 0) {
+    if (IsAble(MapsMemory) && !file.empty() && bytes != 0) {
         made.file = MappedFile::Open(file, bytes, MappedFile::Access::Read);
     }
     if (!made.file.IsThere()) {

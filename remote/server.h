@@ -13,7 +13,8 @@ namespace remote {
 
 struct ServerOptions {
     std::string name = "korv"; // who the board is
-    bool maps = true;          // takes files as memories
+    uint32_t abilities =
+        kAllAbilities; // Ability bits; without the others for people who try clients
     // Makes the boards, of configurations that have no problem. Null: a board as it is.
     std::function<std::unique_ptr<board::Board>(const board::Config&, const board::LentMemories&)>
         make;

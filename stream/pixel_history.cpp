@@ -55,7 +55,7 @@ bool PixelHistory::Run(const Place& from, const Place& to) {
         at_ = source.At();
         if (!player_.Next(event)) {
             entries_.End(at_);
-            return to.kind == Place::Kind::End;
+            return to.kind == Place::Kind::End && (keeping_ || from.kind == Place::Kind::End);
         }
         entries_.Follow(event, at_);
         player_.Play(event);
@@ -100,9 +100,10 @@ void PixelHistory::Locate(MarkKind cause) {
             place = PlaceOf(*surface, x_, y_);
             inside_ = true;
         }
-        if (place && !Bytes(*place)) {
+        if (place && Bytes(*place) == nullptr) {
             place.reset();
         }
+        placed_ = placed_ || place;
     }
     if (place == place_) {
         return;

@@ -56,14 +56,17 @@ class PixelHistory final : public board::PixelProbe {
 
     // The screen of raw words, which have no marks.
     void SetScreen(const SurfaceLayout& screen) { rawScreen_ = screen; }
-    // Plays up to `to`, and keeps what happens from `from` on. False if the stream ends before.
+    // Plays up to `to`, and keeps what happens from `from` on. False if the stream ends before one
+    // of them.
     bool Run(const Place& from, const Place& to);
 
     const std::vector<PixelMoment>& Moments() const { return moments_; }
     const EntryPlaces& Entries() const { return entries_; }
-    // The surface, as it was last; none: there was none. Whether it ever had such a pixel.
+    // The surface, as it was last; none: there was none. Whether it ever had such a pixel, and one
+    // that lay in a memory.
     const std::optional<SurfaceLayout>& Surface() const { return surface_; }
     bool Inside() const { return inside_; }
+    bool Placed() const { return placed_; }
     // The pixel's value; none while it lies nowhere.
     std::optional<uint32_t> Value() const;
     // Names of calls and steps, by number.
@@ -107,7 +110,7 @@ class PixelHistory final : public board::PixelProbe {
     uint32_t held_ = 0; // the bytes at the place
     EntryPlaces entries_;
     board::PrimitiveKind primitive_{};
-    bool inside_ = false, keeping_ = false;
+    bool inside_ = false, placed_ = false, keeping_ = false;
     Position at_;
     std::set<std::string> names_;
     std::vector<const std::string*> callNames_, stepNames_;

@@ -11,8 +11,8 @@
 namespace board {
 
 struct Unwatched {
-    static void Reach(const Plane&, int64_t&, int64_t&) {}
     static constexpr bool Is(WrongPixels) { return false; }
+    static void Reach(const Plane&, int64_t&, int64_t&) {}
     static void Cut(PixelWay, PixelTest, const Span&, const Span&) {}
     static void Begin(PixelWay, int64_t, int64_t) {}
     static void BeginLocal(PixelWay, int64_t, int64_t) {}
@@ -38,14 +38,14 @@ class Watched {
   public:
     Watched(PixelProbe& probe, const PipelineState& state) : probe_(probe), state_(state) {}
 
+    static constexpr bool Is(WrongPixels) { return false; }
+
     // Widens `low` to `high` - 1 by the pixels that somebody may want to know of although they
     // write nothing: those of the rows, without what lies beside them.
     static void Reach(const Plane& pixels, int64_t& low, int64_t& high) {
         low = std::min<int64_t>(low, 0);
         high = std::max(high, pixels.pitch);
     }
-    static constexpr bool Is(WrongPixels) { return false; }
-
     // What of `before` is not in `after` goes no further.
     void Cut(PixelWay way, PixelTest test, const Span& before, const Span& after) {
         if (after.Empty()) {

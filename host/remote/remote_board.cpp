@@ -49,7 +49,8 @@ void SetLostBoardHook(LostBoardHook hook) {
 class RemoteBoard::Link final : private remote::Listener {
   public:
     Link(const board::Config& config, const BoardProgram& program)
-        : maps_(program.maps), client_({.program = program.command, .timeout = program.timeout}) {
+        : maps_(program.maps), client_({.program = program.command, .timeout = program.timeout}),
+          waits_(client_.IsAble(remote::WaitsAtInterrupts)) {
         frameBuffer_.file = remote::MappedFile::Create(config.frameBufferBytes);
         localBuffer_.file = remote::MappedFile::Create(config.localBufferBytes);
         if (!frameBuffer_.file.IsThere() ||
@@ -57,7 +58,8 @@ class RemoteBoard::Link final : private remote::Listener {
             throw std::runtime_error("no room for the board's memories");
         }
         client_.SetListener(this);
-        const uint32_t wishes = remote::WaitAtInterrupts |
+        client_.WaitForEach();
+        const uint32_t wishes = (waits_ ? uint32_t{remote::WaitAtInterrupts} : 0) |
                                 (client_.IsAble(remote::DoesDma) ? uint32_t{remote::TellMoved} : 0);
         const remote::Mapped mapped =
             client_.Make(config, wishes, NameOf(frameBuffer_), NameOf(localBuffer_));
@@ -78,25 +80,29 @@ class RemoteBoard::Link final : private remote::Listener {
 
     // Stands around a request by which the board acts.
     template <class Action>
-    auto Act(const Action& action) {
+    void Act(const Action& action) {
         Push();
-        const Acting acting(*this);
-        return Safely(action);
+        {
+            const Acting acting(*this);
+            Safely(action);
+        }
+        TellUpTo(told_.words.size());
+        AnswerLateInterrupts();
     }
 
     uint32_t Read(uint32_t offset) {
         const Access access(*this, {.read = true, .offset = offset});
-        return Act([&] { return client_.Read(offset); });
+        uint32_t value = 0;
+        Act([&] { value = client_.Read(offset); });
+        return value;
     }
     void Write(uint32_t offset, uint32_t value) {
-        Access access(*this, {.offset = offset, .words = {&value, 1}});
+        const Access access(*this, {.offset = offset, .words = {&value, 1}});
         Act([&] { client_.Write(offset, value); });
-        access.Done();
     }
     void Words(std::span<const uint32_t> words) {
-        Access access(*this, {.offset = reg::FIFOWindow, .words = words});
+        const Access access(*this, {.offset = reg::FIFOWindow, .words = words});
         Act([&] { client_.Words(words); });
-        access.Done();
     }
 
     std::span<uint8_t> NewGuestMemory(size_t bytes) {
@@ -159,7 +165,6 @@ class RemoteBoard::Link final : private remote::Listener {
         ~Access() { link_.told_ = before_; }
         Access(const Access&) = delete;
         Access& operator=(const Access&) = delete;
-        void Done() { link_.TellUpTo(link_.told_.words.size()); }
 
       private:
         Link& link_;
@@ -248,17 +253,36 @@ class RemoteBoard::Link final : private remote::Listener {
     }
     void OnInterrupt(uint32_t accesses) override {
         TellUpTo(accesses);
+        if (!waits_) {
+            interrupted_ = true;
+            return;
+        }
+        CallHandler();
+        Push();
+        Forget();
+    }
+    // Those at which the board did not wait.
+    void AnswerLateInterrupts() {
+        if (!handling_) {
+            handling_ = true;
+            while (std::exchange(interrupted_, false)) {
+                CallHandler();
+            }
+            handling_ = false;
+        }
+    }
+    void CallHandler() {
         // It may be replaced while it runs.
         if (const std::function<void()> call = handler) {
             const Access none(*this, {});
             call();
-            Push();
         }
-        Forget();
     }
 
     const bool maps_;
     remote::Client client_;
+    const bool waits_; // the board does, at interrupts
+    bool interrupted_ = false, handling_ = false;
     Shared frameBuffer_, localBuffer_;
     std::deque<Shared> guest_;
     std::optional<remote::Status> status_; // since the board acted last
@@ -362,7 +386,8 @@ void RemoteBoard::Advance(uint64_t microseconds) {
 void RemoteBoard::Drain() {
     const uint32_t length = std::max(Configuration().timing.microsecondsPerTick, 1u);
     const uint32_t ticks = std::min(kDrainTicks, remote::kLongestAdvance / length);
-    while (!link_->Act([&] { return link_->Client().WaitIdle(ticks); })) {
+    for (bool idle = false; !idle;) {
+        link_->Act([&] { idle = link_->Client().WaitIdle(ticks); });
     }
 }
 

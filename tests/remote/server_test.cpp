@@ -18,7 +18,8 @@ using Word = std::vector<uint32_t>;
 constexpr uint32_t kBus = 0x40000000;
 
 TEST(Server, SaysWhoItIs) {
-    const Outcome got = Serve(Sent().Hello().Bytes(), {.name = "some board", .maps = false});
+    const Outcome got = Serve(Sent().Hello().Bytes(),
+                              {.name = "some board", .abilities = kAllAbilities - MapsMemory});
     EXPECT_EQ(got.nonsense, "");
     ASSERT_EQ(got.messages.size(), 1u);
     Parts parts(got.messages[0].payload);
@@ -212,6 +213,17 @@ TEST(Server, RefusesWhatItCannotDo) {
     EXPECT_EQ(got.Of(Kind::Error).at(0).at(1), 1u);
     EXPECT_EQ(got.Of(Kind::Error).at(1).at(1), 2u);
     EXPECT_EQ(got.Of(Kind::Error).at(2).at(2), static_cast<uint32_t>(Kind::Read));
+}
+
+TEST(Server, IsNotAbleToDoMoreThanItSays) {
+    Sent sent;
+    sent.Hello().Make(WaitAtInterrupts).Make().Words(Kind::Guest, {2, kBus, 4096});
+    sent.Words(Kind::Timing, {256, 0, 0, 0, 0, 0, 0, 0, 0, 1}).Add(Kind::Video).Add(Kind::State);
+    const Outcome got = Serve(sent.Bytes(), {.abilities = HasClock});
+    EXPECT_THAT(got.Errors(),
+                ElementsAre("6 this board does not wait at interrupts", "6 this board does no DMA",
+                            "6 this board keeps no timing", "6 this board takes no video",
+                            "6 this board does not tell its state"));
 }
 
 TEST(Server, WhatIsNoMessageEndsTheSession) {

@@ -270,6 +270,8 @@ TEST_F(PlayCommand, RefusesInOneLine) {
     expect({capture, "-o", folder / "x.png", "--surface", "nobody"}, "has no surface 'nobody'");
     expect({capture, "--every", "frame"}, "'--pictures' and '--every' belong together");
     expect({capture, "--overdraw"}, "'--overdraw' needs a place for its picture");
+    expect({capture, "--overdraw", "--from", "step:9999", "-o", folder / "x.png"},
+           "has no step:9999");
     expect({capture, "--from", "5"}, "'--from' is for '--overdraw'");
     expect({folder / "words", "--chip", "permedia", "--check"}, "raw words have no checksums");
     const ToolResult short_ = RunTool({"play", cut, "--check"});

@@ -17,6 +17,7 @@
 namespace korv {
 namespace {
 
+using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -26,12 +27,15 @@ const std::string kOwn = std::string(KORV_TOOL) + " board";
 TEST(ConformCommand, ListsByUnitChipAndCase) {
     const ToolResult all = RunTool({"conform", "list"});
     EXPECT_EQ(all.code, 0) << all.err;
-    EXPECT_THAT(all.out, HasSubstr("\nrasteriser/upright-inside@sx\n"));
-    const ToolResult some =
-        RunTool({"conform", "list", "--unit", "fog", "--chip", "tx", "--case", "*/flat-*"});
-    EXPECT_EQ(some.out, "fog/flat-none-grey@tx\nfog/flat-none-red@tx\nfog/flat-most-grey@tx\n"
-                        "fog/flat-most-red@tx\nfog/flat-half-grey@tx\nfog/flat-half-red@tx\n"
-                        "fog/flat-little-grey@tx\nfog/flat-little-red@tx\n8 cases\n");
+    EXPECT_THAT(all.out, HasSubstr("\nbeam: Where the beam is, and the retrace"));
+    EXPECT_THAT(all.out,
+                ContainsRegex("\n  rasteriser/upright-inside +@ sx tx mx permedia permedia2\n"));
+    EXPECT_THAT(all.out, ContainsRegex("\n  texel-address/agp +@ permedia2\n"));
+    const ToolResult some = RunTool({"conform", "list", "--unit", "fog", "--chip", "tx", "--chip",
+                                     "mx", "--case", "*/flat-*-red@tx"});
+    EXPECT_EQ(some.out, "fog: Mixes a colour into fragments, before blending.\n"
+                        "  fog/flat-none-red    @ tx\n  fog/flat-most-red    @ tx\n"
+                        "  fog/flat-half-red    @ tx\n  fog/flat-little-red  @ tx\n\n4 cases\n");
     const auto json = nlohmann::json::parse(
         RunTool({"conform", "list", "--case", "depth/slopes-both@mx", "--json"}).out);
     ASSERT_EQ(json["cases"].size(), 1u);
@@ -238,6 +242,16 @@ TEST(ConformPrograms, ABrokenBoardIsFoundAndShown) {
     EXPECT_THAT(page, HasSubstr("edges.on-centres-both@mx-colour.png"));
     const host::Picture picture = ReadPng(folder / "edges.on-centres-both@mx-colour.png");
     EXPECT_EQ(picture.width, 3 * picture.height);
+}
+
+TEST(ConformPrograms, BoardsAreSparedWhatTheyAreNotAbleTo) {
+    const ToolResult result = Asked(kOwn + " --without dma",
+                                    {"--chip", "tx", "--unit", "dma", "--unit", "sync", "--json"});
+    EXPECT_EQ(result.code, 0) << result.out;
+    const auto json = nlohmann::json::parse(result.out);
+    EXPECT_EQ(json["passed"], 13);
+    EXPECT_EQ(json["left"], 8);
+    EXPECT_EQ(json["results"][0]["what"], "the program says that it does no DMA");
 }
 
 TEST(ConformPrograms, ProgramsThatDoNotStartAreToldOf) {

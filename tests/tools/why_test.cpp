@@ -229,6 +229,9 @@ TEST_F(WhyCommand, RefusesInOneLine) {
     expect({Capture(), "5000,2"}, "pixel 5000,2 lies outside '");
     expect({Capture(), "1,2", "--surface", "nobody"}, "has no surface 'nobody'");
     expect({Capture(), "1,2", "--to", "word:99999999"}, "has no word:99999999");
+    expect({Capture(), "1,2", "--from", "step:9999"}, "has no step:9999");
+    expect({*folder_ / "words", "1,2", "--chip", "tx", "--base", "99999999"},
+           "'screen' is not in the board's memories");
     expect({Capture(), "1,2", "--chip", "tx"}, "'--chip' is for raw words");
     expect({*folder_ / "words", "1,2"}, "raw words need '--chip'");
     expect({*folder_ / "words", "1,2", "--chip", "tx", "--surface", "s"},

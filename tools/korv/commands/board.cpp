@@ -7,8 +7,11 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <memory>
+#include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace korv {
 
@@ -26,9 +29,33 @@ Examples:
 )";
 
 struct ServeArguments {
-    bool noMaps = false;
+    std::vector<std::string> without;
     std::string wrong;
 };
+
+struct AbilityName {
+    const char* name;
+    remote::Ability ability;
+};
+constexpr AbilityName kAbilities[] = {
+    {"mapping", remote::MapsMemory},        {"timing", remote::HasTiming},
+    {"waiting", remote::WaitsAtInterrupts}, {"dma", remote::DoesDma},
+    {"video", remote::TakesVideo},          {"state", remote::AnswersState}};
+
+uint32_t AbilitiesWithout(const std::vector<std::string>& names) {
+    uint32_t abilities = remote::kAllAbilities;
+    for (const std::string& name : names) {
+        const auto found = std::ranges::find(kAbilities, name, &AbilityName::name);
+        if (found == std::end(kAbilities)) {
+            throw UsageError(
+                fmt::format("bad value '{}' for '--without': expected mapping, timing, "
+                            "waiting, dma, video or state",
+                            name));
+        }
+        abilities &= ~uint32_t{found->ability};
+    }
+    return abilities;
+}
 
 void Serve(const ServeArguments& arguments, Console& console) {
     if (arguments.wrong == kListBreaks) {
@@ -42,7 +69,7 @@ void Serve(const ServeArguments& arguments, Console& console) {
     }
     remote::ServerOptions options;
     options.name = "korv " KORV_VERSION;
-    options.maps = !arguments.noMaps;
+    options.abilities = AbilitiesWithout(arguments.without);
     if (wrong != board::Break::None) {
         options.name += ", broken: " + arguments.wrong;
         options.make = [wrong](const board::Config& config, const board::LentMemories& memories) {
@@ -60,8 +87,12 @@ void Serve(const ServeArguments& arguments, Console& console) {
 void SetUpBoard(CLI::App& command, Console& console) {
     auto arguments = std::make_shared<ServeArguments>();
     AddBreakOption(command, arguments->wrong, "Be wrong in one way");
-    command.add_flag("--no-mapping", arguments->noMaps,
-                     "Take no files as memories, so that clients fetch");
+    command
+        .add_option(
+            "--without", arguments->without,
+            "Be a board that is not able to do this: mapping, timing, waiting, dma, video or "
+            "state; may be repeated. For those who try a client")
+        ->type_name("ABILITY");
     command.footer(kFooter);
     command.callback([arguments, &console] { Serve(*arguments, console); });
 }

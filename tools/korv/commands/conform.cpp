@@ -17,6 +17,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <optional>
 
@@ -39,6 +40,35 @@ struct ConformArguments {
     bool timeoutGiven = false, json = false, golden = false;
 };
 
+// Unit by unit, a line for each case and the chips that it is made for.
+void ListByUnit(std::span<const conform::Case> cases, Console& console) {
+    std::map<std::string, std::string> abouts;
+    for (const conform::Description& one : conform::AllDescriptions()) {
+        abouts[one.unit] = one.about;
+    }
+    std::vector<std::string> order;
+    std::map<std::string, std::string> chips; // by unit and case
+    size_t width = 0;
+    for (const conform::Case& one : cases) {
+        const std::string name = one.unit + "/" + one.name;
+        if (chips[name].empty()) {
+            order.push_back(name);
+        }
+        chips[name] += " " + one.chip;
+        width = std::max(width, name.size());
+    }
+    Listing listing(console.out);
+    std::string unit;
+    for (const std::string& name : order) {
+        if (const std::string here = name.substr(0, name.find('/')); here != unit) {
+            fmt::print(listing.Out(), "{}{}: {}\n", unit.empty() ? "" : "\n", here, abouts[here]);
+            unit = here;
+        }
+        fmt::print(listing.Out(), "  {:{}}  @{}\n", name, width, chips[name]);
+    }
+    fmt::print(listing.Out(), "{}{}\n", unit.empty() ? "" : "\n", Count(cases.size(), "case"));
+}
+
 void ListCases(const ConformArguments& arguments, Console& console) {
     const std::vector<conform::Case> cases = conform::Chosen(arguments.filter);
     if (arguments.golden) {
@@ -58,13 +88,7 @@ void ListCases(const ConformArguments& arguments, Console& console) {
         fmt::print(console.out, "{}\n", list.dump(2));
         return;
     }
-    {
-        Listing listing(console.out);
-        for (const conform::Case& one : cases) {
-            fmt::print(listing.Out(), "{}\n", one.id);
-        }
-    }
-    fmt::print(console.Report(), "{}\n", Count(cases.size(), "case"));
+    ListByUnit(cases, console);
 }
 
 class ConformRun {

@@ -61,7 +61,8 @@ class Play {
         if (arguments.overdraw) {
             overdraw_.emplace(player_.Board().FrameBuffer().size(),
                               player_.Board().LocalBuffer().size());
-            overdraw_->SetCounting(arguments.from.kind == stream::Place::Kind::Start);
+            counting_ = arguments.from.kind == stream::Place::Kind::Start;
+            overdraw_->SetCounting(counting_);
             player_.Board().SetProbe(&*overdraw_);
         }
         if (!input_.Source().HasEvents()) {
@@ -77,6 +78,10 @@ class Play {
             throw UserError(fmt::format("'{}' has no {}: it ends behind {}", arguments_.stream.file,
                                         arguments_.to.Text(),
                                         stream::TextOf(input_.Source().At())));
+        }
+        if (!counting_) {
+            throw UserError(fmt::format("'{}' has no {} before the end: nothing is counted",
+                                        arguments_.stream.file, arguments_.from.Text()));
         }
         WriteOutputs();
         input_.WarnOfCut(console_);
@@ -107,7 +112,8 @@ class Play {
             if (event.kind == stream::EventKind::Mark) {
                 FollowMark(*event.mark, before);
             }
-            if (overdraw_ && IsAt(arguments_.from, source.At(), &event)) {
+            if (!counting_ && IsAt(arguments_.from, source.At(), &event)) {
+                counting_ = true;
                 overdraw_->SetCounting(true);
             }
             if (IsAt(arguments_.to, source.At(), &event)) {
@@ -279,7 +285,7 @@ class Play {
     stream::PrimitiveWalker walker_;
     std::optional<stream::Overdraw> overdraw_;
     std::optional<OutputFile> output_, memory_, localMemory_;
-    bool checks_ = false;
+    bool checks_ = false, counting_ = true; // writes, for the overdraw
     uint64_t checked_ = 0, pictures_ = 0;
     std::vector<Mismatch> mismatches_;
 };

@@ -277,7 +277,7 @@ void SetUpStats(CLI::App& command, Console& console) {
     AddStreamArguments(command, arguments->stream);
     command.add_flag("--words-only", arguments->wordsOnly,
                      "Leave out what is drawn: pixels, and bytes drawn");
-    AddRawScreenArguments(command, arguments->screen);
+    AddRawDepthArgument(command, arguments->screen);
     command.add_flag("--json", arguments->json, "Tell it as JSON");
     command.footer(kStatsFooter);
     command.callback([arguments, &console] { Stats(*arguments, console); });

@@ -117,9 +117,11 @@ class Why {
         const bool reached =
             input_.Run([&] { return history.Run(arguments_.from, arguments_.to); });
         if (!reached) {
-            throw UserError(fmt::format("'{}' has no {}: it ends behind {}", arguments_.stream.file,
-                                        arguments_.to.Text(),
-                                        stream::TextOf(input_.Source().At())));
+            throw UserError(fmt::format(
+                "'{}' has no {}: it ends behind {}", arguments_.stream.file,
+                (arguments_.to.kind == stream::Place::Kind::End ? arguments_.from : arguments_.to)
+                    .Text(),
+                stream::TextOf(input_.Source().At())));
         }
         if (!history.Surface()) {
             throw UserError(
@@ -131,6 +133,10 @@ class Why {
             throw UserError(fmt::format("pixel {},{} lies outside '{}', which has {}x{} pixels",
                                         pixel_.x, pixel_.y, surface.empty() ? "screen" : surface,
                                         history.Surface()->width, history.Surface()->height));
+        }
+        if (!history.Placed()) {
+            throw UserError(fmt::format("'{}' is not in the board's memories",
+                                        surface.empty() ? "screen" : surface));
         }
         surface_ = *history.Surface();
         surface_.name = surface.empty() ? "screen" : surface;

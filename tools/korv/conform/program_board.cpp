@@ -1,5 +1,6 @@
 #include "tools/korv/conform/program_board.h"
 
+#include "chip/registers.h"
 #include "remote/client.h"
 
 #include <algorithm>
@@ -46,9 +47,23 @@ remote::Client& ProgramBoard::Running() {
     return *client_;
 }
 
-bool ProgramBoard::LacksChip(const board::Config& config) {
+std::string ProgramBoard::LackFor(const Case& one) {
     try {
-        return !Running().HasChip(config.chip);
+        const remote::Client& client = Running();
+        const auto has = [&one](auto&& step) { return std::ranges::any_of(one.steps, step); };
+        if (!client.HasChip(one.config.chip)) {
+            return "the program says that it is no such chip";
+        }
+        if (!client.IsAble(remote::DoesDma) && has([](const Step& step) {
+                return step.kind == EventKind::Write && step.offset == reg::DMACount;
+            })) {
+            return "the program says that it does no DMA";
+        }
+        if (!client.IsAble(remote::HasClock) &&
+            has([](const Step& step) { return step.kind == EventKind::Clock; })) {
+            return "the program says that its clock goes by itself";
+        }
+        return {};
     } catch (const remote::Error& error) {
         throw SubjectError(error.what());
     }

@@ -21,9 +21,9 @@ class ProgramBoard final : public Subject {
     // Starts the program if it is not running: one that crashed, hung or sent nonsense in a case is
     // started anew for the next.
     Outcome Run(const Case& one, size_t steps) override;
-    // The program says that it is no such board. Starts it, and throws SubjectError if it does not
-    // start.
-    bool LacksChip(const board::Config& config);
+    // What the program says that it lacks for a case, in a line; empty: nothing. Starts it, and
+    // throws SubjectError if it does not start.
+    std::string LackFor(const Case& one);
     // Who the program says it is.
     std::string Name();
 

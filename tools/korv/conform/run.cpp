@@ -110,9 +110,8 @@ std::vector<Result> RunProgram(std::span<const Case> cases, ProgramBoard& progra
             if (lost == kMostLost) {
                 result.kind = Kind::Left;
                 result.what = fmt::format("not asked: {} cases before it were lost", lost);
-            } else if (program.LacksChip(one.config)) {
+            } else if (result.what = program.LackFor(one); !result.what.empty()) {
                 result.kind = Kind::Left;
-                result.what = "the program says that it is no such chip";
             } else {
                 expected = right.Subject::Run(one);
                 found = program.Subject::Run(one);

@@ -9,6 +9,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <limits>
+
 namespace korv {
 
 void AddRawScreenArguments(CLI::App& command, RawScreen& screen) {
@@ -16,12 +18,15 @@ void AddRawScreenArguments(CLI::App& command, RawScreen& screen) {
         .add_option("--size", screen.size,
                     "Raw words: size of the screen in pixels (default 640x480)")
         ->type_name("WxH");
+    AddRawDepthArgument(command, screen);
+    AddNumber(command, "--base", screen.base, 0, std::numeric_limits<int>::max(),
+              "Raw words: where it begins in the frame buffer, in bytes (default 0)")
+        ->type_name("BYTES");
+}
+
+void AddRawDepthArgument(CLI::App& command, RawScreen& screen) {
     AddChoice(command, "--depth", screen.depth, {"8", "16", "32"},
               "Raw words: bits per pixel of the screen (default 16)");
-    command
-        .add_option("--base", screen.base,
-                    "Raw words: where it begins in the frame buffer, in bytes (default 0)")
-        ->type_name("BYTES");
 }
 
 stream::SurfaceLayout SetUpRawScreen(stream::Player& player, const RawScreen& screen,
@@ -37,7 +42,7 @@ stream::SurfaceLayout SetUpRawScreen(stream::Player& player, const RawScreen& sc
     }
     auto layout =
         stream::ScreenLayout(width, static_cast<uint32_t>(size.height), bits, pitch * bits / 8);
-    layout.offset = screen.base;
+    layout.offset = static_cast<uint32_t>(screen.base);
     return layout;
 }
 

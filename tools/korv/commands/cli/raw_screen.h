@@ -15,11 +15,14 @@ namespace korv {
 
 struct RawScreen {
     std::string size = "640x480", depth = "16";
-    uint32_t base = 0; // bytes
+    int base = 0; // bytes
 };
 
 // --size, --depth and --base.
 void AddRawScreenArguments(CLI::App& command, RawScreen& screen);
+
+// --depth alone, for whoever looks at no picture.
+void AddRawDepthArgument(CLI::App& command, RawScreen& screen);
 
 // Sets the board up as the display's own driver does at a mode change, before the first word, and
 // tells where the screen lies. `chip` is what --chip says.
