@@ -47,7 +47,7 @@ void UpdateLocalSpan(const LocalUpdate& update, const Span& whole, FaultCounts& 
         faults.badMemoryAccesses += source.ClipToMemory(span);
     }
     const PixelWay way = copies ? PixelWay::LocalCopy : PixelWay::LocalFill;
-    watch.Cut(way, PixelTest::Memory, whole, span);
+    watch.CutLocal(way, PixelTest::Memory, whole, span);
     const int64_t direction = span.leftward ? -1 : 1;
     int64_t x = span.First();
     for (int64_t left = span.right - span.left; left > 0; --left, x += direction) {

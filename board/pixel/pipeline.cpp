@@ -167,18 +167,6 @@ void DrawPixels(const PipelineState& state, const Span& span, const Interpolants
     }
 }
 
-// What the pixels of a primitive are, but those of updates of the local buffer.
-PixelWay WayOf(const PipelineState& state) {
-    switch (state.copy.way) {
-    case CopyState::Way::None:
-        return state.blockFill ? PixelWay::Fill : PixelWay::Fragment;
-    case CopyState::Way::Packed:
-        return PixelWay::PackedCopy;
-    default:
-        return PixelWay::Copy;
-    }
-}
-
 // Of a span that counts columns of words, the pixels in it, for a probe.
 Span PixelsOfColumns(const PipelineState& state, Span span) {
     const int64_t bytes = state.pixels.bytesPerElement;
@@ -203,11 +191,10 @@ template <class Watch>
 void Draw(const PipelineState& state, const RowPlan* plan, const Span& whole,
           const Interpolants& row, PickUnit& pick, FaultCounts& faults, Watch watch) {
     const bool rawRows = plan != nullptr && plan->raw;
-    const PixelWay way = WayOf(state);
     const bool rowInside = whole.y >= state.clip.top && whole.y < state.clip.bottom;
-    if (way == PixelWay::PackedCopy) {
+    if (state.copy.way == CopyState::Way::Packed) {
         if (!rowInside) {
-            watch.Cut(way, PixelTest::Scissor, PixelsOfColumns(state, whole), {});
+            watch.Cut(PixelTest::Scissor, PixelsOfColumns(state, whole), {});
         } else if (!(rawRows && CopyPackedRow(state, whole))) {
             CopyPackedSpan(state, whole, faults, watch);
         }
@@ -218,12 +205,12 @@ void Draw(const PipelineState& state, const RowPlan* plan, const Span& whole,
         return;
     }
     if (!rowInside) {
-        watch.Cut(way, PixelTest::Scissor, whole, {});
+        watch.Cut(PixelTest::Scissor, whole, {});
         return;
     }
     if (span.left < state.clip.left || span.right > state.clip.right) {
         span.Clip(state.clip.left, state.clip.right);
-        watch.Cut(way, PixelTest::Scissor, whole, span);
+        watch.Cut(PixelTest::Scissor, whole, span);
         if (span.Empty()) {
             return;
         }
@@ -240,10 +227,11 @@ void Draw(const PipelineState& state, const RowPlan* plan, const Span& whole,
     if (!span.Empty() && state.depth.Touches()) {
         faults.badMemoryAccesses += state.depth.plane.ClipToMemory(span);
     }
-    if (way == PixelWay::Fragment && !state.drawsPixels && !state.depth.Touches()) {
+    if (!state.drawsPixels && !state.depth.Touches() && !state.blockFill &&
+        state.copy.way == CopyState::Way::None) {
         ClipToEffect(state, pick, watch, span);
     }
-    watch.Cut(way, PixelTest::Memory, inside, span);
+    watch.Cut(PixelTest::Memory, inside, span);
     if (span.Empty()) {
         return;
     }

@@ -13,7 +13,8 @@ namespace board {
 struct Unwatched {
     static constexpr bool Is(WrongPixels) { return false; }
     static void Reach(const Plane&, int64_t&, int64_t&) {}
-    static void Cut(PixelWay, PixelTest, const Span&, const Span&) {}
+    static void Cut(PixelTest, const Span&, const Span&) {}
+    static void CutLocal(PixelWay, PixelTest, const Span&, const Span&) {}
     static void Begin(PixelWay, int64_t, int64_t) {}
     static void BeginLocal(PixelWay, int64_t, int64_t) {}
     static void BeginBytes(PixelWay, int64_t, int64_t, int64_t, int64_t, bool = false) {}
@@ -47,13 +48,12 @@ class Watched {
         high = std::max(high, pixels.pitch);
     }
     // What of `before` is not in `after` goes no further.
-    void Cut(PixelWay way, PixelTest test, const Span& before, const Span& after) {
-        if (after.Empty()) {
-            CutRun(way, test, before.y, before.left, before.right);
-        } else {
-            CutRun(way, test, before.y, before.left, after.left);
-            CutRun(way, test, before.y, after.right, before.right);
-        }
+    void Cut(PixelTest test, const Span& before, const Span& after) {
+        Cut(WayOf(state_), test, before, after);
+    }
+    // The same of an update of the local buffer.
+    void CutLocal(PixelWay way, PixelTest test, const Span& before, const Span& after) {
+        Cut(way, test, before, after);
     }
 
     // A pixel inside clip rectangle and memories begins; what it meets is told, and End() ends it.
@@ -112,6 +112,24 @@ class Watched {
     }
 
   private:
+    static PixelWay WayOf(const PipelineState& state) {
+        switch (state.copy.way) {
+        case CopyState::Way::None:
+            return state.blockFill ? PixelWay::Fill : PixelWay::Fragment;
+        case CopyState::Way::Packed:
+            return PixelWay::PackedCopy;
+        default:
+            return PixelWay::Copy;
+        }
+    }
+    void Cut(PixelWay way, PixelTest test, const Span& before, const Span& after) {
+        if (after.Empty()) {
+            CutRun(way, test, before.y, before.left, before.right);
+        } else {
+            CutRun(way, test, before.y, before.left, after.left);
+            CutRun(way, test, before.y, after.right, before.right);
+        }
+    }
     bool IsLocal(const Plane& plane) const { return plane.memory != state_.pixels.memory; }
     void Start(PixelWay way, int64_t x, int64_t y) {
         pixel_ = {};

@@ -1,6 +1,7 @@
 // What a capture holds is enough: a bare board that plays it has the memories and registers of the
 // board that was captured, at every step, frame and picture. And capturing changes nothing.
 #include "chip/registers.h"
+#include "host/display/display.h"
 #include "host/driver_module.h"
 #include "host/observe/watched_memory.h"
 #include "stream/capture_writer.h"
@@ -10,6 +11,7 @@
 #include "tests/tools/scene_scripts.h"
 #include "tests/tools/temporary_folder.h"
 #include "tests/tools/told_memories.h"
+#include "tools/korv/capture/capture.h"
 #include "tools/korv/chips/chips.h"
 
 #include <gmock/gmock.h>
@@ -126,6 +128,19 @@ TEST_P(ScriptCaptured, PlaysByTheDllToo) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenes, ScriptCaptured, testing::ValuesIn(SceneScripts()), SceneTestName);
+
+TEST(CaptureOfADisplay, RefusesABoardWithADmaThread) {
+    const TemporaryFolder folder;
+    const Capture capture(folder / "c.korv");
+    host::DisplayConfig config;
+    config.dmaThread = true;
+    try {
+        const host::Display display(config);
+        ADD_FAILURE() << "it is captured";
+    } catch (const std::invalid_argument& error) {
+        EXPECT_STREQ(error.what(), "a board with a DMA thread cannot be captured");
+    }
+}
 
 // Where memory cannot be watched it is compared, and the capture is the same to the byte.
 class ComparedCapture : public testing::TestWithParam<std::string> {
