@@ -170,8 +170,8 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
         auto board = std::make_unique<RemoteBoard>(BoardConfig(config_), config_.program);
         const auto noDma = config_.registry.find("Direct3DHAL.NoDMA");
         if (!board->DoesDma() && (noDma == config_.registry.end() || noDma->second != "1")) {
-            throw std::invalid_argument("the board of '" + config_.program.command +
-                                        "' does no DMA: a driver that feeds the FIFO was expected");
+            throw std::runtime_error("board program '" + config_.program.command +
+                                     "': it does no DMA, and the driver is not told to do without");
         }
         remote_ = board.get();
         board_ = std::move(board);

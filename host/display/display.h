@@ -45,7 +45,7 @@ class Display {
   public:
     // Powers the board on and fills all shared records. Throws std::invalid_argument for
     // what no machine has (CheckConfig), and for a timing under which a driver DLL would wait for
-    // ever; remote::Error for a board program that cannot be this board.
+    // ever; std::runtime_error for a board program that cannot be this board.
     explicit Display(DisplayConfig config);
     ~Display();
     Display(const Display&) = delete;

@@ -17,6 +17,26 @@ using Word = std::vector<uint32_t>;
 
 constexpr uint32_t kBus = 0x40000000;
 
+// The document's rows "| 0xC0 | `ERROR` | ...", and no other kinds than those have names.
+TEST(Protocol, HasTheKindsThatTheDocumentTells) {
+    std::ifstream file(KORV_PROJECT "/docs/board-protocol.md");
+    std::map<uint32_t, std::string> told, named;
+    for (std::string line; std::getline(file, line);) {
+        const size_t name = line.find(" | `");
+        if (line.starts_with("| ") && std::isdigit(line[2]) != 0 && name != line.npos) {
+            told[std::stoul(line.substr(2), nullptr, 0)] =
+                line.substr(name + 4, line.find('`', name + 4) - name - 4);
+        }
+    }
+    for (uint32_t kind = 0; kind < 0x1000; ++kind) {
+        if (const auto name = NameOf(static_cast<Kind>(kind)); !name.empty()) {
+            named[kind] = name;
+        }
+    }
+    EXPECT_EQ(named.size(), 19u + 4);
+    EXPECT_EQ(told, named);
+}
+
 TEST(Server, SaysWhoItIs) {
     const Outcome got = Serve(Sent().Hello().Bytes(),
                               {.name = "some board", .abilities = kAllAbilities - MapsMemory});
