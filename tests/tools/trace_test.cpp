@@ -560,7 +560,8 @@ TEST_F(TraceTest, ContextsTakeTheTraceRoadAndThoseWithoutDmaStayAsTheyAre) {
         Settings settings;
         settings.size = {64, 64};
         settings.fifo = fifo;
-        const Canvas canvas(ChipByName("permedia"), settings, recording);
+        const ChipChoice& chip = ChipByName("permedia");
+        const Canvas canvas(chip, settings, recording.ToldOf(chip.deviceId));
         const D3DContext* context = ContextSlots[1];
         if (fifo) {
             return context->TraceEnabled == 0 && context->Stream.StartDMA == nullptr;

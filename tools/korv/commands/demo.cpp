@@ -227,7 +227,7 @@ void Demo(const DemoArguments& arguments, Console& console) {
             Recording recording(record);
             const Scene& scene = *scenes[row];
             Canvas canvas(*chips[column], scene.flips ? FilmSettings(scene, settings) : settings,
-                          recording);
+                          recording.ToldOf(chips[column]->deviceId));
             scenes[row]->draw(canvas);
             host::Picture picture = canvas.Finish();
             if (scenes[row]->flips) {

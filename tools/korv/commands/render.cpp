@@ -172,7 +172,7 @@ void Render(const RenderArguments& arguments, Console& console) {
         drawn += done == all ? all : 0;
     };
 
-    Canvas canvas(chip, settings, recording);
+    Canvas canvas(chip, settings, recording.ToldOf(chip.deviceId));
     canvas.Clear(kBackground);
     canvas.State(D3DRENDERSTATE_ZENABLE, zBuffer);
     canvas.State(D3DRENDERSTATE_CULLMODE, CullMode(arguments.cull));
