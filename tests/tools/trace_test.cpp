@@ -10,6 +10,7 @@
 #include "tools/korv/capture/trace_client.h"
 #include "tools/korv/capture/trace_listing.h"
 #include "tools/korv/capture/trace_tool.h"
+#include "tools/korv/capture/recording.h"
 #include "tools/korv/painting/canvas.h"
 
 #include <gtest/gtest.h>

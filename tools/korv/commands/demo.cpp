@@ -1,5 +1,6 @@
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/progress.h"
+#include "tools/korv/capture/recording.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/draw_options.h"
 #include "tools/korv/images/captions.h"
@@ -7,7 +8,7 @@
 #include "tools/korv/images/difference.h"
 #include "tools/korv/images/png.h"
 #include "tools/korv/painting/canvas.h"
-#include "tools/korv/scenes/scene.h"
+#include "tools/korv/scenes/film.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -113,16 +114,6 @@ size_t CountPictures(const std::vector<const ChipChoice*>& chips,
     return pictures;
 }
 
-// Animations are shown on small screens, so that all frames together make a picture like others.
-Settings FilmSettings(const Scene& scene, Settings settings) {
-    settings.size.width = std::max(settings.size.width / kFilmColumns, 1);
-    settings.size.height = std::max(settings.size.height / kFilmRows, 1);
-    // Video is converted on its way to the visible screen alone.
-    settings.onScreen = scene.needs == Needs::Video;
-    settings.flips = !settings.onScreen;
-    return settings;
-}
-
 // Numbers the frames from 00: "tx-animation-00.png".
 void WriteFrames(const std::filesystem::path& folder, const std::string& name,
                  const std::vector<host::Picture>& frames) {
@@ -226,7 +217,7 @@ void Demo(const DemoArguments& arguments, Console& console) {
             }
             Recording recording(record);
             const Scene& scene = *scenes[row];
-            Canvas canvas(*chips[column], scene.flips ? FilmSettings(scene, settings) : settings,
+            Canvas canvas(*chips[column], SettingsFor(scene, settings),
                           recording.ToldOf(chips[column]->deviceId));
             scenes[row]->draw(canvas);
             host::Picture picture = canvas.Finish();

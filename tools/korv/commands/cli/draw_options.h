@@ -1,5 +1,6 @@
 #pragma once
 // What every command that draws can be told.
+#include "tools/korv/capture/recording.h"
 #include "tools/korv/painting/canvas.h"
 
 #include <string>
