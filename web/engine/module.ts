@@ -34,6 +34,10 @@ export class Korv {
   model = (name: string) => this.ask<t.Model>("korv_model", name);
 
   draw = (request: t.DrawRequest) => this.ask<t.Drawn>("korv_draw", JSON.stringify(request));
+  // Both at once.
+  frame(request: t.DrawRequest): t.Frame {
+    return { drawn: this.draw(request), picture: this.picture() };
+  }
   calls = () => this.ask<t.Call[]>("korv_calls");
   words = (first: number, most: number) => this.ask<t.Word[]>("korv_words", first, most);
   find = (text: string, first: number) => this.ask<{ word: number | null }>("korv_find", text, first).word;

@@ -46,6 +46,11 @@ export interface Drawn {
   faults: string;
 }
 
+export interface Frame {
+  drawn: Drawn;
+  picture: Picture;
+}
+
 export interface Call {
   name: string;
   fields: Record<string, number | string>;

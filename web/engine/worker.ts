@@ -1,12 +1,14 @@
 // A worker with one module. A request is {id, name, values}; the answer {id, value} or {id, error}. The first message
 // brings the compiled module.
 import { Korv } from "./module.ts";
+import type { Picture } from "./types.ts";
 
 let korv: Korv | undefined;
 
 function transferred(value: unknown): Transferable[] {
-  const rgba = (value as { rgba?: Uint8ClampedArray } | null)?.rgba;
-  return rgba ? [rgba.buffer as ArrayBuffer] : [];
+  const holder = value as { rgba?: Picture["rgba"]; picture?: Picture } | null;
+  const rgba = holder?.rgba ?? holder?.picture?.rgba;
+  return rgba ? [rgba.buffer] : [];
 }
 
 self.onmessage = ({ data }: MessageEvent) => {

@@ -1,7 +1,7 @@
 // Makes korv.html of web/page and the module: node web/tools/build.mjs. One file that needs no other and asks for none.
-import { build } from "esbuild";
 import { createHash } from "node:crypto";
 import { mkdirSync, readFileSync, writeFileSync } from "node:fs";
+import { createRequire } from "node:module";
 import { dirname, join } from "node:path";
 import { fileURLToPath } from "node:url";
 import { deflateRawSync } from "node:zlib";
@@ -11,7 +11,10 @@ const kMostBytes = 4 << 20;
 const web = join(dirname(fileURLToPath(import.meta.url)), "..");
 const output = join(process.env.KORV_BUILD ?? join(web, "../build"), "web");
 
-const common = { bundle: true, minify: true, write: false, target: "es2022", legalComments: "none" };
+// Packages lie beside what is built of them.
+const { build } = createRequire(join(output, "packages"))("esbuild");
+
+const common = { nodePaths: [join(output, "node_modules")], bundle: true, minify: true, write: false, target: "es2022", legalComments: "none" };
 
 async function bundled(entry, options = {}) {
   const result = await build({ ...common, entryPoints: [join(web, entry)], format: "iife", ...options });

@@ -1,13 +1,16 @@
 // Bundles web/tests and runs them: node web/tools/test.mjs [NAME...]. Names are those of files, without ".test.ts".
-import { build } from "esbuild";
 import { spawnSync } from "node:child_process";
 import { mkdirSync, readdirSync } from "node:fs";
+import { createRequire } from "node:module";
 import { dirname, join } from "node:path";
 import { fileURLToPath } from "node:url";
 
 const web = join(dirname(fileURLToPath(import.meta.url)), "..");
 const project = join(web, "..");
-const output = join(process.env.KORV_BUILD ?? join(project, "build"), "web/tests");
+const made = join(process.env.KORV_BUILD ?? join(project, "build"), "web");
+const output = join(made, "tests");
+// Packages lie beside what is built of them.
+const { build } = createRequire(join(made, "packages"))("esbuild");
 mkdirSync(output, { recursive: true });
 const names = process.argv.slice(2);
 const files = readdirSync(join(web, "tests"))
@@ -27,6 +30,6 @@ await build({
 const { status } = spawnSync(
   process.execPath,
   ["--test", "--test-reporter=spec", ...files.map((file) => join(output, file.replace(/ts$/, "mjs")))],
-  { stdio: "inherit", env: { ...process.env, KORV_PROJECT: project, NODE_PATH: join(web, "node_modules") } },
+  { stdio: "inherit", env: { ...process.env, KORV_PROJECT: project } },
 );
 process.exit(status ?? 1);
