@@ -11,7 +11,7 @@ namespace house {
 namespace {
 
 constexpr const char* kCodeFolders[] = {"chip", "driver", "board", "stream",
-                                        "host", "tools",  "bench"};
+                                        "host", "tools",  "web",   "bench"};
 
 // The name between the two marks of an include line; empty for any other line.
 std::string Included(const std::string& line, char open, char close) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -56,7 +57,7 @@ const char* EndOfNumber(const char* first, const char* last) {
 const char* EndOfWord(const char* first, const char* last) {
     const char* const at = first != last && *first == '-' ? first + 1 : first;
     const auto begins = [&](const char* word) {
-        const auto length = static_cast<ptrdiff_t>(std::strlen(word));
+        const auto length = static_cast<std::ptrdiff_t>(std::strlen(word));
         return last - at >= length &&
                std::equal(word, word + length, at, [](char a, char b) { return a == (b | 0x20); });
     };
@@ -144,7 +145,7 @@ std::to_chars_result Write(char* first, char* last, float value) {
         const std::string scientific = Scientific(value), fixed = Fixed(value, scientific);
         text = fixed.size() <= scientific.size() ? fixed : scientific;
     }
-    if (static_cast<ptrdiff_t>(text.size()) > last - first) {
+    if (static_cast<std::ptrdiff_t>(text.size()) > last - first) {
         return {last, std::errc::value_too_large};
     }
     return {std::copy(text.begin(), text.end(), first), std::errc{}};

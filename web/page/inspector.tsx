@@ -67,7 +67,7 @@ export function Inspector({ engine, settings }: { engine: Engine; settings: Sett
     const show = async () => {
       setBusy(true);
       try {
-        const here = await engine.ask.go(settings.at || "start");
+        const here = await engine.ask.go(settings.at || "end");
         const wanted = settings.surface ?? "";
         let picture: Picture | undefined, pictureProblem = "";
         try {
@@ -169,17 +169,17 @@ export function Inspector({ engine, settings }: { engine: Engine; settings: Sett
         <Problem text={problem} />
         {!opened && (
           <p class="empty">
-            Open a capture to walk through it. <code>korv demo --captures FOLDER</code>, <code>korv render … --capture FILE</code> and{" "}
+            Open a capture to walk through it. <code>korv demo --capture FOLDER</code>, <code>korv render … --capture FILE</code> and{" "}
             <code>korv replay … --capture FILE</code> write them.
           </p>
         )}
         {opened && (
           <>
             <div class="bar" role="toolbar" aria-label="Steps">
-              <button type="button" onClick={() => change({ at: "start" })}>⏮ Start</button>
+              <button type="button" onClick={() => change({ at: "start" })}>|◀ Start</button>
               <button type="button" onClick={() => step(-1)}>◀ Back</button>
               <button type="button" onClick={() => step(1)}>Forward ▶</button>
-              <button type="button" onClick={() => change({ at: "end" })}>End ⏭</button>
+              <button type="button" onClick={() => change({ at: "end" })}>End ▶|</button>
               <Select label="by" value={unit} options={kUnits.map((value) => ({ value, label: value }))} onChange={(by) => change({ by }, false)} />
               <form onSubmit={(event) => {
                 event.preventDefault();
@@ -196,7 +196,7 @@ export function Inspector({ engine, settings }: { engine: Engine; settings: Sett
               <>
                 <div class="pictures">
                   <figure>
-                    {scene.pictureProblem !== "" ? <p class="empty">{scene.pictureProblem}</p> : <Canvas name="picture" picture={scene.picture} label={`What is drawn by ${settings.at || "the start"}`} />}
+                    {scene.pictureProblem !== "" ? <p class="empty">{scene.pictureProblem}</p> : <Canvas name="picture" picture={scene.picture} label={`What is drawn by ${settings.at || "the end"}`} />}
                     <figcaption>
                       <Select label="Surface" value={settings.surface ?? ""} onChange={(surface) => change({ surface })}
                         options={[
@@ -204,7 +204,7 @@ export function Inspector({ engine, settings }: { engine: Engine; settings: Sett
                           ...scene.here.surfaces.map(({ name, width, height, bits }) => ({ value: name, label: `${name} (${width}×${height}, ${bits} bits)` })),
                         ]} />
                       <button type="button" disabled={!scene.picture}
-                        onClick={() => void toPng(scene.picture!).then((blob) => save(blob, `${opened.name}-${(settings.at || "start").replace(":", "-")}.png`))}>
+                        onClick={() => void toPng(scene.picture!).then((blob) => save(blob, `${opened.name}-${(settings.at || "end").replace(":", "-")}.png`))}>
                         Save PNG
                       </button>
                     </figcaption>

@@ -8,7 +8,7 @@ import { inflateSync } from "node:zlib";
 import { Korv } from "../engine/module.ts";
 
 export const project = process.env.KORV_PROJECT ?? process.cwd();
-const build = process.env.KORV_BUILD ?? join(project, "build");
+export const build = process.env.KORV_BUILD ?? join(project, "build");
 export const tool = process.env.KORV_TOOL ?? join(build, "hosted/tools/korv/korv");
 // Why tests that need the tool are left out; false if they are not.
 export const noTool = existsSync(tool) ? false : `the tool is not built: ${tool}`;
