@@ -116,6 +116,7 @@ void Inspector::Go(const std::string& text) {
                       place.kind == stream::Place::Kind::Mark ||
                       HasReached(place, stage_->source->At());
     if (back) {
+        stage_.reset(); // its memories first
         stage_ = std::make_unique<Stage>(bytes_);
     }
     here_ = place;
