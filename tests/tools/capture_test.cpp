@@ -4,6 +4,7 @@
 #include "host/driver_module.h"
 #include "stream/capture_writer.h"
 #include "stream/source.h"
+#include "tests/tools/chip_names.h"
 #include "tests/tools/run_tool.h"
 #include "tests/tools/scene_scripts.h"
 #include "tests/tools/temporary_folder.h"
@@ -104,14 +105,6 @@ TEST_P(DemoCaptured, PlaysOnABareBoard) {
     ASSERT_EQ(result.code, 0) << result.err;
     EXPECT_GE(captures.Files(), 10u);
     ExpectAllPlay(captures, 2);
-}
-
-std::vector<std::string> AllChips() {
-    std::vector<std::string> names;
-    for (const ChipChoice& chip : Chips()) {
-        names.emplace_back(chip.name);
-    }
-    return names;
 }
 
 INSTANTIATE_TEST_SUITE_P(Chips, DemoCaptured, testing::ValuesIn(AllChips()), SceneTestName);

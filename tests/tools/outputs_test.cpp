@@ -123,6 +123,10 @@ TEST_F(Outputs, OneFileUnderTwoNamesIsRefusedBeforeAnyWork) {
     refused("-o p.png --words ./m.obj",
             "'./m.obj' is also read as 'm.obj': expected another name for the output");
     EXPECT_EQ(ReadAll(folder_ / "m.obj"), kOneTriangle);
+    const ShellResult demo =
+        Here("korv demo -o d --chip tx --scene knot --words d/contact-sheet.png 2>&1");
+    EXPECT_EQ(demo.out,
+              "korv: two outputs go to 'd/contact-sheet.png': expected a name for each\n");
     EXPECT_EQ(folder_.Files(), 4u);
 }
 

@@ -1,11 +1,14 @@
 // The steps of HAL scripts: that each carries what it says to the driver and brings back what came.
 #include "tests/support_host/dll_bytes.h"
 #include "tests/tools/replay_rig.h"
+#include "tests/tools/tool_process.h"
 #include "tools/korv/images/png.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <regex>
 
 namespace korv {
 namespace {
@@ -341,6 +344,23 @@ TEST_F(ReplaySteps, ACrashOfTheDriverIsToldWithItsStep) {
                 "    DLL \\+ 0x[0-9A-F]+ \\(");
 #endif
 }
+
+#ifndef __SANITIZE_ADDRESS__
+// No program to read the debugging information: addresses alone, each on a line.
+TEST_F(ReplaySteps, ACrashIsToldWithAddressesWhereNamesCannotBeRead) {
+    const std::string path = folder_.Write(
+        "script.json",
+        Script({kDisplay, kStart,
+                R"({"do": "set", "record": "ChipInfo", "fields": {"CurrentContext": 9999}})",
+                R"({"do": "export", "name": "KORV_SwitchContext", "arguments": {"id": 5}})"}));
+    const ShellResult result = Shell("PATH=/nowhere korv replay " + path + " 2>&1");
+    EXPECT_EQ(result.code, 1);
+    EXPECT_TRUE(std::regex_match(
+        result.out, std::regex("korv: .*script.json:6: step /steps/3 'export': access violation at "
+                               ".*\n(    [0-9a-f]{8} \\S+\n){3,}")))
+        << result.out;
+}
+#endif
 
 TEST_F(ReplaySteps, ACrashOfDllMainNamesTheFile) {
     const std::string script = folder_.Write("script.json", Script({kDisplay, kStart}));

@@ -134,7 +134,7 @@ void NameFrames() {
         arguments[count++] = addresses[i];
     }
     dup2(STDERR_FILENO, STDOUT_FILENO);
-    execv("/usr/bin/addr2line", const_cast<char* const*>(arguments));
+    execvp("addr2line", const_cast<char* const*>(arguments));
     NameByTable();
     _exit(0);
 }

@@ -27,6 +27,13 @@ RecordPaths RecordPaths::With(const std::string& suffix) const {
     return {Suffixed(words, suffix), Suffixed(events, suffix), Suffixed(capture, suffix)};
 }
 
+bool RecordPaths::SharesWith(const RecordPaths& other) const {
+    const auto same = [](const std::filesystem::path& a, const std::filesystem::path& b) {
+        return !a.empty() && a == b;
+    };
+    return same(words, other.words) || same(events, other.events) || same(capture, other.capture);
+}
+
 Recording::Recording(const RecordPaths& paths) : trace_(trace::NewTap()) {
     if (!paths.words.empty()) {
         words_.emplace(paths.words);

@@ -22,6 +22,8 @@ struct RecordPaths {
     // The same names with "-" and `suffix` put before the extension. A name of what is no regular
     // file, as standard output, stays.
     RecordPaths With(const std::string& suffix) const;
+    // One of the names is the same in both.
+    bool SharesWith(const RecordPaths& other) const;
 };
 
 class Recording : public board::BusRecorder {

@@ -1,5 +1,8 @@
+#include "tools/korv/base/claims.h"
 #include "tools/korv/base/errors.h"
+#include "tools/korv/base/packing.h"
 #include "tools/korv/base/progress.h"
+#include "tools/korv/base/workers.h"
 #include "tools/korv/capture/recording.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/draw_options.h"
@@ -14,6 +17,8 @@
 #include <fmt/format.h>
 #include <fmt/ostream.h>
 
+#include <deque>
+#include <functional>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -185,66 +190,171 @@ class Comparisons {
     std::string rows_;
 };
 
+// A scene on a chip, and where it stands on the sheet.
+struct Task {
+    const ChipChoice* chip;
+    const Scene* scene;
+    size_t column, row;
+
+    std::string Name() const { return fmt::format("{}-{}", chip->name, scene->name); }
+};
+
+// What is left of a task when its files are written.
+struct Finished {
+    std::string lack, faults;
+    std::vector<std::string> cells;
+    size_t frames = 0;
+    host::Picture picture; // empty unless it is to be compared
+    host::Picture reduced; // for the sheet
+};
+
+std::string Packed(const Finished& finished) {
+    Packer out;
+    out.Put(finished.lack);
+    out.Put(finished.faults);
+    out.Put(finished.cells);
+    out.Put(finished.frames);
+    for (const host::Picture* picture : {&finished.picture, &finished.reduced}) {
+        out.Put(picture->width);
+        out.Put(picture->height);
+        out.Put(picture->rgba);
+    }
+    return out.Take();
+}
+
+Finished Unpacked(const std::string& packed) {
+    Unpacker in(packed);
+    Finished finished;
+    in.Get(finished.lack);
+    in.Get(finished.faults);
+    in.Get(finished.cells);
+    in.Get(finished.frames);
+    for (host::Picture* picture : {&finished.picture, &finished.reduced}) {
+        in.Get(picture->width);
+        in.Get(picture->height);
+        in.Get(picture->rgba);
+    }
+    return finished;
+}
+
+// The files of one picture.
+RecordPaths RecordsOf(const DemoArguments& arguments, const std::string& name, bool several) {
+    RecordPaths record = several ? arguments.draw.record.With(name) : arguments.draw.record;
+    if (!arguments.captures.empty()) {
+        record.capture = arguments.captures / (name + ".korv");
+    }
+    return record;
+}
+
+// SharedFileError if a recording has the name of a picture: to be told before anything is drawn.
+void CheckNames(const std::filesystem::path& folder, const std::vector<Task>& tasks,
+                const std::function<RecordPaths(const Task&)>& records) {
+    std::deque<OutputClaim> claims;
+    claims.emplace_back(folder / kSheetName);
+    for (const Task& task : tasks) {
+        claims.emplace_back(folder / (task.Name() + ".png"));
+        const RecordPaths record = records(task);
+        for (const std::filesystem::path& name : {record.words, record.events, record.capture}) {
+            if (!name.empty() && !TargetOf(name).IsSpecial()) {
+                claims.emplace_back(name);
+            }
+        }
+    }
+}
+
+Finished Draw(const DemoArguments& arguments, const Task& task, const RecordPaths& record,
+              const ContactSheet& sheet) {
+    const Scene& scene = *task.scene;
+    const std::string name = task.Name();
+    const std::filesystem::path folder = arguments.folder;
+    const Settings settings = arguments.draw.ToSettings();
+    Recording recording(record);
+    Canvas canvas(*task.chip, SettingsFor(scene, settings), recording.ToldOf(task.chip->deviceId));
+    scene.draw(canvas);
+    host::Picture picture = canvas.Finish();
+    Finished finished;
+    if (scene.flips) {
+        WriteFrames(folder, name, canvas.Frames());
+        finished.frames = canvas.Frames().size();
+        picture = Strip(canvas.Frames(), kFilmColumns);
+    }
+    const CellNames cells = scene.cells ? scene.cells(canvas) : CellNames{};
+    finished.lack = scene.lacks ? scene.lacks(*task.chip) : "";
+    WritePng(folder / (name + ".png"),
+             arguments.plain ? picture : WithCaptions(picture, cells, finished.lack));
+    recording.Commit();
+    finished.faults = canvas.Faults();
+    finished.reduced = sheet.Reduced(picture);
+    if (!arguments.reference.empty()) {
+        finished.cells = cells.names;
+        finished.picture = std::move(picture);
+    }
+    return finished;
+}
+
 void Demo(const DemoArguments& arguments, Console& console) {
     const Settings settings = arguments.draw.ToSettings();
     const auto chips = ChipsFor(arguments);
     const auto scenes = ChosenScenes(arguments.scenes);
     const size_t pictures = CountPictures(chips, scenes);
     const std::filesystem::path folder = arguments.folder;
+    ContactSheet sheet(NamesOf(chips), NamesOf(scenes), static_cast<uint32_t>(settings.size.width),
+                       static_cast<uint32_t>(settings.size.height));
+    std::vector<Task> tasks;
+    for (size_t row = 0; row < scenes.size(); ++row) {
+        for (size_t column = 0; column < chips.size(); ++column) {
+            if (CanDraw(*chips[column], *scenes[row])) {
+                tasks.push_back({chips[column], scenes[row], column, row});
+            } else {
+                sheet.Remark(column, row, std::string(Lack(scenes[row]->needs)));
+            }
+        }
+    }
+    const auto records = [&](const Task& task) {
+        return RecordsOf(arguments, task.Name(), pictures > 1);
+    };
+    CheckNames(folder, tasks, records);
     MakeFolder(folder);
     if (!arguments.captures.empty()) {
         MakeFolder(arguments.captures);
     }
+    // What goes to a device goes there in the order of the pictures.
+    const bool shared = pictures > 1 && records(tasks[0]).SharesWith(records(tasks[1]));
 
-    ContactSheet sheet(NamesOf(chips), NamesOf(scenes), static_cast<uint32_t>(settings.size.width),
-                       static_cast<uint32_t>(settings.size.height));
     Progress progress(console.err, pictures);
+    progress.At(0, tasks.front().Name());
     size_t frames = 0;
     Comparisons comparisons(arguments.reference, folder);
-    for (size_t row = 0; row < scenes.size(); ++row) {
-        std::vector<Drawn> drawn;
-        for (size_t column = 0; column < chips.size(); ++column) {
-            if (!CanDraw(*chips[column], *scenes[row])) {
-                sheet.Remark(column, row, std::string(Lack(scenes[row]->needs)));
-                continue;
+    std::vector<Drawn> drawn; // of a row, to be compared
+    DoInWorkers(
+        tasks.size(), shared ? 1 : ProcessorCount(),
+        [&](size_t index) {
+            return Packed(Draw(arguments, tasks[index], records(tasks[index]), sheet));
+        },
+        [&](size_t index, const std::string& result) {
+            const Task& task = tasks[index];
+            Finished finished = Unpacked(result);
+            frames += finished.frames;
+            sheet.PutReduced(task.column, task.row, std::move(finished.reduced));
+            if (!finished.lack.empty()) {
+                sheet.Remark(task.column, task.row, finished.lack);
             }
-            const std::string name = fmt::format("{}-{}", chips[column]->name, scenes[row]->name);
-            progress.Begin(name);
-            RecordPaths record =
-                pictures > 1 ? arguments.draw.record.With(name) : arguments.draw.record;
-            if (!arguments.captures.empty()) {
-                record.capture = arguments.captures / (name + ".korv");
-            }
-            Recording recording(record);
-            const Scene& scene = *scenes[row];
-            Canvas canvas(*chips[column], SettingsFor(scene, settings),
-                          recording.ToldOf(chips[column]->deviceId));
-            scenes[row]->draw(canvas);
-            host::Picture picture = canvas.Finish();
-            if (scenes[row]->flips) {
-                WriteFrames(folder, name, canvas.Frames());
-                frames += canvas.Frames().size();
-                picture = Strip(canvas.Frames(), kFilmColumns);
-            }
-            const CellNames cells = scene.cells ? scene.cells(canvas) : CellNames{};
-            const std::string lack(scene.lacks ? scene.lacks(*chips[column]) : "");
-            WritePng(folder / (name + ".png"),
-                     arguments.plain ? picture : WithCaptions(picture, cells, lack));
-            recording.Commit();
-            sheet.Put(column, row, picture);
-            if (!lack.empty()) {
-                sheet.Remark(column, row, lack);
-            }
-            if (const std::string faults = canvas.Faults(); !faults.empty()) {
+            if (!finished.faults.empty()) {
                 progress.Wipe();
-                WarnOfFaults(console, name, faults);
+                WarnOfFaults(console, task.Name(), finished.faults);
             }
             if (!arguments.reference.empty()) {
-                drawn.push_back({chips[column]->name, std::move(picture), cells.names});
+                drawn.push_back(
+                    {task.chip->name, std::move(finished.picture), std::move(finished.cells)});
+                if (index + 1 == tasks.size() || tasks[index + 1].row != task.row) {
+                    comparisons.Add(*task.scene, drawn);
+                    drawn.clear();
+                }
             }
-        }
-        comparisons.Add(*scenes[row], drawn);
-    }
+            const size_t next = std::min(index + 1, tasks.size() - 1);
+            progress.At(static_cast<double>(index + 1) / static_cast<double>(tasks.size()),
+                        tasks[next].Name());
+        });
     progress.Wipe();
     WritePng(folder / kSheetName, sheet.Draw());
     fmt::print(console.Report(), "{} {}{} in {}, all on one sheet in {}\n", pictures,

@@ -108,8 +108,12 @@ ContactSheet::ContactSheet(std::vector<std::string> columns, std::vector<std::st
     }
 }
 
-void ContactSheet::Put(size_t column, size_t row, const host::Picture& picture) {
-    cells_[{column, row}] = Scaled(picture, pictureWidth_, pictureHeight_);
+host::Picture ContactSheet::Reduced(const host::Picture& picture) const {
+    return Scaled(picture, pictureWidth_, pictureHeight_);
+}
+
+void ContactSheet::PutReduced(size_t column, size_t row, host::Picture reduced) {
+    cells_[{column, row}] = std::move(reduced);
 }
 
 void ContactSheet::Remark(size_t column, size_t row, std::string text) {

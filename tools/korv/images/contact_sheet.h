@@ -17,7 +17,12 @@ class ContactSheet {
                  uint32_t height, uint32_t longest = 240);
 
     // Puts a picture of the size given above into a cell. Cells without one stay empty.
-    void Put(size_t column, size_t row, const host::Picture& picture);
+    void Put(size_t column, size_t row, const host::Picture& picture) {
+        PutReduced(column, row, Reduced(picture));
+    }
+    // The same in two steps: the picture at the size that it has on the sheet, and put there.
+    host::Picture Reduced(const host::Picture& picture) const;
+    void PutReduced(size_t column, size_t row, host::Picture reduced);
 
     // Sets a remark into a cell, broken into lines as need be: over the lower edge of its picture,
     // or in the middle of the empty place.
