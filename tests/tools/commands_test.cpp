@@ -48,7 +48,7 @@ TEST(Commands, HelpListsThemGroupByGroup) {
         }
     }
     EXPECT_THAT(listed, ElementsAre("Draw", "demo", "model", "render", "replay", "texture", "Look",
-                                    "assemble", "dump", "info", "play", "state", "stats", "trace",
+                                    "assemble", "dump", "info", "inspect", "play", "state", "stats", "trace",
                                     "trim", "Check", "diff", "lint"));
 }
 

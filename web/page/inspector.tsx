@@ -30,7 +30,7 @@ interface Scene {
   events: StreamEvent[];
 }
 
-export function Inspector({ engine, settings }: { engine: Engine; settings: Settings }) {
+export function Inspector({ engine, settings, capture }: { engine: Engine; settings: Settings; capture?: File }) {
   const [opened, setOpened] = useState<Opened | undefined>();
   const [scene, setScene] = useState<Scene | undefined>();
   const [problem, setProblem] = useState("");
@@ -41,7 +41,7 @@ export function Inspector({ engine, settings }: { engine: Engine; settings: Sett
   const change = (changed: Settings, step = true) =>
     goTo({ view: "inspector", settings: { ...settings, ...changed } }, step);
 
-  const open = async (file: File | undefined) => {
+  const open = async (file: File | undefined, place = "") => {
     if (file === undefined) {
       return;
     }
@@ -52,12 +52,16 @@ export function Inspector({ engine, settings }: { engine: Engine; settings: Sett
       before.current = new Map();
       setOpened({ name: file.name, about, timeline });
       setProblem(about.damage !== "" ? `'${file.name}' is damaged: ${about.damage}` : about.cutOff);
-      goTo({ view: "inspector", settings: { ...settings, at: "", surface: "" } }, true);
+      goTo({ view: "inspector", settings: { ...settings, at: place, surface: "" } }, place === "");
     } catch (error) {
       setProblem(`'${file.name}': ${(error as Error).message}`);
     }
     setBusy(false);
   };
+
+  useEffect(() => {
+    void open(capture, settings.at ?? "");
+  }, [capture]);
 
   useEffect(() => {
     if (!opened) {

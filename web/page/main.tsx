@@ -14,6 +14,15 @@ const kViews = [
   { name: "inspector", title: "Inspector", about: "captures, step by step" },
 ];
 
+// A capture that the page was made with.
+function ownCapture(): File | undefined {
+  const element = document.getElementById("capture");
+  if (element === null) {
+    return undefined;
+  }
+  return new File([Uint8Array.from(atob(element.textContent!), (c) => c.charCodeAt(0))], element.dataset.name ?? "capture");
+}
+
 async function compiledModule(): Promise<WebAssembly.Module> {
   const text = document.getElementById("module")!.textContent!;
   const packed = Uint8Array.from(atob(text), (c) => c.charCodeAt(0));
@@ -34,9 +43,10 @@ function Theme() {
   );
 }
 
-function App({ catalogue, engines }: { catalogue: Catalogue; engines: Engine[] }) {
+function App({ catalogue, engines, capture }: { catalogue: Catalogue; engines: Engine[]; capture?: File }) {
   const address = useAddress();
-  const view = kViews.some(({ name }) => name === address.view) ? address.view : kViews[0].name;
+  const usual = capture ? "inspector" : "laboratory";
+  const view = kViews.some(({ name }) => name === address.view) ? address.view : usual;
   useEffect(() => {
     document.title = `KORV32 ${kViews.find(({ name }) => name === view)!.title}`;
   }, [view]);
@@ -59,7 +69,7 @@ function App({ catalogue, engines }: { catalogue: Catalogue; engines: Engine[] }
         <Theme />
       </header>
       {view === "inspector"
-        ? <Inspector engine={engines[2]} settings={address.settings} />
+        ? <Inspector engine={engines[2]} settings={address.settings} capture={capture} />
         : <Laboratory catalogue={catalogue} engines={engines} settings={address.settings} />}
     </>
   );
@@ -72,7 +82,7 @@ async function start(): Promise<void> {
     const script = URL.createObjectURL(new Blob([KORV_WORKER], { type: "text/javascript" }));
     const engines = [0, 1, 2].map(() => new Engine(module, script));
     const catalogue = await engines[0].ask.catalogue();
-    render(<App catalogue={catalogue} engines={engines} />, (page.replaceChildren(), page));
+    render(<App catalogue={catalogue} engines={engines} capture={ownCapture()} />, (page.replaceChildren(), page));
   } catch (error) {
     page.textContent = `KORV32 cannot start in this browser: ${(error as Error).message}`;
   }

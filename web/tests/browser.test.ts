@@ -30,7 +30,7 @@ after(async () => {
   await browser?.close();
 });
 
-async function open(hash = "", width = 1280, height = 860): Promise<Page> {
+async function open(hash = "", width = 1280, height = 860, path = file): Promise<Page> {
   const page = await browser.newPage();
   complaints = [];
   page.on("console", (message) => {
@@ -46,7 +46,7 @@ async function open(hash = "", width = 1280, height = 860): Promise<Page> {
     }
   });
   await page.setViewport({ width, height });
-  await page.goto(`file://${file}${hash}`);
+  await page.goto(`file://${path}${hash}`);
   await page.waitForSelector("header");
   return page;
 }
@@ -182,6 +182,25 @@ test("a capture opens and is walked through", { skip: skip || noTool }, async ()
     await page.waitForFunction(() => document.querySelector("[role=alert]")?.textContent?.startsWith("'bad.korv'"));
     assert.ok((await said(page, ".about")).startsWith("triangles.korv"), "the capture before stays");
   }
+  assert.deepEqual(complaints, []);
+  await page.close();
+});
+
+test("a report opens with its capture", { skip: skip || noTool }, async () => {
+  const folder = temporaryFolder();
+  const capture = join(folder, "knot.korv"), report = join(folder, "report.html");
+  runTool("render", join(project, "scenes/cube.obj"), "--chip", "tx", "--size", "64x48", "--capture", capture, "-o", join(folder, "p.png"));
+  runTool("inspect", capture, "--page", file, "-o", report);
+  const page = await open("", 1280, 860, report);
+  await page.waitForSelector("#picture");
+  assert.ok((await said(page, ".about")).startsWith("knot.korv"));
+  korv.open(readFileSync(capture));
+  korv.go("end");
+  const expected = rgbOf(korv.surface("").rgba);
+  for (let attempt = 0; attempt < 100 && !rgbOf((await pixels(page)).rgba).equals(expected); ++attempt) {
+    await new Promise((resolve) => setTimeout(resolve, 25));
+  }
+  assert.ok(rgbOf((await pixels(page)).rgba).equals(expected));
   assert.deepEqual(complaints, []);
   await page.close();
 });
