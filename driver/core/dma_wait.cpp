@@ -1,5 +1,6 @@
 // Handing DMA to the chip, DMA buffers, and every wait on the chip.
 #include "driver/core/dma.h"
+#include "driver/platform/processor.h"
 #include "driver/services/context.h"
 
 namespace {
@@ -11,14 +12,6 @@ constexpr uint32_t kClearErrors = field::ErrorFlags_InputFIFO.Mask() |
                                   field::ErrorFlags_Unknown2.Mask();
 
 constexpr uint32_t kSyncFilter = field::FilterMode_SyncTag.Mask();
-
-// A bus-locked exchange: pushes the buffer out of the processor's write buffers before the chip
-// reads it.
-void ForceWritesOut() {
-    uint32_t local = 0;
-    uint32_t value = 1;
-    asm volatile("xchgl %0, %1" : "+r"(value), "+m"(local) : : "memory");
-}
 
 void QueueDMA(ChipInfo* chip, ChipRegisters* registers, uint32_t count, uint32_t physical) {
     const uint32_t head = chip->QueueHead;
@@ -79,7 +72,8 @@ int32_t StartDMA(DriverData* driver, uint32_t context, uint32_t count, uint32_t 
     // a change of context sends what the outgoing one has pending.
     ChangeContext(driver, chip, context);
     ClearDMAState(chip, DMAIdle);
-    ForceWritesOut();
+    // Before the chip reads the buffer.
+    processor::ForceWritesOut();
     if ((chip->DMAState & DMAQueueOn) != 0) {
         QueueDMA(chip, registers, count, physical);
         return 0;

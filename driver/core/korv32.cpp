@@ -11,6 +11,7 @@
 #include "driver/d3d/direct3d.h"
 #include "driver/heap/surface.h"
 #include "driver/platform/minivdd.h"
+#include "driver/platform/processor.h"
 #include "driver/services/context.h"
 
 DXGlobalsRecord DXGlobals;
@@ -35,18 +36,6 @@ constexpr uint32_t kPlainTrapezoid = field::Render_Primitive.Put(0, 1);
 constexpr uint32_t kSignatureMask = 0x600; // both bits: a family that passes the test
 constexpr uint32_t kFeatureMMX = 1u << 23;
 
-struct Processor {
-    uint32_t signature;
-    uint32_t features;
-};
-
-Processor IdentifyProcessor() {
-    uint32_t eax = 1;
-    uint32_t ebx, ecx, edx;
-    asm volatile("cpuid" : "+a"(eax), "=b"(ebx), "=c"(ecx), "=d"(edx));
-    return {eax, edx};
-}
-
 // Notes whether the processor has MMX; true if it is a single one of a kind that passes.
 bool TestProcessor() {
     SYSTEM_INFO info;
@@ -55,9 +44,9 @@ bool TestProcessor() {
         DXGlobals.MMXPresent = 0;
         return false;
     }
-    const Processor processor = IdentifyProcessor();
-    DXGlobals.MMXPresent = (processor.features & kFeatureMMX) != 0;
-    return (processor.signature & kSignatureMask) == kSignatureMask &&
+    const processor::Identity identity = processor::Identify();
+    DXGlobals.MMXPresent = (identity.features & kFeatureMMX) != 0;
+    return (identity.signature & kSignatureMask) == kSignatureMask &&
            info.dwNumberOfProcessors <= 1;
 }
 

@@ -8,7 +8,11 @@
 static_assert(sizeof(void*) == 4, "HAL records hold 32-bit pointers: build with -m32");
 
 // Convention of every Win32 entry and of every HAL callback, in both builds.
+#ifdef __i386__
 #define KORV_STDCALL __attribute__((stdcall))
+#else
+#define KORV_STDCALL
+#endif
 
 using BYTE = uint8_t;
 using WORD = uint16_t;

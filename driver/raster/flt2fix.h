@@ -4,6 +4,7 @@
 // float_to_fix_2_30 and float_to_fix_11_21.
 //
 // All but those two cut towards zero. Zero and denormals give 0; infinity and NaN saturate by sign.
+#include "driver/platform/processor.h"
 #include "driver/raster/inline.h"
 
 #include <bit>
@@ -109,13 +110,7 @@ KORV_INLINE void ConvertPair(float x, uint32_t* words) {
     }
 }
 
-// Rounded to the nearest integer, ties to even, by the floating-point unit in the mode it is in;
-// 0x80000000 for what does not fit.
-inline uint32_t RoundByUnit(float x) {
-    int32_t result;
-    asm("fistpl %0" : "=m"(result) : "t"(x) : "st");
-    return static_cast<uint32_t>(result);
-}
+using processor::RoundByUnit;
 
 } // namespace fixed
 
@@ -123,57 +118,58 @@ inline uint32_t RoundByUnit(float x) {
 
 /// Signed 16.16.
 KORV_INLINE uint32_t flt_to_fix_16_16(float x) {
-    return fixed::Convert<{142, 142, 0x7FFFFFFF, 0x80000000}>(x);
+    return fixed::Convert<fixed::Format{142, 142, 0x7FFFFFFF, 0x80000000}>(x);
 }
 
 /// Signed 12.20.
 KORV_INLINE uint32_t flt_to_fix_12_20(float x) {
-    return fixed::Convert<{138, 138, 0x7FFFFFFF, 0x80000000}>(x);
+    return fixed::Convert<fixed::Format{138, 138, 0x7FFFFFFF, 0x80000000}>(x);
 }
 
 /// Signed 2.22 in 24 bits.
 KORV_INLINE uint32_t flt_to_fix_2_22(float x) {
-    return fixed::Convert<{136, 128, 0x7FFFFF, 0xFF800000}>(x);
+    return fixed::Convert<fixed::Format{136, 128, 0x7FFFFF, 0xFF800000}>(x);
 }
 
 /// 22 fraction bits up to 512.0, where it drops to the saturated word of 24 bits.
 inline uint32_t flt_to_fix_10_22(float x) {
-    return fixed::Convert<{136, 136, 0x7FFFFF, 0xFF800000}>(x);
+    return fixed::Convert<fixed::Format{136, 136, 0x7FFFFF, 0xFF800000}>(x);
 }
 
 /// A colour of 0.0 to 1.0 as the chip's 9.15, 1.0 standing for 256. The saturated negative word is
 /// one below what the clamp gives.
 inline uint32_t flt_to_fix_9_15(float x) {
-    return fixed::Convert<{135, 127, 0x7F8000, 0xFF807FFF, 0x7F8000}>(x);
+    return fixed::Convert<fixed::Format{135, 127, 0x7F8000, 0xFF807FFF, 0x7F8000}>(x);
 }
 
 /// A colour of 0.0 to 255.0 as 9.15. From 256.0 the word goes on growing in 32 bits and drops to
 /// the saturated one of 24 bits at 65536.0 only; steep slopes of tiny triangles land there.
 KORV_INLINE uint32_t D3Dflt_to_fix_9_15(float x) {
-    return fixed::Convert<{143, 143, 0x7FFFFF, 0xFF800000}>(x);
+    return fixed::Convert<fixed::Format{143, 143, 0x7FFFFF, 0xFF800000}>(x);
 }
 
 /// Fog of 0.0 to 255.0 as 2.22, 256.0 standing for 1.0.
 KORV_INLINE uint32_t D3Dflt_to_fix_2_22(float x) {
-    return fixed::Convert<{144, 136, 0x7FFFFF, 0xFF800000}>(x);
+    return fixed::Convert<fixed::Format{144, 136, 0x7FFFFF, 0xFF800000}>(x);
 }
 
 /// An integer.
 inline uint32_t toint(float x) {
-    return fixed::Convert<{158, 158, 0x7FFFFFFF, 0x80000000}>(x);
+    return fixed::Convert<fixed::Format{158, 158, 0x7FFFFFFF, 0x80000000}>(x);
 }
 
 /// An unsigned fraction of 30 bits; below zero 0, from 1.0 on 0x7FFFFFFF.
 inline uint32_t flt_to_fix_1_30(float x) {
     return fixed::SignMask(std::bit_cast<uint32_t>(x)) != 0
                ? 0
-               : fixed::Convert<{128, 127, 0x7FFFFFFF, 0}>(x);
+               : fixed::Convert<fixed::Format{128, 127, 0x7FFFFFFF, 0}>(x);
 }
 
 /// A colour of 0.0 to 1.0 as an 8-bit channel; below zero 0, from 1.0 on 255.
 inline uint32_t tointCol(float x) {
-    return fixed::SignMask(std::bit_cast<uint32_t>(x)) != 0 ? 0
-                                                            : fixed::Convert<{150, 127, 255, 0}>(x);
+    return fixed::SignMask(std::bit_cast<uint32_t>(x)) != 0
+               ? 0
+               : fixed::Convert<fixed::Format{150, 127, 255, 0}>(x);
 }
 
 /// The integer part of a single in 1.0 to 2^24, with no check of the range. A shift count past 31
@@ -199,17 +195,17 @@ inline uint32_t float_to_fix_11_21(float x) {
 
 /// 32-bit integer part.
 KORV_INLINE void flt_to_fix_32_16(float x, uint32_t* words) {
-    fixed::ConvertPair<{158, 0x7FFFFFFF, 0xFFFF0000, 0x80000000, 0}>(x, words);
+    fixed::ConvertPair<fixed::PairFormat{158, 0x7FFFFFFF, 0xFFFF0000, 0x80000000, 0}>(x, words);
 }
 
 /// The same, for what is mostly below 32768.
 KORV_INLINE void flt_to_fix_32_16_small(float x, uint32_t* words) {
-    fixed::ConvertPair<{158, 0x7FFFFFFF, 0xFFFF0000, 0x80000000, 0}, 15>(x, words);
+    fixed::ConvertPair<fixed::PairFormat{158, 0x7FFFFFFF, 0xFFFF0000, 0x80000000, 0}, 15>(x, words);
 }
 
 /// 24-bit integer part.
 inline void flt_to_fix_24_16(float x, uint32_t* words) {
-    fixed::ConvertPair<{151, 0xFFFFFF, 0xFFFF0000, 0xFF000000, 0}>(x, words);
+    fixed::ConvertPair<fixed::PairFormat{151, 0xFFFFFF, 0xFFFF0000, 0xFF000000, 0}>(x, words);
 }
 
 // Colours of 0.0 to 1.0 a channel to one word in the chip's order, red in the low byte.

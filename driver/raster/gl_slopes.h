@@ -65,11 +65,13 @@ struct RowOrder {
 
 // One more bit of an index: whether `p` is below `q`.
 KORV_INLINE constexpr uint32_t AppendBelow(uint32_t index, uint32_t p, uint32_t q) {
+#ifdef __i386__
     if (!std::is_constant_evaluated()) {
         // The comparison's carry goes in; of four the compiler would make chains, and a branch.
         asm("cmpl %2, %1\n\tadcl %0, %0" : "+r"(index) : "r"(p), "rm"(q) : "cc");
         return index;
     }
+#endif
     return index * 2 + uint32_t{p < q};
 }
 

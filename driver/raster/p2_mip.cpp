@@ -5,7 +5,8 @@
 
 void P2_MipTri_XYZ_STQ_RGBFS(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices,
                              void* records) {
-    su::P2TexturedTriangles<{.reserve = 512, .mipMapped = true}>(ctx, ins, vertices, records);
+    su::P2TexturedTriangles<su::P2TexturedTraits{.reserve = 512, .mipMapped = true}>(
+        ctx, ins, vertices, records);
 }
 
 void P2_GouraudTextureZMM(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices,

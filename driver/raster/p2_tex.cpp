@@ -8,7 +8,7 @@
 
 void P2_Tri_XYZ_STQ_RGBFS(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices,
                           void* records) {
-    su::P2TexturedTriangles<{.reserve = 256}>(ctx, ins, vertices, records);
+    su::P2TexturedTriangles<su::P2TexturedTraits{.reserve = 256}>(ctx, ins, vertices, records);
 }
 
 void P2_TriWire_XYZ_STQ_RGBFS(D3DContext* ctx, D3DINSTRUCTION* ins, D3DTLVERTEX* vertices,

@@ -106,7 +106,7 @@ bool DirectDraw::EnableAgp(uint32_t bytes) {
     }
     uint8_t* memory = nullptr;
     const uint8_t* boardView = nullptr;
-    if (Observed()) {
+    if (MemoriesWatched()) {
         watchedAgp_ = std::make_unique<WatchedMemory>(bytes);
         memory = watchedAgp_->ProcessorView();
         boardView = watchedAgp_->BoardView().data();

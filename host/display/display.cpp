@@ -159,7 +159,7 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
     driver_ = std::make_unique<Shared>();
     std::memset(static_cast<void*>(driver_.get()), 0, sizeof(Shared));
     board::LentMemories lent;
-    if (Observed()) {
+    if (MemoriesWatched()) {
         lent = WatchMemories();
     }
     ChipBus bus;

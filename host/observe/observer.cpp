@@ -1,5 +1,6 @@
 #include "host/observe/observer.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace host {
@@ -23,6 +24,11 @@ Observer::~Observer() {
 
 bool Observed() {
     return !TheObservers().empty();
+}
+
+bool MemoriesWatched() {
+    return std::ranges::any_of(TheObservers(),
+                               [](const Observer* one) { return one->WatchesMemories(); });
 }
 
 Observer* ObserverAt(size_t index) {

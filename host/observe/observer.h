@@ -20,6 +20,9 @@ class Observer {
     Observer(const Observer&) = delete;
     Observer& operator=(const Observer&) = delete;
 
+    // Wants to know what the processor stores in memories: OnBoard and OnAgpMemory are told. Asked
+    // when a display is made.
+    virtual bool WatchesMemories() const { return true; }
     // A display's board has power, and nothing has been done to it yet. Its memories are told from
     // the processor's view of them; null: there is none.
     virtual void OnBoard(Display&, WatchedMemory& frameBuffer, WatchedMemory* localBuffer) = 0;
@@ -52,6 +55,8 @@ class Observer {
 
 // Somebody listens.
 bool Observed();
+// Somebody who watches memories does.
+bool MemoriesWatched();
 
 // The `index`th observer, or null behind the last.
 Observer* ObserverAt(size_t index);

@@ -14,7 +14,10 @@ constexpr int kStaleByte = 0xA5;
 
 DmaQueueHandler& MiniVdd::Attach(uint32_t number, DriverData* driver) {
     displays_.push_back(std::make_unique<AttachedDisplay>(
-        number, driver, std::make_unique<DmaQueueHandler>(driver->ChipInfo, driver->RegisterBase)));
+        AttachedDisplay{number,
+                        driver,
+                        std::make_unique<DmaQueueHandler>(driver->ChipInfo, driver->RegisterBase),
+                        {}}));
     RegisterDevice(kMiniVDDName, this);
     return *displays_.back()->queue;
 }

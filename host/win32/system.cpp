@@ -36,7 +36,11 @@ alignas(4096) uint8_t systemImage[kImageBytes];
 uint32_t lockObject;
 
 // A driver DLL, which calls these by address, aligns its stack to 4 bytes only.
+#ifdef __i386__
 #define KORV_FROM_DLL __attribute__((force_align_arg_pointer))
+#else
+#define KORV_FROM_DLL
+#endif
 
 KORV_FROM_DLL void KORV_STDCALL GiveLock(uint32_t* out) {
     *out = TheState().lockPresent ? Win16LockAddress() : 0;

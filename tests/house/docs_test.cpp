@@ -32,7 +32,7 @@ TEST(Documents, NameFilesThatExist) {
     for (const auto& entry : std::filesystem::directory_iterator(kProject / "docs")) {
         for (const std::string& name :
              Matches(TextOf(entry.path()),
-                     "`((?:chip|driver|board|stream|remote|host|tools|tests|scenes|scripts|"
+                     "`((?:chip|driver|board|stream|remote|host|tools|web|tests|scenes|scripts|"
                      "packaging|bench)/[A-Za-z0-9_./-]*)`")) {
             // A name in capitals stands for any.
             if (std::regex_search(name, std::regex("/[A-Z]+\\."))) {

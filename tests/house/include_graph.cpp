@@ -10,8 +10,8 @@ namespace house {
 
 namespace {
 
-constexpr const char* kCodeFolders[] = {"chip",   "driver", "board", "stream",
-                                        "remote", "host",   "tools", "bench"};
+constexpr const char* kCodeFolders[] = {"chip", "driver", "board", "stream", "remote",
+                                        "host", "tools",  "web",   "bench"};
 
 // The name between the two marks of an include line; empty for any other line.
 std::string Included(const std::string& line, char open, char close) {

@@ -29,7 +29,7 @@ bool IsHeadWithoutBrace(std::string line) {
 
 TEST(Style, EveryBodyHasBraces) {
     for (const char* folder :
-         {"chip", "driver", "board", "stream", "host", "tools", "bench", "tests"}) {
+         {"chip", "driver", "board", "stream", "host", "tools", "web", "bench", "tests"}) {
         for (const auto& entry : std::filesystem::recursive_directory_iterator(
                  std::filesystem::path(KORV_PROJECT) / folder)) {
             if (entry.path().extension() != ".cpp" && entry.path().extension() != ".h") {

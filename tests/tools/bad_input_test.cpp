@@ -30,7 +30,7 @@ struct Row {
 const Row kUsage[] = {
     {"", 2,
      "no command given: expected one of demo, model, render, replay, texture, assemble, dump, "
-     "info, play, state, stats, trace, trim, why, conform, diff, lint, board (try "
+     "info, inspect, play, state, stats, trace, trim, why, conform, diff, lint, board (try "
      "'korv --help')"},
     {"paint", 2, "unknown command 'paint': the nearest is..."},
     {"rendre", 2, "unknown command 'rendre': the nearest is 'render' (try 'korv --help')"},

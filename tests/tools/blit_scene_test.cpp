@@ -18,8 +18,7 @@ namespace {
 using Pixel = std::array<uint8_t, 4>;
 
 host::Picture DrawOn(const std::string& chip, void (*scene)(Painter&), const Settings& settings) {
-    Recording none({});
-    Canvas canvas(ChipByName(chip), settings, none);
+    Canvas canvas(ChipByName(chip), settings);
     scene(canvas);
     host::Picture picture = canvas.Finish();
     EXPECT_EQ(canvas.Faults(), "");
@@ -213,11 +212,9 @@ INSTANTIATE_TEST_SUITE_P(Chips, BlitScene,
 class Animation : public BlitScene {};
 
 TEST_P(Animation, MonitorShowsEachFrameInItsTurn) {
-    Recording none({});
     std::vector<host::Picture> frames;
     {
-        Canvas canvas(ChipByName(Chip()), {.size = {100, 75}, .depth = Depth(), .flips = true},
-                      none);
+        Canvas canvas(ChipByName(Chip()), {.size = {100, 75}, .depth = Depth(), .flips = true});
         DrawAnimation(canvas);
         frames = canvas.Frames();
         EXPECT_EQ(canvas.Faults(), "");
@@ -239,17 +236,15 @@ TEST_P(Animation, MonitorShowsEachFrameInItsTurn) {
 }
 
 TEST_P(Animation, FramesAreAsOnATargetThatIsNeverShown) {
-    Recording none({});
     std::vector<host::Picture> frames;
     {
-        Canvas canvas(ChipByName(Chip()), {.size = {100, 75}, .depth = Depth(), .flips = true},
-                      none);
+        Canvas canvas(ChipByName(Chip()), {.size = {100, 75}, .depth = Depth(), .flips = true});
         DrawAnimation(canvas);
         frames = canvas.Frames();
     }
     std::set<std::vector<uint8_t>> different;
     for (int frame = 0; frame < kAnimationFrames; ++frame) {
-        Canvas canvas(ChipByName(Chip()), {.size = {100, 75}, .depth = Depth()}, none);
+        Canvas canvas(ChipByName(Chip()), {.size = {100, 75}, .depth = Depth()});
         DrawAnimationFrame(canvas, frame);
         EXPECT_EQ(canvas.Finish().rgba, frames.at(frame).rgba) << frame;
         different.insert(frames[frame].rgba);

@@ -16,8 +16,7 @@ constexpr int kWidth = 640, kHeight = 480;
 class ClientScene : public testing::TestWithParam<std::string> {
   protected:
     host::Picture Draw(const Settings& settings) {
-        Recording none({});
-        Canvas canvas(ChipByName(GetParam()), settings, none);
+        Canvas canvas(ChipByName(GetParam()), settings);
         DrawTwoClients(canvas);
         host::Picture picture = canvas.Finish();
         EXPECT_EQ(canvas.Faults(), "");

@@ -47,10 +47,10 @@ TEST(Commands, HelpListsThemGroupByGroup) {
             }
         }
     }
-    EXPECT_THAT(listed,
-                ElementsAre("Draw", "demo", "model", "render", "replay", "texture", "Look",
-                            "assemble", "dump", "info", "play", "state", "stats", "trace", "trim",
-                            "why", "Check", "conform", "diff", "lint", "Serve", "board"));
+    EXPECT_THAT(listed, ElementsAre("Draw", "demo", "model", "render", "replay", "texture", "Look",
+                                    "assemble", "dump", "info", "inspect", "play", "state", "stats",
+                                    "trace", "trim", "why", "Check", "conform", "diff", "lint",
+                                    "Serve", "board"));
 }
 
 TEST(Commands, EachHasHelpThatBeginsWithItsSynopsis) {

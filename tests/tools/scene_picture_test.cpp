@@ -14,8 +14,7 @@ namespace {
 class ScenePicture : public testing::TestWithParam<std::string> {
   protected:
     host::Picture Draw(void (*scene)(Painter&)) {
-        Recording none({});
-        Canvas canvas(ChipByName(GetParam()), {}, none);
+        Canvas canvas(ChipByName(GetParam()), {});
         scene(canvas);
         host::Picture picture = canvas.Finish();
         EXPECT_EQ(canvas.Faults(), "");

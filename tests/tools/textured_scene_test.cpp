@@ -26,8 +26,7 @@ std::vector<std::string> TexturingChips() {
 class TexturedScene : public testing::TestWithParam<std::string> {
   protected:
     host::Picture Draw(void (*scene)(Painter&), const Settings& settings = {}) {
-        Recording none({});
-        Canvas canvas(ChipByName(GetParam()), settings, none);
+        Canvas canvas(ChipByName(GetParam()), settings);
         scene(canvas);
         host::Picture picture = canvas.Finish();
         EXPECT_EQ(canvas.Faults(), "");

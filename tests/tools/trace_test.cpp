@@ -10,6 +10,7 @@
 #include "tools/korv/capture/trace_client.h"
 #include "tools/korv/capture/trace_listing.h"
 #include "tools/korv/capture/trace_tool.h"
+#include "tools/korv/capture/recording.h"
 #include "tools/korv/painting/canvas.h"
 
 #include <gtest/gtest.h>
@@ -560,7 +561,8 @@ TEST_F(TraceTest, ContextsTakeTheTraceRoadAndThoseWithoutDmaStayAsTheyAre) {
         Settings settings;
         settings.size = {64, 64};
         settings.fifo = fifo;
-        const Canvas canvas(ChipByName("permedia"), settings, recording);
+        const ChipChoice& chip = ChipByName("permedia");
+        const Canvas canvas(chip, settings, recording.ToldOf(chip.deviceId));
         const D3DContext* context = ContextSlots[1];
         if (fifo) {
             return context->TraceEnabled == 0 && context->Stream.StartDMA == nullptr;

@@ -28,11 +28,9 @@ class VideoScene : public testing::TestWithParam<std::tuple<std::string, int>> {
 
 TEST_P(VideoScene, TwelveFieldsComeAsSentMirroredAndHalved) {
     const auto& [chip, depth] = GetParam();
-    Recording none({});
     std::vector<host::Picture> frames;
     {
-        Canvas canvas(ChipByName(chip), {.size = {160, 160}, .depth = depth, .onScreen = true},
-                      none);
+        Canvas canvas(ChipByName(chip), {.size = {160, 160}, .depth = depth, .onScreen = true});
         DrawVideo(canvas);
         frames = canvas.Frames();
         EXPECT_EQ(canvas.Faults(), "");
@@ -76,9 +74,7 @@ INSTANTIATE_TEST_SUITE_P(Chips, VideoScene,
                          });
 
 TEST(Video, ModesOfEightBitsShowASignInstead) {
-    Recording none({});
-    Canvas canvas(ChipByName("permedia2"), {.size = {160, 160}, .depth = 8, .onScreen = true},
-                  none);
+    Canvas canvas(ChipByName("permedia2"), {.size = {160, 160}, .depth = 8, .onScreen = true});
     EXPECT_FALSE(canvas.ShowsVideo());
     DrawVideo(canvas);
     EXPECT_EQ(canvas.Frames().size(), 12u);

@@ -12,9 +12,8 @@ using Pixel = std::array<uint8_t, 4>;
 // A canvas that asks the chip and, if told to, takes every answer for yes.
 class AskingCanvas : public Canvas {
   public:
-    AskingCanvas(const std::string& chip, bool fifo, bool drawsAll, Recording& recording)
-        : Canvas(ChipByName(chip), {.size = {320, 240}, .fifo = fifo}, recording),
-          drawsAll_(drawsAll) {}
+    AskingCanvas(const std::string& chip, bool fifo, bool drawsAll)
+        : Canvas(ChipByName(chip), {.size = {320, 240}, .fifo = fifo}), drawsAll_(drawsAll) {}
     bool WouldShow(std::span<const D3DTLVERTEX> vertices,
                    std::span<const D3DTRIANGLE> triangles) override {
         const bool shows = Canvas::WouldShow(vertices, triangles);
@@ -30,8 +29,7 @@ class AskingCanvas : public Canvas {
 class VisibilityScene : public testing::TestWithParam<std::string> {
   protected:
     host::Picture Draw(bool fifo, bool drawsAll) {
-        Recording none({});
-        AskingCanvas canvas(GetParam(), fifo, drawsAll, none);
+        AskingCanvas canvas(GetParam(), fifo, drawsAll);
         DrawVisibility(canvas);
         host::Picture picture = canvas.Finish();
         EXPECT_EQ(canvas.Faults(), "");

@@ -29,6 +29,11 @@ std::string ReadFile(const std::filesystem::path& path, size_t most) {
     }
 }
 
+bool FileExists(const std::filesystem::path& path) {
+    std::error_code none;
+    return std::filesystem::exists(path, none);
+}
+
 void WriteFile(const std::filesystem::path& path, std::span<const std::byte> bytes) {
     OutputFile file(path);
     file.Stream().write(reinterpret_cast<const char*>(bytes.data()),

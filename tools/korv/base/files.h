@@ -12,6 +12,8 @@ namespace korv {
 // has more than `most` bytes.
 std::string ReadFile(const std::filesystem::path& path, size_t most = size_t{1} << 30);
 
+bool FileExists(const std::filesystem::path& path);
+
 // Writes `bytes` to `path`, whole or not at all. UserError if that fails.
 void WriteFile(const std::filesystem::path& path, std::span<const std::byte> bytes);
 

@@ -38,6 +38,11 @@ class Recording : public board::BusRecorder {
     // chip.
     void SetDevice(uint32_t deviceId);
     bool Wanted() const { return words_ || events_ || trace_; }
+    // Both for a board: who is told of it, or null.
+    board::BusRecorder* ToldOf(uint32_t deviceId) {
+        SetDevice(deviceId);
+        return Wanted() ? this : nullptr;
+    }
     // All is written, but not in place yet. UserError if it cannot be.
     void Close();
     // Puts the files in place; without it they go away.

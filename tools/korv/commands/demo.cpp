@@ -3,6 +3,7 @@
 #include "tools/korv/base/packing.h"
 #include "tools/korv/base/progress.h"
 #include "tools/korv/base/workers.h"
+#include "tools/korv/capture/recording.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/draw_options.h"
 #include "tools/korv/images/captions.h"
@@ -10,7 +11,7 @@
 #include "tools/korv/images/difference.h"
 #include "tools/korv/images/png.h"
 #include "tools/korv/painting/canvas.h"
-#include "tools/korv/scenes/scene.h"
+#include "tools/korv/scenes/film.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -116,16 +117,6 @@ size_t CountPictures(const std::vector<const ChipChoice*>& chips,
             fmt::format("'{}' needs {}", scenes.front()->name, NeedOf(*scenes.front())));
     }
     return pictures;
-}
-
-// Animations are shown on small screens, so that all frames together make a picture like others.
-Settings FilmSettings(const Scene& scene, Settings settings) {
-    settings.size.width = std::max(settings.size.width / kFilmColumns, 1);
-    settings.size.height = std::max(settings.size.height / kFilmRows, 1);
-    // Video is converted on its way to the visible screen alone.
-    settings.onScreen = scene.needs == Needs::Video;
-    settings.flips = !settings.onScreen;
-    return settings;
 }
 
 // Numbers the frames from 00: "tx-animation-00.png".
@@ -278,7 +269,7 @@ Finished Draw(const DemoArguments& arguments, const Task& task, const RecordPath
     const std::filesystem::path folder = arguments.folder;
     const Settings settings = arguments.draw.ToSettings();
     Recording recording(record);
-    Canvas canvas(*task.chip, scene.flips ? FilmSettings(scene, settings) : settings, recording);
+    Canvas canvas(*task.chip, SettingsFor(scene, settings), recording.ToldOf(task.chip->deviceId));
     scene.draw(canvas);
     host::Picture picture = canvas.Finish();
     Finished finished;

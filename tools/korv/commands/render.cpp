@@ -10,6 +10,7 @@
 #include "tools/korv/model/obj.h"
 #include "tools/korv/painting/canvas.h"
 #include "tools/korv/painting/pipeline.h"
+#include "tools/korv/painting/textured_mesh.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -69,18 +70,6 @@ void ChooseImages(Mesh& mesh, const TextureArguments& texture, const ChipChoice&
     }
 }
 
-// The triangles that show image `image`, -1 for none.
-Mesh PartOf(const Mesh& mesh, int image) {
-    Mesh part;
-    part.vertices = mesh.vertices;
-    for (size_t i = 0; i < mesh.triangles.size(); ++i) {
-        if (mesh.imageOf[i] == image) {
-            part.triangles.push_back(mesh.triangles[i]);
-        }
-    }
-    return part;
-}
-
 // Images of materials that cannot be read are left out, with a warning; the one that was asked for
 // is not.
 std::vector<std::optional<TextureRequest>>
@@ -100,29 +89,6 @@ ReadImages(const Mesh& mesh, const TextureArguments& texture, Console& console) 
         }
     }
     return requests;
-}
-
-void DrawTextured(Canvas& canvas, const Mesh& mesh, const Camera& camera,
-                  const DrawOptions& options, const TextureArguments& texture,
-                  const std::vector<std::optional<TextureRequest>>& images) {
-    std::vector<TextureHandle> handles;
-    for (const auto& image : images) {
-        handles.push_back(image ? canvas.MakeTexture(*image) : TextureHandle{});
-    }
-    for (int image = -1; image < static_cast<int>(handles.size()); ++image) {
-        const Mesh part = PartOf(mesh, image);
-        if (part.triangles.empty()) {
-            continue;
-        }
-        if (image < 0 || !images[image]) {
-            ClearTexture(canvas);
-        } else {
-            TextureState state = texture.State();
-            state.texture = handles[image];
-            SetTexture(canvas, state);
-        }
-        DrawMesh(canvas, part, camera, options);
-    }
 }
 
 // How far the work is when the model has been read.
@@ -172,14 +138,18 @@ void Render(const RenderArguments& arguments, Console& console) {
         drawn += done == all ? all : 0;
     };
 
-    Canvas canvas(chip, settings, recording);
+    Canvas canvas(chip, settings, recording.ToldOf(chip.deviceId));
     canvas.Clear(kBackground);
     canvas.State(D3DRENDERSTATE_ZENABLE, zBuffer);
     canvas.State(D3DRENDERSTATE_CULLMODE, CullMode(arguments.cull));
     if (mesh.images.empty()) {
         DrawMesh(canvas, mesh, camera, options);
     } else {
-        DrawTextured(canvas, mesh, camera, options, arguments.texture, images);
+        std::vector<TextureHandle> textures;
+        for (const auto& image : images) {
+            textures.push_back(image ? canvas.MakeTexture(*image) : kNoTexture);
+        }
+        DrawTextured(canvas, mesh, camera, options, textures, arguments.texture.State());
     }
     WritePng(output.Stream(), canvas.Finish());
     output.Close();

@@ -33,7 +33,24 @@ Camera LookAt(const Vec3& eye, const Vec3& target, double fieldOfView, double ne
                             {0, focal * smaller / extent.height, 0, 0},
                             {0, 0, -depth, -depth * nearPlane},
                             {0, 0, -1, 0}}}};
-    return {projection * view, nearPlane, farPlane, eye};
+    return {projection * view, nearPlane, farPlane, eye, target, fieldOfView};
+}
+
+Camera Walked(const Camera& camera, const Orbit& by, Extent extent) {
+    constexpr double kHighest = 89.9 * kRadians;
+    if (by.yaw == 0 && by.pitch == 0 && by.zoom == 1) {
+        return camera;
+    }
+    const Vec3 offset = camera.eye - camera.target;
+    const double distance = Length(offset);
+    const double yaw = std::atan2(offset.x, -offset.y) + by.yaw * kRadians;
+    const double height = std::asin(std::clamp(offset.z / distance, -1.0, 1.0));
+    const double pitch = std::clamp(height + by.pitch * kRadians, -kHighest, kHighest);
+    const Vec3 towardsEye{std::cos(pitch) * std::sin(yaw), -std::cos(pitch) * std::cos(yaw),
+                          std::sin(pitch)};
+    return LookAt(camera.target + towardsEye * distance, camera.target,
+                  2 * std::atan(std::tan(camera.fieldOfView / 2) / by.zoom), camera.nearPlane,
+                  camera.farPlane, extent);
 }
 
 Camera FitCamera(const Sphere& sphere, const Orbit& orbit, Extent extent) {

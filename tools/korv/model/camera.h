@@ -11,7 +11,9 @@ struct Camera {
     Mat4 modelToClip;
     double nearPlane = 0; // distances from the eye along the line of sight
     double farPlane = 0;
-    Vec3 eye; // in model space
+    Vec3 eye;               // in model space
+    Vec3 target;            // what it looks at
+    double fieldOfView = 0; // radians, of the picture's smaller side
 };
 
 struct Extent {
@@ -30,6 +32,11 @@ struct Orbit {
     double pitch = 25; // degrees above the plane z = 0
     double zoom = 1;   // above 1 the model outgrows the picture
 };
+
+// `camera` after a walk around its target: so many degrees further about the z axis and higher (not
+// over the top), and the picture enlarged by `zoom`. With yaw and pitch 0 and zoom 1 it stays as it
+// is.
+Camera Walked(const Camera& camera, const Orbit& by, Extent extent);
 
 // A camera on `orbit` about `sphere` that shows it whole at zoom 1.
 Camera FitCamera(const Sphere& sphere, const Orbit& orbit, Extent extent);

@@ -25,8 +25,7 @@ std::filesystem::path PathOf(std::string name) {
 void MaterialLibrary::Load(std::string_view files, std::vector<std::string>& warnings) {
     // One name with blanks in it, or several names.
     std::vector<std::string> names{std::string(files)};
-    std::error_code none;
-    if (!std::filesystem::exists(folder_ / PathOf(names[0]), none)) {
+    if (!FileExists(folder_ / PathOf(names[0]))) {
         std::istringstream words{names[0]};
         names.clear();
         for (std::string word; words >> word;) {

@@ -142,7 +142,7 @@ void CheckSize(Extent size) {
     }
 }
 
-Canvas::Canvas(const ChipChoice& chip, const Settings& settings, Recording& recording)
+Canvas::Canvas(const ChipChoice& chip, const Settings& settings, board::BusRecorder* recorder)
     : chip_(chip), settings_(settings) {
     CheckSize(settings.size);
     host::PowerCycle();
@@ -159,10 +159,7 @@ Canvas::Canvas(const ChipChoice& chip, const Settings& settings, Recording& reco
         throw UserError(
             fmt::format("the {} board has no mode for {}: {}", chip.name, mode, refused.what()));
     }
-    recording.SetDevice(chip.deviceId);
-    if (recording.Wanted()) {
-        display_->Board().SetRecorder(&recording);
-    }
+    display_->Board().SetRecorder(recorder);
     if (!display_->Start()) {
         throw UserError(fmt::format("the driver refused the {} board", chip.name));
     }
@@ -187,7 +184,7 @@ Canvas::Canvas(const ChipChoice& chip, const Settings& settings, Recording& reco
 }
 
 Canvas::~Canvas() {
-    // The recording may end before the board does.
+    // The recorder may end before the board does.
     if (display_) {
         display_->Board().SetRecorder(nullptr);
     }

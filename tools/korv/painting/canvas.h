@@ -1,10 +1,10 @@
 #pragma once
 // A machine with one board, set up for drawing: display mode, target, depth buffer, device.
+#include "board/recorder.h"
 #include "host/client/client_drawing.h"
 #include "host/d3d/direct3d.h"
 #include "host/ddraw/video_port.h"
 #include "host/picture.h"
-#include "tools/korv/capture/recording.h"
 #include "tools/korv/chips/chips.h"
 #include "tools/korv/painting/painter.h"
 
@@ -26,8 +26,10 @@ struct Settings {
 class Canvas : public Painter {
   public:
     // Switches the machine off and on with that board in it and brings the driver up. One canvas
-    // at a time; `recording` must outlive it. UserError for what the board cannot hold.
-    Canvas(const ChipChoice& chip, const Settings& settings, Recording& recording);
+    // at a time. `recorder`, if there is one, is told what reaches the board, and must outlive the
+    // canvas. UserError for what the board cannot hold.
+    Canvas(const ChipChoice& chip, const Settings& settings,
+           board::BusRecorder* recorder = nullptr);
     ~Canvas() override;
 
     Extent Size() const override { return settings_.size; }

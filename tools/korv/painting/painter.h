@@ -49,6 +49,8 @@ class Painter {
     virtual ~Painter() = default;
 
     virtual Extent Size() const = 0;
+    // The camera that stands for a scene's: a painter may let somebody walk around what is drawn.
+    virtual Camera Seen(const Camera& camera) const { return camera; }
     // All factors of Direct3D's blending exist; otherwise only those of a chip without them.
     virtual bool HasAllBlendFactors() const = 0;
     // Names of the formats that the device announces (see TexelFormatName); none on a device

@@ -193,7 +193,7 @@ void SetLightStates(Painter& painter, const DrawOptions& options) {
 void DrawMesh(Painter& painter, const Mesh& mesh, const Camera& camera,
               const DrawOptions& options) {
     SetLightStates(painter, options);
-    const std::vector<Batch> batches = Process(mesh, camera, painter.Size(), options);
+    const std::vector<Batch> batches = Process(mesh, painter.Seen(camera), painter.Size(), options);
     size_t done = 0, all = 0;
     for (const Batch& batch : batches) {
         all += batch.triangles.size();

@@ -6,7 +6,7 @@ void DrawStrips(Painter& painter, const Mesh& grid, int columns, const Camera& c
                 const DrawOptions& options) {
     SetLightStates(painter, options);
     const size_t row = static_cast<size_t>(columns) + 1;
-    const std::vector<ClipVertex> vertices = Transform(grid, camera, options);
+    const std::vector<ClipVertex> vertices = Transform(grid, painter.Seen(camera), options);
     for (size_t top = 0; top + 2 * row <= vertices.size(); top += row) {
         Batch batch;
         // Upper and lower corner by turns.

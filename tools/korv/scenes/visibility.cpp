@@ -77,7 +77,8 @@ void DrawVisibility(Painter& painter) {
             const Vec3 centre{(column - (kColumns - 1) / 2.0 + 0.35 * row) * 1.15, 1.2 + 1.5 * row,
                               kBallRadius * (1 + 2 * ((column * 2 + row) % 4))};
             const Vec3 scale{kBallRadius, kBallRadius, kBallRadius};
-            const auto boxes = Process(Placed(box, centre, scale, {}), camera, extent, {});
+            const auto boxes =
+                Process(Placed(box, centre, scale, {}), painter.Seen(camera), extent, {});
             const bool seen = std::ranges::any_of(boxes, [&](const Batch& batch) {
                 return painter.WouldShow(batch.vertices, batch.triangles);
             });

@@ -1,6 +1,7 @@
 #pragma once
 // What every command that draws can be told.
 #include "host/remote/board_program.h"
+#include "tools/korv/capture/recording.h"
 #include "tools/korv/painting/canvas.h"
 
 #include <string>

@@ -30,6 +30,8 @@ class StreamPictures {
     // What a frame ends with: as above, but the screen's surface before others.
     stream::SurfaceLayout OfFrame(const std::string& name, bool depth);
     host::Picture Picture(const stream::SurfaceLayout& surface);
+    // All that there are by now.
+    const stream::Surfaces& Surfaces() const { return surfaces_; }
 
   private:
     stream::SurfaceLayout Screen();
