@@ -102,12 +102,15 @@ endforeach()
 run(ignored ${KORV} model torus -o ${BINARY}/torus.obj)
 run(ignored ${KORV} render torus.obj --chip permedia --zbuffer --size 64x48 -o tool.png
     --words torus.words)
+set(pixels ${SOURCE}/tests/board_library/pixels.py)
+run(as_the_tool python3 ${pixels} tool.png)
 foreach(flavour IN LISTS flavours)
   # Permedia, 1:5:5:5, behind the screen's own 48 rows of 128 bytes.
   run(faults ${BINARY}/examples-build/${flavour}/play_words 3 torus.words ${flavour}.png 64 48 2 128
       6144)
   expect("faults of the words" "${faults}" "")
-  run(ignored ${CMAKE_COMMAND} -E compare_files tool.png ${flavour}.png)
+  run(drawn python3 ${pixels} ${flavour}.png)
+  expect("pixels of the words" "${drawn}" "${as_the_tool}")
 endforeach()
 
 # The interpreter has one width.
