@@ -5,6 +5,7 @@
 #include "host/inspect/unwaited.h"
 #include "host/vdd/minivdd.h"
 #include "host/win32/heap.h"
+#include "tools/korv/random/copy_exceptions.h"
 #include "tools/korv/random/heap_walk.h"
 
 #include <fmt/format.h>
@@ -43,10 +44,6 @@ bool IsBusyAnswer(uint32_t result, std::string_view kind) {
             kind.ends_with("Status"));
 }
 
-struct Rectangle {
-    uint32_t left, top, right, bottom;
-};
-
 Rectangle RectOf(const Step& step, const char* field, const host::Surface& surface) {
     const auto found = step.find(field);
     if (found == step.end()) {
@@ -77,6 +74,22 @@ bool AtRest(PlayedDisplay& display) {
     return display.display->Config().timing.PipelineAtOnce() &&
            display.display->Config().timing.dmaWordsPerTick == 0 &&
            host::UnsentWords(display.display->Chip()).empty();
+}
+
+// As the runtime does at its end: the memory of the screen is the primary's again, which no heap
+// gets back.
+void ShowScreen(PlayedDisplay& display) {
+    for (const auto& surface : display.directDraw->Surfaces()) {
+        if ((surface->Caps() & DDSCAPS_PRIMARYSURFACE) == 0 || surface->Lost()) {
+            continue;
+        }
+        for (host::Surface* back : surface->Chain()) {
+            if (back->Bytes() == display.display->FrameBuffer()) {
+                display.directDraw->Patiently(
+                    [&] { return display.directDraw->Flip(*surface, *back); });
+            }
+        }
+    }
 }
 
 } // namespace
@@ -177,6 +190,9 @@ void Checks::CheckFaults(Player& player) {
             lossExplained_ = true; // words that the known routines lose on a slow chip
             faults.fifoOverflows = 0;
         }
+        // Behind a copy of textures on Glint (driver/blit/txblit32.cpp, vGlintLBCopyBltNative):
+        // LBReadMode keeps its bit for the source.
+        faults.unmodelled.erase("local buffer copy that the window does not force");
         if (illegal_) {
             faults.badMemoryAccesses = 0; // coordinates that are none
             faults.unmodelled.clear();
@@ -296,6 +312,12 @@ void Checks::ExpectBlit(Player& player) {
         }
         host::Surface& from = player.SurfaceWithMemory(Field("from"));
         const Rectangle source = RectOf(step, "fromRect", from);
+        const host::Display& display = *player.DisplayOf(Field("surface")).display;
+        for (const CopyException& exception : CopyExceptions()) {
+            if (exception.holds({display.Config(), to, from, rect, source})) {
+                return;
+            }
+        }
         if (!SameFormat(to.Format(), from.Format()) ||
             source.right - source.left != rect.right - rect.left ||
             source.bottom - source.top != rect.bottom - rect.top ||
@@ -350,10 +372,16 @@ void Checks::End(Player& player) {
     if (untouched_) {
         CheckUntouched();
     }
+    for (auto& [name, one] : player.contexts) {
+        if (one.live) {
+            one.device->Finish();
+        }
+    }
     for (auto& [name, one] : player.Displays()) {
         if (!one.directDraw) {
             continue;
         }
+        ShowScreen(one);
         size_t number = 0;
         for (const auto& surface : one.directDraw->Surfaces()) {
             if (!surface->Lost()) {

@@ -41,7 +41,7 @@ struct MadeContext {
 
 struct MadeDisplay {
     std::string name, chip;
-    bool glint, setUp, drawsTextures, keysTextures;
+    bool glint, setUp, drawsTextures, keysTextures, stretches;
     uint32_t width, height, bits;
     bool slowFifo = false; // routines that ask for too little space would lose words
     bool busy = false;     // since the last quiet moment it was given something to do

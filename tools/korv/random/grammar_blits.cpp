@@ -51,11 +51,9 @@ bool Grammar::Copy() {
     }
     const MadeDisplay& on = displays_[to->display];
     const MadeSurface* from = Any([&](const MadeSurface& one) {
-        const bool depth = one.kind == Kind::Depth || to->kind == Kind::Depth;
         return one.display == to->display &&
-               (one.kind == Kind::Yuv
-                    ? to->kind == Kind::Plain || to->kind == Kind::Target
-                    : one.shape.format == to->shape.format && (!depth || one.kind == to->kind));
+               (one.kind == Kind::Yuv ? to->kind == Kind::Plain || to->kind == Kind::Target
+                                      : one.shape.format == to->shape.format);
     });
     if (from == nullptr) {
         return false;
@@ -64,8 +62,8 @@ bool Grammar::Copy() {
         Quiet(to->display);
     }
     Step step{{"do", "blt"}, {"surface", to->name}, {"from", from->name}};
-    const bool plain = to->kind != Kind::Depth && to->kind != Kind::Texture;
-    if (plain && !on.slowFifo && dice_.Chance(25)) { // a stretch
+    const bool plain = to->kind != Kind::Texture;
+    if (plain && on.stretches && !on.slowFifo && dice_.Chance(25)) { // a stretch
         step["rect"] = RectIn(to->shape);
         step["fromRect"] = RectIn(from->shape);
     } else {
@@ -76,7 +74,7 @@ bool Grammar::Copy() {
         step["fromRect"] = Rect(dice_.From(0, from->shape.width - width),
                                 dice_.From(0, from->shape.height - height), width, height);
     }
-    if (plain && !on.slowFifo) {
+    if (plain && on.stretches && !on.slowFifo) {
         const uint32_t low = PixelOf(*from), high = PixelOf(*from);
         if (dice_.Chance(15)) {
             step["sourceKey"] = {low, dice_.Chance(70) ? low : std::max(low, high)};

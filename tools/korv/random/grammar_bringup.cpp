@@ -26,6 +26,7 @@ void Grammar::AddDisplay() {
                         chip.setupUnit,
                         chip.drawsTextures,
                         KeysTextures(chip),
+                        chip.stretches,
                         mode.width,
                         mode.height,
                         dice_.Of(kBits)};

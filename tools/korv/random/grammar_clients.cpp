@@ -138,7 +138,7 @@ bool Grammar::Break() {
         }
         Add({{"do", "states"},
              {"context", dice_.Of(goneContexts_)},
-             {"states", {{"SHADEMODE", 1}}}});
+             {"states", Step::array({Step::array({"SHADEMODE", 1})})}});
         return true;
     case 1:
         if (goneContexts_.empty()) {
@@ -156,11 +156,12 @@ bool Grammar::Break() {
         if (goneTextures_.empty()) {
             Add({{"do", "states"},
                  {"context", context->name},
-                 {"states", {{"TEXTUREHANDLE", dice_.Word()}}}});
+                 {"states", Step::array({Step::array({"TEXTUREHANDLE", dice_.Word()})})}});
         } else {
             Add({{"do", "states"},
                  {"context", context->name},
-                 {"states", {{"TEXTUREHANDLE", {{"texture", dice_.Of(goneTextures_)}}}}}});
+                 {"states", Step::array({Step::array(
+                                {"TEXTUREHANDLE", {{"texture", dice_.Of(goneTextures_)}}})})}});
         }
         return true;
     case 3: // states that are none, values that are none
@@ -169,7 +170,8 @@ bool Grammar::Break() {
         }
         Add({{"do", "states"},
              {"context", context->name},
-             {"states", {{dice_.From(0, 400), dice_.Word()}, {dice_.From(1, 50), dice_.Word()}}}});
+             {"states", Step::array({Step::array({dice_.From(0, 400), dice_.Word()}),
+                                     Step::array({dice_.From(1, 50), dice_.Word()})})}});
         return true;
     case 4: { // numbers that are none
         if (context == nullptr) {

@@ -85,7 +85,9 @@ bool Grammar::MakeContext() {
     contexts_.push_back(made);
     Add({{"do", "states"},
          {"context", made.name},
-         {"states", {{"CULLMODE", 1}, {"ZENABLE", depth != nullptr}, {"ZWRITEENABLE", true}}}});
+         {"states",
+          Step::array({Step::array({"CULLMODE", 1}), Step::array({"ZENABLE", depth != nullptr}),
+                       Step::array({"ZWRITEENABLE", true})})}});
     return true;
 }
 
@@ -218,7 +220,9 @@ bool Grammar::EndTexture() {
         return false;
     }
     Quiet(context->display);
-    Add({{"do", "states"}, {"context", context->name}, {"states", {{"TEXTUREHANDLE", 0}}}});
+    Add({{"do", "states"},
+         {"context", context->name},
+         {"states", Step::array({Step::array({"TEXTUREHANDLE", 0})})}});
     Add({{"do", "destroyTexture"},
          {"context", context->name},
          {"texture", context->textures.back().name}});

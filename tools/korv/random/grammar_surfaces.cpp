@@ -245,7 +245,7 @@ void Grammar::Drop(size_t place) {
             if (context.textures[i].surface == name) {
                 Add({{"do", "states"},
                      {"context", context.name},
-                     {"states", {{"TEXTUREHANDLE", 0}}}});
+                     {"states", Step::array({Step::array({"TEXTUREHANDLE", 0})})}});
                 Add({{"do", "destroyTexture"},
                      {"context", context.name},
                      {"texture", context.textures[i].name}});

@@ -63,7 +63,14 @@ Trace PlayRoad(const Steps& steps, const HalScript& script, const Road& road,
 void Compare(const Steps& steps, const Trace& first, const Trace& other, const Road& road) {
     const std::string kind = fmt::format("differs {}", road.name);
     for (size_t i = 0; i < steps.size(); ++i) {
-        if (first.results[i] != other.results[i] || first.passedOver[i] != other.passedOver[i]) {
+        const std::string step = steps[i].value("do", "");
+        if (step == "display" && other.passedOver[i] && !first.passedOver[i]) {
+            return; // a pace at which a DLL would wait for ever
+        }
+        // What a client is given are addresses, and buffers that nobody needs through the FIFO.
+        const bool answers = step != "export" && step != "call";
+        if ((answers && first.results[i] != other.results[i]) ||
+            first.passedOver[i] != other.passedOver[i]) {
             const auto show = [](const std::optional<uint32_t>& result) {
                 return result ? host::ResultName(*result) : "nothing";
             };
