@@ -34,8 +34,8 @@ struct MadeContext {
     std::string name, target, depth;
     size_t display;
     uint32_t process;
-    bool inScene = false, textureBound = false;
-    bool drawn = false; // words may wait
+    bool inScene = false; // words may wait
+    bool textureBound = false;
     std::vector<MadeTexture> textures;
 };
 
@@ -66,6 +66,8 @@ class Grammar {
     // Waits until all that was handed in is done: what the processor does next it does to memory
     // that nobody writes.
     void Quiet(size_t display);
+    // Before 2D work; what was drawn may still be under way.
+    void EndScenes(size_t display);
     bool ChangeMode();
     bool PassTime();
     bool AskBeam();
@@ -96,6 +98,9 @@ class Grammar {
     bool EndContext();
     void DropContext(size_t context);
     bool Scene();
+    // What is drawn is drawn in a scene, and there is one open at a time: in which order words of
+    // several come is nobody's promise.
+    void OpenScene(MadeContext& context);
     bool SetStates();
     bool MakeTexture();
     bool UseTexture();

@@ -22,9 +22,7 @@ bool Grammar::Fill() {
     if (surface == nullptr) {
         return false;
     }
-    if (dice_.Chance(50)) {
-        Quiet(surface->display);
-    }
+    EndScenes(surface->display);
     const bool depth = surface->kind == Kind::Depth;
     Step step{{"do", depth              ? "depthFill"
                      : dice_.Chance(80) ? "colorFill"
@@ -44,8 +42,10 @@ bool Grammar::Fill() {
 }
 
 bool Grammar::Copy() {
-    const MadeSurface* to =
-        Any([](const MadeSurface& one) { return !one.system && one.kind != Kind::Yuv; });
+    // The driver claims no DDCAPS_ZBLTS.
+    const MadeSurface* to = Any([](const MadeSurface& one) {
+        return !one.system && one.kind != Kind::Yuv && one.kind != Kind::Depth;
+    });
     if (to == nullptr) {
         return false;
     }
@@ -58,9 +58,7 @@ bool Grammar::Copy() {
     if (from == nullptr) {
         return false;
     }
-    if (dice_.Chance(60)) {
-        Quiet(to->display);
-    }
+    EndScenes(to->display);
     Step step{{"do", "blt"}, {"surface", to->name}, {"from", from->name}};
     const bool plain = to->kind != Kind::Texture;
     if (plain && on.stretches && !on.slowFifo && dice_.Chance(25)) { // a stretch

@@ -103,11 +103,25 @@ void Grammar::SettleFlips(size_t display) {
     Add({{"do", "advance"}, {"display", displays_[display].name}, {"microseconds", 40000}});
 }
 
+void Grammar::EndScenes(size_t display) {
+    if (dice_.Chance(60)) {
+        Quiet(display);
+        return;
+    }
+    for (MadeContext& one : contexts_) {
+        if (one.display == display && one.inScene) {
+            Add({{"do", "endScene"}, {"context", one.name}});
+            one.inScene = false;
+        }
+    }
+}
+
 void Grammar::Quiet(size_t display) {
     for (MadeContext& one : contexts_) {
-        if (one.display == display && one.drawn) {
+        if (one.display == display && one.inScene) {
+            Add({{"do", "endScene"}, {"context", one.name}});
             Add({{"do", "finish"}, {"surface", one.target}});
-            one.drawn = false;
+            one.inScene = false;
         }
     }
     if (!displays_[display].busy) {
@@ -139,6 +153,7 @@ bool Grammar::ChangeMode() {
          {"width", mode.width},
          {"height", mode.height},
          {"bits", one.bits}});
+    std::erase_if(blocks_, [&](const auto& block) { return block.first == display; });
     // Surfaces are lost, and restored by being made again.
     for (size_t i = surfaces_.size(); i-- > 0;) {
         const MadeSurface& surface = surfaces_[i];

@@ -91,6 +91,9 @@ bool Grammar::ClientContext() {
 
 // A copy within the screen.
 bool Grammar::ClientCopy() {
+    if (displays_.size() > 1) {
+        return false; // the table of primitives may be the other one's (ModeKey knows no chips)
+    }
     const size_t display = dice_.From(0, static_cast<uint32_t>(displays_.size()) - 1);
     Quiet(display);
     const std::string rect = Name("rect");
@@ -177,6 +180,7 @@ bool Grammar::Break() {
         if (context == nullptr) {
             return false;
         }
+        OpenScene(*context);
         Step vertices = Vertices(*context, 3);
         for (Step& vertex : vertices) {
             if (dice_.Chance(60)) {
@@ -185,7 +189,6 @@ bool Grammar::Break() {
             }
         }
         Add({{"do", "triangles"}, {"context", context->name}, {"vertices", vertices}});
-        context->drawn = displays_[context->display].busy = true;
         return true;
     }
     case 5: // an instruction that is none

@@ -71,7 +71,6 @@ bool Grammar::MakeContext() {
                      dice_.From(1, 3),
                      false,
                      false,
-                     false,
                      {}};
     Step step{{"do", "context"},
               {"display", displays_[made.display].name},
@@ -94,10 +93,6 @@ bool Grammar::MakeContext() {
 void Grammar::DropContext(size_t place) {
     MadeContext& context = contexts_[place];
     Quiet(context.display);
-    if (context.inScene) {
-        Add({{"do", "endScene"}, {"context", context.name}});
-        Add({{"do", "finish"}, {"surface", context.target}});
-    }
     Add({{"do", "destroyContext"}, {"context", context.name}});
     goneContexts_.push_back(context.name);
     contexts_.erase(contexts_.begin() + static_cast<ptrdiff_t>(place));
@@ -126,9 +121,22 @@ bool Grammar::Scene() {
     if (context == nullptr) {
         return false;
     }
-    Add({{"do", context->inScene ? "endScene" : "beginScene"}, {"context", context->name}});
-    context->inScene = !context->inScene;
+    if (context->inScene) {
+        Add({{"do", "endScene"}, {"context", context->name}});
+        context->inScene = false;
+    } else {
+        OpenScene(*context);
+    }
     return true;
+}
+
+void Grammar::OpenScene(MadeContext& context) {
+    if (!context.inScene) {
+        Quiet(context.display);
+        Add({{"do", "beginScene"}, {"context", context.name}});
+        context.inScene = true;
+    }
+    displays_[context.display].busy = true;
 }
 
 Step Grammar::StatePairs(const MadeContext& context) {
@@ -271,6 +279,7 @@ bool Grammar::Triangles() {
     if (context == nullptr) {
         return MakeContext();
     }
+    OpenScene(*context);
     const uint32_t corners = dice_.From(3, 9);
     Step step{
         {"do", "triangles"}, {"context", context->name}, {"vertices", Vertices(*context, corners)}};
@@ -287,7 +296,6 @@ bool Grammar::Triangles() {
     }
     step["triangles"] = list;
     Add(step);
-    context->drawn = displays_[context->display].busy = true;
     return true;
 }
 
@@ -296,6 +304,7 @@ bool Grammar::Lines() {
     if (context == nullptr) {
         return false;
     }
+    OpenScene(*context);
     Step list = Step::array();
     for (uint32_t i = dice_.From(1, 6); i-- > 0;) {
         list.push_back({dice_.From(0, 4), dice_.From(0, 4)});
@@ -304,7 +313,6 @@ bool Grammar::Lines() {
          {"context", context->name},
          {"vertices", Vertices(*context, 5)},
          {"lines", list}});
-    context->drawn = displays_[context->display].busy = true;
     return true;
 }
 
@@ -313,12 +321,12 @@ bool Grammar::Points() {
     if (context == nullptr) {
         return false;
     }
+    OpenScene(*context);
     const uint32_t count = dice_.From(1, 6), first = dice_.From(0, 2);
     Add({{"do", "points"},
          {"context", context->name},
          {"vertices", Vertices(*context, count + first)},
          {"points", {{count, first}}}});
-    context->drawn = displays_[context->display].busy = true;
     return true;
 }
 
@@ -327,6 +335,7 @@ bool Grammar::Execute() {
     if (context == nullptr) {
         return false;
     }
+    OpenScene(*context);
     Step instructions = Step::array();
     for (uint32_t i = dice_.From(1, 4); i-- > 0;) {
         Step one;
@@ -350,7 +359,6 @@ bool Grammar::Execute() {
          {"context", context->name},
          {"vertices", Vertices(*context, 4)},
          {"instructions", instructions}});
-    context->drawn = displays_[context->display].busy = true;
     return true;
 }
 

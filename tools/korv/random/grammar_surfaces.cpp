@@ -194,14 +194,12 @@ bool Grammar::WriteSurface() {
 
 bool Grammar::LockSurface() {
     const MadeSurface& surface = dice_.Of(surfaces_);
+    EndScenes(surface.display);
     Step step{{"do", "lock"}, {"surface", surface.name}};
     if (dice_.Chance(40)) {
         step["rect"] = RectIn(surface.shape);
     }
     Add(step);
-    for (MadeContext& one : contexts_) {
-        one.drawn = one.drawn && one.target != surface.name;
-    }
     return true;
 }
 
@@ -219,6 +217,7 @@ bool Grammar::LoadTexture() {
     if (to == nullptr) {
         return false;
     }
+    EndScenes(to->display);
     displays_[to->display].busy = true;
     Add({{"do", "loadTexture"}, {"surface", to->name}, {"from", from->name}});
     return true;
