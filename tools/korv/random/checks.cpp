@@ -374,6 +374,20 @@ void Checks::CheckBlit(Player& player, const Outcome& outcome) {
     }
 }
 
+void Checks::HashSurface(Player& player, const std::string& name) {
+    try {
+        const host::Surface& surface = player.Surface(name);
+        // One in memory of the host has the size of the mode that it was made in.
+        if (!surface.Lost() && surface.Width() * surface.Bits() / 8 <= uint32_t(surface.Pitch())) {
+            const Pixels pixels = PixelsOf(surface);
+            trace_.contents[fmt::format("surface '{}'", name)] =
+                Hash(pixels.data(), pixels.size() * 4);
+        }
+    } catch (const NotThereError&) {
+        return; // destroyed
+    }
+}
+
 void Checks::End(Player& player) {
     at_ = steps_.empty() ? 0 : steps_.size() - 1;
     if (untouched_) {
@@ -384,19 +398,16 @@ void Checks::End(Player& player) {
             one.device->Finish();
         }
     }
+    for (const Step& step : steps_) {
+        if (step.value("do", "") == "surface") {
+            HashSurface(player, step.value("name", ""));
+        }
+    }
     for (auto& [name, one] : player.Displays()) {
         if (!one.directDraw) {
             continue;
         }
         ShowScreen(one);
-        size_t number = 0;
-        for (const auto& surface : one.directDraw->Surfaces()) {
-            if (!surface->Lost()) {
-                const Pixels pixels = PixelsOf(*surface);
-                trace_.contents[fmt::format("surface {} of display '{}'", number++, name)] =
-                    Hash(pixels.data(), pixels.size() * 4);
-            }
-        }
         board::Board& board = one.display->Board();
         trace_.contents[fmt::format("the frame buffer of '{}'", name)] =
             Hash(one.display->FrameBuffer(), board.FrameBuffer().size());

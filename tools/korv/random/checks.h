@@ -63,6 +63,7 @@ class Checks : public StepWatch {
     void ExpectBlit(Player& player);
     void CheckBlit(Player& player, const Outcome& outcome);
     void HashWords(Player& player);
+    void HashSurface(Player& player, const std::string& name);
 
     const Steps& steps_;
     const bool illegal_, untouched_;

@@ -61,7 +61,7 @@ class Grammar {
     };
 
     // --- bring-up ---
-    void AddDisplay();
+    void AddDisplay(uint32_t ofDisplays);
     void SettleFlips(size_t display);
     // Waits until all that was handed in is done: what the processor does next it does to memory
     // that nobody writes.

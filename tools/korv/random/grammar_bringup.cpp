@@ -16,7 +16,7 @@ constexpr uint32_t kBits[] = {8, 16, 16, 16, 32};
 
 } // namespace
 
-void Grammar::AddDisplay() {
+void Grammar::AddDisplay(uint32_t ofDisplays) {
     const ChipChoice& chip = Chips()[dice_.From(0, static_cast<uint32_t>(Chips().size()) - 1)];
     const Mode mode = dice_.Of(kModes);
     MadeDisplay display{displays_.empty() ? "main" : "second",
@@ -53,7 +53,9 @@ void Grammar::AddDisplay() {
         step["chipFlags"] = dice_.Chance(50) ? "VBlankByInterrupt" : "TwoSubBuffers";
     }
     Step registry;
-    if (dice_.Chance(20)) {
+    // A display that is not the primary drops what goes by DMA without the queue (StartDMA), and
+    // the registry of one counts for both.
+    if (ofDisplays > 1 || dice_.Chance(20)) {
         registry["Direct3DHAL.NoDMA"] = "1";
     }
     if (dice_.Chance(30)) {

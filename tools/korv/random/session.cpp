@@ -34,9 +34,9 @@ Steps Grammar::Make(size_t count) {
     for (const Rule& rule : kRules) {
         sum += rule.weight;
     }
-    AddDisplay();
-    if (dice_.Chance(15)) {
-        AddDisplay();
+    const uint32_t displays = dice_.Chance(15) ? 2 : 1;
+    while (displays_.size() < displays) {
+        AddDisplay(displays);
     }
     while (steps_.size() < count) {
         if (illegal_ && dice_.Chance(25) && Break()) {
