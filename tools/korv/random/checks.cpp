@@ -73,6 +73,7 @@ bool SameFormat(const DDPIXELFORMAT& a, const DDPIXELFORMAT& b) {
 bool AtRest(PlayedDisplay& display) {
     return display.display->Config().timing.PipelineAtOnce() &&
            display.display->Config().timing.dmaWordsPerTick == 0 &&
+           display.display->Config().timing.interruptLatency == 0 &&
            host::UnsentWords(display.display->Chip()).empty();
 }
 
@@ -320,8 +321,10 @@ void Checks::ExpectBlit(Player& player) {
         host::Surface& from = player.SurfaceWithMemory(Field("from"));
         const Rectangle source = RectOf(step, "fromRect", from);
         const host::Display& display = *player.DisplayOf(Field("surface")).display;
+        const bool flipX = step.value("mirrorLeftRight", false),
+                   flipY = step.value("mirrorUpDown", false);
         for (const CopyException& exception : CopyExceptions()) {
-            if (exception.holds({display.Config(), to, from, rect, source})) {
+            if (exception.holds({display.Config(), to, from, rect, source, flipX || flipY})) {
                 return;
             }
         }
@@ -331,8 +334,6 @@ void Checks::ExpectBlit(Player& player) {
             (from.HasVideoMemory() && (from.Caps() & DDSCAPS_TEXTURE) != 0)) {
             return;
         }
-        const bool flipX = step.value("mirrorLeftRight", false),
-                   flipY = step.value("mirrorUpDown", false);
         const bool keyed = step.contains("sourceKey");
         const Pixels pixels = PixelsOf(from);
         Pixels result = PixelsOf(to);

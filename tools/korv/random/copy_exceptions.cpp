@@ -28,6 +28,13 @@ constexpr CopyException kExceptions[] = {
          return IsGlint(copy) && !copy.from.HasVideoMemory() &&
                 (copy.rect.left * bits % 32 != 0 || copy.source.left * bits % 32 != 0);
      }},
+    {"a mirror turns the source rectangle about the whole surface "
+     "(driver/blit/pmblitfx.cpp, PermediaStretchCopyBlt)",
+     [](const CopyCase& copy) {
+         return copy.mirrored && (copy.source.left != 0 || copy.source.top != 0 ||
+                                  copy.source.right != copy.from.Width() ||
+                                  copy.source.bottom != copy.from.Height());
+     }},
     {"the way from one surface to the other is counted in pixels of the display, whatever theirs "
      "are (driver/blit/pmdirecx.cpp, slot 1)",
      [](const CopyCase& copy) { return !IsGlint(copy) && copy.to.Bits() != copy.display.bits; }},

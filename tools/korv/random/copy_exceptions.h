@@ -15,6 +15,7 @@ struct CopyCase {
     const host::DisplayConfig& display;
     const host::Surface &to, &from;
     Rectangle rect, source;
+    bool mirrored;
 };
 
 struct CopyException {

@@ -5,6 +5,17 @@
 
 namespace korv::random {
 
+namespace {
+
+bool SameSize(const Step& a, const Step& b) {
+    const auto side = [](const Step& rect, size_t i) {
+        return rect[i + 2].get<uint32_t>() - rect[i].get<uint32_t>();
+    };
+    return side(a, 0) == side(b, 0) && side(a, 1) == side(b, 1);
+}
+
+} // namespace
+
 Step Grammar::Rect(uint32_t left, uint32_t top, uint32_t width, uint32_t height) {
     return Step::array({left, top, left + width, top + height});
 }
@@ -51,6 +62,11 @@ bool Grammar::Copy() {
     }
     const MadeDisplay& on = displays_[to->display];
     const MadeSurface* from = Any([&](const MadeSurface& one) {
+        // From and to the local buffer of a Glint whole words go, and what they reach into is
+        // nobody's (driver/blit/txblit32.cpp, vGlintLBCopyBltNative).
+        if (on.glint && to->kind == Kind::Texture && !one.system) {
+            return false;
+        }
         return one.display == to->display &&
                (one.kind == Kind::Yuv ? to->kind == Kind::Plain || to->kind == Kind::Target
                                       : one.shape.format == to->shape.format);
@@ -73,15 +89,19 @@ bool Grammar::Copy() {
                                 dice_.From(0, from->shape.height - height), width, height);
     }
     if (plain && on.stretches && !on.slowFifo) {
-        const uint32_t low = PixelOf(*from), high = PixelOf(*from);
-        if (dice_.Chance(15)) {
-            step["sourceKey"] = {low, dice_.Chance(70) ? low : std::max(low, high)};
+        const uint32_t low = PixelOf(*from);
+        const bool stretched = !SameSize(step["rect"], step["fromRect"]);
+        // MX takes the way between the surfaces for a place in memory then
+        // (driver/blit/txblitfx.cpp, MXStretchCopyChromaBlt).
+        const bool lost = on.glint && stretched;
+        if (!lost && dice_.Chance(15)) {
+            step["sourceKey"] = {low, low}; // DDCKEYCAPS of ranges are not claimed
         } else if (dice_.Chance(5)) {
             step["sourceKey"] = true;
         } else if (dice_.Chance(4)) {
             step["destKey"] = {low, low};
         }
-        if (dice_.Chance(10)) {
+        if (dice_.Chance(10) && !(on.glint && step.contains("sourceKey"))) {
             step[dice_.Chance(50) ? "mirrorLeftRight" : "mirrorUpDown"] = true;
         }
     }

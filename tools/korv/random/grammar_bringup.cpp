@@ -68,7 +68,9 @@ void Grammar::AddDisplay(uint32_t ofDisplays) {
     // (SendSubBufferDirect); a Delta's triangles, stipple on Glint and the stretches ask for less
     // FIFO space than they take (host/inspect/unwaited.h), which a slow FIFO loses.
     const bool slowDma = !display.chip.starts_with("permedia") || display.chip == "permedia2";
-    const bool slowFifo = display.chip.find("delta") == std::string::npos;
+    const bool slowFifo =
+        display.chip.find("delta") == std::string::npos &&
+        (slowDma || (!registry.is_null() && registry.contains("Direct3DHAL.NoDMA")));
     if (dice_.Chance(35)) {
         Step timing;
         if (slowDma && dice_.Chance(60)) {
