@@ -67,6 +67,10 @@ bool Grammar::Copy() {
         if (on.glint && to->kind == Kind::Texture && !one.system) {
             return false;
         }
+        // What lies off the display's pixel size is looked for elsewhere (copy_exceptions.cpp).
+        if (!on.glint && to->kind == Kind::Texture && !one.system && BitsOf(*to) != on.bits) {
+            return false;
+        }
         return one.display == to->display &&
                (one.kind == Kind::Yuv ? to->kind == Kind::Plain || to->kind == Kind::Target
                                       : one.shape.format == to->shape.format);

@@ -82,7 +82,9 @@ void Grammar::AddDisplay(uint32_t ofDisplays) {
         if (slowFifo && dice_.Chance(60)) {
             timing["fifoDepth"] = dice_.From(16, 64);
             timing["fifoTicksPerEntry"] = dice_.From(1, 6);
-            timing["pixelsPerTick"] = dice_.From(20, 400);
+            if (!illegal_) { // triangles to infinity would take too long
+                timing["pixelsPerTick"] = dice_.From(20, 400);
+            }
             display.slowFifo = true;
         }
         if (dice_.Chance(30)) {

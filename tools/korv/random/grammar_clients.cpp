@@ -199,7 +199,7 @@ bool Grammar::Break() {
              {"name", "RenderPrimitive"},
              {"display", displays_[context->display].name},
              {"fields",
-              {{"dwhContext", dice_.From(0, 300)},
+              {{"dwhContext", dice_.From(0, 199)},
                {"diInstruction",
                 {{"bOpcode", dice_.From(0, 255)}, {"bSize", 8}, {"wCount", 0}}}}}});
         return true;

@@ -62,6 +62,9 @@ Trace PlayRoad(const Steps& steps, const HalScript& script, const Road& road,
 // A road must lead where the first one led.
 void Compare(const Steps& steps, const Trace& first, const Trace& other, const Road& road) {
     const std::string kind = fmt::format("differs {}", road.name);
+    // A context may get the record of one that has ended, and a surface that this one drew to then
+    // takes the new one for its owner (Lock32): by the addresses that the system hands out.
+    bool ended = false, sameWords = true;
     for (size_t i = 0; i < steps.size(); ++i) {
         const std::string step = steps[i].value("do", "");
         if (step == "display" && other.passedOver[i] && !first.passedOver[i]) {
@@ -80,7 +83,9 @@ void Compare(const Steps& steps, const Trace& first, const Trace& other, const R
                             fmt::format("{}: the result is {} in place of {}", road.name,
                                         show(other.results[i]), show(first.results[i])));
         }
-        if (road.dll && first.words[i] != other.words[i]) {
+        ended |= step == "destroyContext" || step == "destroyProcess";
+        sameWords &= !(ended && step == "context");
+        if (road.dll && sameWords && first.words[i] != other.words[i]) {
             throw Violation(kind, i, fmt::format("{}: other words or writes", road.name));
         }
     }
