@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace korv {
 namespace {
@@ -112,15 +114,16 @@ TEST(RandomSessionTest, AScriptUnderChecksIsToldWithItsStep) {
 }
 
 TEST(RandomSessionTest, BadRequestsGetALine) {
-    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"replay"},
-                                                      {"replay", "--random", "x"},
-                                                      {"replay", "--random", "-1"},
-                                                      {"replay", "--random", "1", "--steps", "0"},
-                                                      {"replay", "--steps", "5", "script.json"},
-                                                      {"replay", "--random", "1", "script.json"}}) {
+    for (const char* line : {"", "--random x", "--random -1", "--random 1 --steps 0",
+                             "--steps 5 script.json", "--random 1 script.json"}) {
+        std::vector<std::string> arguments{std::string("replay")};
+        std::istringstream words(line);
+        for (std::string word; words >> word;) {
+            arguments.push_back(word);
+        }
         const ToolResult result = RunTool(arguments);
-        EXPECT_EQ(result.code, 2) << testing::PrintToString(arguments);
-        EXPECT_NE(result.err, "");
+        EXPECT_EQ(result.code, 2) << line;
+        EXPECT_NE(result.err, "") << line;
     }
 }
 

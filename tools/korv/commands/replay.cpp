@@ -181,6 +181,12 @@ void PlayRandom(const ReplayArguments& arguments, Console& console) {
 void PlayChecked(const ReplayArguments& arguments, Console& console) {
     const auto script = nlohmann::ordered_json::parse(ReadFile(arguments.script));
     const random::Steps steps = script.at("steps").get<random::Steps>();
+    for (const random::Step& step : steps) {
+        if (step.contains("include")) {
+            throw UserError(fmt::format("{}: with '--checks' a script includes no other",
+                                        Printable(arguments.script)));
+        }
+    }
     const random::TrialResult result =
         random::Try(steps, {arguments.random.illegal, true, arguments.dll});
     if (result.finding) {
@@ -192,10 +198,28 @@ void PlayChecked(const ReplayArguments& arguments, Console& console) {
 }
 
 void ReplayAny(const ReplayArguments& arguments, Console& console) {
-    if (!arguments.random.seed.empty()) {
+    const RandomArguments& random = arguments.random;
+    const RandomArguments usual;
+    const bool checked = !random.seed.empty() || arguments.checks;
+    if (random.seed.empty() && (random.steps != usual.steps || random.sessions != usual.sessions ||
+                                !random.save.empty())) {
+        throw UsageError("'--steps', '--sessions' and '--save' go with '--random SEED'");
+    }
+    if (!checked && random.illegal) {
+        throw UsageError("'--illegal' goes with '--random SEED' or '--checks'");
+    }
+    if (checked && (arguments.fifo || arguments.subBuffers != 0 || !arguments.pictures.empty() ||
+                    !arguments.record.words.empty() || !arguments.record.events.empty() ||
+                    !arguments.record.capture.empty())) {
+        throw UsageError(
+            "'--random' and '--checks' play by every road and record nothing: save the "
+            "session, and play the script");
+    }
+    if (random.seed.empty() == arguments.script.empty()) {
+        throw UsageError("expected either a SCRIPT or '--random SEED'");
+    }
+    if (!random.seed.empty()) {
         PlayRandom(arguments, console);
-    } else if (arguments.script.empty()) {
-        throw UsageError("SCRIPT is missing: expected the name of a script, or --random SEED");
     } else if (arguments.checks) {
         const HalScript sound(arguments.script);
         PlayChecked(arguments, console);
@@ -218,8 +242,7 @@ Examples:
 
 void SetUpReplay(CLI::App& command, Console& console) {
     auto arguments = std::make_shared<ReplayArguments>();
-    auto* script = command.add_option("SCRIPT", arguments->script, "The script, a JSON file");
-    script->type_name("");
+    command.add_option("SCRIPT", arguments->script, "The script, a JSON file")->type_name("");
     command
         .add_option("--dll", arguments->dll, "Play it with this KORV32.dll instead of the library")
         ->type_name("PATH");
@@ -245,28 +268,23 @@ void SetUpReplay(CLI::App& command, Console& console) {
         ->excludes(fifo);
     AddPatienceOption(command);
     RandomArguments& random = arguments->random;
-    auto* seed = command
-                     .add_option("--random", random.seed,
-                                 "In place of a script, make one of this number, and play it by "
-                                 "every road under all checks")
-                     ->type_name("SEED")
-                     ->excludes(script)
-                     ->excludes(fifo);
+    command
+        .add_option("--random", random.seed,
+                    "In place of a script, make one of this number, and play it by "
+                    "every road under all checks")
+        ->type_name("SEED");
     AddNumber(command, "--steps", random.steps, 1, 1000000, "How many steps it has at least (100)")
-        ->type_name("N")
-        ->needs(seed);
+        ->type_name("N");
     AddNumber(command, "--sessions", random.sessions, 1, 1000000000,
               "So many of them, of the numbers from SEED on")
-        ->type_name("N")
-        ->needs(seed);
+        ->type_name("N");
     command.add_flag("--illegal", random.illegal,
                      "Let some steps break the rules of DirectDraw and Direct3D");
     command
         .add_option("--save", random.save,
                     "Keep the session as a script; of one that fails, the fewest steps that do "
                     "(random-SEED.json)")
-        ->type_name("SCRIPT")
-        ->needs(seed);
+        ->type_name("SCRIPT");
     command.add_flag("--checks", arguments->checks,
                      "Play SCRIPT as a random session is played: by every road, under all checks");
     command.footer(kReplayFooter);
