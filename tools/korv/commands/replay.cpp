@@ -9,12 +9,16 @@
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/draw_options.h"
 #include "tools/korv/commands/cli/values.h"
+#include "tools/korv/random/trial.h"
 #include "tools/korv/replay/script.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fmt/ostream.h>
+#include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <memory>
 
@@ -22,8 +26,18 @@ namespace korv {
 
 namespace {
 
+// Random sessions in place of a script.
+struct RandomArguments {
+    std::string seed; // none: a script is played
+    int steps = 100, sessions = 1;
+    bool illegal = false;
+    std::string save;
+};
+
 struct ReplayArguments {
     std::string script, dll, pictures;
+    RandomArguments random;
+    bool checks = false;
     bool fifo = false;
     int subBuffers = 0;
     BoardArguments board;
@@ -102,6 +116,120 @@ void Replay(const ReplayArguments& arguments, Console& console) {
                Count(script.Steps(), "step"));
 }
 
+constexpr size_t kMostTries = 1000;
+
+uint64_t ReadSeed(const std::string& text) {
+    uint64_t seed = 0;
+    const char* const end = text.data() + text.size();
+    const auto [behind, error] = std::from_chars(text.data(), end, seed);
+    if (error != std::errc() || behind != end) {
+        throw UsageError(fmt::format(
+            "bad value '{}' for '--random': expected a number from 0 to 18446744073709551615",
+            text));
+    }
+    return seed;
+}
+
+std::string Tell(const random::Finding& finding, const random::Steps& steps) {
+    return fmt::format("step {} of {} '{}': {}: {}", finding.step, steps.size(),
+                       steps.at(finding.step).value("do", ""), finding.kind, finding.text);
+}
+
+void WriteScript(const std::string& path, const std::string& text) {
+    OutputFile file(path);
+    file.Stream() << text;
+    file.Commit();
+}
+
+// Sessions of consecutive seeds, under all checks; the first finding is cut down and kept.
+void PlayRandom(const ReplayArguments& arguments, Console& console) {
+    const RandomArguments& how = arguments.random;
+    const uint64_t first = ReadSeed(how.seed);
+    size_t steps = 0, plays = 0, passedOver = 0;
+    for (uint64_t seed = first; seed != first + static_cast<uint64_t>(how.sessions); ++seed) {
+        const random::Steps session =
+            random::MakeSession(seed, static_cast<size_t>(how.steps), how.illegal);
+        const random::TrialOptions options{how.illegal, true, arguments.dll};
+        const random::TrialResult result = random::Try(session, options);
+        const std::string title = fmt::format("Random session {}, {}{}", seed,
+                                              Count(static_cast<size_t>(how.steps), "step"),
+                                              how.illegal ? ", some illegal" : "");
+        if (result.finding) {
+            const random::Steps fewest =
+                random::Shrink(session, *result.finding, options, kMostTries);
+            const auto again = random::Try(fewest, options);
+            const random::Finding finding = again.finding.value_or(*result.finding);
+            const std::string path =
+                how.save.empty() ? fmt::format("random-{}.json", seed) : how.save;
+            WriteScript(path, random::ScriptText(title + ": " + finding.kind, fewest));
+            throw UnexpectedError(
+                fmt::format("random session {}: {}\ncut down to {} in '{}': {}", seed,
+                            Tell(*result.finding, session), Count(fewest.size(), "step"), path,
+                            again.finding ? Tell(finding, fewest) : finding.text));
+        }
+        if (!how.save.empty()) {
+            WriteScript(how.save, random::ScriptText(title, random::Kept(session, result)));
+        }
+        steps += session.size();
+        plays += result.plays;
+        passedOver += static_cast<size_t>(std::ranges::count(result.passedOver, true));
+    }
+    fmt::print(console.Report(), "{} from seed {} on: {} ({} passed over), {}, all as it must be\n",
+               Count(static_cast<size_t>(how.sessions), "random session"), first,
+               Count(steps, "step"), passedOver, Count(plays, "play"));
+}
+
+// A script under the checks of random sessions.
+void PlayChecked(const ReplayArguments& arguments, Console& console) {
+    const auto script = nlohmann::ordered_json::parse(ReadFile(arguments.script));
+    const random::Steps steps = script.at("steps").get<random::Steps>();
+    for (const random::Step& step : steps) {
+        if (step.contains("include")) {
+            throw UserError(fmt::format("{}: with '--checks' a script includes no other",
+                                        Printable(arguments.script)));
+        }
+    }
+    const random::TrialResult result =
+        random::Try(steps, {arguments.random.illegal, true, arguments.dll});
+    if (result.finding) {
+        throw UnexpectedError(
+            fmt::format("{}: {}", Printable(arguments.script), Tell(*result.finding, steps)));
+    }
+    fmt::print(console.Report(), "{}: {}, {}, all as it must be\n", Printable(arguments.script),
+               Count(steps.size(), "step"), Count(result.plays, "play"));
+}
+
+void ReplayAny(const ReplayArguments& arguments, Console& console) {
+    const RandomArguments& random = arguments.random;
+    const RandomArguments usual;
+    const bool checked = !random.seed.empty() || arguments.checks;
+    if (random.seed.empty() && (random.steps != usual.steps || random.sessions != usual.sessions ||
+                                !random.save.empty())) {
+        throw UsageError("'--steps', '--sessions' and '--save' go with '--random SEED'");
+    }
+    if (!checked && random.illegal) {
+        throw UsageError("'--illegal' goes with '--random SEED' or '--checks'");
+    }
+    if (checked && (arguments.fifo || arguments.subBuffers != 0 || !arguments.pictures.empty() ||
+                    !arguments.record.words.empty() || !arguments.record.events.empty() ||
+                    !arguments.record.capture.empty())) {
+        throw UsageError(
+            "'--random' and '--checks' play by every road and record nothing: save the "
+            "session, and play the script");
+    }
+    if (random.seed.empty() == arguments.script.empty()) {
+        throw UsageError("expected either a SCRIPT or '--random SEED'");
+    }
+    if (!random.seed.empty()) {
+        PlayRandom(arguments, console);
+    } else if (arguments.checks) {
+        const HalScript sound(arguments.script);
+        PlayChecked(arguments, console);
+    } else {
+        Replay(arguments, console);
+    }
+}
+
 constexpr const char* kReplayFooter =
     R"(The script says what the system does with the driver and what must come of it;
 docs/hal-scripts.md describes the format. The exit code is 0 if all expectations hold, 1 if one
@@ -116,9 +244,7 @@ Examples:
 
 void SetUpReplay(CLI::App& command, Console& console) {
     auto arguments = std::make_shared<ReplayArguments>();
-    command.add_option("SCRIPT", arguments->script, "The script, a JSON file")
-        ->type_name("")
-        ->required();
+    command.add_option("SCRIPT", arguments->script, "The script, a JSON file")->type_name("");
     command
         .add_option("--dll", arguments->dll, "Play it with this KORV32.dll instead of the library")
         ->type_name("PATH");
@@ -144,8 +270,28 @@ void SetUpReplay(CLI::App& command, Console& console) {
         ->type_name("N")
         ->excludes(fifo);
     AddPatienceOption(command);
+    RandomArguments& random = arguments->random;
+    command
+        .add_option("--random", random.seed,
+                    "In place of a script, make one of this number, and play it by "
+                    "every road under all checks")
+        ->type_name("SEED");
+    AddNumber(command, "--steps", random.steps, 1, 1000000, "How many steps it has at least (100)")
+        ->type_name("N");
+    AddNumber(command, "--sessions", random.sessions, 1, 1000000000,
+              "So many of them, of the numbers from SEED on")
+        ->type_name("N");
+    command.add_flag("--illegal", random.illegal,
+                     "Let some steps break the rules of DirectDraw and Direct3D");
+    command
+        .add_option("--save", random.save,
+                    "Keep the session as a script; of one that fails, the fewest steps that do "
+                    "(random-SEED.json)")
+        ->type_name("SCRIPT");
+    command.add_flag("--checks", arguments->checks,
+                     "Play SCRIPT as a random session is played: by every road, under all checks");
     command.footer(kReplayFooter);
-    command.callback([arguments, &console] { Replay(*arguments, console); });
+    command.callback([arguments, &console] { ReplayAny(*arguments, console); });
 }
 
 } // namespace

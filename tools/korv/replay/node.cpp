@@ -77,8 +77,9 @@ const char* TypeName(const nlohmann::json& value) {
 
 } // namespace
 
-ScriptFile::ScriptFile(const std::filesystem::path& path) : path_(path) {
-    const std::string text = ReadText(path);
+ScriptFile::ScriptFile(const std::filesystem::path& path) : ScriptFile(path, ReadText(path)) {}
+
+ScriptFile::ScriptFile(const std::filesystem::path& path, const std::string& text) : path_(path) {
     if (const auto place = TooDeep(text)) {
         throw UserError(
             fmt::format("{}:{}: nested too deeply", path.string(), LineAt(text, *place)));

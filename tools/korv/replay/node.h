@@ -20,6 +20,9 @@ class ScriptFile {
   public:
     // UserError for a file that cannot be read or is no JSON.
     explicit ScriptFile(const std::filesystem::path& path);
+    // The same for a text that is not in a file yet; `path` is what complaints name, and where
+    // other files are looked for.
+    ScriptFile(const std::filesystem::path& path, const std::string& text);
     ~ScriptFile();
 
     const std::filesystem::path& Path() const { return path_; }

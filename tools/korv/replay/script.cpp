@@ -210,12 +210,32 @@ std::optional<std::string> WriteDifference(const std::vector<RegisterWrite>& exp
     return {};
 }
 
+void PlayStep(const ScriptStep& step, Player& player, Outcome& outcome, const std::string& place) {
+    try {
+        step.plan.play(player, outcome);
+    } catch (const NotThereError& error) {
+        step.node.Fail(error.what());
+    } catch (const std::invalid_argument& error) {
+        step.node.Fail(error.what());
+    } catch (const host::ResultError& error) {
+        throw UnexpectedError(fmt::format("{}: {}", place, error.what()));
+    } catch (const std::bad_alloc&) {
+        step.node.Fail("out of memory");
+    }
+}
+
 } // namespace
 
-HalScript::HalScript(const std::filesystem::path& path) {
+HalScript::HalScript(const std::filesystem::path& path)
+    : HalScript(std::make_unique<const ScriptFile>(path)) {}
+
+HalScript::HalScript(const std::filesystem::path& path, const std::string& text)
+    : HalScript(std::make_unique<const ScriptFile>(path, text)) {}
+
+HalScript::HalScript(std::unique_ptr<const ScriptFile> file) {
     Names names;
     std::vector<const ScriptFile*> open;
-    Read(std::make_unique<const ScriptFile>(path), names, open);
+    Read(std::move(file), names, open);
     displays_ = names.Of(NameKind::Display).size();
 }
 
@@ -262,10 +282,10 @@ void HalScript::Include(const Node& step, Names& names, std::vector<const Script
     Read(std::move(file), names, open);
 }
 
-void HalScript::Play(Player& player) const {
-    uint32_t number = 0;
-    for (const ScriptStep& step : steps_) {
-        Tell(&host::Observer::OnStep, number++, step.kind);
+void HalScript::Play(Player& player, StepWatch* watch) const {
+    for (size_t number = 0; number < steps_.size(); ++number) {
+        const ScriptStep& step = steps_[number];
+        Tell(&host::Observer::OnStep, static_cast<uint32_t>(number), step.kind);
         std::map<std::string, host::UnsentByContext> before;
         for (auto& [name, one] : player.Displays()) {
             one.tap->words.clear();
@@ -279,16 +299,20 @@ void HalScript::Play(Player& player) const {
                         step.node.Pointer(), step.kind);
         CrashNote::Set(place);
         Outcome outcome;
+        if (watch != nullptr) {
+            watch->Before(number, player);
+        }
         try {
-            step.plan.play(player, outcome);
-        } catch (const NotThereError& error) {
-            step.node.Fail(error.what());
-        } catch (const std::invalid_argument& error) {
-            step.node.Fail(error.what());
-        } catch (const host::ResultError& error) {
-            throw UnexpectedError(fmt::format("{}: {}", place, error.what()));
-        } catch (const std::bad_alloc&) {
-            step.node.Fail("out of memory");
+            PlayStep(step, player, outcome, place);
+        } catch (const std::runtime_error& error) { // UserError, UnexpectedError
+            if (watch == nullptr) {
+                throw;
+            }
+            watch->PassedOver(number, player, error.what());
+            continue;
+        }
+        if (watch != nullptr) {
+            watch->After(number, player, outcome);
         }
 
         std::string lines;
@@ -308,7 +332,7 @@ void HalScript::Play(Player& player) const {
                                      got ? ShowBits(player, expectation.kind, *got) : "nothing"));
             }
         }
-        if (step.plan.resultIsOk && !resultTold) {
+        if (step.plan.resultIsOk && !resultTold && watch == nullptr) {
             if (const auto got = outcome.Find("result"); got != uint32_t{DD_OK}) {
                 complain(step.node, fmt::format("result: expected DD_OK, got {}",
                                                 got ? host::ResultName(*got) : "nothing"));

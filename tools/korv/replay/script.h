@@ -36,20 +36,35 @@ struct ScriptStep {
     std::vector<RegisterExpectation> registers;
 };
 
+// Looks on while a script is played, and takes over what becomes of its steps: those that cannot be
+// played are told and passed over, and results are the watcher's to judge. Other expectations hold.
+class StepWatch {
+  public:
+    virtual void Before(size_t step, Player& player) = 0;
+    virtual void After(size_t step, Player& player, const Outcome& outcome) = 0;
+    virtual void PassedOver(size_t step, Player& player, const std::string& why) = 0;
+
+  protected:
+    ~StepWatch() = default;
+};
+
 class HalScript {
   public:
     // Reads and checks the whole script with all that it includes. UserError, with file, line and
     // path, for what is wrong with it.
     explicit HalScript(const std::filesystem::path& path);
+    // The same for a text that is not in a file yet.
+    HalScript(const std::filesystem::path& path, const std::string& text);
 
     size_t Displays() const { return displays_; }
     size_t Steps() const { return steps_.size(); }
 
     // Plays all steps. UnexpectedError at the first step whose expectations do not hold, with a
     // line for each of them; UserError for a step that cannot be played.
-    void Play(Player& player) const;
+    void Play(Player& player, StepWatch* watch = nullptr) const;
 
   private:
+    explicit HalScript(std::unique_ptr<const ScriptFile> file);
     // Adds the steps of `file`; `open` are the files whose steps are being read.
     void Read(std::unique_ptr<const ScriptFile> file, Names& names,
               std::vector<const ScriptFile*>& open);

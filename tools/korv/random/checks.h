@@ -1,0 +1,82 @@
+#pragma once
+// What must hold all along a session, whatever its steps are.
+#include "tools/korv/random/session.h"
+#include "tools/korv/replay/script.h"
+
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace korv::random {
+
+// Something that no healthy driver does. `kind` is one word, or a few joined by '-'.
+struct Violation : std::runtime_error {
+    Violation(std::string what, size_t at, const std::string& text)
+        : std::runtime_error(text), kind(std::move(what)), step(at) {}
+
+    std::string kind;
+    size_t step;
+};
+
+// What a play of a session left: to be compared with another play of it.
+struct Trace {
+    std::vector<std::optional<uint32_t>> results; // of the steps that have one
+    std::vector<bool> passedOver;
+    std::vector<uint64_t> words;              // all words and register writes of a step, hashed
+    std::map<std::string, uint64_t> contents; // of surfaces and memories, at the end, hashed
+};
+
+class Checks : public StepWatch {
+  public:
+    // `untouched`: memory outside all surfaces is watched too, which takes the most time.
+    Checks(const Steps& steps, bool illegal, bool untouched);
+    ~Checks();
+
+    // Each throws Violation.
+    void Before(size_t step, Player& player) override;
+    void After(size_t step, Player& player, const Outcome& outcome) override;
+    void PassedOver(size_t step, Player& player, const std::string& why) override;
+    // Behind the last step: what is left is taken down, and nothing may remain.
+    void End(Player& player);
+
+    const Trace& Result() const { return trace_; }
+
+  private:
+    struct Stretch {
+        size_t start, end; // bytes; the end is behind it
+    };
+    struct Shadow {
+        std::vector<uint8_t> bytes;
+        std::vector<Stretch> outside;
+    };
+    using Pixels = std::vector<uint32_t>;
+
+    std::string Field(const char* name) const;
+    void CheckResult(const Outcome& outcome);
+    void CheckFaults(Player& player);
+    void CheckHeaps(Player& player);
+    void CheckUntouched();
+    void TakeShadows(Player& player);
+    void ExpectBlit(Player& player);
+    void CheckBlit(Player& player, const Outcome& outcome);
+    void HashWords(Player& player);
+    void HashSurface(Player& player, const std::string& name);
+
+    const Steps& steps_;
+    const bool illegal_, untouched_;
+    size_t at_ = 0; // the present step
+    Trace trace_;
+    // By the memory's start.
+    std::map<const uint8_t*, Shadow> shadows_;
+    // Of a blit that the processor can do as well: the pixels that must come of it.
+    std::optional<Pixels> blitted_;
+    size_t heapBlocks_ = 0, vddBlocks_ = 0; // before and behind the start of displays
+    size_t heapAtStart_ = 0, vddAtStart_ = 0;
+    std::map<std::string, int> clientBlocks_; // by display
+    bool lossExplained_ = false;
+};
+
+} // namespace korv::random
