@@ -64,7 +64,7 @@ void Config::Visit(StateVisitor& visit) {
 }
 
 void Board::Parts::Visit(StateVisitor& visit) {
-    auto& [board, moves, listener, watcher, made, monitor, file, memory, hostMemory, fifo, granted,
+    auto& [board, moves, listener, watcher, made, follower, file, memory, hostMemory, fifo, granted,
            byTag, outFifo, counts, unit, stream, engine, line, port, told, errors, windowWords,
            mapped, busy, now, remainder, frameStart, shown, event, handle, handling] = *this;
     visit.Within("config", made);
