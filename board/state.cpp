@@ -64,7 +64,7 @@ void Config::Visit(StateVisitor& visit) {
 }
 
 void Board::Parts::Visit(StateVisitor& visit) {
-    auto& [board, moves, wrong, listener, watcher, prober, made, monitor, file, memory, hostMemory,
+    auto& [board, moves, wrong, listener, watcher, prober, made, follower, file, memory, hostMemory,
            fifo, granted, byTag, outFifo, counts, unit, stream, engine, line, port, told, errors,
            windowWords, mapped, busy, now, remainder, frameStart, shown, event, direct, handle,
            handling] = *this;

@@ -20,7 +20,7 @@ class FetchedWords {
 
     // Reads the word with this index in the memory, unless it is at hand.
     void Fetch(int64_t index) {
-        Slot& slot = slots_[static_cast<uint64_t>(index) % slots_.size()];
+        Slot& slot = slots_[static_cast<size_t>(index) % slots_.size()];
         if (slot.index == index) {
             return;
         }
@@ -32,7 +32,7 @@ class FetchedWords {
     }
     // A byte of a fetched word, by its place in the memory.
     uint8_t At(int64_t place) const {
-        const Slot& slot = slots_[static_cast<uint64_t>(place >> 2) % slots_.size()];
+        const Slot& slot = slots_[static_cast<size_t>(place >> 2) % slots_.size()];
         return slot.bytes[static_cast<size_t>(place & 3)];
     }
     bool InMemory(int64_t place) const { return place >= 0 && place < bytes_; }

@@ -40,7 +40,8 @@ inline constexpr auto kRows = SpreadTable<kPatchRows>(0);
 constexpr int64_t PatchedOffset(int64_t x, int64_t y, int64_t pitch) {
     const int64_t row = y & (kPatchRows - 1);
     return (y - row) * pitch + (x >> 4) * (kPatchRows * kPatchColumns) +
-           patch::kColumns[x & (kPatchColumns - 1)] + patch::kRows[row];
+           patch::kColumns[static_cast<size_t>(x & (kPatchColumns - 1))] +
+           patch::kRows[static_cast<size_t>(row)];
 }
 
 } // namespace board

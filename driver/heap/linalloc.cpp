@@ -157,12 +157,12 @@ void MergeIntoFreeSet(DriverData* heap, HeapNode* node) {
 
 } // namespace
 
-uint32_t ALIGNED(uint32_t pointer, uint32_t alignment, uint32_t basePtr) {
-    ::pointer = pointer;
-    ::alignment = alignment;
-    ::basePtr = basePtr;
-    const uint32_t over = (pointer - basePtr) % alignment;
-    return over == 0 ? pointer : pointer + alignment - over;
+uint32_t ALIGNED(uint32_t address, uint32_t unit, uint32_t base) {
+    pointer = address;
+    alignment = unit;
+    basePtr = base;
+    const uint32_t over = (address - base) % unit;
+    return over == 0 ? address : address + unit - over;
 }
 
 uint32_t InitialiseHeapManager(DriverData* heap) {

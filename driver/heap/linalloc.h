@@ -98,8 +98,8 @@ uint32_t InitialiseHeapManager(DriverData* heap);
 // Kept as an outside name: nothing here calls it.
 void UnInitialiseHeapManager(DriverData* heap);
 
-// `pointer` rounded up to a multiple of `alignment` bytes above `basePtr`.
-uint32_t ALIGNED(uint32_t pointer, uint32_t alignment, uint32_t basePtr);
+// `address` rounded up to a multiple of `unit` bytes above `base`.
+uint32_t ALIGNED(uint32_t address, uint32_t unit, uint32_t base);
 // Serves a request; a HeapResult, and request.Address.
 uint32_t AllocateVideoMemory(DriverData* heap, HeapRequest* request);
 // Frees the allocated stretch that holds `address`; a HeapResult.

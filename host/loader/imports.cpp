@@ -9,9 +9,13 @@ namespace host::loader {
 
 namespace {
 
+// A program need not run under the one that Linux gives it: one built for single precision sets its
+// own before main.
+uint16_t programsControlWord;
+
 class HostControlWord {
   public:
-    HostControlWord() : saved_(ControlWord()) { SetControlWord(kHostControlWord); }
+    HostControlWord() : saved_(ControlWord()) { SetControlWord(programsControlWord); }
     ~HostControlWord() { SetControlWord(saved_); }
 
   private:
@@ -68,6 +72,7 @@ const Import kImports[] = {
 } // namespace
 
 void* FindImport(std::string_view dll, std::string_view name) {
+    programsControlWord = ControlWord();
     std::string library = FoldCase(std::string(dll));
     if (library.ends_with(".dll")) {
         library.resize(library.size() - 4);

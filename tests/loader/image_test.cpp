@@ -132,9 +132,10 @@ TEST_F(ImageTest, ADllMainThatReturnsZeroIsTold) {
     const std::string refuses("\x31\xC0\xC2\x0C\x00", 5); // xor %eax,%eax; ret $12
     SetDllMain(refuses);
     host::loader::UseDriverDll(Path());
+    const uint16_t before = host::loader::ControlWord();
     EXPECT_THAT([] { host::PowerCycle(); },
                 ThrowsMessage<std::runtime_error>("the driver's DllMain refused to be loaded"));
-    EXPECT_EQ(host::loader::ControlWord(), host::loader::kHostControlWord);
+    EXPECT_EQ(host::loader::ControlWord(), before);
     PowerOn(Driver::Dll);
     EXPECT_TRUE(host::Display({}).Start()) << "another choice does away with it";
 }
@@ -242,6 +243,7 @@ TEST(Imports, AFunctionCanBeCalledOnAnyStackAndKeepsTheControlWord) {
     auto* getSystemInfo = reinterpret_cast<void(KORV_STDCALL*)(SYSTEM_INFO*)>(
         host::loader::FindImport("KERNEL32.dll", "GetSystemInfo"));
     SYSTEM_INFO info{};
+    const uint16_t before = host::loader::ControlWord();
     host::loader::SetControlWord(0x007F);
     for (int shift = 0; shift < 4; ++shift) {
         info = {};
@@ -249,7 +251,7 @@ TEST(Imports, AFunctionCanBeCalledOnAnyStackAndKeepsTheControlWord) {
         EXPECT_EQ(info.dwPageSize, 4096u);
     }
     const uint16_t after = host::loader::ControlWord();
-    host::loader::SetControlWord(host::loader::kHostControlWord);
+    host::loader::SetControlWord(before);
     EXPECT_EQ(after, 0x007F);
 }
 
@@ -261,16 +263,18 @@ TEST(DriverCall, RoundsToTwentyFourBitsInADllOnly) {
         asm volatile("fldl %1\n\tfaddl %2\n\tfstpt %0" : "=m"(result) : "m"(one), "m"(small));
         return result;
     };
+    // A program built for single precision has that everywhere.
+    const bool always = sum() == 1.0L;
     PowerOn(Driver::Dll);
     {
         const host::DriverCall call;
         EXPECT_TRUE(sum() == 1.0L);
         EXPECT_EQ(host::loader::ControlWord() & 0x0F3F, 0x003F);
     }
-    EXPECT_FALSE(sum() == 1.0L);
+    EXPECT_EQ(sum() == 1.0L, always);
     PowerOn(Driver::Library);
     const host::DriverCall call;
-    EXPECT_FALSE(sum() == 1.0L);
+    EXPECT_EQ(sum() == 1.0L, always);
 }
 
 } // namespace

@@ -162,6 +162,37 @@ TEST_F(SetUpScripts, TestBuildsBothSidesElsewhere) {
         << result.text;
 }
 
+TEST_F(SetUpScripts, AllMeansTheConversionsInBothFloatingPointBuildsToo) {
+    Stand("dpkg-query", "echo 'install ok installed'");
+    Stand("ctest", "echo \"ctest $*\" >>\"$LOG\"");
+    const std::string builds = folder_ / "b";
+    std::string expected;
+    for (const std::string preset : {"hosted", "hosted-x87"}) {
+        fs::create_directories(builds + "/" + preset + "/tests");
+        const std::string path = builds + "/" + preset + "/tests/exhaustive_conversions";
+        std::ofstream(path) << "#!/usr/bin/env bash\necho " << preset << " >>\"$LOG\"\n[ ! -e \""
+                            << builds << "/fail-" << preset << "\" ]\n";
+        fs::permissions(path, fs::perms::owner_all);
+        expected += "cmake --preset " + preset + " -B " + builds + "/" + preset +
+                    " -DBUILD_TESTING=ON\ncmake --build " + builds + "/" + preset +
+                    " --target exhaustive_conversions\n" + preset + "\n";
+    }
+    EXPECT_EQ(Run("test.sh --all -R Demo", "KORV_BUILD=b").code, 0);
+    const size_t at = Log().find("ctest --test-dir " + builds + "/hosted ");
+    ASSERT_NE(at, std::string::npos) << Log();
+    EXPECT_EQ(Log().substr(Log().find('\n', at) + 1), expected);
+    EXPECT_TRUE(Log().substr(at).find(" -R Demo\n") != std::string::npos) << Log();
+
+    folder_.Write("b/fail-hosted-x87", "");
+    EXPECT_EQ(Run("test.sh --asan --all", "KORV_BUILD=b").code, 1);
+    EXPECT_NE(Log().find("ctest --test-dir " + builds + "/hosted-asan "), std::string::npos);
+
+    Stand("ctest", "exit 8");
+    folder_.Write("log", "");
+    EXPECT_EQ(Run("test.sh --all", "KORV_BUILD=b").code, 8);
+    EXPECT_EQ(Log().find("exhaustive_conversions"), std::string::npos) << "tests come first";
+}
+
 TEST_F(SetUpScripts, AFolderThatCannotBeWrittenIsNamed) {
     Stand("dpkg-query", "echo 'install ok installed'");
     folder_.Write("file", "");

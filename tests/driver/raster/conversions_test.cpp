@@ -36,12 +36,14 @@ const Named kWords[] = {
     {"tointCol", tointCol, 255, 0},
 };
 
-reference::Pair Pair32(float x) {
+using reference::Pair;
+
+Pair Pair32(float x) {
     uint32_t words[2];
     flt_to_fix_32_16(x, words);
     return {words[0], words[1]};
 }
-reference::Pair Pair24(float x) {
+Pair Pair24(float x) {
     uint32_t words[2];
     flt_to_fix_24_16(x, words);
     return {words[0], words[1]};
@@ -55,8 +57,8 @@ TEST(Conversions, ZeroNegativeZeroAndDenormalsGiveZeroFromEveryFunction) {
         for (const Named& word : kWords) {
             EXPECT_EQ(word.convert(x), 0u) << word.name << std::hex << pattern;
         }
-        EXPECT_EQ(Pair32(x), (reference::Pair{0, 0}));
-        EXPECT_EQ(Pair24(x), (reference::Pair{0, 0}));
+        EXPECT_EQ(Pair32(x), (Pair{0, 0}));
+        EXPECT_EQ(Pair24(x), (Pair{0, 0}));
         EXPECT_EQ(float_to_fix_2_30(x), 0u);
         EXPECT_EQ(float_to_fix_11_21(x), 0u);
     }
@@ -76,12 +78,12 @@ TEST(Conversions, InfinitySaturatesAndNaNTakesTheWordOfItsSign) {
         }
     }
     for (const float x : positive) {
-        EXPECT_EQ(Pair32(x), (reference::Pair{0x7FFFFFFF, 0xFFFF0000}));
-        EXPECT_EQ(Pair24(x), (reference::Pair{0xFFFFFF, 0xFFFF0000}));
+        EXPECT_EQ(Pair32(x), (Pair{0x7FFFFFFF, 0xFFFF0000}));
+        EXPECT_EQ(Pair24(x), (Pair{0xFFFFFF, 0xFFFF0000}));
     }
     for (const float x : negative) {
-        EXPECT_EQ(Pair32(x), (reference::Pair{0x80000000, 0}));
-        EXPECT_EQ(Pair24(x), (reference::Pair{0xFF000000, 0}));
+        EXPECT_EQ(Pair32(x), (Pair{0x80000000, 0}));
+        EXPECT_EQ(Pair24(x), (Pair{0xFF000000, 0}));
     }
     EXPECT_EQ(float_to_fix_2_30(kInfinity), 0x80000000u);
     EXPECT_EQ(float_to_fix_2_30(-kInfinity), 0x80000000u);
@@ -135,22 +137,22 @@ TEST(Conversions, TenTwentyTwoDropsToATwentyFourBitWordAt512) {
 }
 
 TEST(Conversions, ThirtyTwoSixteenOfMinusOneAndAHalf) {
-    EXPECT_EQ(Pair32(-1.5f), (reference::Pair{0xFFFFFFFE, 0x80000000}));
+    EXPECT_EQ(Pair32(-1.5f), (Pair{0xFFFFFFFE, 0x80000000}));
 }
 
 TEST(Conversions, PairFormatsSaturateAtTheirOwnLimits) {
-    EXPECT_EQ(Pair32(65535.0f), (reference::Pair{0xFFFF, 0}));
-    EXPECT_EQ(Pair32(16777216.0f), (reference::Pair{0x1000000, 0}));
-    EXPECT_EQ(Pair24(16777216.0f), (reference::Pair{0xFFFFFF, 0xFFFF0000}));
-    EXPECT_EQ(Pair24(-16777216.0f), (reference::Pair{0xFF000000, 0}));
-    EXPECT_EQ(Pair24(16777215.0f), (reference::Pair{0xFFFFFF, 0}));
-    EXPECT_EQ(Pair32(-2147483648.0f), (reference::Pair{0x80000000, 0}));
+    EXPECT_EQ(Pair32(65535.0f), (Pair{0xFFFF, 0}));
+    EXPECT_EQ(Pair32(16777216.0f), (Pair{0x1000000, 0}));
+    EXPECT_EQ(Pair24(16777216.0f), (Pair{0xFFFFFF, 0xFFFF0000}));
+    EXPECT_EQ(Pair24(-16777216.0f), (Pair{0xFF000000, 0}));
+    EXPECT_EQ(Pair24(16777215.0f), (Pair{0xFFFFFF, 0}));
+    EXPECT_EQ(Pair32(-2147483648.0f), (Pair{0x80000000, 0}));
 }
 
 TEST(Conversions, PairFormatsCutTowardsZeroAtTheLastFractionBit) {
-    EXPECT_EQ(Pair32(std::ldexp(-1.0f, -17)), (reference::Pair{0, 0}));
-    EXPECT_EQ(Pair32(std::ldexp(-1.0f, -16)), (reference::Pair{0xFFFFFFFF, 0xFFFF0000}));
-    EXPECT_EQ(Pair32(std::ldexp(-1.5f, -16)), (reference::Pair{0xFFFFFFFF, 0xFFFF0000}));
+    EXPECT_EQ(Pair32(std::ldexp(-1.0f, -17)), (Pair{0, 0}));
+    EXPECT_EQ(Pair32(std::ldexp(-1.0f, -16)), (Pair{0xFFFFFFFF, 0xFFFF0000}));
+    EXPECT_EQ(Pair32(std::ldexp(-1.5f, -16)), (Pair{0xFFFFFFFF, 0xFFFF0000}));
 }
 
 TEST(Conversions, RoundedConversionsTieToEven) {

@@ -216,8 +216,8 @@ class TriangleReference : public StreamReference {
                  Fix12_20(StepY((*p)[0], (*p)[2]))});
         }
         if (count == 3) {
-            Put({Rounded(q[0], Two(30)), Rounded(StepX(q[0], q[1], q[2]), Two(30)),
-                 Rounded(StepY(q[0], q[2]), Two(30))});
+            Put({Rounded2_30(q[0]), Rounded2_30(StepX(q[0], q[1], q[2])),
+                 Rounded2_30(StepY(q[0], q[2]))});
         }
     }
 

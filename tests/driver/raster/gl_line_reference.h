@@ -62,8 +62,7 @@ class LineReference : public StreamReference {
                 words.insert(words.end(), {Fix12_20(p[0]), 0, Fix12_20(Dy(p[0], p[1]))});
             }
             if (Flag(0x10)) {
-                words.insert(words.end(),
-                             {Rounded(q[0], Two(30)), 0, Rounded(Dy(q[0], q[1]), Two(30))});
+                words.insert(words.end(), {Rounded2_30(q[0]), 0, Rounded2_30(Dy(q[0], q[1]))});
             }
             Group(words);
             if (Flag(0x04)) {

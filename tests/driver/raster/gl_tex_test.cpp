@@ -235,7 +235,7 @@ TEST(GlintTexturedTriangle, OfEqualQTheLaterIsExactlyOneAndTheOtherIsMultiplied)
     ASSERT_NE(q0, 1.0f);
     const Words words = TextureWords(DrawOnce(Glint_Tri_XY_STQ_FLAT, rig, vertices));
     ASSERT_EQ(words.size(), 9u);
-    EXPECT_EQ(words[6], reference::Rounded(q0, reference::Two(30)));
+    EXPECT_EQ(words[6], reference::Rounded2_30(q0));
 
     // V1 and V2 equal: V2 is exact. V0 alone on top: V0 is.
     vertices[2].rhw = 7.0f;
@@ -243,8 +243,8 @@ TEST(GlintTexturedTriangle, OfEqualQTheLaterIsExactlyOneAndTheOtherIsMultiplied)
     const float q2 = 1.0f, low = 7.0f * inverse;
     const Words tie = TextureWords(DrawOnce(Glint_Tri_XY_STQ_FLAT, rig, vertices));
     ASSERT_EQ(tie.size(), 9u);
-    EXPECT_EQ(tie[6], reference::Rounded(low, reference::Two(30)));
-    EXPECT_EQ(tie[8], reference::Rounded((low - q2) * -0.0625f, reference::Two(30)));
+    EXPECT_EQ(tie[6], reference::Rounded2_30(low));
+    EXPECT_EQ(tie[8], reference::Rounded2_30((low - q2) * -0.0625f));
 }
 
 TEST(GlintTexturedTriangle, EqualQInAllVerticesMakesTheLastExact) {
@@ -256,8 +256,8 @@ TEST(GlintTexturedTriangle, EqualQInAllVerticesMakesTheLastExact) {
     const float q = 41.0f * (1.0f / 41.0f);
     const Words words = TextureWords(DrawOnce(Glint_Tri_XY_STQ_FLAT, rig, vertices));
     ASSERT_EQ(words.size(), 9u);
-    EXPECT_EQ(words[6], reference::Rounded(q, reference::Two(30)));
-    EXPECT_EQ(words[8], reference::Rounded((q - 1.0f) * -0.0625f, reference::Two(30)));
+    EXPECT_EQ(words[6], reference::Rounded2_30(q));
+    EXPECT_EQ(words[8], reference::Rounded2_30((q - 1.0f) * -0.0625f));
 }
 
 TEST(GlintTexturedTriangle, ZeroQInAllVerticesSaturates) {
