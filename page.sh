@@ -39,6 +39,8 @@ check_build_folder
 mkdir -p "$build/web"
 # emscripten's own scripts find Debian's packages here, whichever Node runs them.
 export NODE_PATH=/usr/share/nodejs KORV_BUILD=$build
+# Its libraries are Debian's ready-made ones, in a folder that only root may write.
+export EM_FROZEN_CACHE=1
 # Packages lie beside what is built of them, as the sources may be read-only.
 if ! cmp -s "$root/web/package-lock.json" "$build/web/package-lock.json" || [ ! -e "$build/web/node_modules" ]; then
   echo "The page's packages: npm brings them"

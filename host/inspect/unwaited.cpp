@@ -28,6 +28,7 @@ constexpr uint32_t kStippleRows[] = {tag::AreaStipplePattern4, tag::AreaStippleP
                                      tag::AreaStipplePattern6, tag::AreaStipplePattern7};
 constexpr uint32_t kPermediaStretch[] = {tag::DitherMode, tag::TextureAddressMode,
                                          tag::TextureColorMode, tag::TextureReadMode, tag::YUVMode};
+constexpr uint32_t kPermediaUnbinding[] = {tag::DeltaMode, tag::ColorDDAMode, tag::YUVMode};
 constexpr uint32_t kMXStretch[] = {tag::dTdyDom,
                                    tag::StartXDom,
                                    tag::StartXSub,
@@ -63,6 +64,10 @@ constexpr UnwaitedByDesign kList[] = {
      IsPermedia, kPermediaStretch, 4, tag::dTdyDom},
     {"stretches on MX", "16 entries are asked for 22, or 26 with a colour key", IsMX, kMXStretch,
      10, tag::dTdyDom},
+    {"end of texturing on Permedia",
+     "5 entries are asked for; colours that come back behind copy mode and the end of a colour key "
+     "add 3",
+     IsPermedia, kPermediaUnbinding, 3, tag::TexelLUTTransfer},
 };
 
 } // namespace

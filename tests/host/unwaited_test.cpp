@@ -37,6 +37,21 @@ TEST(UnwaitedByDesign, ADeltaTriangleExplainsSixEntries) {
     EXPECT_NE(AfterTwoTriangles(board::Chip::Permedia2, true, 1), "");
 }
 
+TEST(UnwaitedByDesign, TheEndOfTexturingExplainsThreeEntries) {
+    const auto faults = [](board::Chip chip, int unwaited) {
+        board::Board board({.chip = chip, .setupUnit = true});
+        board.Read(reg::InFIFOSpace);
+        Send(board, tag::TexelLUTTransfer, 1);
+        Send(board, tag::FogMode, 255); // the rest of the credit
+        Send(board, tag::ColorDDAMode, unwaited);
+        return host::UnexpectedFaults(board).unwaited.size();
+    };
+    EXPECT_EQ(faults(board::Chip::Permedia2, 3), 0u);
+    EXPECT_EQ(faults(board::Chip::Permedia, 3), 0u);
+    EXPECT_EQ(faults(board::Chip::Permedia2, 4), 1u);
+    EXPECT_EQ(faults(board::Chip::TX, 1), 1u);
+}
+
 TEST(UnwaitedByDesign, OtherRegistersAndMappedWritesAreNeverExplained) {
     for (const bool delta : {false, true}) {
         board::Board board({.chip = board::Chip::MX, .setupUnit = delta});

@@ -1,6 +1,7 @@
 // The DMA queue under every order of accesses: the driver's compiled code against the host's
 // handler, and against handlers and drivers with a fault put in.
 #include "driver/core/dma.h"
+#include "driver/platform/processor.h"
 #include "driver/services/context.h"
 #include "host/display/context_table.h"
 #include "tests/queue/explorer.h"

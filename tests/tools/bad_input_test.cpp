@@ -126,7 +126,7 @@ const Row kUsage[] = {
     {"assemble t", 2, "'assemble' needs --output FILE !"},
     {"assemble t -o w --form tape", 2,
      "bad value 'tape' for '--form': expected words, events or capture !"},
-    {"replay", 2, "'replay' needs SCRIPT !"},
+    {"replay", 2, "expected either a SCRIPT or '--random SEED' !"},
     {"replay a b", 2, "unexpected 'b' for 'replay' !"},
     {"replay a --dll", 2, "'--dll' needs a value !"},
     {"replay a --subbuffers 0", 2,

@@ -143,6 +143,10 @@ TEST_F(Examples, CommandLinesRun) {
             if (line.starts_with("korv demo")) {
                 line += " --size 64x48"; // what is drawn is of no account here
             }
+            if (line.starts_with("korv inspect")) {
+                folder_.Write("page.html", "<!--capture-->"); // ./page.sh makes the true one
+                line += " --page page.html";
+            }
             const Result result = Shell(line);
             EXPECT_EQ(result.code, 0) << block.file << ":" << block.line << "\n"
                                       << line << "\n"

@@ -53,17 +53,17 @@ TEST(FloatText, SaysWhenThereIsNoRoom) {
 }
 
 TEST(FloatText, ReadsWhatALibraryReads) {
-    for (const std::string& text : {"",         "-",        "+1",
-                                    " 1",       "1",        "-1.5",
-                                    ".5",       "5.",       ".",
-                                    "1e",       "1e+",      "1e5",
-                                    "1E-3x",    "1.5.5",    "0x10",
-                                    "-0x1p3",   "1e400",    "-1e400",
-                                    "1e-400",   "inf",      "-INFINITY",
-                                    "infinit",  "nan",      "-NaN",
-                                    "nan(abc)", "nan(a",    "nan(-)",
-                                    "e5",       "00012.50", "1,5",
-                                    "1e-46",    "3.5e38",   "9007199254740993"}) {
+    for (const std::string text : {"",         "-",        "+1",
+                                   " 1",       "1",        "-1.5",
+                                   ".5",       "5.",       ".",
+                                   "1e",       "1e+",      "1e5",
+                                   "1E-3x",    "1.5.5",    "0x10",
+                                   "-0x1p3",   "1e400",    "-1e400",
+                                   "1e-400",   "inf",      "-INFINITY",
+                                   "infinit",  "nan",      "-NaN",
+                                   "nan(abc)", "nan(a",    "nan(-)",
+                                   "e5",       "00012.50", "1,5",
+                                   "1e-46",    "3.5e38",   "9007199254740993"}) {
         ExpectReadAlike<double>(text);
         ExpectReadAlike<float>(text);
     }

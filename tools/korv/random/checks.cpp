@@ -196,12 +196,6 @@ void Checks::CheckFaults(Player& player) {
             lossExplained_ = true; // words that the known routines lose on a slow chip
             faults.fifoOverflows = 0;
         }
-        // Found by these sessions and not settled: copy mode without a texture asks for two entries
-        // less than it takes (driver/texture/textures_bind.cpp).
-        if (one.display->Config().deviceId == DevicePermedia2) {
-            faults.unwaited.erase(tag::ColorDDAMode);
-            faults.unwaited.erase(tag::DeltaMode);
-        }
         // Behind a copy of textures on Glint (driver/blit/txblit32.cpp, vGlintLBCopyBltNative):
         // LBReadMode keeps its bit for the source.
         faults.unmodelled.erase("local buffer copy that the window does not force");
