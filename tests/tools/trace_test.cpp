@@ -7,10 +7,10 @@
 #include "tests/tools/scene_scripts.h"
 #include "tests/tools/temporary_folder.h"
 #include "tools/korv/base/errors.h"
+#include "tools/korv/capture/recording.h"
 #include "tools/korv/capture/trace_client.h"
 #include "tools/korv/capture/trace_listing.h"
 #include "tools/korv/capture/trace_tool.h"
-#include "tools/korv/capture/recording.h"
 #include "tools/korv/painting/canvas.h"
 
 #include <gtest/gtest.h>
