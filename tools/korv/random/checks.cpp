@@ -54,6 +54,15 @@ Rectangle RectOf(const Step& step, const char* field, const host::Surface& surfa
     return {(*found)[0], (*found)[1], (*found)[2], (*found)[3]};
 }
 
+// A texture with a palette of 256 entries has that behind its pixels.
+size_t BytesOf(const host::Surface& surface) {
+    constexpr size_t kPaletteBytes = 256 * sizeof(uint32_t);
+    const bool palette = (surface.Caps() & DDSCAPS_TEXTURE) != 0 &&
+                         (surface.Format().dwFlags & DDPF_PALETTEINDEXED8) != 0;
+    return size_t{surface.Height()} * static_cast<size_t>(surface.Pitch()) +
+           (palette ? kPaletteBytes : 0);
+}
+
 std::vector<uint32_t> PixelsOf(const host::Surface& surface) {
     std::vector<uint32_t> pixels;
     pixels.reserve(size_t{surface.Width()} * surface.Height());
@@ -242,8 +251,7 @@ void Checks::TakeShadows(Player& player) {
                 const uint8_t* bytesOf = surface->Bytes();
                 if (surface->HasVideoMemory() && bytesOf >= start && bytesOf < start + bytes) {
                     const auto offset = static_cast<size_t>(bytesOf - start);
-                    inside.push_back(
-                        {offset, offset + size_t(surface->Pitch()) * surface->Height()});
+                    inside.push_back({offset, offset + BytesOf(*surface)});
                 }
             }
             std::ranges::sort(inside, {}, &Stretch::start);

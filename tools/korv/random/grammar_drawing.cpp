@@ -105,11 +105,12 @@ bool Grammar::EndContext() {
     if (dice_.Chance(20)) {
         const uint32_t process = dice_.Of(contexts_).process;
         const size_t display = dice_.Of(contexts_).display;
-        Quiet(display);
+        for (size_t one = 0; one < displays_.size(); ++one) {
+            Quiet(one);
+        }
         Add({{"do", "destroyProcess"}, {"display", displays_[display].name}, {"process", process}});
-        std::erase_if(contexts_, [&](const MadeContext& one) {
-            return one.process == process && one.display == display;
-        });
+        // Contexts of all displays stand in one table.
+        std::erase_if(contexts_, [&](const MadeContext& one) { return one.process == process; });
         return true;
     }
     DropContext(dice_.From(0, static_cast<uint32_t>(contexts_.size()) - 1));

@@ -11,6 +11,14 @@ constexpr size_t kMostSurfaces = 14; // so that 2 MB always hold them
 constexpr const char* kTexels[] = {"pal4", "pal8", "332",  "555", "1555",
                                    "565",  "4444", "x888", "8888"};
 
+// The driver lists 8-bit palettes for Permedia 2 and MX alone, and 24-bit texels for Permedias.
+bool IsListed(const MadeDisplay& on, const std::string& format) {
+    if (format == "pal8") {
+        return on.chip == "permedia2" || on.chip.starts_with("mx");
+    }
+    return format != "x888" || !on.glint;
+}
+
 const char* CapsOf(Kind kind) {
     switch (kind) {
     case Kind::Target:
@@ -101,6 +109,9 @@ bool Grammar::MakeSurface() {
     switch (kind) {
     case Kind::Texture: {
         made.shape = {8u << dice_.From(0, 3), 8u << dice_.From(0, 3), dice_.Of(kTexels)};
+        while (!IsListed(on, made.shape.format)) {
+            made.shape.format = dice_.Of(kTexels);
+        }
         if (dice_.Chance(30)) {
             made.shape.height = made.shape.width;
             while (made.shape.width >> made.shape.levels != 0 && dice_.Chance(70)) {
