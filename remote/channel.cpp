@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
@@ -84,7 +85,8 @@ bool Channel::Fill() {
         throw ChannelError(ChannelError::Why::Nonsense, "it sends without end");
     }
     if (got_.size() - filled_ < kReadAtOnce) {
-        std::memmove(got_.data(), got_.data() + taken_, filled_ - taken_);
+        std::copy(got_.begin() + static_cast<ptrdiff_t>(taken_),
+                  got_.begin() + static_cast<ptrdiff_t>(filled_), got_.begin());
         filled_ -= taken_;
         taken_ = 0;
         got_.resize(std::max(got_.size(), filled_ + kReadAtOnce));

@@ -45,6 +45,14 @@ void* operator new(size_t bytes) {
 void* operator new[](size_t bytes) {
     return Take(bytes);
 }
+// A sanitizer's own would not come to those above.
+void* operator new(size_t bytes, const std::nothrow_t&) noexcept {
+    try {
+        return Take(bytes);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
 void operator delete(void* memory) noexcept {
     GiveBack(memory);
 }
