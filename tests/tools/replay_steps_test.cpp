@@ -21,6 +21,14 @@ class ReplaySteps : public ReplayTest {
         const ToolResult result = Replay(Script(steps));
         EXPECT_EQ(result.code, 0) << result.err;
     }
+    // A script in which the driver leaves its tables.
+    std::string WriteCrash() const {
+        return folder_.Write(
+            "script.json",
+            Script({kDisplay, kStart,
+                    R"({"do": "set", "record": "ChipInfo", "fields": {"CurrentContext": 9999}})",
+                    R"({"do": "export", "name": "KORV_SwitchContext", "arguments": {"id": 5}})"}));
+    }
     void ExpectUnexpected(const std::vector<std::string>& steps, const std::string& what) {
         const ToolResult result = Replay(Script(steps));
         EXPECT_EQ(result.code, 1);
@@ -326,11 +334,7 @@ TEST_F(ReplaySteps, AddressesOfCodeAreNotGiven) {
 // --- what no script may do to the tool ---
 
 TEST_F(ReplaySteps, ACrashOfTheDriverIsToldWithItsStep) {
-    const std::string path = folder_.Write(
-        "script.json",
-        Script({kDisplay, kStart,
-                R"({"do": "set", "record": "ChipInfo", "fields": {"CurrentContext": 9999}})",
-                R"({"do": "export", "name": "KORV_SwitchContext", "arguments": {"id": 5}})"}));
+    const std::string path = WriteCrash();
 #ifdef __SANITIZE_ADDRESS__
     // Its own report tells more, and is not stood in the way of.
     EXPECT_DEATH(RunTool({"replay", path}),
@@ -348,11 +352,7 @@ TEST_F(ReplaySteps, ACrashOfTheDriverIsToldWithItsStep) {
 #ifndef __SANITIZE_ADDRESS__
 // No program to read the debugging information: addresses alone, each on a line.
 TEST_F(ReplaySteps, ACrashIsToldWithAddressesWhereNamesCannotBeRead) {
-    const std::string path = folder_.Write(
-        "script.json",
-        Script({kDisplay, kStart,
-                R"({"do": "set", "record": "ChipInfo", "fields": {"CurrentContext": 9999}})",
-                R"({"do": "export", "name": "KORV_SwitchContext", "arguments": {"id": 5}})"}));
+    const std::string path = WriteCrash();
     const ShellResult result = Shell("PATH=/nowhere korv replay " + path + " 2>&1");
     EXPECT_EQ(result.code, 1);
     EXPECT_TRUE(std::regex_match(
@@ -379,11 +379,7 @@ TEST_F(ReplaySteps, ACrashOfDllMainNamesTheFile) {
 
 #ifndef __SANITIZE_ADDRESS__ // which ends the process without the tool
 TEST_F(ReplaySteps, ACrashLeavesNoHalfWrittenFile) {
-    const std::string path = folder_.Write(
-        "script.json",
-        Script({kDisplay, kStart,
-                R"({"do": "set", "record": "ChipInfo", "fields": {"CurrentContext": 9999}})",
-                R"({"do": "export", "name": "KORV_SwitchContext", "arguments": {"id": 5}})"}));
+    const std::string path = WriteCrash();
     EXPECT_EXIT(RunTool({"replay", path, "--words", folder_ / "w", "--events", folder_ / "e"}),
                 testing::ExitedWithCode(1), "access violation");
     EXPECT_EQ(folder_.Files(), 1u) << "the script";
