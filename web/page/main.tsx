@@ -59,7 +59,7 @@ function App({ catalogue, engines, capture }: { catalogue: Catalogue; engines: E
             <a key={name} href={`#${name}`} title={about} aria-current={view === name ? "page" : undefined}
               onClick={(event) => {
                 event.preventDefault();
-                goTo({ view: name, settings: {} }, true);
+                goTo({ view: name, settings: {} }, "step");
               }}>
               {title}
             </a>
@@ -69,7 +69,7 @@ function App({ catalogue, engines, capture }: { catalogue: Catalogue; engines: E
         <Theme />
       </header>
       {view === "inspector"
-        ? <Inspector engine={engines[2]} settings={address.settings} capture={capture} />
+        ? <Inspector engine={engines[2]} catalogue={catalogue} settings={address.settings} capture={capture} />
         : <Laboratory catalogue={catalogue} engines={engines} settings={address.settings} />}
     </>
   );
