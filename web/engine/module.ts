@@ -54,6 +54,7 @@ export class Korv {
   }
   timeline = () => this.ask<t.TimelineEntry[]>("korv_timeline");
   go = (place: string) => this.ask<t.Here>("korv_go", place);
+  checkpoints = () => this.ask<{ count: number; bytes: number; ceiling: number }>("korv_checkpoints");
   state = () => this.ask<t.BoardState>("korv_state");
   checksums = () => this.ask<t.Checksums>("korv_checksums");
   events = (from: string, to: string) => this.ask<t.StreamEvent[]>("korv_events", from, to);

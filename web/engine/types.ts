@@ -129,8 +129,6 @@ export interface Here extends Position {
   begins: ("step" | "call" | "batch" | "frame")[];
   drawn: Surface | null; // what was drawn to
   depth: string | null; // name of its Z buffer
-  checkpoints: number;
-  checkpointBytes: number;
   microseconds: number;
   differences: number;
   surfaces: Surface[];

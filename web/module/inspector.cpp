@@ -142,8 +142,6 @@ Json Inspector::Here() {
     }
     json["microseconds"] = walk_->Player().Board().Microseconds();
     json["differences"] = walk_->Player().DifferenceCount();
-    json["checkpoints"] = walk_->Checkpoints();
-    json["checkpointBytes"] = walk_->CheckpointBytes();
     json["surfaces"] = Json::array();
     for (const stream::SurfaceLayout* surface : walk_->Pictures().Surfaces().All()) {
         json["surfaces"].push_back({{"name", surface->name},

@@ -23,8 +23,14 @@ class Inspector {
     void Go(const std::string& place);
     // "event", "word", "call", "batch", "frame", "step": what lies before; "begins": which of these
     // begin here; "surfaces" by name, and "drawn", the one that was drawn to, and "depth", the name of its Z buffer, or null; "differences": reads
-    // that were not the recorded ones; "microseconds"; "checkpoints" and "checkpointBytes".
+    // that were not the recorded ones; "microseconds".
     Json Here();
+    // {"count", "bytes", "ceiling"}: of the places that this can come back to at once.
+    Json Checkpoints() const {
+        return {{"count", walk_->Checkpoints()},
+                {"bytes", walk_->CheckpointBytes()},
+                {"ceiling", Walk::kMostBytes}};
+    }
     // The surface of that name; what was drawn to, for no name; `depth`: the Z buffer. UserError if
     // there is none.
     host::Picture Picture(const std::string& surface, bool depth);

@@ -257,6 +257,10 @@ KORV_EXPORT const char* korv_go(const char* place) {
     });
 }
 
+KORV_EXPORT const char* korv_checkpoints() {
+    return Answer([] { return Opened().Checkpoints(); });
+}
+
 KORV_EXPORT const char* korv_state() {
     return Answer([] { return Opened().State(); });
 }

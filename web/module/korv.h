@@ -55,6 +55,7 @@ const char* korv_open(const void* bytes, size_t count, const char* raw);
 const char* korv_timeline(void);
 // Goes to a place, as `korv state --at` takes it, and gives what is there.
 const char* korv_go(const char* place);
+const char* korv_checkpoints(void);
 const char* korv_state(void);
 const char* korv_checksums(void);
 const char* korv_events(const char* from, const char* to);

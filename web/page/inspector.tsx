@@ -220,13 +220,13 @@ export function Inspector({ engine, catalogue, settings, capture }: { engine: En
         {opened && (
           <>
             <div class="bar steps" role="toolbar" aria-label="Steps">
-              <button type="button" onClick={() => change({ at: "start" })} aria-label="To the start" title="Home">⏮</button>
+              <button type="button" onClick={() => change({ at: "start" })} aria-label="To the start" title="Home">|◀</button>
               <button type="button" onClick={() => step(-1)} title="Left arrow">◀ Back</button>
               <button type="button" class="wide-button" aria-pressed={playing} onClick={() => setPlaying(!playing)} disabled={atEnd && !playing} title="P">
                 {playing ? "❚❚ Pause" : "▶ Play"}
               </button>
               <button type="button" onClick={() => step(1)} title="Right arrow">Forward ▶</button>
-              <button type="button" onClick={() => change({ at: "end" })} aria-label="To the end" title="End">⏭</button>
+              <button type="button" onClick={() => change({ at: "end" })} aria-label="To the end" title="End">▶|</button>
               <Select label="by" value={unit} options={kUnits.map((value) => ({ value, label: value }))} onChange={(by) => change({ by }, "smooth")} />
               <form onSubmit={(event) => {
                 event.preventDefault();

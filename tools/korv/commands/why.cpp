@@ -53,7 +53,7 @@ Pixel ParsePixel(const std::string& text) {
 }
 
 const char* MemoryName(const board::PixelElement& element) {
-    return NameOf(element.local ? stream::Memory::LocalBuffer : stream::Memory::FrameBuffer);
+    return stream::NameOf(element.local ? stream::Memory::LocalBuffer : stream::Memory::FrameBuffer);
 }
 
 std::string Hex(uint32_t value, uint32_t bits) {
@@ -160,15 +160,15 @@ class Why {
     static bool IsZ(const board::PixelReport& pixel) { return pixel.Met(PixelTest::Depth); }
 
     std::string TestText(const board::PixelReport& pixel, PixelTest test) const {
-        std::string text = NameOf(test);
+        std::string text = stream::NameOf(test);
         if (test == PixelTest::Depth) {
             const uint32_t bits = pixel.depth.bytes == 2 ? 16 : 32;
             text += fmt::format(" {} {} {}", Hex(pixel.fragmentDepth, bits),
-                                SignOf(pixel.depthCompare),
+                                stream::SignOf(pixel.depthCompare),
                                 Hex(pixel.storedDepth, bits));
         } else if (test == PixelTest::Alpha) {
             text += fmt::format(" {} {} {}", pixel.fragment.alpha,
-                                SignOf(pixel.alphaCompare),
+                                stream::SignOf(pixel.alphaCompare),
                                 pixel.alphaReference);
         }
         return text;
@@ -196,7 +196,7 @@ class Why {
     std::string ThingOf(const PixelMoment& moment) const {
         const PixelWay way = moment.pixel.way;
         std::string thing =
-            way == PixelWay::Fragment ? NameOf(moment.primitive) : NameOf(way);
+            way == PixelWay::Fragment ? stream::NameOf(moment.primitive) : stream::NameOf(way);
         if (moment.pixel.placed) {
             thing += fmt::format(" at {},{}", moment.pixel.x, moment.pixel.y);
         }
@@ -207,7 +207,7 @@ class Why {
     }
 
     static std::string PlaceText(const stream::PixelPlace& place) {
-        return fmt::format("{}{} {}", NameOf(place.memory),
+        return fmt::format("{}{} {}", stream::NameOf(place.memory),
                            place.memory == stream::Memory::Host ? ", bus address" : " byte",
                            place.byte);
     }

@@ -88,7 +88,7 @@ export function Pixel({ engine, version, surface, pixel, word, onPlace }: {
   const stopped = history.moments.filter(({ what, passed }) => (what === "drawn" || what === "cut") && !passed).length;
   return (
     <>
-      <p class="search">
+      <p class="told">
         <strong>Pixel {history.x},{history.y} of '{history.surface}'</strong>, {history.bits} bits {history.format}: drawn {plural(drawn, "time")},
         stopped {plural(stopped, "time")}, {value(history.value)} at the end
       </p>

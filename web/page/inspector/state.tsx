@@ -65,7 +65,7 @@ export function State({ state, before, onWriter }: { state: BoardState; before: 
       </div>
       {flight !== "" && <p class="flight">In flight: {flight}</p>}
       <div class="scroll" tabIndex={0} role="region" aria-label="Registers">
-        <table>
+        <table class="registers">
           <thead><tr><th scope="col">Register</th><th scope="col">Bits</th><th scope="col">Written by</th><th scope="col">Meaning</th></tr></thead>
           {units.map((unit) => (
             <tbody key={unit}>
