@@ -130,6 +130,12 @@ void SetStates(States& states, korv::Painter& painter, const Json& wanted) {
     }
 }
 
+// Writing this register draws more rows of the primitive before.
+bool GoesOn(uint32_t number) {
+    return number == tag::Continue || number == tag::ContinueNewSub ||
+           number == tag::ContinueNewDom;
+}
+
 Json SetupToJson(const board::SetupReport& setup) {
     constexpr const char* kNames[] = {"red", "green", "blue", "alpha", "fog",
                                       "depth", "s",   "t",    "q",     "ks"};
@@ -204,7 +210,7 @@ Json Tour::WordsToJson(std::optional<ChipModel> chip) const {
             const auto before = held.find(tag);
             word["before"] = before != held.end() ? view(before->second) : Json();
             word["after"] = view(words_[i]);
-            word["command"] = stream::BeginsPrimitive(tag);
+            word["command"] = stream::BeginsPrimitive(tag) || GoesOn(tag);
             held[tag] = words_[i];
         }
         list.push_back(std::move(word));

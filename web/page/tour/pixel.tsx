@@ -45,6 +45,11 @@ export function PixelStep({ request, told, reckoning, x, y, onPixel }: {
       <h2>Pixel {x},{y} through the units</h2>
       {move}
       <ol class="units">
+        {pixel.way !== "fragment" && (
+          <Unit title={pixel.way}>
+            <p>One colour for all pixels, and nothing to test: words of memory are filled at once, past the units of a single pixel.</p>
+          </Unit>
+        )}
         {shaded && (
           <Unit title="Colour">
             {request.states.smooth
@@ -94,7 +99,7 @@ export function PixelStep({ request, told, reckoning, x, y, onPixel }: {
         )}
         <Unit title="Write">
           {written && pixel.passed
-            ? <p>dithered to five bits a channel: {ofRaw(written.before)} → {ofRaw(written.after)} at byte {written.byte} of the frame buffer{pixel.depth?.written ? `, depth ${pixel.depth.after} at byte ${pixel.depth.byte} of the ${pixel.depth.memory === "local" ? "local" : "frame"} buffer` : ""}</p>
+            ? <p>{pixel.way === "fragment" ? "dithered to five bits a channel: " : ""}{ofRaw(written.before)} → {ofRaw(written.after)} at byte {written.byte} of the frame buffer{pixel.depth?.written ? `, depth ${pixel.depth.after} at byte ${pixel.depth.byte} of the ${pixel.depth.memory === "local" ? "local" : "frame"} buffer` : ""}</p>
             : <p>Nothing is written: {written && ofRaw(written.before)} stays.</p>}
         </Unit>
       </ol>

@@ -27,6 +27,7 @@ export interface Part {
 
 export interface Reckoning {
   groups: Group[];
+  unsent: string[]; // quantities that states ask for and that the driver's renderer for them leaves out
   first: number; // row
   down: 1 | -1; // the way of the walk
   dominant: { start: number; step: number };
@@ -137,11 +138,12 @@ function onHost(request: TourRequest, told: TourTold): Reckoning | undefined {
     about: `Rows are whole: ${order.map(({ name, vertex, row }) => `${name} at ${number(vertex.y)} is row ${row}`).join(", ")}. The walk goes upwards from ${n[0]} along the long edge to ${n[2]}; the other side bends at ${n[1]}.`,
     lines: edges,
   }];
-  const gamma = request.states.texture;
+  const gamma = request.states.texture, unsent: string[] = [];
   for (const quantity of quantities(request)) {
     const [p0, p1, p2] = [c0, c1, c2].map(({ vertex }) => quantity.of(vertex));
     const [start, dx, dyDom] = quantity.registers.map((name) => sentTo(told, name)[0]);
     if (!start) {
+      unsent.push(quantity.name);
       continue;
     }
     const step = 2 ** -(kFractions[quantity.name] ?? 16);
@@ -165,7 +167,7 @@ function onHost(request: TourRequest, told: TourTold): Reckoning | undefined {
     parts.push({ rows: r[1] - r[2], start: startXSub[1].value, step: dXSub[1].value });
   }
   return {
-    groups, first: sentTo(told, "StartY")[0].value, down: -1,
+    groups, unsent, first: sentTo(told, "StartY")[0].value, down: -1,
     dominant: { start: startXDom.value, step: sentTo(told, "dXDom")[0].value }, parts,
   };
 }
@@ -201,11 +203,12 @@ function byUnit(request: TourRequest, told: TourTold): Reckoning | undefined {
       ...edge("lower edge", b, c, `${n[1]} to ${n[2]}`, setup.lower),
     ],
   }];
-  const high = c.y - a.y, upper = b.y - a.y;
+  const high = c.y - a.y, upper = b.y - a.y, unsent: string[] = [];
   const area = Math.abs((b.x - a.x) * high - (c.x - a.x) * upper);
   for (const quantity of quantities(request)) {
     const made = setup.values.find(({ name }) => name === quantity.name);
     if (!made) {
+      unsent.push(quantity.name);
       continue;
     }
     const [pa, pb, pc] = [a, b, c].map(quantity.of);
@@ -222,7 +225,7 @@ function byUnit(request: TourRequest, told: TourTold): Reckoning | undefined {
   }
   const part = (rows: number, [start, step]: [number, number]) => ({ rows, start: start / kEdgeOne, step: step / kEdgeOne });
   return {
-    groups, first: setup.firstRow, down: 1, dominant: { start: setup.dominant[0] / kEdgeOne, step: setup.dominant[1] / kEdgeOne },
+    groups, unsent, first: setup.firstRow, down: 1, dominant: { start: setup.dominant[0] / kEdgeOne, step: setup.dominant[1] / kEdgeOne },
     parts: [part(setup.upperRows, setup.upper), part(setup.lowerRows, setup.lower)],
   };
 }

@@ -17,6 +17,12 @@ export function SetupStep({ reckoning, told, onWord }: { reckoning: Reckoning | 
           : "This chip knows edges and slopes alone, in fixed point. The driver works them out in singles and sends them."}{" "}
         <b>Reckoned</b> is what they must come to, from the vertices as they are now; beside it stands what {told.setupUnit ? "the unit made" : "was sent"}, and by how much of its last bit the two differ.
       </p>
+      {reckoning.unsent.length > 0 && (
+        <p class="card">
+          {told.setupUnit ? "The unit leaves out" : "The renderer that the driver picks for these states sends no"} {reckoning.unsent.join(", ")}.
+          {told.words.some(({ after }) => after?.name === "FBBlockColor") ? " One colour, and no test: it fills whole words of memory at once." : ""}
+        </p>
+      )}
       {reckoning.groups.map((group) => (
         <section key={group.title}>
           <h3>{group.title}</h3>
