@@ -4,7 +4,7 @@ import { useEffect, useMemo, useRef, useState } from "preact/hooks";
 import type { Engine } from "../engine/engine.ts";
 import type { About, BoardState, Catalogue, Here, Picture, RawWords, TimelineEntry } from "../engine/types.ts";
 import { goTo, type Move, type Settings } from "./address.ts";
-import { Problem, Select, Tabs } from "./controls.tsx";
+import { filesOf, Problem, Select, Tabs } from "./controls.tsx";
 import { Events } from "./inspector/events.tsx";
 import { Pixel } from "./inspector/pixel.tsx";
 import { RawForm } from "./inspector/raw.tsx";
@@ -183,7 +183,7 @@ export function Inspector({ engine, catalogue, settings, capture }: { engine: En
       }}>
       <aside aria-label="The capture">
         <label class="file">
-          <input type="file" onChange={(event) => void open(event.currentTarget.files?.[0])} />
+          <input type="file" onChange={(event) => void open(filesOf(event.currentTarget)[0])} />
           <span>Open a capture…</span>
           <small>or drop one here, or raw words</small>
         </label>

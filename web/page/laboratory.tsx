@@ -4,7 +4,7 @@ import { useEffect, useMemo, useRef, useState } from "preact/hooks";
 import type { Engine } from "../engine/engine.ts";
 import type { Call, Catalogue, DrawRequest, Frame, Model, StateName, States, Word } from "../engine/types.ts";
 import { goTo, type Move, type Settings } from "./address.ts";
-import { Choice, Problem, save, Select, Tabs, type Option } from "./controls.tsx";
+import { Choice, filesOf, Problem, save, Select, Tabs, type Option } from "./controls.tsx";
 import { LongList } from "./list.tsx";
 import { Canvas, difference, toPng } from "./picture.tsx";
 import { counted, hex } from "./text.ts";
@@ -202,7 +202,7 @@ export function Laboratory(props: { catalogue: Catalogue; engines: Engine[]; set
           onChange={(name) => change({ scene: name, yaw: "", pitch: "", zoom: "" })} />
         <p class="about">{scene ? scene.about : model ? `${counted(model.triangles)} triangles, ${counted(model.vertices)} vertices` : "an OBJ file of yours"}</p>
         <label class="file">
-          <input type="file" multiple accept=".obj,.mtl,.png" onChange={(event) => void take(event.currentTarget.files ?? [])} />
+          <input type="file" multiple accept=".obj,.mtl,.png" onChange={(event) => void take(filesOf(event.currentTarget))} />
           <span>Open a model…</span>
           <small>or drop .obj, .mtl and .png here</small>
         </label>

@@ -255,20 +255,32 @@ test("a capture opens and is walked through", { skip: skip || noTool }, async ()
   await page.waitForFunction(() => document.querySelector(".steps .wide-button")?.textContent?.includes("Play"));
 
   const bad = join(folder, "bad.korv");
-  for (const bytes of [Buffer.from("no capture at all"), readFileSync(capture).subarray(0, 40), Buffer.alloc(0)]) {
+  for (const [bytes, line, words] of [
+    [Buffer.from("no capture at all"), /is no capture/, true], [readFileSync(capture).subarray(0, 40), /cut off before it began/, false], [Buffer.alloc(0), /is no capture/, true],
+  ] as const) {
     writeFileSync(bad, bytes);
     await input!.uploadFile(bad);
-    await page.waitForFunction(() => document.querySelector("[role=alert]")?.textContent?.startsWith("'bad.korv'"));
+    await page.waitForFunction((source) => new RegExp(`^'bad\\.korv'.*(${source})`).test(document.querySelector("[role=alert]")?.textContent ?? ""), {}, line.source);
     assert.ok((await said(page, ".about")).startsWith("triangles.korv"), "the capture before stays");
-    assert.equal((await page.$("form[aria-label^=What]")) !== null, bytes.length < 40, "what are no captures may be raw words");
+    assert.equal((await page.$("form[aria-label^=What]")) !== null, words, "what is no capture may be raw words");
   }
+  // One that is damaged in its middle opens as far as it goes.
+  const damaged = readFileSync(capture);
+  damaged[Math.floor(damaged.length / 2)] ^= 0xff;
+  writeFileSync(bad, damaged);
+  await input!.uploadFile(bad);
+  await page.waitForFunction(() => /^'bad\.korv' is damaged, and opened as far as it goes: /.test(document.querySelector("[role=alert]")?.textContent ?? ""));
+  await settled(page);
+  korv.open(damaged);
+  assert.ok(korv.go("end").word > 100);
+  assert.ok(await shows(page, pictureOf(korv.surface(""))));
   assert.deepEqual(complaints, []);
   await page.close();
 });
 
 test("a pixel is clicked, and a line of its history leads there", { skip: skip || noTool }, async () => {
   const capture = trianglesCapture();
-  const page = await inspect(capture, "#inspector?at=end");
+  const page = await inspect(capture, "#inspector?at=end", 1440, 1000);
   korv.open(readFileSync(capture));
   const { drawn } = korv.go("end");
   assert.ok(await shows(page, pictureOf(korv.surface(""))));
@@ -378,7 +390,7 @@ test("the tour follows a triangle that is changed", { skip }, async () => {
   await page.waitForFunction(() => /v0=/.test(location.hash));
   const dragged = await page.$eval("input[aria-label='x of A']", (element) => Number((element as HTMLInputElement).value));
   assert.ok(dragged > 15, `x is ${dragged}`);
-  await page.focus(".corner");
+  await page.$eval(".corner", (element) => (element as SVGElement).focus());
   await page.keyboard.press("ArrowRight");
   await page.waitForFunction((x) => Number(document.querySelector<HTMLInputElement>("input[aria-label='x of A']")?.value) === x, {}, dragged + 1);
   // Every step has its numbers, on each chip.

@@ -68,7 +68,8 @@ export function Stage({ about, here, name, picture, problem, settings, change }:
 
   const at = (event: MouseEvent) => {
     const place = fit((event.currentTarget as HTMLElement).querySelector("canvas")!.getBoundingClientRect(), picture!);
-    const x = Math.floor((event.clientX - place.left) / place.scale), y = Math.floor((event.clientY - place.top) / place.scale);
+    // A click is at a pixel of the window, and means its middle.
+    const x = Math.floor((event.clientX + 0.5 - place.left) / place.scale), y = Math.floor((event.clientY + 0.5 - place.top) / place.scale);
     return x >= 0 && y >= 0 && x < picture!.width && y < picture!.height ? { x, y } : undefined;
   };
   const choose = (pixel: { x: number; y: number } | undefined) => {

@@ -109,9 +109,14 @@ function onHost(request: TourRequest, told: TourTold): Reckoning | undefined {
   if (!startXDom) {
     return undefined;
   }
-  // The bottom one first. Of two on one row the chip was told which of them.
+  // The bottom one first. Of two on one row the words tell which the driver took.
   const order = corners.slice().sort((a, b) => b.row - a.row ||
     Math.abs(a.vertex.x - startXDom.value) - Math.abs(b.vertex.x - startXDom.value));
+  const dXDom = sentTo(told, "dXDom")[0].value, rows = order[0].row - order[2].row;
+  const misses = (top: number) => Math.abs((order[top].vertex.x - order[0].vertex.x) / rows - dXDom);
+  if (order[1].row === order[2].row && misses(1) < misses(2)) {
+    [order[1], order[2]] = [order[2], order[1]];
+  }
   const [c0, c1, c2] = order;
   const x = order.map(({ vertex }) => vertex.x), r = order.map(({ row }) => row), n = order.map(({ name }) => name);
   const high = r[0] - r[2];
