@@ -11,8 +11,12 @@ namespace {
 
 SetupReport ReportOf(const SetupTriangle& triangle) {
     const auto edge = [](const Edge& one) { return SetupReport::Edge{one.position, one.step}; };
-    SetupReport report{triangle.firstRow,        triangle.upperRows,   triangle.lowerRows,
-                       edge(triangle.dominant),  edge(triangle.upper), edge(triangle.lower),
+    SetupReport report{triangle.firstRow,
+                       triangle.upperRows,
+                       triangle.lowerRows,
+                       edge(triangle.dominant),
+                       edge(triangle.upper),
+                       edge(triangle.lower),
                        {}};
     static_assert(std::tuple_size_v<decltype(report.values)> == Interpolants::kCount);
     for (size_t i = 0; i < report.values.size(); ++i) {

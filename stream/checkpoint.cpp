@@ -9,15 +9,14 @@ PagedMemory::PagedMemory(std::span<const uint8_t> memory, const PagedMemory* bef
     : bytes_(memory.size()), pages_((memory.size() + kPageBytes - 1) / kPageBytes) {
     static constexpr Page kZeroes{};
     for (size_t i = 0; i < pages_.size(); ++i) {
-        const auto here = memory.subspan(
-            i * kPageBytes, std::min(kPageBytes, memory.size() - i * kPageBytes));
-        const auto known = before != nullptr && i < before->pages_.size() ? before->pages_[i]
-                                                                          : nullptr;
+        const auto here =
+            memory.subspan(i * kPageBytes, std::min(kPageBytes, memory.size() - i * kPageBytes));
+        const auto known =
+            before != nullptr && i < before->pages_.size() ? before->pages_[i] : nullptr;
         const Page& alike = known != nullptr ? *known : kZeroes;
         if (std::memcmp(here.data(), alike.data(), here.size()) == 0) {
             pages_[i] = known;
-        } else if (known == nullptr ||
-                   std::memcmp(here.data(), kZeroes.data(), here.size()) != 0) {
+        } else if (known == nullptr || std::memcmp(here.data(), kZeroes.data(), here.size()) != 0) {
             const auto page = std::make_shared<Page>();
             std::ranges::copy(here, page->begin());
             pages_[i] = page;
@@ -27,8 +26,8 @@ PagedMemory::PagedMemory(std::span<const uint8_t> memory, const PagedMemory* bef
 
 void PagedMemory::CopyTo(std::span<uint8_t> memory) const {
     for (size_t i = 0; i < pages_.size(); ++i) {
-        const auto here = memory.subspan(
-            i * kPageBytes, std::min(kPageBytes, memory.size() - i * kPageBytes));
+        const auto here =
+            memory.subspan(i * kPageBytes, std::min(kPageBytes, memory.size() - i * kPageBytes));
         if (pages_[i] != nullptr) {
             std::memcpy(here.data(), pages_[i]->data(), here.size());
         } else {

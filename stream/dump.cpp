@@ -59,9 +59,9 @@ Mark WithoutChecksums(Mark mark) {
 class Dumper {
   public:
     Dumper(Source& source, const DumpOptions& options, std::ostream& out)
-        : source_(source), options_(options), out_(out),
-          sieve_(options.only, options.changes), filtered_(!sieve_.WantsAll()),
-          text_(source.Board().chip, filtered_), explainer_(source.Board().chip) {}
+        : source_(source), options_(options), out_(out), sieve_(options.only, options.changes),
+          filtered_(!sieve_.WantsAll()), text_(source.Board().chip, filtered_),
+          explainer_(source.Board().chip) {}
 
     void Run() {
         if (!Find()) {

@@ -116,8 +116,8 @@ void Player::Return(const Checkpoint& checkpoint) {
     board_->SetVideoSource(plugged_ ? video_.get() : nullptr);
     video_->Return(checkpoint);
     if (const auto wrong = board_->Restore(checkpoint.state)) {
-        throw StreamError("the state at " + TextOf(checkpoint.at) + " cannot be taken up: " +
-                          *wrong);
+        throw StreamError("the state at " + TextOf(checkpoint.at) +
+                          " cannot be taken up: " + *wrong);
     }
     at_ = checkpoint.at;
     latestRead_ = checkpoint.latestRead;

@@ -65,7 +65,7 @@ class Player {
     std::unique_ptr<RecordedVideo> video_;
     std::map<uint32_t, std::vector<uint8_t>> host_; // memory of the machine, by bus address
     Position at_;                                   // of the event being played
-    bool plugged_ = false; // into the video port
+    bool plugged_ = false;                          // into the video port
     uint32_t latestRead_ = 0;
     std::vector<Difference> differences_;
     uint64_t differenceCount_ = 0;

@@ -69,9 +69,7 @@ std::vector<Wires::Line> Wires::Of(const SurfaceLayout& surface) {
         for (uint32_t x = 0; x < surface.width; ++x) {
             const size_t byte = byteOf(x, y);
             const bool last = std::ranges::binary_search(latest, static_cast<uint32_t>(byte));
-            lines.push_back(last                ? Line::Latest
-                            : lines_[byte] != 0 ? Line::Wire
-                                                : Line::None);
+            lines.push_back(last ? Line::Latest : lines_[byte] != 0 ? Line::Wire : Line::None);
         }
     }
     return lines;

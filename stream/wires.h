@@ -29,7 +29,7 @@ class Wires final : public board::PixelProbe {
     // The latest row was a primitive's last.
     void EndPrimitive();
 
-    std::vector<uint8_t> lines_; // by byte, 1: some primitive's
+    std::vector<uint8_t> lines_;   // by byte, 1: some primitive's
     std::vector<uint32_t> latest_; // bytes of the primitive under way
     struct Row {
         board::Plane pixels;

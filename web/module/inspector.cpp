@@ -206,8 +206,8 @@ host::Picture Inspector::Wires(const std::string& surface, const std::string& fr
 
 host::Picture Inspector::Memory(const std::string& memory, uint32_t offset, int32_t pitch,
                                 uint32_t width, uint32_t height, const std::string& format) {
-    const auto* row = std::ranges::find_if(kMemoryFormats,
-                                           [&](const auto& one) { return one.name == format; });
+    const auto* row =
+        std::ranges::find_if(kMemoryFormats, [&](const auto& one) { return one.name == format; });
     if (row == std::end(kMemoryFormats)) {
         throw korv::UserError(fmt::format("unknown format '{}' of a picture", format));
     }
@@ -217,19 +217,13 @@ host::Picture Inspector::Memory(const std::string& memory, uint32_t offset, int3
             fmt::format("impossible size {}x{}: expected at least one pixel and {} at most", width,
                         height, kMostPixels));
     }
-    stream::SurfaceLayout layout{memory,
-                                 memory == "local" ? stream::Memory::LocalBuffer
-                                                   : stream::Memory::FrameBuffer,
-                                 offset,
-                                 pitch,
-                                 width,
-                                 height,
-                                 row->bits,
-                                 row->format,
-                                 row->red,
-                                 row->green,
-                                 row->blue,
-                                 row->alpha};
+    stream::SurfaceLayout layout{
+        memory,    memory == "local" ? stream::Memory::LocalBuffer : stream::Memory::FrameBuffer,
+        offset,    pitch,
+        width,     height,
+        row->bits, row->format,
+        row->red,  row->green,
+        row->blue, row->alpha};
     return korv::PictureOf(walk_->Player().Board(), layout);
 }
 
@@ -294,9 +288,8 @@ Json Inspector::Why(const std::string& name, uint32_t x, uint32_t y) {
     }
     const std::string called = surface.empty() ? "screen" : surface;
     if (!history.Surface() || !history.Inside() || !history.Placed()) {
-        throw korv::UserError(
-            fmt::format("there never is a pixel {},{} of '{}' in the board's memories", x, y,
-                        called));
+        throw korv::UserError(fmt::format(
+            "there never is a pixel {},{} of '{}' in the board's memories", x, y, called));
     }
     return ToJson(history, called, {opened.source->Board().chip, false});
 }

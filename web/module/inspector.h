@@ -22,8 +22,9 @@ class Inspector {
     // there. The end of a damaged stream is where it is good up to.
     void Go(const std::string& place);
     // "event", "word", "call", "batch", "frame", "step": what lies before; "begins": which of these
-    // begin here; "surfaces" by name, and "drawn", the one that was drawn to, and "depth", the name of its Z buffer, or null; "differences": reads
-    // that were not the recorded ones; "microseconds".
+    // begin here; "surfaces" by name, and "drawn", the one that was drawn to, and "depth", the name
+    // of its Z buffer, or null; "differences": reads that were not the recorded ones;
+    // "microseconds".
     Json Here();
     // {"count", "bytes", "ceiling"}: of the places that this can come back to at once.
     Json Checkpoints() const {

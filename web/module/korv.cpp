@@ -140,8 +140,7 @@ std::optional<web::RawScreen> RawOf(const char* text) {
     raw.bits = static_cast<uint32_t>(Within(request, "bits", 16, 8, 32));
     raw.base = static_cast<uint32_t>(Within(request, "base", 0, 0, 0x7FFFFFFF));
     if (raw.bits != 8 && raw.bits != 16 && raw.bits != 32) {
-        throw korv::UserError(
-            fmt::format("bad bits {}: expected 8, 16 or 32 a pixel", raw.bits));
+        throw korv::UserError(fmt::format("bad bits {}: expected 8, 16 or 32 a pixel", raw.bits));
     }
     return raw;
 }

@@ -72,8 +72,8 @@ Json Listing::Fetch(uint64_t first, uint64_t most) {
     const uint64_t end = first + std::min(most, rows_ - first);
     const auto block = static_cast<size_t>(std::upper_bound(blocks_.begin(), blocks_.end(), first) -
                                            blocks_.begin() - 1);
-    const auto last =
-        static_cast<size_t>(std::lower_bound(blocks_.begin(), blocks_.end(), end) - blocks_.begin());
+    const auto last = static_cast<size_t>(std::lower_bound(blocks_.begin(), blocks_.end(), end) -
+                                          blocks_.begin());
     options_.from = {stream::Place::Kind::Event, block * kBlockEvents, {}};
     options_.to = last < blocks_.size()
                       ? stream::Place{stream::Place::Kind::Event, last * kBlockEvents, {}}

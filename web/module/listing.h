@@ -11,8 +11,8 @@ namespace web {
 
 class Listing {
   public:
-    // The events that a filter wants: names as of `korv dump --only`, none for all, and `changes` as
-    // of --changes. UserError for a name of nothing. `stream` outlives it.
+    // The events that a filter wants: names as of `korv dump --only`, none for all, and `changes`
+    // as of --changes. UserError for a name of nothing. `stream` outlives it.
     Listing(const StreamBytes& stream, const std::vector<std::string>& only, bool changes);
 
     uint64_t Rows() const { return rows_; }

@@ -112,17 +112,20 @@ void SetStates(States& states, korv::Painter& painter, const Json& wanted) {
     }
     states.Switch(D3DRENDERSTATE_FOGENABLE, "FOGENABLE", fog);
     if (fog) {
-        states.Set(D3DRENDERSTATE_FOGCOLOR, "FOGCOLOR", kFog, fmt::format("#{:06X}", kFog & 0xFFFFFF));
+        states.Set(D3DRENDERSTATE_FOGCOLOR, "FOGCOLOR", kFog,
+                   fmt::format("#{:06X}", kFog & 0xFFFFFF));
     }
     states.Switch(D3DRENDERSTATE_ALPHABLENDENABLE, "ALPHABLENDENABLE", blend);
     if (blend) {
         states.Set(D3DRENDERSTATE_SRCBLEND, "SRCBLEND", D3DBLEND_SRCALPHA, "the triangle's alpha");
-        states.Set(D3DRENDERSTATE_DESTBLEND, "DESTBLEND", D3DBLEND_INVSRCALPHA, "what alpha leaves");
+        states.Set(D3DRENDERSTATE_DESTBLEND, "DESTBLEND", D3DBLEND_INVSRCALPHA,
+                   "what alpha leaves");
     }
     if (texture) {
         const korv::TextureHandle handle =
             painter.MakeTexture({.image = korv::LetterTile(kTexels)});
-        states.Set(D3DRENDERSTATE_TEXTUREHANDLE, "TEXTUREHANDLE", handle, "a letter F of 32×32 texels");
+        states.Set(D3DRENDERSTATE_TEXTUREHANDLE, "TEXTUREHANDLE", handle,
+                   "a letter F of 32×32 texels");
         states.Set(D3DRENDERSTATE_TEXTUREMAPBLEND, "TEXTUREMAPBLEND", D3DTBLEND_MODULATE,
                    "texel times colour");
         states.Set(D3DRENDERSTATE_TEXTUREMAG, "TEXTUREMAG", D3DFILTER_NEAREST, "nearest");
@@ -137,8 +140,8 @@ bool GoesOn(uint32_t number) {
 }
 
 Json SetupToJson(const board::SetupReport& setup) {
-    constexpr const char* kNames[] = {"red", "green", "blue", "alpha", "fog",
-                                      "depth", "s",   "t",    "q",     "ks"};
+    constexpr const char* kNames[] = {"red",   "green", "blue", "alpha", "fog",
+                                      "depth", "s",     "t",    "q",     "ks"};
     static_assert(std::size(kNames) == std::tuple_size_v<decltype(setup.values)>);
     const auto edge = [](const board::SetupReport::Edge& one) {
         return Json{one.position, one.step};
@@ -147,15 +150,13 @@ Json SetupToJson(const board::SetupReport& setup) {
     for (size_t i = 0; i < setup.values.size(); ++i) {
         const board::SetupReport::Value& one = setup.values[i];
         if (one.set) {
-            values.push_back({{"name", kNames[i]},
-                              {"start", one.start},
-                              {"dx", one.dx},
-                              {"dyDom", one.dyDom}});
+            values.push_back(
+                {{"name", kNames[i]}, {"start", one.start}, {"dx", one.dx}, {"dyDom", one.dyDom}});
         }
     }
-    return {{"firstRow", setup.firstRow},        {"upperRows", setup.upperRows},
-            {"lowerRows", setup.lowerRows},      {"dominant", edge(setup.dominant)},
-            {"upper", edge(setup.upper)},        {"lower", edge(setup.lower)},
+    return {{"firstRow", setup.firstRow},   {"upperRows", setup.upperRows},
+            {"lowerRows", setup.lowerRows}, {"dominant", edge(setup.dominant)},
+            {"upper", edge(setup.upper)},   {"lower", edge(setup.lower)},
             {"values", std::move(values)}};
 }
 

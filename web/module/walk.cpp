@@ -11,7 +11,7 @@ namespace web {
 
 namespace {
 
-constexpr uint64_t kLeastInterval = 2000; // events
+constexpr uint64_t kLeastInterval = 2000;    // events
 constexpr const char* kName = "the capture"; // in messages
 
 } // namespace
@@ -33,8 +33,8 @@ bool Walk::Begins(stream::MarkKind kind) const {
 void Walk::KeepHere() {
     const auto behind = kept_.upper_bound(At().event);
     const Kept* before = behind != kept_.begin() ? &std::prev(behind)->second : nullptr;
-    Kept kept{player_.Keep(before != nullptr ? &before->checkpoint : nullptr),
-              pictures_.Surfaces(), writers_, begun_};
+    Kept kept{player_.Keep(before != nullptr ? &before->checkpoint : nullptr), pictures_.Surfaces(),
+              writers_, begun_};
     kept.writers.Forget(stream::WaitingWrites(player_.Board()));
     keptBytes_ += kept.checkpoint.BytesBeyond(before != nullptr ? &before->checkpoint : nullptr);
     kept_.insert_or_assign(At().event, std::move(kept));

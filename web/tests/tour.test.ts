@@ -3,7 +3,7 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 
 import { KorvError } from "../engine/module.ts";
-import type { TourRequest } from "../engine/types.ts";
+import type { PixelReport, TourRequest } from "../engine/types.ts";
 import { reckon, rowAt, shown, valueAt } from "../page/tour/reckoning.ts";
 import { kChips, kHeight, kWidth, requestOf } from "../page/tour/triangle.ts";
 import { newModule } from "./rig.ts";
@@ -29,6 +29,28 @@ function randomRequest(chip: string, throwDice: (most: number) => number): TourR
     })),
     states: { smooth: on(), depth: on(), texture: chip !== "tx" && on(), fog: on(), blend: on() },
   };
+}
+
+// Each unit's colour follows from the one before, within a rounding.
+function checkStages({ stages, fogFactor, fragment }: PixelReport, where: string): void {
+  const { shaded, texel, textured, fogged, under, blended } = stages ?? {};
+  const near = (unit: string, value: number, expected: number) =>
+    assert.ok(Math.abs(value - Math.max(0, Math.min(255, expected))) <= 1.01, `${where}, ${unit}: ${value}, reckoned ${expected}`);
+  for (const [channel, fog] of [["red", 0x98], ["green", 0xa8], ["blue", 0xb8]] as const) {
+    if (textured) {
+      near("texture", textured[channel], (shaded![channel] * texel![channel]) / 255);
+    }
+    const before = textured ?? shaded;
+    if (fogged) {
+      near("fog", fogged[channel], fog + Math.max(0, Math.min(1, fogFactor!)) * (before![channel] - fog));
+    }
+    if (fragment && before) {
+      assert.equal(fragment[channel], (fogged ?? before)[channel], where);
+    }
+    if (blended) {
+      near("blend", blended[channel], (fragment![channel] * fragment!.alpha + under![channel] * (255 - fragment!.alpha)) / 255);
+    }
+  }
 }
 
 for (const chip of kChips) {
@@ -89,6 +111,7 @@ for (const chip of kChips) {
         assert.ok(Math.abs(valueAt(reckoning, "depth", x, y)!.value - pixel.fragmentDepth!) < 1.5);
         assert.equal(pixel.tests.find((one) => one.test === "depth")!.passed, pixel.fragmentDepth! <= pixel.storedDepth!);
       }
+      checkStages(pixel, `triangle ${i} at ${x},${y}`);
       // The picture has the pixel that was written.
       const place = (y * again.picture.width + x) * 4;
       assert.deepEqual([...again.picture.rgba.slice(place, place + 3)], shown(after));

@@ -53,7 +53,8 @@ Pixel ParsePixel(const std::string& text) {
 }
 
 const char* MemoryName(const board::PixelElement& element) {
-    return stream::NameOf(element.local ? stream::Memory::LocalBuffer : stream::Memory::FrameBuffer);
+    return stream::NameOf(element.local ? stream::Memory::LocalBuffer
+                                        : stream::Memory::FrameBuffer);
 }
 
 std::string Hex(uint32_t value, uint32_t bits) {
@@ -164,12 +165,10 @@ class Why {
         if (test == PixelTest::Depth) {
             const uint32_t bits = pixel.depth.bytes == 2 ? 16 : 32;
             text += fmt::format(" {} {} {}", Hex(pixel.fragmentDepth, bits),
-                                stream::SignOf(pixel.depthCompare),
-                                Hex(pixel.storedDepth, bits));
+                                stream::SignOf(pixel.depthCompare), Hex(pixel.storedDepth, bits));
         } else if (test == PixelTest::Alpha) {
             text += fmt::format(" {} {} {}", pixel.fragment.alpha,
-                                stream::SignOf(pixel.alphaCompare),
-                                pixel.alphaReference);
+                                stream::SignOf(pixel.alphaCompare), pixel.alphaReference);
         }
         return text;
     }

@@ -29,10 +29,9 @@ void AddRawDepthArgument(CLI::App& command, RawScreen& screen) {
 stream::SurfaceLayout SetUpRawScreen(stream::Player& player, const RawScreen& screen,
                                      const std::string& chip) {
     const Extent size = ParseSize(screen.size);
-    return SetUpScreen(player, chip, static_cast<uint32_t>(size.width),
-                       static_cast<uint32_t>(size.height),
-                       static_cast<uint32_t>(std::stoi(screen.depth)),
-                       static_cast<uint32_t>(screen.base));
+    return SetUpScreen(
+        player, chip, static_cast<uint32_t>(size.width), static_cast<uint32_t>(size.height),
+        static_cast<uint32_t>(std::stoi(screen.depth)), static_cast<uint32_t>(screen.base));
 }
 
 } // namespace korv
