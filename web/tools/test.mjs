@@ -29,7 +29,7 @@ await build({
 });
 const { status } = spawnSync(
   process.execPath,
-  ["--test", "--test-reporter=spec", ...files.map((file) => join(output, file.replace(/ts$/, "mjs")))],
+  ["--test", "--test-concurrency=2", "--test-reporter=spec", ...files.map((file) => join(output, file.replace(/ts$/, "mjs")))],
   { stdio: "inherit", env: { ...process.env, KORV_PROJECT: project } },
 );
 process.exit(status ?? 1);

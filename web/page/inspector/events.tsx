@@ -63,9 +63,12 @@ export function Events({ engine, version, settings, copyFrom, copyTo, copyWhat, 
       setProblem("");
     }, (error) => setProblem((error as Error).message));
   }, [engine, only, changes]);
+  // The row of what comes next; of a thing that the place names, its own.
+  const named = /^(step|call|batch):/.exec(settings.at ?? "")?.[1];
+  const own = named !== undefined && (only === "*" || only.split(",").includes(named)) && !changes ? 1 : 0;
   useEffect(() => {
     if (listed > 0) {
-      engine.ask.rowHere().then(setHere, () => {});
+      engine.ask.rowHere().then((row) => setHere(Math.max(0, row - own)), () => {});
     }
   }, [listed, version]);
   useEffect(() => setFound(undefined), [version]);

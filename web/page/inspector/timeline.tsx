@@ -42,6 +42,18 @@ export function Lanes({ timeline, words, at, onPlace, onStep }: {
     observer.observe(canvas.current!.parentElement!);
     return () => observer.disconnect();
   }, []);
+  // Colours are the theme's.
+  const [theme, setTheme] = useState(0);
+  useEffect(() => {
+    const dark = matchMedia("(prefers-color-scheme: dark)"), changed = () => setTheme((count) => count + 1);
+    const observer = new MutationObserver(changed);
+    observer.observe(document.documentElement, { attributeFilter: ["data-theme"] });
+    dark.addEventListener("change", changed);
+    return () => {
+      observer.disconnect();
+      dark.removeEventListener("change", changed);
+    };
+  }, []);
   const all = Math.max(words, 1), high = Math.max(1, lanes.length) * (kHigh + kGap);
   useEffect(() => {
     const element = canvas.current!, style = getComputedStyle(element), ratio = devicePixelRatio;
@@ -62,7 +74,7 @@ export function Lanes({ timeline, words, at, onPlace, onStep }: {
     context.globalAlpha = 1;
     context.fillStyle = colour("--cursor");
     context.fillRect(Math.min(width - 2, Math.max(0, (at / all) * width - 1)), 0, 2, high);
-  }, [lanes, width, at, high, matchMedia("(prefers-color-scheme: dark)").matches, document.documentElement.dataset.theme]);
+  }, [lanes, width, at, high, theme]);
 
   const find = (event: MouseEvent) => {
     const box = canvas.current!.getBoundingClientRect();
