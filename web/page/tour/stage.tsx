@@ -63,7 +63,7 @@ export function TourStage({ tour, vertices, pointed, onVertex, onPixel }: {
         {pixel && <rect class="pixel-mark" x={pixel.x} y={pixel.y} width={1} height={1} />}
         {vertices.map((vertex, i) => (
           <g key={i}>
-            <circle class="corner" cx={vertex.x} cy={vertex.y} r={1.3} tabindex={0} role="button"
+            <circle class="corner" fill={vertex.colour} cx={vertex.x} cy={vertex.y} r={1.3} tabindex={0} role="button"
               aria-label={`Vertex ${kNames[i]} at ${vertex.x},${vertex.y}. Arrow keys move it.`} onKeyDown={onKey(i)}
               onPointerDown={(event) => {
                 held_.current = i;
