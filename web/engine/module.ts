@@ -57,7 +57,6 @@ export class Korv {
   checkpoints = () => this.ask<{ count: number; bytes: number; ceiling: number }>("korv_checkpoints");
   state = () => this.ask<t.BoardState>("korv_state");
   checksums = () => this.ask<t.Checksums>("korv_checksums");
-  events = (from: string, to: string) => this.ask<t.StreamEvent[]>("korv_events", from, to);
   text = (from: string, to: string) => this.ask<{ text: string }>("korv_text", from, to).text;
   why = (surface: string, x: number, y: number) => this.ask<t.PixelHistory>("korv_why", surface, x, y);
   list = (only: string, changes: boolean) => this.ask<{ rows: number }>("korv_list", only, changes ? 1 : 0).rows;

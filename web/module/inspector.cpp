@@ -234,15 +234,6 @@ Json Inspector::Checksums() {
             {"registers", sums.registers}};
 }
 
-Json Inspector::Events(const std::string& from, const std::string& to) {
-    OpenedStream opened(stream_);
-    stream::DumpOptions options;
-    options.json = true;
-    options.from = stream::ParsePlace(from);
-    options.to = stream::ParsePlace(to);
-    return DumpLines(*opened.source, options);
-}
-
 Json Inspector::Text(const std::string& from, const std::string& to) {
     OpenedStream opened(stream_);
     stream::DumpOptions options;

@@ -50,9 +50,7 @@ class Inspector {
     Json Checksums();
     // The object of `korv state --json`.
     Json State() { return ToJson(walk_->State()); }
-    // The objects of `korv dump --json` between two places.
-    Json Events(const std::string& from, const std::string& to);
-    // The same as event text.
+    // {"text"}: event text of what the list has, between two places.
     Json Text(const std::string& from, const std::string& to);
     // The object of `korv why --json`, of the whole stream.
     Json Why(const std::string& surface, uint32_t x, uint32_t y);

@@ -268,10 +268,6 @@ KORV_EXPORT const char* korv_checksums() {
     return Answer([] { return Opened().Checksums(); });
 }
 
-KORV_EXPORT const char* korv_events(const char* from, const char* to) {
-    return Answer([&] { return Opened().Events(from, to); });
-}
-
 KORV_EXPORT const char* korv_surface(const char* name) {
     return Answer([&] { return SizeOf(Opened().Picture(name, false)); });
 }

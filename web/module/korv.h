@@ -58,7 +58,6 @@ const char* korv_go(const char* place);
 const char* korv_checkpoints(void);
 const char* korv_state(void);
 const char* korv_checksums(void);
-const char* korv_events(const char* from, const char* to);
 const char* korv_text(const char* from, const char* to);
 const char* korv_why(const char* surface, uint32_t x, uint32_t y);
 // The list of events. `only` has names between commas, as `korv dump --only`.

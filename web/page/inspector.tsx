@@ -201,7 +201,7 @@ export function Inspector({ engine, catalogue, settings, capture }: { engine: En
                 <>
                   <span class={`kind ${entry.kind}`}>{entry.kind}</span>
                   <span class="number">{entry.number}</span>
-                  <span class="meaning">{entry.kind === "frame" ? "ends" : String(entry.name || entry.text || "")}</span>
+                  <span class="meaning">{entry.kind === "frame" ? "ends" : String(entry.name || entry.text || "").replace(/^Render (Primitive=)?/, "")}</span>
                 </>
               )} />
           </>
