@@ -28,6 +28,11 @@ PixelPlace PlaceOf(const SurfaceLayout& surface, uint32_t x, uint32_t y) {
     return place;
 }
 
+std::string PixelMoment::Where() const {
+    return HasCommand() && by.word ? "word:" + std::to_string(by.at.word)
+                                   : "event:" + std::to_string(From().event);
+}
+
 PixelHistory::PixelHistory(Player& player, std::string surface, uint32_t x, uint32_t y)
     : player_(player), name_(std::move(surface)), x_(x), y_(y) {
     player_.Board().SetProbe(this);

@@ -45,6 +45,16 @@ struct PixelMoment {
     // Of Moved.
     std::optional<PixelPlace> place;
     MarkKind cause{};
+
+    // Whose doing it is, as a place: "word:1234", "event:500".
+    std::string Where() const;
+    // What lies before that.
+    const Position& From() const { return HasCommand() ? by.at : at; }
+    // The call of the driver, if it was in one.
+    std::optional<uint64_t> Caller() const { return what == What::Stored ? call : by.call; }
+
+  private:
+    bool HasCommand() const { return (what == What::Drawn || what == What::Cut) && by.known; }
 };
 
 class PixelHistory final : public board::PixelProbe {
@@ -64,6 +74,8 @@ class PixelHistory final : public board::PixelProbe {
     const EntryPlaces& Entries() const { return entries_; }
     // The surface, as it was last; none: there was none. Whether it ever had such a pixel, and one
     // that lay in a memory.
+    uint32_t X() const { return x_; }
+    uint32_t Y() const { return y_; }
     const std::optional<SurfaceLayout>& Surface() const { return surface_; }
     bool Inside() const { return inside_; }
     bool Placed() const { return placed_; }

@@ -22,6 +22,8 @@ class StreamPictures {
     void SetScreen(const stream::SurfaceLayout& screen) { raw_ = screen; }
     // A mark has been played.
     void Follow(const stream::Mark& mark) { surfaces_.Follow(mark); }
+    // The player stands elsewhere, and these are there.
+    void SetSurfaces(const stream::Surfaces& surfaces) { surfaces_ = surfaces; }
 
     // The surface of that name. What was drawn to, for no name: that of the latest picture, else
     // the target of the latest context, else the screen; with `depth` the latest context's Z
