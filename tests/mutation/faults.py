@@ -70,6 +70,17 @@ def operator_class(operator):
     return next(name for name, members in CLASS_OF.items() if operator in members)
 
 
+def is_bit(variable):
+    """Whether a constant is declared as a number with one bit set, above 2."""
+    tokens = [token.spelling for token in variable.get_tokens()]
+    value = tokens[-1].rstrip("uUlL") if len(tokens) > 1 and tokens[-2] == "=" else ""
+    try:
+        number = int(value, 0)
+    except ValueError:
+        return False
+    return number > 2 and number & (number - 1) == 0
+
+
 class Source:
     """A file's text, its lines, and the ranges that macros expand."""
 
@@ -288,7 +299,9 @@ class Walk:
         if cursor.type.get_canonical().kind in INTEGERS and cursor.type.is_const_qualified() \
                 and named.semantic_parent.kind in (CursorKind.NAMESPACE,
                                                    CursorKind.TRANSLATION_UNIT):
-            self.add(function, "constant", form, self.span(cursor), f"({words} + 1)")
+            # Of a bit the next one: beside it others are seldom looked at.
+            other = "<< 1" if is_bit(named) else "+ 1"
+            self.add(function, "constant", form, self.span(cursor), f"({words} {other})")
 
     def negate(self, condition, function, form):
         words = self.words(condition)

@@ -6,6 +6,7 @@ import hashlib
 import json
 import pathlib
 import random
+import re
 import sys
 
 sys.dont_write_bytecode = True
@@ -47,6 +48,8 @@ def parse(arguments):
     parser.add_argument("--seed", type=positive, default=1, metavar="N",
                         help="which faults: the same seed, the same order of them (1)")
     parser.add_argument("--file", default="", metavar="TEXT", help="only in files whose path holds TEXT")
+    parser.add_argument("--fault", default=[], action="append", metavar="KEY",
+                        help="this one alone, whatever became of it before; as often as wanted")
     parser.add_argument("--constants", action="store_true",
                         help="faults where only the compiler computes instead: a build for each")
     parser.add_argument("--again", action="store_true", help="try those again that survived")
@@ -113,6 +116,12 @@ def try_choices(options, folder, pending, results):
             tell(f"[{done}/{len(left)}] survived{run}: {report.brief(choices.numbers[number])}")
 
 
+def is_compilers(root, fault):
+    """Whether the fault stands in a function that a compiler may compute."""
+    text = (root / fault.path).read_text(encoding="latin-1")
+    return re.search(rf"\bconstexpr\b[^;{{}}]*\b{re.escape(fault.function)}\(", text) is not None
+
+
 def try_constants(options, folder, pending, results):
     rebuilds = trials.Rebuilds(Workshop(options.root, folder / "plain"))
     rebuilds.prepare(trials.OWN[options.part])
@@ -135,6 +144,13 @@ def main():
         fail(2, f"no place for a fault in files of {options.part} whose path holds '{options.file}'")
     random.Random(options.seed).shuffle(wanted)
     wanted = wanted[:options.count]
+    if options.fault:
+        of_key = {fault.key: fault for fault in found if fault.path.startswith(options.part + "/")
+                  and (fault.form == "constant") == options.constants}
+        for key in options.fault:
+            if key not in of_key:
+                fail(2, f"'{key}' is no fault of {options.part} as it is now; --list shows them")
+        wanted = [of_key[key] for key in options.fault]
     if options.list:
         for fault in wanted:
             tell(report.brief(fault))
@@ -143,11 +159,16 @@ def main():
     listed = report.listed_keys(listed_file)
     results = Results(folder / "results.jsonl")
     if not options.report:
-        pending = [fault for fault in wanted if fault.key not in results.known
+        pending = [fault for fault in wanted if fault.key not in results.known or options.fault
                    or (options.again and results.known[fault.key]["verdict"] == trials.SURVIVED)]
         try:
+            if pending and not options.constants:
+                try_choices(options, folder, pending, results)
+                pending = [fault for fault in pending if is_compilers(options.root, fault)
+                           and results.known[fault.key]["verdict"] == trials.SURVIVED
+                           and results.known[fault.key]["suites"] == 0]
             if pending:
-                (try_constants if options.constants else try_choices)(options, folder, pending, results)
+                try_constants(options, folder, pending, results)
         except BuildFailed as failure:
             (folder / "build.log").write_text(failure.output)
             fail(1, f"the build failed; {folder / 'build.log'} tells why")

@@ -186,6 +186,15 @@ TEST(GlintDownload, ToASurfaceWithoutARecordDoesNothingAndAnswersHandled) {
     EXPECT_TRUE(rig.calls.empty());
 }
 
+TEST(GlintLoad, OnlyVideoMemoryIsLoaded) {
+    GlintRig rig;
+    rig.CopyOf(rig.dest, rig.MakeSystemSurface());
+    rig.data.lpDDSrcSurface->ddsCaps.dwCaps |= DDSCAPS_SYSTEMMEMORY;
+    rig.dest.local.ddsCaps.dwCaps &= ~DDSCAPS_VIDEOMEMORY;
+    EXPECT_EQ(rig.Blt(), DDHAL_DRIVER_NOTHANDLED); // a copy whose source has no record
+    EXPECT_TRUE(rig.calls.empty());
+}
+
 TEST(GlintFill, OfColourIsAScreenFill) {
     GlintRig rig(32);
     rig.FillOf(rig.dest, DDBLT_COLORFILL, 0x12345678);
@@ -225,6 +234,8 @@ TEST(GlintFill, OfDepthDoublesUpAShortZ) {
     EXPECT_EQ(rig.calls[0].fill, 0xABCD1234u);
     rig.dest.priv.Flags |= SURFACE_SHORT_Z;
     EXPECT_EQ(rig.OneCall().fill, 0x12341234u);
+    rig.dest.Global().dwReserved1 = 0; // of no record: as it came
+    EXPECT_EQ(rig.OneCall().fill, 0xABCD1234u);
 }
 
 TEST(GlintVideo, ThePortIsNoneOfThisFamilys) {

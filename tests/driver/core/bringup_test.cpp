@@ -85,6 +85,17 @@ TEST(DriverInit, AHalCallWithoutAReservedWordUsesThePrimary) {
     EXPECT_FALSE(rig.bus->events.empty());
 }
 
+TEST(DriverInit, FailsForADisplayThatTheMiniVDDDoesNotKnow) {
+    struct : Rig {
+        bool Control(uint32_t, const void*, uint32_t, void* out, uint32_t, uint32_t*) override {
+            std::memset(out, 0, 4);
+            return true;
+        }
+    } rig;
+    EXPECT_EQ(DriverInit(1), nullptr);
+    EXPECT_EQ(pDriverData, nullptr);
+}
+
 TEST(DriverInit, FailsWithoutTheMiniVDD) {
     Rig rig;
     host::UnregisterDevice("\\\\.\\glintmvd");

@@ -462,4 +462,28 @@ TEST(Status, OfAFlipLooksAtDmaOnlyWhenAskedWhetherItCanFlip) {
     EXPECT_EQ(data.ddRVal, kStillDrawing);
 }
 
+TEST(FlipStatus, OfAFlipWithinTheBlankEndsAFrameLaterThoughTheBeamIsInOneAgain) {
+    FlipRig rig(kGlint);
+    rig.BeamInBlank();
+    host::clock::Set(1000);
+    rig.Flip();
+    EXPECT_EQ(flipRecord.OutsideBlank, 0u);
+    EXPECT_EQ(rig.Status(), kStillDrawing);
+    host::clock::Set(1017); // 60 frames a second: 16 ms
+    EXPECT_EQ(rig.Status(), 0u);
+    EXPECT_EQ(flipRecord.InProgress, 0u);
+}
+
+TEST(FlipStatus, AskingForAFlipOnAnIdleChipIsAllowed) {
+    FlipRig rig(kGlint);
+    DDHAL_GETFLIPSTATUSDATA data{};
+    data.lpDD = &rig.directDraw;
+    data.dwFlags = DDGFS_CANFLIP;
+    GetFlipStatus32(&data);
+    EXPECT_EQ(data.ddRVal, 0u);
+    rig.Flip();
+    GetFlipStatus32(&data);
+    EXPECT_EQ(data.ddRVal, kStillDrawing);
+}
+
 } // namespace

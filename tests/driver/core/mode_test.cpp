@@ -144,6 +144,23 @@ TEST(ModeChange, OnSXTheFastFillSizeGoesIntoTheRenderWord) {
     EXPECT_EQ(wide.Sent()[5], 5u); // what tag 0x157 carries
 }
 
+TEST(ModeChange, OnSXAtThirtyTwoBitsTheNarrowBlockCountsHalf) {
+    Rig rig({.deviceId = DeviceSX, .bits = 32});
+    rig.Ready();
+    rig.driver->RenderSolid = 0x40;
+    rig.bus->registers[t::FBModeSel] = 1 << 10 | 1 << 8 | 1; // n = 2 << (1 + 1 + 1) = 16
+    ChangeDDHAL32Mode(rig.driver);
+    EXPECT_EQ(rig.driver->RenderSolid, 0x40u | 16 | 8);
+    EXPECT_EQ(rig.driver->FBWriteMode, 1u | 2);
+}
+
+TEST(ModeChange, OnTXAt24BitsThereIsNoAlphaWord) {
+    Rig rig({.deviceId = DeviceTX, .bits = 24});
+    BringMode(rig);
+    EXPECT_EQ(rig.Sent()[0], t::LBReadMode);
+    EXPECT_EQ(rig.driver->RenderSolid, 0x48u);
+}
+
 TEST(ModeChange, OnSXAtThirtyTwoBitsNoWidthKeepsTheRenderWord) {
     for (const uint32_t a : {0u, 3u}) {
         Rig rig({.deviceId = DeviceSX, .bits = 32});

@@ -278,6 +278,16 @@ TEST_F(RenderPrimitiveTest, AfterAFlipOnlyTheFirstContextToDrawAimsItsTarget) {
     EXPECT_TRUE(Rig::Pending(first).empty());
 }
 
+TEST_F(RenderPrimitiveTest, AModeChangeLosesTheTargetUntilSomethingIsDrawn) {
+    ContextRig rig;
+    D3DContext* ctx = MakeContext(rig);
+    ASSERT_NE(ctx, nullptr);
+    ctx->ZVisibleMode = 1;
+    rig.driver->ModeChangeCount = 1;
+    EXPECT_EQ(Draw(rig, ctx->ContextHandle, 3), 0u);
+    EXPECT_EQ(rig.driver->TargetLost, 1u);
+}
+
 // Z visibility.
 
 TEST_F(RenderPrimitiveTest, WithZVisibleOnReportsVisibleAndKeepsDirtyStatePending) {

@@ -461,6 +461,18 @@ TEST(TextureRecords, DestroyOfTheTextureInForceMarksItAndKeepsTheHandle) {
     EXPECT_EQ(t.ctx->TextureHandle, 2u);
 }
 
+TEST(TextureRecords, DestroyOfTheTextureInTheChipTurnsOnlyMipMappingOff) {
+    for (const uint32_t flags : {RF_TEXTURE, RF_TEXTURE | RF_MIPMAP}) {
+        Textures t;
+        t.ctx->CurrentTexture = t.Create(t.Surface(8, 8, 0));
+        t.ctx->RenderFlags = flags;
+        EXPECT_EQ(t.Destroy(1), 0u);
+        EXPECT_EQ(t.ctx->CurrentTexture, nullptr);
+        EXPECT_EQ(t.ctx->RenderFlags, uint32_t{RF_TEXTURE});
+        EXPECT_EQ(t.ctx->DirtyFlags, flags == RF_TEXTURE ? 0u : uint32_t{DIRTY_RENDERERS});
+    }
+}
+
 TEST(TextureRecords, DestroyRefusesBadContextsHandlesAndLostSurfaces) {
     Textures t;
     RigSurface& surface = t.Surface(8, 8, 0);

@@ -101,6 +101,17 @@ TEST(WalkAndDrawHeap, FreeStretchOfOneByteIsOnlyCounted) {
     EXPECT_EQ(picture.pixels[0xFFE / 2], 0xAAAA);
 }
 
+TEST(WalkAndDrawHeap, BlockOfOneByteIsOnlyCounted) {
+    Picture picture;
+    picture.rig.Allocate(kBottom, 0x100);
+    HeapNode* node = picture.rig.Allocated()[0];
+    node->Aligned = node->End;
+    picture.Draw();
+    EXPECT_EQ(HeapStats.AllocatedNodes, 1u);
+    EXPECT_EQ(HeapStats.AllocatedBytes, 0x100u);
+    EXPECT_EQ(picture.Others(0x100, 0x200, 0x7FFF), 0);
+}
+
 TEST(WalkAndDrawHeap, CountsTheGroups) {
     Picture picture;
     AddNodeGroup(picture.rig.driver);

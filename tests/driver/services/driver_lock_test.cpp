@@ -59,6 +59,16 @@ TEST_F(DriverLockTest, FailsWhereTheSystemHidesNoSuchEntry) {
     EXPECT_EQ(host::Win16Lock().taken, 0u);
 }
 
+TEST_F(DriverLockTest, IsHeldByNameAloneWhereTheSystemHidesNoEntryToTakeIt) {
+    host::SetSystemImage({.exports = 96}); // 93 gives the lock, 97 takes and 98 leaves it
+    EXPECT_EQ(KORV_GetDriverLock(rig.driver, &surface, 0, nullptr), 0);
+    EXPECT_EQ(rig.driver->Win16Lock, host::Win16LockAddress());
+    EXPECT_EQ(rig.driver->DriverLockKind, 1u);
+    EXPECT_EQ(KORV_FreeDriverLock(rig.driver, &surface), 0);
+    EXPECT_EQ(host::Win16Lock().taken, 0u);
+    EXPECT_EQ(rig.driver->DriverLockKind, 0u);
+}
+
 TEST_F(DriverLockTest, ByDCIOpensTheWholeSurfaceOrTheRectangle) {
     EXPECT_EQ(KORV_GetDriverLock(rig.driver, &surface, 1, nullptr), 0);
     EXPECT_EQ(rig.driver->DriverLockKind, 2u);

@@ -62,6 +62,16 @@ TEST(TXPatchedDownload, RawWordsGoToTextureDataByPixelSize) {
     }
 }
 
+TEST(TXPatchedDownload, OfTwentyFourBitTexelsNoWordGoes) {
+    Texture load(PixelSize24);
+    load.Run(TXPatchedTextureDownload, {0, 0, 24, 3});
+    EXPECT_EQ(load.Sent(), Pairs({{t::LBWindowBase, Texture::kOffset / 4},
+                                  {t::TextureCacheControl, 3},
+                                  {t::TextureDownloadOffset, 0},
+                                  {t::LBReadMode, 0},
+                                  {t::WaitForCompletion, 0}}));
+}
+
 TEST(TXPatchedDownload, AFourBitTextureOfWidth16GoesAs2WordsALine) {
     Texture load(PixelSize4);
     load.Run(TXPatchedTextureDownload, {0, 0, 16, 2});
