@@ -52,6 +52,8 @@ def parse(arguments):
                         help="this one alone, whatever became of it before; as often as wanted")
     parser.add_argument("--constants", action="store_true",
                         help="faults where only the compiler computes instead: a build for each")
+    parser.add_argument("--x87", action="store_true",
+                        help="with the driver's floats as in KORV32.dll, where some code is that is nowhere else")
     parser.add_argument("--again", action="store_true", help="try those again that survived")
     parser.add_argument("--others", type=positive, default=0, metavar="SECONDS",
                         help="for those that survive the part's own tests: run the tests of host, tool and whole "
@@ -98,13 +100,21 @@ class Results:
             file.write(json.dumps(self.known[result.key]) + "\n")
 
 
-def try_choices(options, folder, pending, results):
-    choices = trials.Choices(Workshop(options.root, folder / "choices"), pending, tell)
+def workshop(options, folder, name):
+    if options.x87:
+        return Workshop(options.root, folder / f"{name}-x87", ["-DKORV_X87=ON"])
+    return Workshop(options.root, folder / name)
+
+
+def try_choices(options, folder, wanted, pending, results):
+    # Places of all, so that the build stays as it is from run to run.
+    refused = {key for key, result in results.known.items() if result["verdict"] == trials.NOT_COMPILED}
+    choices = trials.Choices(workshop(options, folder, f"choices-{options.part}"), wanted, refused, tell)
     programs = trials.OWN[options.part] + (trials.OTHERS if options.others else [])
     for result in choices.build(programs):
         results.add(result)
-    order = {fault.key: index for index, fault in enumerate(pending)}
-    left = sorted(choices.numbers, key=lambda number: order[choices.numbers[number].key])
+    keys = {fault.key for fault in pending}
+    left = [number for number, fault in choices.numbers.items() if fault.key in keys]
     for done, number in enumerate(left, 1):
         result = choices.try_own(number)
         if result.verdict == trials.SURVIVED and options.others:
@@ -123,7 +133,7 @@ def is_compilers(root, fault):
 
 
 def try_constants(options, folder, pending, results):
-    rebuilds = trials.Rebuilds(Workshop(options.root, folder / "plain"))
+    rebuilds = trials.Rebuilds(workshop(options, folder, "plain"))
     rebuilds.prepare(trials.OWN[options.part])
     for done, fault in enumerate(pending, 1):
         result = rebuilds.try_own(fault)
@@ -143,14 +153,12 @@ def main():
     if not wanted:
         fail(2, f"no place for a fault in files of {options.part} whose path holds '{options.file}'")
     random.Random(options.seed).shuffle(wanted)
+    of_key = {fault.key: fault for fault in wanted}
+    for key in options.fault:
+        if key not in of_key:
+            fail(2, f"'{key}' is no such fault of {options.part} as it is now; --list shows them")
     wanted = wanted[:options.count]
-    if options.fault:
-        of_key = {fault.key: fault for fault in found if fault.path.startswith(options.part + "/")
-                  and (fault.form == "constant") == options.constants}
-        for key in options.fault:
-            if key not in of_key:
-                fail(2, f"'{key}' is no fault of {options.part} as it is now; --list shows them")
-        wanted = [of_key[key] for key in options.fault]
+    wanted += [of_key[key] for key in options.fault if of_key[key] not in wanted]
     if options.list:
         for fault in wanted:
             tell(report.brief(fault))
@@ -159,11 +167,13 @@ def main():
     listed = report.listed_keys(listed_file)
     results = Results(folder / "results.jsonl")
     if not options.report:
-        pending = [fault for fault in wanted if fault.key not in results.known or options.fault
-                   or (options.again and results.known[fault.key]["verdict"] == trials.SURVIVED)]
+        survived = {key for key, result in results.known.items() if result["verdict"] == trials.SURVIVED}
+        pending = [fault for fault in wanted if fault.key in options.fault] or [
+            fault for fault in wanted
+            if fault.key not in results.known or (options.again and fault.key in survived)]
         try:
             if pending and not options.constants:
-                try_choices(options, folder, pending, results)
+                try_choices(options, folder, wanted, pending, results)
                 pending = [fault for fault in pending if is_compilers(options.root, fault)
                            and results.known[fault.key]["verdict"] == trials.SURVIVED
                            and results.known[fault.key]["suites"] == 0]

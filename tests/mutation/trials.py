@@ -1,4 +1,6 @@
 """Tries faults: those that a program chooses from in one build, those for compilers in a build each."""
+import json
+import math
 import time
 from dataclasses import dataclass
 
@@ -38,7 +40,23 @@ def own_programs(fault):
 
 def time_limit(expected):
     """Seconds that a run may take that takes `expected` without a fault."""
-    return 3 + 4 * expected
+    return 1 + 4 * expected
+
+
+def portions(suites):
+    """Splits (name, seconds) pairs, quick ones first, so that a fault that any test sees costs little."""
+    bounds = [0.2, 1.0, math.inf]
+    portion, total = [], 0.0
+    for name, seconds in suites:
+        total += seconds
+        if total > bounds[0] and portion:
+            yield portion
+            portion = []
+            while total > bounds[0]:
+                bounds.pop(0)
+        portion.append((name, seconds))
+    if portion:
+        yield portion
 
 
 class Suites:
@@ -53,6 +71,12 @@ class Suites:
         """Runs each suite of `program` without a fault."""
         if program in self.known:
             return
+        kept = self.workshop.out / f"{program}.suites.json"
+        built = (self.workshop.out / "tests" / program).stat().st_mtime_ns
+        if kept.exists() and json.loads(kept.read_text())["built"] == built:
+            self.known[program] = {suite: (seconds, set(places)) for suite, (seconds, places)
+                                   in json.loads(kept.read_text())["suites"].items()}
+            return
         suites = {}
         for suite in self.workshop.suites(program):
             run, places = self.workshop.run_places(program, suite, SUITE_SECONDS)
@@ -61,6 +85,8 @@ class Suites:
             else:
                 self.tell(f"{program}: {suite} is left out: it {run.verdict} without a fault")
         self.known[program] = suites
+        kept.write_text(json.dumps({"built": built, "suites": {
+            suite: (seconds, sorted(places)) for suite, (seconds, places) in suites.items()}}))
 
     def of(self, program, number):
         """Suites that run the place `number`, quick ones first, as (name, seconds)."""
@@ -73,13 +99,15 @@ class Suites:
 class Choices:
     """One build in which a program has one of many faults."""
 
-    def __init__(self, workshop, faults, tell):
+    def __init__(self, workshop, faults, refused, tell):
+        """Of `faults`; those whose keys are `refused` are known not to compile."""
         self.workshop = workshop
         self.tell = tell
-        self.numbers = {number: fault for number, fault in enumerate(faults, 1)}
+        self.numbers = {number: fault for number, fault in enumerate(faults, 1)
+                        if fault.key not in refused}
         self.suites = Suites(workshop, tell)
 
-    def changed(self, parts):
+    def changed(self):
         """The sources with places in them."""
         of_path = {}
         for number, fault in self.numbers.items():
@@ -95,7 +123,7 @@ class Choices:
         """Builds, without the faults that do not compile; returns their results."""
         rejected = []
         for _ in range(30):
-            changed = self.changed(None)
+            changed = self.changed()
             self.workshop.copy(changed)
             try:
                 self.workshop.build(programs)
@@ -121,11 +149,12 @@ class Choices:
             suites = self.suites.of(program, number)
             if not suites:
                 continue
-            count += len(suites)
-            run = self.workshop.run(program, [name for name, _ in suites],
-                                    time_limit(sum(seconds for _, seconds in suites)), number)
-            if run.verdict != "passed":
-                return self.result(number, run, count, start)
+            for portion in portions(suites):
+                count += len(portion)
+                run = self.workshop.run(program, [name for name, _ in portion],
+                                        time_limit(sum(seconds for _, seconds in portion)), number)
+                if run.verdict != "passed":
+                    return self.result(number, run, count, start)
         return self.result(number, None, count, start)
 
     def try_others(self, number, seconds):

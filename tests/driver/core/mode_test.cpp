@@ -144,6 +144,19 @@ TEST(ModeChange, OnSXTheFastFillSizeGoesIntoTheRenderWord) {
     EXPECT_EQ(wide.Sent()[5], 5u); // what tag 0x157 carries
 }
 
+TEST(ModeChange, OnAnyOtherFamilyTheCommonWordsAreAll) {
+    Rig rig({.deviceId = DevicePermedia});
+    rig.Ready();
+    rig.chip->Family = 2;
+    rig.driver->RenderSolid = rig.driver->RenderClear = 0x40;
+    rig.bus->Clear();
+    ChangeDDHAL32Mode(rig.driver);
+    EXPECT_EQ(rig.Sent(), Flat(CommonPairs(Products640(DevicePermedia))));
+    EXPECT_EQ(rig.driver->RenderSolid, 0x40u);
+    EXPECT_EQ(rig.driver->RenderClear, 0x40u);
+    EXPECT_EQ(rig.driver->FBDepth, 1u);
+}
+
 TEST(ModeChange, OnSXAtThirtyTwoBitsTheNarrowBlockCountsHalf) {
     Rig rig({.deviceId = DeviceSX, .bits = 32});
     rig.Ready();

@@ -703,6 +703,15 @@ TEST_F(FlipSurfacesTest, OnAnyOtherFamilyTheOldDepthBaseGoesOutAgain) {
               (Steps{{t::FBPixelOffset, 0x30000}, {t::LBWindowBase, 0x777}}));
 }
 
+TEST_F(FlipSurfacesTest, ATargetOfNoRecordIsAimedAtAndHasNoOwner) {
+    ContextRig rig;
+    D3DContext* ctx = MakeContext(rig);
+    ASSERT_NE(ctx, nullptr);
+    ctx->RenderTargetSurface->lpGbl->dwReserved1 = 0;
+    FlipSurfaces(rig.driver, ctx);
+    EXPECT_EQ(PairsOf(Rig::Pending(ctx)), (Steps{{t::FBPixelOffset, 0x30000}}));
+}
+
 TEST_F(FlipSurfacesTest, DividesByTheDisplaysBytesAtSetUpAndNotByTheTargets) {
     ContextRig rig;
     D3DContext* ctx = MakeContext(rig);

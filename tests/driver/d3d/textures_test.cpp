@@ -306,6 +306,16 @@ TEST(TextureRecords, AHugeSurfaceStaysWithinTwelveLevels) {
     EXPECT_EQ(record->Private.MagicNo, 0xD3D10110u);
 }
 
+TEST(TextureRecords, OfThirteenLevelsInAGPMemoryTwelveAreDescribed) {
+    Textures t;
+    t.rig.chip->DeviceId = DevicePermedia2;
+    RigSurface& top = t.Chain(4096, 8, 13, 0x10000, DDSCAPS_NONLOCALVIDMEM);
+    const TextureRecord* record = t.Create(top);
+    EXPECT_EQ(record->Location, 1u);
+    EXPECT_EQ(record->LevelCount, 13u);
+    EXPECT_NE(record->Levels[11].Address & 0x40000000, 0u);
+}
+
 TEST(TextureRecords, TheAGPBitGoesOnTheFirstLevelCountLevelsAfterTheCopy) {
     Textures t;
     t.rig.driver->NonLocalHeapPhysical = 0x1000;
@@ -462,7 +472,7 @@ TEST(TextureRecords, DestroyOfTheTextureInForceMarksItAndKeepsTheHandle) {
 }
 
 TEST(TextureRecords, DestroyOfTheTextureInTheChipTurnsOnlyMipMappingOff) {
-    for (const uint32_t flags : {RF_TEXTURE, RF_TEXTURE | RF_MIPMAP}) {
+    for (const uint32_t flags : {uint32_t{RF_TEXTURE}, uint32_t{RF_TEXTURE} | RF_MIPMAP}) {
         Textures t;
         t.ctx->CurrentTexture = t.Create(t.Surface(8, 8, 0));
         t.ctx->RenderFlags = flags;

@@ -230,13 +230,6 @@ TEST(GlintCreateSurface, ColourRoomOfATextureWithoutAPitchIsItsBytes) {
     EXPECT_EQ(surface.global.dwBlockSizeX, 1024u);
 }
 
-TEST(GlintCreateSurface, PitchOfA24BitTextureIsCountedInThrees) {
-    SurfaceRig rig(DeviceTX);
-    RawSurface& surface = rig.Make(96, 50, DDSCAPS_TEXTURE, RGBFormat(24, 0xFF0000), 290);
-    rig.Create(surface);
-    EXPECT_EQ(surface.Products(), (Codes{1, 2, 0, 2 * 8 + 1})); // 96 pixels and two bytes
-}
-
 TEST(GlintCreateSurface, OnlyIndexedTexturesOnMXGetColourRoom) {
     SurfaceRig tx(DeviceTX);
     EXPECT_EQ(tx.Create(tx.Make(128, 128, DDSCAPS_TEXTURE, kIndexed8, 128)), kNotHandled);
