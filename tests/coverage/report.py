@@ -30,7 +30,11 @@ def lines_of(segments):
         skipped = bool(here) and not here[0][1] and here[0][2]
         around = wrapped is not None and wrapped[1]
         if not skipped and (around or entries):
-            counts[line] = max(entries + ([wrapped[0]] if around else []))
+            # Behind a gap, what goes on in the line does not begin there.
+            after_gap = [count for count, has_count, _, is_gap in here if has_count and not is_gap]
+            if around and not (wrapped[3] and after_gap):
+                after_gap = [wrapped[0]]
+            counts[line] = max(entries + after_gap)
         if here:
             wrapped = here[-1]
     return counts

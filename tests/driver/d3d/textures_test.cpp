@@ -311,7 +311,7 @@ TEST(TextureRecords, OfThirteenLevelsInAGPMemoryTwelveAreDescribed) {
     t.rig.chip->DeviceId = DevicePermedia2;
     RigSurface& top = t.Chain(4096, 8, 13, 0x10000, DDSCAPS_NONLOCALVIDMEM);
     const TextureRecord* record = t.Create(top);
-    EXPECT_EQ(record->Location, 1u);
+    EXPECT_EQ(record->Location, uint32_t{TextureInAGP});
     EXPECT_EQ(record->LevelCount, 13u);
     EXPECT_NE(record->Levels[11].Address & 0x40000000, 0u);
 }
