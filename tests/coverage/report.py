@@ -72,7 +72,7 @@ class File:
         found = []
         for line, count in sorted(self.lines.items()):
             words = self.text[line - 1].strip()
-            if count == 0 and words.strip("});"):
+            if count == 0 and words.strip("});") and not words.startswith("#"):
                 found.append((line, f"line: {words}"))
         for place, (true, false) in sorted(self.branches.items()):
             if true + false == 0 and self.runs(place) != 0:

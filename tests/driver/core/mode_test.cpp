@@ -151,7 +151,7 @@ TEST(ModeChange, OnAnyOtherFamilyTheCommonWordsAreAll) {
     rig.driver->RenderSolid = rig.driver->RenderClear = 0x40;
     rig.bus->Clear();
     ChangeDDHAL32Mode(rig.driver);
-    EXPECT_EQ(rig.Sent(), Flat(CommonPairs(Products640(DevicePermedia))));
+    EXPECT_EQ(rig.Sent(), Flat(CommonPairs(3 + 5 * 8))); // the low end first
     EXPECT_EQ(rig.driver->RenderSolid, 0x40u);
     EXPECT_EQ(rig.driver->RenderClear, 0x40u);
     EXPECT_EQ(rig.driver->FBDepth, 1u);
