@@ -69,11 +69,11 @@ TEST(GlintCopy, WithATextureOrAZBufferStaysInTheLocalBuffer) {
             rig.dest.priv.PixelSize = PixelSize32;
             rig.dest.Global().lPitch = 1024;
             rig.source.priv.PixelSize = PixelSize8;
-            rig.source.Global().lPitch = 256;
+            rig.source.Global().lPitch = 512;
             const BlitCall& call = rig.OneCall();
             EXPECT_EQ(call.slot, "LBCopyBlt");
             EXPECT_EQ(call.destStride, 256); // each by its own pixel size
-            EXPECT_EQ(call.srcStride, 256);
+            EXPECT_EQ(call.srcStride, 512);
             EXPECT_EQ(call.destOffset, 0x8000u); // by the destination's
             EXPECT_EQ(call.srcOffset, 0x10000);
             EXPECT_EQ(call.destPriv, &rig.dest.priv);

@@ -405,6 +405,15 @@ TEST(SyncChip, DropsWordsOfOtherTags) {
     EXPECT_EQ(rig.bus->ReadsOf(t::OutFIFOWord), 4u);
 }
 
+TEST(ChipBus, AWholeWindowOfWordsIsHandedOver) {
+    Rig rig;
+    rig.Ready();
+    const uint32_t* window = rig.driver->Stream.SubBuffers[0].Linear;
+    constexpr uint32_t kWords = 4096 / 4;
+    HandOverWords(window, window + kWords);
+    EXPECT_EQ(rig.bus->FifoWords().size(), kWords);
+}
+
 TEST(SyncChip, LooksAgainUntilTheAnswerIsThere) {
     Rig rig;
     rig.Ready();

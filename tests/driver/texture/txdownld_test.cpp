@@ -140,6 +140,19 @@ TEST(TXPatchedDownload, DisconnectStandsInForWaits) {
     }
 }
 
+TEST(TXPatchedDownload, NoWordFallsOutOfTheWindow) {
+    for (int left = 0; left != 64; ++left) {
+        Texture load(PixelSize32);
+        CommandStream& stream = load.rig.driver->Stream;
+        stream.WritePointer = stream.SubBuffers[0].Last - left;
+        load.Run(TXPatchedTextureDownload, {0, 0, 28, 1});
+        const Words sent = load.Sent();
+        ASSERT_GE(sent.size(), 8u);
+        EXPECT_EQ(Words(sent.begin() + 8, sent.end()),
+                  Lines(t::TextureData, 0, 28, 1) + Words({t::WaitForCompletion, 0}));
+    }
+}
+
 TEST(TXPackedDownload, ASixteenBitLoadAtAnOddSourceStartsAPixelEarlierBehindTheScissor) {
     GlintPacked load(PixelSize16);
     load.Run(TXPackedDownload, {3, 2, 9, 4}, {10, 5, 16, 7});
