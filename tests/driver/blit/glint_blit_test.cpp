@@ -159,6 +159,21 @@ TEST(GlintKey, ChoosesItsRoutineAtEachBlit) {
     EXPECT_EQ(CHIPRender.MXChromaBlt, MXStretchCopyChromaBlt);
 }
 
+TEST(GlintKey, CountsInPixelsOfTheDisplay) {
+    GlintRig rig; // 16 bits
+    rig.data.dwFlags |= DDBLT_KEYSRCOVERRIDE;
+    rig.dest.Global().lPitch = 2048;
+    EXPECT_EQ(rig.Blt(), DDHAL_DRIVER_HANDLED);
+    const std::vector<uint32_t> sent = rig.Sent();
+    const auto dataOf = [&](uint32_t tagNumber) {
+        const auto at = std::find(sent.begin(), sent.end(), tagNumber);
+        return sent.end() - at > 1 ? at[1] : 0xDEADBEEF;
+    };
+    // From (10, 20) at 0x120000 to (30, 40) at 0x300000, by lines of 1024 pixels.
+    EXPECT_EQ(dataOf(t::FBSourceOffset), 20u * 1024 + 20 + 0x1E0000 / 2);
+    EXPECT_EQ(dataOf(t::FBWindowBase), 0x120000u / 2);
+}
+
 TEST(GlintDownload, GoesByTheDestinationsKind) {
     GlintRig rig;
     RigSurface& system = rig.MakeSystemSurface();

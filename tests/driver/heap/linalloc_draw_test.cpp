@@ -86,6 +86,21 @@ TEST(WalkAndDrawHeap, FragmentationIsTheSumOfInversesAndItsPeakStays) {
     picture.Draw();
     EXPECT_EQ(HeapStats.Fragmentation, 0u);
     EXPECT_EQ(HeapStats.PeakFragmentation, 50u);
+    // Two of four bytes.
+    const uint32_t first = picture.rig.Allocate(kBottom, 4).Address;
+    picture.rig.Allocate(kBottom, 4);
+    const uint32_t third = picture.rig.Allocate(kBottom, 4).Address;
+    picture.rig.Allocate(kBottom, 0xFF4);
+    FreeVideoMemory(picture.rig.driver, first);
+    FreeVideoMemory(picture.rig.driver, third);
+    picture.Draw();
+    EXPECT_EQ(HeapStats.Fragmentation, 50u); // 2 / 4 * 100
+    for (HeapNode* node : picture.rig.Free()) {
+        node->End = node->Start + 1;
+    }
+    picture.Draw();
+    EXPECT_EQ(HeapStats.Fragmentation, 100u); // 2 / 2 * 100
+    EXPECT_EQ(HeapStats.PeakFragmentation, 100u);
 }
 
 TEST(WalkAndDrawHeap, FreeStretchOfOneByteIsOnlyCounted) {

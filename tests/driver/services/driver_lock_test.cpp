@@ -55,7 +55,9 @@ TEST_F(DriverLockTest, FailsWithoutAWin16LockAndChangesNothing) {
 
 TEST_F(DriverLockTest, FailsWhereTheSystemHidesNoSuchEntry) {
     host::SetSystemImage({.exports = 92});
+    rig.driver->Win16Lock = 5;
     EXPECT_EQ(KORV_GetDriverLock(rig.driver, &surface, 0, nullptr), -1);
+    EXPECT_EQ(rig.driver->Win16Lock, 0u);
     EXPECT_EQ(host::Win16Lock().taken, 0u);
 }
 
