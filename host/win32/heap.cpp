@@ -90,7 +90,7 @@ extern "C" HANDLE KORV_STDCALL HeapCreate(DWORD options, DWORD initialBytes, DWO
 
 extern "C" void* KORV_STDCALL HeapAlloc(HANDLE heap, DWORD flags, DWORD bytes) {
     State& state = TheState();
-    if (handles::FindAs<Heap>(heap) == nullptr) {
+    if (handles::FindAs<Heap>(heap) == nullptr || (flags & ~HEAP_ZERO_MEMORY) != 0) {
         return nullptr;
     }
     if (state.failSkip != 0) {
@@ -108,10 +108,10 @@ extern "C" void* KORV_STDCALL HeapAlloc(HANDLE heap, DWORD flags, DWORD bytes) {
     return block;
 }
 
-extern "C" BOOL KORV_STDCALL HeapFree(HANDLE heap, DWORD, void* block) {
+extern "C" BOOL KORV_STDCALL HeapFree(HANDLE heap, DWORD flags, void* block) {
     State& state = TheState();
     const auto it = state.blocks.find(block);
-    if (it == state.blocks.end() || it->second.heap != heap) {
+    if (it == state.blocks.end() || it->second.heap != heap || flags != 0) {
         return 0;
     }
     state.blocks.erase(it);

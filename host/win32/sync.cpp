@@ -19,6 +19,7 @@ struct State {
     std::map<std::string, std::shared_ptr<NamedObject>> made; // by this process
     std::multimap<const void*, std::shared_ptr<MappingObject>> views;
     std::vector<std::string> closed;
+    std::vector<SyncRequest> requests;
     SemaphoreHooks hooks;
 
     ~State() { Unname(); }
@@ -72,6 +73,12 @@ void Tell(const std::function<void(const std::string&)>& hook, const std::string
     if (hook) {
         hook(name);
     }
+}
+
+void Note(const std::string& name, DWORD access, BOOL inherit) {
+    State& state = TheState();
+    std::lock_guard lock(state.mutex);
+    state.requests.push_back({name, access, inherit});
 }
 
 DWORD WaitFor(SemaphoreObject& semaphore, DWORD milliseconds) {
@@ -158,12 +165,19 @@ std::vector<std::string> ClosedSyncHandles() {
     return state.closed;
 }
 
+std::vector<SyncRequest> SyncRequests() {
+    State& state = TheState();
+    std::lock_guard lock(state.mutex);
+    return state.requests;
+}
+
 void ResetSync() {
     State& state = TheState();
     std::lock_guard lock(state.mutex);
     state.Unname();
     state.views.clear();
     state.closed.clear();
+    state.requests.clear();
     state.hooks = {};
 }
 
@@ -171,7 +185,8 @@ void ResetSync() {
 
 using namespace host;
 
-extern "C" HANDLE KORV_STDCALL OpenSemaphoreA(DWORD, BOOL, const char* name) {
+extern "C" HANDLE KORV_STDCALL OpenSemaphoreA(DWORD access, BOOL inherit, const char* name) {
+    Note(name, access, inherit);
     return Handle(TheNamedObjects().OpenSemaphore(name));
 }
 
@@ -189,13 +204,17 @@ extern "C" BOOL KORV_STDCALL ReleaseSemaphore(HANDLE object, LONG count, LONG* p
     return semaphore->object->Release(count, previous) ? 1 : 0;
 }
 
-extern "C" HANDLE KORV_STDCALL OpenFileMappingA(DWORD, BOOL, const char* name) {
+extern "C" HANDLE KORV_STDCALL OpenFileMappingA(DWORD access, BOOL inherit, const char* name) {
+    Note(name, access, inherit);
     return Handle(TheNamedObjects().OpenMapping(name));
 }
 
-extern "C" void* KORV_STDCALL MapViewOfFile(HANDLE object, DWORD, DWORD offsetHigh, DWORD offsetLow,
-                                            DWORD bytes) {
+extern "C" void* KORV_STDCALL MapViewOfFile(HANDLE object, DWORD access, DWORD offsetHigh,
+                                            DWORD offsetLow, DWORD bytes) {
     const auto mapping = handles::FindAs<Mapping>(object);
+    if (mapping != nullptr) {
+        Note(mapping->object->Name(), access, 0);
+    }
     if (mapping == nullptr || offsetHigh != 0 || offsetLow > mapping->object->Bytes() ||
         bytes > mapping->object->Bytes() - offsetLow) {
         return nullptr;

@@ -43,6 +43,16 @@ size_t OpenSyncHandles();
 // The names of those whose handles have been closed since the reset, in that order.
 std::vector<std::string> ClosedSyncHandles();
 
+// What a program has asked for: an object by name, or a view of one that it has open.
+struct SyncRequest {
+    std::string name;
+    DWORD access;
+    BOOL inherit; // 0 of a view
+    bool operator==(const SyncRequest&) const = default;
+};
+// All since the reset, in that order, granted or not.
+std::vector<SyncRequest> SyncRequests();
+
 void ResetSync();
 
 } // namespace host

@@ -42,7 +42,7 @@ uint32_t RecordingBus::Read(uint32_t offset) {
         value = readFIFOSpace ? readFIFOSpace() : fifoSpace;
         break;
     case reg::OutFIFOWords:
-        value = static_cast<uint32_t>(output.size());
+        value = readOutFIFOWords ? readOutFIFOWords() : static_cast<uint32_t>(output.size());
         break;
     case reg::OutFIFOWord:
     case reg::OutFIFOSecondWord:

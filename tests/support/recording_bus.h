@@ -50,6 +50,7 @@ class RecordingBus {
     std::map<uint32_t, uint32_t> registers;
     // Answers a Sync write puts here; InFIFOSpace and OutFIFOWords come from these.
     std::deque<uint32_t> output;
+    std::function<uint32_t()> readOutFIFOWords; // answers OutFIFOWords in place of `output`
     uint32_t fifoSpace = 1000;
     // Scripts that take precedence over the above, when set.
     std::function<uint32_t()> readFIFOSpace;

@@ -1,6 +1,7 @@
 #pragma once
 // A display for tests of the driver: the shared records, a context table with small register lists,
 // DMA buffers, and a recording bus in place of a board. Nothing runs until a test calls it.
+#include "board/values/zeroed_memory.h"
 #include "driver/core/dma.h"
 #include "driver/heap/surface.h"
 #include "driver/services/context.h"
@@ -109,8 +110,9 @@ class Rig : public host::Device {
     RigOptions options_;
     std::unique_ptr<Shared> shared_;
     std::unique_ptr<ChipRegisters> aperture_;
-    std::vector<uint8_t> frameBuffer_;
-    std::vector<uint8_t> localBuffer_;
+    // Of these a test touches little, and many tests make a display.
+    board::ZeroedBytes frameBuffer_;
+    board::ZeroedBytes localBuffer_;
     std::vector<std::vector<uint32_t>> dmaBuffers_;
     std::vector<std::unique_ptr<RigSurface>> surfaces_;
     std::vector<std::unique_ptr<uint8_t[]>> contextBlocks_;

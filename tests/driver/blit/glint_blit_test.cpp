@@ -69,11 +69,11 @@ TEST(GlintCopy, WithATextureOrAZBufferStaysInTheLocalBuffer) {
             rig.dest.priv.PixelSize = PixelSize32;
             rig.dest.Global().lPitch = 1024;
             rig.source.priv.PixelSize = PixelSize8;
-            rig.source.Global().lPitch = 256;
+            rig.source.Global().lPitch = 512;
             const BlitCall& call = rig.OneCall();
             EXPECT_EQ(call.slot, "LBCopyBlt");
             EXPECT_EQ(call.destStride, 256); // each by its own pixel size
-            EXPECT_EQ(call.srcStride, 256);
+            EXPECT_EQ(call.srcStride, 512);
             EXPECT_EQ(call.destOffset, 0x8000u); // by the destination's
             EXPECT_EQ(call.srcOffset, 0x10000);
             EXPECT_EQ(call.destPriv, &rig.dest.priv);
@@ -159,6 +159,21 @@ TEST(GlintKey, ChoosesItsRoutineAtEachBlit) {
     EXPECT_EQ(CHIPRender.MXChromaBlt, MXStretchCopyChromaBlt);
 }
 
+TEST(GlintKey, CountsInPixelsOfTheDisplay) {
+    GlintRig rig; // 16 bits
+    rig.data.dwFlags |= DDBLT_KEYSRCOVERRIDE;
+    rig.dest.Global().lPitch = 2048;
+    EXPECT_EQ(rig.Blt(), DDHAL_DRIVER_HANDLED);
+    const std::vector<uint32_t> sent = rig.Sent();
+    const auto dataOf = [&](uint32_t tagNumber) {
+        const auto at = std::find(sent.begin(), sent.end(), tagNumber);
+        return sent.end() - at > 1 ? at[1] : 0xDEADBEEF;
+    };
+    // From (10, 20) at 0x120000 to (30, 40) at 0x300000, by lines of 1024 pixels.
+    EXPECT_EQ(dataOf(t::FBSourceOffset), 20u * 1024 + 20 + 0x1E0000 / 2);
+    EXPECT_EQ(dataOf(t::FBWindowBase), 0x120000u / 2);
+}
+
 TEST(GlintDownload, GoesByTheDestinationsKind) {
     GlintRig rig;
     RigSurface& system = rig.MakeSystemSurface();
@@ -183,6 +198,15 @@ TEST(GlintDownload, ToASurfaceWithoutARecordDoesNothingAndAnswersHandled) {
     rig.dest.Global().dwReserved1 = 0;
     EXPECT_EQ(rig.Blt(), DDHAL_DRIVER_HANDLED);
     EXPECT_EQ(rig.data.ddRVal, DD_OK);
+    EXPECT_TRUE(rig.calls.empty());
+}
+
+TEST(GlintLoad, OnlyVideoMemoryIsLoaded) {
+    GlintRig rig;
+    rig.CopyOf(rig.dest, rig.MakeSystemSurface());
+    rig.data.lpDDSrcSurface->ddsCaps.dwCaps |= DDSCAPS_SYSTEMMEMORY;
+    rig.dest.local.ddsCaps.dwCaps &= ~DDSCAPS_VIDEOMEMORY;
+    EXPECT_EQ(rig.Blt(), DDHAL_DRIVER_NOTHANDLED); // a copy whose source has no record
     EXPECT_TRUE(rig.calls.empty());
 }
 
@@ -225,6 +249,8 @@ TEST(GlintFill, OfDepthDoublesUpAShortZ) {
     EXPECT_EQ(rig.calls[0].fill, 0xABCD1234u);
     rig.dest.priv.Flags |= SURFACE_SHORT_Z;
     EXPECT_EQ(rig.OneCall().fill, 0x12341234u);
+    rig.dest.Global().dwReserved1 = 0; // of no record: as it came
+    EXPECT_EQ(rig.OneCall().fill, 0xABCD1234u);
 }
 
 TEST(GlintVideo, ThePortIsNoneOfThisFamilys) {

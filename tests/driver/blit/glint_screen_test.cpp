@@ -157,6 +157,18 @@ TEST(GlintSolidBlt, WritesTheRegistersOfAFillDirectly) {
     }
 }
 
+TEST(GlintSolidBlt, BringsTheChipToTheDisplaysDepthFirst) {
+    PrimitiveRig rig({.deviceId = DeviceTX, .bits = 16});
+    rig.driver->FBDepth = 2;
+    rig.driver->RenderSolid = kPixelFill;
+    RECTL rect = {10, 20, 26, 28};
+    vGlintSolidBlt(rig.driver, &rect, 0, 0);
+    const Words words = rig.Take();
+    ASSERT_GE(words.size(), 5u);
+    EXPECT_EQ(Words(words.begin(), words.begin() + 5),
+              (Words{W(1), t::PixelSize, 1, W(12), M(t::FBWriteData)}));
+}
+
 TEST(GlintSolidBlt, TakesItsFillFromOffset8830AndItsBlockFillFrom8AC8) {
     PrimitiveRig rig({.deviceId = DeviceTX});
     RECTL rect = {10, 20, 26, 28};

@@ -423,6 +423,22 @@ TEST(PermediaYUV, NeedsBothFormatAndExtension) {
     EXPECT_EQ(rig.Slots(), "PackedCopyBlt");
 }
 
+TEST(PermediaYUV, ToNoPixelsOrToAPrimaryOfNoRecordIsRefused) {
+    PermediaRig rig;
+    rig.source.priv.Format = 3;
+    rig.source.priv.FormatExtension = 1;
+    rig.dest.local.ddsCaps.dwCaps |= DDSCAPS_PRIMARYSURFACE;
+    for (const RECTL& none : {RECTL{10, 20, 10, 28}, RECTL{10, 20, 26, 20}}) {
+        rig.data.rDest = none;
+        EXPECT_EQ(rig.Blt(), DDHAL_DRIVER_NOTHANDLED);
+        EXPECT_TRUE(rig.calls.empty());
+    }
+    rig.data.rDest = {10, 20, 26, 28};
+    rig.dest.Global().dwReserved1 = 0;
+    EXPECT_EQ(rig.Blt(), DDHAL_DRIVER_NOTHANDLED);
+    EXPECT_TRUE(rig.calls.empty());
+}
+
 // --- fills ---
 
 TEST(PermediaFill, OfColourGetsTheSurfaceAndThePixelAsItCame) {
@@ -542,6 +558,15 @@ TEST(PermediaVideo, AFillWithoutASourceAndWithTheCopysWordIsSafe) {
     VideoRig rig;
     rig.RopOf(rig.dest, SRCCOPY);
     EXPECT_EQ(rig.Blt(), DDHAL_DRIVER_NOTHANDLED);
+}
+
+TEST(PermediaLoad, OnlyVideoMemoryIsLoaded) {
+    PermediaRig rig;
+    rig.CopyOf(rig.dest, rig.MakeSystemSurface());
+    rig.data.lpDDSrcSurface->ddsCaps.dwCaps |= DDSCAPS_SYSTEMMEMORY;
+    rig.dest.local.ddsCaps.dwCaps &= ~DDSCAPS_VIDEOMEMORY;
+    EXPECT_EQ(rig.Blt(), DDHAL_DRIVER_NOTHANDLED); // a copy whose source has no record
+    EXPECT_TRUE(rig.calls.empty());
 }
 
 } // namespace

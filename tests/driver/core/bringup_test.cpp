@@ -85,6 +85,27 @@ TEST(DriverInit, AHalCallWithoutAReservedWordUsesThePrimary) {
     EXPECT_FALSE(rig.bus->events.empty());
 }
 
+TEST(DriverInit, LeavesTheTwoDimensionalContextAloneIfTheChipHasItAlready) {
+    Rig rig;
+    rig.chip->CurrentContext = 5;
+    ASSERT_EQ(DriverInit(1), rig.driver);
+    for (const uint16_t offset : test::kRigList2D) {
+        EXPECT_EQ(rig.bus->ReadsOf(offset), 0u) << offset; // nothing was saved
+    }
+    EXPECT_EQ(rig.chip->CurrentContext, 5u);
+}
+
+TEST(DriverInit, FailsForADisplayThatTheMiniVDDDoesNotKnow) {
+    struct : Rig {
+        bool Control(uint32_t, const void*, uint32_t, void* out, uint32_t, uint32_t*) override {
+            std::memset(out, 0, 4);
+            return true;
+        }
+    } rig;
+    EXPECT_EQ(DriverInit(1), nullptr);
+    EXPECT_EQ(pDriverData, nullptr);
+}
+
 TEST(DriverInit, FailsWithoutTheMiniVDD) {
     Rig rig;
     host::UnregisterDevice("\\\\.\\glintmvd");
@@ -129,6 +150,7 @@ TEST(BringUp, LeavesContextFiveCurrentAndTheRecordsSet) {
     EXPECT_EQ(host::heap::LastCreation().initialBytes, 0x9C4u);
     EXPECT_EQ(host::heap::LastCreation().maximumBytes, 0u);
     EXPECT_EQ(bHALInitialisedOnce, 1u);
+    EXPECT_EQ(InitDDHAL32Bit(rig.driver), 1u);
 }
 
 TEST(BringUp, ForgetsWhatAnEarlierLifeLeft) {

@@ -405,6 +405,25 @@ TEST(SyncChip, DropsWordsOfOtherTags) {
     EXPECT_EQ(rig.bus->ReadsOf(t::OutFIFOWord), 4u);
 }
 
+TEST(ChipBus, AWholeWindowOfWordsIsHandedOver) {
+    Rig rig;
+    rig.Ready();
+    const uint32_t* window = rig.driver->Stream.SubBuffers[0].Linear;
+    constexpr uint32_t kWords = 4096 / 4;
+    HandOverWords(window, window + kWords);
+    EXPECT_EQ(rig.bus->FifoWords().size(), kWords);
+}
+
+TEST(SyncChip, LooksAgainUntilTheAnswerIsThere) {
+    Rig rig;
+    rig.Ready();
+    uint32_t looks = 0;
+    rig.bus->readOutFIFOWords = [&] { return ++looks < 4 ? 0u : 1u; };
+    SyncChip(rig.driver);
+    EXPECT_EQ(looks, 4u);
+    EXPECT_EQ(rig.bus->ReadsOf(t::OutFIFOWord), 1u);
+}
+
 TEST(SyncChip, WaitsForThreeEntriesAndWritesFilterSyncFilter) {
     Rig rig;
     rig.Ready();
@@ -412,6 +431,18 @@ TEST(SyncChip, WaitsForThreeEntriesAndWritesFilterSyncFilter) {
     SyncChip(rig.driver);
     EXPECT_EQ(rig.bus->ReadsOf(t::InFIFOSpace), 3u);
     EXPECT_EQ(rig.bus->Writes(), test::SyncWrites());
+}
+
+TEST(WaitFIFOSpace, AsksTheChipOnlyForWhatIsNotLeftFromBefore) {
+    Rig rig;
+    rig.Ready();
+    D3DContext* ctx = rig.PlainContext(false);
+    EXPECT_EQ(WaitFIFOSpace(ctx, 8, 9), 1);
+    EXPECT_EQ(WaitFIFOSpace(ctx, 8, 8), 0);
+    EXPECT_TRUE(rig.bus->events.empty());
+    rig.bus->ScriptFIFOSpace({7, 10});
+    EXPECT_EQ(WaitFIFOSpace(ctx, 8, 7), 2);
+    EXPECT_EQ(rig.bus->ReadsOf(t::InFIFOSpace), 2u);
 }
 
 TEST(WaitFIFOSpace, DoesNothingUnderDmaOrWithDisconnectOn) {
@@ -475,6 +506,17 @@ TEST(OutputFifo, APairIsFoundBehindOtherWords) {
     rig.bus->output = {t::Sync, t::PickResult, 42};
     EXPECT_EQ(ReadOutputFIFOPair(rig.driver, t::PickResult), 42u);
     EXPECT_EQ(rig.bus->ReadsOf(t::OutFIFOSecondWord), 1u);
+}
+
+TEST(OutputFifo, APairIsNotTakenApart) {
+    Rig rig;
+    rig.Ready();
+    rig.bus->output = {t::PickResult, 42};
+    uint32_t looks = 0;
+    rig.bus->readOutFIFOWords = [&] { return looks < 2 ? looks++ : 2u; };
+    EXPECT_EQ(ReadOutputFIFOPair(rig.driver, t::PickResult), 42u);
+    EXPECT_EQ(looks, 2u);
+    EXPECT_EQ(rig.bus->ReadsOf(t::OutFIFOWord), 1u);
 }
 
 TEST(ReserveGuardDeathTest, WordsBeyondTheReservationAbort) {

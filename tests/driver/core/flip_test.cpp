@@ -87,6 +87,14 @@ TEST(Flip, OnPermediaWithInterruptsTheSeenBitIsUsedInstead) {
     EXPECT_EQ(rig.Flip(), 0u);
 }
 
+TEST(Flip, OnAnyOtherFamilyTheChipIsOnlyBroughtToRest) {
+    FlipRig rig(kPermedia);
+    rig.chip->Family = 2;
+    EXPECT_EQ(rig.Flip(), 0u);
+    EXPECT_EQ(rig.bus->Writes(), test::SyncWrites());
+    EXPECT_EQ(rig.driver->TargetLost, 1u);
+}
+
 TEST(Flip, WhileDmaRunsAnswersStillDrawing) {
     FlipRig rig(kGlint);
     rig.bus->readDMACount = [] { return 5u; };
@@ -223,6 +231,17 @@ TEST(Lock, OfAnotherSurfaceSucceedsDuringAFlip) {
     data.lpDDSurface = &rig.front.local;
     EXPECT_EQ(Lock32(&data), 1u);
     EXPECT_EQ(data.ddRVal, kStillDrawing);
+}
+
+TEST(Lock, OfASurfaceWithoutARecordSendsNobodysWords) {
+    FlipRig rig(kGlint);
+    rig.back.Global().dwReserved1 = 0;
+    DDHAL_LOCKDATA data{};
+    data.lpDD = &rig.directDraw;
+    data.lpDDSurface = &rig.back.local;
+    EXPECT_EQ(Lock32(&data), 1u);
+    EXPECT_EQ(data.ddRVal, 0u);
+    EXPECT_EQ(rig.bus->Writes(), test::SyncWrites());
 }
 
 TEST(Lock, WithTheWaitFlagDoesNotFailOnRunningDma) {
@@ -457,6 +476,40 @@ TEST(Status, OfAFlipLooksAtDmaOnlyWhenAskedWhetherItCanFlip) {
     GetFlipStatus32(&data);
     EXPECT_EQ(data.ddRVal, 0u);
     rig.bus->readDMACount = nullptr;
+    rig.Flip();
+    GetFlipStatus32(&data);
+    EXPECT_EQ(data.ddRVal, kStillDrawing);
+}
+
+TEST(FlipStatus, OfAFlipWithinTheBlankEndsAFrameLaterThoughTheBeamIsInOneAgain) {
+    FlipRig rig(kGlint);
+    rig.BeamInBlank();
+    host::clock::Set(1000);
+    rig.Flip();
+    EXPECT_EQ(flipRecord.OutsideBlank, 0u);
+    EXPECT_EQ(rig.Status(), kStillDrawing);
+    host::clock::Set(1017); // 60 frames a second: 16 ms
+    EXPECT_EQ(rig.Status(), 0u);
+    EXPECT_EQ(flipRecord.InProgress, 0u);
+}
+
+TEST(FlipStatus, ABlankThatPassedCountsForItsOwnFlipAlone) {
+    FlipRig rig(kGlint);
+    rig.Flip();
+    rig.BeamInBlank();
+    rig.Flip(); // allowed: the blank ends the first one
+    EXPECT_EQ(flipRecord.BlankPassed, 0u);
+    rig.Beam(200);
+    EXPECT_EQ(rig.Status(), kStillDrawing);
+}
+
+TEST(FlipStatus, AskingForAFlipOnAnIdleChipIsAllowed) {
+    FlipRig rig(kGlint);
+    DDHAL_GETFLIPSTATUSDATA data{};
+    data.lpDD = &rig.directDraw;
+    data.dwFlags = DDGFS_CANFLIP;
+    GetFlipStatus32(&data);
+    EXPECT_EQ(data.ddRVal, 0u);
     rig.Flip();
     GetFlipStatus32(&data);
     EXPECT_EQ(data.ddRVal, kStillDrawing);

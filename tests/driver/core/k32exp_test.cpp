@@ -36,6 +36,16 @@ TEST(HiddenEntries, AnImageWithoutItsMarksGivesNull) {
     EXPECT_NE(GetK32ProcAddress(93), nullptr);
 }
 
+TEST(HiddenEntries, WithoutTheImageThereAreNone) {
+    Rig rig;
+    hmod = nullptr;
+    host::SetSystemImage({.present = false});
+    EXPECT_EQ(GetK32ProcAddress(93), nullptr);
+    EXPECT_EQ(hmod, nullptr);
+    host::SetSystemImage({});
+    EXPECT_NE(GetK32ProcAddress(93), nullptr); // looked for again
+}
+
 TEST(HiddenEntries, TheLockEntriesTakeAndLeaveTheSystemsLock) {
     Rig rig;
     uint32_t lock = 0;

@@ -144,6 +144,36 @@ TEST(ModeChange, OnSXTheFastFillSizeGoesIntoTheRenderWord) {
     EXPECT_EQ(wide.Sent()[5], 5u); // what tag 0x157 carries
 }
 
+TEST(ModeChange, OnAnyOtherFamilyTheCommonWordsAreAll) {
+    Rig rig({.deviceId = DevicePermedia});
+    rig.Ready();
+    rig.chip->Family = 2;
+    rig.driver->RenderSolid = rig.driver->RenderClear = 0x40;
+    rig.bus->Clear();
+    ChangeDDHAL32Mode(rig.driver);
+    EXPECT_EQ(rig.Sent(), Flat(CommonPairs(3 + 5 * 8))); // the low end first
+    EXPECT_EQ(rig.driver->RenderSolid, 0x40u);
+    EXPECT_EQ(rig.driver->RenderClear, 0x40u);
+    EXPECT_EQ(rig.driver->FBDepth, 1u);
+}
+
+TEST(ModeChange, OnSXAtThirtyTwoBitsTheNarrowBlockCountsHalf) {
+    Rig rig({.deviceId = DeviceSX, .bits = 32});
+    rig.Ready();
+    rig.driver->RenderSolid = 0x40;
+    rig.bus->registers[t::FBModeSel] = 1 << 10 | 1 << 8 | 1; // n = 2 << (1 + 1 + 1) = 16
+    ChangeDDHAL32Mode(rig.driver);
+    EXPECT_EQ(rig.driver->RenderSolid, 0x40u | 16 | 8);
+    EXPECT_EQ(rig.driver->FBWriteMode, 1u | 2);
+}
+
+TEST(ModeChange, OnTXAt24BitsThereIsNoAlphaWord) {
+    Rig rig({.deviceId = DeviceTX, .bits = 24});
+    BringMode(rig);
+    EXPECT_EQ(rig.Sent()[0], t::LBReadMode);
+    EXPECT_EQ(rig.driver->RenderSolid, 0x48u);
+}
+
 TEST(ModeChange, OnSXAtThirtyTwoBitsNoWidthKeepsTheRenderWord) {
     for (const uint32_t a : {0u, 3u}) {
         Rig rig({.deviceId = DeviceSX, .bits = 32});

@@ -45,6 +45,13 @@ TEST_F(RegistryTest, ControlBlanksNineToThirteenAreSkipped) {
     EXPECT_EQ(Query("v"), 7u);
 }
 
+TEST_F(RegistryTest, TheirNeighboursAreNoBlanks) {
+    for (const char c : {8, 14, 31, 33}) {
+        Set("v", std::string{c} + "7");
+        EXPECT_EQ(Query("v"), 0u) << int{c};
+    }
+}
+
 TEST_F(RegistryTest, AMinusSignGivesTheTwosComplement) {
     Set("v", "-3");
     EXPECT_EQ(Query("v"), 0xFFFFFFFDu);

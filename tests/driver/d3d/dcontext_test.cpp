@@ -3,6 +3,7 @@
 #include "driver/diag/korvtrace.h"
 #include "driver/texture/textures.h"
 #include "host/win32/heap.h"
+#include "host/win32/sync.h"
 #include "tests/driver/d3d/context_support.h"
 #include "tests/support/tag_names.h"
 
@@ -429,6 +430,31 @@ TEST(CleanDirect3DContext, FreesTheTexturesOfTheContextAlone) {
     ASSERT_EQ(unknown->Next, foreign);
     EXPECT_EQ(foreign->Prev, unknown);
     EXPECT_EQ(foreign->Next, nullptr);
+}
+
+TEST(CleanDirect3DContext, EndsTheTrace) {
+    ContextRig rig;
+    D3DContext* ctx = rig.Create(rig.MakeTarget());
+    ASSERT_NE(ctx, nullptr);
+    host::CreateNamedSemaphore("GTraceSemP", 0);
+    host::CreateNamedSemaphore("GTraceSemC", 0);
+    host::CreateNamedMapping("GTraceShm", 16);
+    EXPECT_EQ(InitTrace(), 1u);
+    CleanDirect3DContext(ctx);
+    EXPECT_EQ(host::OpenSyncHandles(), 0u);
+    host::ResetSync();
+}
+
+TEST(CleanDirect3DContext, OfARecordThatGotNoBufferAndNoHardwareContextFreesNone) {
+    ContextRig rig;
+    D3DContext* ctx = rig.PlainContext(true);
+    ctx->Stream.SubBuffers[0].Linear = nullptr;
+    ctx->Stream.HardwareContext = 0;
+    rig.chip->DMABufferInUse = 1; // somebody else's
+    rig.chip->CurrentContext = 0;
+    CleanDirect3DContext(ctx);
+    EXPECT_EQ(rig.chip->DMABufferInUse, 1u);
+    EXPECT_EQ(rig.chip->CurrentContext, 0u);
 }
 
 TEST(CleanDirect3DContext, KeepsABufferThatIsShared) {

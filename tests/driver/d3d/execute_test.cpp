@@ -278,6 +278,16 @@ TEST_F(RenderPrimitiveTest, AfterAFlipOnlyTheFirstContextToDrawAimsItsTarget) {
     EXPECT_TRUE(Rig::Pending(first).empty());
 }
 
+TEST_F(RenderPrimitiveTest, AModeChangeLosesTheTargetUntilSomethingIsDrawn) {
+    ContextRig rig;
+    D3DContext* ctx = MakeContext(rig);
+    ASSERT_NE(ctx, nullptr);
+    ctx->ZVisibleMode = 1;
+    rig.driver->ModeChangeCount = 1;
+    EXPECT_EQ(Draw(rig, ctx->ContextHandle, 3), 0u);
+    EXPECT_EQ(rig.driver->TargetLost, 1u);
+}
+
 // Z visibility.
 
 TEST_F(RenderPrimitiveTest, WithZVisibleOnReportsVisibleAndKeepsDirtyStatePending) {
@@ -691,6 +701,15 @@ TEST_F(FlipSurfacesTest, OnAnyOtherFamilyTheOldDepthBaseGoesOutAgain) {
     FlipSurfaces(rig.driver, ctx);
     EXPECT_EQ(PairsOf(Rig::Pending(ctx)),
               (Steps{{t::FBPixelOffset, 0x30000}, {t::LBWindowBase, 0x777}}));
+}
+
+TEST_F(FlipSurfacesTest, ATargetOfNoRecordIsAimedAtAndHasNoOwner) {
+    ContextRig rig;
+    D3DContext* ctx = MakeContext(rig);
+    ASSERT_NE(ctx, nullptr);
+    ctx->RenderTargetSurface->lpGbl->dwReserved1 = 0;
+    FlipSurfaces(rig.driver, ctx);
+    EXPECT_EQ(PairsOf(Rig::Pending(ctx)), (Steps{{t::FBPixelOffset, 0x30000}}));
 }
 
 TEST_F(FlipSurfacesTest, DividesByTheDisplaysBytesAtSetUpAndNotByTheTargets) {

@@ -306,5 +306,16 @@ TEST(RendererPick, PointsOfTrianglesDrawNothingOnGlintWithoutDelta) {
     EXPECT_EQ(c.ctx->TriangleRenderer, Dummy_Triangle_Renderer);
 }
 
+TEST(PickP2RenderProcs, ATargetOfNoRecordCountsAsNot24Bit) {
+    ContextRig rig(OptionsOf(DevicePermedia2));
+    D3DContext* ctx = rig.Create(rig.MakeTarget());
+    ASSERT_NE(ctx, nullptr);
+    ctx->FillMode = 3;
+    ctx->StippleEnabled = 0;
+    ctx->RenderTargetSurface->lpGbl->dwReserved1 = 0;
+    PickP2RenderProcs(ctx, 0);
+    EXPECT_EQ(ctx->TriangleRenderer, Renderer{P2_Tri_XY_FLATS});
+}
+
 } // namespace
 } // namespace test

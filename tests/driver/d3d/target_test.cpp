@@ -289,6 +289,17 @@ TEST(SetupPermediaTargetData, WorksProductsOutOfTheWidthUntilTheSurfaceIsReady) 
     EXPECT_EQ(ctx->Copies.LBReadMode, 1u | 2u << 3);
 }
 
+TEST(SetupPermediaTargetData, ATargetOfNoRecordHasTheDisplaysDepth) {
+    ContextRig rig; // 16 bits
+    D3DContext* ctx = BareContext(rig, 0);
+    ASSERT_NE(ctx, nullptr);
+    RigSurface& target = rig.MakeTarget(PixelSize32);
+    target.Global().dwReserved1 = 0;
+    SetupPermediaTargetData(ctx, &target.local, nullptr);
+    const Steps pairs = PairsOf(Rig::Pending(ctx));
+    EXPECT_NE(std::ranges::find(pairs, Step{t::FBReadPixel, 1}), pairs.end());
+}
+
 TEST(SetupTargetData, WaitsForTenEntriesOnce) {
     for (uint32_t id : {2u, 4u}) {
         ContextRig rig(test::OptionsOf(id));

@@ -110,6 +110,25 @@ TEST(Bind, PaletteKeysIndexThePalette) {
     }
 }
 
+TEST(ExpandColourKey, OfPaletteTexelsWithoutAPaletteIsTheKeyAsItCame) {
+    DDRAWI_DDRAWSURFACE_LCL surface{};
+    surface.ddckCKSrcBlt = {0x12, 0x34};
+    DDPIXELFORMAT format{};
+    format.dwFlags = DDPF_RGB | DDPF_PALETTEINDEXED8;
+    DDRAWI_DDRAWPALETTE_LCL local{};
+    DDRAWI_DDRAWPALETTE_INT palette{};
+    const auto expect = [&] {
+        const KeyColours colours = ExpandColourKey(&surface, format, PixelSize8, false);
+        EXPECT_EQ(colours.Low, 0x12u);
+        EXPECT_EQ(colours.High, 0x34u);
+    };
+    expect();
+    surface.lpDDPalette = &palette;
+    expect();
+    palette.lpLcl = &local;
+    expect();
+}
+
 TEST_P(PermediaBindTest, NoKeyWithoutPrivateDataOrFlag) {
     Bound c(GetParam());
     c.GiveKey(0, 0);

@@ -306,6 +306,16 @@ TEST(TextureRecords, AHugeSurfaceStaysWithinTwelveLevels) {
     EXPECT_EQ(record->Private.MagicNo, 0xD3D10110u);
 }
 
+TEST(TextureRecords, OfThirteenLevelsInAGPMemoryTwelveAreDescribed) {
+    Textures t;
+    t.rig.chip->DeviceId = DevicePermedia2;
+    RigSurface& top = t.Chain(4096, 8, 13, 0x10000, DDSCAPS_NONLOCALVIDMEM);
+    const TextureRecord* record = t.Create(top);
+    EXPECT_EQ(record->Location, uint32_t{TextureInAGP});
+    EXPECT_EQ(record->LevelCount, 13u);
+    EXPECT_NE(record->Levels[11].Address & 0x40000000, 0u);
+}
+
 TEST(TextureRecords, TheAGPBitGoesOnTheFirstLevelCountLevelsAfterTheCopy) {
     Textures t;
     t.rig.driver->NonLocalHeapPhysical = 0x1000;
@@ -459,6 +469,18 @@ TEST(TextureRecords, DestroyOfTheTextureInForceMarksItAndKeepsTheHandle) {
     EXPECT_EQ(t.Destroy(2), 0u);
     EXPECT_EQ(t.ctx->DirtyFlags, 8u);
     EXPECT_EQ(t.ctx->TextureHandle, 2u);
+}
+
+TEST(TextureRecords, DestroyOfTheTextureInTheChipTurnsOnlyMipMappingOff) {
+    for (const uint32_t flags : {uint32_t{RF_TEXTURE}, uint32_t{RF_TEXTURE} | RF_MIPMAP}) {
+        Textures t;
+        t.ctx->CurrentTexture = t.Create(t.Surface(8, 8, 0));
+        t.ctx->RenderFlags = flags;
+        EXPECT_EQ(t.Destroy(1), 0u);
+        EXPECT_EQ(t.ctx->CurrentTexture, nullptr);
+        EXPECT_EQ(t.ctx->RenderFlags, uint32_t{RF_TEXTURE});
+        EXPECT_EQ(t.ctx->DirtyFlags, flags == RF_TEXTURE ? 0u : uint32_t{DIRTY_RENDERERS});
+    }
 }
 
 TEST(TextureRecords, DestroyRefusesBadContextsHandlesAndLostSurfaces) {

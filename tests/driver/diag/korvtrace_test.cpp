@@ -63,6 +63,15 @@ TEST_F(DMATrace, OpensAllThreeObjects) {
     EXPECT_EQ(host::SemaphoreCount("GTraceSemC"), 0);
 }
 
+TEST_F(DMATrace, AsksForSemaphoresAltogetherAndForTheRecordToWriteAllForChildrenToo) {
+    OfferAll(0);
+    InitTrace();
+    EXPECT_EQ(host::SyncRequests(), (std::vector<host::SyncRequest>{{"GTraceSemP", 0x1F0003, 1},
+                                                                    {"GTraceSemC", 0x1F0003, 1},
+                                                                    {"GTraceShm", 2, 1},
+                                                                    {"GTraceShm", 2, 0}}));
+}
+
 TEST_F(DMATrace, EndsByClosingMappingThenReportThenLeave) {
     OfferAll(0);
     InitTrace();

@@ -86,6 +86,21 @@ TEST(WalkAndDrawHeap, FragmentationIsTheSumOfInversesAndItsPeakStays) {
     picture.Draw();
     EXPECT_EQ(HeapStats.Fragmentation, 0u);
     EXPECT_EQ(HeapStats.PeakFragmentation, 50u);
+    // Two of four bytes.
+    const uint32_t first = picture.rig.Allocate(kBottom, 4).Address;
+    picture.rig.Allocate(kBottom, 4);
+    const uint32_t third = picture.rig.Allocate(kBottom, 4).Address;
+    picture.rig.Allocate(kBottom, 0xFF4);
+    FreeVideoMemory(picture.rig.driver, first);
+    FreeVideoMemory(picture.rig.driver, third);
+    picture.Draw();
+    EXPECT_EQ(HeapStats.Fragmentation, 50u); // 2 / 4 * 100
+    for (HeapNode* node : picture.rig.Free()) {
+        node->End = node->Start + 1;
+    }
+    picture.Draw();
+    EXPECT_EQ(HeapStats.Fragmentation, 100u); // 2 / 2 * 100
+    EXPECT_EQ(HeapStats.PeakFragmentation, 100u);
 }
 
 TEST(WalkAndDrawHeap, FreeStretchOfOneByteIsOnlyCounted) {
@@ -99,6 +114,17 @@ TEST(WalkAndDrawHeap, FreeStretchOfOneByteIsOnlyCounted) {
     // The background has (0xFFF / 2) pixels.
     EXPECT_EQ(picture.Others(0, 0xFFE, 0x7FFF), 0);
     EXPECT_EQ(picture.pixels[0xFFE / 2], 0xAAAA);
+}
+
+TEST(WalkAndDrawHeap, BlockOfOneByteIsOnlyCounted) {
+    Picture picture;
+    picture.rig.Allocate(kBottom, 0x100);
+    HeapNode* node = picture.rig.Allocated()[0];
+    node->Aligned = node->End;
+    picture.Draw();
+    EXPECT_EQ(HeapStats.AllocatedNodes, 1u);
+    EXPECT_EQ(HeapStats.AllocatedBytes, 0x100u);
+    EXPECT_EQ(picture.Others(0x100, 0x200, 0x7FFF), 0);
 }
 
 TEST(WalkAndDrawHeap, CountsTheGroups) {

@@ -46,11 +46,13 @@ TEST(HeapManager, WholeRangeIsOneFreeNodeAnd99Spares) {
 
 TEST(HeapManager, InitialiseLeavesTheHandleWordsAlone) {
     HeapRig rig;
+    rig.First()->GroupId = 7; // that one starts anew
     rig.First()->Handle = 11;
     rig.First()->NextHandle = 22;
     rig.First()->PrevHandle = 33;
     rig.First()->Next = nullptr;
     InitialiseHeapManager(rig.driver);
+    EXPECT_EQ(rig.First()->GroupId, 0u);
     EXPECT_EQ(rig.First()->Handle, 11u);
     EXPECT_EQ(rig.First()->NextHandle, 22u);
     EXPECT_EQ(rig.First()->PrevHandle, 33u);

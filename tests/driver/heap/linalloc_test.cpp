@@ -138,6 +138,14 @@ TEST(AllocateVideoMemory, TooLargeARequestChangesNothingButItsAlignment) {
     }
 }
 
+TEST(AllocateVideoMemory, AGapOfMoreThanHalfOfMemoryWrapsAndFits) {
+    HeapRig rig(0x100);
+    // The step leads to 0xC0000000 beyond the frame buffer: 0x3FFFFFFF bytes below a stretch's end.
+    const HeapRequest request = rig.Allocate(kBottom, 0x1000, 0xC0000000);
+    EXPECT_EQ(rig.result, 0u);
+    EXPECT_EQ(request.Address, rig.Base() + 0xC0000000);
+}
+
 TEST(AllocateVideoMemory, StretchThatEndsBelowItsAlignedStartDoesNotFit) {
     HeapRig rig(0x100);
     rig.Allocate(kBottom, 4);

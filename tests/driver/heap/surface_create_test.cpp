@@ -223,6 +223,13 @@ TEST(GlintCreateSurface, IndexedTextureOnMXGetsRoomForItsColours) {
     EXPECT_EQ(even.global.dwBlockSizeX, 4u * 512 + 1024);
 }
 
+TEST(GlintCreateSurface, ColourRoomOfATextureWithoutAPitchIsItsBytes) {
+    SurfaceRig rig(DeviceMX);
+    RawSurface& surface = rig.Make(100, 50, DDSCAPS_TEXTURE, kIndexed8, 0);
+    EXPECT_EQ(rig.Create(surface), kHandled);
+    EXPECT_EQ(surface.global.dwBlockSizeX, 1024u);
+}
+
 TEST(GlintCreateSurface, OnlyIndexedTexturesOnMXGetColourRoom) {
     SurfaceRig tx(DeviceTX);
     EXPECT_EQ(tx.Create(tx.Make(128, 128, DDSCAPS_TEXTURE, kIndexed8, 128)), kNotHandled);

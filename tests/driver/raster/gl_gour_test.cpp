@@ -156,6 +156,24 @@ TEST(GlintTriangle, EachDrawnTriangleReserves512Bytes) {
     EXPECT_TRUE(counts.empty());
 }
 
+TEST(GlintTriangle, TheModeWordsAroundABlockFillReserve8BytesEach) {
+    RasterRig rig;
+    CommandStream& stream = rig.ctx.Stream;
+    static std::vector<uint32_t> counts;
+    stream.StartDMA = [](DriverData*, uint32_t, uint32_t count, uint32_t, uint32_t*, uint32_t) {
+        counts.push_back(count);
+        return 0;
+    };
+    std::vector<D3DTLVERTEX> none = {Vertex(10, 10), Vertex(30, 10), Vertex(20, 10)};
+    for (const uint32_t room : {4u, 3u}) {
+        counts.clear();
+        stream.WritePointer = stream.SubBuffers[0].Linear;
+        stream.SubBufferWords = stream.SubBufferFlushWords = room;
+        rig.Draw(Glint_Tri_XY_FLAT, none, kOne);
+        EXPECT_EQ(counts, room == 4 ? std::vector<uint32_t>{} : std::vector<uint32_t>{2});
+    }
+}
+
 TEST(GlintTriangle, VerticesOnOneRowGiveNoWordsWhateverTheCullModeAndAreSnapped) {
     for (const GlintMember& member : kPlainMembers) {
         for (const uint32_t cull : {1u, 2u, 3u}) {

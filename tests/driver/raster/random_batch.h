@@ -75,7 +75,7 @@ inline void RandomState(std::mt19937& random, D3DContext& ctx, ChipInfo& chip) {
     ctx.CullMode = 1 + pick(3);
     ctx.BlendForcesZeroAlpha = pick(2);
     ctx.BytesPerPixel = pick(2) == 0 ? 2 : 4;
-    ctx.RenderCommand = 0x10000 | (pick(2) << 14) | (pick(2) << 18);
+    ctx.RenderCommand = static_cast<uint32_t>(random());
     const auto repeats = 1u << pick(9), repeatsDown = 1u << pick(9);
     ctx.TextureWidth = 2048.0f / static_cast<float>(repeats);
     ctx.TextureHeight = 2048.0f / static_cast<float>(repeatsDown);

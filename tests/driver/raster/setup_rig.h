@@ -44,8 +44,7 @@ class SetupRandom {
     void State(SetupRig& rig, uint32_t flags) {
         rig.SetCull(1 + Pick(3));
         rig.ctx.RenderFlags = flags;
-        rig.ctx.RenderCommand =
-            0x10000 | Pick(2) * 0x40000 | Pick(2) * 0x2000 | Pick(2) * 0x4000 | Pick(2) * 4;
+        rig.ctx.RenderCommand = static_cast<uint32_t>(random_());
         rig.ctx.BlendForcesZeroAlpha = Pick(3);
         rig.ctx.StippleIndex = Pick(17);
         rig.ctx.BytesPerPixel = 1 + Pick(4);

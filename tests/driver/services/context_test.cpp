@@ -385,4 +385,14 @@ TEST(MiniVDD, IsOpenedAnewForEachRequestAndClosedAfter) {
     EXPECT_EQ(DoIOCTL(4, &address, 4, &address, 4, nullptr), 0);
 }
 
+TEST(AddContextMemory, AnswersAsTheMiniVDDDid) {
+    Rig rig;
+    rig.Ready();
+    EXPECT_EQ(AddContextMemory(rig.chip), 1);
+    EXPECT_EQ(rig.contextBlockCalls, 1u);
+    host::UnregisterDevice("\\\\.\\glintmvd");
+    EXPECT_EQ(AddContextMemory(rig.chip), 0);
+    EXPECT_EQ(rig.contextBlockCalls, 1u);
+}
+
 } // namespace

@@ -55,8 +55,20 @@ TEST_F(DriverLockTest, FailsWithoutAWin16LockAndChangesNothing) {
 
 TEST_F(DriverLockTest, FailsWhereTheSystemHidesNoSuchEntry) {
     host::SetSystemImage({.exports = 92});
+    rig.driver->Win16Lock = 5;
     EXPECT_EQ(KORV_GetDriverLock(rig.driver, &surface, 0, nullptr), -1);
+    EXPECT_EQ(rig.driver->Win16Lock, 0u);
     EXPECT_EQ(host::Win16Lock().taken, 0u);
+}
+
+TEST_F(DriverLockTest, IsHeldByNameAloneWhereTheSystemHidesNoEntryToTakeIt) {
+    host::SetSystemImage({.exports = 96}); // 93 gives the lock, 97 takes and 98 leaves it
+    EXPECT_EQ(KORV_GetDriverLock(rig.driver, &surface, 0, nullptr), 0);
+    EXPECT_EQ(rig.driver->Win16Lock, host::Win16LockAddress());
+    EXPECT_EQ(rig.driver->DriverLockKind, 1u);
+    EXPECT_EQ(KORV_FreeDriverLock(rig.driver, &surface), 0);
+    EXPECT_EQ(host::Win16Lock().taken, 0u);
+    EXPECT_EQ(rig.driver->DriverLockKind, 0u);
 }
 
 TEST_F(DriverLockTest, ByDCIOpensTheWholeSurfaceOrTheRectangle) {

@@ -42,4 +42,9 @@ TEST_F(NoDisplay, ThereIsNothingToAsk) {
     EXPECT_EQ(KORV_Service(ServiceContextNum, request, buffer), -1);
 }
 
+TEST_F(NoDisplay, ADebuggerIsTurnedAway) {
+    uint32_t request[8] = {};
+    EXPECT_EQ(KORV_DebugHelp(request), -1);
+}
+
 } // namespace

@@ -142,6 +142,16 @@ TEST(LUTDownload, WithoutAPaletteOnlyTheStateWordsGo) {
     }
 }
 
+TEST(LUTDownload, InAGPMemoryTheAddressOfAnUnattachedTextureIsItsOwn) {
+    Palette load(DevicePermedia2, false);
+    load.surface->local.ddsCaps.dwCaps |= DDSCAPS_NONLOCALVIDMEM;
+    load.global.lpColorTable = nullptr;
+    load.rig.driver->NonLocalHeapPhysical = load.surface->Global().fpVidMem - 0x800;
+    load.Load();
+    EXPECT_EQ(load.surface->priv.LUTAddress, (0x800u + kImageBytes) / 4);
+    EXPECT_TRUE(load.rig.Sent().empty());
+}
+
 TEST(LUTDownload, MXHasNoAGPBranch) {
     Palette load(DeviceMX, false);
     load.surface->local.ddsCaps.dwCaps |= DDSCAPS_NONLOCALVIDMEM;

@@ -62,6 +62,16 @@ TEST(TXPatchedDownload, RawWordsGoToTextureDataByPixelSize) {
     }
 }
 
+TEST(TXPatchedDownload, OfTwentyFourBitTexelsNoWordGoes) {
+    Texture load(PixelSize24);
+    load.Run(TXPatchedTextureDownload, {0, 0, 24, 3});
+    EXPECT_EQ(load.Sent(), Pairs({{t::LBWindowBase, Texture::kOffset / 4},
+                                  {t::TextureCacheControl, 3},
+                                  {t::TextureDownloadOffset, 0},
+                                  {t::LBReadMode, 0},
+                                  {t::WaitForCompletion, 0}}));
+}
+
 TEST(TXPatchedDownload, AFourBitTextureOfWidth16GoesAs2WordsALine) {
     Texture load(PixelSize4);
     load.Run(TXPatchedTextureDownload, {0, 0, 16, 2});
@@ -127,6 +137,19 @@ TEST(TXPatchedDownload, DisconnectStandsInForWaits) {
         load.rig.chip->Flags = delta;
         load.Run(TXPatchedTextureDownload, {0, 0, 300, 16});
         load.ExpectBracket(delta != 0 ? 0x868 : 0x68);
+    }
+}
+
+TEST(TXPatchedDownload, NoWordFallsOutOfTheWindow) {
+    for (int left = 0; left != 64; ++left) {
+        Texture load(PixelSize32);
+        CommandStream& stream = load.rig.driver->Stream;
+        stream.WritePointer = stream.SubBuffers[0].Last - left;
+        load.Run(TXPatchedTextureDownload, {0, 0, 28, 1});
+        const Words sent = load.Sent();
+        ASSERT_GE(sent.size(), 8u);
+        EXPECT_EQ(Words(sent.begin() + 8, sent.end()),
+                  Lines(t::TextureData, 0, 28, 1) + Words({t::WaitForCompletion, 0}));
     }
 }
 

@@ -416,6 +416,17 @@ TEST(VideoPort, SyncAndOverlayEntriesSucceedWithNothingToDo) {
     EXPECT_EQ(overlay.ddRVal, 0u);
 }
 
+TEST(VideoPort, GuidsAreEqualInAllOfTheirBits) {
+    const GUID guid = DDVPTYPE_E_HREFH_VREFH;
+    EXPECT_TRUE(IsEqualGuid(guid, DDVPTYPE_E_HREFH_VREFH));
+    for (uint32_t bit = 0; bit < 128; ++bit) {
+        GUID other = guid;
+        reinterpret_cast<uint8_t*>(&other)[bit / 8] ^= static_cast<uint8_t>(1u << bit % 8);
+        EXPECT_FALSE(IsEqualGuid(guid, other)) << bit;
+        EXPECT_FALSE(IsEqualGuid(other, guid)) << bit;
+    }
+}
+
 // --- which display ---
 
 // Two displays; the line counter tells which one answered.
@@ -435,6 +446,12 @@ struct TwoDisplays {
     }
     PortRig first, second;
 };
+
+TEST(VideoPort, AnObjectWithoutADisplayAsksThePrimary) {
+    TwoDisplays both;
+    DDRAWI_DIRECTDRAW_LCL none{};
+    EXPECT_EQ(both.Ask(&none, nullptr), 1u);
+}
 
 TEST(VideoPort, TheDisplayIsThatOfThePort) {
     TwoDisplays both;

@@ -171,6 +171,20 @@ TEST(VideoPortUpdate, WithoutAutoflipTheAttachedChainIsWalked) {
     EXPECT_EQ(rig.Register(t::VSStreamControl), 0x5u);
 }
 
+TEST(VideoPortUpdate, OfALongChainThreeSurfacesAreTaken) {
+    UpdateRig rig;
+    ATTACHLIST nodes[3]{};
+    RigSurface& second = rig.AddSurface(0x180000, 0);
+    RigSurface& third = rig.AddSurface(0x200000, 0);
+    RigSurface& fourth = rig.AddSurface(0x280000, 0);
+    UpdateRig::Attach(rig.surface, second, nodes[0]);
+    UpdateRig::Attach(second, third, nodes[1]);
+    UpdateRig::Attach(third, fourth, nodes[2]);
+    rig.BeginAndStart();
+    EXPECT_EQ(rig.driver->VideoSurfaceCount, 3u);
+    EXPECT_EQ(rig.driver->VideoBase[2], rig.AddressOf(0x200000));
+}
+
 TEST(VideoPortUpdate, TheChainMayEnd) {
     UpdateRig rig;
     rig.surface.local.ddsCaps.dwCaps |= 0x20;
