@@ -2,18 +2,34 @@
 #include "tests/fuzz/mutators.h"
 #include "tests/fuzz/target.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <string_view>
+
+extern "C" size_t LLVMFuzzerMutate(uint8_t* bytes, size_t size, size_t most);
 
 namespace {
 
+// How inputs are changed that have a form. `most` bytes at most; their number comes back, of two put
+// together 0 if nothing came of it.
+struct Mutator {
+    std::string_view target;
+    size_t (*mutate)(uint8_t* bytes, size_t size, size_t most, unsigned int seed);
+    size_t (*cross)(fuzz::Bytes first, fuzz::Bytes second, uint8_t* out, size_t most,
+                    unsigned int seed);
+};
+constexpr Mutator kMutators[] = {
+    {"script", fuzz::MutateScript, fuzz::CrossScripts},
+    {"words", fuzz::MutateWords, nullptr},
+    {"capture", fuzz::MutateCapture, nullptr},
+};
+
 const fuzz::Target* target = nullptr;
-const fuzz::Mutator* mutator = nullptr;
+const Mutator* mutator = nullptr; // null: inputs are just bytes
 
 } // namespace
-
-extern "C" size_t LLVMFuzzerMutate(uint8_t* bytes, size_t size, size_t most);
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     constexpr std::string_view kOption = "--target=";
@@ -31,7 +47,8 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
         std::fputs("\n", stderr);
         std::exit(2);
     }
-    mutator = fuzz::FindMutator(target->name);
+    const auto* const found = std::ranges::find(kMutators, target->name, &Mutator::target);
+    mutator = found != std::end(kMutators) ? found : nullptr;
     return 0;
 }
 

@@ -29,6 +29,8 @@ class DrawingLimit final : public board::PixelProbe {
         return skips;
     }
     bool Wants(const board::PixelRow&) override { return each_; }
+    // Nothing more is drawn.
+    bool Spent() const { return left_ == 0; }
 
   private:
     uint64_t left_;

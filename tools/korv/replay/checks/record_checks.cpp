@@ -4,6 +4,7 @@
 #include "driver/services/context.h"
 #include "driver/services/services.h"
 #include "driver/video/video.h"
+#include "host/d3d/execute_buffer.h"
 #include "host/inspect/contexts.h"
 
 #include <fmt/format.h>
@@ -325,6 +326,9 @@ const uint8_t* NeedBuffer(Player& player, std::string_view entry, std::string_vi
         Refuse(entry, field,
                fmt::format("the buffer does not hold {} bytes from {} on", bytes, offset));
     }
+    if ((start + offset) % 4 != 0) {
+        Refuse(entry, field, fmt::format("expected an offset that is a multiple of 4, got {}", offset));
+    }
     return reinterpret_cast<const uint8_t*>(start) + offset;
 }
 
@@ -349,25 +353,23 @@ void CheckRenderPrimitive(Player& player, const DriverData* driver,
         return;
     }
     const uint32_t opcode = data.diInstruction.bOpcode;
-    const uint32_t bytes = opcode == D3DOP_TRIANGLE                        ? 8
-                           : opcode == D3DOP_LINE || opcode == D3DOP_POINT ? 4
-                                                                           : 0;
+    const uint32_t bytes = opcode == D3DOP_TRIANGLE ? sizeof(D3DTRIANGLE)
+                           : opcode == D3DOP_LINE   ? sizeof(D3DLINE)
+                           : opcode == D3DOP_POINT  ? sizeof(D3DPOINT)
+                                                    : 0;
     if (bytes == 0) {
         return;
     }
-    const uint8_t* records = NeedBuffer(player, kEntry, "lpExeBuf", data.lpExeBuf, data.dwOffset,
-                                        uint64_t{bytes} * count);
-    uint32_t vertices = 0;
-    for (uint32_t i = 0; i < count; ++i) {
-        uint16_t words[4] = {};
-        std::memcpy(words, records + i * bytes, bytes);
-        if (opcode == D3DOP_POINT) {
-            vertices = std::max<uint32_t>(vertices, words[1] + words[0]);
-        } else {
-            const uint32_t used = opcode == D3DOP_TRIANGLE ? 3 : 2;
-            vertices = std::max<uint32_t>(vertices, *std::max_element(words, words + used) + 1u);
-        }
+    const uint32_t recordBytes = data.diInstruction.bSize;
+    if (recordBytes < bytes || recordBytes % 2 != 0) {
+        Refuse(kEntry, "diInstruction.bSize",
+               fmt::format("expected an even number from {} on, got {}", bytes, recordBytes));
     }
+    const uint32_t all = recordBytes * (count - 1) + bytes;
+    const uint8_t* records =
+        NeedBuffer(player, kEntry, "lpExeBuf", data.lpExeBuf, data.dwOffset, all);
+    const uint32_t vertices =
+        host::VerticesReached(data.diInstruction, {records, all}).value_or(0);
     NeedBuffer(player, kEntry, "lpTLBuf", data.lpTLBuf, data.dwTLOffset,
                uint64_t{vertices} * sizeof(D3DTLVERTEX));
 }
