@@ -54,7 +54,8 @@ void AddTiming(Payload& payload, const board::Timing& timing) {
 } // namespace
 
 Client::Client(const Options& options)
-    : options_(options), program_(options.socket < 0 ? Program(options.program) : Program(options.socket)),
+    : options_(options),
+      program_(options.socket < 0 ? Program(options.program) : Program(options.socket)),
       channel_(program_.Socket(), options.timeout) {
     Hello(options.name);
 }

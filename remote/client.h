@@ -70,8 +70,8 @@ class Client {
   public:
     struct Options {
         std::string program; // a command line of the shell
-        // Not negative: such a program runs already, at the other end of this stream socket, which is
-        // the client's from now on.
+        // Not negative: such a program runs already, at the other end of this stream socket, which
+        // is the client's from now on.
         int socket = -1;
         std::string name = "korv";
         // For each answer, in real time.

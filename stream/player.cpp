@@ -148,6 +148,9 @@ void Player::Play(const Event& event) {
         if (event.signal != nullptr) {
             video_->SetSignal(*event.signal);
         }
+        linesPerSecond_ = event.signal != nullptr ? uint64_t{event.signal->fieldsPerSecond} *
+                                                        event.signal->linesPerField
+                                                  : 0;
         board.SetVideoSource(event.signal != nullptr ? video_.get() : nullptr);
         break;
     case EventKind::VideoLine:
@@ -175,8 +178,13 @@ void Player::Play(const Event& event) {
 // A damaged capture must not keep the board counting lines of video for ever.
 void Player::PassTime(uint64_t microseconds) {
     constexpr uint64_t kLongestSession = 1'000'000'000'000; // eleven days
+    constexpr uint64_t kMostVideoLines = 1'000'000'000;     // nine hours of a usual source
     if (microseconds > kLongestSession - std::min(board_->Microseconds(), kLongestSession)) {
         throw StreamError("more time passes than a session may have, at " + TextOf(at_));
+    }
+    videoLines_ += microseconds / 1000 * linesPerSecond_ / 1000;
+    if (videoLines_ > kMostVideoLines) {
+        throw StreamError("more lines of video pass than a session may have, at " + TextOf(at_));
     }
 }
 

@@ -49,8 +49,7 @@ std::optional<uint32_t> VerticesReached(const D3DINSTRUCTION& instruction,
             vertices = std::max<uint32_t>(vertices, words[0] + words[1]);
         } else {
             const uint32_t corners = opcode == D3DOP_TRIANGLE ? 3 : 2;
-            vertices =
-                std::max<uint32_t>(vertices, *std::max_element(words, words + corners) + 1u);
+            vertices = std::max<uint32_t>(vertices, *std::max_element(words, words + corners) + 1u);
         }
     }
     return vertices;

@@ -1,5 +1,5 @@
-// The client's side of the board protocol. An input: a byte, the number of bytes that say what is asked;
-// these; then all that the board sends, its answer to HELLO included.
+// The client's side of the board protocol. An input: a byte, the number of bytes that say what is
+// asked; these; then all that the board sends, its answer to HELLO included.
 #include "board/video/video_source.h"
 #include "remote/client.h"
 #include "tests/fuzz/input.h"

@@ -20,7 +20,7 @@ namespace fuzz {
 
 namespace {
 
-constexpr uint32_t kMostMemory = 128u << 10;
+constexpr uint32_t kMostBoardMemory = 128u << 10;
 constexpr size_t kMostText = 1u << 20;
 
 // What the text of a capture makes.
@@ -74,7 +74,7 @@ bool PlayAll(const std::string& capture) {
     std::istringstream in(capture);
     const auto source = stream::OpenSource(in);
     const board::Config& config = source->Board();
-    if (config.frameBufferBytes > kMostMemory || config.localBufferBytes > kMostMemory) {
+    if (config.frameBufferBytes > kMostBoardMemory || config.localBufferBytes > kMostBoardMemory) {
         return false;
     }
     stream::Player player(*source);

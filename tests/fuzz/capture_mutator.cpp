@@ -1,5 +1,5 @@
-// Captures: what was changed is signed again, so that most of it gets past the checksums; its chunks are
-// laid open first, so that changes fall on events.
+// Captures: what was changed is signed again, so that most of it gets past the checksums; its
+// chunks are laid open first, so that changes fall on events.
 #include "stream/checksum.h"
 #include "stream/format.h"
 #include "stream/zlib.h"
@@ -83,8 +83,7 @@ size_t ChangePayload(uint8_t* bytes, size_t size, size_t most, unsigned int seed
     while (at + format::kChunkHeaderBytes <= size) {
         heads.push_back(at);
         at += format::kChunkHeaderBytes +
-              std::min<size_t>(WordAt(bytes + at + kStored),
-                               size - at - format::kChunkHeaderBytes);
+              std::min<size_t>(WordAt(bytes + at + kStored), size - at - format::kChunkHeaderBytes);
     }
     if (heads.empty()) {
         return LLVMFuzzerMutate(bytes, size, most);

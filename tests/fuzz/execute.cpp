@@ -1,5 +1,5 @@
-// Execute buffers as the Direct3D runtime hands them to the driver. An input: the machine in three bytes,
-// then what is done, one thing after the other.
+// Execute buffers as the Direct3D runtime hands them to the driver. An input: the machine in three
+// bytes, then what is done, one thing after the other.
 #include "host/d3d/direct3d.h"
 #include "host/ddraw/ddraw.h"
 #include "host/display/machine.h"
@@ -102,12 +102,10 @@ class Machine {
         struct Kind {
             uint8_t opcode, bytes;
         };
-        constexpr Kind kKinds[] = {{D3DOP_TRIANGLE, sizeof(D3DTRIANGLE)},
-                                   {D3DOP_TRIANGLE, sizeof(D3DTRIANGLE)},
-                                   {D3DOP_LINE, sizeof(D3DLINE)},
-                                   {D3DOP_POINT, sizeof(D3DPOINT)},
-                                   {D3DOP_STATERENDER, sizeof(D3DSTATE)},
-                                   {D3DOP_EXIT, 0}};
+        constexpr Kind kKinds[] = {
+            {D3DOP_TRIANGLE, sizeof(D3DTRIANGLE)}, {D3DOP_TRIANGLE, sizeof(D3DTRIANGLE)},
+            {D3DOP_LINE, sizeof(D3DLINE)},         {D3DOP_POINT, sizeof(D3DPOINT)},
+            {D3DOP_STATERENDER, sizeof(D3DSTATE)}, {D3DOP_EXIT, 0}};
         const uint8_t select = input.Byte();
         if (select >= 0xE0) {
             // Whatever an application may have written there.

@@ -12,8 +12,8 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t* bytes, size_t size, size_t most);
 
 namespace {
 
-// How inputs are changed that have a form. `most` bytes at most; their number comes back, of two put
-// together 0 if nothing came of it.
+// How inputs are changed that have a form. `most` bytes at most; their number comes back, of two
+// put together 0 if nothing came of it.
 struct Mutator {
     std::string_view target;
     size_t (*mutate)(uint8_t* bytes, size_t size, size_t most, unsigned int seed);
@@ -71,7 +71,8 @@ extern "C" size_t LLVMFuzzerCustomCrossOver(const uint8_t* first, size_t firstSi
                : 0;
 }
 
-// Leaks are not looked for: an input that is given up in the middle of the driver leaves its machine.
+// Leaks are not looked for: an input that is given up in the middle of the driver leaves its
+// machine.
 extern "C" const char* __asan_default_options() {
     return "detect_leaks=0:quarantine_size_mb=32:detect_stack_use_after_return=0";
 }

@@ -4,8 +4,8 @@
 
 namespace fuzz {
 
-// The driver waits for what never comes, or for too long. Leaves the driver in the middle of a call:
-// nothing of the machine may be used any more but PowerCycle.
+// The driver waits for what never comes, or for too long. Leaves the driver in the middle of a
+// call: nothing of the machine may be used any more but PowerCycle.
 struct WaitedTooLong {};
 
 // While it lives, waits of the driver end by WaitedTooLong, by the board's clock alone.

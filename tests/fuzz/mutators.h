@@ -1,6 +1,6 @@
 #pragma once
-// How inputs are changed that have a form. Part of the fuzzer alone: libFuzzer's own functions for targets
-// that bring theirs.
+// How inputs are changed that have a form. Part of the fuzzer alone: libFuzzer's own functions for
+// targets that bring theirs.
 #include "tests/fuzz/target.h"
 
 #include <cstddef>

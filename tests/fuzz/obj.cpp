@@ -1,8 +1,10 @@
-// Wavefront models with their materials. An input: the model, then behind a line "#MTL" what m.mtl holds.
+// Wavefront models with their materials. An input: the model, then behind a line "#MTL" what m.mtl
+// holds.
+#include "tools/korv/model/obj.h"
+
 #include "tests/fuzz/target.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/model/camera.h"
-#include "tools/korv/model/obj.h"
 #include "tools/korv/painting/pipeline.h"
 
 #include <filesystem>

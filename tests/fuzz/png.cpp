@@ -1,8 +1,9 @@
 // PNGs, and the texels made of them. An input: such a file.
+#include "tools/korv/images/png.h"
+
 #include "host/ddraw/format.h"
 #include "tests/fuzz/target.h"
 #include "tools/korv/base/errors.h"
-#include "tools/korv/images/png.h"
 #include "tools/korv/images/texels.h"
 
 #include <sstream>
@@ -22,8 +23,8 @@ void RunPng(Bytes bytes) {
     if (pixels > kMostPixels) {
         return;
     }
-    for (const DDPIXELFORMAT& format : {host::PaletteFormat(4), host::PaletteFormat(8),
-                                        host::Format565(), host::Format4444()}) {
+    for (const DDPIXELFORMAT& format :
+         {host::PaletteFormat(4), host::PaletteFormat(8), host::Format565(), host::Format4444()}) {
         const korv::TexelEncoder encode(format, picture, picture.At(0, 0));
         for (const host::Picture& level : korv::MipLevels(picture, 1)) {
             for (uint32_t i = 0; i < level.width && i < level.height; ++i) {

@@ -1,9 +1,10 @@
-// HAL scripts. An input: a script, whose expectations do not count; what cannot be played of it is passed
-// over.
+// HAL scripts. An input: a script, whose expectations do not count; what cannot be played of it is
+// passed over.
+#include "tools/korv/replay/script.h"
+
 #include "tests/fuzz/machine.h"
 #include "tests/fuzz/target.h"
 #include "tools/korv/base/errors.h"
-#include "tools/korv/replay/script.h"
 
 #include <memory>
 

@@ -1,5 +1,6 @@
-// HAL scripts: steps come, go and change places, values become others, mostly such as have stood under the
-// same key somewhere. What cannot be read is left out, so that the scripts that come of it play.
+// HAL scripts: steps come, go and change places, values become others, mostly such as have stood
+// under the same key somewhere. What cannot be read is left out, so that the scripts that come of
+// it play.
 #include "tests/fuzz/mutators.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/random/session.h"
@@ -9,6 +10,10 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
 #include <map>
 #include <random>
 #include <string>
@@ -58,6 +63,11 @@ void MeetAll(const std::string& key, const Json& value, ScriptDice& dice) {
     if (value.dump().size() < 1000) {
         Meet(key, value, dice);
     }
+}
+
+std::string KindOf(const Json& step) {
+    const auto found = step.find("do");
+    return found != step.end() && found->is_string() ? found->get<std::string>() : "";
 }
 
 // A script's steps without what they expect; null for what is none.
@@ -140,12 +150,12 @@ class Change {
     // A field of another step of this kind, or one less.
     void ReplaceField() {
         Json& step = steps_[Place()];
-        const auto found = met.find("do " + step.value("do", ""));
+        const auto found = met.find("do " + KindOf(step));
         if (found == met.end()) {
             return;
         }
         const Json& other = found->second[dice_.Below(found->second.size())];
-        const auto field = other.begin() + dice_.Below(other.size());
+        const auto field = std::next(other.begin(), dice_.Below(other.size()));
         if (dice_.Below(4) == 0) {
             step.erase(field.key());
         } else {
@@ -158,7 +168,7 @@ class Change {
         }
         const bool deep = (value.is_object() || value.is_array()) && !value.empty();
         if (deep && dice_.Below(8) != 0) {
-            const auto part = value.begin() + dice_.Below(value.size());
+            const auto part = std::next(value.begin(), dice_.Below(value.size()));
             ChangeValue(*part, value.is_object() ? part.key() : key);
             return;
         }
@@ -183,11 +193,11 @@ class Change {
         }
     }
     void ChangeNumber(Json& value) {
-        static constexpr int64_t kEdges[] = {0,     1,      2,      -1,     7,      8,         15,
-                                             16,    31,     32,     63,     64,     127,       128,
-                                             255,   256,    1023,   1024,   2047,   2048,      4095,
-                                             4096,  0x7FFF, 0x8000, 0xFFFF, 65536,  1 << 20,   1 << 24,
-                                             1 << 30, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
+        static constexpr int64_t kEdges[] = {
+            0,      1,     2,       -1,      7,       8,          15,         16,
+            31,     32,    63,      64,      127,     128,        255,        256,
+            1023,   1024,  2047,    2048,    4095,    4096,       0x7FFF,     0x8000,
+            0xFFFF, 65536, 1 << 20, 1 << 24, 1 << 30, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
         const double number = value.get<double>();
         switch (dice_.Below(6)) {
         case 0:
@@ -200,8 +210,9 @@ class Change {
             value = -number;
             break;
         case 3:
-            value = value.is_number_integer() ? Json(value.get<int64_t>() ^ (1ll << dice_.Below(32)))
-                                              : Json(number * 2);
+            value = value.is_number_integer()
+                        ? Json(value.get<int64_t>() ^ (1ll << dice_.Below(32)))
+                        : Json(number * 2);
             break;
         case 4:
             value = number + dice_.Below(1000) / 250.0 - 2;
@@ -256,9 +267,9 @@ std::string Readable(Json& steps) {
             const std::string what = error.what();
             constexpr std::string_view kPlace = ": /steps/";
             const size_t at = what.find(kPlace);
-            const size_t step =
-                at == what.npos ? steps.size() - 1
-                                : std::strtoul(what.c_str() + at + kPlace.size(), nullptr, 10);
+            const size_t step = at == what.npos
+                                    ? steps.size() - 1
+                                    : std::strtoul(what.c_str() + at + kPlace.size(), nullptr, 10);
             steps.erase(std::min(step, steps.size() - 1));
         }
     }
@@ -275,7 +286,7 @@ size_t Put(const std::string& text, uint8_t* out, size_t most) {
 
 void MeetSteps(const Json& steps, ScriptDice& dice) {
     for (const Json& step : steps) {
-        const std::string kind = step.value("do", "");
+        const std::string kind = KindOf(step);
         if (step.dump().size() < 2000) {
             Meet("do " + kind, step, dice);
         }

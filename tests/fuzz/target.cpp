@@ -46,8 +46,8 @@ MemoryFile::MemoryFile()
 }
 
 void MemoryFile::Set(Bytes bytes) {
-    Expect(ftruncate(file_, 0) == 0 && pwrite(file_, bytes.data(), bytes.size(), 0) ==
-                                           static_cast<ssize_t>(bytes.size()),
+    Expect(ftruncate(file_, 0) == 0 &&
+               pwrite(file_, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()),
            "a file in memory cannot be written");
     lseek(file_, 0, SEEK_SET);
 }

@@ -1,5 +1,6 @@
-// Any words on any board. An input: chip, timing and carrier in two bytes, then words, little-endian.
-// Each stream is drawn row by row and again pixel by pixel: both must come to the same.
+// Any words on any board. An input: chip, timing and carrier in two bytes, then words,
+// little-endian. Each stream is drawn row by row and again pixel by pixel: both must come to the
+// same.
 #include "board/board.h"
 #include "chip/registers.h"
 #include "tests/fuzz/input.h"
@@ -79,8 +80,8 @@ Outcome Play(const Stream& stream, bool pixelByPixel) {
     const auto bytes = [](std::span<const uint8_t> memory) {
         return std::vector<uint8_t>(memory.begin(), memory.end());
     };
-    Outcome outcome{bytes(board.FrameBuffer()), bytes(board.LocalBuffer()), {},
-                    board.FaultReport().Describe()};
+    Outcome outcome{
+        bytes(board.FrameBuffer()), bytes(board.LocalBuffer()), {}, board.FaultReport().Describe()};
     for (uint32_t offset = reg::MappedRegisters; offset < reg::ApertureBytes; offset += 8) {
         outcome.registers.push_back(board.RegisterAt(offset));
     }

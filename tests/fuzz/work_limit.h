@@ -14,16 +14,16 @@ struct OutOfWork {};
 // Stands at a board as its probe. What is beyond the limit is not drawn.
 class DrawingLimit final : public board::PixelProbe {
   public:
-    // `pixels` to be drawn, where a row counts as some more. `each`: one by one, as for a probe that
-    // wants to see them.
+    // `pixels` to be drawn, where a row counts as some more. `each`: one by one, as for a probe
+    // that wants to see them.
     explicit DrawingLimit(uint64_t pixels = 1u << 19, bool each = false)
         : left_(pixels), each_(each) {}
 
     bool Skips(const board::PixelRow& row) override {
         constexpr int64_t kMostInMemory = 1 << 16;
         constexpr uint64_t kRow = 16;
-        const uint64_t cost =
-            kRow + static_cast<uint64_t>(std::clamp<int64_t>(row.right - row.left, 0, kMostInMemory));
+        const uint64_t cost = kRow + static_cast<uint64_t>(std::clamp<int64_t>(row.right - row.left,
+                                                                               0, kMostInMemory));
         const bool skips = cost > left_;
         left_ = skips ? 0 : left_ - cost;
         return skips;

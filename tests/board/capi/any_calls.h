@@ -1,6 +1,6 @@
 #pragma once
-// Calls of the C interface, words, configurations and snapshots by whatever choices: whatever it is told,
-// it returns, and what the hardware would not like is counted.
+// Calls of the C interface, words, configurations and snapshots by whatever choices: whatever it is
+// told, it returns, and what the hardware would not like is counted.
 #include "board/capi/korv_board.h"
 #include "chip/register_table.h"
 #include "chip/registers.h"

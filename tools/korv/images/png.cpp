@@ -36,7 +36,8 @@ const char* WhyNoPng(std::string_view bytes, std::string_view reason) {
                : "the PNG is damaged or cut short, expected a whole one";
 }
 
-// Whether all chunks up to the last one lie within `bytes`. The reader goes wherever a length leads.
+// Whether all chunks up to the last one lie within `bytes`. The reader goes wherever a length
+// leads.
 bool HoldsItsChunks(std::string_view bytes) {
     constexpr size_t kSignature = 8, kLength = 4, kType = 4, kChecksum = 4;
     for (size_t at = kSignature; at + kLength + kType + kChecksum <= bytes.size();) {

@@ -84,6 +84,13 @@ host::Surface& Player::SurfaceWithMemory(const std::string& name) {
     return surface;
 }
 
+host::Surface& Player::SurfaceOn(const std::string& display, const std::string& name) {
+    if (DisplayOf(name).name != display) {
+        throw NotThereError(fmt::format("surface '{}' is not of display '{}'", name, display));
+    }
+    return Surface(name);
+}
+
 PlayedDisplay& Player::DisplayOf(const std::string& surface) {
     return Display(Named(surfaces_, "surface", surface).display);
 }

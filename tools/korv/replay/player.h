@@ -86,6 +86,8 @@ class Player {
     host::Surface& Surface(const std::string& name);
     // A surface whose bytes can be read and written.
     host::Surface& SurfaceWithMemory(const std::string& name);
+    // A surface that lives on this display.
+    host::Surface& SurfaceOn(const std::string& display, const std::string& name);
     // The display that a surface lives on.
     PlayedDisplay& DisplayOf(const std::string& surface);
     host::Device3D& Device(const std::string& context);

@@ -327,7 +327,8 @@ const uint8_t* NeedBuffer(Player& player, std::string_view entry, std::string_vi
                fmt::format("the buffer does not hold {} bytes from {} on", bytes, offset));
     }
     if ((start + offset) % 4 != 0) {
-        Refuse(entry, field, fmt::format("expected an offset that is a multiple of 4, got {}", offset));
+        Refuse(entry, field,
+               fmt::format("expected an offset that is a multiple of 4, got {}", offset));
     }
     return reinterpret_cast<const uint8_t*>(start) + offset;
 }
@@ -368,8 +369,7 @@ void CheckRenderPrimitive(Player& player, const DriverData* driver,
     const uint32_t all = recordBytes * (count - 1) + bytes;
     const uint8_t* records =
         NeedBuffer(player, kEntry, "lpExeBuf", data.lpExeBuf, data.dwOffset, all);
-    const uint32_t vertices =
-        host::VerticesReached(data.diInstruction, {records, all}).value_or(0);
+    const uint32_t vertices = host::VerticesReached(data.diInstruction, {records, all}).value_or(0);
     NeedBuffer(player, kEntry, "lpTLBuf", data.lpTLBuf, data.dwTLOffset,
                uint64_t{vertices} * sizeof(D3DTLVERTEX));
 }
