@@ -67,6 +67,8 @@ configure fuzz
 build_preset fuzz "The fuzzer" --target fuzzer
 fuzzer=$build/fuzz/tests/fuzz/fuzzer
 work=$build/fuzz
+ASAN_SYMBOLIZER_PATH=$(command -v llvm-symbolizer-14 || true)
+export ASAN_SYMBOLIZER_PATH
 
 # Inputs longer than that are cut.
 most_bytes() {
@@ -89,7 +91,7 @@ seeds() {
 minimise() {
   local target=$1 find=$2 small
   small=$(dirname "$find")/small-$(basename "$find")
-  "$fuzzer" --target="$target" -minimize_crash=1 -max_total_time=60 -timeout=20 \
+  "$fuzzer" --target="$target" -minimize_crash=1 -max_total_time=60 -timeout=60 \
     -exact_artifact_path="$small" "$find" >/dev/null 2>&1 || true
   if [ -s "$small" ] && [ "$(stat -c %s "$small")" -lt "$(stat -c %s "$find")" ]; then
     mv "$small" "$find"
@@ -107,7 +109,7 @@ fuzz() {
   # It goes on behind a find, in a process of its own.
   # shellcheck disable=SC2046 # several folders
   (cd "$work" && "$fuzzer" --target="$target" -fork=1 -ignore_crashes=1 -ignore_timeouts=1 -ignore_ooms=1 \
-    -max_total_time=$((minutes * 60)) -max_len="$(most_bytes "$target")" -timeout=20 -rss_limit_mb=2560 \
+    -max_total_time=$((minutes * 60)) -max_len="$(most_bytes "$target")" -timeout=60 -report_slow_units=1000 -rss_limit_mb=2560 \
     -artifact_prefix="$work/finds/$target/" "$work/corpus/$target" "$root/tests/fuzz/corpus/$target" \
     $(seeds "$target")) >"$log" 2>&1 || true
   for find in "$work/finds/$target"/*; do
@@ -131,14 +133,17 @@ fuzz() {
 
 if [ -n "$keep" ]; then
   target=${chosen[0]}
-  mkdir -p "$work/corpus/$target"
-  rm -rf "$work/kept"
-  mkdir -p "$work/kept"
-  "$fuzzer" --target="$target" -set_cover_merge=1 -use_counters=0 -max_len="$(most_bytes "$target")" \
-    "$work/kept" "$root/tests/fuzz/corpus/$target" "$work/corpus/$target" >"$work/$target.keep.log" 2>&1
-  cp -n "$work/kept"/* "$root/tests/fuzz/corpus/$target/"
-  echo "$target: $(ls "$root/tests/fuzz/corpus/$target" | wc -l) inputs," \
-    "$(du -sb "$root/tests/fuzz/corpus/$target" | cut -f1) bytes"
+  kept=$root/tests/fuzz/corpus/$target
+  # Those that were chosen before have sums for names, finds have names that people gave them.
+  chosen_before=$work/chosen-before
+  rm -rf "$chosen_before"
+  mkdir -p "$work/corpus/$target" "$chosen_before"
+  find "$kept" -type f -regextype posix-extended -regex '.*/[0-9a-f]{40}' -exec mv -t "$chosen_before" {} +
+  "$fuzzer" --target="$target" -merge=1 -use_counters=0 -max_len="$(most_bytes "$target")" -timeout=60 \
+    "$kept" "$chosen_before" "$work/corpus/$target" >"$work/$target.keep.log" 2>&1 ||
+    complain "no inputs could be chosen: $work/$target.keep.log tells why"
+  echo "$target: $(find "$kept" -type f | wc -l) inputs, $(find "$kept" -type f -printf '%s\n' |
+    awk '{sum += $1} END {print sum + 0}') bytes"
   exit 0
 fi
 

@@ -51,6 +51,8 @@ void RunInterface(Bytes bytes);
 void RunObj(Bytes bytes);
 void RunPng(Bytes bytes);
 void RunScript(Bytes bytes);
+void RunSnapshot(Bytes bytes);
+void RunText(Bytes bytes);
 void RunWords(Bytes bytes);
 
 } // namespace fuzz

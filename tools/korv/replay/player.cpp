@@ -214,6 +214,16 @@ const host::Surface* Player::SurfaceAt(uint32_t address) {
     return nullptr;
 }
 
+DriverData* Player::DriverOfSurfaceAt(uint32_t address) {
+    for (const auto& [name, one] : surfaces_) {
+        if (address == AddressOf(one.surface->Local()) ||
+            address == AddressOf(one.surface->Interface())) {
+            return Driver(one.display);
+        }
+    }
+    return nullptr;
+}
+
 DriverData* Player::StartedDriver(DriverData* driver) {
     for (const auto& [name, one] : displays_) {
         const bool meant =

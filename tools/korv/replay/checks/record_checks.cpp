@@ -413,6 +413,14 @@ void CheckCall(Player& player, const CallbackType& callback, DriverData* driver,
             ReadField(record, {field.offset, field.kind}) == 0) {
             Refuse(callback.name, field.name, "expected a display, got null");
         }
+        if (field.kind == FieldKind::SurfaceLocal || field.kind == FieldKind::SurfaceInterface) {
+            const uint32_t surface = ReadField(record, {field.offset, field.kind});
+            const DriverData* const home = player.DriverOfSurfaceAt(surface);
+            if (home != nullptr && home != driver) {
+                Refuse(callback.name, field.name,
+                       fmt::format("{} is not of this display", player.DescribeObject(surface)));
+            }
+        }
     }
     for (const Rule& rule : kFields) {
         if (rule.entry == callback.name) {
