@@ -75,6 +75,7 @@ most_bytes() {
   case $1 in
     script) echo 65536 ;;
     capture | words | dll) echo 16384 ;;
+    interface | snapshot | text) echo 1024 ;;
     *) echo 4096 ;;
   esac
 }
@@ -134,13 +135,15 @@ fuzz() {
 if [ -n "$keep" ]; then
   target=${chosen[0]}
   kept=$root/tests/fuzz/corpus/$target
-  # Those that were chosen before have sums for names, finds have names that people gave them.
-  chosen_before=$work/chosen-before
-  rm -rf "$chosen_before"
-  mkdir -p "$work/corpus/$target" "$chosen_before"
-  find "$kept" -type f -regextype posix-extended -regex '.*/[0-9a-f]{40}' -exec mv -t "$chosen_before" {} +
-  "$fuzzer" --target="$target" -merge=1 -use_counters=0 -max_len="$(most_bytes "$target")" -timeout=60 \
-    "$kept" "$chosen_before" "$work/corpus/$target" >"$work/$target.keep.log" 2>&1 ||
+  # Those that were chosen before have sums for names, finds have names that people gave them. Of the rest
+  # the small ones will do.
+  choice=$work/choice
+  rm -rf "$choice"
+  mkdir -p "$work/corpus/$target" "$choice"
+  find "$kept" -type f -regextype posix-extended -regex '.*/[0-9a-f]{40}' -exec mv -t "$choice" {} +
+  find "$work/corpus/$target" -type f -size -1537c -exec cp -t "$choice" {} +
+  "$fuzzer" --target="$target" -merge=1 -use_counters=0 -max_len=65536 -timeout=60 "$kept" "$choice" \
+    >"$work/$target.keep.log" 2>&1 ||
     complain "no inputs could be chosen: $work/$target.keep.log tells why"
   echo "$target: $(find "$kept" -type f | wc -l) inputs, $(find "$kept" -type f -printf '%s\n' |
     awk '{sum += $1} END {print sum + 0}') bytes"
