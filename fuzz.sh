@@ -110,7 +110,7 @@ fuzz() {
   # It goes on behind a find, in a process of its own.
   # shellcheck disable=SC2046 # several folders
   (cd "$work" && "$fuzzer" --target="$target" -fork=1 -ignore_crashes=1 -ignore_timeouts=1 -ignore_ooms=1 \
-    -max_total_time=$((minutes * 60)) -max_len="$(most_bytes "$target")" -timeout=60 -report_slow_units=1000 -rss_limit_mb=2560 \
+    -max_total_time=$((minutes * 60)) -max_len="$(most_bytes "$target")" -timeout=60 -entropic=0 -report_slow_units=1000 -rss_limit_mb=2560 \
     -artifact_prefix="$work/finds/$target/" "$work/corpus/$target" "$root/tests/fuzz/corpus/$target" \
     $(seeds "$target")) >"$log" 2>&1 || true
   for find in "$work/finds/$target"/*; do
