@@ -103,7 +103,7 @@ minimise() {
 
 # fuzz TARGET: says what was done; false if it found something.
 fuzz() {
-  local target=$1 log=$work/$1.log known find new=()
+  local target=$1 log=$work/$1.log known find executions edges new=()
   mkdir -p "$work/corpus/$target" "$work/finds/$target"
   known=$(ls "$work/finds/$target")
   echo "$target: $minutes minutes, finds go to $work/finds/$target"
@@ -119,9 +119,12 @@ fuzz() {
       new+=("$find")
     fi
   done
-  # The last line of the kind "#1234: cov: 56 ft: 78 corp: 9 ...".
-  sed -nE 's/^#([0-9]+): cov: ([0-9]+) ft: [0-9]+ corp: ([0-9]+).*/  \1 executions, \2 edges, \3 inputs kept/p' \
-    "$log" | tail -1
+  # Of lines of the kind "#1234: cov: 56 ft: 78 corp: 9 ...". What is covered is counted by one process.
+  executions=$(sed -nE 's/^#([0-9]+): cov: .*/\1/p' "$log" | tail -1)
+  edges=$("$fuzzer" --target="$target" -runs=0 -max_len="$(most_bytes "$target")" "$work/corpus/$target" \
+    "$root/tests/fuzz/corpus/$target" 2>&1 | sed -nE 's/^#[0-9]+\s+DONE\s+cov: ([0-9]+).*/\1/p')
+  echo "  ${executions:-0} executions, ${edges:-0} edges covered," \
+    "$(find "$work/corpus/$target" -type f | wc -l) inputs kept"
   [ ${#new[@]} -eq 0 ] && echo "  no finds" && return
   echo "  ${#new[@]} finds:"
   for find in "${new[@]}"; do

@@ -62,6 +62,9 @@ constexpr Hostile kHostile[] = {
      "null"},
     {"video-no-info", 2,
      "7: /steps/2: UpdateVideoPort: lpVideoInfo: expected memory of 64 bytes, got null"},
+    {"video-port-of-nobody", 2,
+     "8: /steps/3: DestroyVideoPort: lpVideoPort.lpDD: expected a display, got an object that has "
+     "no name here"},
     {"blt-no-destination", 2, "9: /steps/3: Blt: lpDDDestSurface: expected a surface, got null"},
     {"flip-no-target", 2, "9: /steps/3: Flip: lpSurfTarg: expected a surface, got null"},
     {"lock-nothing", 2, "7: /steps/2: Lock: lpDDSurface: expected a surface, got null"},

@@ -214,6 +214,12 @@ const host::Surface* Player::SurfaceAt(uint32_t address) {
     return nullptr;
 }
 
+bool Player::IsLocalObject(uint32_t address) const {
+    return std::ranges::any_of(displays_, [&](const auto& one) {
+        return one.second.directDraw && address == AddressOf(one.second.directDraw->Local());
+    });
+}
+
 DriverData* Player::DriverOfSurfaceAt(uint32_t address) {
     for (const auto& [name, one] : surfaces_) {
         if (address == AddressOf(one.surface->Local()) ||

@@ -108,6 +108,8 @@ class Player {
     void AddContext(const std::string& name, PlayedContext context);
     // The surface whose record or interface lies there, or null.
     const host::Surface* SurfaceAt(uint32_t address);
+    // Whether the local DirectDraw object of a started display lies there.
+    bool IsLocalObject(uint32_t address) const;
     // The driver's record of the display whose surface has its record or interface there, or null.
     DriverData* DriverOfSurfaceAt(uint32_t address);
     // The display that an export reaches by `driver`, or by null: it has started. Null for none.

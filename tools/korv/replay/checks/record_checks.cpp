@@ -292,6 +292,19 @@ void CheckBlt(Player& player, const DDHAL_BLTDATA& data) {
     }
 }
 
+// A port says whose it is, and the driver goes by that.
+void CheckVideoPort(Player& player, std::string_view entry, uint32_t port) {
+    if (port == 0) {
+        return;
+    }
+    NeedRoom(player, entry, "lpVideoPort", port, sizeof(DDRAWI_DDVIDEOPORT_LCL));
+    const uint32_t owner = AddressOf(At<DDRAWI_DDVIDEOPORT_LCL>(port).lpDD);
+    if (owner != 0 && !player.IsLocalObject(owner)) {
+        Refuse(entry, "lpVideoPort.lpDD",
+               "expected a display, got " + player.DescribeObject(owner));
+    }
+}
+
 void CheckVideoUpdate(Player& player, const DDHAL_UPDATEVPORTDATA& data) {
     constexpr std::string_view kEntry = "UpdateVideoPort";
     if (data.dwFlags != DDRAWI_VPORTSTART && data.dwFlags != DDRAWI_VPORTUPDATE) {
@@ -426,6 +439,9 @@ void CheckCall(Player& player, const CallbackType& callback, DriverData* driver,
         if (rule.entry == callback.name) {
             Apply(player, rule, driver, ReadField(record, *FindField(type, rule.field)));
         }
+    }
+    if (const auto port = FindField(type, "lpVideoPort")) {
+        CheckVideoPort(player, callback.name, ReadField(record, *port));
     }
     if (callback.name == "Blt") {
         CheckBlt(player, *static_cast<const DDHAL_BLTDATA*>(record));
