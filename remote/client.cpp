@@ -54,7 +54,9 @@ void AddTiming(Payload& payload, const board::Timing& timing) {
 } // namespace
 
 Client::Client(const Options& options)
-    : options_(options), program_(options.program), channel_(program_.Socket(), options.timeout) {
+    : options_(options),
+      program_(options.socket < 0 ? Program(options.program) : Program(options.socket)),
+      channel_(program_.Socket(), options.timeout) {
     Hello(options.name);
 }
 

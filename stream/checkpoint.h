@@ -56,6 +56,7 @@ struct Checkpoint {
     std::map<uint32_t, PagedMemory> host; // by bus address
     board::VideoSignal signal;
     bool plugged = false; // into the video port
+    uint64_t linesPerSecond = 0, videoLines = 0;
     std::vector<ToldLine> lines;
     uint32_t latestRead = 0;
     std::vector<PlayedDifference> differences;

@@ -86,6 +86,8 @@ Checkpoint Player::Keep(const Checkpoint* before) {
     }
     video_->Keep(checkpoint);
     checkpoint.plugged = plugged_;
+    checkpoint.linesPerSecond = linesPerSecond_;
+    checkpoint.videoLines = videoLines_;
     checkpoint.latestRead = latestRead_;
     checkpoint.differences = differences_;
     checkpoint.differenceCount = differenceCount_;
@@ -113,6 +115,8 @@ void Player::Return(const Checkpoint& checkpoint) {
     checkpoint.frameBuffer.CopyTo(board_->FrameBuffer());
     checkpoint.localBuffer.CopyTo(board_->LocalBuffer());
     plugged_ = checkpoint.plugged;
+    linesPerSecond_ = checkpoint.linesPerSecond;
+    videoLines_ = checkpoint.videoLines;
     board_->SetVideoSource(plugged_ ? video_.get() : nullptr);
     video_->Return(checkpoint);
     if (const auto wrong = board_->Restore(checkpoint.state)) {
@@ -209,6 +213,8 @@ void Player::Play(const Event& event) {
             video_->SetSignal(*event.signal);
         }
         plugged_ = event.signal != nullptr;
+        linesPerSecond_ =
+            plugged_ ? uint64_t{event.signal->fieldsPerSecond} * event.signal->linesPerField : 0;
         board.SetVideoSource(plugged_ ? video_.get() : nullptr);
         break;
     case EventKind::VideoLine:
@@ -236,8 +242,13 @@ void Player::Play(const Event& event) {
 // A damaged capture must not keep the board counting lines of video for ever.
 void Player::PassTime(uint64_t microseconds) {
     constexpr uint64_t kLongestSession = 1'000'000'000'000; // eleven days
+    constexpr uint64_t kMostVideoLines = 1'000'000'000;     // nine hours of a usual source
     if (microseconds > kLongestSession - std::min(board_->Microseconds(), kLongestSession)) {
         throw StreamError("more time passes than a session may have, at " + TextOf(at_));
+    }
+    videoLines_ += microseconds / 1000 * linesPerSecond_ / 1000;
+    if (videoLines_ > kMostVideoLines) {
+        throw StreamError("more lines of video pass than a session may have, at " + TextOf(at_));
     }
 }
 

@@ -66,6 +66,7 @@ class Player {
     std::map<uint32_t, std::vector<uint8_t>> host_; // memory of the machine, by bus address
     Position at_;                                   // of the event being played
     bool plugged_ = false;                          // into the video port
+    uint64_t linesPerSecond_ = 0, videoLines_ = 0;  // of what is plugged in; that have passed
     uint32_t latestRead_ = 0;
     std::vector<Difference> differences_;
     uint64_t differenceCount_ = 0;

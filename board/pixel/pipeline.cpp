@@ -287,6 +287,9 @@ void WatchSpan(const PipelineState& state, const RowPlan* plan, const Span& span
                           updates ? &state.localUpdate.target : nullptr,
                           state.depth.plane.memory != state.pixels.memory,
                           state.copy.way == CopyState::Way::Packed};
+    if (probe.Skips(wanted)) {
+        return;
+    }
     if (probe.Wants(wanted)) {
         Draw(state, nullptr, span, row, pick, faults, Watched(probe, state));
     } else {

@@ -130,6 +130,8 @@ struct SetupReport {
 class PixelProbe {
   public:
     virtual ~PixelProbe() = default;
+    // True: nothing of this row is drawn. For those who bound what a primitive may cost.
+    virtual bool Skips(const PixelRow& row) { return (void)row, false; }
     // False: nothing of this row needs to be told, and it may be drawn at once.
     virtual bool Wants(const PixelRow& row) { return (void)row, true; }
     // A write has got into the input FIFO, and one leaves it and is carried out: the oldest there.
