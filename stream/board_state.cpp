@@ -30,7 +30,7 @@ uint64_t NumberIn(const board::Snapshot& snapshot, const char* name) {
 } // namespace
 
 std::string WrittenBy::Text() const {
-    return (word ? "word:" : "event:") + std::to_string(number);
+    return PlaceAt({.event = number, .word = number}, word).Text();
 }
 
 void StateReader::Note(const Event& event, const Position& at) {

@@ -59,17 +59,12 @@ std::string InFlight(const stream::BoardState& state) {
     return parts.empty() ? "nothing" : fmt::format("{}", fmt::join(parts, "; "));
 }
 
-Json PlaceToJson(const stream::Position& at) {
-    return {{"event", at.event},   {"word", at.word},    {"calls", at.call},
-            {"batches", at.batch}, {"frames", at.frame}, {"steps", at.step}};
-}
-
 Json WriterToJson(const stream::HeldRegister& held) {
     return held.writer ? Json(held.writer->Text()) : Json();
 }
 
 void TellJson(const stream::BoardState& state, Console& console) {
-    Json json{{"at", PlaceToJson(state.at)}, {"microseconds", state.microseconds}};
+    Json json{{"at", stream::ToJson(state.at)}, {"microseconds", state.microseconds}};
     json["inFlight"] = {{"inputFifo", state.waiting},
                         {"burstWordsLeft", state.burstWordsLeft},
                         {"dmaAddress", state.dmaAddress},
@@ -118,8 +113,8 @@ void Tell(const StateArguments& arguments, const stream::BoardState& state, Cons
 
 void TellDifference(const StateArguments& arguments, const stream::BoardState& here,
                     const stream::BoardState& there, Console& console) {
-    Json json{{"from", PlaceToJson(here.at)},
-              {"to", PlaceToJson(there.at)},
+    Json json{{"from", stream::ToJson(here.at)},
+              {"to", stream::ToJson(there.at)},
               {"registers", Json::array()}};
     Listing listing(console.out);
     if (!arguments.json) {

@@ -7,6 +7,7 @@
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/raw_screen.h"
 #include "tools/korv/commands/cli/stream_options.h"
+#include "tools/korv/commands/cli/stream_pictures.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -106,13 +107,15 @@ class Why {
         if (surface.empty() && !raw) {
             surface = input_.Run([&] { return DrawnSurface(input_.Source(), arguments_.to); });
         }
+        std::optional<stream::SurfaceLayout> target;
+        if (raw && !surface.empty()) {
+            target = input_.Run([&] { return RawTarget(surface); });
+        }
         stream::Player player(input_.Source());
         stream::PixelHistory history(player, surface, pixel_.x, pixel_.y);
         if (raw) {
-            if (!surface.empty()) {
-                throw UsageError("raw words have no surfaces: '--surface' is for captures");
-            }
-            history.SetScreen(SetUpRawScreen(player, arguments_.screen, arguments_.stream.chip));
+            const auto screen = SetUpRawScreen(player, arguments_.screen, arguments_.stream.chip);
+            history.SetScreen(target.value_or(screen));
         }
         const bool reached =
             input_.Run([&] { return history.Run(arguments_.from, arguments_.to); });
@@ -146,6 +149,20 @@ class Why {
     }
 
   private:
+    // What raw words have as their "target" or "depth" at the end of what is looked at.
+    stream::SurfaceLayout RawTarget(const std::string& name) {
+        stream::Source& source = input_.Source();
+        stream::Player player(source);
+        StreamPictures pictures(player, arguments_.stream.file);
+        pictures.SetScreen(SetUpRawScreen(player, arguments_.screen, arguments_.stream.chip));
+        stream::Event event;
+        while (!HasReached(arguments_.to, source.At()) && player.Step(event)) {
+        }
+        const stream::SurfaceLayout layout = pictures.Drawn(name);
+        source.Seek({});
+        return layout;
+    }
+
     // --- texts ---
 
     // A value of the surface: its bits, and the colour that they are.
@@ -226,36 +243,31 @@ class Why {
                            place.byte);
     }
 
-    // Where a moment is, as places of a stream.
-    static std::string Where(const PixelMoment& moment) {
+    // Where a moment is, and whether a word of the stream stands there. Its call is the one whose
+    // doing it was, which may have returned long before.
+    struct Where {
+        stream::Position at;
+        bool word;
+    };
+    static Where WhereOf(const PixelMoment& moment) {
         const bool drawn = moment.what == What::Drawn || moment.what == What::Cut;
-        if (drawn && moment.by.known) {
-            return moment.by.word ? fmt::format("word:{}", moment.by.at.word)
-                                  : fmt::format("event:{}", moment.by.at.event);
-        }
-        return fmt::format("event:{}", moment.at.event);
-    }
-    static const stream::Position& PlaceOf(const PixelMoment& moment) {
-        const bool drawn = moment.what == What::Drawn || moment.what == What::Cut;
-        return drawn && moment.by.known ? moment.by.at : moment.at;
-    }
-    static std::optional<uint64_t> CallOf(const PixelMoment& moment) {
-        return moment.what == What::Stored ? moment.call : moment.by.call;
+        const bool known = drawn && moment.by.known;
+        Where where{known ? moment.by.at : moment.at, known && moment.by.word};
+        const auto call = moment.what == What::Stored ? moment.call : moment.by.call;
+        where.at.call = call ? *call + 1 : 0;
+        return where;
     }
 
-    std::string Around(const stream::PixelHistory& history, const PixelMoment& moment) const {
-        const stream::Position& at = PlaceOf(moment);
+    std::string Around(const stream::PixelHistory& history, const PixelMoment& moment,
+                       const stream::Position& at) const {
         std::vector<std::string> parts;
-        if (at.batch != 0) {
-            parts.push_back(fmt::format("batch:{}", at.batch - 1));
-        }
-        parts.push_back(fmt::format("frame:{}", at.frame));
-        if (at.step != 0) {
-            parts.push_back(fmt::format("step:{} \"{}\"", at.step - 1,
-                                        Printable(history.StepName(at.step - 1))));
-        }
-        if (const auto call = CallOf(moment)) {
-            parts.push_back(fmt::format("call:{} {}", *call, Printable(history.CallName(*call))));
+        for (const stream::Place& place : stream::Around(at)) {
+            parts.push_back(place.Text());
+            if (place.kind == stream::Place::Kind::Step) {
+                parts.back() += fmt::format(" \"{}\"", Printable(history.StepName(place.number)));
+            } else if (place.kind == stream::Place::Kind::Call) {
+                parts.back() += " " + Printable(history.CallName(place.number));
+            }
         }
         if (moment.inPrimitive && moment.by.primitive) {
             std::string text = fmt::format("primitive {}", *moment.by.primitive);
@@ -311,9 +323,11 @@ class Why {
             if (!out) {
                 break;
             }
-            fmt::print(out, "\n{}{}{}  {}{}{}\n", listing.Escape(Colour::Heading), Where(moment),
-                       listing.Escape(Colour::Plain), listing.Escape(Colour::Dim),
-                       Around(history, moment), listing.Escape(Colour::Plain));
+            const Where where = WhereOf(moment);
+            fmt::print(out, "\n{}{}{}  {}{}{}\n", listing.Escape(Colour::Heading),
+                       stream::PlaceAt(where.at, where.word).Text(), listing.Escape(Colour::Plain),
+                       listing.Escape(Colour::Dim), Around(history, moment, where.at),
+                       listing.Escape(Colour::Plain));
             switch (moment.what) {
             case What::Drawn:
             case What::Cut:
@@ -355,9 +369,6 @@ class Why {
                 {"before", element.before},
                 {"after", element.after},
                 {"written", element.written}};
-    }
-    static Json OrNull(const std::optional<uint64_t>& value) {
-        return value ? Json(*value) : Json();
     }
     static Json ValueToJson(const std::optional<uint32_t>& value) {
         return value ? Json(*value) : Json();
@@ -418,18 +429,12 @@ class Why {
         constexpr const char* kWhat[] = {"drawn", "cut", "stored", "moved"};
         Json moments = Json::array();
         for (const PixelMoment& moment : history.Moments()) {
-            const stream::Position& at = PlaceOf(moment);
-            Json json{{"what", kWhat[static_cast<int>(moment.what)]},
-                      {"place", Where(moment)},
-                      {"event", moment.at.event},
-                      {"word", at.word},
-                      {"batch", at.batch != 0 ? Json(at.batch - 1) : Json()},
-                      {"frame", at.frame},
-                      {"step", at.step != 0 ? Json(at.step - 1) : Json()}};
-            const auto call = CallOf(moment);
-            json["call"] = OrNull(call);
-            if (call) {
-                json["callName"] = history.CallName(*call);
+            const Where where = WhereOf(moment);
+            Json json{{"what", kWhat[static_cast<int>(moment.what)]}};
+            json.update(stream::ToJson(where.at, where.word));
+            json["event"] = moment.at.event;
+            if (where.at.call != 0) {
+                json["callName"] = history.CallName(where.at.call - 1);
             }
             if (moment.inPrimitive && moment.by.primitive) {
                 json["primitive"] = *moment.by.primitive;
@@ -480,7 +485,8 @@ source (of a copy, inside the memory), key (colour key or chroma test), alpha, d
 which stops nothing. Tests of bounds that were passed are left out; --json has all.
 
 The surface is, unless --surface names another: what the latest picture was taken of; else the
-target of the latest context; else the screen.
+target of the latest context; else the screen. Raw words have a screen, where --base says, a target
+and a depth, where the registers say at the end.
 
 A PLACE is a word's number (1234 or word:1234), event:N, call:N, batch:N, frame:N, step:N,
 mark:NAME, start or end; all count from 0, and the place is where that begins.
@@ -491,6 +497,7 @@ Examples:
   korv why tx.korv 100,50 --from step:20 --to step:30
   korv why tx.korv 100,50 --surface back --json
   korv why words.bin 10,10 --chip permedia --size 320x240
+  korv why words.bin 10,10 --chip permedia --surface depth
 )";
 
 void SetUpWhy(CLI::App& command, Console& console) {
