@@ -214,8 +214,12 @@ void Checks::Before(size_t step, Player& player) {
         vddBlocks_ = host::TheMiniVdd().LiveBlocks();
     }
     blitted_.reset();
-    if (!illegal_ && !lossExplained_) {
-        ExpectBlit(player);
+    triangles_.reset();
+    if (!illegal_) {
+        triangles_ = TriangleCheck::Of(steps_, at_, player, untouched_);
+        if (!lossExplained_) {
+            ExpectBlit(player);
+        }
     }
 }
 
@@ -242,6 +246,14 @@ void Checks::After(size_t, Player& player, const Outcome& outcome) {
     CheckResult(outcome);
     CheckHeaps(player);
     CheckBlit(player, outcome);
+    if (triangles_) {
+        const auto problem = triangles_->Problem(player);
+        CheckFaults(player);
+        if (problem && !lossExplained_) {
+            throw Violation("triangles", at_,
+                            fmt::format("context '{}': {}", Field("context"), *problem));
+        }
+    }
     if (untouched_ && MovesSurfaces(kind)) {
         TakeShadows(player);
     }

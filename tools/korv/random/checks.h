@@ -1,6 +1,7 @@
 #pragma once
 // What must hold all along a session, whatever its steps are.
 #include "tools/korv/random/session.h"
+#include "tools/korv/random/triangle_check.h"
 #include "tools/korv/replay/script.h"
 
 #include <map>
@@ -83,7 +84,8 @@ class Checks : public StepWatch {
     std::map<const uint8_t*, Shadow> shadows_;
     // Of a blit that the processor can do as well: the pixels that must come of it.
     std::optional<Pixels> blitted_;
-    size_t heapBlocks_ = 0, vddBlocks_ = 0; // before and behind the start of displays
+    std::optional<TriangleCheck> triangles_; // of triangles that the reference rasteriser knows
+    size_t heapBlocks_ = 0, vddBlocks_ = 0;  // before and behind the start of displays
     size_t heapAtStart_ = 0, vddAtStart_ = 0;
     std::map<std::string, int> clientBlocks_;                 // by display
     std::map<std::string, std::unique_ptr<ContextTap>> taps_; // by display

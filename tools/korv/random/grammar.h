@@ -106,6 +106,8 @@ class Grammar {
     bool UseTexture();
     bool EndTexture();
     bool Triangles();
+    // Those that the reference rasteriser knows.
+    bool KnownTriangles();
     bool Lines();
     bool Points();
     bool Execute();
