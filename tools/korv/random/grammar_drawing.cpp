@@ -313,6 +313,11 @@ bool Grammar::KnownTriangles() {
     if (most < 12 || on.bits < 16) {
         return Triangles();
     }
+    Quiet(context->display);
+    Add({{"do", "colorFill"},
+         {"surface", context->target},
+         {"value", dice_.Word() & (on.bits == 16 ? 0xFFFF : 0xFFFFFFFF)}});
+    displays_[context->display].busy = true;
     OpenScene(*context);
     reference::DrawState state;
     static constexpr uint32_t kCulls[] = {D3DCULL_NONE, D3DCULL_NONE, D3DCULL_CW, D3DCULL_CCW};
