@@ -16,7 +16,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <span>
 
 namespace korv::random {
 
@@ -32,6 +34,19 @@ uint64_t Hash(const void* data, size_t bytes, uint64_t hash = 0xCBF29CE484222325
     }
     for (; bytes != 0; --bytes, ++at) {
         hash = (hash ^ *at) * 0x100000001B3u;
+    }
+    return hash;
+}
+
+// Of a memory, most of which is zero.
+uint64_t HashMemory(std::span<const uint8_t> memory) {
+    static constexpr std::array<uint8_t, 4096> kZeroes{};
+    uint64_t hash = 0;
+    for (size_t at = 0; at < memory.size(); at += kZeroes.size()) {
+        const auto block = memory.subspan(at, std::min(kZeroes.size(), memory.size() - at));
+        if (std::memcmp(block.data(), kZeroes.data(), block.size()) != 0) {
+            hash = Hash(block.data(), block.size(), hash ^ at);
+        }
     }
     return hash;
 }
@@ -517,10 +532,10 @@ void Checks::End(Player& player) {
         ShowScreen(one);
         board::Board& board = one.display->Board();
         trace_.contents[fmt::format("the frame buffer of '{}'", name)] =
-            Hash(one.display->FrameBuffer(), board.FrameBuffer().size());
+            HashMemory({one.display->FrameBuffer(), board.FrameBuffer().size()});
         if (!board.LocalBuffer().empty()) {
             trace_.contents[fmt::format("the local buffer of '{}'", name)] =
-                Hash(one.display->LocalBuffer(), board.LocalBuffer().size());
+                HashMemory({one.display->LocalBuffer(), board.LocalBuffer().size()});
         }
     }
     player.contexts.clear();
