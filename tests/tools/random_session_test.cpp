@@ -142,7 +142,8 @@ TEST(RandomSessionTest, TrianglesAreThoseOfTheReference) {
             steps.push_back(
                 {{"do", "states"},
                  {"context", "c"},
-                 {"states", {{"FILLMODE", "D3DFILL_WIREFRAME"}, {"OVERRIDE FILLMODE", true}}}});
+                 {"states", random::Step::array({random::Step::array({"FILLMODE", 2}),
+                                                 random::Step::array({"OVERRIDE FILLMODE", 1})})}});
         }
         steps.push_back({{"do", "states"}, {"context", "c"}, {"states", random::StatesOf({})}});
         steps.push_back({{"do", "triangles"},
