@@ -33,12 +33,7 @@ uint64_t NumberIn(const board::Snapshot& snapshot, const char* name) {
 } // namespace
 
 std::string WrittenBy::Text() const {
-    return (word ? "word:" : "event:") + std::to_string(number);
-}
-
-nlohmann::ordered_json ToJson(const Position& at) {
-    return {{"event", at.event},   {"word", at.word},    {"calls", at.call},
-            {"batches", at.batch}, {"frames", at.frame}, {"steps", at.step}};
+    return PlaceAt({.event = number, .word = number}, word).Text();
 }
 
 nlohmann::ordered_json ToJson(const BoardState& state) {

@@ -45,8 +45,6 @@ struct BoardState {
 
 // The object of `korv state --json`, which docs/captures.md defines.
 nlohmann::ordered_json ToJson(const BoardState& state);
-// {"event", "word", "calls", "batches", "frames", "steps"}.
-nlohmann::ordered_json ToJson(const Position& at);
 
 // Who wrote which register last, as a stream goes by.
 class WriterLog {

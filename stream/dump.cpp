@@ -179,9 +179,7 @@ class Dumper {
     // A column in front of lines that do not follow each other.
     void AppendPlace(const Event& event) {
         constexpr size_t kColumn = 14;
-        const bool word = event.IsWord();
-        std::string place =
-            (word ? "word:" : "event:") + std::to_string(word ? before_.word : before_.event);
+        std::string place = PlaceAt(before_, event.IsWord()).Text();
         place.resize(std::max(place.size() + 1, kColumn), ' ');
         lines_ += place;
     }
@@ -361,7 +359,7 @@ class Dumper {
         lines_ += ':' + std::to_string(number) + options_.plain;
         lines_ += ends ? " ends" : "";
         if (mark.kind == MarkKind::Batch || ends) {
-            lines_ += " at word:" + std::to_string(before_.word);
+            lines_ += " at " + PlaceAt(before_).Text();
             lines_ += mark.kind == MarkKind::Batch && mark.fields.empty() ? " by FIFO" : "";
         }
         lines_ += text + '\n';

@@ -28,9 +28,11 @@ PixelPlace PlaceOf(const SurfaceLayout& surface, uint32_t x, uint32_t y) {
     return place;
 }
 
-std::string PixelMoment::Where() const {
-    return HasCommand() && by.word ? "word:" + std::to_string(by.at.word)
-                                   : "event:" + std::to_string(From().event);
+Position PixelMoment::From() const {
+    Position from = HasCommand() ? by.at : at;
+    const auto caller = what == What::Stored ? call : by.call;
+    from.call = caller ? *caller + 1 : 0;
+    return from;
 }
 
 PixelHistory::PixelHistory(Player& player, std::string surface, uint32_t x, uint32_t y)

@@ -46,12 +46,10 @@ struct PixelMoment {
     std::optional<PixelPlace> place;
     MarkKind cause{};
 
-    // Whose doing it is, as a place: "word:1234", "event:500".
-    std::string Where() const;
-    // What lies before that.
-    const Position& From() const { return HasCommand() ? by.at : at; }
-    // The call of the driver, if it was in one.
-    std::optional<uint64_t> Caller() const { return what == What::Stored ? call : by.call; }
+    // Where the one stands whose doing it is. Its call may have returned long before.
+    Position From() const;
+    // Whether a word of the stream stands there.
+    bool AtWord() const { return HasCommand() && by.word; }
 
   private:
     bool HasCommand() const { return (what == What::Drawn || what == What::Cut) && by.known; }

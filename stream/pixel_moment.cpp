@@ -57,24 +57,13 @@ Json OrNull(const std::optional<Number>& value) {
     return value ? Json(*value) : Json();
 }
 
-// The latest of what is counted; null before the first.
-Json Latest(uint64_t count) {
-    return count != 0 ? Json(count - 1) : Json();
-}
-
 Json MomentToJson(const PixelHistory& history, const PixelMoment& moment, const Reading& reading) {
-    const Position& at = moment.From();
-    Json json{{"what", kWhat[static_cast<int>(moment.what)]},
-              {"place", moment.Where()},
-              {"event", moment.at.event},
-              {"word", at.word},
-              {"batch", Latest(at.batch)},
-              {"frame", at.frame},
-              {"step", Latest(at.step)}};
-    const auto call = moment.Caller();
-    json["call"] = OrNull(call);
-    if (call) {
-        json["callName"] = history.CallName(*call);
+    const Position from = moment.From();
+    Json json{{"what", kWhat[static_cast<int>(moment.what)]}};
+    json.update(ToJson(from, moment.AtWord()));
+    json["event"] = moment.at.event;
+    if (from.call != 0) {
+        json["callName"] = history.CallName(from.call - 1);
     }
     if (moment.inPrimitive && moment.by.primitive) {
         json["primitive"] = *moment.by.primitive;

@@ -56,7 +56,7 @@ TEST(ConformCommand, TellsWhatABrokenBoardDoesAndByWhichWord) {
                                        "fog/before-blend-0@sx", "--case", "blend/off@sx"});
     EXPECT_EQ(result.code, 1);
     EXPECT_EQ(result.out, "failed fog/before-blend-0@sx: pixel 4, 4 of colour is 40FFFFFF, "
-                          "expected 409090EF, the first of 576 wrong pixels; by word 41: Render "
+                          "expected 409090EF, the first of 576 wrong pixels; by word:41: Render "
                           "Primitive=Trapezoid Fog=1\n\n"
                           "unit    sx\nblend    1\nfog    0/1\n"
                           "1 of 2 cases passed, 1 failed\n");

@@ -6,6 +6,7 @@
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/raw_screen.h"
 #include "tools/korv/commands/cli/stream_options.h"
+#include "tools/korv/commands/cli/stream_pictures.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -95,13 +96,15 @@ class Why {
         if (surface.empty() && !raw) {
             surface = input_.Run([&] { return DrawnSurface(input_.Source(), arguments_.to); });
         }
+        std::optional<stream::SurfaceLayout> target;
+        if (raw && !surface.empty()) {
+            target = input_.Run([&] { return RawTarget(surface); });
+        }
         stream::Player player(input_.Source());
         stream::PixelHistory history(player, surface, pixel_.x, pixel_.y);
         if (raw) {
-            if (!surface.empty()) {
-                throw UsageError("raw words have no surfaces: '--surface' is for captures");
-            }
-            history.SetScreen(SetUpRawScreen(player, arguments_.screen, arguments_.stream.chip));
+            const auto screen = SetUpRawScreen(player, arguments_.screen, arguments_.stream.chip);
+            history.SetScreen(target.value_or(screen));
         }
         const bool reached =
             input_.Run([&] { return history.Run(arguments_.from, arguments_.to); });
@@ -135,6 +138,20 @@ class Why {
     }
 
   private:
+    // What raw words have as their "target" or "depth" at the end of what is looked at.
+    stream::SurfaceLayout RawTarget(const std::string& name) {
+        stream::Source& source = input_.Source();
+        stream::Player player(source);
+        StreamPictures pictures(player, arguments_.stream.file);
+        pictures.SetScreen(SetUpRawScreen(player, arguments_.screen, arguments_.stream.chip));
+        stream::Event event;
+        while (!HasReached(arguments_.to, source.At()) && player.Step(event)) {
+        }
+        const stream::SurfaceLayout layout = pictures.Drawn(name);
+        source.Seek({});
+        return layout;
+    }
+
     // --- texts ---
 
     // A value of the surface: its bits, and the colour that they are.
@@ -212,18 +229,14 @@ class Why {
     }
 
     std::string Around(const stream::PixelHistory& history, const PixelMoment& moment) const {
-        const stream::Position& at = moment.From();
         std::vector<std::string> parts;
-        if (at.batch != 0) {
-            parts.push_back(fmt::format("batch:{}", at.batch - 1));
-        }
-        parts.push_back(fmt::format("frame:{}", at.frame));
-        if (at.step != 0) {
-            parts.push_back(fmt::format("step:{} \"{}\"", at.step - 1,
-                                        Printable(history.StepName(at.step - 1))));
-        }
-        if (const auto call = moment.Caller()) {
-            parts.push_back(fmt::format("call:{} {}", *call, Printable(history.CallName(*call))));
+        for (const stream::Place& place : stream::Around(moment.From())) {
+            parts.push_back(place.Text());
+            if (place.kind == stream::Place::Kind::Step) {
+                parts.back() += fmt::format(" \"{}\"", Printable(history.StepName(place.number)));
+            } else if (place.kind == stream::Place::Kind::Call) {
+                parts.back() += " " + Printable(history.CallName(place.number));
+            }
         }
         if (moment.inPrimitive && moment.by.primitive) {
             std::string text = fmt::format("primitive {}", *moment.by.primitive);
@@ -273,7 +286,8 @@ class Why {
             if (!out) {
                 break;
             }
-            fmt::print(out, "\n{}{}{}  {}{}{}\n", listing.Escape(Colour::Heading), moment.Where(),
+            fmt::print(out, "\n{}{}{}  {}{}{}\n", listing.Escape(Colour::Heading),
+                       stream::PlaceAt(moment.From(), moment.AtWord()).Text(),
                        listing.Escape(Colour::Plain), listing.Escape(Colour::Dim),
                        Around(history, moment), listing.Escape(Colour::Plain));
             switch (moment.what) {
@@ -333,7 +347,8 @@ source (of a copy, inside the memory), key (colour key or chroma test), alpha, d
 which stops nothing. Tests of bounds that were passed are left out; --json has all.
 
 The surface is, unless --surface names another: what the latest picture was taken of; else the
-target of the latest context; else the screen.
+target of the latest context; else the screen. Raw words have a screen, where --base says, a target
+and a depth, where the registers say at the end.
 
 A PLACE is a word's number (1234 or word:1234), event:N, call:N, batch:N, frame:N, step:N,
 mark:NAME, start or end; all count from 0, and the place is where that begins.
@@ -344,6 +359,7 @@ Examples:
   korv why tx.korv 100,50 --from step:20 --to step:30
   korv why tx.korv 100,50 --surface back --json
   korv why words.bin 10,10 --chip permedia --size 320x240
+  korv why words.bin 10,10 --chip permedia --surface depth
 )";
 
 void SetUpWhy(CLI::App& command, Console& console) {

@@ -1,5 +1,6 @@
 #pragma once
 // What every command that reads a stream can be told, and how it opens it.
+#include "stream/error.h"
 #include "stream/source.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/commands/cli/raw_board.h"

@@ -1,4 +1,4 @@
-#include "tests/system/texture.h"
+#include "tools/korv/reference/texture.h"
 
 #include "driver/platform/d3dhal.h"
 
@@ -7,7 +7,7 @@
 #include <cmath>
 #include <stdexcept>
 
-namespace test {
+namespace korv::reference {
 
 namespace {
 
@@ -110,4 +110,4 @@ Texel SampleLinear(const Texture& texture, double u, double v, uint32_t address)
     return mixed;
 }
 
-} // namespace test
+} // namespace korv::reference

@@ -1,11 +1,11 @@
-#include "tests/system/reference.h"
+#include "tools/korv/reference/reference.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <stdexcept>
 
-namespace test {
+namespace korv::reference {
 
 namespace {
 
@@ -114,6 +114,19 @@ Reference::Reference(uint32_t width, uint32_t height, uint32_t background, const
     : width_(width), height_(height), traits_(traits),
       colour_(width * height * kScale * kScale, Rgb(background)), depth_(colour_.size(), 1e9),
       layers_(colour_.size()) {}
+
+Reference::Reference(const Image& background, const ChipTraits& traits)
+    : Reference(background.width, background.height, 0, traits) {
+    for (uint32_t y = 0; y < height_ * kScale; ++y) {
+        for (uint32_t x = 0; x < width_ * kScale; ++x) {
+            const uint8_t* pixel = background.At(x / kScale, y / kScale);
+            const size_t at = size_t{y} * width_ * kScale + x;
+            colour_[at] = {double(pixel[0]), double(pixel[1]), double(pixel[2])};
+            // Each pixel is a layer of its own.
+            layers_[at] = ~(uint64_t{y / kScale} << 32 | x / kScale);
+        }
+    }
+}
 
 void Reference::Draw(const Triangle3& triangle) {
     const Vertex& a = triangle.a;
@@ -358,4 +371,4 @@ Verdict CompareInteriors(const Image& picture, const Reference& reference, doubl
     return verdict;
 }
 
-} // namespace test
+} // namespace korv::reference

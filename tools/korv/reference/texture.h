@@ -10,7 +10,7 @@
 #include <optional>
 #include <vector>
 
-namespace test {
+namespace korv::reference {
 
 using Texel = std::array<double, 4>; // red, green, blue, alpha, 0 to 255
 
@@ -49,4 +49,4 @@ uint32_t Addressed(int position, uint32_t size, uint32_t address);
 Texel SampleNearest(const Texture& texture, double u, double v, uint32_t address);
 Texel SampleLinear(const Texture& texture, double u, double v, uint32_t address);
 
-} // namespace test
+} // namespace korv::reference

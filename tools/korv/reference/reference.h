@@ -2,7 +2,7 @@
 // A plain rasteriser in doubles, written from what the interface promises and not from how the
 // driver sets triangles up: what a picture of the same vertices should look like.
 #include "driver/platform/d3dhal.h"
-#include "tests/system/texture.h"
+#include "tools/korv/reference/texture.h"
 
 #include <array>
 #include <cstdint>
@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace test {
+namespace korv::reference {
 
 // The render states that matter for triangles.
 struct DrawState {
@@ -65,9 +65,17 @@ struct ChipTraits {
 // green and one more in red.
 double Brightened(uint32_t channel, int shift);
 
+struct Image {
+    uint32_t width, height;
+    std::vector<uint8_t> rgba;
+    const uint8_t* At(uint32_t x, uint32_t y) const { return &rgba[(y * width + x) * 4]; }
+};
+
 class Reference {
   public:
     Reference(uint32_t width, uint32_t height, uint32_t background, const ChipTraits& traits = {});
+    // Over a picture.
+    explicit Reference(const Image& background, const ChipTraits& traits = {});
     void Draw(const Triangle3& triangle);
 
     // Samples across a pixel, each way: edges that pass between two pixel centres are seen too.
@@ -102,12 +110,6 @@ struct Verdict {
     std::string first;     // the first bad one
 };
 
-struct Image {
-    uint32_t width, height;
-    std::vector<uint8_t> rgba;
-    const uint8_t* At(uint32_t x, uint32_t y) const { return &rgba[(y * width + x) * 4]; }
-};
-
 // Every pixel lies, channel by channel, within `tolerance` of colours that the reference shows
 // there or one pixel away: edges may sit one pixel off, colours may not.
 Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, double tolerance);
@@ -116,4 +118,4 @@ Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, 
 // `tolerance` of the reference's own value.
 Verdict CompareInteriors(const Image& picture, const Reference& reference, double tolerance);
 
-} // namespace test
+} // namespace korv::reference
