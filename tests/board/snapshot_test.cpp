@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstdlib>
 #include <cstring>
@@ -603,6 +604,43 @@ TEST(Snapshot, ABoardOfAnotherMakeIsRefused) {
     another = config;
     another.timing.fifoDepth = 3;
     EXPECT_EQ(refuses(another), "");
+}
+
+// The port's registers are taken at their word, and there is no such buffer to store into.
+TEST(Snapshot, AVideoBufferThatIsNotThereTakesNothing) {
+    const board::Config config = SomeConfig(3);
+    Noise camera;
+    Board board(config);
+    board.SetVideoSource(&camera);
+    board.Write(reg::VSStreamControl, field::VSStreamControl_Enable.Mask());
+    board.Write(reg::VSEndLine, 0xFFFF);
+    board.Write(reg::VSEndPixel, 0xFFFF);
+    const board::VideoSignal signal = camera.Signal();
+    board.Write(reg::VSControl,
+                field::VSControl_Format.Put(0, signal.portWidth == 8 ? 3 : 4) |
+                    (signal.lineReferenceHigh ? field::VSControl_HRefHigh.Mask() : 0) |
+                    (signal.fieldReferenceHigh ? field::VSControl_VRefHigh.Mask() : 0));
+    board.Advance(100'000);
+    const auto bytes = board.Save(Contents::StateAlone);
+    std::string error;
+    const auto whole = board::Snapshot::Parse(bytes, error);
+    auto entries = whole->Entries();
+    ASSERT_EQ(entries.at("video.taking")[0], 1u);
+    auto registers = entries.at("registers.aperture");
+    std::vector<uint8_t> changed(registers.bytes.begin(), registers.bytes.end());
+    changed.at(reg::VSCurrentBuffer / 4 * registers.bytesPerValue) = 7;
+    registers.bytes = changed;
+    entries["registers.aperture"] = registers;
+    ASSERT_EQ(board.Restore(BytesOf(entries)), std::nullopt);
+    std::ranges::fill(board.FrameBuffer(), uint8_t{0});
+    const uint64_t line = 1'000'000 / (signal.fieldsPerSecond * signal.linesPerField) + 1;
+    board.Advance(line);
+    EXPECT_EQ(std::ranges::count(board.FrameBuffer(), uint8_t{0}),
+              static_cast<ptrdiff_t>(board.FrameBuffer().size()));
+    EXPECT_EQ(board::Snapshot::Parse(board.Save(Contents::StateAlone), error)
+                  ->Entries()
+                  .at("video.taking")[0],
+              0u);
 }
 
 TEST(Snapshot, MemoriesMayBeKeptApart) {

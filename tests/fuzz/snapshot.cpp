@@ -4,6 +4,7 @@
 #include "board/snapshot.h"
 
 #include "board/board.h"
+#include "board/video/video_source.h"
 #include "chip/registers.h"
 #include "tests/fuzz/input.h"
 #include "tests/fuzz/work_limit.h"
@@ -14,6 +15,15 @@ namespace fuzz {
 
 namespace {
 
+// Sends a few pixels a line.
+class Camera final : public board::VideoSource {
+  public:
+    board::VideoSignal Signal() const override { return {50, 20, 8, true, true}; }
+    void Line(uint64_t field, uint32_t line, std::vector<uint16_t>& pixels) override {
+        pixels.assign(16, static_cast<uint16_t>(field * 31 + line));
+    }
+};
+
 // A board of little memory, whose work is bounded.
 class SmallBoard {
   public:
@@ -21,6 +31,17 @@ class SmallBoard {
         board_.SetProbe(&drawing_);
         board_.SetMonitor(&ticks_);
         board_.MapMemory(0, guest_.data(), guest_.size() * sizeof guest_[0]);
+        if ((how & 4) != 0) {
+            board_.Write(reg::VSControl, field::VSControl_Format.Put(0, 3) |
+                                             field::VSControl_HRefHigh.Mask() |
+                                             field::VSControl_VRefHigh.Mask());
+            board_.Write(reg::VSEndLine, 18);
+            board_.Write(reg::VSEndPixel, 16);
+            board_.Write(reg::VSBufferStride, 8);
+            board_.Write(reg::VSStreamControl, field::VSStreamControl_Enable.Mask());
+            board_.SetVideoSource(&camera_);
+            board_.Advance(25'000);
+        }
     }
     board::Board& Board() { return board_; }
     void Take(Input& input, uint32_t count) {
@@ -46,6 +67,7 @@ class SmallBoard {
     }
 
     std::vector<uint32_t> guest_ = std::vector<uint32_t>(1024);
+    Camera camera_;
     DrawingLimit drawing_{1u << 17};
     TickLimit ticks_{1u << 16};
     board::Board board_;

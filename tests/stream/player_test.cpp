@@ -134,5 +134,30 @@ TEST(PlayingImpossible, WordsByDmaNeedATransfer) {
     EXPECT_THROW(player.PlayTo(ParsePlace("end")), StreamError);
 }
 
+// A few bytes that would have the board count lines for hours.
+TEST(Player, LinesOfVideoWithoutEndAreRefused) {
+    std::ostringstream out;
+    CaptureWriter writer(out, SmallBoard(), "a test");
+    const board::VideoSignal signal{1000, 65535, 8, true, true};
+    Event event;
+    event.kind = EventKind::VideoSource;
+    event.signal = &signal;
+    writer.Put(event);
+    event = {};
+    event.kind = EventKind::Clock;
+    event.value = 0xFFFFFFFF;
+    writer.Put(event);
+    writer.Finish();
+    std::istringstream in(out.str());
+    const auto source = OpenSource(in);
+    Player player(*source);
+    try {
+        player.PlayTo(ParsePlace("end"));
+        FAIL() << "it was played";
+    } catch (const StreamError& error) {
+        EXPECT_STREQ(error.what(), "more lines of video pass than a session may have, at word 0");
+    }
+}
+
 } // namespace
 } // namespace stream
