@@ -236,7 +236,8 @@ void Client::OnNotice(const Message& message) {
         const uint32_t accesses = parts.Word();
         const std::span<const uint8_t> bytes = parts.Rest();
         std::vector<uint32_t> words(bytes.size() / sizeof(uint32_t));
-        std::memcpy(words.data(), bytes.data(), words.size() * sizeof(uint32_t));
+        std::copy_n(bytes.data(), words.size() * sizeof(uint32_t),
+                    reinterpret_cast<uint8_t*>(words.data()));
         if (listener_ != nullptr) {
             listener_->OnMoved(accesses, words);
         }
