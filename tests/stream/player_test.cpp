@@ -13,32 +13,22 @@ struct Pace {
     board::Timing timing;
 };
 
-board::Timing Slow() {
-    board::Timing timing;
-    timing.fifoDepth = 16;
-    timing.fifoDrainPerTick = 1;
-    timing.dmaWordsPerTick = 2;
-    timing.interruptLatency = 7;
-    timing.fifoReportLag = 3;
-    return timing;
-}
-
-board::Timing Lagging() {
-    board::Timing timing;
-    timing.fifoTicksPerEntry = 3;
-    timing.pixelsPerTick = 8;
-    timing.dmaWordsPerTick = 1;
-    timing.strayOutputWords = 2;
-    timing.microsecondsPerTick = 5;
-    return timing;
-}
-
-board::Timing Standing() {
-    board::Timing timing;
-    timing.microsecondsPerTick = 0;
-    timing.interruptLatency = 4;
-    return timing;
-}
+constexpr board::Timing kLagging{.fifoTicksPerEntry = 3,
+                                 .pixelsPerTick = 8,
+                                 .dmaWordsPerTick = 1,
+                                 .strayOutputWords = 2,
+                                 .microsecondsPerTick = 5};
+constexpr Pace kPaces[] = {
+    {"AtOnce", {}},
+    {"Slow",
+     {.fifoDepth = 16,
+      .fifoDrainPerTick = 1,
+      .fifoReportLag = 3,
+      .dmaWordsPerTick = 2,
+      .interruptLatency = 7}},
+    {"Lagging", kLagging},
+    {"Standing", {.interruptLatency = 4, .microsecondsPerTick = 0}},
+};
 
 class Playing : public testing::TestWithParam<Pace> {};
 
@@ -46,13 +36,8 @@ TEST_P(Playing, IsTheBoardThatWasRecordedAtEveryMark) {
     for (const board::Chip chip : {board::Chip::TX, board::Chip::Permedia2}) {
         for (uint32_t seed = 0; seed < 20; ++seed) {
             SCOPED_TRACE(seed);
-            board::Config config = SmallBoard(chip);
-            config.timing = GetParam().timing;
-            Session session(config, seed);
-            if (seed % 2 == 1) {
-                session.PlugVideo();
-            }
-            session.Run(400);
+            const auto made = SessionOf(chip, GetParam().timing, seed, 400);
+            Session& session = *made;
             std::istringstream in(session.Finish());
             EXPECT_GT(session.Interrupts(), 0u);
 
@@ -79,15 +64,13 @@ TEST_P(Playing, IsTheBoardThatWasRecordedAtEveryMark) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Paces, Playing,
-                         testing::Values(Pace{"AtOnce", {}}, Pace{"Slow", Slow()},
-                                         Pace{"Lagging", Lagging()}, Pace{"Standing", Standing()}),
+INSTANTIATE_TEST_SUITE_P(Paces, Playing, testing::ValuesIn(kPaces),
                          [](const auto& info) { return std::string(info.param.name); });
 
 // The bus is held instead: time passes within an access, and lines of video with it.
 TEST(PlayingHeldBus, TakesLinesThatPassWithinAnAccess) {
     board::Config config = SmallBoard();
-    config.timing = Lagging();
+    config.timing = kLagging;
     config.timing.fifoDepth = 4;
     config.timing.pixelsPerTick = 1;
     config.timing.microsecondsPerTick = 500;

@@ -7,6 +7,7 @@
 #include "stream/checksum.h"
 #include "stream/source.h"
 
+#include <memory>
 #include <random>
 #include <sstream>
 #include <string>
@@ -173,6 +174,19 @@ class Session {
     uint64_t microseconds_ = 0;
     uint32_t interrupts_ = 0;
 };
+
+// One of so many rounds on such a board; every other seed has video.
+inline std::unique_ptr<Session> SessionOf(board::Chip chip, const board::Timing& timing,
+                                          uint32_t seed, int rounds) {
+    board::Config config = SmallBoard(chip);
+    config.timing = timing;
+    auto session = std::make_unique<Session>(config, seed);
+    if (seed % 2 == 1) {
+        session->PlugVideo();
+    }
+    session->Run(rounds);
+    return session;
+}
 
 // All that a source gives, event by event, as text that can be compared.
 inline std::vector<std::string> EventTexts(Source& source) {

@@ -10,16 +10,12 @@
 namespace stream {
 namespace {
 
-board::Timing Busy() {
-    board::Timing timing;
-    timing.fifoTicksPerEntry = 3;
-    timing.pixelsPerTick = 2;
-    timing.dmaWordsPerTick = 1;
-    timing.interruptLatency = 5;
-    timing.fifoReportLag = 2;
-    timing.microsecondsPerTick = 7;
-    return timing;
-}
+constexpr board::Timing kBusy{.fifoTicksPerEntry = 3,
+                              .pixelsPerTick = 2,
+                              .fifoReportLag = 2,
+                              .dmaWordsPerTick = 1,
+                              .interruptLatency = 5,
+                              .microsecondsPerTick = 7};
 
 std::string Part(const std::string& whole, const std::string& range, TrimmedPart* cut = nullptr) {
     std::istringstream in(whole);
@@ -34,14 +30,7 @@ std::string Part(const std::string& whole, const std::string& range, TrimmedPart
 }
 
 std::string Recorded(board::Chip chip, uint32_t seed) {
-    board::Config config = SmallBoard(chip);
-    config.timing = seed % 3 == 0 ? board::Timing{} : Busy();
-    Session session(config, seed);
-    if (seed % 2 == 1) {
-        session.PlugVideo();
-    }
-    session.Run(300);
-    return session.Finish();
+    return SessionOf(chip, seed % 3 == 0 ? board::Timing{} : kBusy, seed, 300)->Finish();
 }
 
 TEST(TrimmedPart, EndsAsTheWholeIsThere) {
