@@ -27,6 +27,7 @@ class TriangleCheck {
     std::string context_, target_;
     bool compares_ = true;
     uint32_t bits_ = 0; // of a pixel
+    size_t slack_ = 0;  // beside the usual limit, in 255ths
     std::optional<reference::Reference> expected_;
 };
 
