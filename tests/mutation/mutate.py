@@ -4,6 +4,7 @@ import argparse
 import dataclasses
 import hashlib
 import json
+import math
 import pathlib
 import random
 import sys
@@ -54,6 +55,8 @@ def parse(arguments):
     parser.add_argument("--x87", action="store_true",
                         help="with the driver's floats as in KORV32.dll, where some code is that is nowhere else")
     parser.add_argument("--again", action="store_true", help="try those again that survived")
+    parser.add_argument("--quick", type=float, default=math.inf, metavar="SECONDS",
+                        help="leave out suites that take longer; what they might see is left for another run")
     parser.add_argument("--others", type=positive, default=0, metavar="SECONDS",
                         help="for those that survive the part's own tests: run the tests of host, tool and whole "
                              "machine too, for as long (0: not at all)")
@@ -115,7 +118,9 @@ def try_choices(options, folder, wanted, pending, results):
     keys = {fault.key for fault in pending}
     left = [number for number, fault in choices.numbers.items() if fault.key in keys]
     for done, number in enumerate(left, 1):
-        result = choices.try_own(number)
+        result = choices.try_own(number, options.quick)
+        if result is None:
+            continue
         if result.verdict == trials.SURVIVED and options.others:
             more = choices.try_others(number, options.others)
             result = dataclasses.replace(more, suites=more.suites + result.suites)
@@ -169,7 +174,7 @@ def main():
                 try_choices(options, folder, wanted, pending, results)
                 # What nothing runs may be what a compiler computes.
                 pending = [fault for fault in pending
-                           if results.known[fault.key]["verdict"] == trials.SURVIVED
+                           if results.known.get(fault.key, {}).get("verdict") == trials.SURVIVED
                            and results.known[fault.key]["suites"] == 0]
             if pending:
                 try_constants(options, folder, pending, results)
