@@ -62,6 +62,8 @@ constexpr BreakRow kBreaks[] = {
     {Break::DecalModulates, "decal-modulates", "texel-colour", "a decal is a product"},
     {Break::HighlightOff, "highlight-off", "texel-colour", "no highlight is added"},
     {Break::KeyBounds, "key-bounds", "keys", "the upper bounds of a texel's key are outside"},
+    {Break::KeyInverted, "key-inverted", "keys stretch",
+     "what lies inside a key's bounds is kept, and what lies outside is left out"},
     {Break::SourceKeyOff, "source-key-off", "keys stretch", "copies ignore their key"},
     {Break::CopyDirection, "copy-direction", "copies", "rows are copied from the wrong end"},
     {Break::PackedLimits, "packed-limits", "copies", "packed copies write whole words"},

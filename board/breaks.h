@@ -45,6 +45,7 @@ enum class Break : uint8_t {
     DecalModulates,
     HighlightOff,
     KeyBounds,
+    KeyInverted,
     SourceKeyOff,
     CopyDirection,
     PackedLimits,

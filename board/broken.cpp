@@ -120,6 +120,9 @@ void BreakTexture(Break what, TextureState& texture) {
             --*upper;
         }
         break;
+    case Break::KeyInverted:
+        texture.chroma.inverted = true;
+        break;
     case Break::YuvOff:
         if (texture.format.kind == TexelFormat::Kind::YUV) {
             texture.format.kind = TexelFormat::Kind::Index;
@@ -134,6 +137,9 @@ void BreakCopy(Break what, PipelineState& state) {
     CopyState& copy = state.copy;
     const int64_t aside = copy.limits.relative * state.pixels.bytesPerElement;
     switch (what) {
+    case Break::KeyInverted:
+        copy.key.bounds.inverted = true;
+        break;
     case Break::SourceKeyOff:
         copy.key.enabled = false;
         break;

@@ -7,6 +7,28 @@
 
 namespace board {
 
+namespace {
+
+SetupReport ReportOf(const SetupTriangle& triangle) {
+    const auto edge = [](const Edge& one) { return SetupReport::Edge{one.position, one.step}; };
+    SetupReport report{triangle.firstRow,
+                       triangle.upperRows,
+                       triangle.lowerRows,
+                       edge(triangle.dominant),
+                       edge(triangle.upper),
+                       edge(triangle.lower),
+                       {}};
+    static_assert(std::tuple_size_v<decltype(report.values)> == Interpolants::kCount);
+    for (size_t i = 0; i < report.values.size(); ++i) {
+        const Interpolant& one = triangle.values[i];
+        const bool set = one.value != 0 || one.dx != 0 || one.dyDom != 0;
+        report.values[i] = {set, one.value, one.dx, one.dyDom};
+    }
+    return report;
+}
+
+} // namespace
+
 void CommandUnit::Execute(RegisterWrite write) {
     registers_.Set(write.tag, write.data);
     if (setup_ && SetupUnit::Takes(write.tag)) {
@@ -179,6 +201,9 @@ void CommandUnit::DrawStoredTriangle(uint32_t renderWord) {
         return;
     }
     TellPrimitive(PrimitiveKind::Triangle);
+    if (probe_ != nullptr) {
+        probe_->OnSetup(ReportOf(*triangle));
+    }
     TakeSetup();
     rasteriser_.Begin(triangle->firstRow, triangle->dominant, triangle->upper);
     walk_ = Walk::Rows;

@@ -94,7 +94,7 @@ inline constexpr uint32_t kPlaces = reg::ApertureBytes / 8;
 // By offset / 8: one more than the register's index, 0 for none.
 inline constexpr std::array<uint16_t, kPlaces> kIndex = [] {
     std::array<uint16_t, kPlaces> index{};
-    for (uint16_t i = 0; i < std::size(kRegisters); ++i) {
+    for (size_t i = 0; i < std::size(kRegisters); ++i) {
         index[kRegisters[i].offset / 8] = static_cast<uint16_t>(i + 1);
     }
     return index;
@@ -106,10 +106,10 @@ struct FieldRange {
 };
 inline constexpr auto kFieldRanges = [] {
     std::array<FieldRange, std::size(kRegisters)> ranges{};
-    for (uint16_t i = 0; i < std::size(kFields); ++i) {
+    for (size_t i = 0; i < std::size(kFields); ++i) {
         FieldRange& range = ranges[kIndex[kFields[i].offset / 8] - 1];
         if (range.count++ == 0) {
-            range.first = i;
+            range.first = static_cast<uint16_t>(i);
         }
     }
     for (uint32_t i = 0; i < ranges.size(); ++i) {

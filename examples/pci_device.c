@@ -10,6 +10,7 @@
 /* ---- what the emulator has anyway: memory, a bus, an interrupt controller ---- */
 
 enum { GUEST_BYTES = 1 << 20, IRQ = 11 };
+static const uint32_t BAR0 = 0xE0000000u, BAR1 = 0xE1000000u;
 
 typedef struct {
     uint32_t base, bytes;
@@ -22,39 +23,30 @@ typedef struct {
     int irq_level[16];
 } machine;
 
-static bar* decode(machine* m, uint32_t address) {
-    bar* b = m->slot.bars;
+static const bar* decode(const machine* m, uint32_t address) {
+    const bar* b = m->slot.bars;
     return address - b[0].base < b[0].bytes ? &b[0] : &b[1];
 }
 static uint32_t bus_read(machine* m, uint32_t address) {
-    const bar* b = decode(m, address);
-    return b->read(m->slot.device, address - b->base);
+    return decode(m, address)->read(m->slot.device, address - decode(m, address)->base);
 }
 static void bus_write(machine* m, uint32_t address, uint32_t value) {
-    const bar* b = decode(m, address);
-    b->write(m->slot.device, address - b->base, value);
+    decode(m, address)->write(m->slot.device, address - decode(m, address)->base, value);
 }
 
 /* ---- the device: glue between that bus and the board ---- */
 
-typedef struct {
-    machine* host;
-    korv_board* board;
-} card;
+typedef struct { machine* host; korv_board* board; } card;
 
 /* DMA reads guest memory. The whole of it could be given to korv_board_map instead. */
 static int card_dma(void* user, uint32_t address, void* to, size_t bytes) {
-    const card* c = user;
-    if (address >= GUEST_BYTES || bytes > GUEST_BYTES - address) {
-        return 0;
-    }
-    memcpy(to, c->host->guest + address, bytes);
-    return 1;
+    const int there = address < GUEST_BYTES && bytes <= GUEST_BYTES - address;
+    memcpy(to, ((card*)user)->host->guest + (there ? address : 0), there ? bytes : 0);
+    return there;
 }
 /* The pin follows the line: raised here, lowered when the guest clears flag or enable. */
 static void card_pin(void* user) {
-    card* c = user;
-    c->host->irq_level[IRQ] = korv_board_interrupt_level(c->board);
+    ((card*)user)->host->irq_level[IRQ] = korv_board_interrupt_level(((card*)user)->board);
 }
 static uint32_t registers_read(void* device, uint32_t offset) {
     return korv_board_read(((card*)device)->board, offset);
@@ -72,25 +64,20 @@ static void memory_write(void* device, uint32_t offset, uint32_t value) {
     *memory_at(device, offset) = value;
 }
 static int card_plug(card* c, machine* m) {
-    bar registers = {0xE0000000u, KORV_BOARD_APERTURE_BYTES, registers_read, registers_write};
-    bar memory = {0xE1000000u, 0, memory_read, memory_write};
     korv_board_config config;
-    char error[200] = "";
+    char error[200];
     korv_board_config_init(&config, sizeof config);
     config.chip = KORV_BOARD_PERMEDIA;
     config.dma_words_per_tick = 4; /* as slow as memory is: the guest runs on meanwhile */
     config.microseconds_per_tick = 0; /* time is the emulator's */
-    config.user = c;
-    config.read_memory = card_dma;
-    config.interrupt = card_pin;
+    config.user = c, config.read_memory = card_dma, config.interrupt = card_pin;
     c->host = m;
     if (korv_board_create(&config, &c->board, error, sizeof error) != KORV_BOARD_OK) {
         fprintf(stderr, "%s\n", error);
         return 0;
     }
-    memory.bytes = config.frame_buffer_bytes;
-    m->slot.bars[0] = registers;
-    m->slot.bars[1] = memory;
+    m->slot.bars[0] = (bar){BAR0, KORV_BOARD_APERTURE_BYTES, registers_read, registers_write};
+    m->slot.bars[1] = (bar){BAR1, config.frame_buffer_bytes, memory_read, memory_write};
     m->slot.device = c;
     return 1;
 }
@@ -99,8 +86,7 @@ static int card_plug(card* c, machine* m) {
 
 static uint32_t tag(const char* name) {
     uint32_t offset = 0;
-    korv_board_find_register(name, &offset);
-    return (offset - 0x8000) / 8;
+    return korv_board_find_register(name, &offset) == KORV_BOARD_OK ? (offset - 0x8000) / 8 : 0;
 }
 
 int main(void) {
@@ -108,26 +94,24 @@ int main(void) {
         {"FBReadPixel", 2}, {"FBReadMode", 3}, {"FBWriteMode", 1}, {"FBBlockColor", 0x336699},
         {"StartXDom", 8 << 16}, {"StartXSub", 72 << 16}, {"StartY", 4 << 16}, {"dY", 1 << 16},
         {"Count", 32}, {"Render", 0x48}};
-    const uint32_t bar0 = 0xE0000000u, bar1 = 0xE1000000u;
-    const uint32_t pixel = bar1 + (4 * 128 + 8) * 4; /* rows are 128 pixels */
+    const uint32_t pixel = BAR1 + (4 * 128 + 8) * 4; /* rows are 128 pixels */
     static machine m;
-    card c;
-    uint32_t i, microseconds = 0, words[20];
+    static card c;
+    uint32_t microseconds = 0, words[20];
     if (!card_plug(&c, &m)) {
         return 1;
     }
-    for (i = 0; i < 10; ++i) {
-        words[2 * i] = tag(pairs[i].name);
-        words[2 * i + 1] = pairs[i].data;
+    for (int i = 0; i < 20; ++i) {
+        words[i] = i % 2 == 0 ? tag(pairs[i / 2].name) : pairs[i / 2].data;
     }
     memcpy(m.guest + 0x4000, words, sizeof words);
-    bus_write(&m, bar0 + 0x08, 1);      /* IntEnable: end of DMA */
-    bus_write(&m, bar0 + 0x28, 0x4000); /* DMAAddress */
-    bus_write(&m, bar0 + 0x30, 20);     /* DMACount: off it goes */
+    bus_write(&m, BAR0 + 0x08, 1);      /* IntEnable: end of DMA */
+    bus_write(&m, BAR0 + 0x28, 0x4000); /* DMAAddress */
+    bus_write(&m, BAR0 + 0x30, 20);     /* DMACount: off it goes */
     for (; !m.irq_level[IRQ] && microseconds < 1000; ++microseconds) {
         korv_board_advance(c.board, 1);
     }
-    bus_write(&m, bar0 + 0x10, 1); /* IntFlags: seen */
+    bus_write(&m, BAR0 + 0x10, 1); /* IntFlags: seen */
     printf("interrupt after %u microseconds, pin %d, pixel %06X, beside it %06X\n",
            (unsigned)microseconds, m.irq_level[IRQ], (unsigned)bus_read(&m, pixel),
            (unsigned)bus_read(&m, pixel - 4));

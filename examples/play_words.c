@@ -22,11 +22,9 @@ int main(int argc, char** argv) {
     korv_board_config config;
     korv_board_picture picture = {sizeof picture};
     uint32_t words[1024];
-    uint8_t* pixels;
     size_t count;
     char error[200] = "", faults[2000];
     FILE* file;
-
     if (argc < 8 || (file = fopen(argv[2], "rb")) == NULL) {
         fprintf(stderr, "play_words CHIP WORDS PICTURE.png WIDTH HEIGHT FORMAT PITCH [BASE]\n");
         return 2;
@@ -49,7 +47,7 @@ int main(int argc, char** argv) {
     picture.pitch = (uint32_t)atoi(argv[7]);
     picture.base = argc > 8 ? (uint32_t)strtoul(argv[8], NULL, 0) : 0;
     picture.picture_format = KORV_BOARD_BYTES_RGB;
-    pixels = malloc((size_t)picture.width * picture.height * 3);
+    uint8_t* const pixels = malloc((size_t)picture.width * picture.height * 3);
     check(korv_board_read_picture(board, &picture, pixels, picture.width * 3), "picture");
     if (!stbi_write_png(argv[3], (int)picture.width, (int)picture.height, 3, pixels, 0)) {
         fprintf(stderr, "%s cannot be written\n", argv[3]);

@@ -54,7 +54,9 @@ void AddTiming(Payload& payload, const board::Timing& timing) {
 } // namespace
 
 Client::Client(const Options& options)
-    : options_(options), program_(options.program), channel_(program_.Socket(), options.timeout) {
+    : options_(options),
+      program_(options.socket < 0 ? Program(options.program) : Program(options.socket)),
+      channel_(program_.Socket(), options.timeout) {
     Hello(options.name);
 }
 
@@ -236,7 +238,8 @@ void Client::OnNotice(const Message& message) {
         const uint32_t accesses = parts.Word();
         const std::span<const uint8_t> bytes = parts.Rest();
         std::vector<uint32_t> words(bytes.size() / sizeof(uint32_t));
-        std::memcpy(words.data(), bytes.data(), words.size() * sizeof(uint32_t));
+        std::copy_n(bytes.data(), words.size() * sizeof(uint32_t),
+                    reinterpret_cast<uint8_t*>(words.data()));
         if (listener_ != nullptr) {
             listener_->OnMoved(accesses, words);
         }

@@ -70,6 +70,9 @@ class Client {
   public:
     struct Options {
         std::string program; // a command line of the shell
+        // Not negative: such a program runs already, at the other end of this stream socket, which
+        // is the client's from now on.
+        int socket = -1;
         std::string name = "korv";
         // For each answer, in real time.
         std::chrono::milliseconds timeout{20'000};

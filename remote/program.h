@@ -11,6 +11,9 @@ class Program {
     // Runs `command`, a command line of the shell: a program and its arguments. Throws
     // std::system_error if the system can start nothing.
     explicit Program(const std::string& command);
+    // A program that somebody else has started and ends: this is the other end of its socket, and
+    // is closed in the end.
+    explicit Program(int socket) : socket_(socket), ended_(true) {}
     // Ends it, if need be by force.
     ~Program();
     Program(const Program&) = delete;

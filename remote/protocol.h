@@ -143,7 +143,9 @@ class Parts {
     T Number() {
         T number = 0;
         const std::span<const uint8_t> bytes = Take(sizeof number);
-        std::memcpy(&number, bytes.data(), bytes.size());
+        if (!bytes.empty()) {
+            std::memcpy(&number, bytes.data(), bytes.size());
+        }
         return number;
     }
     std::span<const uint8_t> Take(size_t bytes) {

@@ -552,7 +552,9 @@ void Server::Line(uint64_t field, uint32_t line, std::vector<uint16_t>& pixels) 
             }
             std::vector<uint16_t>& to = lines_[number];
             to.resize(bytes.size() / 2);
-            std::memcpy(to.data(), bytes.data(), bytes.size());
+            if (!to.empty()) {
+                std::memcpy(to.data(), bytes.data(), bytes.size());
+            }
         }
         field_ = field;
     }

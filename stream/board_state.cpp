@@ -7,6 +7,9 @@
 #include "stream/explain.h"
 #include "stream/format.h"
 
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
 #include <bit>
 
 namespace stream {
@@ -30,10 +33,26 @@ uint64_t NumberIn(const board::Snapshot& snapshot, const char* name) {
 } // namespace
 
 std::string WrittenBy::Text() const {
-    return (word ? "word:" : "event:") + std::to_string(number);
+    return PlaceAt({.event = number, .word = number}, word).Text();
 }
 
-void StateReader::Note(const Event& event, const Position& at) {
+nlohmann::ordered_json ToJson(const BoardState& state) {
+    nlohmann::ordered_json json{{"at", ToJson(state.at)}, {"microseconds", state.microseconds}};
+    json["inFlight"] = {{"inputFifo", state.waiting},
+                        {"burstWordsLeft", state.burstWordsLeft},
+                        {"dmaAddress", state.dmaAddress},
+                        {"dmaWordsLeft", state.dmaWordsLeft},
+                        {"outputWords", state.outputWords}};
+    json["registers"] = nlohmann::ordered_json::array();
+    for (const HeldRegister& held : state.registers) {
+        json["registers"].push_back(ToJson(held.view));
+        json["registers"].back()["writtenBy"] =
+            held.writer ? nlohmann::ordered_json(held.writer->Text()) : nlohmann::ordered_json();
+    }
+    return json;
+}
+
+void WriterLog::Note(const Event& event, const Position& at) {
     uint32_t offset = event.offset;
     board::RegisterWrite write{};
     WrittenBy writer{false, at.event};
@@ -46,14 +65,41 @@ void StateReader::Note(const Event& event, const Position& at) {
     } else if (event.kind != EventKind::Write) {
         return;
     }
-    std::optional<WrittenBy>& known = writers_[offset / 4];
+    const auto [known, fresh] = writers_.try_emplace(offset, writer);
     if (offset >= reg::MappedRegisters) {
-        latest_.push_back({offset, known});
+        latest_.push_back({offset, fresh ? std::nullopt : std::optional(known->second)});
         if (latest_.size() > kMostWaiting) {
             latest_.pop_front();
         }
     }
-    known = writer;
+    known->second = writer;
+}
+
+std::map<uint32_t, WrittenBy> WriterLog::Behind(size_t waiting) const {
+    auto writers = writers_;
+    size_t left = std::min(waiting, latest_.size());
+    for (auto write = latest_.rbegin(); left != 0; ++write, --left) {
+        if (write->before) {
+            writers[write->offset] = *write->before;
+        } else {
+            writers.erase(write->offset);
+        }
+    }
+    return writers;
+}
+
+void WriterLog::Forget(size_t waiting) {
+    while (latest_.size() > waiting) {
+        latest_.pop_front();
+    }
+}
+
+size_t WaitingWrites(board::Board& board) {
+    const auto bytes = board.Save(board::Board::Contents::StateAlone);
+    std::string error;
+    const board::Snapshot snapshot = *board::Snapshot::Parse(bytes, error);
+    const board::SnapshotEntry* entries = snapshot.Find("inputFifo.entries");
+    return entries != nullptr ? entries->Count() / 2 : 0;
 }
 
 bool StateReader::PlayTo(const Place& place) {
@@ -67,15 +113,15 @@ bool StateReader::PlayTo(const Place& place) {
         if (!player_.Step(event)) {
             return place.kind == Place::Kind::End;
         }
-        Note(event, before);
+        writers_.Note(event, before);
         if (IsAt(place, source.At(), &event)) {
             return true;
         }
     }
 }
 
-BoardState StateReader::Read() {
-    board::PlayedBoard& board = player_.Board();
+BoardState ReadState(Player& player, const WriterLog& log) {
+    board::PlayedBoard& board = player.Board();
     const auto bytes = board.Save(board::Board::Contents::StateAlone);
     std::string error;
     const board::Snapshot snapshot = *board::Snapshot::Parse(bytes, error);
@@ -86,11 +132,10 @@ BoardState StateReader::Read() {
     FollowWrite(reading, addressMode, board.RegisterAt(addressMode));
 
     BoardState state;
-    state.at = player_.From().At();
+    state.at = player.From().At();
     state.microseconds = board.Microseconds();
 
     // What waits has written nothing yet: pairs of tag and data.
-    auto writers = writers_;
     if (const board::SnapshotEntry* entries = snapshot.Find("inputFifo.entries")) {
         for (size_t i = 0; i + 1 < entries->Count(); i += 2) {
             const auto number = static_cast<uint32_t>((*entries)[i]);
@@ -99,11 +144,8 @@ BoardState StateReader::Read() {
             AppendMeaning(text, MappedOffset(number), data, reading);
             state.waiting.push_back(std::move(text));
         }
-        size_t left = std::min(state.waiting.size(), latest_.size());
-        for (auto write = latest_.rbegin(); left != 0; ++write, --left) {
-            writers[write->offset / 4] = write->before;
-        }
     }
+    const auto writers = log.Behind(state.waiting.size());
     const auto hold = static_cast<uint32_t>(NumberIn(snapshot, "decoder.holdLeft"));
     const auto mask = static_cast<uint32_t>(NumberIn(snapshot, "decoder.maskLeft"));
     const auto base = static_cast<uint32_t>(NumberIn(snapshot, "decoder.base"));
@@ -120,8 +162,10 @@ BoardState StateReader::Read() {
 
     const auto add = [&](uint32_t offset) {
         const uint32_t value = board.RegisterAt(offset);
+        const auto writer = writers.find(offset);
         state.registers.push_back(
-            {View(offset, value, reading), MeaningOf(offset, value, reading), writers[offset / 4]});
+            {View(offset, value, reading), MeaningOf(offset, value, reading),
+             writer != writers.end() ? std::optional(writer->second) : std::nullopt});
     };
     for (const Register& row : kRegisters) {
         if (row.use == Use::Vertex && row.IsOn(chip)) {

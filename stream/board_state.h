@@ -5,7 +5,10 @@
 #include "stream/player.h"
 #include "stream/state_view.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <deque>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,6 +43,36 @@ struct BoardState {
     uint64_t microseconds = 0;                 // the board's clock
 };
 
+// The object of `korv state --json`, which docs/captures.md defines.
+nlohmann::ordered_json ToJson(const BoardState& state);
+
+// Who wrote which register last, as a stream goes by.
+class WriterLog {
+  public:
+    // `event` stood at `at`, and has been played.
+    void Note(const Event& event, const Position& at);
+    // By offset in the aperture, while the latest `waiting` writes by words have written nothing
+    // yet.
+    std::map<uint32_t, WrittenBy> Behind(size_t waiting) const;
+    // No more than the latest `waiting` writes by words can still wait.
+    void Forget(size_t waiting);
+
+  private:
+    struct Write {
+        uint32_t offset;
+        std::optional<WrittenBy> before;
+    };
+
+    board::StreamDecoder decoder_;
+    std::map<uint32_t, WrittenBy> writers_; // by offset
+    std::deque<Write> latest_;              // of mapped registers: as many as a FIFO may hold
+};
+
+// Register writes that wait in the board's input FIFO.
+size_t WaitingWrites(board::Board& board);
+// What the board holds where the player stands; `writers` has noted all that it played.
+BoardState ReadState(Player& player, const WriterLog& writers);
+
 // Plays a stream, and remembers who wrote what.
 class StateReader {
   public:
@@ -48,21 +81,11 @@ class StateReader {
 
     // Plays up to a place. False if the stream ends before.
     bool PlayTo(const Place& place);
-    BoardState Read();
+    BoardState Read() { return ReadState(player_, writers_); }
 
   private:
-    struct Write {
-        uint32_t offset;
-        std::optional<WrittenBy> before;
-    };
-    void Note(const Event& event, const Position& at);
-
     Player player_;
-    board::StreamDecoder decoder_;
-    std::vector<std::optional<WrittenBy>> writers_ =
-        std::vector<std::optional<WrittenBy>>(reg::ApertureBytes / 4); // by offset / 4
-    // The latest writes of mapped registers: as many as a FIFO may hold.
-    std::deque<Write> latest_;
+    WriterLog writers_;
 };
 
 } // namespace stream

@@ -3,7 +3,6 @@
 #include "board/values/register_names.h"
 #include "chip/register_table.h"
 #include "stream/capture_text.h"
-#include "stream/changes.h"
 #include "stream/error.h"
 #include "stream/primitives.h"
 
@@ -60,9 +59,9 @@ Mark WithoutChecksums(Mark mark) {
 class Dumper {
   public:
     Dumper(Source& source, const DumpOptions& options, std::ostream& out)
-        : source_(source), options_(options), out_(out),
-          filtered_(!options.only.Empty() || options.changes),
-          text_(source.Board().chip, filtered_), explainer_(source.Board().chip) {}
+        : source_(source), options_(options), out_(out), sieve_(options.only, options.changes),
+          filtered_(!sieve_.WantsAll()), text_(source.Board().chip, filtered_),
+          explainer_(source.Board().chip) {}
 
     void Run() {
         if (!Find()) {
@@ -136,23 +135,8 @@ class Dumper {
         return options_.from.kind == Place::Kind::End;
     }
 
-    // The register that the event writes, and what; with --json the explainer goes on elsewhere.
-    std::optional<std::pair<uint32_t, uint32_t>> WriteOf(const Event& event) {
-        if (event.kind == EventKind::Write) {
-            return std::pair(event.offset, event.value);
-        }
-        board::RegisterWrite write{};
-        if (event.IsWord() &&
-            decoder_.Feed(event.value, write) == board::StreamDecoder::Kind::Data) {
-            return std::pair(MappedOffset(write.tag), write.data);
-        }
-        return std::nullopt;
-    }
-
     void Follow(const Event& event) {
-        if (const auto write = WriteOf(event)) {
-            changes_.Take(write->first, write->second);
-        }
+        sieve_.Pass(event);
         Pass(event);
     }
 
@@ -170,7 +154,7 @@ class Dumper {
             Summarise(event);
             return;
         }
-        if (filtered_ && !IsWanted(event)) {
+        if (filtered_ && !sieve_.Wants(event)) {
             if (options_.json) {
                 Pass(event);
             } else {
@@ -192,25 +176,10 @@ class Dumper {
         }
     }
 
-    bool IsWanted(const Event& event) {
-        const auto write = WriteOf(event);
-        if (options_.changes && !(write && changes_.Take(write->first, write->second))) {
-            return false;
-        }
-        if (options_.only.Empty() || options_.only.HasKind(event)) {
-            return true;
-        }
-        return write                           ? options_.only.HasRegister(write->first)
-               : event.kind == EventKind::Read ? options_.only.HasRegister(event.offset)
-                                               : false;
-    }
-
     // A column in front of lines that do not follow each other.
     void AppendPlace(const Event& event) {
         constexpr size_t kColumn = 14;
-        const bool word = event.IsWord();
-        std::string place =
-            (word ? "word:" : "event:") + std::to_string(word ? before_.word : before_.event);
+        std::string place = PlaceAt(before_, event.IsWord()).Text();
         place.resize(std::max(place.size() + 1, kColumn), ' ');
         lines_ += place;
     }
@@ -236,6 +205,22 @@ class Dumper {
             }
         }
         return text;
+    }
+
+    // Of things that are counted.
+    std::optional<uint64_t> NumberOf(MarkKind kind) const {
+        switch (kind) {
+        case MarkKind::Step:
+            return before_.step;
+        case MarkKind::Call:
+            return before_.call;
+        case MarkKind::Batch:
+            return before_.batch;
+        case MarkKind::Frame:
+            return before_.frame;
+        default:
+            return std::nullopt;
+        }
     }
 
     void Line(const Json& json) {
@@ -271,6 +256,9 @@ class Dumper {
         case EventKind::Mark:
             json["mark"] = WordOf(event.mark->kind);
             json["name"] = event.mark->name;
+            if (const auto number = NumberOf(event.mark->kind)) {
+                json["number"] = *number;
+            }
             json["fields"] = FieldsToJson(*event.mark);
             break;
         case EventKind::Store:
@@ -371,7 +359,7 @@ class Dumper {
         lines_ += ':' + std::to_string(number) + options_.plain;
         lines_ += ends ? " ends" : "";
         if (mark.kind == MarkKind::Batch || ends) {
-            lines_ += " at word:" + std::to_string(before_.word);
+            lines_ += " at " + PlaceAt(before_).Text();
             lines_ += mark.kind == MarkKind::Batch && mark.fields.empty() ? " by FIFO" : "";
         }
         lines_ += text + '\n';
@@ -404,13 +392,12 @@ class Dumper {
     Source& source_;
     const DumpOptions& options_;
     std::ostream& out_;
+    EventSieve sieve_;
     const bool filtered_;
     std::string lines_;
     CaptureText text_;
-    Explainer explainer_;          // of summaries and JSON
-    board::StreamDecoder decoder_; // of filters
-    Changes changes_;
-    Position before_; // the event in hand
+    Explainer explainer_; // of summaries and JSON
+    Position before_;     // the event in hand
     PrimitiveWalker walker_;
     std::string command_;                  // that began the primitive under way
     std::optional<size_t> primitivePlace_; // its line's, in lines_
@@ -479,6 +466,42 @@ bool EventFilter::HasRegister(uint32_t offset) const {
     const Register* row = RowAt(offset);
     return row != nullptr && ((units_ >> static_cast<size_t>(row->unit) & 1) != 0 ||
                               std::ranges::find(offsets_, row->offset) != offsets_.end());
+}
+
+namespace {
+
+// The register that a word or an access writes, and what.
+std::optional<std::pair<uint32_t, uint32_t>> WriteOf(const Event& event,
+                                                     board::StreamDecoder& decoder) {
+    if (event.kind == EventKind::Write) {
+        return std::pair(event.offset, event.value);
+    }
+    board::RegisterWrite write{};
+    if (event.IsWord() && decoder.Feed(event.value, write) == board::StreamDecoder::Kind::Data) {
+        return std::pair(MappedOffset(write.tag), write.data);
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+bool EventSieve::Wants(const Event& event) {
+    const auto write = WriteOf(event, decoder_);
+    if (changes_ && !(write && held_.Take(write->first, write->second))) {
+        return false;
+    }
+    if (only_.Empty() || only_.HasKind(event)) {
+        return true;
+    }
+    return write                           ? only_.HasRegister(write->first)
+           : event.kind == EventKind::Read ? only_.HasRegister(event.offset)
+                                           : false;
+}
+
+void EventSieve::Pass(const Event& event) {
+    if (const auto write = WriteOf(event, decoder_)) {
+        held_.Take(write->first, write->second);
+    }
 }
 
 void Dump(Source& source, const DumpOptions& options, std::ostream& out) {

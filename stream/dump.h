@@ -1,5 +1,7 @@
 #pragma once
 // A stream as text for people and for programs: all of it, parts, or a line for each thing done.
+#include "board/bus/decoder.h"
+#include "stream/changes.h"
 #include "stream/place.h"
 #include "stream/source.h"
 
@@ -29,6 +31,26 @@ class EventFilter {
     uint64_t marks_ = 0; // bit MarkKind each
     uint64_t units_ = 0; // bit ChipUnit each
     std::vector<uint32_t> offsets_;
+};
+
+// Lets through the events of a stream that a filter wants.
+class EventSieve {
+  public:
+    // `changes`: only writes that give a register another value, and commands. `only` outlives
+    // this.
+    EventSieve(const EventFilter& only, bool changes) : only_(only), changes_(changes) {}
+
+    // True if nothing is left out.
+    bool WantsAll() const { return only_.Empty() && !changes_; }
+    // Every event comes by in its order, by one of the two.
+    bool Wants(const Event& event);
+    void Pass(const Event& event);
+
+  private:
+    const EventFilter& only_;
+    const bool changes_;
+    board::StreamDecoder decoder_;
+    Changes held_;
 };
 
 struct DumpOptions {

@@ -53,9 +53,11 @@ class Linter {
         while (player_.Next(event)) {
             const Position behind = source.At();
             at_ = behind;
+            isWord_ = true;
             if (event.kind != EventKind::Mark && event.kind != EventKind::State) {
                 --at_.event;
                 at_.word -= event.IsWord() ? 1 : 0;
+                isWord_ = event.IsWord();
             }
             if (watchMemory && event.kind == EventKind::Mark) {
                 LookOutside(*event.mark);
@@ -71,6 +73,7 @@ class Linter {
             }
         }
         at_ = source.At();
+        isWord_ = true;
         if (watchMemory && begun_) {
             LookOutside(Mark(MarkKind::Batch));
         }
@@ -91,7 +94,7 @@ class Linter {
             return;
         }
         const auto [found, fresh] =
-            findings_.try_emplace({rule, subject}, Finding{rule, at_, 0, subject, {}});
+            findings_.try_emplace({rule, subject}, Finding{rule, at_, isWord_, 0, subject, {}});
         ++found->second.times;
         if (fresh) {
             found->second.text = std::move(text);
@@ -388,6 +391,7 @@ class Linter {
     const ChipModel chip_;
     std::map<std::pair<Rule, std::string>, Finding> findings_;
     Position at_;
+    bool isWord_ = true; // what stands there, as Finding::word
     board::StreamDecoder decoder_;
     board::RegisterFile registers_;
     std::bitset<board::kTagCount> written_;

@@ -36,7 +36,8 @@ const RuleRow* FindRule(std::string_view name);
 // What a rule found about one thing, over the whole stream.
 struct Finding {
     Rule rule;
-    Position at; // the first time
+    Position at;      // the first time
+    bool word = true; // a word of the stream, or a point in it; else an event that is none
     uint64_t times = 1;
     std::string subject; // a register; empty for what is about none
     std::string text;    // one line that says what and why, for the first time

@@ -28,6 +28,13 @@ PixelPlace PlaceOf(const SurfaceLayout& surface, uint32_t x, uint32_t y) {
     return place;
 }
 
+Position PixelMoment::From() const {
+    Position from = HasCommand() ? by.at : at;
+    const auto caller = what == What::Stored ? call : by.call;
+    from.call = caller ? *caller + 1 : 0;
+    return from;
+}
+
 PixelHistory::PixelHistory(Player& player, std::string surface, uint32_t x, uint32_t y)
     : player_(player), name_(std::move(surface)), x_(x), y_(y) {
     player_.Board().SetProbe(this);

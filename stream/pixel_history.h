@@ -45,6 +45,14 @@ struct PixelMoment {
     // Of Moved.
     std::optional<PixelPlace> place;
     MarkKind cause{};
+
+    // Where the one stands whose doing it is. Its call may have returned long before.
+    Position From() const;
+    // Whether a word of the stream stands there.
+    bool AtWord() const { return HasCommand() && by.word; }
+
+  private:
+    bool HasCommand() const { return (what == What::Drawn || what == What::Cut) && by.known; }
 };
 
 class PixelHistory final : public board::PixelProbe {
@@ -64,6 +72,8 @@ class PixelHistory final : public board::PixelProbe {
     const EntryPlaces& Entries() const { return entries_; }
     // The surface, as it was last; none: there was none. Whether it ever had such a pixel, and one
     // that lay in a memory.
+    uint32_t X() const { return x_; }
+    uint32_t Y() const { return y_; }
     const std::optional<SurfaceLayout>& Surface() const { return surface_; }
     bool Inside() const { return inside_; }
     bool Placed() const { return placed_; }

@@ -2,7 +2,10 @@
 
 #include "stream/error.h"
 
+#include <nlohmann/json.hpp>
+
 #include <charconv>
+#include <optional>
 
 namespace stream {
 
@@ -52,6 +55,17 @@ uint64_t ParseNumber(std::string_view digits, std::string_view whole) {
 uint64_t MarksBefore(const Place& place) {
     return place.kind == PlaceKind::Frame || place.number == ~uint64_t{0} ? place.number
                                                                           : place.number + 1;
+}
+
+// The latest that has begun; none before the first. A frame is under way from the start.
+std::optional<uint64_t> Latest(const Position& position, PlaceKind kind) {
+    if (kind == PlaceKind::Frame) {
+        return position.frame;
+    }
+    const uint64_t begun = kind == PlaceKind::Batch  ? position.batch
+                           : kind == PlaceKind::Step ? position.step
+                                                     : position.call;
+    return begun != 0 ? std::optional(begun - 1) : std::nullopt;
 }
 
 } // namespace
@@ -152,23 +166,41 @@ bool IsAt(const Place& place, const Position& before, const Event* passed) {
     return HasReached(place, before);
 }
 
-std::string TextOf(const Position& position) {
-    std::string text = "word " + std::to_string(position.word);
+Place PlaceAt(const Position& position, bool word) {
+    return word ? Place{PlaceKind::Word, position.word, {}}
+                : Place{PlaceKind::Event, position.event, {}};
+}
+
+std::vector<Place> Around(const Position& position) {
+    std::vector<Place> places;
+    for (const PlaceKind kind :
+         {PlaceKind::Batch, PlaceKind::Frame, PlaceKind::Step, PlaceKind::Call}) {
+        const auto number = Latest(position, kind);
+        if (number && (kind != PlaceKind::Frame || *number != 0)) {
+            places.push_back({kind, *number, {}});
+        }
+    }
+    return places;
+}
+
+std::string TextOf(const Position& position, bool word) {
     std::string more;
-    const auto add = [&](const char* what, uint64_t number) {
-        more += (more.empty() ? " (" : ", ") + std::string(what) + " " + std::to_string(number);
-    };
-    // The latest of each that has begun.
-    if (position.batch != 0) {
-        add("batch", position.batch - 1);
+    for (const Place& place : Around(position)) {
+        more += (more.empty() ? " (" : ", ") + place.Text();
     }
-    if (position.frame != 0) {
-        add("frame", position.frame);
+    return PlaceAt(position, word).Text() + (more.empty() ? more : more + ")");
+}
+
+nlohmann::ordered_json ToJson(const Position& position, bool word) {
+    nlohmann::ordered_json json{{"place", PlaceAt(position, word).Text()},
+                                {"word", position.word},
+                                {"event", position.event}};
+    for (const PlaceKind kind :
+         {PlaceKind::Batch, PlaceKind::Frame, PlaceKind::Step, PlaceKind::Call}) {
+        const auto number = Latest(position, kind);
+        json[std::string(PrefixOf(kind))] = number ? nlohmann::ordered_json(*number) : nullptr;
     }
-    if (position.step != 0) {
-        add("step", position.step - 1);
-    }
-    return more.empty() ? text : text + more + ")";
+    return json;
 }
 
 } // namespace stream

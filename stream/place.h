@@ -15,8 +15,11 @@
 // names the second.
 #include "stream/event.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace stream {
 
@@ -45,7 +48,18 @@ bool HasReached(const Place& place, const Position& before);
 // The same, told the event that was passed last; null at the start.
 bool IsAt(const Place& place, const Position& before, const Event* passed);
 
-// "word 1234 (batch 5, frame 0, step 3)": what has not been counted yet is left out.
-std::string TextOf(const Position& position);
+// How people are told where something is, in all listings and messages alike: by places that they
+// can give back.
+
+// Where a word of the stream stands, word:N; with `word` false an event that is none, event:N.
+Place PlaceAt(const Position& position, bool word = true);
+// What is under way there: the latest batch, frame, step and call that have begun, in this order.
+// What has not begun is left out, and so is frame 0.
+std::vector<Place> Around(const Position& position);
+// "word:1234 (batch:5, frame:1, step:3, call:7)"
+std::string TextOf(const Position& position, bool word = true);
+// {"place": "word:1234", "word": 1234, "event": 2000, "batch": 5, "frame": 1, "step": 3, "call":
+// 7}: null for what has not begun.
+nlohmann::ordered_json ToJson(const Position& position, bool word = true);
 
 } // namespace stream

@@ -42,15 +42,19 @@ class Player::RecordedVideo final : public board::VideoSource {
         lines_.pop_front();
     }
 
+    void Keep(Checkpoint& checkpoint) const {
+        checkpoint.signal = signal_;
+        checkpoint.lines = {lines_.begin(), lines_.end()};
+    }
+    void Return(const Checkpoint& checkpoint) {
+        signal_ = checkpoint.signal;
+        lines_ = {checkpoint.lines.begin(), checkpoint.lines.end()};
+    }
+
   private:
-    struct RecordedLine {
-        uint64_t field;
-        uint32_t line;
-        std::vector<uint16_t> pixels;
-    };
     Player& player_;
     board::VideoSignal signal_;
-    std::deque<RecordedLine> lines_;
+    std::deque<ToldLine> lines_;
 };
 
 Player::Player(Source& source)
@@ -63,6 +67,66 @@ void Player::Differ(std::string what) {
     if (differenceCount_++ < kDifferencesKept) {
         differences_.push_back({at_, std::move(what)});
     }
+}
+
+Checkpoint Player::Keep(const Checkpoint* before) {
+    Checkpoint checkpoint;
+    checkpoint.at = source_.At();
+    checkpoint.state = board_->Save(board::Board::Contents::StateAlone);
+    checkpoint.frameBuffer =
+        PagedMemory(board_->FrameBuffer(), before != nullptr ? &before->frameBuffer : nullptr);
+    checkpoint.localBuffer =
+        PagedMemory(board_->LocalBuffer(), before != nullptr ? &before->localBuffer : nullptr);
+    for (const auto& [address, bytes] : host_) {
+        const PagedMemory* known = nullptr;
+        if (before != nullptr && before->host.contains(address)) {
+            known = &before->host.at(address);
+        }
+        checkpoint.host.emplace(address, PagedMemory(bytes, known));
+    }
+    video_->Keep(checkpoint);
+    checkpoint.plugged = plugged_;
+    checkpoint.linesPerSecond = linesPerSecond_;
+    checkpoint.videoLines = videoLines_;
+    checkpoint.latestRead = latestRead_;
+    checkpoint.differences = differences_;
+    checkpoint.differenceCount = differenceCount_;
+    return checkpoint;
+}
+
+void Player::Return(const Checkpoint& checkpoint) {
+    // A place by events lies before the marks behind it.
+    if (checkpoint.at == Position{}) {
+        source_.Seek({});
+    } else if (!source_.Seek({Place::Kind::Event, checkpoint.at.event, {}}) ||
+               source_.At() != checkpoint.at) {
+        throw StreamError("it has changed: " + TextOf(checkpoint.at) + " is not there any more");
+    }
+    for (const auto& [address, bytes] : host_) {
+        board_->MapMemory(address, nullptr, 0);
+    }
+    host_.clear();
+    for (const auto& [address, memory] : checkpoint.host) {
+        std::vector<uint8_t>& bytes = host_[address];
+        bytes.resize(memory.Size());
+        memory.CopyTo(bytes);
+        board_->MapMemory(address, bytes.data(), bytes.size());
+    }
+    checkpoint.frameBuffer.CopyTo(board_->FrameBuffer());
+    checkpoint.localBuffer.CopyTo(board_->LocalBuffer());
+    plugged_ = checkpoint.plugged;
+    linesPerSecond_ = checkpoint.linesPerSecond;
+    videoLines_ = checkpoint.videoLines;
+    board_->SetVideoSource(plugged_ ? video_.get() : nullptr);
+    video_->Return(checkpoint);
+    if (const auto wrong = board_->Restore(checkpoint.state)) {
+        throw StreamError("the state at " + TextOf(checkpoint.at) +
+                          " cannot be taken up: " + *wrong);
+    }
+    at_ = checkpoint.at;
+    latestRead_ = checkpoint.latestRead;
+    differences_ = checkpoint.differences;
+    differenceCount_ = checkpoint.differenceCount;
 }
 
 bool Player::Next(Event& event) {
@@ -148,7 +212,10 @@ void Player::Play(const Event& event) {
         if (event.signal != nullptr) {
             video_->SetSignal(*event.signal);
         }
-        board.SetVideoSource(event.signal != nullptr ? video_.get() : nullptr);
+        plugged_ = event.signal != nullptr;
+        linesPerSecond_ =
+            plugged_ ? uint64_t{event.signal->fieldsPerSecond} * event.signal->linesPerField : 0;
+        board.SetVideoSource(plugged_ ? video_.get() : nullptr);
         break;
     case EventKind::VideoLine:
         video_->Add(event);
@@ -175,8 +242,13 @@ void Player::Play(const Event& event) {
 // A damaged capture must not keep the board counting lines of video for ever.
 void Player::PassTime(uint64_t microseconds) {
     constexpr uint64_t kLongestSession = 1'000'000'000'000; // eleven days
+    constexpr uint64_t kMostVideoLines = 1'000'000'000;     // nine hours of a usual source
     if (microseconds > kLongestSession - std::min(board_->Microseconds(), kLongestSession)) {
         throw StreamError("more time passes than a session may have, at " + TextOf(at_));
+    }
+    videoLines_ += microseconds / 1000 * linesPerSecond_ / 1000;
+    if (videoLines_ > kMostVideoLines) {
+        throw StreamError("more lines of video pass than a session may have, at " + TextOf(at_));
     }
 }
 

@@ -23,7 +23,7 @@ bool RawWordSource::Fill() {
     in_.read(buffer_.data() + left, static_cast<std::streamsize>(buffer_.size() - left));
     end_ = left + static_cast<size_t>(in_.gcount());
     if (end_ < sizeof(uint32_t) && end_ != 0) {
-        cutOff_ = "the file ends in the middle of word " + std::to_string(at_.word);
+        cutOff_ = "the file ends in the middle of " + PlaceAt(at_).Text();
     }
     return end_ >= sizeof(uint32_t);
 }

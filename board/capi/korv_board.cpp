@@ -10,7 +10,6 @@
 #include <memory>
 
 using board::capi::Call;
-using board::capi::Camera;
 using board::capi::Inside;
 using board::capi::InsideScope;
 

@@ -459,8 +459,12 @@ bool DrawFragmentRow(const RowPlan& plan, const PipelineState& state, const Span
         if (row.x == span.right) {
             return true;
         }
-        row.place += row.pixels * static_cast<int32_t>(state.pixels.bytesPerElement);
-        row.depthPlace += row.pixels * static_cast<int32_t>(state.depth.plane.bytesPerElement);
+        if (row.place != nullptr) {
+            row.place += row.pixels * static_cast<int32_t>(state.pixels.bytesPerElement);
+        }
+        if (row.depthPlace != nullptr) {
+            row.depthPlace += row.pixels * static_cast<int32_t>(state.depth.plane.bytesPerElement);
+        }
         walk.Skip(static_cast<uint32_t>(row.pixels));
     }
 }

@@ -50,6 +50,7 @@ bool ShadeFragment(const PipelineState& state, const FragmentWalk& walk,
         colour = {walk.ColourChannel(Interpolants::Red), walk.ColourChannel(Interpolants::Green),
                   walk.ColourChannel(Interpolants::Blue), walk.ColourChannel(Interpolants::Alpha)};
     }
+    watch.TakeStage(PixelStage::Shaded, colour);
     if (state.texture.enabled) {
         const TextureSample texel =
             SampleTexture(state.texture, walk.value[Interpolants::S], walk.value[Interpolants::T],
@@ -57,15 +58,19 @@ bool ShadeFragment(const PipelineState& state, const FragmentWalk& walk,
         if (state.texture.Drops() && !watch.Test(PixelTest::Key, !texel.dropped)) {
             return false;
         }
+        watch.TakeStage(PixelStage::Texel, texel.colour);
         if (state.texture.applied) {
             colour = ApplyTexture(state.texture.application, colour, texel.colour);
         }
         if (state.texture.highlighted) {
             colour = AddHighlight(colour, walk.value[Interpolants::Ks]);
         }
+        watch.TakeStage(PixelStage::Textured, colour);
     }
     if (state.fogged && !watch.Is(WrongPixels::FogAfterBlend)) {
         colour = ApplyFog(colour, state.fogColour, walk.value[Interpolants::Fog]);
+        watch.TakeStage(PixelStage::Fogged, colour);
+        watch.TakeFog(walk.value[Interpolants::Fog]);
     }
     watch.TakeColour(colour);
     return true;
@@ -74,12 +79,14 @@ bool ShadeFragment(const PipelineState& state, const FragmentWalk& walk,
 // Writes a fragment that has passed all tests to the pixel at `place`.
 template <int Bytes, class Watch>
 void WritePixel(const PipelineState& state, const FragmentWalk& walk, Colour colour, int64_t x,
-                int64_t y, uint8_t* place, const Watch& watch) {
+                int64_t y, uint8_t* place, Watch& watch) {
     const uint32_t under = LoadElement<Bytes>(place);
     if (state.blended) {
         const Colour dest =
             state.readsPixels ? ExpandPixel(state.blendFormat, under) : kUnreadPixel;
         colour = Blend(colour, dest, state.sourceFactor, state.destFactor);
+        watch.TakeStage(PixelStage::Under, dest);
+        watch.TakeStage(PixelStage::Blended, colour);
     }
     if (watch.Is(WrongPixels::FogAfterBlend) && state.fogged) {
         colour = ApplyFog(colour, state.fogColour, walk.value[Interpolants::Fog]);
@@ -280,6 +287,9 @@ void WatchSpan(const PipelineState& state, const RowPlan* plan, const Span& span
                           updates ? &state.localUpdate.target : nullptr,
                           state.depth.plane.memory != state.pixels.memory,
                           state.copy.way == CopyState::Way::Packed};
+    if (probe.Skips(wanted)) {
+        return;
+    }
     if (probe.Wants(wanted)) {
         Draw(state, nullptr, span, row, pick, faults, Watched(probe, state));
     } else {

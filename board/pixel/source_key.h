@@ -16,8 +16,8 @@ struct SourceKey {
     ChromaKey bounds;
 
     bool Rejects(uint32_t pixel) const {
-        return enabled && bounds.Inside(indices ? Colour{static_cast<int32_t>(pixel), 0, 0, 0}
-                                                : RawFields(format, pixel));
+        return enabled && bounds.Hits(indices ? Colour{static_cast<int32_t>(pixel), 0, 0, 0}
+                                              : RawFields(format, pixel));
     }
 
   private:

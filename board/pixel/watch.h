@@ -20,6 +20,8 @@ struct Unwatched {
     static void BeginBytes(PixelWay, int64_t, int64_t, int64_t, int64_t, bool = false) {}
     static bool Test(PixelTest, bool passed) { return passed; }
     static void TakeColour(Colour) {}
+    static void TakeStage(PixelStage, Colour) {}
+    static void TakeFog(int64_t) {}
     static void TakeDepth(int64_t) {}
     static void TakeSource(int64_t) {}
     static void WriteColour() {}
@@ -96,6 +98,11 @@ class Watched {
         pixel_.shaded = true;
         pixel_.fragment = colour;
     }
+    void TakeStage(PixelStage stage, Colour colour) {
+        pixel_.stages |= 1u << static_cast<int>(stage);
+        pixel_.colours[static_cast<size_t>(stage)] = colour;
+    }
+    void TakeFog(int64_t factor) { pixel_.fogFactor = factor; }
     void TakeDepth(int64_t accumulator) {
         pixel_.fragmentDepth = state_.depth.Value(accumulator);
         pixel_.storedDepth = state_.depth.reads ? pixel_.depth.before : 0;

@@ -13,7 +13,8 @@ struct ChromaKey {
         KeyAlpha,   // alpha becomes 0 inside the bounds and 255 outside
     };
     Action action;
-    Colour lower, upper; // both inclusive, each channel for itself
+    Colour lower, upper;   // both inclusive, each channel for itself
+    bool inverted = false; // on a board that is wrong on purpose
 
     constexpr bool Inside(Colour key) const {
         return Within(key.red, lower.red, upper.red) &&
@@ -21,6 +22,8 @@ struct ChromaKey {
                Within(key.blue, lower.blue, upper.blue) &&
                Within(key.alpha, lower.alpha, upper.alpha);
     }
+    // The test as the plain forms make it.
+    constexpr bool Hits(Colour key) const { return Inside(key) != inverted; }
 
   private:
     static constexpr bool Within(int32_t value, int32_t low, int32_t high) {

@@ -51,7 +51,7 @@ inline Colour FetchColour(const TextureState& state, const TextureLevel& level, 
     const uint32_t texel = FetchTexel(state, level, x, y, badReads);
     Colour colour = TexelColour(state.format, *state.table, texel);
     if (state.chroma.action == ChromaKey::Action::KeyAlpha) {
-        colour.alpha = state.chroma.Inside(TexelKey(state.format, *state.table, texel)) ? 0 : 255;
+        colour.alpha = state.chroma.Hits(TexelKey(state.format, *state.table, texel)) ? 0 : 255;
     }
     return colour;
 }

@@ -98,7 +98,7 @@ TextureSample SampleTexture(const TextureState& state, int64_t s, int64_t t, int
         const TextureLevel& top = state.levels[0];
         const uint32_t texel =
             FetchTexel(state, top, Column(state, top, u), Row(state, top, v), badReads);
-        if (state.chroma.Inside(TexelKey(state.format, *state.table, texel))) {
+        if (state.chroma.Hits(TexelKey(state.format, *state.table, texel))) {
             sample.dropped = true;
             return sample;
         }

@@ -6,6 +6,7 @@
 #include "board/values/memory.h"
 #include "board/values/registers.h"
 
+#include <array>
 #include <cstdint>
 
 namespace board {
@@ -49,6 +50,18 @@ struct PixelElement {
     uint32_t before = 0, after = 0;
 };
 
+// Where on its way a fragment's colour is told.
+enum class PixelStage : uint8_t {
+    Shaded,   // interpolated, or flat
+    Texel,    // the texture's, filtered
+    Textured, // both, with highlight
+    Fogged,
+    Under, // what the blend unit reads of the pixel that is there
+    Blended,
+    kCount,
+};
+inline constexpr size_t kPixelStages = static_cast<size_t>(PixelStage::kCount);
+
 // A pixel that has gone as far as it goes.
 struct PixelReport {
     PixelWay way{};
@@ -59,12 +72,17 @@ struct PixelReport {
     PixelElement colour, depth;   // texels and video are colours
     bool shaded = false;          // `fragment` says something
     Colour fragment{};            // behind texture and fog
+    uint32_t stages = 0;          // bit PixelStage: units that it went through, and so
+    std::array<Colour, kPixelStages> colours{};
+    int64_t fogFactor = 0; // of Fogged: kFogFractionBits, not held between 0 and 1
     // Of those that met the depth test: held inside the format, and what it was compared with.
     uint32_t fragmentDepth = 0, storedDepth = 0;
     Compare alphaCompare{}, depthCompare{};
     uint32_t alphaReference = 0;
     int64_t source = -1; // of a copy: the byte of the same memory that it comes from
 
+    bool Went(PixelStage stage) const { return (stages >> static_cast<int>(stage) & 1) != 0; }
+    Colour At(PixelStage stage) const { return colours[static_cast<size_t>(stage)]; }
     bool Met(PixelTest test) const { return (met >> static_cast<int>(test) & 1) != 0; }
     bool Failed(PixelTest test) const { return (failed >> static_cast<int>(test) & 1) != 0; }
     // It has passed whatever could have stopped it.
@@ -93,9 +111,27 @@ struct PixelRow {
     bool columns;           // left and right count words
 };
 
+// What a setup unit has made of three vertices. Edges are 32.32; values as of Interpolants
+// (board/raster/interpolants.h), by Channel.
+struct SetupReport {
+    struct Edge {
+        int64_t position, step; // X at the first row's centre, and per row
+    };
+    struct Value {
+        bool set;
+        int64_t start, dx, dyDom;
+    };
+    int64_t firstRow;
+    uint32_t upperRows, lowerRows;
+    Edge dominant, upper, lower;
+    std::array<Value, 10> values;
+};
+
 class PixelProbe {
   public:
     virtual ~PixelProbe() = default;
+    // True: nothing of this row is drawn. For those who bound what a primitive may cost.
+    virtual bool Skips(const PixelRow& row) { return (void)row, false; }
     // False: nothing of this row needs to be told, and it may be drawn at once.
     virtual bool Wants(const PixelRow& row) { return (void)row, true; }
     // A write has got into the input FIFO, and one leaves it and is carried out: the oldest there.
@@ -103,6 +139,7 @@ class PixelProbe {
     virtual void OnExecute(RegisterWrite write) { (void)write; }
     // A primitive begins. Those that continue it belong to it.
     virtual void OnPrimitive(PrimitiveKind kind) { (void)kind; }
+    virtual void OnSetup(const SetupReport& setup) { (void)setup; }
     virtual void OnPixel(const PixelReport& pixel) { (void)pixel; }
     virtual void OnCut(const CutPixels& pixels) { (void)pixels; }
 };

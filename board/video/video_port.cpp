@@ -25,6 +25,12 @@ void VideoPort::Follow(VideoSource* source, uint64_t now) {
     nextLine_ = StartOf(++line_);
 }
 
+void VideoPort::Resume(uint64_t now) {
+    Follow(source_, now);
+    // Registers of a snapshot are taken at their word.
+    taking_ = taking_ && Register(reg::VSCurrentBuffer) < kBuffers;
+}
+
 uint64_t VideoPort::StartOf(uint64_t line) const {
     const uint64_t linesPerSecond = uint64_t{signal_.fieldsPerSecond} * signal_.linesPerField;
     return (line * Beam::kMicrosecondsPerSecond + linesPerSecond - 1) / linesPerSecond;

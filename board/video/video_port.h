@@ -31,7 +31,7 @@ class VideoPort {
         Follow(source, now);
     }
     // What is plugged in sends as it does at `now`: behind a restore.
-    void Resume(uint64_t now) { Follow(source_, now); }
+    void Resume(uint64_t now);
     // Who is told of every pixel; null: nobody.
     void SetProbe(PixelProbe* probe) { probe_ = probe; }
     // How the source sends; null without one.

@@ -39,8 +39,8 @@ void DeltaBatch(D3DContext* ctx, const D3DINSTRUCTION* ins, const D3DTLVERTEX* v
                       su::LoadXYZ(out, su::kSlot1, b);
                       su::LoadXYZ(out, su::kSlot2, c);
                       out.Tag(tag::DrawTriangle, drawWord);
-                      out.Store();
                   });
+    out.Store();
 }
 
 } // namespace

@@ -64,7 +64,6 @@ struct DeltaTextured {
     KORV_INLINE void Draw() {
         out.Wait(2);
         out.Tag(tag::DrawTriangle, drawWord);
-        out.Store();
     }
 
     // Whole triangle; space is reserved.
@@ -118,6 +117,7 @@ template <class Form, bool kWaits, class FlagSet>
                 groups.out.Reserve(kTriangleBytes);
                 groups.Next(a, b, c, slot);
             });
+    groups.out.Store();
 }
 
 // Every triangle whole, at a level of its own.
@@ -146,6 +146,7 @@ template <class Form, bool kWaits, class FlagSet>
                 }
                 groups.Full(a, b, c);
             });
+    groups.out.Store();
 }
 
 // Shading and perspective are known while a batch is drawn under DMA.

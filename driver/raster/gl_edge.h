@@ -224,7 +224,6 @@ inline void DrawEdge(Output<kWaits>& out, const D3DTLVERTEX* a, const D3DTLVERTE
         out.Wait(2);
         out.Tag(tag::ContinueNewLine, 1);
     }
-    out.Store();
 }
 
 } // namespace glint

@@ -123,7 +123,6 @@ void PointBatch(D3DContext* ctx, const D3DINSTRUCTION* ins, const D3DTLVERTEX* v
             if ((wFlags & D3DTRIFLAG_EDGEENABLE3) != 0) {
                 points.Draw(c, false);
             }
-            out.Store();
         });
     SetColorDDAMode(out, ctx->Copies.ColorDDAMode);
 }

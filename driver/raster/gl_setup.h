@@ -116,7 +116,6 @@ KORV_INLINE void DrawTriangle(Output<kWaits>& out, const Corners& corners, const
         StippleGroup(out, s.v0->color);
     }
     EdgeGroup(out, s, state.renderWord);
-    out.Store();
 }
 
 // Whether all depths are below 2.0 either way.
@@ -233,6 +232,8 @@ void TriangleBatch(D3DContext* ctx, const D3DINSTRUCTION* ins, D3DTLVERTEX* vert
 
     if constexpr (kTraits.blockFill) {
         SetColorDDAMode(out, ctx->Copies.ColorDDAMode);
+    } else {
+        out.Store();
     }
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 // How a renderer writes: position and FIFO credit in locals for the whole batch, and the word
-// groups that all renderers have in common.
+// groups that all renderers have in common. The stream's own position follows where others look at
+// it: when FIFO space is waited for, when a sub-buffer is full, and, by Store(), at the batch's
+// end.
 #include "driver/core/dma.h"
 #include "driver/raster/d3dfix.h"
 #include "driver/raster/inline.h"
@@ -52,7 +54,11 @@ struct Output {
     }
     // As ReserveSpace(), but looks at the stream's limit only when it may have changed.
     KORV_INLINE void Reserve(uint32_t bytes) {
+        if (at != ctx->Stream.WritePointer) {
+            ctx->Stream.Guard.Check(at);
+        }
         if (at + bytes / 4 > limit) [[unlikely]] {
+            Store();
             ReserveSpace(ctx, bytes);
             Load();
         }

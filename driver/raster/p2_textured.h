@@ -149,8 +149,8 @@ template <P2TexturedTraits kTraits, Culling kCulling, bool kWaits, class FlagSet
         load(kept.slotC, c, 2);
         out.Wait(2);
         out.Tag(tag::DrawTriangle, drawWord);
-        out.Store();
     } while (--left > 0);
+    out.Store();
 }
 
 // A member for any state. Gouraud shading under perspective has copies of its own.

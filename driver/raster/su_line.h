@@ -101,7 +101,6 @@ template <class Chip, class Form, bool kWaits>
             out.Wait(2);
             out.Tag(tag::ContinueNewLine, 1);
         }
-        out.Store();
         if constexpr (Chip::kLengthensDots) {
             a->sy = startY;
         }

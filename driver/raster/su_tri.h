@@ -58,7 +58,6 @@ template <class Chip, bool kWaits, class FlagSet>
         }
         out.Wait(Chip::kPairEntries);
         out.Tag(tag::DrawTriangle, drawWord);
-        out.Store();
     };
     const auto next = [&](const D3DTLVERTEX* a, const D3DTLVERTEX*, const D3DTLVERTEX* c,
                           uint32_t slot) __attribute__((always_inline)) {
@@ -81,9 +80,9 @@ template <class Chip, bool kWaits, class FlagSet>
         }
         out.Wait(2);
         out.Tag(tag::DrawTriangle, drawWord);
-        out.Store();
     };
     WalkStrips(typename Chip::Cull(ctx), ins, vertices, records, full, next);
+    out.Store();
 }
 
 template <class Chip>
@@ -116,7 +115,6 @@ template <class Chip, class FlatColour, bool kWaits>
         out.Tag(tag::FBBlockColor, colour.Word(a));
         out.Wait(pairEntries);
         out.Tag(tag::DrawTriangle, drawWord);
-        out.Store();
     };
     const auto full = [&](const D3DTLVERTEX* a, const D3DTLVERTEX* b, const D3DTLVERTEX* c)
         __attribute__((always_inline)) {

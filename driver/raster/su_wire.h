@@ -87,9 +87,9 @@ template <class Chip, class Form, bool kWaits>
             loadColour(kSlot1, a);
             drawLine(!(a->sx <= c->sx), laterEdges);
         }
-        out.Store();
     };
     WalkTriangles(typename Chip::Cull(ctx), ins, vertices, records, draw);
+    out.Store();
 }
 
 template <class Chip, class Form>
@@ -143,9 +143,9 @@ template <class Chip, class Form, bool kWaits>
         point(a, edges & D3DTRIFLAG_EDGEENABLE1);
         point(b, edges & D3DTRIFLAG_EDGEENABLE2);
         point(c, edges & D3DTRIFLAG_EDGEENABLE3);
-        out.Store();
     };
     WalkTriangles(typename Chip::Cull(ctx), ins, vertices, records, draw);
+    out.Store();
 }
 
 template <class Chip, class Form>

@@ -216,9 +216,14 @@ HRESULT Device3D::Execute(const ExecuteBuffer& buffer, std::span<const D3DTLVERT
             break;
         case D3DOP_TRIANGLE:
         case D3DOP_LINE:
-        case D3DOP_POINT:
+        case D3DOP_POINT: {
+            const auto reached = VerticesReached(instruction, bytes.subspan(at, length));
+            if (!reached || *reached > vertices.size()) {
+                return DDERR_INVALIDPARAMS;
+            }
             result = Draw(instruction, static_cast<uint32_t>(at));
             break;
+        }
         default:
             return DDERR_UNSUPPORTED;
         }

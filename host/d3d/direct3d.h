@@ -45,7 +45,8 @@ class Device3D {
 
     // Walks a buffer up to D3DOP_EXIT or its end: state instructions go to RenderState, drawing
     // instructions one by one to RenderPrimitive. Stops at the first failure. Opcodes that the
-    // hardware level has no part in give DDERR_UNSUPPORTED.
+    // hardware level has no part in give DDERR_UNSUPPORTED; records that are cut short or name
+    // vertices that are not there, DDERR_INVALIDPARAMS.
     HRESULT Execute(const ExecuteBuffer& buffer, std::span<const D3DTLVERTEX> vertices);
 
     // Makes a texture of the surface; its handle, for D3DRENDERSTATE_TEXTUREHANDLE. Throws.

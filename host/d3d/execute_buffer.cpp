@@ -1,6 +1,8 @@
 #include "host/d3d/execute_buffer.h"
 
+#include <algorithm>
 #include <bit>
+#include <cstring>
 #include <stdexcept>
 
 namespace host {
@@ -24,6 +26,33 @@ uint16_t CountOf(std::span<const Record> records) {
 
 RenderState FloatState(D3DRENDERSTATETYPE type, float value) {
     return {type, std::bit_cast<uint32_t>(value)};
+}
+
+std::optional<uint32_t> VerticesReached(const D3DINSTRUCTION& instruction,
+                                        std::span<const uint8_t> records) {
+    const uint32_t opcode = instruction.bOpcode, stride = instruction.bSize;
+    const uint32_t used = opcode == D3DOP_TRIANGLE                        ? sizeof(D3DTRIANGLE)
+                          : opcode == D3DOP_LINE || opcode == D3DOP_POINT ? sizeof(D3DLINE)
+                                                                          : 0;
+    if (used == 0 || instruction.wCount == 0) {
+        return 0;
+    }
+    if (stride < used || stride % 2 != 0 ||
+        records.size() < size_t{stride} * (instruction.wCount - 1u) + used) {
+        return {};
+    }
+    uint32_t vertices = 0;
+    for (uint32_t i = 0; i < instruction.wCount; ++i) {
+        uint16_t words[4] = {};
+        std::memcpy(words, &records[size_t{stride} * i], used);
+        if (opcode == D3DOP_POINT) {
+            vertices = std::max<uint32_t>(vertices, words[0] + words[1]);
+        } else {
+            const uint32_t corners = opcode == D3DOP_TRIANGLE ? 3 : 2;
+            vertices = std::max<uint32_t>(vertices, *std::max_element(words, words + corners) + 1u);
+        }
+    }
+    return vertices;
 }
 
 ExecuteBuffer& ExecuteBuffer::States(std::span<const RenderState> states) {

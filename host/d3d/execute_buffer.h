@@ -3,6 +3,7 @@
 #include "driver/platform/d3dhal.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -15,6 +16,12 @@ struct RenderState {
 
 // A render state with a float value.
 RenderState FloatState(D3DRENDERSTATETYPE type, float value);
+
+// Vertices that a drawing instruction reaches, 0 for another. The driver takes records and their
+// indices as they are, so whoever hands them over looks first. None: the records lead out of
+// `records`, are shorter than the opcode's, or of an odd number of bytes.
+std::optional<uint32_t> VerticesReached(const D3DINSTRUCTION& instruction,
+                                        std::span<const uint8_t> records);
 
 class ExecuteBuffer {
   public:

@@ -83,8 +83,18 @@ void DirectDraw::ChangeMode(uint32_t width, uint32_t height, uint32_t bits) {
             surface->local_.dwFlags |= DDRAWISURF_INVALID;
         }
     }
+    const uint32_t bitsBefore = display_.Config().bits;
     display_.ChangeMode(width, height, bits);
     FillMode();
+    for (const auto& surface : surfaces_) {
+        // Memory of the host stays, but has another size than pixels of the new mode would need.
+        const bool stays =
+            surface->memory_ == Surface::Memory::System || surface->memory_ == Surface::Memory::Agp;
+        if (stays && bits != bitsBefore &&
+            (surface->local_.dwFlags & DDRAWISURF_HASPIXELFORMAT) == 0) {
+            surface->local_.dwFlags |= DDRAWISURF_INVALID;
+        }
+    }
     for (const auto& surface : surfaces_) {
         if (surface->memory_ == Surface::Memory::Primary) {
             DDRAWI_DDRAWSURFACE_GBL& global = surface->block_.global;

@@ -120,7 +120,8 @@ class DirectDraw {
     // driver takes none.
     bool EnableAgp(uint32_t bytes);
 
-    // Changes the display's mode. Surfaces in video memory are given up and lost; the primary
+    // Changes the display's mode. Surfaces in video memory are given up and lost, and with another
+    // number of bits a pixel those of the display's format in memory of the host, too; the primary
     // stays, with the new size. Throws as Display::ChangeMode does.
     void ChangeMode(uint32_t width, uint32_t height, uint32_t bits);
 

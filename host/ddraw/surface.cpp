@@ -63,6 +63,14 @@ void Surface::SetPixel(uint32_t x, uint32_t y, uint32_t value) {
     std::memcpy(row + x * bits / 8, &value, bits / 8);
 }
 
+bool Surface::FlipsWith(const Surface& other) const {
+    const auto root = [](const Surface& one) {
+        return one.chainRoot_ != nullptr ? one.chainRoot_ : &one;
+    };
+    return this != &other && root(*this) == root(other) && Width() == other.Width() &&
+           Height() == other.Height() && Pitch() == other.Pitch() && Bits() == other.Bits();
+}
+
 const PALETTEENTRY* Surface::Palette() const {
     return local_.lpDDPalette != nullptr ? local_.lpDDPalette->lpLcl->lpGbl->lpColorTable : nullptr;
 }

@@ -50,6 +50,9 @@ class Surface {
     }
     // The surfaces of the chain behind this one: back buffers, or mip levels from 1 up.
     const std::vector<Surface*>& Chain() const { return chain_; }
+    // The runtime flips between the two, which then swap their memory: they are of one chain, and
+    // alike.
+    bool FlipsWith(const Surface& other) const;
     // 16 or 256 entries, or null.
     const PALETTEENTRY* Palette() const;
 

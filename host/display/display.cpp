@@ -9,7 +9,7 @@
 #include "host/observe/observer.h"
 #include "host/observe/watched_memory.h"
 #include "host/patience.h"
-#include "host/remote/remote_board.h"
+#include "host/remote/program_board.h"
 #include "host/vdd/minivdd.h"
 #include "host/win32/clock.h"
 #include "host/win32/registry.h"
@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
+#include <type_traits>
 
 namespace host {
 
@@ -59,7 +60,8 @@ void CheckTimingForDll(const DisplayConfig& config) {
     }
 }
 
-// `Kind` is what the board is: its accesses are then no virtual calls. What waits there is watched.
+// `Kind` is what the board is: its accesses are then no virtual calls, unless it is a base of what
+// the board is. What waits there is watched.
 template <class Kind>
 class WatchedBus final : public patience::Bus {
   public:
@@ -86,27 +88,29 @@ class WatchedBus final : public patience::Bus {
     }
 
   private:
+    static constexpr bool kIs = !std::is_abstract_v<Kind>;
+
     static WatchedBus& To(void* self) { return *static_cast<WatchedBus*>(self); }
 
     uint32_t Read(uint32_t offset) {
         const patience::Access access(this);
-        const uint32_t value = board_.Kind::Read(offset);
+        const uint32_t value = kIs ? board_.Kind::Read(offset) : board_.Read(offset);
         patience::OnRead(offset, value);
         return value;
     }
     void Write(uint32_t offset, uint32_t value) {
         const patience::Access access(this);
         patience::GotOn();
-        board_.Kind::Write(offset, value);
+        kIs ? board_.Kind::Write(offset, value) : board_.Write(offset, value);
     }
     void Words(const uint32_t* words, uint32_t count) {
         const patience::Access access(this);
         patience::GotOn();
-        board_.Kind::WriteFifo(words, count);
+        kIs ? board_.Kind::WriteFifo(words, count) : board_.WriteFifo(words, count);
     }
     void Idle(uint32_t rounds) {
         const patience::Access access(this);
-        board_.Kind::Idle(rounds);
+        kIs ? board_.Kind::Idle(rounds) : board_.Idle(rounds);
         patience::OnIdle(rounds);
     }
 
@@ -167,7 +171,7 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
         if (config_.dmaThread) {
             throw std::invalid_argument("a board in another program has no DMA thread here");
         }
-        auto board = std::make_unique<RemoteBoard>(BoardConfig(config_), config_.program);
+        auto board = StartBoard(BoardConfig(config_), config_.program);
         const auto noDma = config_.registry.find("Direct3DHAL.NoDMA");
         if (!board->DoesDma() && (noDma == config_.registry.end() || noDma->second != "1")) {
             throw std::runtime_error("board program '" + config_.program.command +
@@ -175,7 +179,7 @@ Display::Display(DisplayConfig config) : config_(std::move(config)) {
         }
         remote_ = board.get();
         board_ = std::move(board);
-        bus = BusOf<RemoteBoard>(*board_, &driver_->chip, bus_);
+        bus = BusOf<ProgramBoard>(*board_, &driver_->chip, bus_);
     } else if (config_.dmaThread) {
         board_ = std::make_unique<board::ThreadedBoard>(BoardConfig(config_));
         bus = BusOf<board::ThreadedBoard>(*board_, &driver_->chip, bus_);

@@ -15,7 +15,7 @@
 namespace host {
 
 class ApertureWatch;
-class RemoteBoard;
+class ProgramBoard;
 class WatchedMemory;
 
 struct DisplayConfig {
@@ -107,8 +107,8 @@ class Display {
     std::unique_ptr<Shared> driver_;
     std::unique_ptr<WatchedMemory> watchedFrame_, watchedLocal_; // for those who observe
     std::unique_ptr<board::Board> board_;
-    RemoteBoard* remote_ = nullptr; // the same one, if it is another program's
-    std::shared_ptr<void> bus_;     // between the aperture and the board
+    ProgramBoard* remote_ = nullptr; // the same one, if it is another program's
+    std::shared_ptr<void> bus_;      // between the aperture and the board
     std::unique_ptr<AlignedAperture> aperture_;
     std::unique_ptr<ApertureWatch> watch_; // the driver module's
     uint32_t pitch_ = 0;

@@ -45,6 +45,10 @@ void SetLostBoardHook(LostBoardHook hook) {
     lostBoard = std::move(hook);
 }
 
+std::unique_ptr<ProgramBoard> StartBoard(const board::Config& config, const BoardProgram& program) {
+    return std::make_unique<RemoteBoard>(config, program);
+}
+
 // The other program, and what is shared with it.
 class RemoteBoard::Link final : private remote::Listener {
   public:
@@ -293,7 +297,7 @@ RemoteBoard::RemoteBoard(const board::Config& config, const BoardProgram& progra
     : RemoteBoard(config, std::make_unique<Link>(config, program)) {}
 
 RemoteBoard::RemoteBoard(const board::Config& config, std::unique_ptr<Link> link)
-    : Board(config, Pace::Played, link->Lent()), link_(std::move(link)) {}
+    : ProgramBoard(config, Pace::Played, link->Lent()), link_(std::move(link)) {}
 
 RemoteBoard::~RemoteBoard() = default;
 

@@ -1,7 +1,6 @@
 #pragma once
 // A board in another program, in the place of our own.
-#include "board/board.h"
-#include "host/remote/board_program.h"
+#include "host/remote/program_board.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,16 +14,14 @@ namespace host {
 // returns: the interrupt handler has run, recorders have been told. Of what it inherits it uses the
 // configuration and where the memories lie. The memories have the processor's view alone: mapped by
 // both, or pages that are fetched when they are looked at and sent with the next access.
-class RemoteBoard final : public board::Board {
+class RemoteBoard final : public ProgramBoard {
   public:
     // Starts the program. Throws remote::Error if it cannot be this board.
     RemoteBoard(const board::Config& config, const BoardProgram& program);
     ~RemoteBoard() override;
 
-    // If not, the driver has to feed the FIFO.
-    bool DoesDma() const;
-    // Zeroes that MapMemory can make known to the board; they live as long as this one.
-    std::span<uint8_t> NewGuestMemory(size_t bytes);
+    bool DoesDma() const override;
+    std::span<uint8_t> NewGuestMemory(size_t bytes) override;
 
     uint32_t Read(uint32_t offset) override;
     void Write(uint32_t offset, uint32_t value) override;

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <map>
+#include <vector>
 
 namespace host::heap {
 
@@ -20,6 +21,8 @@ struct State {
     std::map<void*, Block> blocks;
     Creation lastCreation{};
     uint32_t failSkip = 0, failCount = 0, failCreations = 0;
+    bool reusesInOrder = false;
+    std::map<size_t, std::vector<void*>> freed; // by bytes, the latest last
 };
 
 State& TheState() {
@@ -66,9 +69,18 @@ void FailCreations(uint32_t count) {
     TheState().failCreations = count;
 }
 
+void ReuseInOrder() {
+    TheState().reusesInOrder = true;
+}
+
 void Reset() {
     for (const auto& [address, block] : TheState().blocks) {
         std::free(address);
+    }
+    for (const auto& [bytes, blocks] : TheState().freed) {
+        for (void* block : blocks) {
+            std::free(block);
+        }
     }
     TheState() = {};
 }
@@ -99,7 +111,14 @@ extern "C" void* KORV_STDCALL HeapAlloc(HANDLE heap, DWORD flags, DWORD bytes) {
         --state.failCount;
         return nullptr;
     }
-    void* block = std::malloc(bytes != 0 ? bytes : 1);
+    void* block = nullptr;
+    if (const auto found = state.freed.find(bytes);
+        found != state.freed.end() && !found->second.empty()) {
+        block = found->second.back();
+        found->second.pop_back();
+    } else {
+        block = std::malloc(bytes != 0 ? bytes : 1);
+    }
     if (block == nullptr) {
         return nullptr;
     }
@@ -114,7 +133,11 @@ extern "C" BOOL KORV_STDCALL HeapFree(HANDLE heap, DWORD flags, void* block) {
     if (it == state.blocks.end() || it->second.heap != heap || flags != 0) {
         return 0;
     }
+    if (state.reusesInOrder) {
+        state.freed[it->second.bytes].push_back(block);
+    } else {
+        std::free(block);
+    }
     state.blocks.erase(it);
-    std::free(block);
     return 1;
 }

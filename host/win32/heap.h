@@ -26,6 +26,10 @@ void FailAllocations(uint32_t count = 1, uint32_t skip = 0);
 // The next `count` calls of HeapCreate fail.
 void FailCreations(uint32_t count = 1);
 
+// Until the next Reset() a block has the address that was freed last of one of its size, if there
+// is any: the same calls give blocks that lie on one another in the same way again.
+void ReuseInOrder();
+
 // Gives all blocks back.
 void Reset();
 

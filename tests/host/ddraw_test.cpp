@@ -212,13 +212,17 @@ TEST_P(AnyChipTest, ALockGivesTheAddressOfTheRectangle) {
 TEST_P(AnyChipTest, AModeChangeLosesWhatLayInVideoMemory) {
     Surface& primary = directDraw.CreatePrimary();
     Surface& offscreen = directDraw.CreateOffscreen(64, 64);
-    Surface& system = directDraw.CreateSystem(8, 8);
+    Surface& system = directDraw.CreateSystem(8, 8, host::Format565());
+    Surface& asDisplay = directDraw.CreateSystem(8, 8);
+    directDraw.ChangeMode(800, 600, 16);
+    EXPECT_FALSE(asDisplay.Lost());
     directDraw.ChangeMode(800, 600, 32);
     EXPECT_FALSE(primary.Lost());
     EXPECT_EQ(primary.Width(), 800u);
     EXPECT_EQ(primary.Pitch(), 3200);
     EXPECT_TRUE(offscreen.Lost());
     EXPECT_FALSE(system.Lost());
+    EXPECT_TRUE(asDisplay.Lost()) << "it has no room for pixels of 32 bits";
     EXPECT_EQ(directDraw.Global()->vmiData.ddpfDisplay.dwRGBBitCount, 32u);
     Surface& next = directDraw.CreateOffscreen(64, 64);
     EXPECT_EQ(machine.display.Driver()->ModeChanged, 0u) << "the driver has followed";

@@ -104,6 +104,20 @@ TEST_P(DeviceTest, AnExecuteBufferIsWalkedInOrder) {
     EXPECT_EQ(device->Execute(cut, {}), DDERR_INVALIDPARAMS);
 }
 
+TEST_P(DeviceTest, RecordsOfVerticesThatAreNotThereAreRefused) {
+    const D3DTLVERTEX vertices[3] = {};
+    const uint16_t corners[] = {0, 1, 2, 0x700, 0, 1, 3, 0x700};
+    const auto* const records = reinterpret_cast<const uint8_t*>(corners);
+    host::ExecuteBuffer good, far, odd;
+    good.Instruction(D3DOP_TRIANGLE, 8, 1, {records, 8});
+    far.Instruction(D3DOP_TRIANGLE, 8, 2, {records, 16});
+    odd.Instruction(D3DOP_TRIANGLE, 4, 2, {records, 8});
+    EXPECT_EQ(device->Execute(good, vertices), DD_OK);
+    EXPECT_EQ(device->Execute(good, std::span(vertices).first(2)), DDERR_INVALIDPARAMS);
+    EXPECT_EQ(device->Execute(far, vertices), DDERR_INVALIDPARAMS);
+    EXPECT_EQ(device->Execute(odd, vertices), DDERR_INVALIDPARAMS);
+}
+
 TEST_P(DeviceTest, ADeadContextIsTold) {
     EXPECT_EQ(device->Destroy(), DD_OK);
     EXPECT_EQ(device->Context(), nullptr);

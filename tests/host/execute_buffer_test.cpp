@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <optional>
 #include <stdexcept>
 
 namespace {
@@ -44,6 +45,32 @@ TEST(ExecuteBuffer, TooManyRecordsAreRefused) {
     const std::vector<D3DLINE> lines(0x10000);
     host::ExecuteBuffer buffer;
     EXPECT_THROW(buffer.Lines(lines), std::invalid_argument);
+}
+
+// Reached by 16-bit words that stand back to back.
+std::optional<uint32_t> Reached(uint8_t opcode, uint8_t bytes, uint16_t count,
+                                const std::vector<uint16_t>& words) {
+    return host::VerticesReached(
+        {opcode, bytes, count},
+        {reinterpret_cast<const uint8_t*>(words.data()), words.size() * sizeof(uint16_t)});
+}
+
+TEST(VerticesReached, AreThoseThatRecordsName) {
+    EXPECT_EQ(Reached(D3DOP_TRIANGLE, 8, 2, {0, 1, 2, 0x700, 7, 3, 4, 0xFFFF}), 8u);
+    EXPECT_EQ(Reached(D3DOP_LINE, 4, 2, {0, 5, 4, 1}), 6u);
+    EXPECT_EQ(Reached(D3DOP_POINT, 4, 2, {3, 4, 1, 9}), 10u) << "count and first";
+    EXPECT_EQ(Reached(D3DOP_LINE, 4, 1, {0xFFFF, 0}), 0x10000u);
+    EXPECT_EQ(Reached(D3DOP_TRIANGLE, 8, 0, {}), 0u);
+    EXPECT_EQ(Reached(D3DOP_STATERENDER, 8, 1, {9, 9, 9, 9}), 0u);
+}
+
+TEST(VerticesReached, FollowsTheLengthThatTheInstructionTells) {
+    EXPECT_EQ(Reached(D3DOP_LINE, 6, 2, {0, 1, 99, 2, 3}), 4u) << "the last one ends early";
+    EXPECT_EQ(Reached(D3DOP_LINE, 6, 2, {0, 1, 99, 2}), std::nullopt);
+    EXPECT_EQ(Reached(D3DOP_TRIANGLE, 8, 2, {0, 1, 2, 0, 0, 1, 2}), std::nullopt);
+    EXPECT_EQ(Reached(D3DOP_TRIANGLE, 6, 1, {0, 1, 2, 0}), std::nullopt) << "shorter than a record";
+    EXPECT_EQ(Reached(D3DOP_TRIANGLE, 0, 9, {0, 1, 2, 0}), std::nullopt);
+    EXPECT_EQ(Reached(D3DOP_LINE, 5, 1, {0, 1, 2}), std::nullopt);
 }
 
 } // namespace

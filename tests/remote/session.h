@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 #include <string>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -59,8 +59,9 @@ struct Outcome {
         std::vector<std::vector<uint32_t>> all;
         for (const Message& message : messages) {
             if (message.kind == kind) {
-                all.emplace_back(message.payload.size() / 4);
-                std::memcpy(all.back().data(), message.payload.data(), all.back().size() * 4);
+                std::vector<uint32_t>& words = all.emplace_back(message.payload.size() / 4);
+                std::copy_n(message.payload.data(), words.size() * 4,
+                            reinterpret_cast<uint8_t*>(words.data()));
             }
         }
         return all;

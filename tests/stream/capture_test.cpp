@@ -110,7 +110,7 @@ TEST(CaptureFile, IsReadAsTheDocumentSays) {
     EXPECT_EQ(*event.mark->Text("b"), "c");
     EXPECT_EQ(source->At(), (Position{5, 3, 0, 0, 0, 1}));
     EXPECT_FALSE(source->Next(event));
-    EXPECT_THAT(source->CutOff(), HasSubstr("ends behind word 3 (step 0)"));
+    EXPECT_THAT(source->CutOff(), HasSubstr("ends behind word:3 (step:0)"));
 }
 
 TEST(CaptureFile, PassesOverWhatItDoesNotKnow) {
@@ -258,7 +258,7 @@ TEST(CaptureFile, RawWordsComeByTheSameDoor) {
     ASSERT_TRUE(source->Next(event));
     EXPECT_EQ(event.value, 2u);
     EXPECT_FALSE(source->Next(event));
-    EXPECT_EQ(source->CutOff(), "the file ends in the middle of word 2");
+    EXPECT_EQ(source->CutOff(), "the file ends in the middle of word:2");
     ASSERT_TRUE(source->Seek(ParsePlace("1")));
     ASSERT_TRUE(source->Next(event));
     EXPECT_EQ(event.value, 2u);

@@ -2,6 +2,7 @@
 #include "stream/place.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 namespace stream {
 namespace {
@@ -55,9 +56,31 @@ TEST(PlaceReached, IsBehindTheMarkThatBeginsIt) {
 }
 
 TEST(PlaceReached, TellsWhereItIs) {
-    EXPECT_EQ(TextOf(Position{}), "word 0");
+    EXPECT_EQ(TextOf(Position{}), "word:0");
+    EXPECT_EQ(TextOf({.event = 7, .word = 3}, false), "event:7");
     EXPECT_EQ(TextOf({.word = 12, .batch = 1, .frame = 2, .step = 3}),
-              "word 12 (batch 0, frame 2, step 2)");
+              "word:12 (batch:0, frame:2, step:2)");
+    EXPECT_EQ(ToJson({.event = 20, .word = 12, .call = 4, .frame = 2}).dump(),
+              R"({"place":"word:12","word":12,"event":20,"batch":null,"frame":2,"step":null,)"
+              R"("call":3})");
+    EXPECT_EQ(ToJson({.event = 20, .word = 12}, false)["place"], "event:20");
+}
+
+// What is told can be given back: it has been reached there, and not before.
+TEST(PlaceReached, TakesWhatIsTold) {
+    const Position at{.event = 40, .word = 12, .call = 5, .batch = 1, .frame = 2, .step = 3};
+    Position before = at;
+    --before.event, --before.word, --before.call, --before.batch, --before.frame, --before.step;
+    std::vector<Place> told = Around(at);
+    ASSERT_EQ(told.size(), 4u);
+    told.push_back(PlaceAt(at));
+    told.push_back(PlaceAt(at, false));
+    for (const Place& place : told) {
+        const Place given = ParsePlace(place.Text());
+        EXPECT_EQ(given, place);
+        EXPECT_TRUE(HasReached(given, at)) << place.Text();
+        EXPECT_FALSE(HasReached(given, before)) << place.Text();
+    }
 }
 
 } // namespace

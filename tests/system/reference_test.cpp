@@ -1,12 +1,12 @@
 // The reference rasteriser itself, against values worked out by hand.
 #include "host/ddraw/format.h"
-#include "tests/system/reference.h"
+#include "tools/korv/reference/reference.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using namespace test;
+using namespace korv::reference;
 
 // Texel (x, y) of a 4 by 4 texture, distinct in red and green.
 std::shared_ptr<Texture> Numbered() {

@@ -1,11 +1,13 @@
 #pragma once
 // Triangle lists for whole-machine tests, all seeded and deterministic.
-#include "tests/system/reference.h"
+#include "tools/korv/reference/reference.h"
 
 #include <cstdint>
 #include <vector>
 
 namespace test {
+
+using namespace korv::reference;
 
 // Well-shaped triangles of about `size` pixels with gentle colour gradients.
 std::vector<Triangle3> GentleTriangles(uint32_t count, float size, uint32_t seed,

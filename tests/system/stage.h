@@ -3,7 +3,7 @@
 // device. Triangles go in by the HAL, the picture comes out of the board's memory.
 #include "host/d3d/direct3d.h"
 #include "tests/support_host/started_display.h"
-#include "tests/system/reference.h"
+#include "tools/korv/reference/reference.h"
 
 #include <map>
 #include <memory>
@@ -12,6 +12,8 @@
 #include <vector>
 
 namespace test {
+
+using namespace korv::reference;
 
 // How the words of a context reach the chip.
 struct Carrier {

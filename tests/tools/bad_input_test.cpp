@@ -2,6 +2,7 @@
 // as they were.
 #include "tests/tools/run_tool.h"
 #include "tests/tools/temporary_folder.h"
+#include "tools/korv/base/files.h"
 #include "tools/korv/images/png.h"
 
 #include <gtest/gtest.h>
@@ -251,6 +252,8 @@ const Row kRender[] = {
      "cannot read '@/good.obj': unknown image type, expected a PNG"},
     {"render @/square.obj --chip permedia -o @/new.png --texture @/cut.png", 2,
      "cannot read '@/cut.png': the PNG is damaged or cut short, expected a whole one"},
+    {"render @/square.obj --chip permedia -o @/new.png --texture @/far.png", 2,
+     "cannot read '@/far.png': the PNG is damaged or cut short, expected a whole one"},
     {"render @/square.obj --chip permedia -o @/new.png --texture @/odd.png", 2,
      "a texture of 6x4 texels: expected sides that are powers of two, up to 2048"},
     {"render @/square.obj --chip permedia -o @/new.png --texture @/image.png --colorkey pink", 2,
@@ -316,6 +319,10 @@ class BadInput : public testing::Test {
         folder_.Write("cut.png", "\x89PNG\r\n\x1A\ncut");
         WritePng(folder_ / "image.png", {8, 8, std::vector<uint8_t>(256, 200)});
         WritePng(folder_ / "odd.png", {6, 4, std::vector<uint8_t>(96, 255)});
+        // Behind signature and header a chunk that goes on far behind the file.
+        std::string far = ReadFile(folder_ / "image.png");
+        far.insert(33, "\x7F\xFF\xFF\xF0tEXt", 8);
+        folder_.Write("far.png", far);
         folder_.Write("open.json", "{\n");
         folder_.Write("comma.json", "{\"a\": 1,\n}\n");
         folder_.Write("bytes.json", "\x1B");

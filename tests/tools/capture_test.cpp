@@ -235,7 +235,7 @@ TEST_F(PlayCommand, TellsWhatHasChanged) {
     }
     const ToolResult result = RunTool({"play", folder / "changed.korv", "--check"});
     EXPECT_EQ(result.code, 1);
-    EXPECT_THAT(result.err, HasSubstr("differ from the capture's, at word "));
+    EXPECT_THAT(result.err, HasSubstr("differ from the capture's, at word:"));
     EXPECT_EQ(std::ranges::count(result.err, '\n'), 1);
 }
 

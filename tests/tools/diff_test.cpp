@@ -38,7 +38,7 @@ TEST(DiffCommand, NamesRegistersFieldsAndPlaces) {
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.out, "--- " + a + "\n+++ " + b +
                               "\n"
-                              "@@ word 11 | word 11 @@\n"
+                              "@@ word:11 | word:11 @@\n"
                               "+ FogMode Enable=1\n"
                               "- ConstantColor = #FF0000FF\n"
                               "+ ConstantColor = #00FF00FF\n"
@@ -66,7 +66,10 @@ TEST(DiffCommand, TellsProgramsTheSame) {
     const auto change = report["differences"][0]["changes"][0];
     EXPECT_EQ(change["register"], "ConstantColor");
     EXPECT_EQ(change["b"]["text"], "ConstantColor = #00FF00FF");
-    EXPECT_EQ(report["differences"][0]["a"]["word"], 23);
+    const auto place = report["differences"][0]["a"];
+    EXPECT_EQ(place["word"], 23);
+    EXPECT_EQ(place["place"], "word:23");
+    EXPECT_EQ(place["batch"], nullptr);
 }
 
 TEST(DiffCommand, PutsPicturesBesideEachOther) {

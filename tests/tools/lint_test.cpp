@@ -21,8 +21,8 @@ TEST(LintCommand, TellsPlaceReasonAndRule) {
     EXPECT_EQ(result.code, 1);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.out,
-              "word 3: wasteful: FogColor is set to what it holds already [redundant-state]\n"
-              "word 5: wrong: YUVMode is no register of the GLINT 500TX [unknown-register]\n" +
+              "word:3: wasteful: FogColor is set to what it holds already [redundant-state]\n"
+              "word:5: wrong: YUVMode is no register of the GLINT 500TX [unknown-register]\n" +
                   (folder / "w") + ": 1 wrong, 1 wasteful\n");
     const ToolResult less =
         RunTool({"lint", folder / "w", "--chip", "tx", "--without", "redundant-state"});
@@ -35,6 +35,7 @@ TEST(LintCommand, TellsPlaceReasonAndRule) {
     EXPECT_EQ(report["findings"][1]["rule"], "unknown-register");
     EXPECT_EQ(report["findings"][1]["kind"], "wrong");
     EXPECT_EQ(report["findings"][1]["word"], 5);
+    EXPECT_EQ(report["findings"][1]["place"], "word:5");
 }
 
 TEST(LintCommand, FindsNothingWrongInTriangles) {

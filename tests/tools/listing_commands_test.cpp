@@ -1,8 +1,6 @@
 // korv dump, state and stats, as their users run them.
+#include "tests/tools/captured_script.h"
 #include "tests/tools/chip_names.h"
-#include "tests/tools/run_tool.h"
-#include "tests/tools/scene_scripts.h"
-#include "tests/tools/temporary_folder.h"
 #include "tests/tools/tool_process.h"
 
 #include <gmock/gmock.h>
@@ -69,24 +67,13 @@ TEST_P(CapturedDemo, ComesBackFromItsDump) {
     EXPECT_GE(captures, 10);
 }
 
-class Listings : public testing::Test {
+class Listings : public CapturedTriangles {
   protected:
-    static void SetUpTestSuite() {
-        folder_ = new TemporaryFolder;
-        ASSERT_EQ(RunTool({"replay", ScenePath("triangles-tx"), "--capture", Capture(), "--words",
-                           *folder_ / "words"})
-                      .code,
-                  0);
-    }
-    static void TearDownTestSuite() { delete folder_; }
-    static std::string Capture() { return *folder_ / "c.korv"; }
-    static std::string Words() { return *folder_ / "words"; }
     static std::string Out(std::vector<std::string> arguments) {
         const ToolResult result = RunTool(arguments);
         EXPECT_EQ(result.code, 0) << result.err;
         return result.out;
     }
-    static inline TemporaryFolder* folder_ = nullptr;
 };
 
 TEST_F(Listings, DumpOfWordsIsTheirEventText) {
@@ -203,7 +190,7 @@ TEST_F(Listings, SummaryHasEachCallBatchAndPrimitive) {
 
 TEST_F(Listings, StateTellsRegistersAndDifferences) {
     const std::string text = Out({"state", Capture(), "--at", "batch:3"});
-    EXPECT_THAT(text, StartsWith("At word 263 (batch 3, "));
+    EXPECT_THAT(text, StartsWith("At word:263 (batch:3, "));
     EXPECT_THAT(text, HasSubstr("\nRasteriser\n"));
     const auto before = nlohmann::json::parse(Out({"state", Capture(), "--at", "260", "--json"}));
     const auto after = nlohmann::json::parse(Out({"state", Capture(), "--at", "2000", "--json"}));

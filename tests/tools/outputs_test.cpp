@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -51,6 +52,17 @@ TEST_F(Outputs, FollowLinksAndKeepThem) {
     fs::create_symlink("b", folder_ / "a");
     fs::create_symlink("a", folder_ / "b");
     EXPECT_THROW(Write(folder_ / "a", ""), UserError);
+}
+
+// As listings do: whoever read has what it wants.
+TEST_F(Outputs, EndSilentlyWhenTheirReaderHasLeft) {
+    const std::string gone = "mkfifo p; exec 3<>p 4>p 3<&-; ";
+    for (const char* what : {"m -o - >&4", "m -o x.png --words - >&4", "m -o x.png --capture - >&4",
+                             "m -o p.png --words /dev/fd/4"}) {
+        const ShellResult result = Here("exec 2>&1; " + gone + what + "; code=$?; rm p; exit $code");
+        EXPECT_EQ(result.code, 128 + SIGPIPE) << what;
+        EXPECT_EQ(result.out, "") << what;
+    }
 }
 
 TEST_F(Outputs, KeepThePermissionsOfWhatTheyReplace) {

@@ -3,11 +3,11 @@
 #include "tests/tools/temporary_folder.h"
 #include "tools/korv/random/session.h"
 #include "tools/korv/random/trial.h"
+#include "tools/korv/random/triangle_check.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -18,24 +18,32 @@ namespace {
 using testing::EndsWith;
 using testing::HasSubstr;
 
-// As many as fit a common run; KORV_RANDOM_SESSIONS asks for more.
-std::string Sessions(const char* usual) {
-    const char* const wanted = std::getenv("KORV_RANDOM_SESSIONS");
-    return wanted != nullptr ? wanted : usual;
-}
-
-TEST(RandomSessionTest, NothingIsWrongByAnyRoad) {
+// Short ones, a thousand in all, each by every road. A suite is a process of CTest, so that two
+// play at once.
+void ExpectNothingWrong(const char* seeds) {
     const ToolResult result =
-        RunTool({"replay", "--random", "1", "--sessions", Sessions("80"), "--steps", "60", "--dll",
-                 KORV_DLL_PATH, "--save", testing::TempDir() + "random-legal.json"});
+        RunTool({"replay", "--random", seeds, "--steps", "10", "--dll", KORV_DLL_PATH});
     EXPECT_EQ(result.code, 0) << result.err;
     EXPECT_THAT(result.out, EndsWith("all as it must be\n"));
+    EXPECT_THAT(result.out, HasSubstr("500 random sessions: "));
+}
+
+TEST(RandomSessionsTest, NothingIsWrongByAnyRoad) {
+    ExpectNothingWrong("1-500");
+}
+
+TEST(MoreRandomSessionsTest, NothingIsWrongByAnyRoad) {
+    ExpectNothingWrong("501-1000");
+}
+
+TEST(RandomSessionTest, NothingIsWrongInLongOnes) {
+    const ToolResult result =
+        RunTool({"replay", "--random", "1-10", "--steps", "100", "--dll", KORV_DLL_PATH});
+    EXPECT_EQ(result.code, 0) << result.err;
 }
 
 TEST(RandomSessionTest, NothingIsWrongWhereRulesAreBroken) {
-    const ToolResult result =
-        RunTool({"replay", "--random", "1", "--sessions", Sessions("40"), "--steps", "60",
-                 "--illegal", "--save", testing::TempDir() + "random-illegal.json"});
+    const ToolResult result = RunTool({"replay", "--random", "1-40", "--steps", "60", "--illegal"});
     EXPECT_EQ(result.code, 0) << result.err;
 }
 
@@ -113,9 +121,51 @@ TEST(RandomSessionTest, AScriptUnderChecksIsToldWithItsStep) {
     EXPECT_THAT(result.err, HasSubstr("outside.json: step 3 of 4 'blt': fault: display 'd': "));
 }
 
+// A triangle that is drawn otherwise than its states say: an override of theirs goes before them.
+TEST(RandomSessionTest, TrianglesAreThoseOfTheReference) {
+    const auto session = [](bool overridden) {
+        random::Steps steps = {{{"do", "display"},
+                                {"name", "d"},
+                                {"chip", "permedia2"},
+                                {"width", 320},
+                                {"height", 200},
+                                {"bits", 32}},
+                               {{"do", "start"}},
+                               {{"do", "surface"},
+                                {"name", "t"},
+                                {"caps", "DDSCAPS_OFFSCREENPLAIN|DDSCAPS_3DDEVICE"},
+                                {"width", 64},
+                                {"height", 64}},
+                               {{"do", "write"}, {"surface", "t"}, {"value", 0}},
+                               {{"do", "context"}, {"name", "c"}, {"target", "t"}}};
+        if (overridden) {
+            steps.push_back(
+                {{"do", "states"},
+                 {"context", "c"},
+                 {"states", random::Step::array({random::Step::array({"FILLMODE", 2}),
+                                                 random::Step::array({"OVERRIDE FILLMODE", 1})})}});
+        }
+        steps.push_back({{"do", "states"}, {"context", "c"}, {"states", random::StatesOf({})}});
+        steps.push_back({{"do", "triangles"},
+                         {"context", "c"},
+                         {"vertices",
+                          {{4, 4, 0.5, 1, 0xFF804020, 0xFF000000},
+                           {60, 10, 0.5, 1, 0xFF805020, 0xFF000000},
+                           {20, 60, 0.5, 1, 0xFF804020, 0xFF000000}}}});
+        return steps;
+    };
+    const auto plain = random::Try(session(false), {});
+    EXPECT_FALSE(plain.finding) << plain.finding->text;
+    const auto changed = random::Try(session(true), {});
+    ASSERT_TRUE(changed.finding);
+    EXPECT_EQ(changed.finding->kind, "triangles");
+    EXPECT_THAT(changed.finding->text, HasSubstr("seen 0 0 0"));
+}
+
 TEST(RandomSessionTest, BadRequestsGetALine) {
-    for (const char* line : {"", "--random x", "--random -1", "--random 1 --steps 0",
-                             "--steps 5 script.json", "--random 1 script.json"}) {
+    for (const char* line :
+         {"", "--random x", "--random -1", "--random 1 --steps 0", "--random 5-3", "--random 1-",
+          "--random 1-2 --save x.json", "--steps 5 script.json", "--random 1 script.json"}) {
         std::vector<std::string> arguments{std::string("replay")};
         std::istringstream words(line);
         for (std::string word; words >> word;) {

@@ -111,7 +111,7 @@ TEST(TrimCommand, TellsWhatIsWrong) {
     refused({"--words", "5-x"}, "bad place 'x'");
     refused({"--steps", "9-3"}, "it ends before it begins");
     refused({"--steps", "3", "--words", "7"}, "one part at a time");
-    refused({"--steps", "900"}, "there is no step:900: the stream ends behind word 686");
+    refused({"--steps", "900"}, "there is no step:900: the stream ends behind word:686");
     refused({"--steps", "3", "--minimise"}, "'--minimise' and '--while' belong together");
     refused({"--steps", "3", "--while", "true"}, "'--minimise' and '--while' belong together");
     refused({"--steps", "3", "--chip", "tx"}, "'--chip' is for raw words");

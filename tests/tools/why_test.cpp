@@ -2,9 +2,7 @@
 // at behind every event.
 #include "stream/player.h"
 #include "stream/surfaces.h"
-#include "tests/tools/run_tool.h"
-#include "tests/tools/scene_scripts.h"
-#include "tests/tools/temporary_folder.h"
+#include "tests/tools/captured_script.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -157,19 +155,7 @@ TEST_P(WhyOfScript, TellsWhatLookingBehindEveryEventFinds) {
     EXPECT_GT(changes, 5u);
 }
 
-class WhyCommand : public testing::Test {
-  protected:
-    static void SetUpTestSuite() {
-        folder_ = new TemporaryFolder;
-        ASSERT_EQ(RunTool({"replay", ScenePath("triangles-tx"), "--capture", Capture(), "--words",
-                           *folder_ / "words"})
-                      .code,
-                  0);
-    }
-    static void TearDownTestSuite() { delete folder_; }
-    static std::string Capture() { return *folder_ / "c.korv"; }
-    static inline TemporaryFolder* folder_ = nullptr;
-};
+class WhyCommand : public CapturedTriangles {};
 
 TEST_F(WhyCommand, TellsPlaceTestsAndValues) {
     const ToolResult result = RunTool({"why", Capture(), "100,50"});
@@ -214,6 +200,59 @@ TEST_F(WhyCommand, TakesRawWords) {
     EXPECT_GE(nlohmann::json::parse(result.out)["moments"].size(), 2u);
 }
 
+// What raw words draw into is what a capture of the same calls its target and its depth.
+TEST_F(WhyCommand, FindsTheTargetsOfRawWords) {
+    for (const std::string chip : {"tx", "permedia"}) {
+        const std::string words = *folder_ / (chip + ".words"), capture = *folder_ / (chip + ".k");
+        ASSERT_EQ(RunTool({"render", (ScenesFolder() / "cube.obj").string(), "--chip", chip,
+                           "--zbuffer", "--size", "64x48", "-o", *folder_ / (chip + ".png"),
+                           "--words", words, "--capture", capture})
+                      .code,
+                  0);
+        // Every word that left something, and what.
+        const auto drawn = [](std::vector<std::string> arguments) {
+            const ToolResult result = RunTool(arguments);
+            EXPECT_EQ(result.code, 0) << result.err;
+            std::vector<std::string> moments;
+            const auto report = nlohmann::json::parse(result.out);
+            for (const auto& one : report["moments"]) {
+                if (one["what"] == "drawn" && one["before"] != one["after"]) {
+                    moments.push_back(one["place"].get<std::string>() + " " + one["before"].dump() +
+                                      " " + one["after"].dump());
+                }
+            }
+            return moments;
+        };
+        const auto depthOf = [&] {
+            std::ifstream in(capture, std::ios::binary);
+            const auto source = stream::OpenSource(in);
+            stream::Surfaces surfaces;
+            stream::Event event;
+            while (source->Next(event)) {
+                if (event.kind == stream::EventKind::Mark) {
+                    surfaces.Follow(*event.mark);
+                }
+            }
+            return surfaces.ZBuffer();
+        };
+        const auto target = drawn({"why", capture, "32,24", "--json"});
+        EXPECT_GE(target.size(), 2u);
+        EXPECT_EQ(drawn({"why", words, "32,24", "--chip", chip, "--size", "64x48", "--surface",
+                         "target", "--json"}),
+                  target);
+        const auto depth = drawn({"why", capture, "32,24", "--surface", depthOf(), "--json"});
+        EXPECT_GE(depth.size(), 2u);
+        EXPECT_EQ(drawn({"why", words, "32,24", "--chip", chip, "--size", "64x48", "--surface",
+                         "depth", "--json"}),
+                  depth);
+        ASSERT_EQ(RunTool({"play", words, "--chip", chip, "--size", "64x48", "--surface", "target",
+                           "-o", *folder_ / "again.png"})
+                      .code,
+                  0);
+        EXPECT_TRUE(ReadAll(*folder_ / "again.png") == ReadAll(*folder_ / (chip + ".png")));
+    }
+}
+
 TEST_F(WhyCommand, RefusesInOneLine) {
     const auto expect = [](std::vector<std::string> arguments, const std::string& part) {
         arguments.insert(arguments.begin(), "why");
@@ -230,12 +269,12 @@ TEST_F(WhyCommand, RefusesInOneLine) {
     expect({Capture(), "1,2", "--surface", "nobody"}, "has no surface 'nobody'");
     expect({Capture(), "1,2", "--to", "word:99999999"}, "has no word:99999999");
     expect({Capture(), "1,2", "--from", "step:9999"}, "has no step:9999");
-    expect({*folder_ / "words", "1,2", "--chip", "tx", "--base", "99999999"},
+    expect({Words(), "1,2", "--chip", "tx", "--base", "99999999"},
            "'screen' is not in the board's memories");
     expect({Capture(), "1,2", "--chip", "tx"}, "'--chip' is for raw words");
-    expect({*folder_ / "words", "1,2"}, "raw words need '--chip'");
-    expect({*folder_ / "words", "1,2", "--chip", "tx", "--surface", "s"},
-           "raw words have no surfaces");
+    expect({Words(), "1,2"}, "raw words need '--chip'");
+    expect({Words(), "1,2", "--chip", "tx", "--surface", "s"},
+           "has no surface 's' at word:38997: it has 'target'");
 }
 
 } // namespace

@@ -38,7 +38,7 @@ int main(int argc, char** argv) {
     std::ostream out(&buffer);
     const int code = korv::Run(argc, argv, out, std::cerr);
     out.flush();
-    if (buffer.Error() == EPIPE) {
+    if (buffer.Error() == EPIPE || code == korv::kExitReaderLeft) {
         // The reader has what it wants: end as whoever does not hold SIGPIPE off.
         std::signal(SIGPIPE, SIG_DFL);
         std::raise(SIGPIPE);

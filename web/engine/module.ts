@@ -47,24 +47,37 @@ export class Korv {
     return new Uint32Array(this.exports.memory.buffer, at, this.exports.korv_raw_word_count()).slice();
   }
 
-  open(bytes: Uint8Array): t.About {
-    return this.lent([bytes], ([at]) => this.told<t.About>(this.exports.korv_open(at, bytes.length)));
+  // A capture; raw words with `raw`.
+  open(bytes: Uint8Array, raw?: t.RawWords): t.About {
+    return this.lent([bytes, this.zeroed(raw ? JSON.stringify(raw) : "")], ([at, text]) =>
+      this.told<t.About>(this.exports.korv_open(at, bytes.length, text)));
   }
   timeline = () => this.ask<t.TimelineEntry[]>("korv_timeline");
   go = (place: string) => this.ask<t.Here>("korv_go", place);
+  checkpoints = () => this.ask<{ count: number; bytes: number; ceiling: number }>("korv_checkpoints");
   state = () => this.ask<t.BoardState>("korv_state");
   checksums = () => this.ask<t.Checksums>("korv_checksums");
-  events = (from: string, to: string) => this.ask<t.StreamEvent[]>("korv_events", from, to);
-  surface(name: string): t.Picture {
-    this.ask("korv_surface", name);
-    return this.picture();
+  text = (from: string, to: string) => this.ask<{ text: string }>("korv_text", from, to).text;
+  why = (surface: string, x: number, y: number) => this.ask<t.PixelHistory>("korv_why", surface, x, y);
+  list = (only: string, changes: boolean) => this.ask<{ rows: number }>("korv_list", only, changes ? 1 : 0).rows;
+  rows = (first: number, most: number) => this.ask<t.StreamEvent[]>("korv_rows", first, most);
+  rowHere = () => this.ask<{ row: number }>("korv_row_here").row;
+  findRow = (text: string, first: number, backwards: boolean) =>
+    this.ask<{ row: number | null }>("korv_find_row", text, first, backwards ? 1 : 0).row;
+  surface = (name: string): t.Picture => this.pictured("korv_surface", name);
+  depth = (): t.Picture => this.pictured("korv_depth");
+  overdraw = (surface: string, from: string): t.Picture => this.pictured("korv_overdraw", surface, from);
+  wires = (surface: string, from: string): t.Picture => this.pictured("korv_wires", surface, from);
+  part = (memory: string, offset: number, pitch: number, width: number, height: number, format: string): t.Picture =>
+    this.pictured("korv_part", memory, offset, pitch, width, height, format);
+
+  tour(request: t.TourRequest): t.Tour {
+    const told = this.ask<t.TourTold>("korv_tour", JSON.stringify(request));
+    return { told, picture: this.picture() };
   }
-  depth(): t.Picture {
-    this.ask("korv_depth");
-    return this.picture();
-  }
-  part(memory: string, offset: number, pitch: number, width: number, height: number, bits: number): t.Picture {
-    this.ask("korv_part", memory, offset, pitch, width, height, bits);
+
+  private pictured(name: string, ...values: (string | number)[]): t.Picture {
+    this.ask(name, ...values);
     return this.picture();
   }
 

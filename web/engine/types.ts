@@ -89,15 +89,28 @@ export interface About {
   localBufferBytes: number;
   maker: string;
   bytes: number;
+  raw: boolean;
+  formats: string[]; // of pictures of memory
   total: Position;
   cutOff: string;
   damage: string;
 }
 
+// What raw words do not say.
+export interface RawWords {
+  chip: string;
+  width: number; // pixels
+  height: number;
+  bits: number; // a pixel
+  base: number; // bytes
+}
+
 export interface TimelineEntry {
   kind: "step" | "call" | "batch" | "primitive" | "frame";
   number: number;
-  word: number;
+  word: number; // of frames: endWord
+  endWord?: number;
+  words?: number; // of primitives
   [more: string]: unknown;
 }
 
@@ -113,6 +126,9 @@ export interface Surface {
 }
 
 export interface Here extends Position {
+  begins: ("step" | "call" | "batch" | "frame")[];
+  drawn: Surface | null; // what was drawn to
+  depth: string | null; // name of its Z buffer
   microseconds: number;
   differences: number;
   surfaces: Surface[];
@@ -136,7 +152,6 @@ export interface Register {
   text?: string;
   in?: string;
   fields?: FieldValue[];
-  meaning: string;
   writtenBy: string | null;
 }
 
@@ -155,7 +170,128 @@ export interface StreamEvent {
   text?: string;
   register?: string;
   name?: string;
+  mark?: string;
+  number?: number; // of a mark that is counted
   [more: string]: unknown;
+}
+
+export interface Colour {
+  red: number;
+  green: number;
+  blue: number;
+  alpha: number;
+}
+
+export interface PixelElement {
+  memory: "frame" | "local";
+  byte: number;
+  bytes: number;
+  before: number;
+  after: number;
+  written: boolean;
+}
+
+// What a pixel met on its way.
+export interface PixelReport {
+  way: string;
+  passed: boolean;
+  tests: { test: string; passed: boolean }[];
+  x?: number;
+  y?: number;
+  sourceByte?: number;
+  fragment?: Colour;
+  stages?: Partial<Record<"shaded" | "texel" | "textured" | "fogged" | "under" | "blended", Colour>>;
+  fogFactor?: number;
+  fragmentDepth?: number;
+  storedDepth?: number;
+  depthCompare?: string;
+  alphaReference?: number;
+  alphaCompare?: string;
+  colour: PixelElement | null;
+  depth: PixelElement | null;
+}
+
+export interface Moment extends Partial<PixelReport> {
+  what: "drawn" | "cut" | "stored" | "moved";
+  place: string;
+  event: number;
+  word: number;
+  batch: number | null;
+  frame: number;
+  step: number | null;
+  call: number | null;
+  callName?: string;
+  primitive?: number;
+  firstWord?: number;
+  words?: number;
+  before: number | null;
+  after: number | null;
+  primitiveKind?: string;
+  command?: string;
+  to?: { memory: string; byte: number } | null;
+}
+
+export interface PixelHistory {
+  surface: string;
+  x: number;
+  y: number;
+  bits: number;
+  format: string;
+  moments: Moment[];
+  value: number | null;
+}
+
+export interface TourVertex {
+  x: number;
+  y: number;
+  z: number;
+  colour: string; // #RRGGBB
+  alpha: number; // 0 to 1
+  fog: number; // 0 to 1, 1: none
+  u: number;
+  v: number;
+}
+
+export type TourState = "texture" | "fog" | "blend" | "depth" | "smooth";
+
+export interface TourRequest {
+  chip: string;
+  vertices: TourVertex[];
+  states: Record<TourState, boolean>;
+  pixel?: [number, number];
+}
+
+export interface TourWord extends Word {
+  before?: Register | null;
+  after?: Register;
+  command?: boolean;
+}
+
+export interface TourTold {
+  setupUnit: boolean;
+  faults: string;
+  width: number;
+  height: number;
+  vertices: { words: number[] }[];
+  states: { name: string; value: number; text: string }[];
+  words: TourWord[];
+  rows: { y: number; left: number; right: number; word: number }[];
+  setup: {
+    firstRow: number;
+    upperRows: number;
+    lowerRows: number;
+    dominant: [number, number]; // 32.32
+    upper: [number, number];
+    lower: [number, number];
+    values: { name: string; start: number; dx: number; dyDom: number }[];
+  } | null;
+  pixels: [number, number, boolean, number, number][];
+  pixel: PixelReport | null;
+}
+
+export interface Tour {
+  told: TourTold;
+  picture: Picture;
 }
 
 export interface Checksums {

@@ -2,10 +2,14 @@
 
 #include "board/board.h"
 #include "stream/checksum.h"
-#include "stream/dump.h"
 #include "stream/error.h"
+#include "stream/overdraw.h"
+#include "stream/pixel_moment.h"
+#include "stream/wires.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/capture/layout_picture.h"
+#include "tools/korv/images/heat.h"
+#include "web/module/json_lines.h"
 
 #include <fmt/format.h>
 
@@ -15,21 +19,27 @@ namespace web {
 
 namespace {
 
-constexpr const char* kName = "the capture"; // in messages
+constexpr struct {
+    const char* name;
+    uint32_t bits;
+    const char* format; // of SurfaceLayout
+    uint32_t red, green, blue, alpha;
+} kMemoryFormats[] = {
+    {"rgb555", 16, "rgb", 0x7C00, 0x03E0, 0x001F, 0},
+    {"rgb565", 16, "rgb", 0xF800, 0x07E0, 0x001F, 0},
+    {"argb1555", 16, "rgb", 0x7C00, 0x03E0, 0x001F, 0x8000},
+    {"argb4444", 16, "rgb", 0x0F00, 0x00F0, 0x000F, 0xF000},
+    {"rgb332", 8, "rgb", 0xE0, 0x1C, 0x03, 0},
+    {"rgb888", 24, "rgb", 0xFF0000, 0x00FF00, 0x0000FF, 0},
+    {"xrgb8888", 32, "rgb", 0xFF0000, 0x00FF00, 0x0000FF, 0},
+    {"xbgr8888", 32, "rgb", 0x0000FF, 0x00FF00, 0xFF0000, 0},
+    {"depth16", 16, "depth", 0, 0, 0, 0},
+    {"depth32", 32, "depth", 0, 0, 0, 0},
+};
 
-Json ToJson(const stream::Position& at) {
+Json PositionToJson(const stream::Position& at) {
     return {{"event", at.event}, {"word", at.word},   {"call", at.call},
             {"batch", at.batch}, {"frame", at.frame}, {"step", at.step}};
-}
-
-// A JSON text a line.
-Json Lines(const std::string& text) {
-    Json list = Json::array();
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        list.push_back(Json::parse(line));
-    }
-    return list;
 }
 
 const char* NameOf(board::Chip chip) {
@@ -38,165 +48,266 @@ const char* NameOf(board::Chip chip) {
     return number < std::size(kNames) ? kNames[number] : "unknown";
 }
 
-} // namespace
-
-Inspector::Stage::Stage(const std::string& bytes)
-    : in(bytes, std::ios::binary | std::ios::in), source(stream::OpenSource(in)), player(*source),
-      pictures(player, kName) {}
-
-void Inspector::Stage::Run(const stream::Place& place) {
-    if (place.kind == stream::Place::Kind::Start || HasReached(place, source->At())) {
-        return;
-    }
-    stream::Event event;
-    while (player.Step(event)) {
-        if (event.kind == stream::EventKind::Mark) {
-            pictures.Follow(*event.mark);
-        }
-        if (IsAt(place, source->At(), &event)) {
-            return;
-        }
-    }
-    if (place.kind != stream::Place::Kind::End) {
-        throw stream::StreamError(fmt::format("there is no {}: it ends behind {}", place.Text(),
-                                              stream::TextOf(source->At())));
-    }
+const char* WordOf(stream::Memory memory) {
+    constexpr const char* kWords[] = {"frame", "local", "host"};
+    return kWords[static_cast<size_t>(memory)];
 }
 
-Inspector::Inspector(std::string bytes)
-    : bytes_(std::move(bytes)), stage_(std::make_unique<Stage>(bytes_)) {}
-
-std::unique_ptr<stream::Source> Inspector::Open(std::istringstream& in) const {
-    in.str(bytes_);
-    return stream::OpenSource(in);
+std::vector<std::string> Names(const std::string& list) {
+    std::vector<std::string> names;
+    std::istringstream in(list);
+    for (std::string name; std::getline(in, name, ',');) {
+        name.erase(0, name.find_first_not_of(' '));
+        name.erase(name.find_last_not_of(' ') + 1);
+        if (!name.empty()) {
+            names.push_back(name);
+        }
+    }
+    return names;
 }
 
-Json Inspector::About() {
-    std::istringstream in;
-    const auto source = Open(in);
+// Reads all of a stream.
+Json Read(const StreamBytes& stream) {
+    OpenedStream opened(stream);
+    stream::Source& source = *opened.source;
     std::string damage;
     try {
         stream::Event event;
-        while (source->Next(event)) {
+        while (source.Next(event)) {
         }
     } catch (const stream::StreamError& error) {
         damage = error.what();
     }
-    const board::Config& board = source->Board();
+    const board::Config& board = source.Board();
     return {{"chip", NameOf(board.chip)},
             {"setupUnit", board.setupUnit},
             {"frameBufferBytes", board.frameBufferBytes},
             {"localBufferBytes", board.localBufferBytes},
-            {"maker", source->Maker()},
-            {"bytes", bytes_.size()},
-            {"total", ToJson(source->At())},
-            {"cutOff", source->CutOff()},
+            {"maker", source.Maker()},
+            {"bytes", stream.bytes.size()},
+            {"raw", stream.raw.has_value()},
+            {"total", PositionToJson(source.At())},
+            {"cutOff", source.CutOff()},
             {"damage", damage}};
 }
 
+} // namespace
+
+Inspector::Inspector(StreamBytes stream) : stream_(std::move(stream)), about_(Read(stream_)) {
+    about_["formats"] = MemoryFormats();
+    walk_ = std::make_unique<Walk>(stream_, about_["total"]["event"].get<uint64_t>());
+}
+
+Json Inspector::MemoryFormats() {
+    Json names = Json::array();
+    for (const auto& row : kMemoryFormats) {
+        names.push_back(row.name);
+    }
+    return names;
+}
+
 Json Inspector::Timeline() {
-    std::istringstream in;
-    const auto source = Open(in);
-    std::ostringstream out;
+    OpenedStream opened(stream_);
     stream::DumpOptions options;
     options.summary = true;
     options.json = true;
     try {
-        Dump(*source, options, out);
+        return DumpLines(*opened.source, options);
     } catch (const stream::StreamError&) {
-        // What came before the damage, of which About() tells.
+        return Json::array(); // About() tells of it
     }
-    return Lines(out.str());
 }
 
 void Inspector::Go(const std::string& text) {
     const stream::Place place = stream::ParsePlace(text);
-    // What is no number may lie on either side; what has been passed lies behind.
-    const bool back = place.kind == stream::Place::Kind::Start ||
-                      place.kind == stream::Place::Kind::Mark ||
-                      HasReached(place, stage_->source->At());
-    if (back) {
-        stage_.reset(); // its memories first
-        stage_ = std::make_unique<Stage>(bytes_);
+    try {
+        walk_->Go(place);
+    } catch (const stream::StreamError&) {
+        if (place.kind != stream::Place::Kind::End || walk_->At() == stream::Position{}) {
+            throw;
+        }
     }
-    here_ = place;
-    stage_->Run(place);
 }
 
 Json Inspector::Here() {
-    Json json = ToJson(stage_->source->At());
-    json["microseconds"] = stage_->player.Board().Microseconds();
-    json["differences"] = stage_->player.DifferenceCount();
+    Json json = PositionToJson(walk_->At());
+    json["begins"] = Json::array();
+    for (const auto& [kind, name] :
+         {std::pair(stream::MarkKind::Step, "step"), std::pair(stream::MarkKind::Call, "call"),
+          std::pair(stream::MarkKind::Batch, "batch"),
+          std::pair(stream::MarkKind::Frame, "frame")}) {
+        if (walk_->Begins(kind)) {
+            json["begins"].push_back(name);
+        }
+    }
+    json["microseconds"] = walk_->Player().Board().Microseconds();
+    json["differences"] = walk_->Player().DifferenceCount();
     json["surfaces"] = Json::array();
-    for (const stream::SurfaceLayout* surface : stage_->pictures.Surfaces().All()) {
-        json["surfaces"].push_back(
-            {{"name", surface->name},
-             {"memory", surface->memory == stream::Memory::FrameBuffer   ? "frame"
-                        : surface->memory == stream::Memory::LocalBuffer ? "local"
-                                                                         : "host"},
-             {"offset", surface->offset},
-             {"pitch", surface->pitch},
-             {"width", surface->width},
-             {"height", surface->height},
-             {"bits", surface->bits},
-             {"format", surface->format}});
+    for (const stream::SurfaceLayout* surface : walk_->Pictures().Surfaces().All()) {
+        json["surfaces"].push_back({{"name", surface->name},
+                                    {"memory", WordOf(surface->memory)},
+                                    {"offset", surface->offset},
+                                    {"pitch", surface->pitch},
+                                    {"width", surface->width},
+                                    {"height", surface->height},
+                                    {"bits", surface->bits},
+                                    {"format", surface->format}});
+    }
+    json["drawn"] = nullptr;
+    const std::string& depth = walk_->Pictures().Surfaces().ZBuffer();
+    json["depth"] = depth.empty() ? Json() : Json(depth);
+    try {
+        const stream::SurfaceLayout drawn = Drawn("");
+        json["drawn"] = {{"name", drawn.name},     {"memory", WordOf(drawn.memory)},
+                         {"offset", drawn.offset}, {"pitch", drawn.pitch},
+                         {"width", drawn.width},   {"height", drawn.height},
+                         {"bits", drawn.bits},     {"format", drawn.format}};
+    } catch (const korv::UserError&) {
+        // Nothing is there yet.
     }
     return json;
 }
 
+stream::SurfaceLayout Inspector::Drawn(const std::string& surface) {
+    return walk_->Pictures().Drawn(surface);
+}
+
 host::Picture Inspector::Picture(const std::string& surface, bool depth) {
-    return stage_->pictures.Picture(stage_->pictures.Drawn(surface, depth));
+    korv::StreamPictures& pictures = walk_->Pictures();
+    return pictures.Picture(pictures.Drawn(surface, depth));
+}
+
+host::Picture Inspector::Overdraw(const std::string& surface, const std::string& from) {
+    const stream::SurfaceLayout layout = Drawn(surface);
+    board::Board& board = walk_->Player().Board();
+    stream::Overdraw counts(board.FrameBuffer().size(), board.LocalBuffer().size());
+    walk_->Watch(stream::ParsePlace(from), counts);
+    return korv::HeatPicture(counts.Of(layout), layout.width, layout.height);
+}
+
+host::Picture Inspector::Wires(const std::string& surface, const std::string& from) {
+    const stream::SurfaceLayout layout = Drawn(surface);
+    stream::Wires wires(walk_->Player().Board().FrameBuffer().size());
+    walk_->Watch(stream::ParsePlace(from), wires);
+    const auto lines = wires.Of(layout);
+    host::Picture picture = walk_->Pictures().Picture(layout);
+    for (size_t i = 0; i < lines.size(); ++i) {
+        uint8_t* pixel = &picture.rgba[4 * i];
+        using Line = stream::Wires::Line;
+        constexpr uint8_t kColours[][3] = {{}, {96, 180, 255}, {255, 210, 60}};
+        for (size_t channel = 0; channel < 3; ++channel) {
+            pixel[channel] = lines[i] == Line::None
+                                 ? static_cast<uint8_t>(pixel[channel] / 4)
+                                 : kColours[static_cast<size_t>(lines[i])][channel];
+        }
+    }
+    return picture;
 }
 
 host::Picture Inspector::Memory(const std::string& memory, uint32_t offset, int32_t pitch,
-                                uint32_t width, uint32_t height, uint32_t bits) {
-    stream::SurfaceLayout layout =
-        stream::ScreenLayout(width, height, bits, static_cast<uint32_t>(pitch));
-    layout.name = memory;
-    layout.memory = memory == "local" ? stream::Memory::LocalBuffer : stream::Memory::FrameBuffer;
-    layout.offset = offset;
-    return korv::PictureOf(stage_->player.Board(), layout);
+                                uint32_t width, uint32_t height, const std::string& format) {
+    const auto* row =
+        std::ranges::find_if(kMemoryFormats, [&](const auto& one) { return one.name == format; });
+    if (row == std::end(kMemoryFormats)) {
+        throw korv::UserError(fmt::format("unknown format '{}' of a picture", format));
+    }
+    constexpr uint32_t kMostPixels = 16u << 20;
+    if (width == 0 || height == 0 || width > kMostPixels / height) {
+        throw korv::UserError(
+            fmt::format("impossible size {}x{}: expected at least one pixel and {} at most", width,
+                        height, kMostPixels));
+    }
+    stream::SurfaceLayout layout{
+        memory,    memory == "local" ? stream::Memory::LocalBuffer : stream::Memory::FrameBuffer,
+        offset,    pitch,
+        width,     height,
+        row->bits, row->format,
+        row->red,  row->green,
+        row->blue, row->alpha};
+    return korv::PictureOf(walk_->Player().Board(), layout);
 }
 
 Json Inspector::Checksums() {
-    const stream::Checksums sums = stream::ChecksumsOf(stage_->player.Board());
+    const stream::Checksums sums = stream::ChecksumsOf(walk_->Player().Board());
     return {{"frameBuffer", sums.frameBuffer},
             {"localBuffer", sums.localBuffer},
             {"registers", sums.registers}};
 }
 
-Json Inspector::State() {
-    std::istringstream in;
-    const auto source = Open(in);
-    stream::StateReader reader(*source);
-    reader.PlayTo(here_);
-    const stream::BoardState state = reader.Read();
-    Json json{{"at", ToJson(state.at)}, {"microseconds", state.microseconds}};
-    json["inFlight"] = {{"inputFifo", state.waiting},
-                        {"burstWordsLeft", state.burstWordsLeft},
-                        {"dmaAddress", state.dmaAddress},
-                        {"dmaWordsLeft", state.dmaWordsLeft},
-                        {"outputWords", state.outputWords}};
-    json["registers"] = Json::array();
-    for (const stream::HeldRegister& held : state.registers) {
-        Json one = stream::ToJson(held.view);
-        one["meaning"] = held.meaning;
-        one["writtenBy"] = held.writer ? Json(held.writer->Text()) : Json();
-        json["registers"].push_back(std::move(one));
-    }
-    return json;
-}
-
-Json Inspector::Events(const std::string& from, const std::string& to) {
-    std::istringstream in;
-    const auto source = Open(in);
-    std::ostringstream out;
+Json Inspector::Text(const std::string& from, const std::string& to) {
+    OpenedStream opened(stream_);
     stream::DumpOptions options;
-    options.json = true;
     options.from = stream::ParsePlace(from);
     options.to = stream::ParsePlace(to);
-    Dump(*source, options, out);
-    return Lines(out.str());
+    if (listing_ != nullptr) {
+        options.only = listing_->Only();
+        options.changes = listing_->Changes();
+    }
+    std::ostringstream out;
+    try {
+        Dump(*opened.source, options, out);
+    } catch (const stream::StreamError&) {
+        if (about_["damage"] == "") {
+            throw;
+        }
+    }
+    return {{"text", out.str()}};
+}
+
+Json Inspector::Why(const std::string& name, uint32_t x, uint32_t y) {
+    // As `korv why` has it: what the latest picture was taken of, else the target of the latest
+    // context, else the screen.
+    std::string surface = name;
+    const stream::Surfaces& surfaces = walk_->Pictures().Surfaces();
+    if (surface.empty() && !stream_.raw) {
+        for (const std::string& drawn : {surfaces.Pictured(), surfaces.Target()}) {
+            if (surface.empty() && surfaces.Find(drawn) != nullptr) {
+                surface = drawn;
+            }
+        }
+    }
+    OpenedStream opened(stream_);
+    stream::Player player(*opened.source);
+    stream::PixelHistory history(player, surface, x, y);
+    if (const auto screen = SetUpRaw(stream_, player)) {
+        history.SetScreen(*screen);
+    }
+    try {
+        history.Run({}, {stream::Place::Kind::End, 0, {}});
+    } catch (const stream::StreamError&) {
+        // What came before the damage, of which About() tells.
+    }
+    const std::string called = surface.empty() ? "screen" : surface;
+    if (!history.Surface() || !history.Inside() || !history.Placed()) {
+        throw korv::UserError(fmt::format(
+            "there never is a pixel {},{} of '{}' in the board's memories", x, y, called));
+    }
+    return ToJson(history, called, {opened.source->Board().chip, false});
+}
+
+Json Inspector::List(const std::string& only, bool changes) {
+    listing_ = std::make_unique<Listing>(stream_, Names(only), changes);
+    return {{"rows", listing_->Rows()}};
+}
+
+Listing& Inspector::TheListing() {
+    if (listing_ == nullptr) {
+        List("", false);
+    }
+    return *listing_;
+}
+
+Json Inspector::Rows(uint64_t first, uint64_t most) {
+    return TheListing().Fetch(first, most);
+}
+
+Json Inspector::RowHere() {
+    return {{"row", TheListing().RowAt(walk_->At())}};
+}
+
+Json Inspector::FindRow(const std::string& text, uint64_t first, bool backwards) {
+    const auto row = TheListing().Find(text, first, backwards);
+    return {{"row", row ? Json(*row) : Json()}};
 }
 
 } // namespace web

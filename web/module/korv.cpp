@@ -7,6 +7,7 @@
 #include "web/module/files.h"
 #include "web/module/inspector.h"
 #include "web/module/laboratory.h"
+#include "web/module/tour.h"
 
 #include <fmt/format.h>
 
@@ -127,6 +128,23 @@ web::Bench BenchOf(const Json& request) {
     return bench;
 }
 
+std::optional<web::RawScreen> RawOf(const char* text) {
+    if (*text == 0) {
+        return std::nullopt;
+    }
+    const Json request = Json::parse(text);
+    web::RawScreen raw;
+    raw.chip = request.at("chip").get<std::string>();
+    raw.width = static_cast<uint32_t>(Within(request, "width", 640, 1, 8191));
+    raw.height = static_cast<uint32_t>(Within(request, "height", 480, 1, 2048));
+    raw.bits = static_cast<uint32_t>(Within(request, "bits", 16, 8, 32));
+    raw.base = static_cast<uint32_t>(Within(request, "base", 0, 0, 0x7FFFFFFF));
+    if (raw.bits != 8 && raw.bits != 16 && raw.bits != 32) {
+        throw korv::UserError(fmt::format("bad bits {}: expected 8, 16 or 32 a pixel", raw.bits));
+    }
+    return raw;
+}
+
 Json Catalogue() {
     Json chips = Json::array(), scenes = Json::array();
     for (const korv::ChipChoice& chip : korv::Chips()) {
@@ -218,13 +236,12 @@ KORV_EXPORT const char* korv_find(const char* text, uint32_t first) {
     });
 }
 
-KORV_EXPORT const char* korv_open(const void* bytes, size_t count) {
+KORV_EXPORT const char* korv_open(const void* bytes, size_t count, const char* raw) {
     return Answer([&] {
-        auto opened =
-            std::make_unique<web::Inspector>(std::string(static_cast<const char*>(bytes), count));
-        Json about = opened->About();
+        web::StreamBytes stream{std::string(static_cast<const char*>(bytes), count), RawOf(raw)};
+        auto opened = std::make_unique<web::Inspector>(std::move(stream));
         TheInspector() = std::move(opened);
-        return about;
+        return TheInspector()->About();
     });
 }
 
@@ -239,16 +256,16 @@ KORV_EXPORT const char* korv_go(const char* place) {
     });
 }
 
+KORV_EXPORT const char* korv_checkpoints() {
+    return Answer([] { return Opened().Checkpoints(); });
+}
+
 KORV_EXPORT const char* korv_state() {
     return Answer([] { return Opened().State(); });
 }
 
 KORV_EXPORT const char* korv_checksums() {
     return Answer([] { return Opened().Checksums(); });
-}
-
-KORV_EXPORT const char* korv_events(const char* from, const char* to) {
-    return Answer([&] { return Opened().Events(from, to); });
 }
 
 KORV_EXPORT const char* korv_surface(const char* name) {
@@ -259,10 +276,51 @@ KORV_EXPORT const char* korv_depth() {
     return Answer([] { return SizeOf(Opened().Picture("", true)); });
 }
 
+KORV_EXPORT const char* korv_overdraw(const char* surface, const char* from) {
+    return Answer([&] { return SizeOf(Opened().Overdraw(surface, from)); });
+}
+
+KORV_EXPORT const char* korv_wires(const char* surface, const char* from) {
+    return Answer([&] { return SizeOf(Opened().Wires(surface, from)); });
+}
+
 KORV_EXPORT const char* korv_part(const char* memory, uint32_t offset, int32_t pitch,
-                                  uint32_t width, uint32_t height, uint32_t bits) {
+                                  uint32_t width, uint32_t height, const char* format) {
     return Answer(
-        [&] { return SizeOf(Opened().Memory(memory, offset, pitch, width, height, bits)); });
+        [&] { return SizeOf(Opened().Memory(memory, offset, pitch, width, height, format)); });
+}
+
+KORV_EXPORT const char* korv_text(const char* from, const char* to) {
+    return Answer([&] { return Opened().Text(from, to); });
+}
+
+KORV_EXPORT const char* korv_why(const char* surface, uint32_t x, uint32_t y) {
+    return Answer([&] { return Opened().Why(surface, x, y); });
+}
+
+KORV_EXPORT const char* korv_list(const char* only, uint32_t changes) {
+    return Answer([&] { return Opened().List(only, changes != 0); });
+}
+
+KORV_EXPORT const char* korv_rows(uint32_t first, uint32_t most) {
+    return Answer([&] { return Opened().Rows(first, most); });
+}
+
+KORV_EXPORT const char* korv_row_here() {
+    return Answer([] { return Opened().RowHere(); });
+}
+
+KORV_EXPORT const char* korv_find_row(const char* text, uint32_t first, uint32_t backwards) {
+    return Answer([&] { return Opened().FindRow(text, first, backwards != 0); });
+}
+
+KORV_EXPORT const char* korv_tour(const char* request) {
+    return Answer([&] {
+        Json told = web::Tour().Draw(Json::parse(request), picture);
+        told["width"] = picture.width;
+        told["height"] = picture.height;
+        return told;
+    });
 }
 
 KORV_EXPORT const uint8_t* korv_picture() {

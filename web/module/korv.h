@@ -1,5 +1,5 @@
 #pragma once
-// The module's interface, in C. One thread, one laboratory, one inspector.
+// The module's interface, in C. One thread, one laboratory, one inspector, one tour.
 //
 // What takes text takes a pointer to UTF-8 that ends in a zero, which stays the caller's. What
 // gives JSON gives a pointer to such a text, which is good until the next call of any function
@@ -49,20 +49,36 @@ const char* korv_find(const char* text, uint32_t first);
 
 // --- The inspector ---
 
-// Opens a capture, in place of the one before; web/module/inspector.h tells what these give.
-const char* korv_open(const void* bytes, size_t count);
+// Opens a stream, in place of the one before; web/module/inspector.h tells what these give. `raw`:
+// empty for a capture, for raw words {"chip", "width", "height", "bits", "base"}.
+const char* korv_open(const void* bytes, size_t count, const char* raw);
 const char* korv_timeline(void);
 // Goes to a place, as `korv state --at` takes it, and gives what is there.
 const char* korv_go(const char* place);
+const char* korv_checkpoints(void);
 const char* korv_state(void);
 const char* korv_checksums(void);
-const char* korv_events(const char* from, const char* to);
+const char* korv_text(const char* from, const char* to);
+const char* korv_why(const char* surface, uint32_t x, uint32_t y);
+// The list of events. `only` has names between commas, as `korv dump --only`.
+const char* korv_list(const char* only, uint32_t changes);
+const char* korv_rows(uint32_t first, uint32_t most);
+const char* korv_row_here(void);
+const char* korv_find_row(const char* text, uint32_t first, uint32_t backwards);
 // {"width", "height"} of a picture, to be fetched below: of a surface (empty: what was drawn to),
-// of the Z buffer, of a part of a memory ("frame", "local").
+// of the Z buffer, of writes and of outlines since a place, of a part of a memory ("frame",
+// "local").
 const char* korv_surface(const char* name);
 const char* korv_depth(void);
+const char* korv_overdraw(const char* surface, const char* from);
+const char* korv_wires(const char* surface, const char* from);
 const char* korv_part(const char* memory, uint32_t offset, int32_t pitch, uint32_t width,
-                      uint32_t height, uint32_t bits);
+                      uint32_t height, const char* format);
+
+// --- The tour ---
+
+// One triangle on its way; web/module/tour.h tells what is asked and what it gives.
+const char* korv_tour(const char* request);
 
 // --- Bytes, good until the next call ---
 

@@ -21,17 +21,24 @@ export function formatAddress({ view, settings }: Address): string {
 
 const changed = new EventTarget();
 
-// Goes there. A step that is worth going back to gets a place of its own in the browser's history; what moves smoothly,
-// as an angle, replaces the present one.
-export function goTo(address: Address, step: boolean): void {
+// A step is worth going back to; what moves smoothly, as an angle, is not. Of many quick steps, as a key makes that is
+// held down, only the first is.
+export type Move = "step" | "quick" | "smooth";
+const kQuick = 700; // milliseconds
+let latestQuick = -Infinity;
+
+// Goes there. What is worth going back to gets a place of its own in the browser's history.
+export function goTo(address: Address, move: Move): void {
   const hash = formatAddress(address);
   if (hash === location.hash) {
     return;
   }
-  if (step) {
-    history.pushState(null, "", hash);
-  } else {
+  const now = performance.now(), held = move === "quick" && now - latestQuick < kQuick;
+  latestQuick = move === "quick" ? now : -Infinity;
+  if (move === "smooth" || held) {
     history.replaceState(null, "", hash);
+  } else {
+    history.pushState(null, "", hash);
   }
   changed.dispatchEvent(new Event("change"));
 }

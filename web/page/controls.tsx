@@ -79,6 +79,13 @@ export function Problem({ text }: { text: string }) {
   return text === "" ? null : <p class="problem" role="alert">{text}</p>;
 }
 
+// What was chosen. The same file can be chosen again: it may have changed.
+export function filesOf(input: HTMLInputElement): File[] {
+  const files = [...(input.files ?? [])];
+  input.value = "";
+  return files;
+}
+
 export function save(blob: Blob, name: string): void {
   const address = URL.createObjectURL(blob);
   const link = document.createElement("a");

@@ -1,19 +1,21 @@
-// A capture, step by step: what is drawn by then, what the chip holds, and the words around.
-import { useEffect, useRef, useState } from "preact/hooks";
+// A capture, step by step: what is drawn by then, what the chip holds, and the words.
+import { useEffect, useMemo, useRef, useState } from "preact/hooks";
 
 import type { Engine } from "../engine/engine.ts";
-import type { About, BoardState, Here, Picture, Register, StreamEvent, TimelineEntry } from "../engine/types.ts";
-import { goTo, type Settings } from "./address.ts";
-import { Problem, save, Select, Tabs } from "./controls.tsx";
+import type { About, BoardState, Catalogue, Here, Picture, RawWords, TimelineEntry } from "../engine/types.ts";
+import { goTo, type Move, type Settings } from "./address.ts";
+import { filesOf, Problem, Select, Tabs } from "./controls.tsx";
+import { Events } from "./inspector/events.tsx";
+import { Pixel } from "./inspector/pixel.tsx";
+import { RawForm } from "./inspector/raw.tsx";
+import { memoryPart, Stage, type Show } from "./inspector/stage.tsx";
+import { type Before, differing, State } from "./inspector/state.tsx";
+import { Lanes } from "./inspector/timeline.tsx";
 import { LongList } from "./list.tsx";
-import { Canvas, toPng } from "./picture.tsx";
+import { kUnits, placeOf, primitiveEnds, stepFrom, type Unit } from "./steps.ts";
+import { counted } from "./text.ts";
 
-const kUnits = ["frame", "step", "call", "batch", "primitive", "word"] as const;
-const kDepth = " depth"; // no surface is called so
-const kAround = 60; // words shown around a place
-
-const hex = (value: number) => (value >>> 0).toString(16).toUpperCase().padStart(8, "0");
-const counted = (value: number) => value.toLocaleString("en");
+const kPace = 120; // milliseconds between steps that are played
 
 interface Opened {
   name: string;
@@ -26,115 +28,151 @@ interface Scene {
   picture?: Picture;
   pictureProblem: string;
   state: BoardState;
-  changed: Set<string>; // registers
-  events: StreamEvent[];
+  before: Before;
 }
 
-export function Inspector({ engine, settings, capture }: { engine: Engine; settings: Settings; capture?: File }) {
-  const [opened, setOpened] = useState<Opened | undefined>();
-  const [scene, setScene] = useState<Scene | undefined>();
-  const [problem, setProblem] = useState("");
-  const [busy, setBusy] = useState(false);
-  const [tab, setTab] = useState("state");
-  const before = useRef<Map<string, number>>(new Map());
-  const unit = (settings.by ?? "frame") as (typeof kUnits)[number];
-  const change = (changed: Settings, step = true) =>
-    goTo({ view: "inspector", settings: { ...settings, ...changed } }, step);
+// All that decides what is fetched for a place.
+function viewOf({ at, show, surface, since, memory, base, pitch, width, height, format }: Settings): Settings {
+  return { at, show, surface, since, memory, base, pitch, width, height, format };
+}
 
-  const open = async (file: File | undefined, place = "") => {
+async function pictureOf(engine: Engine, settings: Settings, here: Here): Promise<Picture> {
+  const surface = settings.surface ?? "", since = settings.since || "start";
+  switch ((settings.show || "picture") as Show) {
+    case "depth":
+      return engine.ask.depth();
+    case "overdraw":
+      return engine.ask.overdraw(surface, since);
+    case "wires":
+      return engine.ask.wires(surface, since);
+    case "memory": {
+      const part = memoryPart(settings, here);
+      return engine.ask.part(part.memory, part.base, part.pitch, part.width, part.height, part.format);
+    }
+    default:
+      return engine.ask.surface(surface);
+  }
+}
+
+export function Inspector({ engine, catalogue, settings, capture }: { engine: Engine; catalogue: Catalogue; settings: Settings; capture?: File }) {
+  const [opened, setOpened] = useState<Opened>();
+  const [scene, setScene] = useState<Scene>();
+  const [problem, setProblem] = useState("");
+  const [openProblem, setOpenProblem] = useState("");
+  const [raw, setRaw] = useState<File>();
+  const [busy, setBusy] = useState(false);
+  const [playing, setPlaying] = useState(false);
+  const before = useRef<BoardState | undefined>(undefined);
+  const unit = (settings.by || "primitive") as Unit;
+  const tab = settings.tab || "state";
+  const change = (changed: Settings, move: Move = "step") =>
+    goTo({ view: "inspector", settings: { ...settings, ...changed } }, move);
+
+  const open = async (file: File | undefined, chosen?: RawWords, place = "") => {
     if (file === undefined) {
       return;
     }
     setBusy(true);
+    setPlaying(false);
     try {
-      const about = await engine.ask.open(new Uint8Array(await file.arrayBuffer()));
+      const about = await engine.ask.open(new Uint8Array(await file.arrayBuffer()), chosen);
       const timeline = await engine.ask.timeline();
-      before.current = new Map();
+      before.current = undefined;
+      setScene(undefined);
       setOpened({ name: file.name, about, timeline });
-      setProblem(about.damage !== "" ? `'${file.name}' is damaged: ${about.damage}` : about.cutOff);
-      goTo({ view: "inspector", settings: { ...settings, at: place, surface: "" } }, place === "");
+      setRaw(undefined);
+      setOpenProblem(about.damage !== "" ? `'${file.name}' is damaged, and opened as far as it goes: ${about.damage}` : about.cutOff && `'${file.name}': ${about.cutOff}`);
+      if (place === "") {
+        goTo({ view: "inspector", settings: { by: settings.by ?? "", tab: settings.tab ?? "" } }, "smooth");
+      }
     } catch (error) {
-      setProblem(`'${file.name}': ${(error as Error).message}`);
+      const text = (error as Error).message;
+      setRaw(/raw words/.test(text) ? file : undefined);
+      setOpenProblem(/raw words/.test(text) ? `'${file.name}' is no capture. If it is raw words of '--words', say what they are for.` : `'${file.name}': ${text}`);
     }
     setBusy(false);
   };
-
   useEffect(() => {
-    void open(capture, settings.at ?? "");
+    void open(capture, undefined, Object.keys(settings).length > 0 ? "kept" : "");
   }, [capture]);
 
+  // The latest place that somebody asked for, and never two at a time.
+  const wanted = useRef<Settings | undefined>(undefined), working = useRef(false);
+  const view = JSON.stringify(viewOf(settings));
   useEffect(() => {
     if (!opened) {
       return;
     }
-    let left = false;
+    wanted.current = settings;
     const show = async () => {
-      setBusy(true);
-      try {
-        const here = await engine.ask.go(settings.at || "end");
-        const wanted = settings.surface ?? "";
-        let picture: Picture | undefined, pictureProblem = "";
+      while (wanted.current) {
+        const now = wanted.current;
+        wanted.current = undefined;
         try {
-          picture = await (wanted === kDepth ? engine.ask.depth() : engine.ask.surface(wanted));
-        } catch (error) {
-          pictureProblem = (error as Error).message;
-        }
-        const state = await engine.ask.state();
-        const from = Math.max(0, here.word - kAround / 2);
-        const events = await engine.ask.events(`word:${from}`, `word:${Math.min(here.word + kAround / 2, opened.about.total.word)}`)
-          .catch(() => []);
-        if (!left) {
-          const changed = new Set(state.registers
-            .filter(({ name, raw }) => before.current.has(name) && before.current.get(name) !== raw)
-            .map(({ name }) => name));
-          before.current = new Map(state.registers.map(({ name, raw }) => [name, raw]));
-          setScene({ here, picture, pictureProblem, state, changed, events });
+          const here = await engine.ask.go(now.at || "end");
+          let picture: Picture | undefined, pictureProblem = "";
+          try {
+            picture = await pictureOf(engine, now, here);
+          } catch (error) {
+            pictureProblem = (error as Error).message;
+          }
+          const state = await engine.ask.state();
+          const moved = before.current === undefined || before.current.at.event !== state.at.event;
+          const changed = differing(before.current, state);
+          before.current = state;
+          setScene((last) => ({ here, picture, pictureProblem, state, before: moved || !last ? changed : last.before }));
           setProblem("");
+        } catch (error) {
+          setProblem((error as Error).message);
+          setPlaying(false);
         }
-      } catch (error) {
-        setProblem((error as Error).message);
       }
+      working.current = false;
       setBusy(false);
     };
-    void show();
-    return () => {
-      left = true;
-    };
-  }, [opened, settings.at, settings.surface]);
+    if (!working.current) {
+      working.current = true;
+      setBusy(true);
+      void show();
+    }
+  }, [opened, view]);
 
-  const step = (direction: 1 | -1) => {
-    if (!opened || !scene) {
-      return;
-    }
-    const at = scene.here.word;
-    if (unit === "word") {
-      change({ at: `word:${Math.max(0, at + direction)}` }, false);
-      return;
-    }
-    const places = opened.timeline.filter(({ kind }) => kind === unit);
-    const number = unit === "primitive" ? -1 : scene.here[unit];
-    const place = direction > 0
-      ? places.find((entry) => (number >= 0 ? entry.number >= number && (entry.word > at || entry.number > number - 1) && !(settings.at === placeOf(entry)) : entry.word > at))
-      : places.findLast((entry) => (entry.word < at || (number >= 0 && entry.number < number)) && settings.at !== placeOf(entry));
-    if (place) {
-      change({ at: placeOf(place) }, false);
-    } else {
-      change({ at: direction > 0 ? "end" : "start" }, false);
+  const ends = useMemo(() => primitiveEnds(opened?.timeline ?? []), [opened]);
+  const step = (direction: 1 | -1, move: Move = "quick") => {
+    if (opened && scene) {
+      change({ at: stepFrom(scene.here, opened.about.total, ends, unit, direction) }, move);
     }
   };
+  const atEnd = scene !== undefined && opened !== undefined && scene.here.event >= opened.about.total.event;
+  useEffect(() => {
+    if (playing && scene && !busy) {
+      if (atEnd) {
+        setPlaying(false);
+        return;
+      }
+      const timer = setTimeout(() => step(1, "smooth"), kPace);
+      return () => clearTimeout(timer);
+    }
+  }, [playing, scene, busy]);
+
   const onKey = (event: KeyboardEvent) => {
-    if ((event.target as HTMLElement).closest("input, select, [role=list]")) {
+    if ((event.target as HTMLElement).closest("input, select, textarea, [role=listbox], [role=tablist]")) {
       return;
     }
     const act: Record<string, () => void> = {
-      ArrowRight: () => step(1), ArrowLeft: () => step(-1),
-      Home: () => change({ at: "start" }), End: () => change({ at: "end" }),
+      ArrowRight: () => step(1), ArrowLeft: () => step(-1), Home: () => change({ at: "start" }), End: () => change({ at: "end" }),
+      p: () => setPlaying(!playing),
     };
     if (act[event.key] && !event.ctrlKey && !event.metaKey && !event.altKey) {
       act[event.key]();
       event.preventDefault();
     }
   };
+  const here = scene?.here;
+  // What a copy takes: the thing of the chosen unit in which one stands.
+  const thing = unit === "primitive" || unit === "word" || !here || (unit !== "frame" && here[unit] === 0) ? undefined : unit;
+  const number = thing && here ? (thing === "frame" ? here.frame : here[thing] - 1) : 0;
+  const next = opened && thing && number + 1 < opened.about.total[thing] + (thing === "frame" ? 1 : 0) ? `${thing}:${number + 1}` : "end";
 
   return (
     <main class="inspector" onKeyDown={onKey}
@@ -145,82 +183,77 @@ export function Inspector({ engine, settings, capture }: { engine: Engine; setti
       }}>
       <aside aria-label="The capture">
         <label class="file">
-          <input type="file" accept=".korv" onChange={(event) => void open(event.currentTarget.files?.[0])} />
+          <input type="file" onChange={(event) => void open(filesOf(event.currentTarget)[0])} />
           <span>Open a capture…</span>
-          <small>or drop one here</small>
+          <small>or drop one here, or raw words</small>
         </label>
         {opened && (
           <>
             <p class="about">
-              <strong>{opened.name}</strong>: {opened.about.chip}{opened.about.setupUnit ? " with setup unit" : ""},{" "}
-              {counted(opened.about.total.event)} events, {counted(opened.about.total.word)} words, by {opened.about.maker || "nobody"}
+              <strong>{opened.name}</strong>: {opened.about.raw ? "raw words for " : ""}{opened.about.chip}{opened.about.setupUnit ? " with setup unit" : ""},{" "}
+              {counted(opened.about.total.event)} events, {counted(opened.about.total.word)} words{opened.about.maker ? `, by ${opened.about.maker}` : ""}
             </p>
-            <LongList<TimelineEntry> label="Time line" count={opened.timeline.length} version={opened}
-              marked={Math.max(0, opened.timeline.findLastIndex((entry) => placeOf(entry) === settings.at || entry.word < (scene?.here.word ?? 0)))}
+            <LongList<TimelineEntry> label="What was done" count={opened.timeline.length} version={opened}
+              marked={here && Math.max(0, lastBegun(opened.timeline, settings.at ?? "", here))}
               fetch={async (first, most) => opened.timeline.slice(first, first + most)}
               onChoose={(entry) => change({ at: placeOf(entry) })}
               row={(entry) => (
                 <>
                   <span class={`kind ${entry.kind}`}>{entry.kind}</span>
                   <span class="number">{entry.number}</span>
-                  <span class="meaning">{String(entry.name ?? entry.text ?? "")}</span>
+                  <span class="meaning">{entry.kind === "frame" ? "ends" : String(entry.name || entry.text || "").replace(/^Render (Primitive=)?/, "")}</span>
                 </>
               )} />
           </>
         )}
       </aside>
       <div class="bench">
-        <Problem text={problem} />
-        {!opened && (
-          <p class="empty">
-            Open a capture to walk through it. <code>korv demo --capture FOLDER</code>, <code>korv render … --capture FILE</code> and{" "}
-            <code>korv replay … --capture FILE</code> write them.
-          </p>
+        <Problem text={[openProblem, problem].filter(Boolean).join("\n")} />
+        {raw && <RawForm chips={catalogue.chips} name={raw.name} onOpen={(words) => void open(raw, words)} />}
+        {!opened && !raw && (
+          <div class="empty">
+            <p>Open a capture to walk through it, step by step, back and forth.</p>
+            <p><code>korv demo --capture FOLDER</code>, <code>korv render … --capture FILE</code> and <code>korv replay … --capture FILE</code> write them;{" "}
+              <code>korv inspect FILE -o report.html</code> puts one into this page.</p>
+          </div>
         )}
         {opened && (
           <>
-            <div class="bar" role="toolbar" aria-label="Steps">
-              <button type="button" onClick={() => change({ at: "start" })}>|◀ Start</button>
-              <button type="button" onClick={() => step(-1)}>◀ Back</button>
-              <button type="button" onClick={() => step(1)}>Forward ▶</button>
-              <button type="button" onClick={() => change({ at: "end" })}>End ▶|</button>
-              <Select label="by" value={unit} options={kUnits.map((value) => ({ value, label: value }))} onChange={(by) => change({ by }, false)} />
+            <div class="bar steps" role="toolbar" aria-label="Steps">
+              <button type="button" onClick={() => change({ at: "start" })} aria-label="To the start" title="Home">|◀</button>
+              <button type="button" onClick={() => step(-1)} title="Left arrow">◀ Back</button>
+              <button type="button" class="wide-button" aria-pressed={playing} onClick={() => setPlaying(!playing)} disabled={atEnd && !playing} title="P">
+                {playing ? "❚❚ Pause" : "▶ Play"}
+              </button>
+              <button type="button" onClick={() => step(1)} title="Right arrow">Forward ▶</button>
+              <button type="button" onClick={() => change({ at: "end" })} aria-label="To the end" title="End">▶|</button>
+              <Select label="by" value={unit} options={kUnits.map((value) => ({ value, label: value }))} onChange={(by) => change({ by }, "smooth")} />
               <form onSubmit={(event) => {
                 event.preventDefault();
                 change({ at: String(new FormData(event.currentTarget).get("place")).trim() });
               }}>
-                <input name="place" aria-label="Go to a place" placeholder="batch:3, call:7, 1234" key={settings.at} defaultValue={settings.at ?? ""} />
+                <input name="place" aria-label="A place" placeholder="word:1234, batch:3, end" key={settings.at} defaultValue={settings.at || "end"} />
                 <button type="submit">Go</button>
               </form>
-              <output aria-live="polite">
-                {busy ? "…" : scene && `word ${counted(scene.here.word)}, call ${scene.here.call}, batch ${scene.here.batch}, frame ${scene.here.frame}`}
+              <output aria-live="polite" aria-busy={busy}>
+                {here && `word ${counted(here.word)}, call ${here.call}, batch ${here.batch}, frame ${here.frame}, ${(here.microseconds / 1000).toFixed(1)} ms`}
               </output>
             </div>
+            <Lanes timeline={opened.timeline} words={opened.about.total.word} at={here?.word ?? 0} onPlace={(at) => change({ at })} onStep={step} />
             {scene && (
-              <>
-                <div class="pictures">
-                  <figure>
-                    {scene.pictureProblem !== "" ? <p class="empty">{scene.pictureProblem}</p> : <Canvas name="picture" picture={scene.picture} label={`What is drawn by ${settings.at || "the end"}`} />}
-                    <figcaption>
-                      <Select label="Surface" value={settings.surface ?? ""} onChange={(surface) => change({ surface })}
-                        options={[
-                          { value: "", label: "what was drawn to" }, { value: kDepth, label: "its depth" },
-                          ...scene.here.surfaces.map(({ name, width, height, bits }) => ({ value: name, label: `${name} (${width}×${height}, ${bits} bits)` })),
-                        ]} />
-                      <button type="button" disabled={!scene.picture}
-                        onClick={() => void toPng(scene.picture!).then((blob) => save(blob, `${opened.name}-${(settings.at || "end").replace(":", "-")}.png`))}>
-                        Save PNG
-                      </button>
-                    </figcaption>
-                  </figure>
-                </div>
-                <Tabs label="What is there" value={tab} onChange={setTab}
-                  tabs={[{ value: "state", label: "State" }, { value: "words", label: "Words around" }]}>
-                  {tab === "state"
-                    ? <State scene={scene} onPlace={(place) => change({ at: place })} />
-                    : <Events events={scene.events} here={scene.here.event} />}
+              <div class="split">
+                <Stage about={opened.about} here={scene.here} name={`${opened.name}-${(settings.at || "end").replace(":", "-")}`} picture={scene.picture}
+                  problem={scene.pictureProblem} settings={settings} change={(changed) => change(changed)} />
+                <Tabs label="What is there" value={tab} onChange={(value) => change({ tab: value }, "smooth")}
+                  tabs={[{ value: "state", label: "State" }, { value: "words", label: "Words" }, { value: "pixel", label: settings.pixel ? `Pixel ${settings.pixel}` : "Pixel" }]}>
+                  {tab === "words"
+                    ? <Events engine={engine} version={scene} settings={settings} change={(changed) => change(changed)}
+                        copyFrom={thing ? `${thing}:${number}` : "start"} copyTo={thing ? next : "end"} copyWhat={thing ? `${thing} ${number}` : "all"} />
+                    : tab === "pixel"
+                    ? <Pixel engine={engine} version={opened} surface={settings.of ?? ""} pixel={settings.pixel ?? ""} word={scene.here.word} onPlace={(at) => change({ at })} />
+                    : <State state={scene.state} before={scene.before} onWriter={(at) => change({ at, tab: "words" })} />}
                 </Tabs>
-              </>
+              </div>
             )}
           </>
         )}
@@ -229,53 +262,9 @@ export function Inspector({ engine, settings, capture }: { engine: Engine; setti
   );
 }
 
-const placeOf = (entry: TimelineEntry) => (entry.kind === "primitive" ? `word:${entry.word}` : `${entry.kind}:${entry.number}`);
-
-function State({ scene, onPlace }: { scene: Scene; onPlace(place: string): void }) {
-  const [wanted, setWanted] = useState("");
-  const [all, setAll] = useState(false);
-  const text = wanted.toLowerCase();
-  const rows = scene.state.registers.filter((register) =>
-    (all || register.writtenBy !== null || register.raw !== 0) &&
-    `${register.name} ${register.unit ?? ""} ${register.meaning}`.toLowerCase().includes(text));
-  return (
-    <>
-      <div class="search">
-        <input type="search" aria-label="Find registers" placeholder="Fog, LocalBuffer, Render…" value={wanted} onInput={(event) => setWanted(event.currentTarget.value)} />
-        <label><input type="checkbox" checked={all} onChange={(event) => setAll(event.currentTarget.checked)} /> also those that nobody wrote</label>
-        <output>{rows.length} registers, {scene.changed.size} changed since the last place</output>
-      </div>
-      <div class="scroll" tabIndex={0} role="region" aria-label="Registers">
-        <table>
-          <thead><tr><th scope="col">Register</th><th scope="col">Bits</th><th scope="col">Written by</th><th scope="col">Meaning</th></tr></thead>
-          <tbody>
-            {rows.map((register: Register) => (
-              <tr key={register.offset} class={scene.changed.has(register.name) ? "changed" : undefined}>
-                <th scope="row" title={register.unit}>{register.name}</th>
-                <td><code>{hex(register.raw)}</code></td>
-                <td>{register.writtenBy === null ? "" : <button type="button" class="link" onClick={() => onPlace(register.writtenBy!)}>{register.writtenBy}</button>}</td>
-                <td>{register.meaning}</td>
-              </tr>
-            ))}
-          </tbody>
-        </table>
-      </div>
-    </>
-  );
-}
-
-function Events({ events, here }: { events: StreamEvent[]; here: number }) {
-  const letters: Record<string, string> = { fifo: "f", dma: "d", read: "r", write: "w" };
-  return (
-    <LongList<StreamEvent> label="Events around this place" count={events.length} version={events}
-      marked={events.findIndex(({ event }) => event >= here)}
-      fetch={async (first, most) => events.slice(first, first + most)}
-      row={(event) => (
-        <>
-          <span class="number">{event.raw !== undefined ? event.word : ""}</span>
-          <code>{letters[event.kind] ?? event.kind} {event.raw !== undefined ? hex(event.raw) : ""}</code>
-          <span class={event.register ? "meaning" : "meaning tag"}>{event.text ?? [event.mark, event.name].filter(Boolean).join(" ")}</span>
-        </>
-      )} />
-  );
+// The entry of the time line at which, or behind which, one stands.
+function lastBegun(timeline: TimelineEntry[], at: string, here: Here): number {
+  const exact = timeline.findIndex((entry) => placeOf(entry) === at);
+  return exact >= 0 ? exact : timeline.findLastIndex((entry) =>
+    entry.kind === "primitive" ? entry.word < here.word : entry.kind === "frame" ? entry.number < here.frame : entry.number < here[entry.kind]);
 }

@@ -3,10 +3,11 @@ import { useEffect, useMemo, useRef, useState } from "preact/hooks";
 
 import type { Engine } from "../engine/engine.ts";
 import type { Call, Catalogue, DrawRequest, Frame, Model, StateName, States, Word } from "../engine/types.ts";
-import { goTo, type Settings } from "./address.ts";
-import { Choice, Problem, save, Select, Tabs, type Option } from "./controls.tsx";
+import { goTo, type Move, type Settings } from "./address.ts";
+import { Choice, filesOf, Problem, save, Select, Tabs, type Option } from "./controls.tsx";
 import { LongList } from "./list.tsx";
 import { Canvas, difference, toPng } from "./picture.tsx";
+import { counted, hex } from "./text.ts";
 
 const kModel = "model"; // in place of a scene's name
 const kTurn = 60; // degrees a second
@@ -24,8 +25,6 @@ const kStates: { name: StateName; label: string; options: Option[] }[] = [
   { name: "cull", label: "Culling", options: [asIs, { value: "none", label: "none" }, { value: "cw", label: "cw" }, { value: "ccw", label: "ccw" }] },
 ];
 
-const hex = (value: number) => (value >>> 0).toString(16).toUpperCase().padStart(8, "0");
-const counted = (value: number) => value.toLocaleString("en");
 
 function requestOf(settings: Settings): DrawRequest {
   const states: States = {};
@@ -97,8 +96,8 @@ function useSettled(number: number): number {
 
 export function Laboratory(props: { catalogue: Catalogue; engines: Engine[]; settings: Settings }) {
   const { catalogue, engines, settings } = props;
-  const change = (changed: Settings, step = true) =>
-    goTo({ view: "laboratory", settings: { ...settings, ...changed } }, step);
+  const change = (changed: Settings, move: Move = "step") =>
+    goTo({ view: "laboratory", settings: { ...settings, ...changed } }, move);
   const request = requestOf(settings);
   const scene = catalogue.scenes.find(({ name }) => name === request.scene);
   const other = settings.beside && settings.beside !== request.chip ? { ...request, chip: settings.beside } : undefined;
@@ -123,7 +122,7 @@ export function Laboratory(props: { catalogue: Catalogue; engines: Engine[]; set
       latest.current.at = now;
       const frame = requestAnimationFrame(() => {
         const yaw = (Number(settings.yaw ?? 0) + kTurn * seconds) % 360;
-        change({ yaw: yaw.toFixed(2) }, false);
+        change({ yaw: yaw.toFixed(2) }, "smooth");
       });
       return () => cancelAnimationFrame(frame);
     }
@@ -135,7 +134,7 @@ export function Laboratory(props: { catalogue: Catalogue; engines: Engine[]; set
       yaw: round((request.yaw! + yaw) % 360),
       pitch: round(Math.max(-180, Math.min(180, request.pitch! + pitch))),
       zoom: round(Math.max(0.1, Math.min(20, request.zoom! * zoom))),
-    }, false);
+    }, "smooth");
   };
   const onKey = (event: KeyboardEvent) => {
     const step = event.shiftKey ? 15 : 5;
@@ -203,7 +202,7 @@ export function Laboratory(props: { catalogue: Catalogue; engines: Engine[]; set
           onChange={(name) => change({ scene: name, yaw: "", pitch: "", zoom: "" })} />
         <p class="about">{scene ? scene.about : model ? `${counted(model.triangles)} triangles, ${counted(model.vertices)} vertices` : "an OBJ file of yours"}</p>
         <label class="file">
-          <input type="file" multiple accept=".obj,.mtl,.png" onChange={(event) => void take(event.currentTarget.files ?? [])} />
+          <input type="file" multiple accept=".obj,.mtl,.png" onChange={(event) => void take(filesOf(event.currentTarget))} />
           <span>Open a model…</span>
           <small>or drop .obj, .mtl and .png here</small>
         </label>

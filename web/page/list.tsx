@@ -1,6 +1,7 @@
-// Long lists, of which only the rows in sight are there. Rows come in pages, from a function.
+// Long lists, of which only the rows in sight are there. Rows come in pages, from a function. The arrow keys move
+// among them, Enter chooses one.
 import type { ComponentChildren } from "preact";
-import { useEffect, useLayoutEffect, useRef, useState } from "preact/hooks";
+import { useEffect, useId, useLayoutEffect, useRef, useState } from "preact/hooks";
 
 const kRow = 20; // pixels
 const kPage = 200; // rows
@@ -15,9 +16,11 @@ export function LongList<Row>(props: {
   marked?: number; // a row that is brought into sight
   onChoose?(row: Row, index: number): void;
 }) {
+  const id = useId();
   const box = useRef<HTMLDivElement>(null);
   const [top, setTop] = useState(0);
   const [height, setHeight] = useState(400);
+  const [active, setActive] = useState(0);
   const [pages, setPages] = useState<Map<number, Row[]>>(new Map());
   const known = useRef<{ version: unknown; asked: Set<number> }>({ version: undefined, asked: new Set() });
   const pixels = Math.min(props.count * kRow, kMostPixels);
@@ -29,14 +32,18 @@ export function LongList<Row>(props: {
     return () => observer.disconnect();
   }, []);
 
+  const bring = (row: number, part: number) => {
+    const at = (row * kRow) / scale, element = box.current!;
+    if (at < element.scrollTop || at + kRow > element.scrollTop + element.clientHeight) {
+      element.scrollTop = Math.max(0, at - element.clientHeight * part);
+    }
+  };
   useEffect(() => {
     if (props.marked !== undefined && box.current) {
-      const at = (props.marked * kRow) / scale;
-      if (at < box.current.scrollTop || at + kRow > box.current.scrollTop + box.current.clientHeight) {
-        box.current.scrollTop = Math.max(0, at - box.current.clientHeight / 3);
-      }
+      setActive(props.marked);
+      bring(props.marked, 1 / 3);
     }
-  }, [props.marked, props.count]);
+  }, [props.marked, props.count, height > 0]);
 
   const first = Math.max(0, Math.min(Math.floor((top * scale) / kRow), props.count - 1));
   const last = Math.min(props.count, first + Math.ceil(height / kRow) + 2);
@@ -59,18 +66,51 @@ export function LongList<Row>(props: {
     }
   }, [props.version, first, last]);
 
+  const rowAt = (index: number) => pages.get(Math.floor(index / kPage))?.[index % kPage];
+  const choose = (index: number) => {
+    const row = rowAt(index);
+    if (row !== undefined && getSelection()?.isCollapsed !== false) {
+      setActive(index);
+      props.onChoose?.(row, index);
+    }
+  };
+  const onKey = (event: KeyboardEvent) => {
+    const page = Math.max(1, Math.floor(height / kRow) - 1);
+    const moves: Record<string, number> = {
+      ArrowDown: active + 1, ArrowUp: active - 1, PageDown: active + page, PageUp: active - page, Home: 0, End: props.count - 1,
+    };
+    if (event.ctrlKey || event.metaKey || event.altKey) {
+      return;
+    }
+    if (event.key in moves && props.count > 0) {
+      const next = Math.max(0, Math.min(props.count - 1, moves[event.key]));
+      setActive(next);
+      bring(next, moves[event.key] > active ? 0.9 : 0.1);
+    } else if ((event.key === "Enter" || event.key === " ") && props.onChoose) {
+      choose(active);
+    } else {
+      return;
+    }
+    event.preventDefault();
+    event.stopPropagation();
+  };
+
+  const chosen = props.onChoose !== undefined;
   const rows: ComponentChildren[] = [];
   for (let i = first; i < last; ++i) {
-    const row = pages.get(Math.floor(i / kPage))?.[i % kPage];
+    const row = rowAt(i);
     rows.push(
-      <div key={i} role="listitem" class={i === props.marked ? "row marked" : "row"} aria-setsize={props.count} aria-posinset={i + 1}
-        onClick={() => row !== undefined && props.onChoose?.(row, i)}>
+      <div key={i} id={`${id}-${i}`} role={chosen ? "option" : "listitem"} aria-setsize={props.count} aria-posinset={i + 1}
+        class={["row", i === props.marked && "marked", i === active && "active", chosen && "choice"].filter(Boolean).join(" ")}
+        aria-selected={chosen ? i === props.marked : undefined} onClick={() => choose(i)}>
         {row === undefined ? "…" : props.row(row, i)}
       </div>,
     );
   }
   return (
-    <div class="list" ref={box} tabIndex={0} role="list" aria-label={props.label} onScroll={(event) => setTop(event.currentTarget.scrollTop)}>
+    <div class="list" ref={box} tabIndex={0} role={chosen ? "listbox" : "list"} aria-label={props.label} onKeyDown={onKey}
+      aria-activedescendant={chosen && active >= first && active < last ? `${id}-${active}` : undefined}
+      onScroll={(event) => setTop(event.currentTarget.scrollTop)}>
       <Spacer pixels={(first * kRow) / scale} />
       {rows}
       <Spacer pixels={Math.max(0, pixels - (first * kRow) / scale - rows.length * kRow)} />

@@ -6,12 +6,14 @@ import type { Catalogue } from "../engine/types.ts";
 import { goTo, useAddress } from "./address.ts";
 import { Inspector } from "./inspector.tsx";
 import { Laboratory } from "./laboratory.tsx";
+import { Tour } from "./tour.tsx";
 
 declare const KORV_WORKER: string;
 
 const kViews = [
   { name: "laboratory", title: "Laboratory", about: "scenes and models on each chip" },
   { name: "inspector", title: "Inspector", about: "captures, step by step" },
+  { name: "tour", title: "Tour", about: "one triangle, from vertices to pixels" },
 ];
 
 // A capture that the page was made with.
@@ -59,7 +61,7 @@ function App({ catalogue, engines, capture }: { catalogue: Catalogue; engines: E
             <a key={name} href={`#${name}`} title={about} aria-current={view === name ? "page" : undefined}
               onClick={(event) => {
                 event.preventDefault();
-                goTo({ view: name, settings: {} }, true);
+                goTo({ view: name, settings: {} }, "step");
               }}>
               {title}
             </a>
@@ -68,9 +70,9 @@ function App({ catalogue, engines, capture }: { catalogue: Catalogue; engines: E
         <span class="version">{catalogue.version}</span>
         <Theme />
       </header>
-      {view === "inspector"
-        ? <Inspector engine={engines[2]} settings={address.settings} capture={capture} />
-        : <Laboratory catalogue={catalogue} engines={engines} settings={address.settings} />}
+      {view === "inspector" && <Inspector engine={engines[2]} catalogue={catalogue} settings={address.settings} capture={capture} />}
+      {view === "tour" && <Tour engine={engines[3]} catalogue={catalogue} settings={address.settings} />}
+      {view === "laboratory" && <Laboratory catalogue={catalogue} engines={engines} settings={address.settings} />}
     </>
   );
 }
@@ -80,7 +82,7 @@ async function start(): Promise<void> {
   try {
     const module = await compiledModule();
     const script = URL.createObjectURL(new Blob([KORV_WORKER], { type: "text/javascript" }));
-    const engines = [0, 1, 2].map(() => new Engine(module, script));
+    const engines = [0, 1, 2, 3].map(() => new Engine(module, script));
     const catalogue = await engines[0].ask.catalogue();
     render(<App catalogue={catalogue} engines={engines} capture={ownCapture()} />, (page.replaceChildren(), page));
   } catch (error) {

@@ -2,12 +2,11 @@
 // A board behind the C interface, ended with its test.
 #include "board/capi/korv_board.h"
 #include "chip/words.h"
+#include "tests/board/capi/handle.h"
 
 #include <gtest/gtest.h>
 
 #include <initializer_list>
-#include <memory>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -20,11 +19,6 @@ inline korv_board_config DefaultConfig() {
     config.local_buffer_bytes = 1u << 16;
     return config;
 }
-
-struct End {
-    void operator()(korv_board* board) const { korv_board_destroy(board); }
-};
-using Handle = std::unique_ptr<korv_board, End>;
 
 inline Handle Make(const korv_board_config& config = DefaultConfig()) {
     korv_board* board = nullptr;
@@ -52,13 +46,6 @@ inline std::vector<uint32_t> FillWords() {
 inline uint32_t PixelOf(korv_board* board, uint32_t x, uint32_t y) {
     const uint8_t* at = korv_board_frame_buffer(board, nullptr) + (y * 128 + x) * 4;
     return at[0] | at[1] << 8 | at[2] << 16 | static_cast<uint32_t>(at[3]) << 24;
-}
-
-inline std::string FaultText(const korv_board* board) {
-    std::string text(korv_board_fault_text(board, nullptr, 0) + 1, '\0');
-    korv_board_fault_text(board, text.data(), text.size());
-    text.pop_back();
-    return text;
 }
 
 } // namespace capi_rig

@@ -257,6 +257,25 @@ TEST(PixelProbe, IsNotToldOfRowsThatItDoesNotWant) {
     }
 }
 
+// Rows that a probe skips are not drawn, and the primitive goes on below them.
+TEST(PixelProbe, KeepsRowsFromBeingDrawn) {
+    class Sparing final : public board::PixelProbe {
+      public:
+        bool Skips(const board::PixelRow& row) override { return row.y == 3; }
+        void OnPixel(const PixelReport& pixel) override { told += pixel.y == 3 ? 1000 : 1; }
+        int told = 0;
+    };
+    ProbeRig r;
+    Sparing probe;
+    r.board.SetProbe(&probe);
+    r.Send(tag::Color, 0x55);
+    r.Rectangle(2, 1, 6, 5);
+    EXPECT_EQ(probe.told, 12);
+    for (int y = 0; y < 6; ++y) {
+        EXPECT_EQ(r.Pixel(3, y), y >= 1 && y < 5 && y != 3 ? 0x55u : 0u);
+    }
+}
+
 TEST(PixelProbe, UpdatesOfTheLocalBufferAreDepths) {
     rig::Rig r(rig::SmallConfig(board::Chip::TX));
     KeptProbe probe;

@@ -24,6 +24,9 @@ struct UnexpectedError : std::runtime_error {
     explicit UnexpectedError(const std::string& lines) : std::runtime_error(lines) {}
 };
 
+// As shells tell of a command that SIGPIPE has ended: whoever read its output has what it wants.
+inline constexpr int kExitReaderLeft = 128 + 13;
+
 // Ends the tool with this exit code and no further word.
 struct ExitStatus {
     int code;

@@ -95,6 +95,9 @@ void OutputFile::Close() {
     }
     stream_->flush();
     const bool closed = close(std::exchange(descriptor_, -1)) == 0;
+    if (buffer_->Error() == EPIPE) {
+        throw ExitStatus{kExitReaderLeft};
+    }
     if (buffer_->Error() != 0 || !closed) {
         Fail(path_, ReasonOf(buffer_->Error() != 0 ? buffer_->Error() : errno));
     }

@@ -1,7 +1,7 @@
 #pragma once
 // The listing of a trace: event text of the words, with a comment line in front of each batch.
 #include "stream/events.h"
-#include "tools/korv/capture/trace_objects.h"
+#include "tools/korv/capture/word_log.h"
 
 #include <map>
 #include <ostream>

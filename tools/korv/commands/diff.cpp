@@ -98,11 +98,6 @@ class Teller {
     stream::Reading reading_;
 };
 
-nlohmann::ordered_json PlaceJson(const stream::Position& at) {
-    return {{"word", at.word}, {"event", at.event}, {"batch", at.batch},
-            {"call", at.call}, {"frame", at.frame}, {"step", at.step}};
-}
-
 class DiffCommand {
     using Colour = Listing::Colour;
 
@@ -148,8 +143,9 @@ class DiffCommand {
             for (const stream::Changed& one : hunk.changes) {
                 changes.push_back(ChangeJson(one, left, right));
             }
-            hunks_.push_back(
-                {{"a", PlaceJson(hunk.a)}, {"b", PlaceJson(hunk.b)}, {"changes", changes}});
+            hunks_.push_back({{"a", stream::ToJson(hunk.a)},
+                              {"b", stream::ToJson(hunk.b)},
+                              {"changes", changes}});
             return;
         }
         const char* const plain = listing_.Escape(Colour::Plain);

@@ -66,12 +66,8 @@ void Report(const std::vector<stream::Finding>& findings, const LintArguments& a
                             {"kind", row.wrong ? "wrong" : "wasteful"},
                             {"subject", one.subject},
                             {"text", one.text},
-                            {"times", one.times},
-                            {"word", one.at.word},
-                            {"event", one.at.event},
-                            {"batch", one.at.batch},
-                            {"frame", one.at.frame},
-                            {"step", one.at.step}});
+                            {"times", one.times}});
+            list.back().update(stream::ToJson(one.at, one.word));
         }
         const nlohmann::ordered_json report{{"file", arguments.stream.file}, {"findings", list}};
         fmt::print(console.out, "{}\n", report.dump(2));
@@ -85,11 +81,12 @@ void Report(const std::vector<stream::Finding>& findings, const LintArguments& a
     for (const stream::Finding& one : findings) {
         const stream::RuleRow& row = RowOf(one.rule);
         wrong += row.wrong ? 1 : 0;
-        fmt::print(
-            out, "{}{}{}: {}{}{}: {} {}[{}]{}{}\n", listing.Escape(Colour::Heading),
-            stream::TextOf(one.at), plain, listing.Escape(row.wrong ? Colour::Bad : Colour::Number),
-            row.wrong ? "wrong" : "wasteful", plain, one.text, listing.Escape(Colour::Dim),
-            row.name, plain, one.times > 1 ? fmt::format(", {} times in all", one.times) : "");
+        fmt::print(out, "{}{}{}: {}{}{}: {} {}[{}]{}{}\n", listing.Escape(Colour::Heading),
+                   stream::TextOf(one.at, one.word), plain,
+                   listing.Escape(row.wrong ? Colour::Bad : Colour::Number),
+                   row.wrong ? "wrong" : "wasteful", plain, one.text, listing.Escape(Colour::Dim),
+                   row.name, plain,
+                   one.times > 1 ? fmt::format(", {} times in all", one.times) : "");
     }
     fmt::print(out, "{}: {}\n", Printable(arguments.stream.file),
                findings.empty()

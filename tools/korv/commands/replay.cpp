@@ -28,8 +28,8 @@ namespace {
 
 // Random sessions in place of a script.
 struct RandomArguments {
-    std::string seed; // none: a script is played
-    int steps = 100, sessions = 1;
+    std::string seeds; // one, or FIRST-LAST; none: a script is played
+    int steps = 100;
     bool illegal = false;
     std::string save;
 };
@@ -118,16 +118,25 @@ void Replay(const ReplayArguments& arguments, Console& console) {
 
 constexpr size_t kMostTries = 1000;
 
-uint64_t ReadSeed(const std::string& text) {
-    uint64_t seed = 0;
+struct Seeds {
+    uint64_t first, last;
+};
+
+Seeds ReadSeeds(const std::string& text) {
+    Seeds seeds{};
     const char* const end = text.data() + text.size();
-    const auto [behind, error] = std::from_chars(text.data(), end, seed);
-    if (error != std::errc() || behind != end) {
-        throw UsageError(fmt::format(
-            "bad value '{}' for '--random': expected a number from 0 to 18446744073709551615",
-            text));
+    auto [behind, error] = std::from_chars(text.data(), end, seeds.first);
+    seeds.last = seeds.first;
+    if (error == std::errc() && behind != end && *behind == '-') {
+        const auto second = std::from_chars(behind + 1, end, seeds.last);
+        behind = second.ptr, error = second.ec;
     }
-    return seed;
+    if (error != std::errc() || behind != end || seeds.last < seeds.first) {
+        throw UsageError(fmt::format("bad value '{}' for '--random': expected a number, or two as "
+                                     "in 1-1000",
+                                     text));
+    }
+    return seeds;
 }
 
 std::string Tell(const random::Finding& finding, const random::Steps& steps) {
@@ -141,20 +150,30 @@ void WriteScript(const std::string& path, const std::string& text) {
     file.Commit();
 }
 
-// Sessions of consecutive seeds, under all checks; the first finding is cut down and kept.
+// Sessions of consecutive seeds, under all checks. Each finding is cut down, kept and told.
 void PlayRandom(const ReplayArguments& arguments, Console& console) {
     const RandomArguments& how = arguments.random;
-    const uint64_t first = ReadSeed(how.seed);
-    size_t steps = 0, plays = 0, passedOver = 0;
-    for (uint64_t seed = first; seed != first + static_cast<uint64_t>(how.sessions); ++seed) {
+    const Seeds seeds = ReadSeeds(how.seeds);
+    if (!how.save.empty() && seeds.last != seeds.first) {
+        throw UsageError("'--save' keeps one session: of several those that fail are kept");
+    }
+    const random::TrialOptions options{how.illegal, true, arguments.dll};
+    size_t sessions = 0, steps = 0, plays = 0, passedOver = 0, failed = 0;
+    for (uint64_t seed = seeds.first;; ++seed) {
         const random::Steps session =
             random::MakeSession(seed, static_cast<size_t>(how.steps), how.illegal);
-        const random::TrialOptions options{how.illegal, true, arguments.dll};
         const random::TrialResult result = random::Try(session, options);
         const std::string title = fmt::format("Random session {}, {}{}", seed,
                                               Count(static_cast<size_t>(how.steps), "step"),
                                               how.illegal ? ", some illegal" : "");
+        ++sessions;
+        steps += session.size();
+        plays += result.plays;
+        passedOver += static_cast<size_t>(std::ranges::count(result.passedOver, true));
         if (result.finding) {
+            ++failed;
+            fmt::print(console.err, "korv: random session {}: {}\n", seed,
+                       Printable(Tell(*result.finding, session)));
             const random::Steps fewest =
                 random::Shrink(session, *result.finding, options, kMostTries);
             const auto again = random::Try(fewest, options);
@@ -162,21 +181,23 @@ void PlayRandom(const ReplayArguments& arguments, Console& console) {
             const std::string path =
                 how.save.empty() ? fmt::format("random-{}.json", seed) : how.save;
             WriteScript(path, random::ScriptText(title + ": " + finding.kind, fewest));
-            throw UnexpectedError(
-                fmt::format("random session {}: {}\ncut down to {} in '{}': {}", seed,
-                            Tell(*result.finding, session), Count(fewest.size(), "step"), path,
-                            again.finding ? Tell(finding, fewest) : finding.text));
-        }
-        if (!how.save.empty()) {
+            fmt::print(console.err, "korv: cut down to {} in '{}': {}\n",
+                       Count(fewest.size(), "step"), Printable(path),
+                       Printable(again.finding ? Tell(finding, fewest) : finding.text));
+        } else if (!how.save.empty()) {
             WriteScript(how.save, random::ScriptText(title, random::Kept(session, result)));
         }
-        steps += session.size();
-        plays += result.plays;
-        passedOver += static_cast<size_t>(std::ranges::count(result.passedOver, true));
+        if (seed == seeds.last) {
+            break;
+        }
     }
-    fmt::print(console.Report(), "{} from seed {} on: {} ({} passed over), {}, all as it must be\n",
-               Count(static_cast<size_t>(how.sessions), "random session"), first,
-               Count(steps, "step"), passedOver, Count(plays, "play"));
+    fmt::print(console.Report(), "{}: {} ({} passed over), {}, {}\n",
+               Count(sessions, "random session"), Count(steps, "step"), passedOver,
+               Count(plays, "play"),
+               failed == 0 ? "all as it must be" : fmt::format("{} failed", failed));
+    if (failed != 0) {
+        throw ExitStatus{kExitUnexpected};
+    }
 }
 
 // A script under the checks of random sessions.
@@ -202,10 +223,9 @@ void PlayChecked(const ReplayArguments& arguments, Console& console) {
 void ReplayAny(const ReplayArguments& arguments, Console& console) {
     const RandomArguments& random = arguments.random;
     const RandomArguments usual;
-    const bool checked = !random.seed.empty() || arguments.checks;
-    if (random.seed.empty() && (random.steps != usual.steps || random.sessions != usual.sessions ||
-                                !random.save.empty())) {
-        throw UsageError("'--steps', '--sessions' and '--save' go with '--random SEED'");
+    const bool checked = !random.seeds.empty() || arguments.checks;
+    if (random.seeds.empty() && (random.steps != usual.steps || !random.save.empty())) {
+        throw UsageError("'--steps' and '--save' go with '--random SEED'");
     }
     if (!checked && random.illegal) {
         throw UsageError("'--illegal' goes with '--random SEED' or '--checks'");
@@ -217,10 +237,10 @@ void ReplayAny(const ReplayArguments& arguments, Console& console) {
             "'--random' and '--checks' play by every road and record nothing: save the "
             "session, and play the script");
     }
-    if (random.seed.empty() == arguments.script.empty()) {
+    if (random.seeds.empty() == arguments.script.empty()) {
         throw UsageError("expected either a SCRIPT or '--random SEED'");
     }
-    if (!random.seed.empty()) {
+    if (!random.seeds.empty()) {
         PlayRandom(arguments, console);
     } else if (arguments.checks) {
         const HalScript sound(arguments.script);
@@ -272,14 +292,11 @@ void SetUpReplay(CLI::App& command, Console& console) {
     AddPatienceOption(command);
     RandomArguments& random = arguments->random;
     command
-        .add_option("--random", random.seed,
+        .add_option("--random", random.seeds,
                     "In place of a script, make one of this number, and play it by "
-                    "every road under all checks")
+                    "every road under all checks; FIRST-LAST: of each of these numbers")
         ->type_name("SEED");
     AddNumber(command, "--steps", random.steps, 1, 1000000, "How many steps it has at least (100)")
-        ->type_name("N");
-    AddNumber(command, "--sessions", random.sessions, 1, 1000000000,
-              "So many of them, of the numbers from SEED on")
         ->type_name("N");
     command.add_flag("--illegal", random.illegal,
                      "Let some steps break the rules of DirectDraw and Direct3D");

@@ -59,28 +59,8 @@ std::string InFlight(const stream::BoardState& state) {
     return parts.empty() ? "nothing" : fmt::format("{}", fmt::join(parts, "; "));
 }
 
-Json PlaceToJson(const stream::Position& at) {
-    return {{"event", at.event},   {"word", at.word},    {"calls", at.call},
-            {"batches", at.batch}, {"frames", at.frame}, {"steps", at.step}};
-}
-
 Json WriterToJson(const stream::HeldRegister& held) {
     return held.writer ? Json(held.writer->Text()) : Json();
-}
-
-void TellJson(const stream::BoardState& state, Console& console) {
-    Json json{{"at", PlaceToJson(state.at)}, {"microseconds", state.microseconds}};
-    json["inFlight"] = {{"inputFifo", state.waiting},
-                        {"burstWordsLeft", state.burstWordsLeft},
-                        {"dmaAddress", state.dmaAddress},
-                        {"dmaWordsLeft", state.dmaWordsLeft},
-                        {"outputWords", state.outputWords}};
-    json["registers"] = Json::array();
-    for (const stream::HeldRegister& held : state.registers) {
-        json["registers"].push_back(stream::ToJson(held.view));
-        json["registers"].back()["writtenBy"] = WriterToJson(held);
-    }
-    fmt::print(console.out, "{}\n", json.dump(2));
 }
 
 void Tell(const StateArguments& arguments, const stream::BoardState& state, Console& console) {
@@ -118,8 +98,8 @@ void Tell(const StateArguments& arguments, const stream::BoardState& state, Cons
 
 void TellDifference(const StateArguments& arguments, const stream::BoardState& here,
                     const stream::BoardState& there, Console& console) {
-    Json json{{"from", PlaceToJson(here.at)},
-              {"to", PlaceToJson(there.at)},
+    Json json{{"from", stream::ToJson(here.at)},
+              {"to", stream::ToJson(there.at)},
               {"registers", Json::array()}};
     Listing listing(console.out);
     if (!arguments.json) {
@@ -165,7 +145,7 @@ void State(const StateArguments& arguments, Console& console) {
     if (arguments.diff) {
         TellDifference(arguments, state, StateAt(arguments, arguments.other, console), console);
     } else if (arguments.json) {
-        TellJson(state, console);
+        fmt::print(console.out, "{}\n", stream::ToJson(state).dump(2));
     } else {
         Tell(arguments, state, console);
     }

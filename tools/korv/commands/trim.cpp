@@ -141,8 +141,8 @@ class Trim {
         if (arguments_.json) {
             nlohmann::ordered_json report{
                 {"file", arguments_.output},
-                {"from", {{"word", cut.from.word}, {"event", cut.from.event}}},
-                {"to", {{"word", cut.to.word}, {"event", cut.to.event}}},
+                {"from", stream::ToJson(cut.from)},
+                {"to", stream::ToJson(cut.to)},
                 {"words", minimised ? minimised->words : words},
                 {"cutOff", input_.Source().CutOff()},
             };

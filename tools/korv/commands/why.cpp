@@ -1,12 +1,12 @@
-#include "board/values/register_names.h"
-#include "stream/explain.h"
 #include "stream/pixel_history.h"
+#include "stream/pixel_moment.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/base/listing.h"
 #include "tools/korv/base/text.h"
 #include "tools/korv/commands/cli/command.h"
 #include "tools/korv/commands/cli/raw_screen.h"
 #include "tools/korv/commands/cli/stream_options.h"
+#include "tools/korv/commands/cli/stream_pictures.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -53,19 +53,9 @@ Pixel ParsePixel(const std::string& text) {
     throw UsageError(fmt::format("bad pixel '{}': expected X,Y, as in 100,50", text));
 }
 
-constexpr const char* kTestNames[] = {"limits", "scissor", "memory", "stipple", "source",
-                                      "key",    "alpha",   "depth",  "pick"};
-static_assert(std::size(kTestNames) == static_cast<size_t>(PixelTest::kCount));
-constexpr const char* kWayNames[] = {"fragment",          "block fill",   "copy",
-                                     "packed copy",       "download",     "local buffer fill",
-                                     "local buffer copy", "texture data", "video"};
-constexpr const char* kPrimitiveNames[] = {"trapezoid", "line", "point", "triangle",
-                                           "line of the setup unit"};
-constexpr const char* kCompareSigns[] = {"never", "<", "=", "<=", ">", "!=", ">=", "always"};
-constexpr const char* kMemoryNames[] = {"frame buffer", "local buffer", "memory of the machine"};
-
 const char* MemoryName(const board::PixelElement& element) {
-    return kMemoryNames[element.local ? 1 : 0];
+    return stream::NameOf(element.local ? stream::Memory::LocalBuffer
+                                        : stream::Memory::FrameBuffer);
 }
 
 std::string Hex(uint32_t value, uint32_t bits) {
@@ -106,13 +96,15 @@ class Why {
         if (surface.empty() && !raw) {
             surface = input_.Run([&] { return DrawnSurface(input_.Source(), arguments_.to); });
         }
+        std::optional<stream::SurfaceLayout> target;
+        if (raw && !surface.empty()) {
+            target = input_.Run([&] { return RawTarget(surface); });
+        }
         stream::Player player(input_.Source());
         stream::PixelHistory history(player, surface, pixel_.x, pixel_.y);
         if (raw) {
-            if (!surface.empty()) {
-                throw UsageError("raw words have no surfaces: '--surface' is for captures");
-            }
-            history.SetScreen(SetUpRawScreen(player, arguments_.screen, arguments_.stream.chip));
+            const auto screen = SetUpRawScreen(player, arguments_.screen, arguments_.stream.chip);
+            history.SetScreen(target.value_or(screen));
         }
         const bool reached =
             input_.Run([&] { return history.Run(arguments_.from, arguments_.to); });
@@ -146,6 +138,20 @@ class Why {
     }
 
   private:
+    // What raw words have as their "target" or "depth" at the end of what is looked at.
+    stream::SurfaceLayout RawTarget(const std::string& name) {
+        stream::Source& source = input_.Source();
+        stream::Player player(source);
+        StreamPictures pictures(player, arguments_.stream.file);
+        pictures.SetScreen(SetUpRawScreen(player, arguments_.screen, arguments_.stream.chip));
+        stream::Event event;
+        while (!HasReached(arguments_.to, source.At()) && player.Step(event)) {
+        }
+        const stream::SurfaceLayout layout = pictures.Drawn(name);
+        source.Seek({});
+        return layout;
+    }
+
     // --- texts ---
 
     // A value of the surface: its bits, and the colour that they are.
@@ -172,16 +178,14 @@ class Why {
     static bool IsZ(const board::PixelReport& pixel) { return pixel.Met(PixelTest::Depth); }
 
     std::string TestText(const board::PixelReport& pixel, PixelTest test) const {
-        std::string text = kTestNames[static_cast<int>(test)];
+        std::string text = stream::NameOf(test);
         if (test == PixelTest::Depth) {
             const uint32_t bits = pixel.depth.bytes == 2 ? 16 : 32;
             text += fmt::format(" {} {} {}", Hex(pixel.fragmentDepth, bits),
-                                kCompareSigns[static_cast<int>(pixel.depthCompare)],
-                                Hex(pixel.storedDepth, bits));
+                                stream::SignOf(pixel.depthCompare), Hex(pixel.storedDepth, bits));
         } else if (test == PixelTest::Alpha) {
             text += fmt::format(" {} {} {}", pixel.fragment.alpha,
-                                kCompareSigns[static_cast<int>(pixel.alphaCompare)],
-                                pixel.alphaReference);
+                                stream::SignOf(pixel.alphaCompare), pixel.alphaReference);
         }
         return text;
     }
@@ -207,10 +211,8 @@ class Why {
 
     std::string ThingOf(const PixelMoment& moment) const {
         const PixelWay way = moment.pixel.way;
-        std::string thing = kWayNames[static_cast<int>(way)];
-        if (way == PixelWay::Fragment) {
-            thing = kPrimitiveNames[static_cast<int>(moment.primitive)];
-        }
+        std::string thing =
+            way == PixelWay::Fragment ? stream::NameOf(moment.primitive) : stream::NameOf(way);
         if (moment.pixel.placed) {
             thing += fmt::format(" at {},{}", moment.pixel.x, moment.pixel.y);
         }
@@ -221,41 +223,20 @@ class Why {
     }
 
     static std::string PlaceText(const stream::PixelPlace& place) {
-        return fmt::format("{}{} {}", kMemoryNames[static_cast<int>(place.memory)],
+        return fmt::format("{}{} {}", stream::NameOf(place.memory),
                            place.memory == stream::Memory::Host ? ", bus address" : " byte",
                            place.byte);
     }
 
-    // Where a moment is, as places of a stream.
-    static std::string Where(const PixelMoment& moment) {
-        const bool drawn = moment.what == What::Drawn || moment.what == What::Cut;
-        if (drawn && moment.by.known) {
-            return moment.by.word ? fmt::format("word:{}", moment.by.at.word)
-                                  : fmt::format("event:{}", moment.by.at.event);
-        }
-        return fmt::format("event:{}", moment.at.event);
-    }
-    static const stream::Position& PlaceOf(const PixelMoment& moment) {
-        const bool drawn = moment.what == What::Drawn || moment.what == What::Cut;
-        return drawn && moment.by.known ? moment.by.at : moment.at;
-    }
-    static std::optional<uint64_t> CallOf(const PixelMoment& moment) {
-        return moment.what == What::Stored ? moment.call : moment.by.call;
-    }
-
     std::string Around(const stream::PixelHistory& history, const PixelMoment& moment) const {
-        const stream::Position& at = PlaceOf(moment);
         std::vector<std::string> parts;
-        if (at.batch != 0) {
-            parts.push_back(fmt::format("batch:{}", at.batch - 1));
-        }
-        parts.push_back(fmt::format("frame:{}", at.frame));
-        if (at.step != 0) {
-            parts.push_back(fmt::format("step:{} \"{}\"", at.step - 1,
-                                        Printable(history.StepName(at.step - 1))));
-        }
-        if (const auto call = CallOf(moment)) {
-            parts.push_back(fmt::format("call:{} {}", *call, Printable(history.CallName(*call))));
+        for (const stream::Place& place : stream::Around(moment.From())) {
+            parts.push_back(place.Text());
+            if (place.kind == stream::Place::Kind::Step) {
+                parts.back() += fmt::format(" \"{}\"", Printable(history.StepName(place.number)));
+            } else if (place.kind == stream::Place::Kind::Call) {
+                parts.back() += " " + Printable(history.CallName(place.number));
+            }
         }
         if (moment.inPrimitive && moment.by.primitive) {
             std::string text = fmt::format("primitive {}", *moment.by.primitive);
@@ -265,12 +246,6 @@ class Why {
             parts.push_back(text);
         }
         return fmt::format("{}", fmt::join(parts, ", "));
-    }
-
-    std::string Command(const board::RegisterWrite& write) const {
-        std::string text = board::TagName(write.tag);
-        stream::AppendMeaning(text, MappedOffset(write.tag), write.data, reading_);
-        return text;
     }
 
     // --- the listing ---
@@ -311,7 +286,8 @@ class Why {
             if (!out) {
                 break;
             }
-            fmt::print(out, "\n{}{}{}  {}{}{}\n", listing.Escape(Colour::Heading), Where(moment),
+            fmt::print(out, "\n{}{}{}  {}{}{}\n", listing.Escape(Colour::Heading),
+                       stream::PlaceAt(moment.From(), moment.AtWord()).Text(),
                        listing.Escape(Colour::Plain), listing.Escape(Colour::Dim),
                        Around(history, moment), listing.Escape(Colour::Plain));
             switch (moment.what) {
@@ -319,7 +295,7 @@ class Why {
             case What::Cut:
                 ++(moment.what == What::Drawn && moment.pixel.Passed() ? drew : stopped);
                 if (moment.pixel.way != PixelWay::Video) {
-                    fmt::print(out, "  {}{}\n", Command(moment.by.write),
+                    fmt::print(out, "  {}{}\n", stream::CommandOf(moment.by.write, reading_),
                                moment.by.known ? "" : ", which waited where the stream begins");
                 }
                 TellDrawn(listing, moment);
@@ -343,118 +319,9 @@ class Why {
                    Value(history.Value()), stream::TextOf(input_.Source().At()));
     }
 
-    // --- JSON ---
-
-    static Json ElementToJson(const board::PixelElement& element) {
-        if (element.bytes == 0) {
-            return nullptr;
-        }
-        return {{"memory", element.local ? "local" : "frame"},
-                {"byte", element.place},
-                {"bytes", element.bytes},
-                {"before", element.before},
-                {"after", element.after},
-                {"written", element.written}};
-    }
-    static Json OrNull(const std::optional<uint64_t>& value) {
-        return value ? Json(*value) : Json();
-    }
-    static Json ValueToJson(const std::optional<uint32_t>& value) {
-        return value ? Json(*value) : Json();
-    }
-    static Json PlaceToJson(const std::optional<stream::PixelPlace>& place) {
-        constexpr const char* kNames[] = {"frame", "local", "host"};
-        return !place ? Json()
-                      : Json{{"memory", kNames[static_cast<int>(place->memory)]},
-                             {"byte", place->byte}};
-    }
-
-    Json DrawnToJson(const PixelMoment& moment) const {
-        const board::PixelReport& pixel = moment.pixel;
-        Json tests = Json::array();
-        for (int i = 0; i < static_cast<int>(PixelTest::kCount); ++i) {
-            const auto test = static_cast<PixelTest>(i);
-            if (pixel.Met(test)) {
-                tests.push_back({{"test", kTestNames[i]}, {"passed", !pixel.Failed(test)}});
-            }
-        }
-        Json json{{"way", kWayNames[static_cast<int>(pixel.way)]},
-                  {"passed", moment.what == What::Drawn && pixel.Passed()},
-                  {"tests", tests}};
-        if (moment.inPrimitive) {
-            json["primitiveKind"] = kPrimitiveNames[static_cast<int>(moment.primitive)];
-        }
-        if (pixel.placed) {
-            json["x"] = pixel.x;
-            json["y"] = pixel.y;
-        }
-        if (pixel.way != PixelWay::Video) {
-            json["command"] = Command(moment.by.write);
-        }
-        if (pixel.source >= 0) {
-            json["sourceByte"] = pixel.source;
-        }
-        if (pixel.shaded) {
-            json["fragment"] = {{"red", pixel.fragment.red},
-                                {"green", pixel.fragment.green},
-                                {"blue", pixel.fragment.blue},
-                                {"alpha", pixel.fragment.alpha}};
-        }
-        if (pixel.Met(PixelTest::Depth)) {
-            json["fragmentDepth"] = pixel.fragmentDepth;
-            json["storedDepth"] = pixel.storedDepth;
-            json["depthCompare"] = kCompareSigns[static_cast<int>(pixel.depthCompare)];
-        }
-        if (pixel.Met(PixelTest::Alpha)) {
-            json["alphaReference"] = pixel.alphaReference;
-            json["alphaCompare"] = kCompareSigns[static_cast<int>(pixel.alphaCompare)];
-        }
-        json["colour"] = ElementToJson(pixel.colour);
-        json["depth"] = ElementToJson(pixel.depth);
-        return json;
-    }
-
     void TellJson(const stream::PixelHistory& history) {
-        constexpr const char* kWhat[] = {"drawn", "cut", "stored", "moved"};
-        Json moments = Json::array();
-        for (const PixelMoment& moment : history.Moments()) {
-            const stream::Position& at = PlaceOf(moment);
-            Json json{{"what", kWhat[static_cast<int>(moment.what)]},
-                      {"place", Where(moment)},
-                      {"event", moment.at.event},
-                      {"word", at.word},
-                      {"batch", at.batch != 0 ? Json(at.batch - 1) : Json()},
-                      {"frame", at.frame},
-                      {"step", at.step != 0 ? Json(at.step - 1) : Json()}};
-            const auto call = CallOf(moment);
-            json["call"] = OrNull(call);
-            if (call) {
-                json["callName"] = history.CallName(*call);
-            }
-            if (moment.inPrimitive && moment.by.primitive) {
-                json["primitive"] = *moment.by.primitive;
-                if (const auto words = history.Entries().Words(*moment.by.primitive)) {
-                    json["firstWord"] = words->first;
-                    json["words"] = words->count;
-                }
-            }
-            json["before"] = ValueToJson(moment.before);
-            json["after"] = ValueToJson(moment.after);
-            if (moment.what == What::Drawn || moment.what == What::Cut) {
-                json.update(DrawnToJson(moment));
-            } else if (moment.what == What::Moved) {
-                json["to"] = PlaceToJson(moment.place);
-            }
-            moments.push_back(std::move(json));
-        }
-        const Json report{{"file", arguments_.stream.file},
-                          {"surface", surface_.name},
-                          {"x", pixel_.x},
-                          {"y", pixel_.y},
-                          {"bits", surface_.bits},
-                          {"format", surface_.format},
-                          {"moments", moments},
-                          {"value", ValueToJson(history.Value())}};
+        Json report{{"file", arguments_.stream.file}};
+        report.update(stream::ToJson(history, surface_.name, reading_));
         // Names of a capture may be anything.
         fmt::print(console_.out, "{}\n",
                    report.dump(2, ' ', false, Json::error_handler_t::replace));
@@ -480,7 +347,8 @@ source (of a copy, inside the memory), key (colour key or chroma test), alpha, d
 which stops nothing. Tests of bounds that were passed are left out; --json has all.
 
 The surface is, unless --surface names another: what the latest picture was taken of; else the
-target of the latest context; else the screen.
+target of the latest context; else the screen. Raw words have a screen, where --base says, a target
+and a depth, where the registers say at the end.
 
 A PLACE is a word's number (1234 or word:1234), event:N, call:N, batch:N, frame:N, step:N,
 mark:NAME, start or end; all count from 0, and the place is where that begins.
@@ -491,6 +359,7 @@ Examples:
   korv why tx.korv 100,50 --from step:20 --to step:30
   korv why tx.korv 100,50 --surface back --json
   korv why words.bin 10,10 --chip permedia --size 320x240
+  korv why words.bin 10,10 --chip permedia --surface depth
 )";
 
 void SetUpWhy(CLI::App& command, Console& console) {

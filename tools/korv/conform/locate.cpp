@@ -63,7 +63,7 @@ std::string TextOfStep(const Case& one, size_t steps) {
         const Step& step = one.steps[i];
         switch (step.kind) {
         case EventKind::FifoWord:
-            text = fmt::format("word {}: {}", word++, explainer.Explain(step.value));
+            text = fmt::format("word:{}: {}", word++, explainer.Explain(step.value));
             break;
         case EventKind::Write:
             explainer.OnWrite(step.offset, step.value);

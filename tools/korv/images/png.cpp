@@ -19,7 +19,6 @@
 
 #include <fmt/format.h>
 
-#include <string_view>
 #include <strings.h>
 
 namespace korv {
@@ -27,34 +26,65 @@ namespace korv {
 namespace {
 
 // Of bytes that could not be read as a PNG.
-const char* WhyNoPng(std::string_view bytes) {
+const char* WhyNoPng(std::string_view bytes, std::string_view reason) {
     constexpr std::string_view kSignature = "\x89PNG\r\n\x1A\n";
     if (!bytes.starts_with(kSignature)) {
         return "unknown image type, expected a PNG";
     }
-    const std::string_view reason = stbi_failure_reason();
     return reason == "too large" || reason == "outofmem"
                ? "the image is too large"
                : "the PNG is damaged or cut short, expected a whole one";
 }
 
+// Whether all chunks up to the last one lie within `bytes`. The reader goes wherever a length
+// leads.
+bool HoldsItsChunks(std::string_view bytes) {
+    constexpr size_t kSignature = 8, kLength = 4, kType = 4, kChecksum = 4;
+    for (size_t at = kSignature; at + kLength + kType + kChecksum <= bytes.size();) {
+        size_t length = 0;
+        for (size_t i = 0; i < kLength; ++i) {
+            length = length << 8 | static_cast<uint8_t>(bytes[at + i]);
+        }
+        if (bytes.substr(at + kLength, kType) == "IEND") {
+            return true;
+        }
+        at += kLength + kType + kChecksum;
+        if (length > bytes.size() - at) {
+            return false;
+        }
+        at += length;
+    }
+    return false;
+}
+
 } // namespace
 
-host::Picture ReadPng(const std::filesystem::path& path) {
+host::Picture DecodePng(std::string_view bytes) {
     constexpr int kRgba = 4;
-    const std::string bytes = ReadFile(path);
     int width = 0, height = 0, channels = 0;
+    if (!HoldsItsChunks(bytes)) {
+        throw UserError(WhyNoPng(bytes, "cut short"));
+    }
     const std::unique_ptr<stbi_uc, decltype(&stbi_image_free)> pixels(
         stbi_load_from_memory(reinterpret_cast<const stbi_uc*>(bytes.data()),
                               static_cast<int>(bytes.size()), &width, &height, &channels, kRgba),
         &stbi_image_free);
     if (!pixels) {
-        throw UserError(fmt::format("cannot read '{}': {}", path.string(), WhyNoPng(bytes)));
+        throw UserError(WhyNoPng(bytes, stbi_failure_reason()));
     }
     const auto size = static_cast<size_t>(width) * static_cast<size_t>(height) * kRgba;
     return {static_cast<uint32_t>(width),
             static_cast<uint32_t>(height),
             {pixels.get(), pixels.get() + size}};
+}
+
+host::Picture ReadPng(const std::filesystem::path& path) {
+    const std::string bytes = ReadFile(path);
+    try {
+        return DecodePng(bytes);
+    } catch (const UserError& error) {
+        throw UserError(fmt::format("cannot read '{}': {}", path.string(), error.what()));
+    }
 }
 
 void CheckPngName(const std::filesystem::path& path) {

@@ -3,11 +3,16 @@
 
 #include <filesystem>
 #include <ostream>
+#include <string_view>
 
 namespace korv {
 
 // Reads a PNG of any kind. UserError for a file that cannot be read or is none.
 host::Picture ReadPng(const std::filesystem::path& path);
+
+// The picture in the bytes of a PNG of any kind. UserError, with the reason alone, for bytes that
+// are none.
+host::Picture DecodePng(std::string_view bytes);
 
 // What a PNG keeps of a picture.
 enum class PngChannels { Rgb = 3, Rgba = 4 };

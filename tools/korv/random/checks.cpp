@@ -2,7 +2,10 @@
 
 #include "chip/devices.h"
 #include "chip/registers.h"
+#include "driver/core/driverdata.h"
+#include "host/client/exports.h"
 #include "host/ddraw/results.h"
+#include "host/driver_module.h"
 #include "host/inspect/contexts.h"
 #include "host/inspect/unwaited.h"
 #include "host/vdd/minivdd.h"
@@ -13,7 +16,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <span>
 
 namespace korv::random {
 
@@ -33,11 +38,33 @@ uint64_t Hash(const void* data, size_t bytes, uint64_t hash = 0xCBF29CE484222325
     return hash;
 }
 
+// Of a memory, most of which is zero.
+uint64_t HashMemory(std::span<const uint8_t> memory) {
+    static constexpr std::array<uint8_t, 4096> kZeroes{};
+    uint64_t hash = 0;
+    for (size_t at = 0; at < memory.size(); at += kZeroes.size()) {
+        const auto block = memory.subspan(at, std::min(kZeroes.size(), memory.size() - at));
+        if (std::memcmp(block.data(), kZeroes.data(), block.size()) != 0) {
+            hash = Hash(block.data(), block.size(), hash ^ at);
+        }
+    }
+    return hash;
+}
+
 // Steps behind which other surfaces are there.
 bool MovesSurfaces(std::string_view kind) {
     return kind == "surface" || kind == "destroySurface" || kind == "mode" || kind == "start" ||
            kind == "display" || kind == "flip" || kind == "context" || kind == "destroyContext" ||
            kind == "destroyProcess" || kind == "call" || kind == "poke";
+}
+
+// Steps at which it matters what contexts have pending, which is as the road has it. With some go
+// contexts or their targets: the rules want them finished. A new context begins with what is in the
+// chip's registers then (driver/services/context.cpp, CreateContext), and its lines are moved by
+// slopes that they do not write themselves: see TakeChip.
+bool NeedsFinished(std::string_view kind) {
+    return kind == "destroyContext" || kind == "destroyProcess" || kind == "mode" ||
+           kind == "destroySurface" || kind == "context";
 }
 
 bool IsBusyAnswer(uint32_t result, std::string_view kind) {
@@ -106,6 +133,41 @@ void ShowScreen(PlayedDisplay& display) {
 
 } // namespace
 
+// Who holds the chip when a word comes has written it: a change of context waits for the words
+// before it.
+class Checks::ContextTap final : public board::BusRecorder {
+  public:
+    ContextTap(std::string display, const ChipInfo* chip, StepTap& tap, Trace& trace)
+        : display_(std::move(display)), chip_(chip), tap_(tap), trace_(trace) {}
+
+    void OnRead(uint32_t offset, uint32_t value) override { tap_.OnRead(offset, value); }
+    void OnWrite(uint32_t offset, uint32_t value) override { tap_.OnWrite(offset, value); }
+    void OnFifoWord(uint32_t word) override {
+        tap_.OnFifoWord(word);
+        Count(word);
+    }
+    void OnDmaWord(uint32_t word) override {
+        tap_.OnDmaWord(word);
+        Count(word);
+    }
+
+  private:
+    void Count(uint32_t word) {
+        if (holder_ != chip_->CurrentContext || words_ == nullptr) {
+            holder_ = chip_->CurrentContext;
+            words_ = &trace_.contextWords[fmt::format("{}/{}", display_, holder_)];
+        }
+        *words_ = Hash(&word, sizeof word, *words_ + 1);
+    }
+
+    const std::string display_;
+    const ChipInfo* const chip_;
+    StepTap& tap_;
+    Trace& trace_;
+    uint32_t holder_ = 0;
+    uint64_t* words_ = nullptr; // the holder's
+};
+
 Checks::Checks(const Steps& steps, bool illegal, bool untouched)
     : steps_(steps), illegal_(illegal), untouched_(untouched) {
     trace_.results.resize(steps.size());
@@ -119,23 +181,68 @@ std::string Checks::Field(const char* name) const {
     return steps_[at_].value(name, "");
 }
 
+void Checks::TapWords(PlayedDisplay& display) {
+    const auto device = display.display->Config().deviceId;
+    if (device == DevicePermedia || illegal_) {
+        return;
+    }
+    auto& tap = taps_[display.name];
+    tap = std::make_unique<ContextTap>(display.name, display.display->Chip(), *display.tap, trace_);
+    display.display->Board().SetRecorder(tap.get());
+}
+
+void Checks::FinishContexts(Player& player) {
+    for (auto& [name, one] : player.contexts) {
+        if (one.live) {
+            // What a context has pending outside a scene goes by no lock of a surface that another
+            // one has drawn to since.
+            one.device->EndScene();
+            one.device->Finish();
+        }
+    }
+}
+
+void Checks::TakeChip(Player& player) {
+    const auto found = player.Displays().find(Field("display"));
+    if (found == player.Displays().end() || !found->second.directDraw) {
+        return; // passed over
+    }
+    DriverData* const driver = found->second.display->Driver();
+    const host::DriverCall call("KORV_SwitchContext");
+    host::ExportsInForce().KORV_SwitchContext(driver, kContext2D);
+}
+
 void Checks::Before(size_t step, Player& player) {
     at_ = step;
+    const std::string kind = Field("do");
+    if (!illegal_ && NeedsFinished(kind)) {
+        FinishContexts(player);
+    }
+    if (!illegal_ && kind == "context") {
+        TakeChip(player);
+    }
     if (untouched_ && MovesSurfaces(Field("do"))) {
         CheckUntouched();
     }
-    if (Field("do") == "start") {
+    if (kind == "start") {
         heapBlocks_ = host::heap::LiveBlocks();
         vddBlocks_ = host::TheMiniVdd().LiveBlocks();
     }
     blitted_.reset();
-    if (!illegal_ && !lossExplained_) {
-        ExpectBlit(player);
+    triangles_.reset();
+    if (!illegal_) {
+        triangles_ = TriangleCheck::Of(steps_, at_, player, untouched_);
+        if (!lossExplained_) {
+            ExpectBlit(player);
+        }
     }
 }
 
 void Checks::After(size_t, Player& player, const Outcome& outcome) {
     const std::string kind = Field("do");
+    if (kind == "display") {
+        TapWords(player.Display(Field("name")));
+    }
     trace_.results[at_] = outcome.Find("result");
     if (kind == "start") {
         heapAtStart_ += host::heap::LiveBlocks() - heapBlocks_;
@@ -154,6 +261,14 @@ void Checks::After(size_t, Player& player, const Outcome& outcome) {
     CheckResult(outcome);
     CheckHeaps(player);
     CheckBlit(player, outcome);
+    if (triangles_) {
+        const auto problem = triangles_->Problem(player);
+        CheckFaults(player);
+        if (problem && !lossExplained_) {
+            throw Violation("triangles", at_,
+                            fmt::format("context '{}': {}", Field("context"), *problem));
+        }
+    }
     if (untouched_ && MovesSurfaces(kind)) {
         TakeShadows(player);
     }
@@ -404,11 +519,7 @@ void Checks::End(Player& player) {
     if (untouched_) {
         CheckUntouched();
     }
-    for (auto& [name, one] : player.contexts) {
-        if (one.live) {
-            one.device->Finish();
-        }
-    }
+    FinishContexts(player);
     for (const Step& step : steps_) {
         if (step.value("do", "") == "surface") {
             HashSurface(player, step.value("name", ""));
@@ -421,10 +532,10 @@ void Checks::End(Player& player) {
         ShowScreen(one);
         board::Board& board = one.display->Board();
         trace_.contents[fmt::format("the frame buffer of '{}'", name)] =
-            Hash(one.display->FrameBuffer(), board.FrameBuffer().size());
+            HashMemory({one.display->FrameBuffer(), board.FrameBuffer().size()});
         if (!board.LocalBuffer().empty()) {
             trace_.contents[fmt::format("the local buffer of '{}'", name)] =
-                Hash(one.display->LocalBuffer(), board.LocalBuffer().size());
+                HashMemory({one.display->LocalBuffer(), board.LocalBuffer().size()});
         }
     }
     player.contexts.clear();

@@ -1,9 +1,11 @@
 #pragma once
 // What must hold all along a session, whatever its steps are.
 #include "tools/korv/random/session.h"
+#include "tools/korv/random/triangle_check.h"
 #include "tools/korv/replay/script.h"
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -25,7 +27,10 @@ struct Violation : std::runtime_error {
 struct Trace {
     std::vector<std::optional<uint32_t>> results; // of the steps that have one
     std::vector<bool> passedOver;
-    std::vector<uint64_t> words;              // all words and register writes of a step, hashed
+    std::vector<uint64_t> words; // all words and register writes of a step, hashed
+    // Words of the stream by hardware context, "DISPLAY/ID", hashed: the road decides when they
+    // come and not which. Without those of the first Permedia, whose sub-buffers have heads.
+    std::map<std::string, uint64_t> contextWords;
     std::map<std::string, uint64_t> contents; // of surfaces and memories, at the end, hashed
 };
 
@@ -53,6 +58,7 @@ class Checks : public StepWatch {
         std::vector<Stretch> outside;
     };
     using Pixels = std::vector<uint32_t>;
+    class ContextTap;
 
     std::string Field(const char* name) const;
     void CheckResult(const Outcome& outcome);
@@ -62,6 +68,11 @@ class Checks : public StepWatch {
     void TakeShadows(Player& player);
     void ExpectBlit(Player& player);
     void CheckBlit(Player& player, const Outcome& outcome);
+    // Ends the scenes of all live contexts, and waits until their words have been executed.
+    void FinishContexts(Player& player);
+    // Gives the chip to the context of two-dimensional work, which all roads leave alike.
+    void TakeChip(Player& player);
+    void TapWords(PlayedDisplay& display);
     void HashWords(Player& player);
     void HashSurface(Player& player, const std::string& name);
 
@@ -73,9 +84,11 @@ class Checks : public StepWatch {
     std::map<const uint8_t*, Shadow> shadows_;
     // Of a blit that the processor can do as well: the pixels that must come of it.
     std::optional<Pixels> blitted_;
-    size_t heapBlocks_ = 0, vddBlocks_ = 0; // before and behind the start of displays
+    std::optional<TriangleCheck> triangles_; // of triangles that the reference rasteriser knows
+    size_t heapBlocks_ = 0, vddBlocks_ = 0;  // before and behind the start of displays
     size_t heapAtStart_ = 0, vddAtStart_ = 0;
-    std::map<std::string, int> clientBlocks_; // by display
+    std::map<std::string, int> clientBlocks_;                 // by display
+    std::map<std::string, std::unique_ptr<ContextTap>> taps_; // by display
     bool lossExplained_ = false;
 };
 

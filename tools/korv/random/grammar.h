@@ -24,6 +24,7 @@ struct MadeSurface {
     bool system = false; // in memory of the host
     uint32_t chain = 0;  // back buffers behind it
     size_t display;
+    bool agp = false; // in AGP memory
 };
 
 struct MadeTexture {
@@ -43,9 +44,11 @@ struct MadeDisplay {
     std::string name, chip;
     bool glint, setUp, drawsTextures, keysTextures, stretches;
     uint32_t width, height, bits;
-    bool slowFifo = false; // routines that ask for too little space would lose words
-    bool busy = false;     // since the last quiet moment it was given something to do
-    bool client = false;   // the exports' client has begun
+    bool slowFifo = false;  // routines that ask for too little space would lose words
+    bool busy = false;      // since the last quiet moment it was given something to do
+    bool client = false;    // the exports' client has begun
+    bool clientDma = false; // there are DMA buffers besides those of contexts
+    bool agp = false;       // there is AGP memory
 };
 
 class Grammar {
@@ -106,6 +109,8 @@ class Grammar {
     bool UseTexture();
     bool EndTexture();
     bool Triangles();
+    // Those that the reference rasteriser knows.
+    bool KnownTriangles();
     bool Lines();
     bool Points();
     bool Execute();
@@ -118,6 +123,7 @@ class Grammar {
     void FreeBlock(size_t display, const std::string& block);
     bool ClientLock();
     bool ClientContext();
+    bool ClientBatch();
     bool ClientCopy();
     bool ClientLooks();
 

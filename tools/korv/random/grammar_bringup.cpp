@@ -38,6 +38,15 @@ void Grammar::AddDisplay(uint32_t ofDisplays) {
               {"bits", display.bits},
               {"frameBufferBytes", 0x200000},
               {"dmaBuffers", 3}};
+    // Direct3D has one for each context.
+    display.clientDma = ofDisplays == 1 && dice_.Chance(50);
+    if (display.clientDma) {
+        step["dmaBuffers"] = 6;
+    }
+    display.agp = display.chip == "permedia2" && dice_.Chance(40);
+    if (display.agp) {
+        step["agp"] = true;
+    }
     if (display.glint) {
         step["localBufferBytes"] = 0x200000;
     }
@@ -99,6 +108,9 @@ void Grammar::AddDisplay(uint32_t ofDisplays) {
     }
     Add(step);
     Add({{"do", "start"}, {"display", display.name}});
+    if (display.agp) {
+        Add({{"do", "agp"}, {"display", display.name}, {"bytes", 0x40000}});
+    }
     displays_.push_back(display);
     const size_t place = displays_.size() - 1;
     SettleFlips(place);

@@ -1,4 +1,5 @@
 // Other clients of the chip, by the exports, and what breaks the rules.
+#include "chip/registers.h"
 #include "tools/korv/random/grammar.h"
 
 namespace korv::random {
@@ -86,6 +87,51 @@ bool Grammar::ClientContext() {
          {"name", "KORV_FreeDMABuffer"},
          {"display", display},
          {"arguments", {{"index", {{"value", index}}}}}});
+    return true;
+}
+
+// A batch of its own by DMA, between those of Direct3D: state that is nobody else's.
+bool Grammar::ClientBatch() {
+    const size_t display = dice_.From(0, static_cast<uint32_t>(displays_.size()) - 1);
+    if (!displays_[display].clientDma) {
+        return false;
+    }
+    const std::string& on = displays_[display].name;
+    const std::string buffer = Name("buffer"), index = Name("index"), context = Name("client"),
+                      physical = Name("physical"), linear = Name("linear");
+    const auto call = [&](const char* name, Step arguments, const std::string& save = "") {
+        Step step{{"do", "export"}, {"name", name}, {"display", on}};
+        if (!arguments.is_null()) {
+            step["arguments"] = std::move(arguments);
+        }
+        if (!save.empty()) {
+            step["save"] = save;
+        }
+        Add(std::move(step));
+    };
+    Add({{"do", "memory"}, {"name", buffer}, {"record", "ServiceDMABuffer"}});
+    call("KORV_GetDMABuffer", {{"out", buffer}}, index);
+    Add({{"do", "peek"}, {"at", buffer}, {"save", {{physical, "4"}, {linear, "8"}}}});
+    call("KORV_CreateContext", {{"subBuffers", dice_.From(1, 4)}}, context);
+    for (uint32_t batches = dice_.From(1, 2); batches-- > 0;) {
+        static constexpr uint32_t kTags[] = {tag::FogColor, tag::ConstantColor, tag::Depth,
+                                             tag::FBBlockColor, tag::ScissorMaxXY};
+        Step words = Step::array();
+        for (uint32_t pairs = dice_.From(1, 60); pairs-- > 0;) {
+            words.push_back(dice_.Of(kTags));
+            words.push_back(dice_.Word());
+        }
+        const auto count = static_cast<uint32_t>(words.size());
+        Add({{"do", "poke"}, {"at", {{"value", linear}}}, {"words", words}});
+        call("KORV_StartDMA", {{"context", {{"value", context}}},
+                               {"words", count},
+                               {"physical", {{"value", physical}}},
+                               {"linear", {{"value", linear}}},
+                               {"reserved", 0}});
+        call("KORV_WaitForDMA", {});
+    }
+    call("KORV_DeleteContext", {{"id", {{"value", context}}}});
+    call("KORV_FreeDMABuffer", {{"index", {{"value", index}}}});
     return true;
 }
 

@@ -119,6 +119,7 @@ bool Grammar::MakeSurface() {
             }
         }
         made.system = dice_.Chance(50);
+        made.agp = on.agp && !made.system && made.shape.levels == 1 && dice_.Chance(50);
         // A partner of one there is, to load it from.
         const MadeSurface* other = Any([&](const MadeSurface& one) {
             return one.kind == Kind::Texture && one.display == display;
@@ -126,6 +127,7 @@ bool Grammar::MakeSurface() {
         if (other != nullptr && dice_.Chance(60)) {
             made.shape = other->shape;
             made.system = !other->system;
+            made.agp = made.agp && !made.system && made.shape.levels == 1;
         }
         break;
     }
@@ -153,6 +155,9 @@ bool Grammar::MakeSurface() {
     }
     if (made.system) {
         caps += "|DDSCAPS_SYSTEMMEMORY";
+    }
+    if (made.agp) {
+        caps += "|DDSCAPS_VIDEOMEMORY|DDSCAPS_NONLOCALVIDMEM";
     }
     Step step{{"do", "surface"}, {"name", made.name},         {"display", on.name},
               {"caps", caps},    {"width", made.shape.width}, {"height", made.shape.height}};

@@ -19,16 +19,17 @@ std::string ScriptText(const std::string& title, const Steps& steps) {
 
 Steps Grammar::Make(size_t count) {
     static constexpr Rule kRules[] = {
-        {10, &Grammar::MakeSurface}, {3, &Grammar::LoseSurface}, {6, &Grammar::WriteSurface},
-        {3, &Grammar::LockSurface},  {5, &Grammar::LoadTexture}, {2, &Grammar::KeySurface},
-        {8, &Grammar::Fill},         {16, &Grammar::Copy},       {4, &Grammar::Flip},
-        {2, &Grammar::AskStatus},    {4, &Grammar::MakeContext}, {1, &Grammar::EndContext},
-        {4, &Grammar::Scene},        {12, &Grammar::SetStates},  {8, &Grammar::MakeTexture},
-        {6, &Grammar::UseTexture},   {3, &Grammar::EndTexture},  {20, &Grammar::Triangles},
-        {5, &Grammar::Lines},        {3, &Grammar::Points},      {3, &Grammar::Execute},
-        {2, &Grammar::ClientMemory}, {1, &Grammar::ClientLock},  {2, &Grammar::ClientContext},
-        {1, &Grammar::ClientCopy},   {1, &Grammar::ClientLooks}, {1, &Grammar::ChangeMode},
-        {2, &Grammar::PassTime},     {1, &Grammar::AskBeam},     {1, &Grammar::AskDriver},
+        {10, &Grammar::MakeSurface},   {3, &Grammar::LoseSurface},   {6, &Grammar::WriteSurface},
+        {3, &Grammar::LockSurface},    {5, &Grammar::LoadTexture},   {2, &Grammar::KeySurface},
+        {8, &Grammar::Fill},           {16, &Grammar::Copy},         {4, &Grammar::Flip},
+        {2, &Grammar::AskStatus},      {4, &Grammar::MakeContext},   {1, &Grammar::EndContext},
+        {4, &Grammar::Scene},          {12, &Grammar::SetStates},    {8, &Grammar::MakeTexture},
+        {6, &Grammar::UseTexture},     {3, &Grammar::EndTexture},    {16, &Grammar::Triangles},
+        {5, &Grammar::KnownTriangles}, {5, &Grammar::Lines},         {3, &Grammar::Points},
+        {3, &Grammar::Execute},        {2, &Grammar::ClientBatch},   {2, &Grammar::ClientMemory},
+        {1, &Grammar::ClientLock},     {2, &Grammar::ClientContext}, {1, &Grammar::ClientCopy},
+        {1, &Grammar::ClientLooks},    {1, &Grammar::ChangeMode},    {2, &Grammar::PassTime},
+        {1, &Grammar::AskBeam},        {1, &Grammar::AskDriver},
     };
     uint32_t sum = 0;
     for (const Rule& rule : kRules) {

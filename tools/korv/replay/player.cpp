@@ -84,6 +84,13 @@ host::Surface& Player::SurfaceWithMemory(const std::string& name) {
     return surface;
 }
 
+host::Surface& Player::SurfaceOn(const std::string& display, const std::string& name) {
+    if (DisplayOf(name).name != display) {
+        throw NotThereError(fmt::format("surface '{}' is not of display '{}'", name, display));
+    }
+    return Surface(name);
+}
+
 PlayedDisplay& Player::DisplayOf(const std::string& surface) {
     return Display(Named(surfaces_, "surface", surface).display);
 }
@@ -202,6 +209,22 @@ const host::Surface* Player::SurfaceAt(uint32_t address) {
         if (address == AddressOf(one.surface->Local()) ||
             address == AddressOf(one.surface->Interface())) {
             return one.surface;
+        }
+    }
+    return nullptr;
+}
+
+bool Player::IsLocalObject(uint32_t address) const {
+    return std::ranges::any_of(displays_, [&](const auto& one) {
+        return one.second.directDraw && address == AddressOf(one.second.directDraw->Local());
+    });
+}
+
+DriverData* Player::DriverOfSurfaceAt(uint32_t address) {
+    for (const auto& [name, one] : surfaces_) {
+        if (address == AddressOf(one.surface->Local()) ||
+            address == AddressOf(one.surface->Interface())) {
+            return Driver(one.display);
         }
     }
     return nullptr;

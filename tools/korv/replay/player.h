@@ -86,6 +86,8 @@ class Player {
     host::Surface& Surface(const std::string& name);
     // A surface whose bytes can be read and written.
     host::Surface& SurfaceWithMemory(const std::string& name);
+    // A surface that lives on this display.
+    host::Surface& SurfaceOn(const std::string& display, const std::string& name);
     // The display that a surface lives on.
     PlayedDisplay& DisplayOf(const std::string& surface);
     host::Device3D& Device(const std::string& context);
@@ -106,6 +108,10 @@ class Player {
     void AddContext(const std::string& name, PlayedContext context);
     // The surface whose record or interface lies there, or null.
     const host::Surface* SurfaceAt(uint32_t address);
+    // Whether the local DirectDraw object of a started display lies there.
+    bool IsLocalObject(uint32_t address) const;
+    // The driver's record of the display whose surface has its record or interface there, or null.
+    DriverData* DriverOfSurfaceAt(uint32_t address);
     // The display that an export reaches by `driver`, or by null: it has started. Null for none.
     DriverData* StartedDriver(DriverData* driver);
     // Whether so many bytes from an address on belong to something that a script can name, or to a

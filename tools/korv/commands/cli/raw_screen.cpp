@@ -1,10 +1,7 @@
 #include "tools/korv/commands/cli/raw_screen.h"
 
-#include "chip/registers.h"
-#include "host/display/display.h"
-#include "stream/player.h"
-#include "tools/korv/chips/chips.h"
 #include "tools/korv/commands/cli/draw_options.h"
+#include "tools/korv/commands/cli/raw_board.h"
 #include "tools/korv/commands/cli/values.h"
 
 #include <CLI/CLI.hpp>
@@ -31,19 +28,10 @@ void AddRawDepthArgument(CLI::App& command, RawScreen& screen) {
 
 stream::SurfaceLayout SetUpRawScreen(stream::Player& player, const RawScreen& screen,
                                      const std::string& chip) {
-    const ChipChoice& choice = ChipByName(chip);
     const Extent size = ParseSize(screen.size);
-    const auto bits = static_cast<uint32_t>(std::stoi(screen.depth));
-    const auto width = static_cast<uint32_t>(size.width);
-    const uint32_t pitch = host::ScreenPitchPixels(choice.deviceId, width);
-    if (DeviceOf(player.From().Board().chip).IsGlint()) {
-        const uint32_t code = bits == 8 ? 2 : bits == 16 ? 1 : 0;
-        player.Board().PlayWrite(reg::FBModeSel, field::FBModeSel_Depth.Put(0, code));
-    }
-    auto layout =
-        stream::ScreenLayout(width, static_cast<uint32_t>(size.height), bits, pitch * bits / 8);
-    layout.offset = static_cast<uint32_t>(screen.base);
-    return layout;
+    return SetUpScreen(
+        player, chip, static_cast<uint32_t>(size.width), static_cast<uint32_t>(size.height),
+        static_cast<uint32_t>(std::stoi(screen.depth)), static_cast<uint32_t>(screen.base));
 }
 
 } // namespace korv

@@ -13,16 +13,6 @@
 
 namespace korv {
 
-board::Config BoardFor(const std::string& chip) {
-    const ChipChoice& choice = ChipByName(chip);
-    const DeviceRow& device = *FindDevice(choice.deviceId);
-    board::Config config;
-    config.chip = device.model;
-    config.setupUnit = choice.setupUnit || device.setupUnit;
-    config.localBufferBytes = device.HasLocalBuffer() ? config.localBufferBytes : 0;
-    return config;
-}
-
 void AddStreamArguments(CLI::App& command, StreamArguments& arguments) {
     command.add_option("FILE", arguments.file, "A capture, or raw words of --words")
         ->type_name("")

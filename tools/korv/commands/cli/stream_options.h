@@ -1,7 +1,9 @@
 #pragma once
 // What every command that reads a stream can be told, and how it opens it.
+#include "stream/error.h"
 #include "stream/source.h"
 #include "tools/korv/base/errors.h"
+#include "tools/korv/commands/cli/raw_board.h"
 
 #include <fstream>
 #include <memory>
@@ -20,10 +22,6 @@ struct StreamArguments {
     std::string file;
     std::string chip; // of raw words
 };
-
-// A board like that of the chip's display, for words that say nothing of theirs. UserError for a
-// name of no chip.
-board::Config BoardFor(const std::string& chip);
 
 // FILE and --chip.
 void AddStreamArguments(CLI::App& command, StreamArguments& arguments);

@@ -1,6 +1,7 @@
 #include "tools/korv/commands/cli/stream_pictures.h"
 
 #include "stream/player.h"
+#include "stream/raw_targets.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/capture/layout_picture.h"
 
@@ -25,12 +26,20 @@ stream::SurfaceLayout StreamPictures::Screen() {
 }
 
 stream::SurfaceLayout StreamPictures::Named(const std::string& name) {
-    if (const stream::SurfaceLayout* surface = surfaces_.Find(name)) {
-        return *surface;
+    std::vector<stream::SurfaceLayout> all;
+    if (raw_) {
+        all = stream::RawTargets(player_.Board(), *raw_);
+    } else {
+        for (const stream::SurfaceLayout* surface : surfaces_.All()) {
+            all.push_back(*surface);
+        }
     }
     std::vector<std::string> names;
-    for (const stream::SurfaceLayout* surface : surfaces_.All()) {
-        names.push_back("'" + surface->name + "'");
+    for (const stream::SurfaceLayout& surface : all) {
+        if (surface.name == name) {
+            return surface;
+        }
+        names.push_back("'" + surface.name + "'");
     }
     throw UserError(
         fmt::format("'{}' has no surface '{}' {}: it has {}", file_, name, Here(),
@@ -42,6 +51,9 @@ stream::SurfaceLayout StreamPictures::Drawn(const std::string& name, bool depth)
         return Named(name);
     }
     if (depth) {
+        if (raw_) {
+            return Named("depth");
+        }
         if (surfaces_.ZBuffer().empty()) {
             throw UserError(fmt::format("'{}' has no context with a Z buffer {}: '--surface' names "
                                         "others",

@@ -22,10 +22,13 @@ class StreamPictures {
     void SetScreen(const stream::SurfaceLayout& screen) { raw_ = screen; }
     // A mark has been played.
     void Follow(const stream::Mark& mark) { surfaces_.Follow(mark); }
+    // The player stands elsewhere, and these are there.
+    void SetSurfaces(const stream::Surfaces& surfaces) { surfaces_ = surfaces; }
 
     // The surface of that name. What was drawn to, for no name: that of the latest picture, else
     // the target of the latest context, else the screen; with `depth` the latest context's Z
-    // buffer. UserError if there is none.
+    // buffer. Of raw words "target" and "depth", as the registers say, and the screen for no name.
+    // UserError if there is none.
     stream::SurfaceLayout Drawn(const std::string& name, bool depth = false);
     // What a frame ends with: as above, but the screen's surface before others.
     stream::SurfaceLayout OfFrame(const std::string& name, bool depth);

@@ -4,6 +4,7 @@
 #include "driver/services/context.h"
 #include "driver/services/services.h"
 #include "driver/video/video.h"
+#include "host/d3d/execute_buffer.h"
 #include "host/inspect/contexts.h"
 
 #include <fmt/format.h>
@@ -291,6 +292,19 @@ void CheckBlt(Player& player, const DDHAL_BLTDATA& data) {
     }
 }
 
+// A port says whose it is, and the driver goes by that.
+void CheckVideoPort(Player& player, std::string_view entry, uint32_t port) {
+    if (port == 0) {
+        return;
+    }
+    NeedRoom(player, entry, "lpVideoPort", port, sizeof(DDRAWI_DDVIDEOPORT_LCL));
+    const uint32_t owner = AddressOf(At<DDRAWI_DDVIDEOPORT_LCL>(port).lpDD);
+    if (owner != 0 && !player.IsLocalObject(owner)) {
+        Refuse(entry, "lpVideoPort.lpDD",
+               "expected a display, got " + player.DescribeObject(owner));
+    }
+}
+
 void CheckVideoUpdate(Player& player, const DDHAL_UPDATEVPORTDATA& data) {
     constexpr std::string_view kEntry = "UpdateVideoPort";
     if (data.dwFlags != DDRAWI_VPORTSTART && data.dwFlags != DDRAWI_VPORTUPDATE) {
@@ -325,6 +339,10 @@ const uint8_t* NeedBuffer(Player& player, std::string_view entry, std::string_vi
         Refuse(entry, field,
                fmt::format("the buffer does not hold {} bytes from {} on", bytes, offset));
     }
+    if ((start + offset) % 4 != 0) {
+        Refuse(entry, field,
+               fmt::format("expected an offset that is a multiple of 4, got {}", offset));
+    }
     return reinterpret_cast<const uint8_t*>(start) + offset;
 }
 
@@ -349,25 +367,22 @@ void CheckRenderPrimitive(Player& player, const DriverData* driver,
         return;
     }
     const uint32_t opcode = data.diInstruction.bOpcode;
-    const uint32_t bytes = opcode == D3DOP_TRIANGLE                        ? 8
-                           : opcode == D3DOP_LINE || opcode == D3DOP_POINT ? 4
-                                                                           : 0;
+    const uint32_t bytes = opcode == D3DOP_TRIANGLE ? sizeof(D3DTRIANGLE)
+                           : opcode == D3DOP_LINE   ? sizeof(D3DLINE)
+                           : opcode == D3DOP_POINT  ? sizeof(D3DPOINT)
+                                                    : 0;
     if (bytes == 0) {
         return;
     }
-    const uint8_t* records = NeedBuffer(player, kEntry, "lpExeBuf", data.lpExeBuf, data.dwOffset,
-                                        uint64_t{bytes} * count);
-    uint32_t vertices = 0;
-    for (uint32_t i = 0; i < count; ++i) {
-        uint16_t words[4] = {};
-        std::memcpy(words, records + i * bytes, bytes);
-        if (opcode == D3DOP_POINT) {
-            vertices = std::max<uint32_t>(vertices, words[1] + words[0]);
-        } else {
-            const uint32_t used = opcode == D3DOP_TRIANGLE ? 3 : 2;
-            vertices = std::max<uint32_t>(vertices, *std::max_element(words, words + used) + 1u);
-        }
+    const uint32_t recordBytes = data.diInstruction.bSize;
+    if (recordBytes < bytes || recordBytes % 2 != 0) {
+        Refuse(kEntry, "diInstruction.bSize",
+               fmt::format("expected an even number from {} on, got {}", bytes, recordBytes));
     }
+    const uint32_t all = recordBytes * (count - 1) + bytes;
+    const uint8_t* records =
+        NeedBuffer(player, kEntry, "lpExeBuf", data.lpExeBuf, data.dwOffset, all);
+    const uint32_t vertices = host::VerticesReached(data.diInstruction, {records, all}).value_or(0);
     NeedBuffer(player, kEntry, "lpTLBuf", data.lpTLBuf, data.dwTLOffset,
                uint64_t{vertices} * sizeof(D3DTLVERTEX));
 }
@@ -411,11 +426,22 @@ void CheckCall(Player& player, const CallbackType& callback, DriverData* driver,
             ReadField(record, {field.offset, field.kind}) == 0) {
             Refuse(callback.name, field.name, "expected a display, got null");
         }
+        if (field.kind == FieldKind::SurfaceLocal || field.kind == FieldKind::SurfaceInterface) {
+            const uint32_t surface = ReadField(record, {field.offset, field.kind});
+            const DriverData* const home = player.DriverOfSurfaceAt(surface);
+            if (home != nullptr && home != driver) {
+                Refuse(callback.name, field.name,
+                       fmt::format("{} is not of this display", player.DescribeObject(surface)));
+            }
+        }
     }
     for (const Rule& rule : kFields) {
         if (rule.entry == callback.name) {
             Apply(player, rule, driver, ReadField(record, *FindField(type, rule.field)));
         }
+    }
+    if (const auto port = FindField(type, "lpVideoPort")) {
+        CheckVideoPort(player, callback.name, ReadField(record, *port));
     }
     if (callback.name == "Blt") {
         CheckBlt(player, *static_cast<const DDHAL_BLTDATA*>(record));

@@ -140,6 +140,7 @@ StepPlan ReadBlt(Fields& fields, Names& names) {
                 data.lpDDDestSurface = to.Local();
                 data.rDest = data.rOrigDest = RectOf(destRect, to);
                 if (!source.empty()) {
+                    player.SurfaceOn(player.DisplayOf(dest).name, source);
                     host::Surface& from = player.SurfaceWithMemory(source);
                     data.lpDDSrcSurface = from.Local();
                     data.rSrc = data.rOrigSrc = RectOf(sourceRect, from);

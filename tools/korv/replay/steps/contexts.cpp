@@ -26,16 +26,11 @@ StepPlan ReadContext(Fields& fields, Names& names) {
     const std::string name = names.Declare(NameKind::Context, fields["name"]);
     return {[=](Player& player, Outcome& outcome) {
                 host::DirectDraw& directDraw = player.DirectDraw(display);
-                for (const std::string& surface : {target, zBuffer}) {
-                    if (!surface.empty() && player.DisplayOf(surface).name != display) {
-                        throw NotThereError(
-                            fmt::format("surface '{}' is not of display '{}'", surface, display));
-                    }
-                }
-                host::Surface* depth = zBuffer.empty() ? nullptr : &player.Surface(zBuffer);
+                host::Surface& to = player.SurfaceOn(display, target);
+                host::Surface* depth =
+                    zBuffer.empty() ? nullptr : &player.SurfaceOn(display, zBuffer);
                 try {
-                    auto device = std::make_unique<host::Device3D>(
-                        directDraw, player.Surface(target), depth, process);
+                    auto device = std::make_unique<host::Device3D>(directDraw, to, depth, process);
                     outcome.Set("handle", device->Handle());
                     outcome.Set("result", DD_OK);
                     player.AddContext(name, {display, target, zBuffer, process, std::move(device)});
@@ -59,7 +54,7 @@ StepPlan ReadContexts(Fields& fields, Names& names) {
                 while (created < count && result == DD_OK) {
                     D3DHAL_CONTEXTCREATEDATA data{};
                     data.lpDDGbl = player.DirectDraw(display).Global();
-                    data.lpDDS = player.Surface(target).Interface();
+                    data.lpDDS = player.SurfaceOn(display, target).Interface();
                     data.dwPID = process;
                     {
                         const host::DriverCall call;
@@ -111,9 +106,11 @@ StepPlan ReadTexture(Fields& fields, Names& names) {
     const std::string surface = names.Refer(NameKind::Surface, fields["surface"]);
     const std::string name = names.Declare(NameKind::Texture, fields["name"]);
     return {[=](Player& player, Outcome& outcome) {
+                host::Device3D& device = player.Device(context);
+                host::Surface& texels =
+                    player.SurfaceOn(player.contexts.at(context).display, surface);
                 try {
-                    const uint32_t handle =
-                        player.Device(context).CreateTexture(player.Surface(surface));
+                    const uint32_t handle = device.CreateTexture(texels);
                     player.textures[name] = handle;
                     outcome.Set("handle", handle);
                     outcome.Set("result", DD_OK);

@@ -130,7 +130,7 @@ StepPlan ReadExport(Fields& fields, Names& names) {
 // Words that a client of the exports puts into memory by hand: a batch for the chip, or pixels.
 StepPlan ReadPoke(Fields& fields, Names& names) {
     const Node at = fields["at"];
-    const Bits address = ReadAddress(at, names);
+    const Bits address = ReadWordOrAddress(at, names);
     std::vector<Bits> words;
     for (const Node& word : fields["words"].List()) {
         words.push_back(ReadWordOrAddress(word, names));

@@ -2,6 +2,8 @@
 #include "tools/korv/replay/step.h"
 #include "tools/korv/replay/steps/answers.h"
 
+#include <fmt/format.h>
+
 namespace korv {
 
 namespace {
@@ -9,12 +11,16 @@ namespace {
 StepPlan ReadFlip(Fields& fields, Names& names) {
     const std::string from = names.Refer(NameKind::Surface, fields["surface"]);
     const std::string to = names.Refer(NameKind::Surface, fields["to"]);
-    return {
-        [=](Player& player, Outcome& outcome) {
-            Tell(player.DisplayOf(from).directDraw->Flip(player.Surface(from), player.Surface(to)),
-                 outcome);
-        },
-        AnswerFields(), true};
+    return {[=](Player& player, Outcome& outcome) {
+                host::Surface &shown = player.SurfaceWithMemory(from),
+                              &next = player.SurfaceWithMemory(to);
+                if (!shown.FlipsWith(next)) {
+                    throw NotThereError(fmt::format(
+                        "surfaces '{}' and '{}' are not of one chain that flips", from, to));
+                }
+                Tell(player.DisplayOf(from).directDraw->Flip(shown, next), outcome);
+            },
+            AnswerFields(), true};
 }
 
 using StatusCall = host::HalAnswer (host::DirectDraw::*)(host::Surface&, uint32_t);

@@ -135,11 +135,16 @@ StepPlan ReadAttach(Fields& fields, Names& names) {
     const std::string name = names.Refer(NameKind::Surface, fields["surface"]);
     const std::string other = names.Refer(NameKind::Surface, fields["attached"]);
     return {[=](Player& player, Outcome&) {
-                host::DirectDraw& directDraw = *player.DisplayOf(name).directDraw;
+                const PlayedDisplay& display = player.DisplayOf(name);
+                host::Surface& to = player.Surface(name);
+                host::Surface& one = player.SurfaceOn(display.name, other);
                 if constexpr (attach) {
-                    directDraw.Attach(player.Surface(name), player.Surface(other));
+                    if (&to == &one) {
+                        throw NotThereError("a surface cannot be attached to itself");
+                    }
+                    display.directDraw->Attach(to, one);
                 } else {
-                    directDraw.Detach(player.Surface(name), player.Surface(other));
+                    display.directDraw->Detach(to, one);
                 }
             },
             Only({})};
@@ -158,7 +163,14 @@ StepPlan ReadPalette(Fields& fields, Names& names) {
         list.Fail(fmt::format("a palette has 16 or 256 entries, got {}", entries.size()));
     }
     return {[=](Player& player, Outcome&) {
-                player.DisplayOf(name).directDraw->SetPalette(player.Surface(name), entries);
+                host::Surface& surface = player.Surface(name);
+                const bool indexed = (surface.Format().dwFlags & DDPF_PALETTEINDEXED8) != 0;
+                if (indexed && entries.size() < 256) {
+                    list.Fail(
+                        fmt::format("{} entries are too few for pixels of 8 bits: expected 256",
+                                    entries.size()));
+                }
+                player.DisplayOf(name).directDraw->SetPalette(surface, entries);
             },
             Only({})};
 }
@@ -190,7 +202,9 @@ StepPlan ReadLoadTexture(Fields& fields, Names& names) {
     return {[=](Player& player, Outcome&) {
                 host::Surface &to = player.SurfaceWithMemory(texture),
                               &from = player.SurfaceWithMemory(source);
-                player.DisplayOf(texture).directDraw->LoadTexture(to, from);
+                const PlayedDisplay& display = player.DisplayOf(texture);
+                player.SurfaceOn(display.name, source);
+                display.directDraw->LoadTexture(to, from);
             },
             Only({})};
 }
