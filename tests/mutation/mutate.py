@@ -6,7 +6,6 @@ import hashlib
 import json
 import math
 import pathlib
-import random
 import sys
 
 sys.dont_write_bytecode = True
@@ -150,7 +149,9 @@ def main():
               and options.file in fault.path and (fault.form == "constant") == options.constants]
     if not wanted:
         fail(2, f"no place for a fault in files of {options.part} whose path holds '{options.file}'")
-    random.Random(options.seed).shuffle(wanted)
+    # By what each is and not by how many there are: a change of the tree leaves the others' order.
+    wanted.sort(key=lambda fault: hashlib.sha1(f"{options.seed} {fault.key}".encode()).digest())
+    all_of_part = list(wanted)
     of_key = {fault.key: fault for fault in wanted}
     for key in options.fault:
         if key not in of_key:
@@ -183,7 +184,7 @@ def main():
             fail(1, f"the build failed; {folder / 'build.log'} tells why")
         except KeyboardInterrupt:
             fail(1, "stopped; the next run goes on from here")
-    tried = [fault for fault in wanted if fault.key in results.known]
+    tried = [fault for fault in all_of_part if fault.key in results.known]
     for name_of in (lambda fault: report.room_of(fault.path), lambda fault: fault.operator):
         tell("\n" + "\n".join(report.table(tried, results.known, listed, name_of)))
     survivors = report.write_survivors(options.root, folder / "survivors", tried, results.known, listed)
