@@ -4,8 +4,8 @@ import argparse
 import dataclasses
 import hashlib
 import json
+import math
 import pathlib
-import random
 import sys
 
 sys.dont_write_bytecode = True
@@ -54,6 +54,8 @@ def parse(arguments):
     parser.add_argument("--x87", action="store_true",
                         help="with the driver's floats as in KORV32.dll, where some code is that is nowhere else")
     parser.add_argument("--again", action="store_true", help="try those again that survived")
+    parser.add_argument("--quick", type=float, default=math.inf, metavar="SECONDS",
+                        help="leave out suites that take longer; what they might see is left for another run")
     parser.add_argument("--others", type=positive, default=0, metavar="SECONDS",
                         help="for those that survive the part's own tests: run the tests of host, tool and whole "
                              "machine too, for as long (0: not at all)")
@@ -115,7 +117,9 @@ def try_choices(options, folder, wanted, pending, results):
     keys = {fault.key for fault in pending}
     left = [number for number, fault in choices.numbers.items() if fault.key in keys]
     for done, number in enumerate(left, 1):
-        result = choices.try_own(number)
+        result = choices.try_own(number, options.quick)
+        if result is None:
+            continue
         if result.verdict == trials.SURVIVED and options.others:
             more = choices.try_others(number, options.others)
             result = dataclasses.replace(more, suites=more.suites + result.suites)
@@ -145,7 +149,9 @@ def main():
               and options.file in fault.path and (fault.form == "constant") == options.constants]
     if not wanted:
         fail(2, f"no place for a fault in files of {options.part} whose path holds '{options.file}'")
-    random.Random(options.seed).shuffle(wanted)
+    # By what each is and not by how many there are: a change of the tree leaves the others' order.
+    wanted.sort(key=lambda fault: hashlib.sha1(f"{options.seed} {fault.key}".encode()).digest())
+    all_of_part = list(wanted)
     of_key = {fault.key: fault for fault in wanted}
     for key in options.fault:
         if key not in of_key:
@@ -169,7 +175,7 @@ def main():
                 try_choices(options, folder, wanted, pending, results)
                 # What nothing runs may be what a compiler computes.
                 pending = [fault for fault in pending
-                           if results.known[fault.key]["verdict"] == trials.SURVIVED
+                           if results.known.get(fault.key, {}).get("verdict") == trials.SURVIVED
                            and results.known[fault.key]["suites"] == 0]
             if pending:
                 try_constants(options, folder, pending, results)
@@ -178,7 +184,7 @@ def main():
             fail(1, f"the build failed; {folder / 'build.log'} tells why")
         except KeyboardInterrupt:
             fail(1, "stopped; the next run goes on from here")
-    tried = [fault for fault in wanted if fault.key in results.known]
+    tried = [fault for fault in all_of_part if fault.key in results.known]
     for name_of in (lambda fault: report.room_of(fault.path), lambda fault: fault.operator):
         tell("\n" + "\n".join(report.table(tried, results.known, listed, name_of)))
     survivors = report.write_survivors(options.root, folder / "survivors", tried, results.known, listed)

@@ -141,12 +141,18 @@ class Choices:
                     rejected.append(Result(fault.key, NOT_COMPILED, "", 0, 0))
         raise BuildFailed("thirty builds failed one after the other")
 
-    def try_own(self, number):
-        """Runs the suites of the fault's part that run its place."""
+    def try_own(self, number, longest=math.inf):
+        """Runs the suites of the fault's part that run its place.
+
+        Suites of more than `longest` seconds are left out; None if it is for them to tell.
+        """
         count = 0
+        left_out = False
         start = time.monotonic()
         for program in own_programs(self.numbers[number]):
             suites = self.suites.of(program, number)
+            left_out |= any(seconds > longest for _, seconds in suites)
+            suites = [(name, seconds) for name, seconds in suites if seconds <= longest]
             if not suites:
                 continue
             for portion in portions(suites):
@@ -155,7 +161,7 @@ class Choices:
                                         time_limit(sum(seconds for _, seconds in portion)), number)
                 if run.verdict != "passed":
                     return self.result(number, run, count, start)
-        return self.result(number, None, count, start)
+        return None if left_out else self.result(number, None, count, start)
 
     def try_others(self, number, seconds):
         """Runs suites of the other programs, quick ones first, for about `seconds`."""

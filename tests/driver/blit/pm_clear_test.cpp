@@ -80,6 +80,8 @@ TEST(Fill, Of24BitPixelsIsABlockOnlyWithThreeEqualBytes) {
         EXPECT_EQ(WordOf(words, t::Render), 0x40u);
     }
     EXPECT_EQ(rig.driver->RenderClear, 0x48u);
+    rig.driver->RenderClear = 0x49; // of which the block's bit alone is left out
+    EXPECT_EQ(WordOf(rig.Fill(0x99123456), t::Render), 0x41u);
 }
 
 TEST(Fill, WithoutAReadySurfaceOfTheDriversDoesNothing) {

@@ -155,6 +155,7 @@ TEST(BringUp, LeavesContextFiveCurrentAndTheRecordsSet) {
 
 TEST(BringUp, ForgetsWhatAnEarlierLifeLeft) {
     Rig rig;
+    rig.chip->ContextBlocks->EndIndex[kContext2D] = 77;
     DriverData& driver = *rig.driver;
     driver.Win16Lock = driver.DriverLockKind = driver.Heap.ClientMemoryLost = 77;
     driver.FlipLimitOn = driver.VideoPortActive = 77;
@@ -177,6 +178,7 @@ TEST(BringUp, ForgetsWhatAnEarlierLifeLeft) {
     EXPECT_NE(driver.D3DCallbacks, nullptr);
     EXPECT_NE(driver.D3DGlobalData, nullptr);
     EXPECT_EQ(driver.D3DTextureFormats, nullptr);
+    EXPECT_EQ(rig.chip->ContextBlocks->EndIndex[kContext2D], 0u);
 }
 
 TEST(BringUp, FillsTheCallbackTablesByFamily) {

@@ -136,6 +136,18 @@ TEST_P(GlintStateTest, SrcColorIsADestinationFactorAndNoSourceFactor) {
     EXPECT_EQ(c.ctx->Copies.AlphaBlendMode, 2u << 5);
 }
 
+TEST_P(TXStateTest, TextureBlendKeepsWhatElseIsDirty) {
+    WatchedContext c(GetParam());
+    c.ctx->DirtyFlags = 1;
+    c.Expect(21, 2, [](D3DContext& w) {
+        uint32_t& color = w.Copies.TextureColorMode;
+        color = WithBits(color, 0x0E, 1);
+        w.Copies.GlintTextureFormat &= ~0x60u;
+        w.DirtyFlags = 1 | 8;
+        return Words{t::TextureColorMode, color};
+    });
+}
+
 TEST_P(TXStateTest, TextureBlendOnTXUsesFormatAndColourWords) {
     WatchedContext c(GetParam());
     c.ctx->ForceCopyMode = 1; // has no say here

@@ -344,6 +344,15 @@ TEST(P2Triangle, ReservesFor512BytesPerDrawnTriangle) {
     }
 }
 
+TEST(P2Triangle, ReservesFor512BytesPerContinuation) {
+    P2Rig rig;
+    const auto v = FanVertices();
+    const auto one = static_cast<uint32_t>(Draw(rig, P2_Tri_XYZ_RGBFS, v).size());
+    const D3DTRIANGLE next = TriangleRecord(1, 2, 3, D3DTRIFLAG_EVEN);
+    EXPECT_EQ(test::TransfersOfTwo(rig, P2_Tri_XYZ_RGBFS, v, 128 + one - 1, next), Words{one});
+    EXPECT_EQ(test::TransfersOfTwo(rig, P2_Tri_XYZ_RGBFS, v, 128 + one, next), Words{});
+}
+
 TEST(P2Triangle, RecordsAdvanceByTheInstructionsSizeAlsoOverASkippedRun) {
     for (const uint32_t bytes : {8u, 12u, 20u}) {
         P2Rig rig;

@@ -208,7 +208,8 @@ inline Words Draw(RasterRig& rig, Renderer member, std::vector<D3DTLVERTEX> vert
 
 // The counts of the transfers that two equal triangles cause in a sub-buffer of `words`.
 inline Words TransfersOfTwo(SetupRig& rig, Renderer member,
-                            const std::vector<D3DTLVERTEX>& vertices, uint32_t words) {
+                            const std::vector<D3DTLVERTEX>& vertices, uint32_t words,
+                            const D3DTRIANGLE& second = TriangleRecord(0, 1, 2)) {
     static Words counts;
     counts.clear();
     CommandStream& stream = rig.ctx.Stream;
@@ -217,7 +218,7 @@ inline Words TransfersOfTwo(SetupRig& rig, Renderer member,
         return 0;
     };
     stream.SubBufferWords = stream.SubBufferFlushWords = words;
-    Draw(rig, member, vertices, {TriangleRecord(0, 1, 2), TriangleRecord(0, 1, 2)});
+    Draw(rig, member, vertices, {TriangleRecord(0, 1, 2), second});
     return counts;
 }
 

@@ -61,6 +61,11 @@ TEST(PackedDownload, EightBitPixelsGoFourToAWord) {
     // pixel 8.
     EXPECT_EQ(load.Sent(), WordsOf({0x80123, 0, 0x6000, 3 << 16, 7 << 16, 13 << 16 | 23, 7, 2}) +
                                Lines(t::Color, 8, 4, 2) + Words({t::FBReadPixel, 1}));
+    // To a whole word the same columns: (24 + 7) / 4.
+    PermediaPacked whole(PixelSize8);
+    whole.Run(PermediaPackedDownload, {9, 0, 20, 2}, {13, 7, 24, 9});
+    EXPECT_EQ(whole.Sent(), WordsOf({0x80123, 0, 0x6000, 3 << 16, 7 << 16, 13 << 16 | 24, 7, 2}) +
+                                Lines(t::Color, 8, 4, 2) + Words({t::FBReadPixel, 1}));
 }
 
 TEST(PackedDownload, ThirtyTwoBitPixelsAreWords) {

@@ -150,6 +150,9 @@ TEST(TXPatchedDownload, NoWordFallsOutOfTheWindow) {
         ASSERT_GE(sent.size(), 8u);
         EXPECT_EQ(Words(sent.begin() + 8, sent.end()),
                   Lines(t::TextureData, 0, 28, 1) + Words({t::WaitForCompletion, 0}));
+        if (left == 0) { // the set-up goes back to the start already
+            EXPECT_EQ(stream.WritePointer, stream.SubBuffers[0].Linear + sent.size());
+        }
     }
 }
 
