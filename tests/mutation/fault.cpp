@@ -1,7 +1,6 @@
 #include "fault.h"
 
 #include <cstdlib>
-
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>

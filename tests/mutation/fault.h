@@ -1,6 +1,6 @@
 #pragma once
-// Included ahead of every source of a build with faults: asks whether a fault is the chosen one, and
-// notes that its place has been run. Constant expressions are what they are without faults.
+// Included ahead of every source of a build with faults: asks whether a fault is the chosen one,
+// and notes that its place has been run. Constant expressions are what they are without faults.
 
 // The fault that this process has: KORV_FAULT of the environment, or 0.
 extern "C" unsigned korvChosenFault;

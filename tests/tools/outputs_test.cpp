@@ -59,7 +59,8 @@ TEST_F(Outputs, EndSilentlyWhenTheirReaderHasLeft) {
     const std::string gone = "mkfifo p; exec 3<>p 4>p 3<&-; ";
     for (const char* what : {"m -o - >&4", "m -o x.png --words - >&4", "m -o x.png --capture - >&4",
                              "m -o p.png --words /dev/fd/4"}) {
-        const ShellResult result = Here("exec 2>&1; " + gone + what + "; code=$?; rm p; exit $code");
+        const ShellResult result =
+            Here("exec 2>&1; " + gone + what + "; code=$?; rm p; exit $code");
         EXPECT_EQ(result.code, 128 + SIGPIPE) << what;
         EXPECT_EQ(result.out, "") << what;
     }
