@@ -138,7 +138,7 @@ TEST(Player, LinesOfVideoWithoutEndAreRefused) {
         player.PlayTo(ParsePlace("end"));
         FAIL() << "it was played";
     } catch (const StreamError& error) {
-        EXPECT_STREQ(error.what(), "more lines of video pass than a session may have, at word 0");
+        EXPECT_STREQ(error.what(), "more lines of video pass than a session may have, at word:0");
     }
 }
 
