@@ -128,7 +128,7 @@ void VideoPort::Store(uint64_t field, uint32_t line) {
     source_->Line(field, line, pixels_);
     Pack();
     const int64_t address = AddressOf(lineOfPicture >> scale, field);
-    const auto bytes = static_cast<int64_t>(row_.size() * sizeof(uint16_t));
+    const auto bytes = static_cast<int64_t>(row_.size()) * int64_t{sizeof(uint16_t)};
     const auto memory = static_cast<int64_t>(memories_.frameBuffer.size());
     if (address < 0 || address + bytes > memory) {
         ++faults_.badMemoryAccesses;
