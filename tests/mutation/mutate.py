@@ -130,7 +130,7 @@ def try_choices(options, folder, wanted, pending, results):
 
 
 def try_constants(options, folder, pending, results):
-    rebuilds = trials.Rebuilds(workshop(options, folder, "plain"))
+    rebuilds = trials.Rebuilds(workshop(options, folder, f"plain-{options.part}"))
     rebuilds.prepare(trials.OWN[options.part])
     for done, fault in enumerate(pending, 1):
         result = rebuilds.try_own(fault)
@@ -145,14 +145,16 @@ def main():
     folder = options.build / "mutation"
     folder.mkdir(parents=True, exist_ok=True)
     found = find_faults(options.root, folder)
-    wanted = [fault for fault in found if fault.path.startswith(options.part + "/")
-              and options.file in fault.path and (fault.form == "constant") == options.constants]
+    in_part = [fault for fault in found if fault.path.startswith(options.part + "/")]
+    wanted = [fault for fault in in_part
+              if options.file in fault.path and (fault.form == "constant") == options.constants]
     if not wanted:
         fail(2, f"no place for a fault in files of {options.part} whose path holds '{options.file}'")
     # By what each is and not by how many there are: a change of the tree leaves the others' order.
     wanted.sort(key=lambda fault: hashlib.sha1(f"{options.seed} {fault.key}".encode()).digest())
     all_of_part = list(wanted)
-    of_key = {fault.key: fault for fault in wanted}
+    # A function that only the compiler runs has faults of the other forms too.
+    of_key = {fault.key: fault for fault in (in_part if options.constants else wanted)}
     for key in options.fault:
         if key not in of_key:
             fail(2, f"'{key}' is no such fault of {options.part} as it is now; --list shows them")

@@ -50,8 +50,9 @@ def patch_of(root, fault):
 def write_survivors(root, folder, faults, results, listed):
     """Writes a patch for each survivor that is not listed; returns those faults."""
     folder.mkdir(parents=True, exist_ok=True)
-    for old in folder.glob("*.patch"):
-        old.unlink()
+    for part in {fault.path.split("/")[0] for fault in faults}:
+        for old in folder.glob(f"{part}-*.patch"):
+            old.unlink()
     survivors = [fault for fault in faults
                  if results[fault.key]["verdict"] == SURVIVED and fault.key not in listed]
     for fault in survivors:

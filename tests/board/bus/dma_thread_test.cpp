@@ -79,6 +79,19 @@ TEST(DmaThread, LatencyPassesWithoutAccesses) {
     SUCCEED();
 }
 
+TEST(DmaThread, AnInterruptThatTimeBringsIsHandledWithoutAnAccess) {
+    ThreadedRig r(ThreadedConfig());
+    std::atomic<bool> called{false};
+    r.board.SetInterruptHandler([&] { called = true; });
+    r.board.Write(t::IntEnable, 0x10); // the blank
+    r.board.Drain();
+    r.board.Advance(1000000 / 60 + 1);
+    while (!called) {
+        std::this_thread::yield();
+    }
+    SUCCEED();
+}
+
 TEST(DmaThread, FifoWritesWithSpaceChecksArriveInOrder) {
     ThreadedRig r(ThreadedConfig());
     r.Send(t::FilterMode, 0xC00);
@@ -122,6 +135,18 @@ TEST(DmaThread, IsReachedThroughTheBoardThatItIs) {
     board.Read(t::OutFIFOWord); // nothing there: an error
     board.Drain();
     EXPECT_TRUE(onOtherThread);
+}
+
+TEST(DmaThread, IsNotAtRestBeforeTheHandlerHasReturned) {
+    ThreadedRig r(ThreadedConfig());
+    std::atomic<bool> restedInside{true};
+    r.board.SetInterruptHandler([&] { restedInside = r.board.AtRest(); });
+    EXPECT_TRUE(r.board.AtRest());
+    r.board.Write(t::IntEnable, 8);
+    r.board.Read(t::OutFIFOWord); // nothing there: an error
+    r.board.Drain();
+    EXPECT_FALSE(restedInside);
+    EXPECT_TRUE(r.board.AtRest());
 }
 
 } // namespace

@@ -69,6 +69,15 @@ TEST(BoardInterface, AFieldOutOfRangeIsNamed) {
               "linesBlank is 526, from 0 to 525 was expected");
 }
 
+TEST(BoardInterface, ABoardNeedsAPlaceForItAndAConfigurationOfSomeSize) {
+    korv_board_config config = DefaultConfig();
+    EXPECT_EQ(korv_board_create(&config, nullptr, nullptr, 0), KORV_BOARD_BAD_ARGUMENT);
+    korv_board* board = nullptr;
+    config.size = sizeof config.size - 1;
+    EXPECT_EQ(korv_board_create(&config, &board, nullptr, 0), KORV_BOARD_BAD_ARGUMENT);
+    EXPECT_EQ(board, nullptr);
+}
+
 TEST(BoardInterface, ErrorTextsAreCutToTheirRoom) {
     korv_board_config config = DefaultConfig();
     config.chip = 9;
@@ -272,8 +281,8 @@ TEST(BoardInterface, RegistersAreFoundByName) {
     const uint32_t group = offset;
     EXPECT_EQ(korv_board_find_register("V1Float+15", &offset), KORV_BOARD_OK);
     EXPECT_EQ(offset, group + 15 * 8);
-    for (const char* name :
-         {"", "render", "V1Float+16", "V1Float+", "V1Float+5x", "Render+1", "V1Float+-1", "+3"}) {
+    for (const char* name : {"", "render", "V1Float+16", "V1Float+", "V1Float+5x", "Render+1",
+                             "DeltaMode+1", "V1Float+-1", "+3"}) {
         offset = 77;
         EXPECT_EQ(korv_board_find_register(name, &offset), KORV_BOARD_UNKNOWN_NAME) << name;
         EXPECT_EQ(offset, 77u);
@@ -353,6 +362,26 @@ TEST(BoardInterface, VideoComesByCallback) {
     video.port_width = 9;
     EXPECT_EQ(korv_board_set_video(board.get(), &video), KORV_BOARD_BAD_ARGUMENT);
     EXPECT_EQ(korv_board_set_video(board.get(), nullptr), KORV_BOARD_OK);
+}
+
+// A line of 8 pixels for a port that takes 12: the last four stay as they are.
+TEST(BoardInterface, AShortVideoLineLeavesTheRestOfItsRow) {
+    const Handle board = Make();
+    const korv_board_video video = {sizeof video, 60, 262, 8, 1, 1, nullptr, GreyLine};
+    ASSERT_EQ(korv_board_set_video(board.get(), &video), KORV_BOARD_OK);
+    uint8_t* memory = korv_board_frame_buffer(board.get(), nullptr);
+    std::memset(memory, 0xEE, 4 * 32);
+    korv_board_write(board.get(), reg::VSControl, 3 | 1 << 9 | 1 << 10);
+    korv_board_write(board.get(), reg::VSEndLine, 4);
+    korv_board_write(board.get(), reg::VSEndPixel, 12);
+    korv_board_write(board.get(), reg::VSBufferStride, 4);
+    korv_board_write(board.get(), reg::VSStreamControl, 1);
+    korv_board_advance(board.get(), 20000);
+    const uint8_t* row = memory + 3 * 32;
+    EXPECT_EQ(row[14] | row[15] << 8, 0x8000 + 0x40 + 3 * 8 + 7);
+    for (int i = 16; i < 32; ++i) {
+        EXPECT_EQ(row[i], 0xEE) << i;
+    }
 }
 
 // --- snapshots ---

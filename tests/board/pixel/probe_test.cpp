@@ -310,4 +310,29 @@ TEST(PixelProbe, WritesAreToldAsTheyComeAndAsTheyAreCarriedOut) {
     EXPECT_EQ(probe.executed, probe.entered);
 }
 
+TEST(PixelProbe, WritesThatAreCarriedOutAtOnceAreToldTwiceInARow) {
+    ProbeRig r;
+    r.Send({{tag::Color, 1}, {tag::ConstantColor, 2}});
+    EXPECT_EQ(r.probe.entered, (std::vector<uint32_t>{tag::Color, tag::ConstantColor}));
+    EXPECT_EQ(r.probe.executed, r.probe.entered);
+}
+
+TEST(PixelProbe, PixelsOfLinesAreDrawnAndTold) {
+    ProbeRig r;
+    r.Send({{tag::ColorDDAMode, 1},
+            {tag::ConstantColor, 9},
+            {tag::StartXDom, 10u << 16},
+            {tag::dXDom, 0x10000},
+            {tag::StartY, 5u << 16},
+            {tag::dY, 0},
+            {tag::Count, 3},
+            {tag::Render, 0}});
+    ASSERT_EQ(r.probe.pixels.size(), 3u);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(r.probe.pixels[static_cast<size_t>(i)].x, 10 + i);
+        EXPECT_EQ(r.Pixel(10 + i, 5), 9u);
+    }
+    EXPECT_EQ(r.Pixel(13, 5), 0u);
+}
+
 } // namespace

@@ -182,6 +182,14 @@ TEST(TexelFormat, IndicesStayIndicesWithoutTheTable) {
     }
 }
 
+TEST(TexelFormat, TexelSizesThatAreNoneAreCounted) {
+    rig::TextureRig r;
+    r.Bind32(5, 3, rig::kWrapClamp, false);
+    r.Send(tag::TextureMapFormat, 7 << 19 | 1);
+    r.DrawMap(1, 1);
+    EXPECT_EQ(r.board.FaultReport().unmodelled["texel size code 7"], 1u);
+}
+
 TEST(TexelFormat, FormatsThatAreNotModelledAreCounted) {
     rig::TextureRig r;
     r.Bind32(5, 3, rig::kWrapClamp, false);

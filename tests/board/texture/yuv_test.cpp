@@ -122,6 +122,21 @@ TEST(YUV, BlitDithersToSixteenBits) {
     }
 }
 
+TEST(YUV, APixelWhosePartnerLiesBehindTheMemoryIsCounted) {
+    rig::TextureRig r(board::Chip::Permedia2);
+    const auto last = static_cast<uint32_t>(r.board.FrameBuffer().size() / 2 - 1); // texel
+    r.Send({{tag::TextureBaseAddress, last},
+            {tag::TextureAddressMode, 1},
+            {tag::TextureColorMode, 7},
+            {tag::TextureReadMode, 0x17601},
+            {tag::TextureDataFormat, 1 << 6 | 3},
+            {tag::TextureMapFormat, rig::kPitch64 | 1 << 19},
+            {tag::YUVMode, 1}});
+    r.Coordinates(0, 1, 0, 1);
+    r.Rectangle(0, 0, 1, 1, rig::kTexture);
+    EXPECT_EQ(r.board.FaultReport().badMemoryAccesses, 1u);
+}
+
 TEST(YUV, FilterMixesConvertedPixels) {
     YuvBlit r(board::Chip::Permedia2);
     r.Blit(0, 0, 0x37601, 1u << 19, 1u << 20, 40, 10);

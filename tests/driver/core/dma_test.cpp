@@ -469,6 +469,20 @@ TEST(WaitFIFOSpace, ReadsTheRegisterOnlyWhenTheCreditRunsOut) {
     EXPECT_EQ(rig.bus->ReadsOf(t::InFIFOSpace), 3u);
 }
 
+TEST(StreamWriter, BehindAReloadNoSpaceCountsAsLeft) {
+    Rig rig;
+    rig.Ready();
+    D3DContext* ctx = ContextOfId5(rig, false);
+    rig.bus->ScriptFIFOSpace({10, 3});
+    StreamWriter<D3DContext> out(ctx);
+    out.Wait(4);
+    out.Wait(6);
+    EXPECT_EQ(rig.bus->ReadsOf(t::InFIFOSpace), 1u);
+    out.Reload();
+    out.Wait(1);
+    EXPECT_EQ(rig.bus->ReadsOf(t::InFIFOSpace), 2u);
+}
+
 TEST(DMABuffers, AreTakenLowestFirstAndGivenBackOnce) {
     Rig rig({.dmaBufferCount = 2});
     rig.Ready();
@@ -526,6 +540,14 @@ TEST(ReserveGuardDeathTest, WordsBeyondTheReservationAbort) {
     ReserveSpace(ctx, 8);
     EmitTag(ctx->Stream, tag::FogMode, 0);
     EXPECT_DEATH(EmitTag(ctx->Stream, tag::FogMode, 0), "beyond the reservation");
+}
+
+TEST(ReserveGuardDeathTest, WordsBeyondTheDisplaysOwnReservationAbort) {
+    Rig rig;
+    rig.Ready();
+    ReserveSpace(rig.driver, 8);
+    EmitTag(rig.driver->Stream, tag::FogMode, 0);
+    EXPECT_DEATH(EmitTag(rig.driver->Stream, tag::FogMode, 0), "beyond the reservation");
 }
 
 } // namespace

@@ -457,6 +457,28 @@ TEST_P(PermediaBindTest, WaitsAddUpToTheirCounts) {
     EXPECT_EQ(c.rig.bus->ReadsOf(reg::InFIFOSpace), 2u);
 }
 
+TEST_P(MXBindTest, WaitsAddUpToTheirWords) {
+    for (const bool keyed : {false, true}) {
+        Bound c(GetParam(), false);
+        if (keyed) {
+            c.GiveKey(0x8421, 0x7FFF);
+            c.GiveFormat(0x41, 0x7C00, 0x8000);
+        }
+        c.Create();
+        // 3 for the units, 1 for the base, 1 for the lookup table, 4 for a key or its end and 2 for
+        // what it blends and tests by, 3 at the end.
+        const uint32_t total = keyed ? 14 : 12;
+        c.rig.bus->fifoSpace = total;
+        c.Change();
+        EXPECT_EQ(c.rig.bus->ReadsOf(reg::InFIFOSpace), 1u) << keyed;
+        EXPECT_EQ(c.rig.bus->FifoWords().size(), 2 * total) << keyed;
+        c.rig.bus->Clear();
+        c.rig.bus->fifoSpace = total - 1;
+        c.Change();
+        EXPECT_EQ(c.rig.bus->ReadsOf(reg::InFIFOSpace), 2u) << keyed;
+    }
+}
+
 TEST_P(BindTest, NoTextureWaitsForItsWordsAtOnce) {
     Bound c(GetParam(), false);
     const uint32_t entries = !GetParam().IsGlint() ? 5 : GetParam().device == 2 ? 8 : 9;

@@ -346,9 +346,11 @@ TEST(P2Triangle, ReservesFor512BytesPerDrawnTriangle) {
 
 TEST(P2Triangle, ReservesFor512BytesPerContinuation) {
     P2Rig rig;
+    rig.SetCull(D3DCULL_CCW); // with culling off nothing is continued
     const auto v = FanVertices();
     const auto one = static_cast<uint32_t>(Draw(rig, P2_Tri_XYZ_RGBFS, v).size());
-    const D3DTRIANGLE next = TriangleRecord(1, 2, 3, D3DTRIFLAG_EVEN);
+    const D3DTRIANGLE next = TriangleRecord(0, 2, 3, kEven);
+    ASSERT_EQ(Draw(rig, P2_Tri_XYZ_RGBFS, v, {TriangleRecord(0, 1, 2), next}).size(), one + 8);
     EXPECT_EQ(test::TransfersOfTwo(rig, P2_Tri_XYZ_RGBFS, v, 128 + one - 1, next), Words{one});
     EXPECT_EQ(test::TransfersOfTwo(rig, P2_Tri_XYZ_RGBFS, v, 128 + one, next), Words{});
 }

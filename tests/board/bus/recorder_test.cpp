@@ -1,0 +1,127 @@
+// What a recorder and a monitor are told.
+#include "board/played_board.h"
+#include "board/recorder.h"
+#include "tests/board/rig.h"
+#include "tests/support/tag_names.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Told {
+    char kind;
+    uint32_t offset, value;
+    bool operator==(const Told&) const = default;
+};
+
+class KeptEvents final : public board::BusRecorder {
+  public:
+    void OnRead(uint32_t offset, uint32_t value) override {
+        events.push_back({'r', offset, value});
+    }
+    void OnWrite(uint32_t offset, uint32_t value) override {
+        events.push_back({'w', offset, value});
+    }
+    void OnFifoWord(uint32_t word) override { events.push_back({'f', 0, word}); }
+    void OnDmaWord(uint32_t word) override { events.push_back({'d', 0, word}); }
+
+    std::vector<Told> events;
+};
+
+TEST(BusRecorder, IsToldOfEveryAccessAndEveryWord) {
+    rig::Rig r;
+    KeptEvents kept;
+    r.board.SetRecorder(&kept);
+    const uint32_t words[] = {t::FogColor, 0x11};
+    r.board.MapMemory(0x1000, words, sizeof words);
+    r.board.Write(t::Mapped(t::Color), 0x22);
+    r.board.Read(t::Mapped(t::Color));
+    r.board.Write(t::FIFOWindow + 8, t::Color);
+    r.board.Write(t::FIFOWindow, 0x33);
+    r.board.WriteFifo(words, 2);
+    r.board.Write(t::DMAAddress, 0x1000);
+    r.board.Write(t::DMACount, 2);
+    r.board.SetRecorder(nullptr);
+    r.board.Read(t::Mapped(t::Color));
+    EXPECT_EQ(kept.events, (std::vector<Told>{{'w', t::Mapped(t::Color), 0x22},
+                                              {'r', t::Mapped(t::Color), 0x22},
+                                              {'f', 0, t::Color},
+                                              {'f', 0, 0x33},
+                                              {'f', 0, t::FogColor},
+                                              {'f', 0, 0x11},
+                                              {'w', t::DMAAddress, 0x1000},
+                                              {'w', t::DMACount, 2},
+                                              {'d', 0, t::FogColor},
+                                              {'d', 0, 0x11}}));
+}
+
+// Turns by letter: B before the board acts, A behind it, I and E an interrupt and its end, H the
+// handler at work.
+class KeptTurns final : public board::BusMonitor {
+  public:
+    void BeforeActing() override { turns += 'B'; }
+    void AfterActing() override { turns += 'A'; }
+    void OnInterrupt() override { turns += 'I'; }
+    void OnInterruptEnd() override { turns += 'E'; }
+
+    std::string turns;
+};
+
+TEST(BusMonitor, TheHandlersTurnEndsBeforeItsEndIsTold) {
+    rig::Rig r;
+    KeptTurns kept;
+    r.board.SetInterruptHandler([&] { kept.turns += 'H'; });
+    r.board.Write(t::IntEnable, 8);
+    r.board.SetMonitor(&kept);
+    r.board.Read(t::OutFIFOWord); // nothing there: an error
+    EXPECT_EQ(kept.turns, "BIAHBEA");
+}
+
+board::Config Slow() {
+    board::Config config = rig::SmallConfig();
+    config.timing.fifoDepth = 16;
+    config.timing.fifoDrainPerTick = 1;
+    config.timing.microsecondsPerTick = 3;
+    return config;
+}
+
+TEST(Drain, TakesTheTicksThatItsEntriesTake) {
+    board::Board board(Slow());
+    board.Write(t::DisconnectControl, 1);
+    std::vector<uint32_t> words = {HoldTag(t::FogColor, 8), 1, 2, 3, 4, 5, 6, 7, 8};
+    board.MapMemory(0, words.data(), words.size() * 4);
+    board.Write(t::DMAAddress, 0);
+    board.Write(t::DMACount, 9); // all eight wait behind this access
+    const uint64_t before = board.Microseconds();
+    board.Drain();
+    EXPECT_EQ(board.Microseconds() - before, 8u * 3);
+    EXPECT_EQ(board.Peek(t::Mapped(t::FogColor)), 8u);
+}
+
+TEST(PlayedBoard, WritesAsItWasToldTo) {
+    board::PlayedBoard board(rig::SmallConfig());
+    board.PlayWrite(t::Mapped(t::FogColor), 0x1234);
+    board.PlayWrite(t::ScreenBasePermedia, 0x55);
+    EXPECT_EQ(board.PlayRead(t::Mapped(t::FogColor)), 0x1234u);
+    EXPECT_EQ(board.Peek(t::ScreenBasePermedia), 0x55u);
+    EXPECT_TRUE(board.FaultReport().unknownRegisters.empty());
+}
+
+TEST(PlayedBoard, ATransferThatEndsEarlyEndsAllTheSame) {
+    board::PlayedBoard board(rig::SmallConfig());
+    board.PlayWrite(t::DMAAddress, 0x1000);
+    board.PlayWrite(t::DMACount, 3);
+    EXPECT_EQ(board.NextDmaAddress(), 0x1000u);
+    board.PlayDmaWord(t::FogColor);
+    EXPECT_EQ(board.NextDmaAddress(), 0x1004u);
+    EXPECT_EQ(board.Peek(t::IntFlags), 0u);
+    board.PlayDmaFault();
+    EXPECT_EQ(board.NextDmaAddress(), std::nullopt);
+    EXPECT_EQ(board.Peek(t::IntFlags), 1u);
+    EXPECT_EQ(board.FaultReport().badDmaAddresses, 1u);
+}
+
+} // namespace
