@@ -145,14 +145,13 @@ def main():
     folder = options.build / "mutation"
     folder.mkdir(parents=True, exist_ok=True)
     found = find_faults(options.root, folder)
-    in_part = [fault for fault in found if fault.path.startswith(options.part + "/")]
-    wanted = [fault for fault in in_part
-              if options.file in fault.path and (fault.form == "constant") == options.constants]
+    in_part = [fault for fault in found
+               if fault.path.startswith(options.part + "/") and options.file in fault.path]
+    wanted = [fault for fault in in_part if (fault.form == "constant") == options.constants]
     if not wanted:
         fail(2, f"no place for a fault in files of {options.part} whose path holds '{options.file}'")
     # By what each is and not by how many there are: a change of the tree leaves the others' order.
     wanted.sort(key=lambda fault: hashlib.sha1(f"{options.seed} {fault.key}".encode()).digest())
-    all_of_part = list(wanted)
     # A function that only the compiler runs has faults of the other forms too.
     of_key = {fault.key: fault for fault in (in_part if options.constants else wanted)}
     for key in options.fault:
@@ -186,7 +185,7 @@ def main():
             fail(1, f"the build failed; {folder / 'build.log'} tells why")
         except KeyboardInterrupt:
             fail(1, "stopped; the next run goes on from here")
-    tried = [fault for fault in all_of_part if fault.key in results.known]
+    tried = [fault for fault in in_part if fault.key in results.known]
     for name_of in (lambda fault: report.room_of(fault.path), lambda fault: fault.operator):
         tell("\n" + "\n".join(report.table(tried, results.known, listed, name_of)))
     survivors = report.write_survivors(options.root, folder / "survivors", tried, results.known, listed)
