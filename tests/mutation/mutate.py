@@ -50,7 +50,8 @@ def parse(arguments):
     parser.add_argument("--fault", default=[], action="append", metavar="KEY",
                         help="this one alone, whatever became of it before; as often as wanted")
     parser.add_argument("--constants", action="store_true",
-                        help="faults where only the compiler computes instead: a build for each")
+                        help="faults where only the compiler computes instead: a build for each; of any other "
+                             "fault too that --fault names")
     parser.add_argument("--x87", action="store_true",
                         help="with the driver's floats as in KORV32.dll, where some code is that is nowhere else")
     parser.add_argument("--again", action="store_true", help="try those again that survived")
@@ -152,7 +153,7 @@ def main():
         fail(2, f"no place for a fault in files of {options.part} whose path holds '{options.file}'")
     # By what each is and not by how many there are: a change of the tree leaves the others' order.
     wanted.sort(key=lambda fault: hashlib.sha1(f"{options.seed} {fault.key}".encode()).digest())
-    # A function that only the compiler runs has faults of the other forms too.
+    # A function that only the compiler runs has faults of all forms.
     of_key = {fault.key: fault for fault in (in_part if options.constants else wanted)}
     for key in options.fault:
         if key not in of_key:

@@ -110,6 +110,19 @@ TEST(PlayedBoard, WritesAsItWasToldTo) {
     EXPECT_TRUE(board.FaultReport().unknownRegisters.empty());
 }
 
+TEST(PlayedBoard, ATransferEndsWithItsLastWord) {
+    board::PlayedBoard board(rig::SmallConfig());
+    board.PlayWrite(t::DMAAddress, 0x1000);
+    board.PlayWrite(t::DMACount, 2);
+    board.PlayDmaWord(t::FogColor);
+    EXPECT_EQ(board.Peek(t::DMACount), 1u);
+    EXPECT_EQ(board.Peek(t::IntFlags), 0u);
+    board.PlayDmaWord(0x77);
+    EXPECT_EQ(board.NextDmaAddress(), std::nullopt);
+    EXPECT_EQ(board.Peek(t::DMACount), 0u);
+    EXPECT_EQ(board.Peek(t::IntFlags), 1u);
+}
+
 TEST(PlayedBoard, ATransferThatEndsEarlyEndsAllTheSame) {
     board::PlayedBoard board(rig::SmallConfig());
     board.PlayWrite(t::DMAAddress, 0x1000);

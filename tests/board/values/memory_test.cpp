@@ -1,9 +1,11 @@
 #include "board/values/memory.h"
 #include "board/values/registers.h"
+#include "board/values/zeroed_memory.h"
 #include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 namespace {
@@ -19,6 +21,17 @@ TEST(Memory, PitchIsTheSumOfThePartialProducts) {
             }
         }
     }
+}
+
+TEST(Memory, ACopyOfZeroedBytesHoldsTheirValues) {
+    board::ZeroedBytes bytes(1000);
+    EXPECT_EQ(std::count(bytes.begin(), bytes.end(), 0), 1000);
+    bytes[0] = 1;
+    bytes[999] = 255;
+    const board::ZeroedBytes copy = bytes;
+    EXPECT_EQ(copy[0], 1);
+    EXPECT_EQ(copy[500], 0);
+    EXPECT_EQ(copy[999], 255);
 }
 
 TEST(Memory, PixelAddressIsOffsetPlusBasePlusRow) {
