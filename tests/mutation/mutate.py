@@ -39,7 +39,8 @@ def parse(arguments):
     parser = argparse.ArgumentParser(
         prog="scripts/mutate", add_help=True,
         description="Puts small faults into driver and board, one at a time, and tells which of them no test "
-                    "sees. Stops and goes on where it was: results are kept in BUILD/mutation/results.jsonl.")
+                    "sees. Stops and goes on where it was: results are kept in BUILD/mutation/results.jsonl, "
+                    "those of --x87 in results-x87.jsonl.")
     parser.error = lambda text: fail(2, f"{text}; --help tells what it does")
     parser.add_argument("part", choices=PARTS, help="where the faults go")
     parser.add_argument("--count", type=positive, default=200, metavar="N",
@@ -166,7 +167,8 @@ def main():
         return
     listed_file = options.root / "tests/mutation/survivors.md"
     listed = report.listed_keys(listed_file)
-    results = Results(folder / "results.jsonl")
+    # Another build's verdicts: the code is another one.
+    results = Results(folder / ("results-x87.jsonl" if options.x87 else "results.jsonl"))
     if not options.report:
         survived = {key for key, result in results.known.items() if result["verdict"] == trials.SURVIVED}
         pending = [fault for fault in wanted if fault.key in options.fault] or [
