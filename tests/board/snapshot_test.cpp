@@ -708,4 +708,15 @@ TEST(Snapshot, DamagedOnesAreRefusedOrRun) {
     EXPECT_GT(taken, 20u);
 }
 
+// What a primitive may need when it goes on is kept as it was; vertices are for the next one.
+TEST(Snapshot, GrowsByModesThatChangeBehindAPrimitiveAndNotByVertices) {
+    rig::Rig r;
+    r.Rectangle(0, 0, 2, 2);
+    const size_t before = r.board.Save(Contents::StateAlone).size();
+    r.Send({{tag::V0Float, 5}, {tag::V2Float + 15, 6}});
+    EXPECT_EQ(r.board.Save(Contents::StateAlone).size(), before);
+    r.Send(tag::FogColor, 7);
+    EXPECT_GT(r.board.Save(Contents::StateAlone).size(), before);
+}
+
 } // namespace

@@ -152,4 +152,19 @@ TEST(Fifo, DrainRateSetsHowSoonEntriesExecute) {
     EXPECT_EQ(r.Register(t::FogColor), 20u);
 }
 
+TEST(Fifo, DrainingTakesTheTicksThatItsEntriesTake) {
+    board::Config config = SlowConfig(16, 1);
+    config.timing.microsecondsPerTick = 3;
+    board::Board board(config);
+    board.Write(t::DisconnectControl, 1);
+    std::vector<uint32_t> words = {HoldTag(t::FogColor, 8), 1, 2, 3, 4, 5, 6, 7, 8};
+    board.MapMemory(0, words.data(), words.size() * 4);
+    board.Write(t::DMAAddress, 0);
+    board.Write(t::DMACount, 9); // all eight wait behind this access
+    const uint64_t before = board.Microseconds();
+    board.Drain();
+    EXPECT_EQ(board.Microseconds() - before, 8u * 3);
+    EXPECT_EQ(board.Peek(t::Mapped(t::FogColor)), 8u);
+}
+
 } // namespace

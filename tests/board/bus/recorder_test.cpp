@@ -1,5 +1,4 @@
 // What a recorder and a monitor are told.
-#include "board/played_board.h"
 #include "board/recorder.h"
 #include "tests/board/rig.h"
 #include "tests/support/tag_names.h"
@@ -78,63 +77,6 @@ TEST(BusMonitor, TheHandlersTurnEndsBeforeItsEndIsTold) {
     r.board.SetMonitor(&kept);
     r.board.Read(t::OutFIFOWord); // nothing there: an error
     EXPECT_EQ(kept.turns, "BIAHBEA");
-}
-
-board::Config Slow() {
-    board::Config config = rig::SmallConfig();
-    config.timing.fifoDepth = 16;
-    config.timing.fifoDrainPerTick = 1;
-    config.timing.microsecondsPerTick = 3;
-    return config;
-}
-
-TEST(Drain, TakesTheTicksThatItsEntriesTake) {
-    board::Board board(Slow());
-    board.Write(t::DisconnectControl, 1);
-    std::vector<uint32_t> words = {HoldTag(t::FogColor, 8), 1, 2, 3, 4, 5, 6, 7, 8};
-    board.MapMemory(0, words.data(), words.size() * 4);
-    board.Write(t::DMAAddress, 0);
-    board.Write(t::DMACount, 9); // all eight wait behind this access
-    const uint64_t before = board.Microseconds();
-    board.Drain();
-    EXPECT_EQ(board.Microseconds() - before, 8u * 3);
-    EXPECT_EQ(board.Peek(t::Mapped(t::FogColor)), 8u);
-}
-
-TEST(PlayedBoard, WritesAsItWasToldTo) {
-    board::PlayedBoard board(rig::SmallConfig());
-    board.PlayWrite(t::Mapped(t::FogColor), 0x1234);
-    board.PlayWrite(t::ScreenBasePermedia, 0x55);
-    EXPECT_EQ(board.PlayRead(t::Mapped(t::FogColor)), 0x1234u);
-    EXPECT_EQ(board.Peek(t::ScreenBasePermedia), 0x55u);
-    EXPECT_TRUE(board.FaultReport().unknownRegisters.empty());
-}
-
-TEST(PlayedBoard, ATransferEndsWithItsLastWord) {
-    board::PlayedBoard board(rig::SmallConfig());
-    board.PlayWrite(t::DMAAddress, 0x1000);
-    board.PlayWrite(t::DMACount, 2);
-    board.PlayDmaWord(t::FogColor);
-    EXPECT_EQ(board.Peek(t::DMACount), 1u);
-    EXPECT_EQ(board.Peek(t::IntFlags), 0u);
-    board.PlayDmaWord(0x77);
-    EXPECT_EQ(board.NextDmaAddress(), std::nullopt);
-    EXPECT_EQ(board.Peek(t::DMACount), 0u);
-    EXPECT_EQ(board.Peek(t::IntFlags), 1u);
-}
-
-TEST(PlayedBoard, ATransferThatEndsEarlyEndsAllTheSame) {
-    board::PlayedBoard board(rig::SmallConfig());
-    board.PlayWrite(t::DMAAddress, 0x1000);
-    board.PlayWrite(t::DMACount, 3);
-    EXPECT_EQ(board.NextDmaAddress(), 0x1000u);
-    board.PlayDmaWord(t::FogColor);
-    EXPECT_EQ(board.NextDmaAddress(), 0x1004u);
-    EXPECT_EQ(board.Peek(t::IntFlags), 0u);
-    board.PlayDmaFault();
-    EXPECT_EQ(board.NextDmaAddress(), std::nullopt);
-    EXPECT_EQ(board.Peek(t::IntFlags), 1u);
-    EXPECT_EQ(board.FaultReport().badDmaAddresses, 1u);
 }
 
 } // namespace
