@@ -4,6 +4,7 @@
 #include "board/video/video_source.h"
 #include "chip/register_table.h"
 #include "chip/words.h"
+#include "tests/board/rig.h"
 
 #include <gtest/gtest.h>
 

@@ -127,4 +127,19 @@ TEST(DepthFill, KeepsTheColumnsOfABlockFill) {
             0x48,       t::FBReadPixel,   1,          t::LogicalOpMode, 0}));
 }
 
+TEST(DepthFill, AsAFillGoesBackToTheWindowsStartWhereTwoHundredBytesDoNotFit) {
+    FillRig rig;
+    CommandStream& stream = rig.driver->Stream;
+    const SubBuffer& window = stream.SubBuffers[0];
+    for (const bool depth : {false, true}) {
+        const uint32_t words = depth ? 21 : 24;
+        stream.Guard.Allow(window.Last);
+        for (const uint32_t room : {51u, 50u}) { // an exact fit is no room
+            stream.WritePointer = window.Last - room;
+            depth ? rig.FillDepth(1) : rig.Fill(1);
+            EXPECT_EQ(stream.WritePointer, (room == 51 ? window.Last - 51 : window.Linear) + words);
+        }
+    }
+}
+
 } // namespace
