@@ -11,6 +11,16 @@ TEST(Aperture, MappedReadGivesThePresentValue) {
     EXPECT_EQ(r.board.Read(t::Mapped(t::FogColor)), 0xABCDEFu);
 }
 
+TEST(Aperture, ARegisterIsLookedAtWithoutAnAccess) {
+    rig::Rig r;
+    r.Send(t::FogColor, 0xABCDEF);
+    r.board.Write(t::ScreenBasePermedia, 0x1234);
+    const uint64_t before = r.board.Microseconds();
+    EXPECT_EQ(r.board.RegisterAt(t::Mapped(t::FogColor)), 0xABCDEFu);
+    EXPECT_EQ(r.board.RegisterAt(t::ScreenBasePermedia), 0x1234u);
+    EXPECT_EQ(r.board.Microseconds(), before);
+}
+
 TEST(Aperture, RegistersWithoutAUnitAreStored) {
     rig::Rig r;
     r.Send(t::YUVMode, 0x15);

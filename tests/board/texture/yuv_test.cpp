@@ -37,6 +37,32 @@ TEST(YUV, ConversionIsWithinTwoOfTheFloatOne) {
     }
 }
 
+TEST(YUV, FactorsAreTheNearestOf256) {
+    const auto nearest = [](double factor) { return static_cast<int>(std::lround(factor * 256)); };
+    const int luma = nearest(255.0 / 219), redV = nearest(1.402 * 255 / 224),
+              greenU = nearest(0.344136 * 255 / 224), greenV = nearest(0.714136 * 255 / 224),
+              blueU = nearest(1.772 * 255 / 224);
+    const auto channel = [](int sum) {
+        return std::clamp(static_cast<int>(std::floor((sum + 128) / 256.0)), 0, 255);
+    };
+    for (int y = 0; y < 256; y += 15) {
+        for (int u = 0; u < 256; u += 5) {
+            for (int v = 0; v < 256; v += 5) {
+                const int base = luma * (y - 16);
+                const board::Colour expected = {
+                    channel(base + redV * (v - 128)),
+                    channel(base - greenU * (u - 128) - greenV * (v - 128)),
+                    channel(base + blueU * (u - 128)), 255};
+                ASSERT_EQ(board::ColourOfYUV(board::PackYUV(static_cast<uint32_t>(y),
+                                                            static_cast<uint32_t>(u),
+                                                            static_cast<uint32_t>(v))),
+                          expected)
+                    << y << ' ' << u << ' ' << v;
+            }
+        }
+    }
+}
+
 TEST(YUV, BlackWhiteAndPrimaries) {
     EXPECT_EQ(board::ColourOfYUV(board::PackYUV(16, 128, 128)), (board::Colour{0, 0, 0, 255}));
     EXPECT_EQ(board::ColourOfYUV(board::PackYUV(235, 128, 128)),
