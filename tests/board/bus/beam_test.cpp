@@ -48,6 +48,21 @@ TEST(Beam, BlankEndRegistersHoldTheBlankLinesUntilWritten) {
     EXPECT_EQ(r.board.Read(reg::BlankEndGlint), 8u);
 }
 
+// In units of 8 bytes on one family and of 8 KB on the other.
+TEST(Beam, TheShownImageIsAtTheFamilysScreenBaseFromTheNextFrameOn) {
+    for (const auto& [chip, bytes] :
+         {std::pair{board::Chip::Permedia2, 3u * 8}, {board::Chip::MX, 5u * 8192}}) {
+        board::Config config = SlowBeam();
+        config.chip = chip;
+        rig::Rig r(config);
+        r.board.Write(reg::ScreenBasePermedia, 3);
+        r.board.Write(reg::ScreenBaseGlint, 5);
+        EXPECT_EQ(r.board.ShownBase(), 0u);
+        r.board.Advance(20000);
+        EXPECT_EQ(r.board.ShownBase(), bytes);
+    }
+}
+
 TEST(Beam, RetraceFlagIsSetWhenBlankBeginsAndStaysUntilCleared) {
     rig::Rig r(SlowBeam());
     r.board.Advance(19999);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 namespace {
@@ -235,12 +236,14 @@ TEST(PackedCopy, WithoutAWriteConfigFBReadModeCountsForBothSides) {
     EXPECT_TRUE(expected.Holds(r.board.FrameBuffer()));
 }
 
-TEST(PackedCopy, OneSidedPackingIsCountedAsAFault) {
+TEST(PackedCopy, OneSidedPackingIsCountedAsAFaultAndDrawsNothing) {
     PackedRig r(k8);
+    const std::vector<uint8_t> before(r.board.FrameBuffer().begin(), r.board.FrameBuffer().end());
     r.Send({{tag::FBReadMode, rig::kPitch64 | kPacked | kReadSource},
             {tag::FBWriteConfig, rig::kPitch64}});
     r.Rectangle(0, 0, 4, 1);
     EXPECT_EQ(r.board.FaultReport().unmodelled.at("packed copy that is no plain one"), 1u);
+    EXPECT_TRUE(std::ranges::equal(before, r.board.FrameBuffer()));
 }
 
 } // namespace

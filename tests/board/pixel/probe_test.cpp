@@ -238,6 +238,24 @@ TEST(PixelProbe, PackedCopiesTellWhatEachWordHasOfAPixel) {
     }
 }
 
+// Words 1 and 2 of a row that the scissor leaves out.
+TEST(PixelProbe, PackedRowsThatAreCutAreToldInPixels) {
+    const std::pair<uint32_t, Cut> cases[] = {{rig::k8Bits, {PixelTest::Scissor, 1, 4, 12}},
+                                              {rig::k16Bits, {PixelTest::Scissor, 1, 2, 6}},
+                                              {rig::k24Bits, {PixelTest::Scissor, 1, 1, 4}}};
+    for (const auto& [size, cut] : cases) {
+        ProbeRig r;
+        r.Send({{tag::FBReadPixel, size},
+                {tag::FBReadMode, rig::kPitch64 | rig::kReadSource | rig::kPacked},
+                {tag::PackedDataLimits, 64},
+                {tag::ScissorMode, 1},
+                {tag::ScissorMinXY, 0},
+                {tag::ScissorMaxXY, 1u << 16 | 64}});
+        r.Rectangle(1, 1, 3, 2);
+        EXPECT_EQ(r.probe.cuts, std::vector<Cut>{cut}) << size;
+    }
+}
+
 // Rows that a probe wants nothing of are drawn all the same.
 TEST(PixelProbe, IsNotToldOfRowsThatItDoesNotWant) {
     class Picky final : public board::PixelProbe {

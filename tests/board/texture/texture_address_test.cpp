@@ -192,4 +192,15 @@ TEST(TextureAddress, SXHasNoTextureUnit) {
     EXPECT_EQ(r.board.FaultReport().unmodelled.at("texture unit"), 1u);
 }
 
+TEST(TextureAddress, AMapMayBeginWithTheMemory) {
+    rig::TextureRig r(board::Chip::Permedia2);
+    r.Bind32(5, 0, rig::kWrapClamp, true); // filtered, texel by texel
+    r.SetPixel(0, 0, 0x11223344);
+    r.Send(tag::TextureBaseAddress, 0);
+    r.Coordinates(0, 0, 0, 0);
+    r.Rectangle(7, 3, 8, 4, rig::kTexture);
+    EXPECT_EQ(r.Pixel(7, 3), 0x11223344u);
+    EXPECT_FALSE(r.board.FaultReport().Any()) << r.board.FaultReport().Describe();
+}
+
 } // namespace
