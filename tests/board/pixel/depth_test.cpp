@@ -67,6 +67,16 @@ TEST(Depth, StoredValueIsWrittenOnlyWhenAllEnablesAllow) {
     }
 }
 
+TEST(Depth, ValuesOutsideTheMemoryAreCountedPrimitiveByPrimitive) {
+    DepthRig r;
+    r.Mode(7);
+    r.Send(tag::LBWindowBase, static_cast<uint32_t>(r.board.FrameBuffer().size() / 2 - 1));
+    r.Rectangle(0, 0, 4, 1); // the last three
+    EXPECT_EQ(r.board.FaultReport().badMemoryAccesses, 3u);
+    r.Rectangle(0, 0, 3, 1);
+    EXPECT_EQ(r.board.FaultReport().badMemoryAccesses, 5u);
+}
+
 TEST(Depth, WithoutReadingTheStoredValueCountsAsZero) {
     DepthRig r;
     r.Send(tag::LBReadMode, rig::kPitch64);
