@@ -231,7 +231,10 @@ void Checks::Before(size_t step, Player& player) {
     blitted_.reset();
     triangles_.reset();
     if (!illegal_) {
-        triangles_ = TriangleCheck::Of(steps_, at_, player, untouched_);
+        // Its states were set.
+        if (at_ != 0 && !trace_.passedOver[at_ - 1]) {
+            triangles_ = TriangleCheck::Of(steps_, at_, player, textures_, untouched_);
+        }
         if (!lossExplained_) {
             ExpectBlit(player);
         }
@@ -244,6 +247,12 @@ void Checks::After(size_t, Player& player, const Outcome& outcome) {
         TapWords(player.Display(Field("name")));
     }
     trace_.results[at_] = outcome.Find("result");
+    if (kind == "texture") {
+        textures_[Field("name")] = Field("surface");
+    }
+    if (kind == "swapTextures") {
+        std::swap(textures_[Field("texture")], textures_[Field("with")]);
+    }
     if (kind == "start") {
         heapAtStart_ += host::heap::LiveBlocks() - heapBlocks_;
         vddAtStart_ += host::TheMiniVdd().LiveBlocks() - vddBlocks_;
@@ -261,6 +270,7 @@ void Checks::After(size_t, Player& player, const Outcome& outcome) {
     CheckResult(outcome);
     CheckHeaps(player);
     CheckBlit(player, outcome);
+    CheckLoad(player);
     if (triangles_) {
         const auto problem = triangles_->Problem(player);
         CheckFaults(player);
@@ -497,6 +507,33 @@ void Checks::CheckBlit(Player& player, const Outcome& outcome) {
                             fmt::format("pixel {},{}: the processor makes 0x{:X}, the chip 0x{:X}",
                                         i % to.Width(), i / to.Width(), (*blitted_)[i], got[i]));
         }
+    }
+}
+
+void Checks::CheckLoad(Player& player) {
+    if (Field("do") != "loadTexture" || illegal_ || lossExplained_ ||
+        !AtRest(player.DisplayOf(Field("surface")))) {
+        return;
+    }
+    const host::Surface *to = &player.SurfaceWithMemory(Field("surface")),
+                        *from = &player.SurfaceWithMemory(Field("from"));
+    for (size_t level = 0;; ++level) {
+        const Pixels loaded = PixelsOf(*to), source = PixelsOf(*from);
+        for (size_t i = 0; i < source.size(); ++i) {
+            if (loaded[i] != source[i]) {
+                throw Violation("load", at_,
+                                fmt::format("level {}, texel {},{}: 0x{:X} was loaded as 0x{:X}",
+                                            level, i % to->Width(), i / to->Width(), source[i],
+                                            loaded[i]));
+            }
+        }
+        const auto& chains = std::pair(&player.Surface(Field("surface")).Chain(),
+                                       &player.Surface(Field("from")).Chain());
+        if (level == std::min(chains.first->size(), chains.second->size())) {
+            return;
+        }
+        to = (*chains.first)[level];
+        from = (*chains.second)[level];
     }
 }
 

@@ -68,6 +68,8 @@ class Checks : public StepWatch {
     void TakeShadows(Player& player);
     void ExpectBlit(Player& player);
     void CheckBlit(Player& player, const Outcome& outcome);
+    // A loaded texture is what it was loaded from, level by level.
+    void CheckLoad(Player& player);
     // Ends the scenes of all live contexts, and waits until their words have been executed.
     void FinishContexts(Player& player);
     // Gives the chip to the context of two-dimensional work, which all roads leave alike.
@@ -85,7 +87,8 @@ class Checks : public StepWatch {
     // Of a blit that the processor can do as well: the pixels that must come of it.
     std::optional<Pixels> blitted_;
     std::optional<TriangleCheck> triangles_; // of triangles that the reference rasteriser knows
-    size_t heapBlocks_ = 0, vddBlocks_ = 0;  // before and behind the start of displays
+    TextureSurfaces textures_;
+    size_t heapBlocks_ = 0, vddBlocks_ = 0; // before and behind the start of displays
     size_t heapAtStart_ = 0, vddAtStart_ = 0;
     std::map<std::string, int> clientBlocks_;                 // by display
     std::map<std::string, std::unique_ptr<ContextTap>> taps_; // by display

@@ -75,6 +75,20 @@ double Edge(const Vertex& from, const Vertex& to, double x, double y) {
     return (double(to.x) - from.x) * (y - from.y) - (double(to.y) - from.y) * (x - from.x);
 }
 
+// The level that a triangle takes.
+const Texture& LevelOf(const Texture& texture, const Triangle3& triangle, Levels levels) {
+    if (texture.smaller.empty() || levels == Levels::Largest) {
+        return texture;
+    }
+    const double detail = DetailOf(triangle);
+    const double level = levels == Levels::Nearest ? std::round(detail) : std::floor(detail);
+    if (!(level >= 1)) {
+        return texture;
+    }
+    const auto last = static_cast<double>(texture.smaller.size());
+    return *texture.smaller[static_cast<size_t>(std::min(level, last)) - 1];
+}
+
 // Texture and light together: the colour and the alpha, all from 0 to 255.
 Texel Textured(uint32_t blend, const Texel& texel, const Texel& light) {
     Texel out = light;
@@ -110,6 +124,20 @@ double Brightened(uint32_t channel, int shift) {
     return shift == 16 ? std::min(255.0, root + 1) : shift == 8 ? root - 1 : root;
 }
 
+double DetailOf(const Triangle3& triangle) {
+    const Vertex &a = triangle.a, &b = triangle.b, &c = triangle.c;
+    const Texture& texture = *triangle.state.texture;
+    const double texels =
+        ((double(b.u) - a.u) * (double(c.v) - a.v) - (double(b.v) - a.v) * (double(c.u) - a.u)) *
+        texture.width * texture.height;
+    return std::log2(std::abs(texels / Edge(a, b, c.x, c.y))) / 2;
+}
+
+void TakeShortWay(float first, float& second, float& third) {
+    second -= std::nearbyint(second - first);
+    third -= std::nearbyint(third - first);
+}
+
 Reference::Reference(uint32_t width, uint32_t height, uint32_t background, const ChipTraits& traits)
     : width_(width), height_(height), traits_(traits),
       colour_(width * height * kScale * kScale, Rgb(background)), depth_(colour_.size(), 1e9),
@@ -129,9 +157,7 @@ Reference::Reference(const Image& background, const ChipTraits& traits)
 }
 
 void Reference::Draw(const Triangle3& triangle) {
-    const Vertex& a = triangle.a;
-    const Vertex& b = triangle.b;
-    const Vertex& c = triangle.c;
+    Vertex a = triangle.a, b = triangle.b, c = triangle.c;
     const DrawState& state = triangle.state;
     ++drawn_;
     // Positive for clockwise on a screen whose rows grow downwards.
@@ -150,6 +176,15 @@ void Reference::Draw(const Triangle3& triangle) {
     const uint8_t* door = kScreenDoor[chosen->color >> 28];
 
     const Texture* texture = state.texture.get();
+    if (texture != nullptr) {
+        texture = &LevelOf(*texture, triangle, traits_.levels);
+        if (state.wrapU) {
+            TakeShortWay(a.u, b.u, c.u);
+        }
+        if (state.wrapV) {
+            TakeShortWay(a.v, b.v, c.v);
+        }
+    }
     const bool brightens =
         texture != nullptr && (state.gouraud ? traits_.brightensGouraud : traits_.brightensFlat);
     // Without a texture the specular colour is added to the vertices' own.

@@ -31,6 +31,7 @@ struct DrawState {
     uint32_t address = D3DTADDRESS_WRAP;
     uint32_t textureBlend = D3DTBLEND_MODULATE;
     bool perspective = false;
+    bool wrapU = false, wrapV = false; // the short way round from corner to corner
     bool operator==(const DrawState&) const = default;
 };
 
@@ -48,6 +49,9 @@ struct Triangle3 {
 
 using Channels = std::array<double, 3>; // red, green, blue, 0 to 255
 
+// Which of a texture's levels a triangle takes by its detail.
+enum class Levels { Largest, RoundedDown, Nearest };
+
 // What the interface leaves to a chip, or a chip has of its own.
 struct ChipTraits {
     // Colours of textured triangles are brightened on their way to the chip.
@@ -59,11 +63,20 @@ struct ChipTraits {
     bool stipplesByFirst = false;
     // Specular light on a texture is lost.
     bool losesTexturedSpecular = false;
+    Levels levels = Levels::Largest;
 };
 
 // A channel as a chip that brightens gets it: the root of its fraction of full scale, one less in
 // green and one more in red.
 double Brightened(uint32_t channel, int shift);
+
+// Logarithm to base 2 of how many texels of the largest level lie along a pixel's side, by the
+// areas of a triangle that has some.
+double DetailOf(const Triangle3& triangle);
+
+// Moves two corners' coordinates along one axis by whole repeats to where they are nearest to the
+// first corner's.
+void TakeShortWay(float first, float& second, float& third);
 
 struct Image {
     uint32_t width, height;
