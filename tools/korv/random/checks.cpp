@@ -470,6 +470,11 @@ void Checks::ExpectBlit(Player& player) {
             return;
         }
         const bool keyed = step.contains("sourceKey");
+        const DDPIXELFORMAT& format = from.Format();
+        const uint32_t colours = (format.dwFlags & DDPF_PALETTEINDEXED8) != 0
+                                     ? ~0u
+                                     : format.dwRBitMask | format.dwGBitMask | format.dwBBitMask;
+        const uint32_t key = keyed ? step["sourceKey"][0].get<uint32_t>() : 0;
         const Pixels pixels = PixelsOf(from);
         Pixels result = PixelsOf(to);
         const bool overlaps = &from == &to && (flipX || flipY || keyed);
@@ -483,8 +488,7 @@ void Checks::ExpectBlit(Player& player) {
                 const uint32_t sy =
                     flipY ? source.bottom - 1 - (y - rect.top) : source.top + (y - rect.top);
                 const uint32_t pixel = pixels[sy * from.Width() + sx];
-                if (!keyed || pixel < step["sourceKey"][0].get<uint32_t>() ||
-                    pixel > step["sourceKey"][1].get<uint32_t>()) {
+                if (!keyed || ((pixel ^ key) & colours) != 0) {
                     result[y * width + x] = pixel;
                 }
             }

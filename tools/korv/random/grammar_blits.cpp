@@ -111,7 +111,9 @@ bool Grammar::Copy() {
         } else if (dice_.Chance(4)) {
             step["destKey"] = {low, low};
         }
-        if (dice_.Chance(10) && !(on.glint && step.contains("sourceKey"))) {
+        // Upside down the stretch of MX steps to the row above its source, and from the first row
+        // to the last one of its map (driver/blit/txblitfx.cpp, DrawStretch).
+        if (dice_.Chance(10) && !lost && !(on.glint && step.contains("sourceKey"))) {
             step[dice_.Chance(50) ? "mirrorLeftRight" : "mirrorUpDown"] = true;
         }
     }

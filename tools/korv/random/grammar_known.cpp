@@ -167,7 +167,7 @@ bool Grammar::KnownTextured() {
     mapping.texels = dice_.Of(kTexels);
     if (levels && dice_.Chance(80)) {
         // Well within a level, along both axes.
-        mapping.texels = 1.1875 * (1u << dice_.From(0, surface.shape.levels));
+        mapping.texels = 1.1875 * (1u << dice_.From(0, surface.shape.levels - 1));
         mapping.turn = mapping.turn / 3 * 3;
         state.perspective = state.perspective && dice_.Chance(30);
     } else if (dice_.Chance(12)) {
@@ -194,6 +194,8 @@ void Grammar::DrawKnown(MadeContext& context, const KnownState& known, Mapping m
          {"value", dice_.Word() & (on.bits == 16 ? 0xFFFF : 0xFFFFFFFF)}});
     displays_[context.display].busy = true;
     OpenScene(context);
+    // Without a setup unit the driver moves corners to rows, and what is on them along.
+    const bool onRows = !on.setUp && (state.fog || dice_.Chance(50));
     Step vertices = Step::array();
     for (uint32_t count = dice_.From(1, textured ? 2 : 4); count-- > 0;) {
         const int size = static_cast<int>(dice_.From(kLeast, static_cast<uint32_t>(most)));
@@ -216,9 +218,7 @@ void Grammar::DrawKnown(MadeContext& context, const KnownState& known, Mapping m
             };
             const double atX = along(x, way, width);
             double atY = along(y, way + 9, height);
-            if (textured) {
-                // Without a setup unit the driver moves corners to whole rows, and the texture with
-                // them.
+            if ((textured && !on.setUp) || onRows) {
                 atY = std::floor(atY);
             }
             // A blend steps alpha by blue's slope: one of each for a triangle.

@@ -20,6 +20,10 @@ constexpr StateValue kFixed[] = {
 constexpr uint32_t kOfLevels = D3DFILTER_MIPNEAREST - D3DFILTER_NEAREST;
 static_assert(D3DFILTER_LINEAR + kOfLevels == D3DFILTER_MIPLINEAR);
 
+// Copying leaves shading off, which is put on again where texturing ends in this mode alone
+// (driver/texture/textures_bind.cpp, Unbind).
+constexpr uint32_t kAtTheEnd = D3DTBLEND_COPY;
+
 } // namespace
 
 Step StatesOf(const KnownState& known) {
@@ -42,6 +46,7 @@ Step StatesOf(const KnownState& known) {
     add("SRCBLEND", state.source);
     add("DESTBLEND", state.dest);
     if (known.texture.empty()) {
+        add("TEXTUREMAPBLEND", kAtTheEnd);
         add("TEXTUREHANDLE", 0u);
         return states;
     }
@@ -103,6 +108,8 @@ std::optional<KnownState> KnownStateOf(const Step& states) {
         state.wrapU = take("WRAPU") != 0;
         state.wrapV = take("WRAPV") != 0;
         whole &= !known.texture.empty();
+    } else {
+        whole &= take("TEXTUREMAPBLEND") == kAtTheEnd;
     }
     return whole ? std::optional(known) : std::nullopt;
 }

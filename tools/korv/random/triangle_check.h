@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace korv::random {
 
@@ -36,6 +37,8 @@ class TriangleCheck {
     uint32_t bits_ = 0;    // of a pixel
     double tolerance_ = 0; // 255ths
     reference::Image before_;
+    std::vector<reference::Triangle3> triangles_; // where they lie in the part
+    reference::ChipTraits traits_;
     // Of the part that the triangles lie in. None: nothing is compared.
     std::optional<reference::Reference> expected_;
     Part part_;

@@ -21,8 +21,21 @@ bool IsKeyed(const TriangleCase& drawn) {
     return drawn.state.texture != nullptr && drawn.state.texture->sourceKey.has_value();
 }
 
+bool IsPermedia(const host::DisplayConfig& display) {
+    return display.deviceId == DevicePermedia || display.deviceId == DevicePermedia2;
+}
+
+bool Adds(const reference::DrawState& state) {
+    return state.blend && state.source == D3DBLEND_ONE && state.dest == D3DBLEND_ONE;
+}
+
 bool IsDecal(const reference::DrawState& state) {
     return state.textureBlend == D3DTBLEND_DECAL || state.textureBlend == D3DTBLEND_COPY;
+}
+
+// The driver sets triangles up itself.
+bool SetsUp(const host::DisplayConfig& display) {
+    return !display.delta && display.deviceId != DevicePermedia2;
 }
 
 // The determinant that the driver takes a level by is positive for these.
@@ -44,6 +57,12 @@ bool IsHalfway(float a, float b, float c) {
 }
 
 constexpr TriangleException kTriangleExceptions[] = {
+    {"without a setup unit the driver moves corners to rows, and what is on them along: half a row "
+     "of fog or texture is more than the limits",
+     [](const TriangleCase& drawn) {
+         return SetsUp(drawn.display) && (drawn.state.fog || drawn.state.texture != nullptr) &&
+                !AreOnRows(drawn.triangles);
+     }},
     {"targets of 8 bits a pixel hold steps of 85 of 255, within which nearly all is right",
      [](const TriangleCase& drawn) { return drawn.bits == 8; }},
     {"no key of several values is claimed (DDCKEYCAPS)",
@@ -55,7 +74,7 @@ constexpr TriangleException kTriangleExceptions[] = {
     {"Permedias compare keys of 32-bit texels with alpha with red and blue exchanged "
      "(driver/texture/textures_key.cpp, ExpandColourKey)",
      [](const TriangleCase& drawn) {
-         return IsKeyed(drawn) && drawn.display.deviceId != DeviceMX &&
+         return IsKeyed(drawn) && IsPermedia(drawn.display) &&
                 drawn.state.texture->format.dwRBitMask == 0xFF0000 &&
                 drawn.state.texture->format.dwRGBAlphaBitMask != 0;
      }},
@@ -63,7 +82,7 @@ constexpr TriangleException kTriangleExceptions[] = {
      "one of "
      "5:6:5 (driver/texture/textures_bind.cpp, PutColourKey)",
      [](const TriangleCase& drawn) {
-         return IsKeyed(drawn) && drawn.display.deviceId != DeviceMX && drawn.bits == 16 &&
+         return IsKeyed(drawn) && IsPermedia(drawn.display) && drawn.bits == 16 &&
                 drawn.state.texture->format.dwRBitMask == 0x7C00 &&
                 (drawn.state.texture->keyBits & 0x8000) == 0;
      }},
@@ -77,9 +96,24 @@ constexpr TriangleException kTriangleExceptions[] = {
     {"Permedias add by an alpha of 0, in the place of which a decal has its own "
      "(driver/d3d/statepm_flush.cpp, FlushBlend)",
      [](const TriangleCase& drawn) {
-         return drawn.state.texture != nullptr && IsDecal(drawn.state) && drawn.state.blend &&
-                drawn.state.source == D3DBLEND_ONE && drawn.state.dest == D3DBLEND_ONE &&
-                drawn.display.deviceId != DeviceTX && drawn.display.deviceId != DeviceMX;
+         return drawn.state.texture != nullptr && IsDecal(drawn.state) && Adds(drawn.state) &&
+                IsPermedia(drawn.display);
+     }},
+    {"of texels much smaller than a pixel any may be hit",
+     [](const TriangleCase& drawn) {
+         return drawn.state.texture != nullptr &&
+                AnyTriangle(drawn, [&](const Triangle3& triangle) {
+                    const double last = drawn.traits.levels == Levels::Largest
+                                            ? 0
+                                            : double(drawn.state.texture->smaller.size());
+                    return !(reference::DetailOf(triangle) < last + 0.5);
+                });
+     }},
+    {"without a setup unit a flat colour's alpha stays what it is where they add "
+     "(driver/raster/gl_groups.h)",
+     [](const TriangleCase& drawn) {
+         return IsPermedia(drawn.display) && SetsUp(drawn.display) && !drawn.state.gouraud &&
+                Adds(drawn.state);
      }},
     {"which level a triangle takes at the border of two goes by rounding",
      [](const TriangleCase& drawn) {
@@ -131,6 +165,13 @@ constexpr TriangleException kTriangleExceptions[] = {
 
 } // namespace
 
+bool AreOnRows(const std::vector<Triangle3>& triangles) {
+    return std::ranges::none_of(triangles, [](const Triangle3& triangle) {
+        const auto between = [](float y) { return y != std::floor(y); };
+        return between(triangle.a.y) || between(triangle.b.y) || between(triangle.c.y);
+    });
+}
+
 std::span<const TriangleException> TriangleExceptions() {
     return kTriangleExceptions;
 }
@@ -142,7 +183,7 @@ ChipTraits TraitsOf(const host::DisplayConfig& display) {
     // But for Permedia 2, specular light goes by the fog unit, which the render word leaves off
     // without fog.
     ChipTraits traits{.brightensGouraud = true, .losesTexturedSpecular = true};
-    if (!display.delta) {
+    if (SetsUp(display)) {
         traits.rowShift = 0.5;
         return traits;
     }

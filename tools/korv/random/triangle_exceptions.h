@@ -23,6 +23,9 @@ struct TriangleException {
 };
 std::span<const TriangleException> TriangleExceptions();
 
+// All corners lie on rows, none between two.
+bool AreOnRows(const std::vector<reference::Triangle3>& triangles);
+
 // What the chip of a display leaves to itself.
 reference::ChipTraits TraitsOf(const host::DisplayConfig& display);
 

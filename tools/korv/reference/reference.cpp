@@ -156,7 +156,7 @@ Reference::Reference(const Image& background, const ChipTraits& traits)
     }
 }
 
-void Reference::Draw(const Triangle3& triangle) {
+void Reference::Draw(const Triangle3& triangle, double apron) {
     Vertex a = triangle.a, b = triangle.b, c = triangle.c;
     const DrawState& state = triangle.state;
     ++drawn_;
@@ -207,12 +207,18 @@ void Reference::Draw(const Triangle3& triangle) {
     }
 
     const auto sampleOf = [](double v) { return static_cast<int>(std::floor(v * kScale)); };
-    const int x0 = std::max(0, sampleOf(std::min({a.x, b.x, c.x})));
-    const int x1 = std::min(int(width_ * kScale) - 1, sampleOf(std::max({a.x, b.x, c.x})) + 1);
+    const int x0 = std::max(0, sampleOf(std::min({a.x, b.x, c.x}) - apron));
+    const int x1 =
+        std::min(int(width_ * kScale) - 1, sampleOf(std::max({a.x, b.x, c.x}) + apron) + 1);
     const double shift = traits_.rowShift;
-    const int y0 = std::max(0, sampleOf(std::min({a.y, b.y, c.y}) - shift));
-    const int y1 =
-        std::min(int(height_ * kScale) - 1, sampleOf(std::max({a.y, b.y, c.y}) - shift) + 1);
+    const int y0 = std::max(0, sampleOf(std::min({a.y, b.y, c.y}) - shift - apron));
+    const int y1 = std::min(int(height_ * kScale) - 1,
+                            sampleOf(std::max({a.y, b.y, c.y}) - shift + apron) + 1);
+    // The corners' weights on the apron's rim.
+    const auto rim = [&](const Vertex& from, const Vertex& to) {
+        return -apron * std::hypot(double(to.x) - from.x, double(to.y) - from.y) / std::abs(area);
+    };
+    const double leastA = rim(b, c), leastB = rim(c, a), leastC = rim(a, b);
     for (int y = y0; y <= y1; ++y) {
         for (int x = x0; x <= x1; ++x) {
             const double px = (x + 0.5) / kScale;
@@ -220,7 +226,7 @@ void Reference::Draw(const Triangle3& triangle) {
             const double wa = Edge(b, c, px, py) / area;
             const double wb = Edge(c, a, px, py) / area;
             const double wc = Edge(a, b, px, py) / area;
-            if (wa < 0 || wb < 0 || wc < 0) {
+            if (wa < leastA || wb < leastB || wc < leastC) {
                 continue;
             }
             if (state.stippledAlpha && (door[y / kScale & 3] >> (x / kScale & 7) & 1) == 0) {
@@ -322,7 +328,10 @@ void Note(Verdict& verdict, uint32_t x, uint32_t y, const uint8_t* seen, const C
 
 } // namespace
 
-Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, double tolerance) {
+Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, double tolerance,
+                              std::initializer_list<const Reference*> others) {
+    std::vector<const Reference*> all{&reference};
+    all.insert(all.end(), others);
     Verdict verdict;
     constexpr int kScale = Reference::kScale;
     const int width = int(reference.Width());
@@ -348,10 +357,12 @@ Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, 
             const int y1 = std::min(height, y + 2) * kScale;
             for (int sy = std::max(0, y - 1) * kScale; sy < y1; ++sy) {
                 for (int sx = std::max(0, x - 1) * kScale; sx < x1; ++sx) {
-                    const Channels& near = reference.Sample(sx, sy);
-                    for (int i = 0; i < 3; ++i) {
-                        least[i] = std::min(least[i], near[i]);
-                        most[i] = std::max(most[i], near[i]);
+                    for (const Reference* one : all) {
+                        for (int i = 0; i < 3; ++i) {
+                            const double near = one->Sample(sx, sy)[i];
+                            least[i] = std::min(least[i], near);
+                            most[i] = std::max(most[i], near);
+                        }
                     }
                 }
             }

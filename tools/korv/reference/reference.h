@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -89,7 +90,9 @@ class Reference {
     Reference(uint32_t width, uint32_t height, uint32_t background, const ChipTraits& traits = {});
     // Over a picture.
     explicit Reference(const Image& background, const ChipTraits& traits = {});
-    void Draw(const Triangle3& triangle);
+    // `apron`: so many pixels around it are drawn too, with what would be there if it went on;
+    // below 0: so many along its edges are left out.
+    void Draw(const Triangle3& triangle, double apron = 0);
 
     // Samples across a pixel, each way: edges that pass between two pixel centres are seen too.
     static constexpr uint32_t kScale = 3;
@@ -124,8 +127,10 @@ struct Verdict {
 };
 
 // Every pixel lies, channel by channel, within `tolerance` of colours that the reference shows
-// there or one pixel away: edges may sit one pixel off, colours may not.
-Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, double tolerance);
+// there or one pixel away: edges may sit one pixel off, colours may not. The colours of `others`
+// are as good: the same with aprons.
+Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, double tolerance,
+                              std::initializer_list<const Reference*> others = {});
 
 // Pixels whose whole 5 x 5 neighbourhood is of the same layers (no edge near) are within
 // `tolerance` of the reference's own value.
