@@ -231,6 +231,7 @@ void Checks::Before(size_t step, Player& player) {
     blitted_.reset();
     triangles_.reset();
     if (!illegal_) {
+        port_.Before(steps_[at_], player);
         // Its states were set.
         if (at_ != 0 && !trace_.passedOver[at_ - 1]) {
             triangles_ = TriangleCheck::Of(steps_, at_, player, textures_, untouched_);
@@ -271,6 +272,11 @@ void Checks::After(size_t, Player& player, const Outcome& outcome) {
     CheckHeaps(player);
     CheckBlit(player, outcome);
     CheckLoad(player);
+    if (!illegal_) {
+        if (const auto problem = port_.Problem(steps_[at_], player, outcome)) {
+            throw Violation("video", at_, *problem);
+        }
+    }
     if (triangles_) {
         const auto problem = triangles_->Problem(player);
         CheckFaults(player);

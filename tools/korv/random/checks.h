@@ -1,5 +1,6 @@
 #pragma once
 // What must hold all along a session, whatever its steps are.
+#include "tools/korv/random/port_model.h"
 #include "tools/korv/random/session.h"
 #include "tools/korv/random/triangle_check.h"
 #include "tools/korv/replay/script.h"
@@ -88,6 +89,7 @@ class Checks : public StepWatch {
     std::optional<Pixels> blitted_;
     std::optional<TriangleCheck> triangles_; // of triangles that the reference rasteriser knows
     TextureSurfaces textures_;
+    PortModel port_;
     size_t heapBlocks_ = 0, vddBlocks_ = 0; // before and behind the start of displays
     size_t heapAtStart_ = 0, vddAtStart_ = 0;
     std::map<std::string, int> clientBlocks_;                 // by display

@@ -53,6 +53,15 @@ struct MadeDisplay {
     bool client = false;    // the exports' client has begun
     bool clientDma = false; // there are DMA buffers besides those of contexts
     bool agp = false;       // there is AGP memory
+    // It takes video in. Its clock moves by steps alone, so that all roads see the same fields.
+    bool video = false;
+};
+
+struct MadePort {
+    std::string name, buffers;      // empty: there is none
+    uint32_t width = 0, height = 0; // of a field, pixels
+    uint32_t connection = 0, portWidth = 8;
+    bool marksPixels = false, plugged = false, running = false;
 };
 
 // How a texture lies on triangles.
@@ -145,6 +154,19 @@ class Grammar {
     void WriteTexture(MadeSurface& surface);
     void DrawKnown(MadeContext& context, const KnownState& known, Mapping mapping);
 
+    // --- the video port, of the first display ---
+    bool Video();
+    bool MakePort();
+    bool StartPort();
+    void StopPort();
+    void EndPort();
+    void PlugSource();
+    void RunVideo();
+    void AskPort();
+    void CallPort(const char* name, Step fields);
+    std::string DescribePort(uint32_t width, uint32_t height, uint32_t connection,
+                             uint32_t portWidth, uint32_t flags);
+
     // --- other clients of the chip ---
     bool ClientMemory();
     void FreeBlock(size_t display, const std::string& block);
@@ -186,6 +208,7 @@ class Grammar {
     std::vector<MadeSurface> surfaces_;
     std::vector<MadeContext> contexts_;
     std::vector<std::string> goneContexts_, goneTextures_;
+    MadePort port_;
     // Of the exports' clients, by the steps' names.
     std::vector<std::pair<size_t, std::string>> blocks_; // display, saved address
 };

@@ -85,6 +85,9 @@ bool Grammar::Copy() {
     }
     EndScenes(to->display);
     Step step{{"do", "blt"}, {"surface", to->name}, {"from", from->name}};
+    if (from->kind == Kind::Yuv && from->chain != 0 && dice_.Chance(60)) {
+        step["from"] = from->name + "." + std::to_string(dice_.From(1, from->chain));
+    }
     // From memory of the host the driver claims plain copies alone (dwSVBCKeyCaps, dwSVBFXCaps).
     const bool effects = to->kind != Kind::Texture && !from->system && on.stretches && !on.slowFifo;
     if (effects && dice_.Chance(25)) { // a stretch

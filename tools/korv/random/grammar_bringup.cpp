@@ -90,8 +90,12 @@ void Grammar::AddDisplay(uint32_t ofDisplays) {
     const bool slowFifo =
         display.chip.find("delta") == std::string::npos &&
         (slowDma || (!registry.is_null() && registry.contains("Direct3DHAL.NoDMA")));
-    if (dice_.Chance(35)) {
+    display.video = HasVideoPort(chip) && ofDisplays == 1 && dice_.Chance(15);
+    if (display.video || dice_.Chance(35)) {
         Step timing;
+        if (display.video) {
+            timing["microsecondsPerTick"] = 0;
+        }
         if (slowDma && dice_.Chance(60)) {
             timing["dmaWordsPerTick"] = dice_.From(1, 40);
         }
@@ -166,6 +170,7 @@ void Grammar::Quiet(size_t display) {
 bool Grammar::ChangeMode() {
     const size_t display = dice_.From(0, static_cast<uint32_t>(displays_.size()) - 1);
     Quiet(display);
+    EndPort();
     for (size_t i = contexts_.size(); i-- > 0;) {
         if (contexts_[i].display == display) {
             DropContext(i);
@@ -202,11 +207,14 @@ bool Grammar::PassTime() {
 bool Grammar::AskBeam() {
     static constexpr const char* kFlags[] = {"DDWAITVB_BLOCKBEGIN", "DDWAITVB_BLOCKEND",
                                              "DDWAITVB_I_TESTVB", "DDWAITVB_BLOCKBEGINEVENT"};
-    const std::string& display = dice_.Of(displays_).name;
+    const MadeDisplay& on = dice_.Of(displays_);
     if (dice_.Chance(40)) {
-        Add({{"do", "scanLine"}, {"display", display}});
+        Add({{"do", "scanLine"}, {"display", on.name}});
     } else {
-        Add({{"do", "verticalBlank"}, {"display", display}, {"flags", dice_.Of(kFlags)}});
+        // With a clock that stands still a wait would have no end.
+        Add({{"do", "verticalBlank"},
+             {"display", on.name},
+             {"flags", on.video ? "DDWAITVB_I_TESTVB" : dice_.Of(kFlags)}});
     }
     return true;
 }

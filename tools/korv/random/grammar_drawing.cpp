@@ -373,6 +373,7 @@ void Grammar::End() {
     while (!contexts_.empty()) {
         DropContext(contexts_.size() - 1);
     }
+    EndPort();
     for (const auto& [display, block] : blocks_) {
         FreeBlock(display, block);
     }

@@ -54,9 +54,9 @@ MadeSurface* Grammar::Find(const std::string& name) {
 }
 
 bool Grammar::Used(const std::string& surface) const {
-    return std::ranges::any_of(contexts_, [&](const MadeContext& one) {
-        return one.target == surface || one.depth == surface;
-    });
+    return surface == port_.buffers || std::ranges::any_of(contexts_, [&](const MadeContext& one) {
+               return one.target == surface || one.depth == surface;
+           });
 }
 
 uint32_t Grammar::BitsOf(const MadeSurface& surface) const {

@@ -29,7 +29,8 @@ Steps Grammar::Make(size_t count) {
         {3, &Grammar::Points},         {3, &Grammar::Execute},       {2, &Grammar::ClientBatch},
         {2, &Grammar::ClientMemory},   {1, &Grammar::ClientLock},    {2, &Grammar::ClientContext},
         {1, &Grammar::ClientCopy},     {1, &Grammar::ClientLooks},   {1, &Grammar::ChangeMode},
-        {2, &Grammar::PassTime},       {1, &Grammar::AskBeam},       {1, &Grammar::AskDriver},
+        {2, &Grammar::PassTime},       {8, &Grammar::Video},         {1, &Grammar::AskBeam},
+        {1, &Grammar::AskDriver},
     };
     uint32_t sum = 0;
     for (const Rule& rule : kRules) {

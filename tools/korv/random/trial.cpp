@@ -8,6 +8,7 @@
 #include "tools/korv/base/crash_note.h"
 #include "tools/korv/base/errors.h"
 #include "tools/korv/random/checks.h"
+#include "tools/korv/random/port_model.h"
 
 #include <fmt/format.h>
 
@@ -133,11 +134,11 @@ nlohmann::json Told(const Trace& trace) {
 void PlayAll(const Steps& steps, const HalScript& script, const TrialOptions& options) {
     nlohmann::json said;
     size_t plays = 0;
+    const bool dll = !options.dll.empty() && !UsesVideoPort(steps);
     try {
         Trace first;
         for (const Road& road : kRoads) {
-            if ((road.dll && options.dll.empty()) ||
-                (&road != kRoads && !options.allRoads && !road.dll)) {
+            if ((road.dll && !dll) || (&road != kRoads && !options.allRoads && !road.dll)) {
                 continue;
             }
             ++plays;
