@@ -29,8 +29,7 @@ Steps Grammar::Make(size_t count) {
         {3, &Grammar::Points},         {3, &Grammar::Execute},       {2, &Grammar::ClientBatch},
         {2, &Grammar::ClientMemory},   {1, &Grammar::ClientLock},    {2, &Grammar::ClientContext},
         {1, &Grammar::ClientCopy},     {1, &Grammar::ClientLooks},   {1, &Grammar::ChangeMode},
-        {2, &Grammar::PassTime},       {8, &Grammar::Video},         {1, &Grammar::AskBeam},
-        {1, &Grammar::AskDriver},
+        {2, &Grammar::PassTime},       {1, &Grammar::AskBeam},       {1, &Grammar::AskDriver},
     };
     uint32_t sum = 0;
     for (const Rule& rule : kRules) {
@@ -42,6 +41,10 @@ Steps Grammar::Make(size_t count) {
     }
     while (steps_.size() < count) {
         if (illegal_ && dice_.Chance(25) && Break()) {
+            continue;
+        }
+        if (displays_[0].video && dice_.Chance(30)) {
+            Video();
             continue;
         }
         uint32_t place = dice_.From(0, sum - 1);

@@ -134,6 +134,21 @@ constexpr TriangleException kTriangleExceptions[] = {
                 (drawn.state.perspective ||
                  drawn.state.texture->width != drawn.state.texture->height);
      }},
+    {"MX is told no pitch of a level and takes rows one behind the other; DirectDraw lets each "
+     "begin "
+     "with a word",
+     [](const TriangleCase& drawn) {
+         if (!HasLevels(drawn) || drawn.traits.levels != Levels::Nearest) {
+             return false;
+         }
+         const reference::Texture& texture = *drawn.state.texture;
+         return AnyTriangle(drawn, [&](const Triangle3& triangle) {
+             const double level = std::clamp(std::nearbyint(reference::DetailOf(triangle)), 0.0,
+                                             double(texture.smaller.size()));
+             const uint32_t width = texture.width >> static_cast<uint32_t>(level);
+             return width * texture.format.dwRGBBitCount < 32;
+         });
+     }},
     {"Delta's members with levels send triangles that face the other way to the first level or the "
      "last (driver/raster/del_textured.h, DeltaMipBatch)",
      [](const TriangleCase& drawn) {
