@@ -90,12 +90,30 @@ size_t BytesOf(const host::Surface& surface) {
            (palette ? kPaletteBytes : 0);
 }
 
+template <class Unit>
+void AppendRow(std::vector<uint32_t>& pixels, const uint8_t* row, uint32_t width) {
+    for (uint32_t x = 0; x < width; ++x, row += sizeof(Unit)) {
+        Unit pixel;
+        std::memcpy(&pixel, row, sizeof pixel);
+        pixels.push_back(pixel);
+    }
+}
+
 std::vector<uint32_t> PixelsOf(const host::Surface& surface) {
     std::vector<uint32_t> pixels;
-    pixels.reserve(size_t{surface.Width()} * surface.Height());
+    const uint32_t width = surface.Width(), bits = surface.Bits();
+    pixels.reserve(size_t{width} * surface.Height());
     for (uint32_t y = 0; y < surface.Height(); ++y) {
-        for (uint32_t x = 0; x < surface.Width(); ++x) {
-            pixels.push_back(surface.Pixel(x, y));
+        if (bits == 8) {
+            AppendRow<uint8_t>(pixels, surface.Row(y), width);
+        } else if (bits == 16) {
+            AppendRow<uint16_t>(pixels, surface.Row(y), width);
+        } else if (bits == 32) {
+            AppendRow<uint32_t>(pixels, surface.Row(y), width);
+        } else {
+            for (uint32_t x = 0; x < width; ++x) {
+                pixels.push_back(surface.Pixel(x, y));
+            }
         }
     }
     return pixels;
@@ -361,7 +379,9 @@ void Checks::CheckHeaps(Player& player) {
 }
 
 void Checks::TakeShadows(Player& player) {
-    shadows_.clear();
+    for (auto& [start, shadow] : shadows_) {
+        shadow.outside.clear();
+    }
     for (auto& [name, one] : player.Displays()) {
         if (!one.directDraw) {
             continue;

@@ -17,6 +17,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <malloc.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -216,6 +217,10 @@ TrialResult Try(const Steps& steps, const TrialOptions& options) {
         // Not of the clock: what else the machine does is no hang.
         const itimerval limit{{}, {kMostSeconds, 0}};
         setitimer(ITIMER_PROF, &limit, nullptr);
+        // Pictures of surfaces come and go with every other step: their pages stay.
+        constexpr int kLargest = 64 << 20; // bytes
+        mallopt(M_MMAP_THRESHOLD, kLargest);
+        mallopt(M_TRIM_THRESHOLD, 2 * kLargest);
         try {
             PlayAll(steps, script, options);
         } catch (const std::exception& error) {
