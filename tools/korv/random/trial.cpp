@@ -4,6 +4,7 @@
 #include "host/display/machine.h"
 #include "host/driver_module.h"
 #include "host/loader/dll_module.h"
+#include "host/vdd/minivdd.h"
 #include "host/win32/heap.h"
 #include "tools/korv/base/crash_note.h"
 #include "tools/korv/base/errors.h"
@@ -57,6 +58,7 @@ Trace PlayRoad(const Steps& steps, const HalScript& script, const Road& road,
         Player player(std::move(how));
         // Which stale owner of a surface a lock takes for a context goes by its address (Lock32).
         host::heap::ReuseInOrder();
+        host::TheMiniVdd().ReuseInOrder();
         Checks checks(steps, options.illegal, &road == kRoads);
         script.Play(player, &checks);
         checks.End(player);
