@@ -29,6 +29,8 @@ struct Trace {
     std::vector<std::optional<uint32_t>> results; // of the steps that have one
     std::vector<bool> passedOver;
     std::vector<uint64_t> words; // all words and register writes of a step, hashed
+    // Of a session in which rules are broken, the words of a step as they are.
+    std::vector<std::vector<uint32_t>> broken;
     // Words of the stream by hardware context, "DISPLAY/ID", hashed: the road decides when they
     // come and not which. Without those of the first Permedia, whose sub-buffers have heads.
     std::map<std::string, uint64_t> contextWords;

@@ -35,15 +35,19 @@ double ToleranceOf(const reference::DrawState& state, uint32_t bits, size_t tria
     return bits == 32 ? tolerance : tolerance - 1 + 255.0 / 31;
 }
 
+// Parts that are left out at the end are 0.
 reference::Vertex VertexOf(const Step& step) {
+    const auto coordinate = [&](size_t part) {
+        return step.size() > part ? step[part].get<float>() : 0;
+    };
     return {.x = step[0].get<float>(),
             .y = step[1].get<float>(),
             .z = step[2].get<float>(),
             .color = step[4].get<uint32_t>(),
             .specular = step[5].get<uint32_t>(),
             .rhw = step[3].get<float>(),
-            .u = step[6].get<float>(),
-            .v = step[7].get<float>()};
+            .u = coordinate(6),
+            .v = coordinate(7)};
 }
 
 Image PictureOf(const host::Surface& surface) {

@@ -124,7 +124,7 @@ constexpr TriangleException kTriangleExceptions[] = {
              const double detail = reference::DetailOf(triangle);
              const double border = drawn.traits.levels == Levels::Nearest ? std::floor(detail) + 0.5
                                                                           : std::nearbyint(detail);
-             return !(std::abs(detail - border) > 0.1);
+             return !(std::abs(detail - border) > 0.1) && detail > 0.4;
          });
      }},
     {"MX takes a level for each pixel, by the axis along which it spans most texels: here only "
