@@ -349,6 +349,30 @@ TEST(RandomSessionTest, ALoadedTextureIsItsSource) {
     EXPECT_EQ(disturbed.finding->kind, "load");
 }
 
+// The driver's record of it goes too.
+TEST(RandomSessionTest, ATextureOfTheDisplaysFormatInAGPMemoryIsLostWithIt) {
+    const random::Steps session = {
+        {{"do", "display"},
+         {"name", "d"},
+         {"chip", "permedia2"},
+         {"width", 320},
+         {"height", 200},
+         {"bits", 16},
+         {"agp", true}},
+        {{"do", "start"}},
+        {{"do", "agp"}, {"bytes", 65536}},
+        {{"do", "surface"},
+         {"name", "t"},
+         {"caps", "DDSCAPS_TEXTURE|DDSCAPS_VIDEOMEMORY|DDSCAPS_NONLOCALVIDMEM"},
+         {"width", 32},
+         {"height", 16},
+         {"format", "555"}},
+        {{"do", "mode"}, {"width", 320}, {"height", 200}, {"bits", 32}},
+        {{"do", "destroySurface"}, {"surface", "t"}}};
+    const auto result = random::Try(session, {});
+    EXPECT_FALSE(result.finding) << result.finding->text;
+}
+
 TEST(RandomSessionTest, BadRequestsGetALine) {
     for (const char* line :
          {"", "--random x", "--random -1", "--random 1 --steps 0", "--random 5-3", "--random 1-",
