@@ -373,6 +373,24 @@ TEST(RandomSessionTest, ATextureOfTheDisplaysFormatInAGPMemoryIsLostWithIt) {
     EXPECT_FALSE(result.finding) << result.finding->text;
 }
 
+TEST(RandomSessionTest, DriversMayDifferInTheSignOfANaNAndInNothingElse) {
+    using random::AlikeButForNaNs;
+    EXPECT_TRUE(AlikeButForNaNs({1, 2}, {1, 2}, false));
+    EXPECT_FALSE(AlikeButForNaNs({1, 2}, {1, 2, 3}, true));
+    // A saturated slope, and a float.
+    EXPECT_TRUE(AlikeButForNaNs({7, 0x80000000}, {7, 0x7FFFFFFF}, true));
+    EXPECT_TRUE(AlikeButForNaNs({0x7FFFFFFF}, {0x80000000}, true));
+    EXPECT_TRUE(AlikeButForNaNs({0x7FC00000}, {0xFFC00000}, true));
+    EXPECT_FALSE(AlikeButForNaNs({0x80000000}, {0x7FFFFFFF}, false));
+    EXPECT_FALSE(AlikeButForNaNs({0x7FC00000}, {0xFFC00000}, false));
+    // Infinities and numbers have signs of their own.
+    EXPECT_FALSE(AlikeButForNaNs({0x7F800000}, {0xFF800000}, true));
+    EXPECT_FALSE(AlikeButForNaNs({0x3F800000}, {0xBF800000}, true));
+    EXPECT_FALSE(AlikeButForNaNs({0x7FFFFFFE}, {0x80000000}, true));
+    EXPECT_FALSE(AlikeButForNaNs({0x7FC00000}, {0xFFC00001}, true));
+    EXPECT_FALSE(AlikeButForNaNs({0}, {0x80000000}, true));
+}
+
 TEST(RandomSessionTest, BadRequestsGetALine) {
     for (const char* line :
          {"", "--random x", "--random -1", "--random 1 --steps 0", "--random 5-3", "--random 1-",

@@ -76,18 +76,6 @@ bool HasNotNumbers(const Step& step) {
            });
 }
 
-// Which operand's sign a NaN has is left to the compiler by the language: a slope of NaN saturates
-// at either end, and a word that is sent as a float differs in the sign. Nothing else may.
-bool AlikeButForNaNs(const std::vector<uint32_t>& first, const std::vector<uint32_t>& other,
-                     bool notNumbers) {
-    return std::ranges::equal(first, other, [&](uint32_t a, uint32_t b) {
-        constexpr uint32_t kSign = 0x80000000, kInfinity = 0x7F800000;
-        const bool ends = a == ~b && (a == kSign || b == kSign);
-        const bool signs = (a ^ b) == kSign && (a & ~kSign) > kInfinity;
-        return a == b || (notNumbers && (ends || signs));
-    });
-}
-
 // A road must lead where the first one led.
 void Compare(const Steps& steps, const Trace& first, const Trace& other, const Road& road,
              bool illegal) {
@@ -227,6 +215,16 @@ std::string ReadAllOf(int file) {
 }
 
 } // namespace
+
+bool AlikeButForNaNs(const std::vector<uint32_t>& first, const std::vector<uint32_t>& other,
+                     bool notNumbers) {
+    return std::ranges::equal(first, other, [&](uint32_t a, uint32_t b) {
+        constexpr uint32_t kSign = 0x80000000, kInfinity = 0x7F800000;
+        const bool ends = a == ~b && (a == kSign || b == kSign);
+        const bool signs = (a ^ b) == kSign && (a & ~kSign) > kInfinity;
+        return a == b || (notNumbers && (ends || signs));
+    });
+}
 
 TrialResult Try(const Steps& steps, const TrialOptions& options) {
     const HalScript script("session", ScriptText("A random session", steps));
