@@ -20,7 +20,11 @@ bool Grammar::ClientMemory() {
     const std::string request = Name("request"), block = Name("block");
     // From the top a block that is smaller than its alignment may lie beside its stretch
     // (driver/heap/linalloc.cpp, Carve), and its address then frees another one.
-    const uint32_t alignment = 1u << dice_.From(2, 8);
+    const bool video = displays_[display].video;
+    const uint32_t alignment = 1u << dice_.From(video ? 3 : 2, 8);
+    // A video port's bases count in 8 bytes, to which the heap aligns no surface
+    // (driver/video/video_update.cpp, Start).
+    const uint32_t unit = video ? ~7u : ~0u;
     Add({{"do", "memory"},
          {"name", request},
          {"record", "HeapRequest"},
@@ -28,7 +32,7 @@ bool Grammar::ClientMemory() {
           {{"Size", 20},
            {"Flags", dice_.Of(kFlags)},
            {"Alignment", alignment},
-           {"Bytes", dice_.From(alignment, 8000)}}}});
+           {"Bytes", dice_.From(alignment, 8000) & unit}}}});
     Add({{"do", "export"},
          {"name", "KORV_AllocateVideoMemory"},
          {"display", displays_[display].name},
