@@ -75,23 +75,25 @@ void DirectDraw::FillMode() {
 }
 
 void DirectDraw::ChangeMode(uint32_t width, uint32_t height, uint32_t bits) {
+    const bool otherPixels = bits != display_.Config().bits;
+    // Memory of the host stays, but has another size than pixels of the new mode would need.
+    const auto misfits = [otherPixels](const Surface& surface) {
+        return otherPixels && (surface.local_.dwFlags & DDRAWISURF_HASPIXELFORMAT) == 0;
+    };
     for (const auto& surface : surfaces_) {
-        if (surface->HasVideoMemory() && surface->memory_ != Surface::Memory::Primary) {
+        // The driver keeps a record of what lies in AGP memory too.
+        if ((surface->HasVideoMemory() && surface->memory_ != Surface::Memory::Primary) ||
+            (surface->memory_ == Surface::Memory::Agp && !surface->Lost() && misfits(*surface))) {
             DestroyInDriver(*surface);
             Tell(&Observer::OnSurfaceGone, display_, *surface);
             surface->block_.global.fpVidMem = 0;
             surface->local_.dwFlags |= DDRAWISURF_INVALID;
         }
     }
-    const uint32_t bitsBefore = display_.Config().bits;
     display_.ChangeMode(width, height, bits);
     FillMode();
     for (const auto& surface : surfaces_) {
-        // Memory of the host stays, but has another size than pixels of the new mode would need.
-        const bool stays =
-            surface->memory_ == Surface::Memory::System || surface->memory_ == Surface::Memory::Agp;
-        if (stays && bits != bitsBefore &&
-            (surface->local_.dwFlags & DDRAWISURF_HASPIXELFORMAT) == 0) {
+        if (surface->memory_ == Surface::Memory::System && misfits(*surface)) {
             surface->local_.dwFlags |= DDRAWISURF_INVALID;
         }
     }

@@ -151,6 +151,9 @@ void MiniVdd::ServeMemory(MemoryServiceRequest& request) {
         const auto it = blocks_.find(request.Handle);
         if (it != blocks_.end() &&
             reinterpret_cast<uintptr_t>(it->second.memory.get()) == request.Linear) {
+            if (reusesInOrder_) {
+                freed_[it->second.bytes].push_back(std::move(it->second.memory));
+            }
             blocks_.erase(it);
         } else {
             ++badFrees_;
@@ -168,7 +171,14 @@ void MiniVdd::ServeMemory(MemoryServiceRequest& request) {
         --refuseCount_;
         return;
     }
-    std::unique_ptr<uint8_t[]> memory(new uint8_t[request.Bytes]);
+    std::unique_ptr<uint8_t[]> memory;
+    if (const auto found = freed_.find(request.Bytes);
+        found != freed_.end() && !found->second.empty()) {
+        memory = std::move(found->second.back());
+        found->second.pop_back();
+    } else {
+        memory.reset(new uint8_t[request.Bytes]);
+    }
     std::memset(memory.get(), kStaleByte, request.Bytes);
     request.Handle = nextHandle_;
     request.Linear = reinterpret_cast<uintptr_t>(memory.get());
@@ -178,6 +188,8 @@ void MiniVdd::ServeMemory(MemoryServiceRequest& request) {
 
 void MiniVdd::Reset() {
     blocks_.clear();
+    freed_.clear();
+    reusesInOrder_ = false;
     badFrees_ = 0;
     refuseSkip_ = refuseCount_ = refuseContextBlocks_ = 0;
     contextBlockRequests_ = 0;

@@ -44,6 +44,10 @@ class MiniVdd : public Device {
     bool Control(uint32_t code, const void* in, uint32_t inBytes, void* out, uint32_t outBytes,
                  uint32_t* returned) override;
 
+    // Until the next Reset() a block has the address that was freed last of one of its size, if
+    // there is any, as with host::heap::ReuseInOrder.
+    void ReuseInOrder() { reusesInOrder_ = true; }
+
     // Gives all memory back and forgets refusals and counts. Displays stay attached.
     void Reset();
 
@@ -66,6 +70,8 @@ class MiniVdd : public Device {
 
     std::vector<std::unique_ptr<AttachedDisplay>> displays_;
     std::map<uint32_t, Block> blocks_; // by handle
+    bool reusesInOrder_ = false;
+    std::map<uint32_t, std::vector<std::unique_ptr<uint8_t[]>>> freed_; // by bytes, the latest last
     uint32_t nextHandle_ = 0xC0000010;
     uint32_t badFrees_ = 0;
     uint32_t refuseSkip_ = 0, refuseCount_ = 0, refuseContextBlocks_ = 0;

@@ -175,6 +175,31 @@ TEST_F(MiniVddTest, MemoryIsGivenTakenBackAndRefused) {
     EXPECT_FALSE(Ask(99, &misfit, 20, &misfit, 20));
 }
 
+TEST_F(MiniVddTest, FreedMemoryIsGivenAgainInOrder) {
+    const auto ask = [this](uint32_t bytes) {
+        MemoryServiceRequest request{20, 1, bytes, 0, 0};
+        EXPECT_TRUE(Ask(MiniVDDMemoryService, &request, 20, &request, 20));
+        return request;
+    };
+    const auto free = [this](const MemoryServiceRequest& block) {
+        MemoryServiceRequest request{20, 2, 0, block.Handle, block.Linear};
+        EXPECT_TRUE(Ask(MiniVDDMemoryService, &request, 20, &request, 20));
+    };
+    TheMiniVdd().ReuseInOrder();
+    const MemoryServiceRequest first = ask(0x1200), second = ask(0x1200), other = ask(0x1300);
+    free(second);
+    free(other);
+    free(first);
+    EXPECT_EQ(ask(0x1200).Linear, first.Linear);
+    EXPECT_EQ(ask(0x1200).Linear, second.Linear);
+    const MemoryServiceRequest fresh = ask(0x1200);
+    EXPECT_NE(fresh.Linear, first.Linear);
+    EXPECT_NE(fresh.Linear, second.Linear);
+    EXPECT_NE(fresh.Linear, other.Linear);
+    EXPECT_EQ(ask(0x1300).Linear, other.Linear);
+    EXPECT_EQ(TheMiniVdd().LiveBlocks(), 4u);
+}
+
 TEST_F(MiniVddTest, OneInterruptStartsOneTransferAndItsEndTheNext) {
     chip.DMAState = DMAQueueOn;
     chip.QueueEnd = 3;

@@ -186,4 +186,71 @@ TEST(TexturedReference, SpecularIsAddedUnlessTheChipLosesIt) {
     ExpectColour(Drawn(Square(state, 1, 0xFFFFFFFF, specular), traits).At(5, 5), {100, 100, 100});
 }
 
+TEST(TexturedReference, ALevelServesItsShareOfTheDetail) {
+    const auto level = [](uint32_t side, uint32_t colour) {
+        return MakeTexture(side, side, host::Format8888(),
+                           [=](uint32_t, uint32_t) { return colour; });
+    };
+    const auto texture = level(64, 0xFFFF0000);
+    texture->smaller = {level(32, 0xFF00FF00), level(16, 0xFF0000FF)};
+    const DrawState state{.texture = texture, .textureBlend = D3DTBLEND_DECAL};
+    // 64 texels times `reach` on 64 pixels.
+    const auto shown = [&](float reach, Levels levels) {
+        return Drawn(Square(state, reach), {.levels = levels}).At(30, 20);
+    };
+    EXPECT_DOUBLE_EQ(DetailOf(Square(state, 4)[0]), 2);
+    EXPECT_DOUBLE_EQ(DetailOf(Square(state, 0.5f)[1]), -1);
+    ExpectColour(shown(8, Levels::Largest), {255, 0, 0});
+    ExpectColour(shown(0.5f, Levels::RoundedDown), {255, 0, 0});
+    ExpectColour(shown(1.75f, Levels::RoundedDown), {255, 0, 0}); // 0.81
+    ExpectColour(shown(1.75f, Levels::Nearest), {0, 255, 0});
+    ExpectColour(shown(2.5f, Levels::RoundedDown), {0, 255, 0}); // 1.32
+    ExpectColour(shown(2.5f, Levels::Nearest), {0, 255, 0});
+    ExpectColour(shown(64, Levels::RoundedDown), {0, 0, 255}); // behind the last
+}
+
+TEST(TexturedReference, WrappingGoesTheShortWay) {
+    float second = 0.125f, third = 0.75f;
+    TakeShortWay(0.875f, second, third);
+    EXPECT_EQ(second, 1.125f);
+    EXPECT_EQ(third, 0.75f);
+    // From texel 3 by way of the edge to texel 0, not back across the texture.
+    const Vertex a{0, 0, 0, 0xFFFFFFFF, 0, 1, 0.875f, 0.125f},
+        b{64, 0, 0, 0xFFFFFFFF, 0, 1, 0.125f, 0.125f},
+        c{0, 64, 0, 0xFFFFFFFF, 0, 1, 0.875f, 0.125f};
+    DrawState state{.texture = Numbered(), .textureBlend = D3DTBLEND_DECAL};
+    ExpectColour(Drawn({{a, b, c, state}}).At(35, 3), {70, 10, 0}); // texel 1, on the way back
+    state.wrapU = true;
+    ExpectColour(Drawn({{a, b, c, state}}).At(15, 3), {190, 10, 0});
+    ExpectColour(Drawn({{a, b, c, state}}).At(47, 3), {10, 10, 0});
+}
+
+TEST(TexturedReference, KeysCountInTheBitsThatTheyAreComparedIn) {
+    const auto texture = Numbered();
+    texture->sourceKey = texture->raw[5] ^ 7; // blue
+    EXPECT_FALSE(texture->KeyedAt(1, 1));
+    texture->keyBits = 0xFFFFFFF8;
+    EXPECT_TRUE(texture->KeyedAt(1, 1));
+    EXPECT_FALSE(texture->KeyedAt(2, 1));
+}
+
+TEST(ReferenceComparison, AnApronShowsWhatTheTriangleWouldShowBesideItsEdges) {
+    const Vertex a{16, 16, 0, 0xFF804020}, b{48, 16, 0, 0xFF804020}, c{16, 48, 0, 0xFF804020};
+    Image picture{64, 64, std::vector<uint8_t>(64 * 64 * 4)};
+    Reference plain(64, 64, 0), wide(64, 64, 0), narrow(64, 64, 0);
+    plain.Draw({a, b, c, {}});
+    wide.Draw({a, b, c, {}}, 2);
+    narrow.Draw({a, b, c, {}}, -2);
+    ExpectColour(plain.At(14, 20), {0, 0, 0});
+    ExpectColour(wide.At(14, 20), {128, 64, 32});
+    ExpectColour(wide.At(13, 20), {0, 0, 0});
+    ExpectColour(narrow.At(17, 20), {0, 0, 0});
+    ExpectColour(narrow.At(18, 20), {128, 64, 32});
+    // A black picture lacks the triangle; within two pixels of its edges that may be.
+    const Verdict alone = CompareWithinOnePixel(picture, plain, 1);
+    const Verdict helped = CompareWithinOnePixel(picture, plain, 1, {&narrow});
+    EXPECT_GT(helped.bad, 0u);
+    EXPECT_LT(helped.bad, alone.bad);
+}
+
 } // namespace

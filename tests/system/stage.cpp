@@ -108,23 +108,24 @@ uint32_t Stage::HandleOf(const std::shared_ptr<const Texture>& texture) {
     if (handle != 0) {
         return handle;
     }
-    const auto& [width, height, format, raw, palette, key] = *texture;
+    const uint32_t width = texture->width, height = texture->height;
+    const DDPIXELFORMAT& format = texture->format;
     host::Surface& surface = DirectDraw().CreateTexture(width, height, format);
     host::Surface& source = DirectDraw().CreateSystem(width, height, format, DDSCAPS_TEXTURE);
     for (uint32_t y = 0; y < height; ++y) {
         for (uint32_t x = 0; x < width; ++x) {
-            source.SetPixel(x, y, raw[y * width + x]);
+            source.SetPixel(x, y, texture->raw[y * width + x]);
         }
     }
-    if (!palette.empty()) {
+    if (!texture->palette.empty()) {
         std::vector<PALETTEENTRY> entries;
-        for (const uint32_t c : palette) {
+        for (const uint32_t c : texture->palette) {
             entries.push_back(
                 {static_cast<BYTE>(c >> 16), static_cast<BYTE>(c >> 8), static_cast<BYTE>(c), 0});
         }
         DirectDraw().SetPalette(surface, entries);
     }
-    if (key) {
+    if (const auto key = texture->sourceKey) {
         DirectDraw().SetSourceKey(surface, {*key, *key});
     }
     DirectDraw().LoadTexture(surface, source);

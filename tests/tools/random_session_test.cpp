@@ -1,9 +1,9 @@
 // Random sessions: they find what is wrong, cut it down, and nothing is wrong.
 #include "tests/tools/run_tool.h"
 #include "tests/tools/temporary_folder.h"
+#include "tools/korv/random/known_states.h"
 #include "tools/korv/random/session.h"
 #include "tools/korv/random/trial.h"
-#include "tools/korv/random/triangle_check.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -160,6 +160,235 @@ TEST(RandomSessionTest, TrianglesAreThoseOfTheReference) {
     ASSERT_TRUE(changed.finding);
     EXPECT_EQ(changed.finding->kind, "triangles");
     EXPECT_THAT(changed.finding->text, HasSubstr("seen 0 0 0"));
+}
+
+// The same with textures: their contents, levels and keys are in the memory that the chip reads.
+TEST(RandomSessionTest, TexturedTrianglesAreThoseOfTheReference) {
+    using random::Step;
+    const auto session = [](const Step& before) {
+        random::KnownState known;
+        known.texture = "h";
+        known.state.address = D3DTADDRESS_CLAMP;
+        known.state.textureBlend = D3DTBLEND_DECAL;
+        random::Steps steps = {
+            {{"do", "display"},
+             {"name", "d"},
+             {"chip", "permedia2"},
+             {"width", 320},
+             {"height", 200},
+             {"bits", 32}},
+            {{"do", "start"}},
+            {{"do", "surface"},
+             {"name", "target"},
+             {"caps", "DDSCAPS_OFFSCREENPLAIN|DDSCAPS_3DDEVICE"},
+             {"width", 96},
+             {"height", 64}},
+            {{"do", "write"}, {"surface", "target"}, {"value", 0}},
+            {{"do", "surface"},
+             {"name", "texture"},
+             {"caps", "DDSCAPS_TEXTURE|DDSCAPS_MIPMAP|DDSCAPS_COMPLEX"},
+             {"width", 8},
+             {"height", 8},
+             {"format", "565"},
+             {"levels", 2}},
+            {{"do", "write"}, {"surface", "texture"}, {"pattern", {{"seed", 1}}}},
+            {{"do", "write"}, {"surface", "texture.1"}, {"value", 0x07E0}},
+            {{"do", "context"}, {"name", "c"}, {"target", "target"}},
+            {{"do", "texture"}, {"name", "h"}, {"context", "c"}, {"surface", "texture"}}};
+        if (!before.is_null()) {
+            steps.push_back(before);
+        }
+        steps.push_back({{"do", "states"}, {"context", "c"}, {"states", StatesOf(known)}});
+        // An eighth of a texel on a pixel's side, half a texture beyond its edges; then two texels.
+        steps.push_back({{"do", "triangles"},
+                         {"context", "c"},
+                         {"vertices",
+                          {{2, 2, 0.5, 1, 0xFF804020, 0xFF000000, -0.5, -0.25},
+                           {62, 2, 0.5, 1, 0xFF805020, 0xFF000000, 0.4375, -0.25},
+                           {2, 60, 0.5, 1, 0xFF804020, 0xFF000000, -0.5, 0.65625},
+                           {66, 4, 0.5, 1, 0xFF804020, 0xFF000000, 0, 0},
+                           {90, 4, 0.5, 1, 0xFF804020, 0xFF000000, 7.125, 0},
+                           {66, 28, 0.5, 1, 0xFF804020, 0xFF000000, 0, 7.125}}}});
+        return steps;
+    };
+    const auto plain = random::Try(session({}), {});
+    EXPECT_FALSE(plain.finding) << plain.finding->text;
+    const auto overriding = [](const char* state, uint32_t value) -> Step {
+        return {{"do", "states"},
+                {"context", "c"},
+                {"states", Step::array({Step::array({state, value}),
+                                        Step::array({std::string("OVERRIDE ") + state, 1})})}};
+    };
+    const Step changes[] = {
+        overriding("TEXTUREADDRESS", D3DTADDRESS_WRAP),
+        overriding("TEXTUREMAPBLEND", D3DTBLEND_MODULATE),
+        overriding("TEXTUREMAG", D3DFILTER_LINEAR),
+        // Behind the player's back there is no texture any more.
+        {{"do", "call"},
+         {"name", "TextureDestroy"},
+         {"fields", {{"dwhContext", "c"}, {"dwHandle", "h"}}}},
+    };
+    for (const Step& change : changes) {
+        const auto changed = random::Try(session(change), {});
+        ASSERT_TRUE(changed.finding) << change;
+        EXPECT_EQ(changed.finding->kind, "triangles") << change;
+    }
+}
+
+// A port that is told another buffer behind the runtime's back.
+TEST(RandomSessionTest, FieldsLieWhereThePortIsToldTo) {
+    const auto call = [](const char* name, const random::Step& fields) -> random::Step {
+        return {{"do", "call"}, {"name", name}, {"display", "d"}, {"fields", fields}};
+    };
+    const auto session = [&](bool disturbed) {
+        random::Steps steps = {
+            {{"do", "display"},
+             {"name", "d"},
+             {"chip", "permedia2"},
+             {"width", 320},
+             {"height", 200},
+             {"bits", 32},
+             {"timing", {{"microsecondsPerTick", 0}}}},
+            {{"do", "start"}, {"display", "d"}},
+            {{"do", "surface"},
+             {"name", "v"},
+             {"caps", "DDSCAPS_OFFSCREENPLAIN|DDSCAPS_VIDEOPORT"},
+             {"width", 32},
+             {"height", 16},
+             {"format", {{"fourCC", "YUY2"}, {"bits", 16}}},
+             {"backBuffers", 2}},
+            {{"do", "memory"},
+             {"name", "description"},
+             {"record", "DDVIDEOPORTDESC"},
+             {"fields",
+              {{"dwSize", 72},
+               {"dwFieldWidth", 32},
+               {"dwFieldHeight", 16},
+               {"VideoPortType",
+                {{"dwSize", 28}, {"dwPortWidth", 8}, {"guidTypeID", {{"Data1", 0x92783220}}}}}}}},
+            {{"do", "memory"},
+             {"name", "port"},
+             {"record", "DDRAWI_DDVIDEOPORT_LCL"},
+             {"fields", {{"lpDD", "d"}}}},
+            call("CanCreateVideoPort", {{"lpDDVideoPortDesc", "description"}}),
+            call("CreateVideoPort",
+                 {{"lpDDVideoPortDesc", "description"}, {"lpVideoPort", "port"}}),
+            // The rest of that GUID is another: the driver takes both references for low.
+            {{"do", "videoSource"},
+             {"display", "d"},
+             {"width", 32},
+             {"height", 16},
+             {"lineReferenceHigh", false},
+             {"fieldReferenceHigh", false}},
+            {{"do", "memory"},
+             {"name", "info"},
+             {"record", "DDVIDEOPORTINFO"},
+             {"fields", {{"dwSize", 64}, {"dwVPFlags", "DDVP_AUTOFLIP|DDVP_MIRRORLEFTRIGHT"}}}},
+            call("UpdateVideoPort", {{"lpVideoPort", "port"},
+                                     {"lplpDDSurface", {"v", "v.1", "v.2"}},
+                                     {"lpVideoInfo", "info"},
+                                     {"dwFlags", 1},
+                                     {"dwNumAutoflip", 3}}),
+            {{"do", "advance"}, {"display", "d"}, {"microseconds", 45000}}};
+        if (disturbed) {
+            steps.push_back({{"do", "set"},
+                             {"record", "DriverData"},
+                             {"display", "d"},
+                             {"fields", {{"VideoCurrentBuffer", 1}}}});
+        }
+        steps.push_back(call("FlipVideoPort", {{"lpVideoPort", "port"}}));
+        steps.push_back({{"do", "advance"}, {"display", "d"}, {"microseconds", 45000}});
+        steps.push_back(call("GetVideoPortLine", {{"lpVideoPort", "port"}}));
+        steps.push_back(call("DestroyVideoPort", {{"lpVideoPort", "port"}}));
+        steps.push_back({{"do", "videoSource"}, {"display", "d"}, {"unplug", true}});
+        return steps;
+    };
+    const auto plain = random::Try(session(false), {.dll = KORV_DLL_PATH});
+    EXPECT_FALSE(plain.finding) << plain.finding->text;
+    EXPECT_EQ(plain.plays, 4u) << "a DLL hands no entries of the port out";
+    const auto disturbed = random::Try(session(true), {});
+    ASSERT_TRUE(disturbed.finding);
+    EXPECT_EQ(disturbed.finding->kind, "video");
+    EXPECT_THAT(disturbed.finding->text, HasSubstr("buffer 'v.1', pixel "));
+}
+
+// A texture whose record says another pixel size than it has is loaded otherwise.
+TEST(RandomSessionTest, ALoadedTextureIsItsSource) {
+    const auto session = [](bool disturbed) {
+        random::Steps steps = {{{"do", "display"},
+                                {"name", "d"},
+                                {"chip", "tx-delta"},
+                                {"width", 320},
+                                {"height", 200},
+                                {"bits", 16}},
+                               {{"do", "start"}}};
+        for (const char* name : {"to", "from"}) {
+            steps.push_back(
+                {{"do", "surface"},
+                 {"name", name},
+                 {"caps", name == std::string("to") ? "DDSCAPS_TEXTURE"
+                                                    : "DDSCAPS_TEXTURE|DDSCAPS_SYSTEMMEMORY"},
+                 {"width", 16},
+                 {"height", 8},
+                 {"format", "565"}});
+        }
+        steps.push_back({{"do", "write"}, {"surface", "from"}, {"pattern", {{"seed", 3}}}});
+        if (disturbed) {
+            steps.push_back({{"do", "set"},
+                             {"record", "PrivateSurfaceData"},
+                             {"surface", "to"},
+                             {"fields", {{"PixelSize", 0}}}});
+        }
+        steps.push_back({{"do", "loadTexture"}, {"surface", "to"}, {"from", "from"}});
+        return steps;
+    };
+    const auto plain = random::Try(session(false), {});
+    EXPECT_FALSE(plain.finding) << plain.finding->text;
+    const auto disturbed = random::Try(session(true), {});
+    ASSERT_TRUE(disturbed.finding);
+    EXPECT_EQ(disturbed.finding->kind, "load");
+}
+
+// The driver's record of it goes too.
+TEST(RandomSessionTest, ATextureOfTheDisplaysFormatInAGPMemoryIsLostWithIt) {
+    const random::Steps session = {
+        {{"do", "display"},
+         {"name", "d"},
+         {"chip", "permedia2"},
+         {"width", 320},
+         {"height", 200},
+         {"bits", 16},
+         {"agp", true}},
+        {{"do", "start"}},
+        {{"do", "agp"}, {"bytes", 65536}},
+        {{"do", "surface"},
+         {"name", "t"},
+         {"caps", "DDSCAPS_TEXTURE|DDSCAPS_VIDEOMEMORY|DDSCAPS_NONLOCALVIDMEM"},
+         {"width", 32},
+         {"height", 16},
+         {"format", "555"}},
+        {{"do", "mode"}, {"width", 320}, {"height", 200}, {"bits", 32}},
+        {{"do", "destroySurface"}, {"surface", "t"}}};
+    const auto result = random::Try(session, {});
+    EXPECT_FALSE(result.finding) << result.finding->text;
+}
+
+TEST(RandomSessionTest, DriversMayDifferInTheSignOfANaNAndInNothingElse) {
+    using random::AlikeButForNaNs;
+    EXPECT_TRUE(AlikeButForNaNs({1, 2}, {1, 2}, false));
+    EXPECT_FALSE(AlikeButForNaNs({1, 2}, {1, 2, 3}, true));
+    // A saturated slope, and a float.
+    EXPECT_TRUE(AlikeButForNaNs({7, 0x80000000}, {7, 0x7FFFFFFF}, true));
+    EXPECT_TRUE(AlikeButForNaNs({0x7FFFFFFF}, {0x80000000}, true));
+    EXPECT_TRUE(AlikeButForNaNs({0x7FC00000}, {0xFFC00000}, true));
+    EXPECT_FALSE(AlikeButForNaNs({0x80000000}, {0x7FFFFFFF}, false));
+    EXPECT_FALSE(AlikeButForNaNs({0x7FC00000}, {0xFFC00000}, false));
+    // Infinities and numbers have signs of their own.
+    EXPECT_FALSE(AlikeButForNaNs({0x7F800000}, {0xFF800000}, true));
+    EXPECT_FALSE(AlikeButForNaNs({0x3F800000}, {0xBF800000}, true));
+    EXPECT_FALSE(AlikeButForNaNs({0x7FFFFFFE}, {0x80000000}, true));
+    EXPECT_FALSE(AlikeButForNaNs({0x7FC00000}, {0xFFC00001}, true));
+    EXPECT_FALSE(AlikeButForNaNs({0}, {0x80000000}, true));
 }
 
 TEST(RandomSessionTest, BadRequestsGetALine) {

@@ -20,6 +20,7 @@ export function formatAddress({ view, settings }: Address): string {
 }
 
 const changed = new EventTarget();
+let current = parseAddress(location.hash);
 
 // A step is worth going back to; what moves smoothly, as an angle, is not. Of many quick steps, as a key makes that is
 // held down, only the first is.
@@ -27,33 +28,55 @@ export type Move = "step" | "quick" | "smooth";
 const kQuick = 700; // milliseconds
 let latestQuick = -Infinity;
 
+// Browsers refuse a page that writes its address more than some hundred times in half a minute: while something moves,
+// the address follows at a distance.
+const kFollow = 400; // milliseconds
+let following: ReturnType<typeof setTimeout> | undefined;
+
+function follow(): void {
+  clearTimeout(following);
+  following = undefined;
+  history.replaceState(null, "", formatAddress(current));
+}
+
 // Goes there. What is worth going back to gets a place of its own in the browser's history.
 export function goTo(address: Address, move: Move): void {
   const hash = formatAddress(address);
-  if (hash === location.hash) {
+  if (hash === formatAddress(current)) {
     return;
   }
   const now = performance.now(), held = move === "quick" && now - latestQuick < kQuick;
   latestQuick = move === "quick" ? now : -Infinity;
   if (move === "smooth" || held) {
-    history.replaceState(null, "", hash);
+    current = parseAddress(hash);
+    following ??= setTimeout(follow, kFollow);
   } else {
+    if (following !== undefined) {
+      follow();
+    }
+    current = parseAddress(hash);
     history.pushState(null, "", hash);
   }
   changed.dispatchEvent(new Event("change"));
 }
 
 export function useAddress(): Address {
-  const [address, set] = useState(() => parseAddress(location.hash));
+  const [address, set] = useState(current);
   useEffect(() => {
-    const read = () => set(parseAddress(location.hash));
+    const show = () => set(current);
+    const read = () => {
+      clearTimeout(following);
+      following = undefined;
+      current = parseAddress(location.hash);
+      show();
+    };
     window.addEventListener("popstate", read);
     window.addEventListener("hashchange", read);
-    changed.addEventListener("change", read);
+    changed.addEventListener("change", show);
     return () => {
       window.removeEventListener("popstate", read);
       window.removeEventListener("hashchange", read);
-      changed.removeEventListener("change", read);
+      changed.removeEventListener("change", show);
     };
   }, []);
   return address;

@@ -1,5 +1,5 @@
 // A scene of the demo, or one's own model, on one chip or two: turned, with other states, word by word.
-import { useEffect, useMemo, useRef, useState } from "preact/hooks";
+import { useEffect, useLayoutEffect, useMemo, useRef, useState } from "preact/hooks";
 
 import type { Engine } from "../engine/engine.ts";
 import type { Call, Catalogue, DrawRequest, Frame, Model, StateName, States, Word } from "../engine/types.ts";
@@ -11,6 +11,7 @@ import { counted, hex } from "./text.ts";
 
 const kModel = "model"; // in place of a scene's name
 const kTurn = 60; // degrees a second
+const kAhead = 6; // degrees
 
 const asIs: Option = { value: "", label: "scene's", title: "As the scene has it" };
 const kStates: { name: StateName; label: string; options: Option[] }[] = [
@@ -60,7 +61,7 @@ function useFrame(engine: Engine, request: DrawRequest | undefined, more: unknow
   const wanted = useRef<DrawRequest | undefined>(undefined);
   const busy = useRef(false);
   const text = JSON.stringify(request);
-  useEffect(() => {
+  useLayoutEffect(() => {
     wanted.current = request;
     const draw = async () => {
       while (wanted.current !== undefined) {
@@ -113,20 +114,32 @@ export function Laboratory(props: { catalogue: Catalogue; engines: Engine[]; set
     [first.frame, second.frame, other !== undefined],
   );
 
-  // Turns by itself, at the pace at which pictures come.
-  const latest = useRef({ settings, at: 0 });
+  // Turns by itself: by the clock, so that the next picture is asked for before this one is there, but no more than
+  // kAhead ahead of the one that is shown.
+  const turned = useRef({ settings, ahead: 0 });
+  turned.current.settings = settings;
+  useLayoutEffect(() => {
+    turned.current.ahead = 0;
+  }, [first.number]);
   useEffect(() => {
-    if (turning) {
-      const now = performance.now();
-      const seconds = Math.min((now - latest.current.at) / 1000, 0.1);
-      latest.current.at = now;
-      const frame = requestAnimationFrame(() => {
-        const yaw = (Number(settings.yaw ?? 0) + kTurn * seconds) % 360;
-        change({ yaw: yaw.toFixed(2) }, "smooth");
-      });
-      return () => cancelAnimationFrame(frame);
+    if (!turning) {
+      return;
     }
-  }, [turning, first.number]);
+    let latest = performance.now(), frame = 0;
+    const step = (now: number) => {
+      const { settings, ahead } = turned.current;
+      const degrees = Math.min((kTurn * Math.max(0, now - latest)) / 1000, kAhead - ahead);
+      latest = now;
+      if (degrees > 0) {
+        turned.current.ahead += degrees;
+        const yaw = (Number(settings.yaw ?? 0) + degrees) % 360;
+        goTo({ view: "laboratory", settings: { ...settings, yaw: yaw.toFixed(2) } }, "smooth");
+      }
+      frame = requestAnimationFrame(step);
+    };
+    frame = requestAnimationFrame(step);
+    return () => cancelAnimationFrame(frame);
+  }, [turning]);
 
   const turn = (yaw: number, pitch: number, zoom = 1) => {
     const round = (value: number) => String(Math.round(value * 100) / 100);

@@ -1,11 +1,11 @@
 // A picture of the module on a canvas.
-import { useEffect, useRef } from "preact/hooks";
+import { useLayoutEffect, useRef } from "preact/hooks";
 
 import type { Picture } from "../engine/types.ts";
 
 export function Canvas(props: { picture: Picture | undefined; label: string; name?: string }) {
   const canvas = useRef<HTMLCanvasElement>(null);
-  useEffect(() => {
+  useLayoutEffect(() => {
     const element = canvas.current!, picture = props.picture;
     if (picture && picture.width > 0 && picture.height > 0) {
       if (element.width !== picture.width || element.height !== picture.height) {

@@ -138,6 +138,45 @@ test("keys turn the picture, and the browser's own button goes back", { skip }, 
   await page.close();
 });
 
+test("a turn goes on, writes the address seldom, and stops where the address says", { skip }, async () => {
+  const page = await open("#laboratory?chip=tx&scene=crossing&size=320x240");
+  await page.waitForFunction(() => document.querySelector(".bar output")?.textContent?.includes("words"));
+  await page.evaluate(() => {
+    const counts = { pictures: 0, addresses: 0, since: performance.now() };
+    Object.assign(window, { counts });
+    const put = CanvasRenderingContext2D.prototype.putImageData, replace = history.replaceState;
+    CanvasRenderingContext2D.prototype.putImageData = function (...all: unknown[]) {
+      ++counts.pictures;
+      (put as (...all: unknown[]) => void).apply(this, all);
+    };
+    history.replaceState = function (...all) {
+      ++counts.addresses;
+      replace.apply(this, all);
+    };
+  });
+  await page.focus(".pictures");
+  await page.keyboard.press("Space");
+  type Counts = { pictures: number; addresses: number; since: number };
+  const counted = () => page.evaluate(() => {
+    const { pictures, addresses, since } = (window as unknown as { counts: Counts }).counts;
+    return { pictures, addresses, seconds: (performance.now() - since) / 1000 };
+  });
+  await page.waitForFunction(() => (window as unknown as { counts: Counts }).counts.pictures > 250);
+  const { addresses, seconds } = await counted();
+  assert.ok(addresses > 0 && addresses <= seconds * 2.5 + 1, `${addresses} addresses in ${seconds} s`);
+  await page.keyboard.press("Space");
+  await page.waitForFunction(() => document.querySelector(".bar button")?.getAttribute("aria-pressed") === "false");
+  // Anew from what the address says in the end: the same picture. A timer behind the address's own.
+  await page.evaluate(() => new Promise((resolve) => setTimeout(resolve, 450)));
+  const turned = await pixels(page), hash = await page.evaluate(() => location.hash);
+  assert.match(hash, /yaw=/);
+  await page.close();
+  const again = await open(hash);
+  assert.ok(await shows(again, pictureOf(turned)));
+  assert.deepEqual(complaints, []);
+  await again.close();
+});
+
 // Opens a capture in the inspector, and shows what an address says.
 async function inspect(capture: string, hash = "#inspector", width = 1280, height = 860): Promise<Page> {
   const page = await open("#inspector", width, height);

@@ -20,6 +20,11 @@ namespace korv {
 
 namespace {
 
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool kTakesSignals = false; // its own report says more
+#else
+constexpr bool kTakesSignals = true;
+#endif
 constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 constexpr size_t kMostFrames = 8;
 constexpr size_t kStackBytes = 256 * 1024;
@@ -187,7 +192,9 @@ void OnCrash(int signal, siginfo_t* info, void* data) {
 } // namespace
 
 CrashNote::CrashNote() {
-#ifndef __SANITIZE_ADDRESS__
+    if (!kTakesSignals) {
+        return;
+    }
     char path[4096];
     const ssize_t bytes = readlink("/proc/self/exe", path, sizeof path);
     program.assign(path, bytes > 0 ? static_cast<size_t>(bytes) : 0);
@@ -212,16 +219,15 @@ CrashNote::CrashNote() {
         sigemptyset(&action.sa_mask);
         sigaction(kSignals[i], &action, &before[i]);
     }
-#endif
 }
 
 CrashNote::~CrashNote() {
-#ifndef __SANITIZE_ADDRESS__
-    for (size_t i = 0; i < std::size(kSignals); ++i) {
-        sigaction(kSignals[i], &before[i], nullptr);
+    if (kTakesSignals) {
+        for (size_t i = 0; i < std::size(kSignals); ++i) {
+            sigaction(kSignals[i], &before[i], nullptr);
+        }
+        sigaltstack(&stackBefore, nullptr);
     }
-    sigaltstack(&stackBefore, nullptr);
-#endif
     note.clear();
     describe = nullptr;
 }

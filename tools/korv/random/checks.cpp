@@ -90,12 +90,30 @@ size_t BytesOf(const host::Surface& surface) {
            (palette ? kPaletteBytes : 0);
 }
 
+template <class Unit>
+void AppendRow(std::vector<uint32_t>& pixels, const uint8_t* row, uint32_t width) {
+    for (uint32_t x = 0; x < width; ++x, row += sizeof(Unit)) {
+        Unit pixel;
+        std::memcpy(&pixel, row, sizeof pixel);
+        pixels.push_back(pixel);
+    }
+}
+
 std::vector<uint32_t> PixelsOf(const host::Surface& surface) {
     std::vector<uint32_t> pixels;
-    pixels.reserve(size_t{surface.Width()} * surface.Height());
+    const uint32_t width = surface.Width(), bits = surface.Bits();
+    pixels.reserve(size_t{width} * surface.Height());
     for (uint32_t y = 0; y < surface.Height(); ++y) {
-        for (uint32_t x = 0; x < surface.Width(); ++x) {
-            pixels.push_back(surface.Pixel(x, y));
+        if (bits == 8) {
+            AppendRow<uint8_t>(pixels, surface.Row(y), width);
+        } else if (bits == 16) {
+            AppendRow<uint16_t>(pixels, surface.Row(y), width);
+        } else if (bits == 32) {
+            AppendRow<uint32_t>(pixels, surface.Row(y), width);
+        } else {
+            for (uint32_t x = 0; x < width; ++x) {
+                pixels.push_back(surface.Pixel(x, y));
+            }
         }
     }
     return pixels;
@@ -173,6 +191,7 @@ Checks::Checks(const Steps& steps, bool illegal, bool untouched)
     trace_.results.resize(steps.size());
     trace_.passedOver.resize(steps.size());
     trace_.words.resize(steps.size());
+    trace_.broken.resize(steps.size());
 }
 
 Checks::~Checks() = default;
@@ -231,7 +250,11 @@ void Checks::Before(size_t step, Player& player) {
     blitted_.reset();
     triangles_.reset();
     if (!illegal_) {
-        triangles_ = TriangleCheck::Of(steps_, at_, player, untouched_);
+        port_.Before(steps_[at_], player);
+        // Its states were set.
+        if (at_ != 0 && !trace_.passedOver[at_ - 1]) {
+            triangles_ = TriangleCheck::Of(steps_, at_, player, textures_, untouched_);
+        }
         if (!lossExplained_) {
             ExpectBlit(player);
         }
@@ -244,6 +267,12 @@ void Checks::After(size_t, Player& player, const Outcome& outcome) {
         TapWords(player.Display(Field("name")));
     }
     trace_.results[at_] = outcome.Find("result");
+    if (kind == "texture") {
+        textures_[Field("name")] = Field("surface");
+    }
+    if (kind == "swapTextures") {
+        std::swap(textures_[Field("texture")], textures_[Field("with")]);
+    }
     if (kind == "start") {
         heapAtStart_ += host::heap::LiveBlocks() - heapBlocks_;
         vddAtStart_ += host::TheMiniVdd().LiveBlocks() - vddBlocks_;
@@ -261,6 +290,12 @@ void Checks::After(size_t, Player& player, const Outcome& outcome) {
     CheckResult(outcome);
     CheckHeaps(player);
     CheckBlit(player, outcome);
+    CheckLoad(player);
+    if (!illegal_) {
+        if (const auto problem = port_.Problem(steps_[at_], player, outcome)) {
+            throw Violation("video", at_, *problem);
+        }
+    }
     if (triangles_) {
         const auto problem = triangles_->Problem(player);
         CheckFaults(player);
@@ -284,7 +319,12 @@ void Checks::PassedOver(size_t, Player& player, const std::string&) {
 void Checks::HashWords(Player& player) {
     uint64_t hash = 0;
     for (const auto& [name, one] : player.Displays()) {
-        hash = Hash(one.tap->words.data(), one.tap->words.size() * 4, hash);
+        if (illegal_) {
+            std::vector<uint32_t>& words = trace_.broken[at_];
+            words.insert(words.end(), one.tap->words.begin(), one.tap->words.end());
+        } else {
+            hash = Hash(one.tap->words.data(), one.tap->words.size() * 4, hash);
+        }
         hash = Hash(one.tap->writes.data(), one.tap->writes.size() * sizeof(RegisterWrite), hash);
     }
     trace_.words[at_] = hash;
@@ -345,7 +385,9 @@ void Checks::CheckHeaps(Player& player) {
 }
 
 void Checks::TakeShadows(Player& player) {
-    shadows_.clear();
+    for (auto& [start, shadow] : shadows_) {
+        shadow.outside.clear();
+    }
     for (auto& [name, one] : player.Displays()) {
         if (!one.directDraw) {
             continue;
@@ -460,6 +502,11 @@ void Checks::ExpectBlit(Player& player) {
             return;
         }
         const bool keyed = step.contains("sourceKey");
+        const DDPIXELFORMAT& format = from.Format();
+        const uint32_t colours = (format.dwFlags & DDPF_PALETTEINDEXED8) != 0
+                                     ? ~0u
+                                     : format.dwRBitMask | format.dwGBitMask | format.dwBBitMask;
+        const uint32_t key = keyed ? step["sourceKey"][0].get<uint32_t>() : 0;
         const Pixels pixels = PixelsOf(from);
         Pixels result = PixelsOf(to);
         const bool overlaps = &from == &to && (flipX || flipY || keyed);
@@ -473,8 +520,7 @@ void Checks::ExpectBlit(Player& player) {
                 const uint32_t sy =
                     flipY ? source.bottom - 1 - (y - rect.top) : source.top + (y - rect.top);
                 const uint32_t pixel = pixels[sy * from.Width() + sx];
-                if (!keyed || pixel < step["sourceKey"][0].get<uint32_t>() ||
-                    pixel > step["sourceKey"][1].get<uint32_t>()) {
+                if (!keyed || ((pixel ^ key) & colours) != 0) {
                     result[y * width + x] = pixel;
                 }
             }
@@ -497,6 +543,37 @@ void Checks::CheckBlit(Player& player, const Outcome& outcome) {
                             fmt::format("pixel {},{}: the processor makes 0x{:X}, the chip 0x{:X}",
                                         i % to.Width(), i / to.Width(), (*blitted_)[i], got[i]));
         }
+    }
+}
+
+void Checks::CheckLoad(Player& player) {
+    if (Field("do") != "loadTexture" || illegal_ || lossExplained_ ||
+        !AtRest(player.DisplayOf(Field("surface")))) {
+        return;
+    }
+    const host::Surface *to = &player.SurfaceWithMemory(Field("surface")),
+                        *from = &player.SurfaceWithMemory(Field("from"));
+    const bool words = !player.DisplayOf(Field("surface")).display->Board().LocalBuffer().empty();
+    for (size_t level = 0;; ++level) {
+        if (words && to->Width() * to->Bits() < 32) {
+            return; // Glint loads whole words (driver/texture/txdownld.cpp, WordsPerLine)
+        }
+        const Pixels loaded = PixelsOf(*to), source = PixelsOf(*from);
+        for (size_t i = 0; i < source.size(); ++i) {
+            if (loaded[i] != source[i]) {
+                throw Violation("load", at_,
+                                fmt::format("level {}, texel {},{}: 0x{:X} was loaded as 0x{:X}",
+                                            level, i % to->Width(), i / to->Width(), source[i],
+                                            loaded[i]));
+            }
+        }
+        const auto &levels = player.Surface(Field("surface")).Chain(),
+                   &sources = player.Surface(Field("from")).Chain();
+        if (level == std::min(levels.size(), sources.size())) {
+            return;
+        }
+        to = levels[level];
+        from = sources[level];
     }
 }
 

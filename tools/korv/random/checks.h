@@ -1,5 +1,6 @@
 #pragma once
 // What must hold all along a session, whatever its steps are.
+#include "tools/korv/random/port_model.h"
 #include "tools/korv/random/session.h"
 #include "tools/korv/random/triangle_check.h"
 #include "tools/korv/replay/script.h"
@@ -28,6 +29,8 @@ struct Trace {
     std::vector<std::optional<uint32_t>> results; // of the steps that have one
     std::vector<bool> passedOver;
     std::vector<uint64_t> words; // all words and register writes of a step, hashed
+    // Of a session in which rules are broken, the words of a step as they are.
+    std::vector<std::vector<uint32_t>> broken;
     // Words of the stream by hardware context, "DISPLAY/ID", hashed: the road decides when they
     // come and not which. Without those of the first Permedia, whose sub-buffers have heads.
     std::map<std::string, uint64_t> contextWords;
@@ -68,6 +71,8 @@ class Checks : public StepWatch {
     void TakeShadows(Player& player);
     void ExpectBlit(Player& player);
     void CheckBlit(Player& player, const Outcome& outcome);
+    // A loaded texture is what it was loaded from, level by level.
+    void CheckLoad(Player& player);
     // Ends the scenes of all live contexts, and waits until their words have been executed.
     void FinishContexts(Player& player);
     // Gives the chip to the context of two-dimensional work, which all roads leave alike.
@@ -85,7 +90,9 @@ class Checks : public StepWatch {
     // Of a blit that the processor can do as well: the pixels that must come of it.
     std::optional<Pixels> blitted_;
     std::optional<TriangleCheck> triangles_; // of triangles that the reference rasteriser knows
-    size_t heapBlocks_ = 0, vddBlocks_ = 0;  // before and behind the start of displays
+    TextureSurfaces textures_;
+    PortModel port_;
+    size_t heapBlocks_ = 0, vddBlocks_ = 0; // before and behind the start of displays
     size_t heapAtStart_ = 0, vddAtStart_ = 0;
     std::map<std::string, int> clientBlocks_;                 // by display
     std::map<std::string, std::unique_ptr<ContextTap>> taps_; // by display

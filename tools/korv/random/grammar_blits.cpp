@@ -71,6 +71,11 @@ bool Grammar::Copy() {
         if (!on.glint && to->kind == Kind::Texture && !one.system && BitsOf(*to) != on.bits) {
             return false;
         }
+        // The driver claims no DDCAPS2_NONLOCALVIDMEMCAPS: nothing is asked of AGP memory but to be
+        // loaded.
+        if (one.agp || (to->agp && !one.system)) {
+            return false;
+        }
         return one.display == to->display &&
                (one.kind == Kind::Yuv ? to->kind == Kind::Plain || to->kind == Kind::Target
                                       : one.shape.format == to->shape.format);
@@ -80,8 +85,12 @@ bool Grammar::Copy() {
     }
     EndScenes(to->display);
     Step step{{"do", "blt"}, {"surface", to->name}, {"from", from->name}};
-    const bool plain = to->kind != Kind::Texture;
-    if (plain && on.stretches && !on.slowFifo && dice_.Chance(25)) { // a stretch
+    if (from->kind == Kind::Yuv && from->chain != 0 && dice_.Chance(60)) {
+        step["from"] = from->name + "." + std::to_string(dice_.From(1, from->chain));
+    }
+    // From memory of the host the driver claims plain copies alone (dwSVBCKeyCaps, dwSVBFXCaps).
+    const bool effects = to->kind != Kind::Texture && !from->system && on.stretches && !on.slowFifo;
+    if (effects && dice_.Chance(25)) { // a stretch
         step["rect"] = RectIn(to->shape);
         step["fromRect"] = RectIn(from->shape);
     } else {
@@ -92,7 +101,7 @@ bool Grammar::Copy() {
         step["fromRect"] = Rect(dice_.From(0, from->shape.width - width),
                                 dice_.From(0, from->shape.height - height), width, height);
     }
-    if (plain && on.stretches && !on.slowFifo) {
+    if (effects) {
         const uint32_t low = PixelOf(*from);
         const bool stretched = !SameSize(step["rect"], step["fromRect"]);
         // MX takes the way between the surfaces for a place in memory then
@@ -105,7 +114,9 @@ bool Grammar::Copy() {
         } else if (dice_.Chance(4)) {
             step["destKey"] = {low, low};
         }
-        if (dice_.Chance(10) && !(on.glint && step.contains("sourceKey"))) {
+        // Upside down the stretch of MX steps to the row above its source, and from the first row
+        // to the last one of its map (driver/blit/txblitfx.cpp, DrawStretch).
+        if (dice_.Chance(10) && !lost && !(on.glint && step.contains("sourceKey"))) {
             step[dice_.Chance(50) ? "mirrorLeftRight" : "mirrorUpDown"] = true;
         }
     }

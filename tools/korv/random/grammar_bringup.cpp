@@ -2,7 +2,7 @@
 #include "tools/korv/chips/chips.h"
 #include "tools/korv/random/grammar.h"
 
-#include <iterator>
+#include <algorithm>
 
 namespace korv::random {
 
@@ -16,9 +16,21 @@ constexpr uint32_t kBits[] = {8, 16, 16, 16, 32};
 
 } // namespace
 
+void Grammar::PickMode(MadeDisplay& display) {
+    const auto taken = [&](const MadeDisplay& other) {
+        return &other != &display && other.width == display.width &&
+               other.height == display.height && other.bits == display.bits;
+    };
+    do {
+        const Mode mode = dice_.Of(kModes);
+        display.width = mode.width;
+        display.height = mode.height;
+        display.bits = dice_.Of(kBits);
+    } while (std::ranges::any_of(displays_, taken));
+}
+
 void Grammar::AddDisplay(uint32_t ofDisplays) {
     const ChipChoice& chip = Chips()[dice_.From(0, static_cast<uint32_t>(Chips().size()) - 1)];
-    const Mode mode = dice_.Of(kModes);
     MadeDisplay display{displays_.empty() ? "main" : "second",
                         std::string(chip.name),
                         chip.name.starts_with("sx") || chip.name.starts_with("tx") ||
@@ -26,15 +38,13 @@ void Grammar::AddDisplay(uint32_t ofDisplays) {
                         chip.setupUnit,
                         chip.drawsTextures,
                         KeysTextures(chip),
-                        chip.stretches,
-                        mode.width,
-                        mode.height,
-                        dice_.Of(kBits)};
+                        chip.stretches};
+    PickMode(display);
     Step step{{"do", "display"},
               {"name", display.name},
               {"chip", display.chip},
-              {"width", mode.width},
-              {"height", mode.height},
+              {"width", display.width},
+              {"height", display.height},
               {"bits", display.bits},
               {"frameBufferBytes", 0x200000},
               {"dmaBuffers", 3}};
@@ -80,8 +90,12 @@ void Grammar::AddDisplay(uint32_t ofDisplays) {
     const bool slowFifo =
         display.chip.find("delta") == std::string::npos &&
         (slowDma || (!registry.is_null() && registry.contains("Direct3DHAL.NoDMA")));
-    if (dice_.Chance(35)) {
+    display.video = HasVideoPort(chip) && ofDisplays == 1 && dice_.Chance(15);
+    if (display.video || dice_.Chance(35)) {
         Step timing;
+        if (display.video) {
+            timing["microsecondsPerTick"] = 0;
+        }
         if (slowDma && dice_.Chance(60)) {
             timing["dmaWordsPerTick"] = dice_.From(1, 40);
         }
@@ -156,20 +170,18 @@ void Grammar::Quiet(size_t display) {
 bool Grammar::ChangeMode() {
     const size_t display = dice_.From(0, static_cast<uint32_t>(displays_.size()) - 1);
     Quiet(display);
+    EndPort();
     for (size_t i = contexts_.size(); i-- > 0;) {
         if (contexts_[i].display == display) {
             DropContext(i);
         }
     }
-    const Mode mode = dice_.Of(kModes);
     MadeDisplay& one = displays_[display];
-    one.width = mode.width;
-    one.height = mode.height;
-    one.bits = dice_.Of(kBits);
+    PickMode(one);
     Add({{"do", "mode"},
          {"display", one.name},
-         {"width", mode.width},
-         {"height", mode.height},
+         {"width", one.width},
+         {"height", one.height},
          {"bits", one.bits}});
     std::erase_if(blocks_, [&](const auto& block) { return block.first == display; });
     // Surfaces are lost, and restored by being made again.
@@ -195,11 +207,14 @@ bool Grammar::PassTime() {
 bool Grammar::AskBeam() {
     static constexpr const char* kFlags[] = {"DDWAITVB_BLOCKBEGIN", "DDWAITVB_BLOCKEND",
                                              "DDWAITVB_I_TESTVB", "DDWAITVB_BLOCKBEGINEVENT"};
-    const std::string& display = dice_.Of(displays_).name;
+    const MadeDisplay& on = dice_.Of(displays_);
     if (dice_.Chance(40)) {
-        Add({{"do", "scanLine"}, {"display", display}});
+        Add({{"do", "scanLine"}, {"display", on.name}});
     } else {
-        Add({{"do", "verticalBlank"}, {"display", display}, {"flags", dice_.Of(kFlags)}});
+        // With a clock that stands still a wait would have no end.
+        Add({{"do", "verticalBlank"},
+             {"display", on.name},
+             {"flags", on.video ? "DDWAITVB_I_TESTVB" : dice_.Of(kFlags)}});
     }
     return true;
 }

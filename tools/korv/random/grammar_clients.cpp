@@ -18,14 +18,21 @@ bool Grammar::ClientMemory() {
     static constexpr uint32_t kFlags[] = {0x8, 0x0, 0x1, 0x9};
     const size_t display = dice_.From(0, static_cast<uint32_t>(displays_.size()) - 1);
     const std::string request = Name("request"), block = Name("block");
+    // From the top a block that is smaller than its alignment may lie beside its stretch
+    // (driver/heap/linalloc.cpp, Carve), and its address then frees another one.
+    const bool video = displays_[display].video;
+    const uint32_t alignment = 1u << dice_.From(video ? 3 : 2, 8);
+    // A video port's bases count in 8 bytes, to which the heap aligns no surface
+    // (driver/video/video_update.cpp, Start).
+    const uint32_t unit = video ? ~7u : ~0u;
     Add({{"do", "memory"},
          {"name", request},
          {"record", "HeapRequest"},
          {"fields",
           {{"Size", 20},
            {"Flags", dice_.Of(kFlags)},
-           {"Alignment", 1u << dice_.From(2, 8)},
-           {"Bytes", dice_.From(1, 8000)}}}});
+           {"Alignment", alignment},
+           {"Bytes", dice_.From(alignment, 8000) & unit}}}});
     Add({{"do", "export"},
          {"name", "KORV_AllocateVideoMemory"},
          {"display", displays_[display].name},
@@ -137,9 +144,6 @@ bool Grammar::ClientBatch() {
 
 // A copy within the screen.
 bool Grammar::ClientCopy() {
-    if (displays_.size() > 1) {
-        return false; // the table of primitives may be the other one's (ModeKey knows no chips)
-    }
     const size_t display = dice_.From(0, static_cast<uint32_t>(displays_.size()) - 1);
     Quiet(display);
     const std::string rect = Name("rect");

@@ -1,8 +1,6 @@
 // Contexts, states, textures, primitives.
 #include "tools/korv/random/grammar.h"
-#include "tools/korv/random/triangle_check.h"
 
-#include <algorithm>
 #include <iterator>
 
 namespace korv::random {
@@ -193,12 +191,16 @@ bool Grammar::MakeTexture() {
     if (surface == nullptr) {
         return false;
     }
-    context->textures.push_back({Name("h"), surface->name});
-    Add({{"do", "texture"},
-         {"name", context->textures.back().name},
-         {"context", context->name},
-         {"surface", surface->name}});
+    AddTexture(*context, surface->name);
     return UseTexture();
+}
+
+void Grammar::AddTexture(MadeContext& context, const std::string& surface) {
+    context.textures.push_back({Name("h"), surface});
+    Add({{"do", "texture"},
+         {"name", context.textures.back().name},
+         {"context", context.name},
+         {"surface", surface}});
 }
 
 bool Grammar::UseTexture() {
@@ -301,91 +303,6 @@ bool Grammar::Triangles() {
     return true;
 }
 
-bool Grammar::KnownTriangles() {
-    MadeContext* context = AnyContext();
-    if (context == nullptr) {
-        return MakeContext();
-    }
-    const MadeDisplay& on = displays_[context->display];
-    const Shape shape = Find(context->target.substr(0, context->target.find('.')))->shape;
-    const int width = static_cast<int>(shape.width), height = static_cast<int>(shape.height);
-    const int most = std::min({width, height, 140}) / 2 - 1;
-    if (most < 12 || on.bits < 16) {
-        return Triangles();
-    }
-    Quiet(context->display);
-    Add({{"do", "colorFill"},
-         {"surface", context->target},
-         {"value", dice_.Word() & (on.bits == 16 ? 0xFFFF : 0xFFFFFFFF)}});
-    displays_[context->display].busy = true;
-    OpenScene(*context);
-    reference::DrawState state;
-    static constexpr uint32_t kCulls[] = {D3DCULL_NONE, D3DCULL_NONE, D3DCULL_CW, D3DCULL_CCW};
-    state.cull = dice_.Of(kCulls);
-    // What goes beyond these the reference's own tests try with more care.
-    switch (dice_.From(0, on.bits == 32 ? 5 : 3)) {
-    case 0:
-        state.gouraud = false;
-        break;
-    case 1:
-        state.specular = true;
-        break;
-    case 2:
-        state.fog = true;
-        state.fogColor = dice_.Word() & 0xFFFFFF;
-        break;
-    case 4:
-        state.blend = true;
-        state.dest = D3DBLEND_ONE;
-        break;
-    case 5:
-        state.blend = true;
-        state.source = D3DBLEND_SRCALPHA;
-        state.dest = D3DBLEND_INVSRCALPHA;
-        break;
-    default:
-        break;
-    }
-    // Well-shaped, their colours gentle: corners in three directions of twelve.
-    static constexpr int kCosines[12] = {1024,  887,  512,  0, -512, -887,
-                                         -1024, -887, -512, 0, 512,  887};
-    Step vertices = Step::array();
-    for (uint32_t count = dice_.From(1, 4); count-- > 0;) {
-        const int size = static_cast<int>(dice_.From(10, static_cast<uint32_t>(most)));
-        const auto place = [&](int room) {
-            const auto middle = dice_.From(static_cast<uint32_t>(size) * 16,
-                                           static_cast<uint32_t>(room - size) * 16);
-            return static_cast<int>(middle);
-        };
-        const int x = place(width), y = place(height);
-        const uint32_t turn = dice_.From(0, 11), alpha = dice_.From(60, 200),
-                       blue = dice_.From(20, 230);
-        const uint32_t base[2] = {dice_.From(20, 190), dice_.From(20, 190)};
-        const bool backwards = dice_.Chance(50);
-        for (uint32_t corner = 0; corner < 3; ++corner) {
-            const uint32_t way = (turn + (backwards ? 12 - 4 * corner : 4 * corner)) % 12;
-            const auto along = [&](int middle, uint32_t direction, int room) {
-                const int at = middle + size * 16 * kCosines[direction % 12] / 1024;
-                return std::clamp(at, 0, room * 16) / 16.0;
-            };
-            // A blend steps alpha by blue's slope: one of each for a triangle.
-            uint32_t colour = alpha << 24 | (base[0] + dice_.From(0, 40)) << 16 |
-                              (base[1] + dice_.From(0, 40)) << 8 | blue;
-            uint32_t specular = dice_.From(60, 255) << 24;
-            if (state.specular) {
-                colour &= 0xFFFEFEFE; // the sum leaves the low bits out
-                specular |= 0x141E0A;
-            }
-            vertices.push_back(Step::array({along(x, way, width), along(y, way + 9, height), 0.5,
-                                            1.0, colour, specular, 0.0, 0.0}));
-        }
-    }
-    Add({{"do", "states"}, {"context", context->name}, {"states", StatesOf(state)}});
-    Add({{"do", "triangles"}, {"context", context->name}, {"vertices", vertices}});
-    context->textureBound = false;
-    return true;
-}
-
 bool Grammar::Lines() {
     MadeContext* context = AnyContext();
     if (context == nullptr) {
@@ -456,6 +373,7 @@ void Grammar::End() {
     while (!contexts_.empty()) {
         DropContext(contexts_.size() - 1);
     }
+    EndPort();
     for (const auto& [display, block] : blocks_) {
         FreeBlock(display, block);
     }

@@ -7,7 +7,6 @@ namespace korv::random {
 
 namespace {
 
-constexpr size_t kMostSurfaces = 14; // so that 2 MB always hold them
 constexpr const char* kTexels[] = {"pal4", "pal8", "332",  "555", "1555",
                                    "565",  "4444", "x888", "8888"};
 
@@ -55,9 +54,9 @@ MadeSurface* Grammar::Find(const std::string& name) {
 }
 
 bool Grammar::Used(const std::string& surface) const {
-    return std::ranges::any_of(contexts_, [&](const MadeContext& one) {
-        return one.target == surface || one.depth == surface;
-    });
+    return surface == port_.buffers || std::ranges::any_of(contexts_, [&](const MadeContext& one) {
+               return one.target == surface || one.depth == surface;
+           });
 }
 
 uint32_t Grammar::BitsOf(const MadeSurface& surface) const {
@@ -105,6 +104,12 @@ bool Grammar::MakeSurface() {
     if ((kind == Kind::Texture && !on.drawsTextures) || (kind == Kind::Yuv && on.glint)) {
         kind = Kind::Plain;
     }
+    MakeSurfaceOf(kind, display);
+    return true;
+}
+
+const MadeSurface& Grammar::MakeSurfaceOf(Kind kind, size_t display, bool inVideo) {
+    const MadeDisplay& on = displays_[display];
     MadeSurface made{"", kind, {}, false, 0, display};
     switch (kind) {
     case Kind::Texture: {
@@ -118,17 +123,20 @@ bool Grammar::MakeSurface() {
                 ++made.shape.levels;
             }
         }
-        made.system = dice_.Chance(50);
-        made.agp = on.agp && !made.system && made.shape.levels == 1 && dice_.Chance(50);
+        made.system = !inVideo && dice_.Chance(50);
+        made.agp = on.agp && !made.system && dice_.Chance(50);
         // A partner of one there is, to load it from.
         const MadeSurface* other = Any([&](const MadeSurface& one) {
             return one.kind == Kind::Texture && one.display == display;
         });
         if (other != nullptr && dice_.Chance(60)) {
             made.shape = other->shape;
-            made.system = !other->system;
-            made.agp = made.agp && !made.system && made.shape.levels == 1;
+            made.system = !inVideo && !other->system;
         }
+        // A palette of 256 in AGP memory is looked for elsewhere
+        // (driver/texture/lut_download.cpp, P2LUTDownload).
+        made.agp =
+            made.agp && !made.system && made.shape.levels == 1 && made.shape.format != "pal8";
         break;
     }
     case Kind::Depth: {
@@ -175,7 +183,7 @@ bool Grammar::MakeSurface() {
     }
     surfaces_.push_back(made);
     Write(made);
-    return true;
+    return surfaces_.back();
 }
 
 void Grammar::Palette(const MadeSurface& surface) {
@@ -240,10 +248,11 @@ bool Grammar::LoadTexture() {
 }
 
 bool Grammar::KeySurface() {
-    const MadeSurface& surface = dice_.Of(surfaces_);
+    MadeSurface& surface = dice_.Of(surfaces_);
     if (surface.kind == Kind::Depth) {
         return false;
     }
+    surface.keyed = true;
     const uint32_t a = PixelOf(surface), b = dice_.Chance(70) ? a : PixelOf(surface);
     Add({{"do", dice_.Chance(80) ? "sourceKey" : "destKey"},
          {"surface", surface.name},

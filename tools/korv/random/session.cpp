@@ -25,11 +25,11 @@ Steps Grammar::Make(size_t count) {
         {2, &Grammar::AskStatus},      {4, &Grammar::MakeContext},   {1, &Grammar::EndContext},
         {4, &Grammar::Scene},          {12, &Grammar::SetStates},    {8, &Grammar::MakeTexture},
         {6, &Grammar::UseTexture},     {3, &Grammar::EndTexture},    {16, &Grammar::Triangles},
-        {5, &Grammar::KnownTriangles}, {5, &Grammar::Lines},         {3, &Grammar::Points},
-        {3, &Grammar::Execute},        {2, &Grammar::ClientBatch},   {2, &Grammar::ClientMemory},
-        {1, &Grammar::ClientLock},     {2, &Grammar::ClientContext}, {1, &Grammar::ClientCopy},
-        {1, &Grammar::ClientLooks},    {1, &Grammar::ChangeMode},    {2, &Grammar::PassTime},
-        {1, &Grammar::AskBeam},        {1, &Grammar::AskDriver},
+        {4, &Grammar::KnownTriangles}, {8, &Grammar::KnownTextured}, {5, &Grammar::Lines},
+        {3, &Grammar::Points},         {3, &Grammar::Execute},       {2, &Grammar::ClientBatch},
+        {2, &Grammar::ClientMemory},   {1, &Grammar::ClientLock},    {2, &Grammar::ClientContext},
+        {1, &Grammar::ClientCopy},     {1, &Grammar::ClientLooks},   {1, &Grammar::ChangeMode},
+        {2, &Grammar::PassTime},       {1, &Grammar::AskBeam},       {1, &Grammar::AskDriver},
     };
     uint32_t sum = 0;
     for (const Rule& rule : kRules) {
@@ -41,6 +41,10 @@ Steps Grammar::Make(size_t count) {
     }
     while (steps_.size() < count) {
         if (illegal_ && dice_.Chance(25) && Break()) {
+            continue;
+        }
+        if (displays_[0].video && dice_.Chance(30)) {
+            Video();
             continue;
         }
         uint32_t place = dice_.From(0, sum - 1);

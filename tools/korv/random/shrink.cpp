@@ -56,10 +56,17 @@ Steps Without(const Steps& steps, size_t first, size_t count) {
 // Lists within a step that may be shorter.
 constexpr const char* kLists[] = {"triangles", "states", "lines", "instructions"};
 
+// What the board complains of, without how often and where; of other kinds the kind says enough.
+std::string WithoutNumbers(const Finding& finding) {
+    std::string text = finding.kind == "fault" ? finding.text : "";
+    std::erase_if(text, [](char one) { return one >= '0' && one <= '9'; });
+    return text;
+}
+
 class Shrinker {
   public:
     Shrinker(const Finding& finding, const TrialOptions& options, size_t tries)
-        : kind_(finding.kind), options_(options), tries_(tries) {
+        : kind_(finding.kind), text_(WithoutNumbers(finding)), options_(options), tries_(tries) {
         if (!kind_.starts_with("differs")) {
             options_.allRoads = false;
         }
@@ -125,10 +132,11 @@ class Shrinker {
         }
         --tries_;
         const TrialResult result = Try(steps, options_);
-        return result.finding && result.finding->kind == kind_;
+        return result.finding && result.finding->kind == kind_ &&
+               WithoutNumbers(*result.finding) == text_;
     }
 
-    std::string kind_;
+    std::string kind_, text_;
     TrialOptions options_;
     size_t tries_;
 };

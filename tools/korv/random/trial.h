@@ -30,6 +30,12 @@ struct TrialResult {
     size_t plays = 0;
 };
 
+// Whether two drivers' words are the same, but, where `notNumbers` went in, for a NaN's sign. Which
+// operand's sign a NaN has is left to the compiler by the language: a slope of NaN saturates at
+// either end, and a word that is sent as a float differs in the sign. Nothing else may.
+bool AlikeButForNaNs(const std::vector<uint32_t>& first, const std::vector<uint32_t>& other,
+                     bool notNumbers);
+
 // Plays it. A crash, an abort or a wait without end of the driver is a finding too.
 // UserError if the steps are no script.
 TrialResult Try(const Steps& steps, const TrialOptions& options);

@@ -75,6 +75,20 @@ double Edge(const Vertex& from, const Vertex& to, double x, double y) {
     return (double(to.x) - from.x) * (y - from.y) - (double(to.y) - from.y) * (x - from.x);
 }
 
+// The level that a triangle takes.
+const Texture& LevelOf(const Texture& texture, const Triangle3& triangle, Levels levels) {
+    if (texture.smaller.empty() || levels == Levels::Largest) {
+        return texture;
+    }
+    const double detail = DetailOf(triangle);
+    const double level = levels == Levels::Nearest ? std::round(detail) : std::floor(detail);
+    if (!(level >= 1)) {
+        return texture;
+    }
+    const auto last = static_cast<double>(texture.smaller.size());
+    return *texture.smaller[static_cast<size_t>(std::min(level, last)) - 1];
+}
+
 // Texture and light together: the colour and the alpha, all from 0 to 255.
 Texel Textured(uint32_t blend, const Texel& texel, const Texel& light) {
     Texel out = light;
@@ -110,6 +124,20 @@ double Brightened(uint32_t channel, int shift) {
     return shift == 16 ? std::min(255.0, root + 1) : shift == 8 ? root - 1 : root;
 }
 
+double DetailOf(const Triangle3& triangle) {
+    const Vertex &a = triangle.a, &b = triangle.b, &c = triangle.c;
+    const Texture& texture = *triangle.state.texture;
+    const double texels =
+        ((double(b.u) - a.u) * (double(c.v) - a.v) - (double(b.v) - a.v) * (double(c.u) - a.u)) *
+        texture.width * texture.height;
+    return std::log2(std::abs(texels / Edge(a, b, c.x, c.y))) / 2;
+}
+
+void TakeShortWay(float first, float& second, float& third) {
+    second -= std::nearbyint(second - first);
+    third -= std::nearbyint(third - first);
+}
+
 Reference::Reference(uint32_t width, uint32_t height, uint32_t background, const ChipTraits& traits)
     : width_(width), height_(height), traits_(traits),
       colour_(width * height * kScale * kScale, Rgb(background)), depth_(colour_.size(), 1e9),
@@ -128,10 +156,8 @@ Reference::Reference(const Image& background, const ChipTraits& traits)
     }
 }
 
-void Reference::Draw(const Triangle3& triangle) {
-    const Vertex& a = triangle.a;
-    const Vertex& b = triangle.b;
-    const Vertex& c = triangle.c;
+void Reference::Draw(const Triangle3& triangle, double apron) {
+    Vertex a = triangle.a, b = triangle.b, c = triangle.c;
     const DrawState& state = triangle.state;
     ++drawn_;
     // Positive for clockwise on a screen whose rows grow downwards.
@@ -150,6 +176,15 @@ void Reference::Draw(const Triangle3& triangle) {
     const uint8_t* door = kScreenDoor[chosen->color >> 28];
 
     const Texture* texture = state.texture.get();
+    if (texture != nullptr) {
+        texture = &LevelOf(*texture, triangle, traits_.levels);
+        if (state.wrapU) {
+            TakeShortWay(a.u, b.u, c.u);
+        }
+        if (state.wrapV) {
+            TakeShortWay(a.v, b.v, c.v);
+        }
+    }
     const bool brightens =
         texture != nullptr && (state.gouraud ? traits_.brightensGouraud : traits_.brightensFlat);
     // Without a texture the specular colour is added to the vertices' own.
@@ -172,12 +207,18 @@ void Reference::Draw(const Triangle3& triangle) {
     }
 
     const auto sampleOf = [](double v) { return static_cast<int>(std::floor(v * kScale)); };
-    const int x0 = std::max(0, sampleOf(std::min({a.x, b.x, c.x})));
-    const int x1 = std::min(int(width_ * kScale) - 1, sampleOf(std::max({a.x, b.x, c.x})) + 1);
+    const int x0 = std::max(0, sampleOf(std::min({a.x, b.x, c.x}) - apron));
+    const int x1 =
+        std::min(int(width_ * kScale) - 1, sampleOf(std::max({a.x, b.x, c.x}) + apron) + 1);
     const double shift = traits_.rowShift;
-    const int y0 = std::max(0, sampleOf(std::min({a.y, b.y, c.y}) - shift));
-    const int y1 =
-        std::min(int(height_ * kScale) - 1, sampleOf(std::max({a.y, b.y, c.y}) - shift) + 1);
+    const int y0 = std::max(0, sampleOf(std::min({a.y, b.y, c.y}) - shift - apron));
+    const int y1 = std::min(int(height_ * kScale) - 1,
+                            sampleOf(std::max({a.y, b.y, c.y}) - shift + apron) + 1);
+    // The corners' weights on the apron's rim.
+    const auto rim = [&](const Vertex& from, const Vertex& to) {
+        return -apron * std::hypot(double(to.x) - from.x, double(to.y) - from.y) / std::abs(area);
+    };
+    const double leastA = rim(b, c), leastB = rim(c, a), leastC = rim(a, b);
     for (int y = y0; y <= y1; ++y) {
         for (int x = x0; x <= x1; ++x) {
             const double px = (x + 0.5) / kScale;
@@ -185,7 +226,7 @@ void Reference::Draw(const Triangle3& triangle) {
             const double wa = Edge(b, c, px, py) / area;
             const double wb = Edge(c, a, px, py) / area;
             const double wc = Edge(a, b, px, py) / area;
-            if (wa < 0 || wb < 0 || wc < 0) {
+            if (wa < leastA || wb < leastB || wc < leastC) {
                 continue;
             }
             if (state.stippledAlpha && (door[y / kScale & 3] >> (x / kScale & 7) & 1) == 0) {
@@ -287,7 +328,10 @@ void Note(Verdict& verdict, uint32_t x, uint32_t y, const uint8_t* seen, const C
 
 } // namespace
 
-Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, double tolerance) {
+Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, double tolerance,
+                              std::initializer_list<const Reference*> others) {
+    std::vector<const Reference*> all{&reference};
+    all.insert(all.end(), others);
     Verdict verdict;
     constexpr int kScale = Reference::kScale;
     const int width = int(reference.Width());
@@ -313,10 +357,12 @@ Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, 
             const int y1 = std::min(height, y + 2) * kScale;
             for (int sy = std::max(0, y - 1) * kScale; sy < y1; ++sy) {
                 for (int sx = std::max(0, x - 1) * kScale; sx < x1; ++sx) {
-                    const Channels& near = reference.Sample(sx, sy);
-                    for (int i = 0; i < 3; ++i) {
-                        least[i] = std::min(least[i], near[i]);
-                        most[i] = std::max(most[i], near[i]);
+                    for (const Reference* one : all) {
+                        for (int i = 0; i < 3; ++i) {
+                            const double near = one->Sample(sx, sy)[i];
+                            least[i] = std::min(least[i], near);
+                            most[i] = std::max(most[i], near);
+                        }
                     }
                 }
             }

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -31,6 +32,7 @@ struct DrawState {
     uint32_t address = D3DTADDRESS_WRAP;
     uint32_t textureBlend = D3DTBLEND_MODULATE;
     bool perspective = false;
+    bool wrapU = false, wrapV = false; // the short way round from corner to corner
     bool operator==(const DrawState&) const = default;
 };
 
@@ -48,6 +50,9 @@ struct Triangle3 {
 
 using Channels = std::array<double, 3>; // red, green, blue, 0 to 255
 
+// Which of a texture's levels a triangle takes by its detail.
+enum class Levels { Largest, RoundedDown, Nearest };
+
 // What the interface leaves to a chip, or a chip has of its own.
 struct ChipTraits {
     // Colours of textured triangles are brightened on their way to the chip.
@@ -59,11 +64,20 @@ struct ChipTraits {
     bool stipplesByFirst = false;
     // Specular light on a texture is lost.
     bool losesTexturedSpecular = false;
+    Levels levels = Levels::Largest;
 };
 
 // A channel as a chip that brightens gets it: the root of its fraction of full scale, one less in
 // green and one more in red.
 double Brightened(uint32_t channel, int shift);
+
+// Logarithm to base 2 of how many texels of the largest level lie along a pixel's side, by the
+// areas of a triangle that has some.
+double DetailOf(const Triangle3& triangle);
+
+// Moves two corners' coordinates along one axis by whole repeats to where they are nearest to the
+// first corner's.
+void TakeShortWay(float first, float& second, float& third);
 
 struct Image {
     uint32_t width, height;
@@ -76,7 +90,9 @@ class Reference {
     Reference(uint32_t width, uint32_t height, uint32_t background, const ChipTraits& traits = {});
     // Over a picture.
     explicit Reference(const Image& background, const ChipTraits& traits = {});
-    void Draw(const Triangle3& triangle);
+    // `apron`: so many pixels around it are drawn too, with what would be there if it went on;
+    // below 0: so many along its edges are left out.
+    void Draw(const Triangle3& triangle, double apron = 0);
 
     // Samples across a pixel, each way: edges that pass between two pixel centres are seen too.
     static constexpr uint32_t kScale = 3;
@@ -111,8 +127,10 @@ struct Verdict {
 };
 
 // Every pixel lies, channel by channel, within `tolerance` of colours that the reference shows
-// there or one pixel away: edges may sit one pixel off, colours may not.
-Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, double tolerance);
+// there or one pixel away: edges may sit one pixel off, colours may not. The colours of `others`
+// are as good: the same with aprons.
+Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, double tolerance,
+                              std::initializer_list<const Reference*> others = {});
 
 // Pixels whose whole 5 x 5 neighbourhood is of the same layers (no edge near) are within
 // `tolerance` of the reference's own value.

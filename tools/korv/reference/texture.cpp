@@ -46,7 +46,10 @@ Texel Texture::At(uint32_t x, uint32_t y) const {
 
 std::shared_ptr<Texture> MakeTexture(uint32_t width, uint32_t height, const DDPIXELFORMAT& format,
                                      const std::function<uint32_t(uint32_t, uint32_t)>& colour) {
-    auto texture = std::make_shared<Texture>(Texture{width, height, format, {}, {}, {}});
+    auto texture = std::make_shared<Texture>();
+    texture->width = width;
+    texture->height = height;
+    texture->format = format;
     for (uint32_t y = 0; y < height; ++y) {
         for (uint32_t x = 0; x < width; ++x) {
             if (!Indexed(format)) {

@@ -20,11 +20,15 @@ struct Texture {
     std::vector<uint32_t> raw;         // row by row
     std::vector<uint32_t> palette;     // of an indexed format: D3DCOLOR
     std::optional<uint32_t> sourceKey; // raw value of texels that are not drawn
+    uint32_t keyBits = ~0u;            // of a raw value, those that the key is compared in
+    std::vector<std::shared_ptr<const Texture>> smaller; // levels from 1 up
 
     // The texel's colour: a channel of n bits counts in steps of 255 / (2^n - 1); opaque without
     // alpha.
     Texel At(uint32_t x, uint32_t y) const;
-    bool KeyedAt(uint32_t x, uint32_t y) const { return sourceKey == raw[y * width + x]; }
+    bool KeyedAt(uint32_t x, uint32_t y) const {
+        return sourceKey && ((*sourceKey ^ raw[y * width + x]) & keyBits) == 0;
+    }
 };
 
 // `colour(x, y)` is cut to what the format can hold. An indexed format gets a palette of the
