@@ -10,6 +10,7 @@ namespace {
 constexpr uint32_t kFormat8Bits = 3, kFormat16Bits = 4; // VSControl Format
 constexpr uint32_t kUnitBytes = 8;                      // of bases and stride
 constexpr uint32_t kBuffers = 3;
+constexpr uint64_t kMostFields = 4096; // that are taken in one move of the clock, an even number
 
 } // namespace
 
@@ -21,7 +22,7 @@ void VideoPort::Follow(VideoSource* source, uint64_t now) {
         return;
     }
     signal_ = source_->Signal();
-    line_ = now * signal_.fieldsPerSecond * signal_.linesPerField / Beam::kMicrosecondsPerSecond;
+    line_ = LineAt(now);
     nextLine_ = StartOf(++line_);
 }
 
@@ -31,16 +32,43 @@ void VideoPort::Resume(uint64_t now) {
     taking_ = taking_ && Register(reg::VSCurrentBuffer) < kBuffers;
 }
 
+uint64_t VideoPort::LinesPerSecond() const {
+    return uint64_t{signal_.fieldsPerSecond} * signal_.linesPerField;
+}
+
+uint64_t VideoPort::LineAt(uint64_t now) const {
+    const uint64_t seconds = now / Beam::kMicrosecondsPerSecond;
+    const uint64_t rest = now % Beam::kMicrosecondsPerSecond;
+    return seconds * LinesPerSecond() + rest * LinesPerSecond() / Beam::kMicrosecondsPerSecond;
+}
+
 uint64_t VideoPort::StartOf(uint64_t line) const {
-    const uint64_t linesPerSecond = uint64_t{signal_.fieldsPerSecond} * signal_.linesPerField;
-    return (line * Beam::kMicrosecondsPerSecond + linesPerSecond - 1) / linesPerSecond;
+    const uint64_t seconds = line / LinesPerSecond();
+    const uint64_t rest = line % LinesPerSecond();
+    return seconds * Beam::kMicrosecondsPerSecond +
+           (rest * Beam::kMicrosecondsPerSecond + LinesPerSecond() - 1) / LinesPerSecond();
 }
 
 void VideoPort::Run(uint64_t now) {
+    if (nextLine_ <= now) {
+        PassOver(LineAt(now));
+    }
     while (nextLine_ <= now) {
         End(line_ - 1);
         Begin(line_);
         nextLine_ = StartOf(++line_);
+    }
+}
+
+// Who moves the clock by years does not wait for each of their lines: those that nobody takes are
+// passed over, and of those that are taken as many that the same lines of fields of the same parity
+// come last.
+void VideoPort::PassOver(uint64_t last) {
+    const uint64_t most = kMostFields * signal_.linesPerField;
+    if (!Receives()) {
+        line_ = std::max(line_, last);
+    } else if (last > line_ + most) {
+        line_ += (last - line_) / most * most;
     }
 }
 

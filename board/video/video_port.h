@@ -52,7 +52,10 @@ class VideoPort {
 
   private:
     void Follow(VideoSource* source, uint64_t now);
+    uint64_t LinesPerSecond() const;
+    uint64_t LineAt(uint64_t now) const;   // the last that begins at `now`, or before
     uint64_t StartOf(uint64_t line) const; // microseconds
+    void PassOver(uint64_t last);
     uint32_t Register(uint32_t offset) const { return registers_.Aperture(offset); }
     bool On(const Field& field) const { return registers_.Get(field) != 0; }
     bool Receives() const;

@@ -337,6 +337,34 @@ TEST(VideoPort, AFieldInOneStepIsTheSameAsInMany) {
     EXPECT_EQ(r.source.lines, s.source.lines);
 }
 
+// 300 years of 2,000 lines a second.
+constexpr uint64_t kYears = 300ull * 365 * 24 * 3600 * 1000000;
+
+TEST(VideoPort, YearsPassWhileNobodyTakesALine) {
+    PortRig r;
+    r.GoTo(kYears + 3 * kLineTime);
+    EXPECT_EQ(r.source.lines, 0);
+    r.Stream(0);
+    r.GoTo(kYears + 2 * kFieldTime);
+    r.Expect(0x1000, 16, 8,
+             [](uint32_t x, uint32_t y) { return Pixel(kYears / kFieldTime + 1, 4 + y, 4 + x); });
+}
+
+TEST(VideoPort, OfYearsOfFieldsTheLastOnesAreTaken) {
+    PortRig r;
+    r.Stream(0x800);
+    r.GoTo(kYears + 7 * kLineTime);
+    EXPECT_EQ(r.Get(reg::VSCurrentLine), 7u);
+    // A field of each parity lies in the buffer, and the first lines of a third.
+    constexpr uint64_t kField = kYears / kFieldTime;
+    for (uint32_t line = 4; line < 12; ++line) {
+        const uint64_t even = line < 7 ? kField : kField - 2;
+        EXPECT_EQ(r.At(0x1000 + (line - 4) * 128), Pixel(even, line, 4)) << line;
+        EXPECT_EQ(r.At(0x1000 + (line - 4) * 128 + 64), Pixel(kField - 1, line, 4)) << line;
+    }
+    EXPECT_LT(r.source.lines, 3 * 4096 * 20);
+}
+
 TEST(VideoPort, ABufferOutsideTheMemoryIsAFault) {
     PortRig r;
     r.Set(reg::VSBufferBase0, ((1u << 20) - 4 * 64) / 8);

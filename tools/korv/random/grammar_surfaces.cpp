@@ -114,7 +114,10 @@ const MadeSurface& Grammar::MakeSurfaceOf(Kind kind, size_t display, bool inVide
     switch (kind) {
     case Kind::Texture: {
         made.shape = {8u << dice_.From(0, 3), 8u << dice_.From(0, 3), dice_.Of(kTexels)};
-        while (!IsListed(on, made.shape.format)) {
+        // A palette of 256 in AGP memory is looked for elsewhere
+        // (driver/texture/lut_download.cpp, P2LUTDownload), and a context that comes back takes its
+        // last one from where its present texture lies.
+        while (!IsListed(on, made.shape.format) || (on.agp && made.shape.format == "pal8")) {
             made.shape.format = dice_.Of(kTexels);
         }
         if (dice_.Chance(30)) {
@@ -133,10 +136,7 @@ const MadeSurface& Grammar::MakeSurfaceOf(Kind kind, size_t display, bool inVide
             made.shape = other->shape;
             made.system = !inVideo && !other->system;
         }
-        // A palette of 256 in AGP memory is looked for elsewhere
-        // (driver/texture/lut_download.cpp, P2LUTDownload).
-        made.agp =
-            made.agp && !made.system && made.shape.levels == 1 && made.shape.format != "pal8";
+        made.agp = made.agp && !made.system && made.shape.levels == 1;
         break;
     }
     case Kind::Depth: {

@@ -378,27 +378,33 @@ Verdict CompareInteriors(const Image& picture, const Reference& reference, doubl
     Verdict verdict;
     constexpr uint32_t kScale = Reference::kScale;
     const uint32_t width = reference.Width(), height = reference.Height();
-    // Pixels whose own samples are all of the same layers.
-    std::vector<bool> even(size_t(width) * height);
+    // The layers of each pixel, and the pixels whose samples, and those of two on either side in
+    // the row, are all of them.
+    std::vector<uint64_t> layers(size_t(width) * height);
+    std::vector<uint8_t> alike(layers.size());
     for (uint32_t y = 0; y < height; ++y) {
+        uint32_t run = 0;
         for (uint32_t x = 0; x < width; ++x) {
-            bool same = true;
+            const size_t pixel = size_t(y) * width + x;
+            layers[pixel] = reference.LayersOf(x * kScale, y * kScale);
+            bool even = true;
             for (uint32_t i = 1; i < kScale * kScale; ++i) {
-                same &= reference.LayersOf(x * kScale + i % kScale, y * kScale + i / kScale) ==
-                        reference.LayersOf(x * kScale, y * kScale);
+                even &= reference.LayersOf(x * kScale + i % kScale, y * kScale + i / kScale) ==
+                        layers[pixel];
             }
-            even[size_t(y) * width + x] = same;
+            const bool goesOn = run != 0 && layers[pixel] == layers[pixel - 1];
+            run = !even ? 0 : goesOn ? run + 1 : 1;
+            if (run >= 5) {
+                alike[pixel - 2] = 1;
+            }
         }
     }
     for (uint32_t y = 2; y + 2 < height; ++y) {
         for (uint32_t x = 2; x + 2 < width; ++x) {
-            const uint64_t layers = reference.LayersOf(x * kScale, y * kScale);
+            const size_t pixel = size_t(y) * width + x;
             bool inside = true;
-            for (uint32_t ny = y - 2; inside && ny < y + 3; ++ny) {
-                for (uint32_t nx = x - 2; inside && nx < x + 3; ++nx) {
-                    inside = even[size_t(ny) * width + nx] &&
-                             reference.LayersOf(nx * kScale, ny * kScale) == layers;
-                }
+            for (size_t near = pixel - 2 * width; near <= pixel + 2 * width; near += width) {
+                inside &= alike[near] != 0 && layers[near] == layers[pixel];
             }
             if (!inside) {
                 continue;
