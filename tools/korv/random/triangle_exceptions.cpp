@@ -79,16 +79,14 @@ constexpr TriangleException kTriangleExceptions[] = {
                 drawn.state.texture->format.dwRGBAlphaBitMask != 0;
      }},
     {"a texture of the display's own format has no record of it, and Permedias take its key for "
-     "one of "
-     "5:6:5 (driver/texture/textures_bind.cpp, PutColourKey)",
+     "one of 5:6:5 (driver/texture/textures_bind.cpp, PutColourKey)",
      [](const TriangleCase& drawn) {
          return IsKeyed(drawn) && IsPermedia(drawn.display) && drawn.bits == 16 &&
                 drawn.state.texture->format.dwRBitMask == 0x7C00 &&
                 (drawn.state.texture->keyBits & 0x8000) == 0;
      }},
     {"MX leaves keyed texels out by blending with an alpha of 0 and 255, which only stands in a "
-     "decal "
-     "that is not blended otherwise (driver/texture/textures_bind_glint.cpp, SendKeyOn)",
+     "decal that is not blended otherwise (driver/texture/textures_bind_glint.cpp, SendKeyOn)",
      [](const TriangleCase& drawn) {
          return IsKeyed(drawn) && drawn.display.deviceId == DeviceMX &&
                 (!IsDecal(drawn.state) || drawn.state.blend);
@@ -135,8 +133,7 @@ constexpr TriangleException kTriangleExceptions[] = {
                  drawn.state.texture->width != drawn.state.texture->height);
      }},
     {"MX is told no pitch of a level and takes rows one behind the other; DirectDraw lets each "
-     "begin "
-     "with a word",
+     "begin with a word",
      [](const TriangleCase& drawn) {
          if (!HasLevels(drawn) || drawn.traits.levels != Levels::Nearest) {
              return false;
