@@ -48,6 +48,17 @@ TEST(Depth, EachCompareCodeTestsNewAgainstStored) {
     }
 }
 
+TEST(Depth, WidthsThatTheBoardHasNotAreTold) {
+    for (const uint32_t code : {0u, 1u, 2u, 3u}) {
+        DepthRig r;
+        r.Send(tag::LBReadFormat, code);
+        r.Mode(7);
+        r.Rectangle(0, 0, 1, 1);
+        const auto told = r.board.FaultReport().unmodelled;
+        EXPECT_EQ(told.contains("depth width code " + std::to_string(code)), code % 2 == 1);
+    }
+}
+
 TEST(Depth, StoredValueIsWrittenOnlyWhenAllEnablesAllow) {
     constexpr uint32_t kDisableUpdate = 1u << 18;
     struct Case {
