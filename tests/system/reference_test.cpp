@@ -248,7 +248,7 @@ TEST(ReferenceComparison, AnApronShowsWhatTheTriangleWouldShowBesideItsEdges) {
     ExpectColour(narrow.At(18, 20), {128, 64, 32});
     // A black picture lacks the triangle; within two pixels of its edges that may be.
     const Verdict alone = CompareWithinOnePixel(picture, plain, 1);
-    const Verdict helped = CompareWithinOnePixel(picture, plain, 1, {&narrow});
+    const Verdict helped = CompareWithinOnePixel(picture, plain, 1, {&narrow, 1});
     EXPECT_GT(helped.bad, 0u);
     EXPECT_LT(helped.bad, alone.bad);
 }

@@ -329,9 +329,11 @@ void Note(Verdict& verdict, uint32_t x, uint32_t y, const uint8_t* seen, const C
 } // namespace
 
 Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, double tolerance,
-                              std::initializer_list<const Reference*> others) {
+                              std::span<const Reference> others) {
     std::vector<const Reference*> all{&reference};
-    all.insert(all.end(), others);
+    for (const Reference& other : others) {
+        all.push_back(&other);
+    }
     Verdict verdict;
     constexpr int kScale = Reference::kScale;
     const int width = int(reference.Width());

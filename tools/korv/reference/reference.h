@@ -6,8 +6,8 @@
 
 #include <array>
 #include <cstdint>
-#include <initializer_list>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -130,7 +130,7 @@ struct Verdict {
 // there or one pixel away: edges may sit one pixel off, colours may not. The colours of `others`
 // are as good: the same with aprons.
 Verdict CompareWithinOnePixel(const Image& picture, const Reference& reference, double tolerance,
-                              std::initializer_list<const Reference*> others = {});
+                              std::span<const Reference> others = {});
 
 // Pixels whose whole 5 x 5 neighbourhood is of the same layers (no edge near) are within
 // `tolerance` of the reference's own value.
