@@ -90,7 +90,9 @@ bool Grammar::Copy() {
     }
     // From memory of the host the driver claims plain copies alone (dwSVBCKeyCaps, dwSVBFXCaps).
     const bool effects = to->kind != Kind::Texture && !from->system && on.stretches && !on.slowFifo;
-    if (effects && dice_.Chance(25)) { // a stretch
+    // From the end, as onto itself, the stretch of MX steps to the row above its source
+    // (driver/blit/txblitfx.cpp, DrawStretch).
+    if (effects && dice_.Chance(25) && !(on.glint && from == to)) { // a stretch
         step["rect"] = RectIn(to->shape);
         step["fromRect"] = RectIn(from->shape);
     } else {
@@ -114,8 +116,7 @@ bool Grammar::Copy() {
         } else if (dice_.Chance(4)) {
             step["destKey"] = {low, low};
         }
-        // Upside down the stretch of MX steps to the row above its source, and from the first row
-        // to the last one of its map (driver/blit/txblitfx.cpp, DrawStretch).
+        // Upside down it does so too, and from the first row to the last one of its map.
         if (dice_.Chance(10) && !lost && !(on.glint && step.contains("sourceKey"))) {
             step[dice_.Chance(50) ? "mirrorLeftRight" : "mirrorUpDown"] = true;
         }
