@@ -162,11 +162,18 @@ TEST_F(SetUpScripts, TestBuildsBothSidesElsewhere) {
         << result.text;
 }
 
-TEST_F(SetUpScripts, AllMeansTheConversionsInBothFloatingPointBuildsToo) {
+TEST_F(SetUpScripts, AllMeansAMillionTrianglesAndTheConversionsInBothFloatingPointBuildsToo) {
     Stand("dpkg-query", "echo 'install ok installed'");
     Stand("ctest", "echo \"ctest $*\" >>\"$LOG\"");
     const std::string builds = folder_ / "b";
-    std::string expected;
+    for (const std::string preset : {"hosted", "hosted-asan"}) {
+        fs::create_directories(builds + "/" + preset + "/tests");
+        const std::string path = builds + "/" + preset + "/tests/test_loader";
+        std::ofstream(path)
+            << "#!/usr/bin/env bash\necho \"$KORV_MEMBER_TRIANGLES $*\" >>\"$LOG\"\n";
+        fs::permissions(path, fs::perms::owner_all);
+    }
+    std::string expected = "1000000 --gtest_filter=AllMembers/*\n";
     for (const std::string preset : {"hosted", "hosted-x87"}) {
         fs::create_directories(builds + "/" + preset + "/tests");
         const std::string path = builds + "/" + preset + "/tests/exhaustive_conversions";
