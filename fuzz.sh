@@ -107,12 +107,13 @@ fuzz() {
   mkdir -p "$work/corpus/$target" "$work/finds/$target"
   known=$(ls "$work/finds/$target")
   echo "$target: $minutes minutes, finds go to $work/finds/$target"
+  local TIMEFORMAT='%U %S'
   # It goes on behind a find, in a process of its own.
   # shellcheck disable=SC2046 # several folders
-  (cd "$work" && "$fuzzer" --target="$target" -fork=1 -ignore_crashes=1 -ignore_timeouts=1 -ignore_ooms=1 \
+  { time { (cd "$work" && "$fuzzer" --target="$target" -fork=1 -ignore_crashes=1 -ignore_timeouts=1 -ignore_ooms=1 \
     -max_total_time=$((minutes * 60)) -max_len="$(most_bytes "$target")" -timeout=60 -entropic=0 -report_slow_units=1000 -rss_limit_mb=2560 \
     -artifact_prefix="$work/finds/$target/" "$work/corpus/$target" "$root/tests/fuzz/corpus/$target" \
-    $(seeds "$target")) >"$log" 2>&1 || true
+    $(seeds "$target")) >"$log" 2>&1 || true; }; } 2>"$work/$target.time"
   for find in "$work/finds/$target"/*; do
     if [ -e "$find" ] && ! grep -qxF "$(basename "$find")" <<<"$known"; then
       minimise "$target" "$find"
@@ -123,8 +124,8 @@ fuzz() {
   executions=$(sed -nE 's/^#([0-9]+): cov: .*/\1/p' "$log" | tail -1)
   edges=$("$fuzzer" --target="$target" -runs=0 -max_len="$(most_bytes "$target")" "$work/corpus/$target" \
     "$root/tests/fuzz/corpus/$target" 2>&1 | sed -nE 's/^#[0-9]+\s+DONE\s+cov: ([0-9]+).*/\1/p')
-  echo "  ${executions:-0} executions, ${edges:-0} edges covered," \
-    "$(find "$work/corpus/$target" -type f | wc -l) inputs kept"
+  echo "  ${executions:-0} executions in $(awk '{printf "%.1f", ($1 + $2) / 60}' "$work/$target.time") minutes of" \
+    "processor time, ${edges:-0} edges covered, $(find "$work/corpus/$target" -type f | wc -l) inputs kept"
   [ ${#new[@]} -eq 0 ] && echo "  no finds" && return
   echo "  ${#new[@]} finds:"
   for find in "${new[@]}"; do

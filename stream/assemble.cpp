@@ -101,6 +101,7 @@ class Assembler::Statement {
         constexpr std::string_view kBlanks = " \t\r";
         constexpr std::string_view kMarks = "={},";
         std::vector<Token> tokens;
+        tokens.reserve(8); // most lines have fewer
         line = line.substr(0, line.find(';'));
         size_t at = line.find_first_not_of(kBlanks);
         while (at < line.size()) {
@@ -122,7 +123,7 @@ class Assembler::Statement {
     bool AtEnd() const { return at_ == tokens_.size(); }
     bool Sees(std::string_view mark) const { return !AtEnd() && tokens_[at_].text == mark; }
 
-    Token Next(const std::string& expected) {
+    Token Next(std::string_view expected) {
         if (AtEnd()) {
             Fail({{}, lineEnd_}, fmt::format("the line ends here: expected {}", expected));
         }
@@ -135,7 +136,7 @@ class Assembler::Statement {
         return sees;
     }
 
-    void Expect(std::string_view mark, const std::string& expected) {
+    void Expect(std::string_view mark, std::string_view expected) {
         const Token token = Next(expected);
         if (token.text != mark) {
             Fail(token, fmt::format("'{}': expected {}", token.text, expected));
@@ -149,7 +150,7 @@ class Assembler::Statement {
         }
     }
 
-    uint32_t Hex(const std::string& expected, uint32_t most) {
+    uint32_t Hex(std::string_view expected, uint32_t most) {
         const Token token = Next(expected);
         const auto value = HexOf(token.text);
         if (!value || *value > most) {

@@ -79,11 +79,14 @@ uint32_t MemoryChecksum(std::span<const uint8_t> memory) {
 }
 
 Checksums ChecksumsOf(board::Board& board) {
-    std::vector<uint8_t> registers;
-    registers.reserve(reg::MappedRegisters + 4096);
+    constexpr uint32_t kPlain = reg::MappedRegisters / 4,
+                       kMapped = (reg::ApertureBytes - reg::MappedRegisters) / 8;
+    std::vector<uint8_t> registers((kPlain + kMapped) * 4);
+    uint8_t* next = registers.data();
     const auto add = [&](uint32_t offset) {
         const auto bytes = WordBytes(board.RegisterAt(offset));
-        registers.insert(registers.end(), bytes.begin(), bytes.end());
+        std::memcpy(next, bytes.data(), bytes.size());
+        next += bytes.size();
     };
     for (uint32_t offset = 0; offset < reg::MappedRegisters; offset += 4) {
         add(offset);

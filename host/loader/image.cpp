@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <sys/mman.h>
 
@@ -53,6 +52,20 @@ uint32_t PagesOf(uint32_t bytes) {
     return (bytes + kPage - 1) & ~(kPage - 1);
 }
 
+// In large pieces: who compares linked driver and DLL loads the file again and again.
+std::vector<uint8_t> BytesOf(std::istream& in) {
+    constexpr size_t kPiece = size_t{1} << 16;
+    std::vector<uint8_t> bytes;
+    for (size_t got = kPiece; got == kPiece;) {
+        const size_t before = bytes.size();
+        bytes.resize(before + kPiece);
+        in.read(reinterpret_cast<char*>(bytes.data() + before), kPiece);
+        got = static_cast<size_t>(in.gcount());
+        bytes.resize(before + got);
+    }
+    return bytes;
+}
+
 } // namespace
 
 Image::Image(const std::string& path) : path_(path) {
@@ -60,8 +73,7 @@ Image::Image(const std::string& path) : path_(path) {
     if (!in) {
         Fail("cannot be opened");
     }
-    const std::vector<uint8_t> file((std::istreambuf_iterator<char>(in)), {});
-    ReadHeaders(file);
+    ReadHeaders(BytesOf(in));
 }
 
 Image::~Image() {

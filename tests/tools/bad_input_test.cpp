@@ -254,6 +254,8 @@ const Row kRender[] = {
      "cannot read '@/cut.png': the PNG is damaged or cut short, expected a whole one"},
     {"render @/square.obj --chip permedia -o @/new.png --texture @/far.png", 2,
      "cannot read '@/far.png': the PNG is damaged or cut short, expected a whole one"},
+    {"render @/square.obj --chip permedia -o @/new.png --texture @/vast.png", 2,
+     "cannot read '@/vast.png': the image is too large"},
     {"render @/square.obj --chip permedia -o @/new.png --texture @/odd.png", 2,
      "a texture of 6x4 texels: expected sides that are powers of two, up to 2048"},
     {"render @/square.obj --chip permedia -o @/new.png --texture @/image.png --colorkey pink", 2,
@@ -323,6 +325,10 @@ class BadInput : public testing::Test {
         std::string far = ReadFile(folder_ / "image.png");
         far.insert(33, "\x7F\xFF\xFF\xF0tEXt", 8);
         folder_.Write("far.png", far);
+        // A header of 8,193 by 8,192 pixels, one column above what is read.
+        std::string vast = ReadFile(folder_ / "image.png");
+        vast.replace(16, 8, std::string("\0\0\x20\x01\0\0\x20\0", 8));
+        folder_.Write("vast.png", vast);
         folder_.Write("open.json", "{\n");
         folder_.Write("comma.json", "{\"a\": 1,\n}\n");
         folder_.Write("bytes.json", "\x1B");

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
@@ -36,39 +37,53 @@ const char* WhyNoPng(std::string_view bytes, std::string_view reason) {
                : "the PNG is damaged or cut short, expected a whole one";
 }
 
-// Whether all chunks up to the last one lie within `bytes`. The reader goes wherever a length
-// leads.
-bool HoldsItsChunks(std::string_view bytes) {
+// The chunks of `bytes` up to the last one, without those of pixels that hold none: the reader
+// copies them to nowhere. Nothing if one does not lie within `bytes`: the reader goes wherever a
+// length leads.
+std::optional<std::string> WholeChunks(std::string_view bytes) {
     constexpr size_t kSignature = 8, kLength = 4, kType = 4, kChecksum = 4;
+    std::string whole(bytes.substr(0, kSignature));
     for (size_t at = kSignature; at + kLength + kType + kChecksum <= bytes.size();) {
         size_t length = 0;
         for (size_t i = 0; i < kLength; ++i) {
             length = length << 8 | static_cast<uint8_t>(bytes[at + i]);
         }
-        if (bytes.substr(at + kLength, kType) == "IEND") {
-            return true;
+        const size_t bare = kLength + kType + kChecksum;
+        if (length > bytes.size() - at - bare) {
+            return std::nullopt;
         }
-        at += kLength + kType + kChecksum;
-        if (length > bytes.size() - at) {
-            return false;
+        const std::string_view chunk = bytes.substr(at, bare + length);
+        const std::string_view type = chunk.substr(kLength, kType);
+        if (length != 0 || type != "IDAT") {
+            whole += chunk;
         }
-        at += length;
+        if (type == "IEND") {
+            return whole;
+        }
+        at += chunk.size();
     }
-    return false;
+    return std::nullopt;
 }
 
 } // namespace
 
 host::Picture DecodePng(std::string_view bytes) {
     constexpr int kRgba = 4;
-    int width = 0, height = 0, channels = 0;
-    if (!HoldsItsChunks(bytes)) {
+    // Three copies of a picture's pixels are made on the way.
+    constexpr int64_t kMostPixels = int64_t{1} << 26;
+    const std::optional<std::string> whole = WholeChunks(bytes);
+    if (!whole) {
         throw UserError(WhyNoPng(bytes, "cut short"));
     }
+    const auto* const file = reinterpret_cast<const stbi_uc*>(whole->data());
+    const int length = static_cast<int>(whole->size());
+    int width = 0, height = 0, channels = 0;
+    if (stbi_info_from_memory(file, length, &width, &height, &channels) != 0 &&
+        int64_t{width} * height > kMostPixels) {
+        throw UserError(WhyNoPng(bytes, "too large"));
+    }
     const std::unique_ptr<stbi_uc, decltype(&stbi_image_free)> pixels(
-        stbi_load_from_memory(reinterpret_cast<const stbi_uc*>(bytes.data()),
-                              static_cast<int>(bytes.size()), &width, &height, &channels, kRgba),
-        &stbi_image_free);
+        stbi_load_from_memory(file, length, &width, &height, &channels, kRgba), &stbi_image_free);
     if (!pixels) {
         throw UserError(WhyNoPng(bytes, stbi_failure_reason()));
     }
