@@ -178,6 +178,7 @@ void LoadNearest(const TextureState& state, const TextureLevel& level, TexelRow&
     const auto pitch = static_cast<uint32_t>(level.pitch);
     for (int32_t i = 0; i < row.pixels; ++i) {
         row.texels[0][i] =
+            // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): rows go as far as pixels
             LoadTexel<kBits>(state.memory, base + RowPart<kBits, kPatched>(row.rows[0][i], pitch) +
                                                ColumnPart<kBits, kPatched>(row.columns[0][i]));
     }
@@ -190,6 +191,7 @@ void LoadCorners(const TextureState& state, const TextureLevel& level, TexelRow&
     for (int32_t i = 0; i < row.pixels; ++i) {
         const uint32_t left = ColumnPart<kBits, kPatched>(row.columns[0][i]);
         const uint32_t right = ColumnPart<kBits, kPatched>(row.columns[1][i]);
+        // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): columns go as far as pixels
         const uint32_t above = base + RowPart<kBits, kPatched>(row.rows[0][i], pitch);
         const uint32_t below = base + RowPart<kBits, kPatched>(row.rows[1][i], pitch);
         row.texels[0][i] = LoadTexel<kBits>(state.memory, above + left);

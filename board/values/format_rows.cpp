@@ -44,6 +44,8 @@ constexpr uint32_t CutAlpha(const PixelFormat& format, uint32_t colour) {
     return format.alpha.width != 0 ? CutChannel(format.alpha, colour >> 24) : 0;
 }
 
+// The analyzer takes a format that is a template's argument for one without values.
+// NOLINTBEGIN(clang-analyzer-core.CallAndMessage)
 struct ExpandWay {
     template <typename Format>
     static void Row(Format form, int32_t pixels, const uint32_t* from, uint32_t* to) {
@@ -87,6 +89,7 @@ struct DitherWay {
             from);
     }
 };
+// NOLINTEND(clang-analyzer-core.CallAndMessage)
 
 // A format that is known when this is compiled.
 template <PixelFormat kFormat>

@@ -34,6 +34,7 @@ KORV_INLINE ColourBytes BytesOf(const D3DCOLOR& colour) {
 // Channels of a vertex colour as they are sent; those that modulate a texture through gammaTable.
 template <bool kGamma>
 KORV_INLINE uint32_t Red(ColourBytes colour) {
+    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn): a byte of a whole word
     return kGamma ? gammaTable[colour[2]].red : colour[2];
 }
 template <bool kGamma>
