@@ -174,6 +174,23 @@ TEST_P(TextureFilter, PerspectiveDividesAtEveryPixel) {
     }
 }
 
+TEST(FetchTexel, MemoryBeginsAtItsFirstTexelAndEndsBehindItsLastOne) {
+    const std::vector<uint8_t> memory{0x11, 0x12, 0x13, 0x14, 0x21, 0x22, 0x23, 0x24};
+    board::TextureState state{};
+    state.memory = memory.data();
+    state.bytes = 8;
+    state.format.texelBits = 32;
+    const board::TextureLevel level{.base = 0, .pitch = 1, .logWidth = 0, .logHeight = 1};
+    uint64_t badReads = 0;
+    EXPECT_EQ(board::FetchTexel(state, level, 0, 0, badReads), 0x14131211u);
+    EXPECT_EQ(board::FetchTexel(state, level, 0, 1, badReads), 0x24232221u);
+    EXPECT_EQ(badReads, 0u);
+    EXPECT_EQ(board::FetchTexel(state, level, 0, -1, badReads), 0u);
+    EXPECT_EQ(badReads, 1u);
+    EXPECT_EQ(board::FetchTexel(state, level, 0, 2, badReads), 0u);
+    EXPECT_EQ(badReads, 2u);
+}
+
 TEST(TextureFilterPerspective, QOfZeroOrLessDrawsWithoutHarm) {
     rig::TextureRig r;
     r.Bind32(3, 3, rig::kWrapRepeat, false);
