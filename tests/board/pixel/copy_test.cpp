@@ -99,19 +99,6 @@ TEST(Copy, RectanglesArriveAtEveryDepthOnEveryChip) {
     RandomCopies<uint32_t>(board::Chip::Permedia, 0);
 }
 
-TEST(Copy, OneThatTheChipCannotDoLeavesThePixelsAlone) {
-    // Without a texture unit nothing reads texels of the frame buffer.
-    rig::Rig r(TinyConfig(board::Chip::SX));
-    SetDepth<uint32_t>(r, board::Chip::SX);
-    const auto before = Fill<uint32_t>(r, 7);
-    r.Send({{tag::FBReadMode, rig::kPitch128 | kReadSource | field::FBReadMode_ReadTexels.Mask()},
-            {tag::FBSourceOffset, 640}});
-    r.Rectangle(0, 0, 8, 4);
-    EXPECT_EQ(
-        std::memcmp(before.data(), r.board.FrameBuffer().data(), r.board.FrameBuffer().size()), 0);
-    EXPECT_NE(r.board.FaultReport().Describe().find("texture unit"), std::string::npos);
-}
-
 TEST(Copy, ForwardOverlapSmearsAndBackwardDoesNot) {
     for (const bool forward : {true, false}) {
         rig::Rig r(TinyConfig(board::Chip::MX));

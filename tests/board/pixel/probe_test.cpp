@@ -353,4 +353,21 @@ TEST(PixelProbe, PixelsOfLinesAreDrawnAndTold) {
     EXPECT_EQ(r.Pixel(13, 5), 0u);
 }
 
+TEST(PixelProbe, ACopyThatTheChipCannotDoWritesNoColour) {
+    // Without a texture unit nothing reads texels of the frame buffer.
+    rig::Rig r(rig::SmallConfig(board::Chip::SX));
+    KeptProbe probe;
+    r.Send(
+        {{tag::FBReadMode, rig::kPitch64 | rig::kReadSource | field::FBReadMode_ReadTexels.Mask()},
+         {tag::FBWriteMode, 1},
+         {tag::FBSourceOffset, 640}});
+    r.board.SetProbe(&probe);
+    r.Rectangle(0, 0, 8, 4);
+    EXPECT_NE(r.board.FaultReport().Describe().find("texture unit"), std::string::npos);
+    for (const PixelReport& pixel : probe.pixels) {
+        EXPECT_FALSE(pixel.colour.written);
+    }
+    r.board.SetProbe(nullptr);
+}
+
 } // namespace

@@ -2,24 +2,37 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace {
 
-TEST(RegisterFile, EveryWordOfTheApertureIsItsOwn) {
+TEST(RegisterFile, APrimitiveFindsTheApertureAsItWasWhenItBegan) {
+    std::vector<uint32_t> offsets;
+    for (uint32_t offset = 0; offset < reg::MappedRegisters; offset += 4) {
+        if (board::RegisterFile::HasAperture(offset)) {
+            offsets.push_back(offset);
+        }
+    }
+    ASSERT_GT(offsets.size(), 1u);
     board::RegisterFile registers;
-    const auto wordOf = [](uint32_t offset) { return 0x01000193 * (offset + 1); };
-    uint32_t count = 0;
-    for (uint32_t offset = 0; offset < reg::MappedRegisters; offset += 4) {
-        if (board::RegisterFile::HasAperture(offset)) {
-            registers.SetAperture(offset, wordOf(offset));
-            ++count;
+    const auto set = [&](uint32_t of) {
+        for (const uint32_t offset : offsets) {
+            registers.SetAperture(offset, of + offset);
         }
-    }
-    EXPECT_GT(count, 0u);
-    for (uint32_t offset = 0; offset < reg::MappedRegisters; offset += 4) {
-        if (board::RegisterFile::HasAperture(offset)) {
-            EXPECT_EQ(registers.Aperture(offset), wordOf(offset)) << offset;
+    };
+    const auto expect = [&](uint32_t of) {
+        for (const uint32_t offset : offsets) {
+            EXPECT_EQ(registers.Aperture(offset), of + offset) << offset;
         }
-    }
+    };
+    set(0x10000);
+    registers.BeginPrimitive();
+    set(0x20000);
+    set(0x30000);
+    registers.ExchangePrimitive();
+    expect(0x10000);
+    registers.ExchangePrimitive();
+    expect(0x30000);
 }
 
 } // namespace
