@@ -124,7 +124,7 @@ fuzz() {
   executions=$(sed -nE 's/^#([0-9]+): cov: .*/\1/p' "$log" | tail -1)
   edges=$("$fuzzer" --target="$target" -runs=0 -max_len="$(most_bytes "$target")" "$work/corpus/$target" \
     "$root/tests/fuzz/corpus/$target" 2>&1 | sed -nE 's/^#[0-9]+\s+DONE\s+cov: ([0-9]+).*/\1/p')
-  echo "  ${executions:-0} executions in $(awk '{printf "%.1f", ($1 + $2) / 60}' "$work/$target.time") minutes of" \
+  echo "  ${executions:-0} executions in $(awk '{sum += $1 + $2} END {printf "%.1f", sum / 60}' "$work/$target.time") minutes of" \
     "processor time, ${edges:-0} edges covered, $(find "$work/corpus/$target" -type f | wc -l) inputs kept"
   [ ${#new[@]} -eq 0 ] && echo "  no finds" && return
   echo "  ${#new[@]} finds:"

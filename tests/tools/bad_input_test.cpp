@@ -255,7 +255,7 @@ const Row kRender[] = {
     {"render @/square.obj --chip permedia -o @/new.png --texture @/far.png", 2,
      "cannot read '@/far.png': the PNG is damaged or cut short, expected a whole one"},
     {"render @/square.obj --chip permedia -o @/new.png --texture @/vast.png", 2,
-     "cannot read '@/vast.png': the image is too large"},
+     "cannot read '@/vast.png': the image is too large, expected at most 67,108,864 pixels"},
     {"render @/square.obj --chip permedia -o @/new.png --texture @/odd.png", 2,
      "a texture of 6x4 texels: expected sides that are powers of two, up to 2048"},
     {"render @/square.obj --chip permedia -o @/new.png --texture @/image.png --colorkey pink", 2,

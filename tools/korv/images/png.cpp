@@ -33,7 +33,7 @@ const char* WhyNoPng(std::string_view bytes, std::string_view reason) {
         return "unknown image type, expected a PNG";
     }
     return reason == "too large" || reason == "outofmem"
-               ? "the image is too large"
+               ? "the image is too large, expected at most 67,108,864 pixels"
                : "the PNG is damaged or cut short, expected a whole one";
 }
 
@@ -41,18 +41,18 @@ const char* WhyNoPng(std::string_view bytes, std::string_view reason) {
 // copies them to nowhere. Nothing if one does not lie within `bytes`: the reader goes wherever a
 // length leads.
 std::optional<std::string> WholeChunks(std::string_view bytes) {
-    constexpr size_t kSignature = 8, kLength = 4, kType = 4, kChecksum = 4;
+    constexpr size_t kSignature = 8, kLength = 4, kType = 4, kChecksum = 4,
+                     kBare = kLength + kType + kChecksum;
     std::string whole(bytes.substr(0, kSignature));
-    for (size_t at = kSignature; at + kLength + kType + kChecksum <= bytes.size();) {
+    for (size_t at = kSignature; at + kBare <= bytes.size();) {
         size_t length = 0;
         for (size_t i = 0; i < kLength; ++i) {
             length = length << 8 | static_cast<uint8_t>(bytes[at + i]);
         }
-        const size_t bare = kLength + kType + kChecksum;
-        if (length > bytes.size() - at - bare) {
+        if (length > bytes.size() - at - kBare) {
             return std::nullopt;
         }
-        const std::string_view chunk = bytes.substr(at, bare + length);
+        const std::string_view chunk = bytes.substr(at, kBare + length);
         const std::string_view type = chunk.substr(kLength, kType);
         if (length != 0 || type != "IDAT") {
             whole += chunk;
