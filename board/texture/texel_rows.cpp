@@ -202,13 +202,14 @@ void LoadCorners(const TextureState& state, const TextureLevel& level, TexelRow&
 }
 
 // Levels that change from pixel to pixel, and whether texels are mixed at all: one that is not has
-// weights of 0, which leave the upper left corner as it is.
+// weights of 0, which leave the upper left corner as it is. No map of a chip that has patches is
+// drawn so.
 struct PixelLevel {
     uint32_t level;
     bool linear;
 };
 
-template <int kBits, bool kPatched, typename LevelOf>
+template <int kBits, typename LevelOf>
 void LoadMixed(const TextureState& state, LevelOf levelOf, TexelRow& row) {
     const TextureLevel& top = state.levels[0];
     for (int32_t i = 0; i < row.pixels; ++i) {
@@ -220,16 +221,14 @@ void LoadMixed(const TextureState& state, LevelOf levelOf, TexelRow& row) {
         const int32_t v =
             (static_cast<int32_t>(row.v[i]) >> (top.logHeight - level.logHeight)) - shift;
         const auto column = [&](int32_t ahead) {
-            return ColumnPart<kBits, kPatched>(
-                WrapWord(state.wrapS, (u >> kTexelFractionBits) + ahead, level.logWidth));
+            return WrapWord(state.wrapS, (u >> kTexelFractionBits) + ahead, level.logWidth);
         };
         const auto base = static_cast<uint32_t>(level.base);
         const auto pitch = static_cast<uint32_t>(level.pitch);
         const auto line = [&](int32_t ahead) {
-            return base +
-                   RowPart<kBits, kPatched>(
-                       WrapWord(state.wrapT, (v >> kTexelFractionBits) + ahead, level.logHeight),
-                       pitch);
+            const uint32_t y =
+                WrapWord(state.wrapT, (v >> kTexelFractionBits) + ahead, level.logHeight);
+            return base + y * pitch;
         };
         const uint32_t left = column(0);
         const uint32_t above = line(0);
@@ -255,28 +254,33 @@ void LoadMixed(const TextureState& state, LevelOf levelOf, TexelRow& row) {
     }
 }
 
+// Calls load.operator()<bits>() for the size of the state's texels.
+template <typename Load>
+void ByTexelBits(const TextureState& state, Load&& load) {
+    switch (state.format.texelBits) {
+    case 4:
+        return load.template operator()<4>();
+    case 8:
+        return load.template operator()<8>();
+    case 16:
+        return load.template operator()<16>();
+    case 24:
+        return load.template operator()<24>();
+    default:
+        return load.template operator()<32>();
+    }
+}
+
 // Calls load.operator()<bits, patched>() for the layout of the state's map.
 template <typename Load>
 void ByLayout(const TextureState& state, Load&& load) {
-    const auto ofBits = [&]<int kBits>() {
+    ByTexelBits(state, [&]<int kBits>() {
         if (state.patched) {
             load.template operator()<kBits, true>();
         } else {
             load.template operator()<kBits, false>();
         }
-    };
-    switch (state.format.texelBits) {
-    case 4:
-        return ofBits.template operator()<4>();
-    case 8:
-        return ofBits.template operator()<8>();
-    case 16:
-        return ofBits.template operator()<16>();
-    case 24:
-        return ofBits.template operator()<24>();
-    default:
-        return ofBits.template operator()<32>();
-    }
+    });
 }
 
 // --- colours ---
@@ -367,8 +371,7 @@ void SampleUniform(const TexelPlan& plan, const TextureState& state, bool linear
 template <typename LevelOf>
 void SampleMixed(const TexelPlan& plan, const TextureState& state, LevelOf levelOf, TexelRow& row,
                  uint32_t* to) {
-    ByLayout(state,
-             [&]<int kBits, bool kPatched>() { LoadMixed<kBits, kPatched>(state, levelOf, row); });
+    ByTexelBits(state, [&]<int kBits>() { LoadMixed<kBits>(state, levelOf, row); });
     const bool mixes = state.magLinear || MixesTexels(state.minFilter);
     for (int corner = 0; corner < (mixes ? kCorners : 1); ++corner) {
         ExpandTexels(plan, state, row.pixels, row.texels[corner]);

@@ -199,4 +199,24 @@ TEST(TexelFormat, FormatsThatAreNotModelledAreCounted) {
     EXPECT_EQ(r.board.FaultReport().unmodelled, expected);
 }
 
+TEST(TexelFormat, GlintFormatsThatAreNotModelledAreCountedAndDrawnAsBytes) {
+    for (const board::Chip chip : {board::Chip::TX, board::Chip::MX}) {
+        rig::TextureRig r(chip);
+        r.Bind32(5, 3, rig::kWrapClamp, false);
+        constexpr uint32_t kTwoBits = 1;
+        r.Send({{tag::TextureFormat, 2 << 3},
+                {tag::GlintTextureReadMode, 1 | 5 << 1 | 3 << 5 | kTwoBits << 9}});
+        for (uint32_t i = 0; i < 32; ++i) {
+            PutTexel(r, i, 8, 3 * i + 1);
+        }
+        r.DrawMap(32, 1);
+        for (uint32_t i = 0; i < 32; ++i) {
+            const uint32_t index = 3 * i + 1;
+            ASSERT_EQ(r.Pixel(static_cast<int>(i), 0), rig::Rgba(index, index, index, 255));
+        }
+        const std::map<std::string, uint64_t> expected = {{"texel format 1/2", 1}};
+        EXPECT_EQ(r.board.FaultReport().unmodelled, expected);
+    }
+}
+
 } // namespace
