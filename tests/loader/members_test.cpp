@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -347,6 +348,177 @@ TEST_P(DllMembers, MakeTheWordsOfTheLinkedDriver) {
 
 INSTANTIATE_TEST_SUITE_P(AllMembers, DllMembers, testing::ValuesIn(kMembers),
                          [](const auto& info) { return std::string(info.param.name); });
+
+float Power(MemberDice& dice, int lowest, int highest) {
+    return std::ldexp(1.0f + dice.Unit(),
+                      lowest + static_cast<int>(dice.Below(highest - lowest + 1)));
+}
+
+D3DTLVERTEX UsualVertex(MemberDice& dice) {
+    D3DTLVERTEX v{};
+    v.sx = dice.Unit() * 300.0f;
+    v.sy = dice.Unit() * 300.0f;
+    v.sz = dice.Unit();
+    v.rhw = 1.0f;
+    v.color = dice.Word();
+    v.specular = dice.Word();
+    v.tu = dice.Unit();
+    v.tv = dice.Unit();
+    return v;
+}
+
+float EitherSign(MemberDice& dice, float x) {
+    return dice.Below(2) == 0 ? x : -x;
+}
+
+void CullNothing(D3DContext& ctx) {
+    ctx.CullMode = D3DCULL_NONE;
+    ctx.CullSignA = ctx.CullSignB = 0;
+}
+
+void CullOneSide(MemberDice& dice, D3DContext& ctx) {
+    ctx.CullMode = D3DCULL_CW + dice.Below(2);
+    ctx.CullSignA = 0x80000000;
+    ctx.CullSignB = ctx.CullMode == D3DCULL_CW ? 0x80000000 : 0;
+}
+
+// In half of all triangles two vertices lie in one row.
+void LevelAnEdge(MemberDice& dice, std::vector<D3DTLVERTEX>& vertices) {
+    if (dice.Below(2) == 0) {
+        const uint32_t first = dice.Below(3);
+        vertices[first].sy = vertices[(first + 1) % 3].sy;
+    }
+}
+
+// Triangles that `roll` makes of usual ones, by both drivers.
+class DllExtremes : public testing::Test {
+  protected:
+    template <typename Take, typename Roll>
+    void Compare(Take&& takes, Roll&& roll) {
+        for (const Member& member : kMembers) {
+            const Renderer dll = OfTheDll(member.draw);
+            if (dll == nullptr || member.primitive != Primitive::Triangle || !takes(member)) {
+                continue;
+            }
+            SCOPED_TRACE(member.name);
+            MemberDice dice(5);
+            auto rig = std::make_unique<MemberRig>();
+            for (int sample = 0; sample < 200; ++sample) {
+                rig->RollState(dice, member);
+                std::vector<D3DTLVERTEX> vertices = {UsualVertex(dice), UsualVertex(dice),
+                                                     UsualVertex(dice)};
+                roll(dice, *rig, vertices);
+                const std::vector<D3DTRIANGLE> record = {{0, 1, 2, 0x700}};
+                const Words linked =
+                    rig->Draw(member.draw, vertices, record, sizeof(D3DTRIANGLE), 1);
+                Words other;
+                {
+                    const host::DriverCall call;
+                    other = rig->Draw(dll, vertices, record, sizeof(D3DTRIANGLE), 1);
+                }
+                ASSERT_EQ(FirstDifference(linked, other), "") << "sample " << sample;
+                longest_ = std::max(longest_, linked.size());
+                drawn_ += linked.size() > 4;
+                dropped_ += linked.size() <= 4;
+            }
+        }
+    }
+
+    size_t longest_ = 0;
+    uint32_t drawn_ = 0, dropped_ = 0;
+};
+
+// Both products of an area leave the range of singles, and their difference is a NaN, whose sign
+// drops a triangle or keeps it. In registers the difference would be a number of either sign.
+TEST_F(DllExtremes, AnAreaOfTwoInfinitiesIsTheSame) {
+    Compare([](const Member& member) { return member.setup != Setup::Host; },
+            [](MemberDice& dice, MemberRig& rig, std::vector<D3DTLVERTEX>& vertices) {
+                CullOneSide(dice, rig.ctx);
+                // 2^64 to 2^65 says nothing about a product.
+                const int highest = dice.Below(2) == 0 ? 64 : 70;
+                for (D3DTLVERTEX& v : vertices) {
+                    v.sx = EitherSign(dice, Power(dice, 64, highest));
+                    v.sy = EitherSign(dice, Power(dice, 64, highest));
+                }
+            });
+    EXPECT_GT(drawn_, dropped_ / 2);
+    EXPECT_GT(dropped_, drawn_ / 2);
+}
+
+// The distance of two vertices is infinite, and so is its product with a tiny one. In registers it
+// would be a number, and the other product could decide.
+TEST_F(DllExtremes, AnAreaOfAnInfiniteDistanceIsTheSame) {
+    Compare([](const Member&) { return true; },
+            [](MemberDice& dice, MemberRig& rig, std::vector<D3DTLVERTEX>& vertices) {
+                CullOneSide(dice, rig.ctx);
+                const bool upright = rig.ctx.UseDelta == 0 || dice.Below(2) == 0;
+                // Of a row that is a power of two the low bits look like the first row's.
+                const float odd = dice.Below(2) == 0 ? 0.0f : 0.99f * dice.Unit();
+                const float end = EitherSign(dice, std::ldexp(1.0f + odd, 127));
+                // Like X of 2.0 to 2^17, by most bits.
+                const bool tiniest = dice.Below(2) == 0;
+                const uint32_t farthest = dice.Below(3);
+                for (uint32_t i = 0; i < 3; ++i) {
+                    D3DTLVERTEX& v = vertices[i];
+                    const float far = i == farthest ? end : -end;
+                    const float near = tiniest ? Power(dice, -115, -113) : Power(dice, -100, -80);
+                    v.sx = upright ? near : far;
+                    v.sy = upright ? far : near;
+                }
+                vertices[(farthest + 1) % 3].sy *= dice.Below(2) == 0 ? 0.0f : dice.Unit();
+            });
+    EXPECT_GT(drawn_, 0u);
+    EXPECT_GT(dropped_, 0u);
+}
+
+// A negative Q lies so far out that its product with a coordinate is infinite. In registers it
+// would be a number: another product could decide a slope's sign, and 0 times it would be no NaN.
+TEST_F(DllExtremes, AnInfiniteProductOfANegativeQIsTheSame) {
+    Compare([](const Member& member) { return member.setup == Setup::Host; },
+            [](MemberDice& dice, MemberRig& rig, std::vector<D3DTLVERTEX>& vertices) {
+                CullNothing(rig.ctx);
+                const uint32_t first = dice.Below(3), count = 1 + dice.Below(2);
+                for (uint32_t i = 0; i < 3; ++i) {
+                    D3DTLVERTEX& v = vertices[i];
+                    v.tu = Power(dice, -3, 0);
+                    v.tv = Power(dice, -3, 0);
+                    v.rhw = (i + 3 - first) % 3 < count ? -Power(dice, 126, 127) : 1.0f;
+                }
+                LevelAnEdge(dice, vertices);
+            });
+    EXPECT_EQ(dropped_, 0u);
+}
+
+// The same of a texture's coordinate and the texture's size.
+TEST_F(DllExtremes, AnInfiniteCoordinateOfATexelIsTheSame) {
+    Compare([](const Member& member) { return member.setup == Setup::Host; },
+            [](MemberDice& dice, MemberRig& rig, std::vector<D3DTLVERTEX>& vertices) {
+                CullNothing(rig.ctx);
+                const uint32_t first = dice.Below(3), count = 1 + dice.Below(2);
+                for (uint32_t i = 0; i < count; ++i) {
+                    D3DTLVERTEX& v = vertices[(first + i) % 3];
+                    (dice.Below(2) == 0 ? v.tu : v.tv) = EitherSign(dice, Power(dice, 117, 127));
+                }
+                LevelAnEdge(dice, vertices);
+            });
+    EXPECT_EQ(dropped_, 0u);
+}
+
+// The distance of two vertices on the texture is infinite, and so is the area that chooses a level.
+// In registers it would be a usual number.
+TEST_F(DllExtremes, AnInfiniteAreaOfTexelsIsTheSame) {
+    Compare([](const Member& member) { return member.mipMapped; },
+            [](MemberDice& dice, MemberRig& rig, std::vector<D3DTLVERTEX>& vertices) {
+                CullNothing(rig.ctx);
+                const float end = EitherSign(dice, Power(dice, 127, 127));
+                const uint32_t farthest = dice.Below(3);
+                for (uint32_t i = 0; i < 3; ++i) {
+                    vertices[i].tu = i == farthest ? end : -end;
+                    vertices[i].tv = Power(dice, -126, -110);
+                }
+            });
+    EXPECT_GT(drawn_, dropped_);
+}
 
 } // namespace
 } // namespace test
