@@ -5,14 +5,6 @@
 
 namespace host {
 
-namespace {
-
-RECT WholeOf(const Surface& surface) {
-    return {0, 0, static_cast<LONG>(surface.Width()), static_cast<LONG>(surface.Height())};
-}
-
-} // namespace
-
 HalAnswer DirectDraw::CallBlt(DDHAL_BLTDATA& data) {
     const LPDDHALSURFCB_BLT blt = display_.Driver()->SurfaceCallbacks.Blt;
     data.lpDD = &global_;
@@ -83,8 +75,7 @@ void DirectDraw::LoadTexture(Surface& texture, Surface& source) {
     for (size_t level = 0; level < levels; ++level) {
         Surface& to = level == 0 ? texture : *texture.chain_[level - 1];
         Surface& from = level == 0 ? source : *source.chain_[level - 1];
-        const HalAnswer answer =
-            Patiently([&] { return Blt(to, WholeOf(to), from, WholeOf(from)); });
+        const HalAnswer answer = Patiently([&] { return Blt(to, to.Whole(), from, from.Whole()); });
         Check("loading a texture", answer.handled ? answer.result : DDERR_UNSUPPORTED);
     }
 }

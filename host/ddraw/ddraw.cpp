@@ -109,6 +109,10 @@ void DirectDraw::ChangeMode(uint32_t width, uint32_t height, uint32_t bits) {
     }
 }
 
+std::span<const uint8_t> DirectDraw::AgpMemory() const {
+    return {reinterpret_cast<const uint8_t*>(agp_.Start()), agp_.Bytes()};
+}
+
 bool DirectDraw::EnableAgp(uint32_t bytes) {
     DDHAL_DDMISCELLANEOUSCALLBACKS misc{};
     uint32_t actual = 0;

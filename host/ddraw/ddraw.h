@@ -119,6 +119,8 @@ class DirectDraw {
     // Gives the machine `bytes` of AGP memory for textures, and tells the driver. False if the
     // driver takes none.
     bool EnableAgp(uint32_t bytes);
+    // That memory; empty while there is none.
+    std::span<const uint8_t> AgpMemory() const;
 
     // Changes the display's mode. Surfaces in video memory are given up and lost, and with another
     // number of bits a pixel those of the display's format in memory of the host, too; the primary

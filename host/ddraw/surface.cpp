@@ -2,6 +2,7 @@
 
 #include "host/ddraw/format.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace host {
@@ -61,6 +62,11 @@ void Surface::SetPixel(uint32_t x, uint32_t y, uint32_t value) {
         return;
     }
     std::memcpy(row + x * bits / 8, &value, bits / 8);
+}
+
+std::span<const uint8_t> Surface::SystemMemory() const {
+    return std::span(systemMemory_)
+        .first(systemMemory_.size() - std::min(systemMemory_.size(), kSlack));
 }
 
 bool Surface::FlipsWith(const Surface& other) const {

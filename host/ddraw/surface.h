@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace host {
@@ -27,6 +28,7 @@ class Surface {
     int32_t Pitch() const { return block_.global.lPitch; }    // bytes
     uint32_t Caps() const { return local_.ddsCaps.dwCaps; }
     // Own format, or the display's.
+    RECT Whole() const { return {0, 0, static_cast<LONG>(Width()), static_cast<LONG>(Height())}; }
     const DDPIXELFORMAT& Format() const;
     uint32_t Bits() const; // per pixel
 
@@ -48,6 +50,8 @@ class Surface {
     bool HasVideoMemory() const {
         return memory_ != Memory::System && memory_ != Memory::Agp && !Lost();
     }
+    // The bytes of a surface in memory of the host; empty for others.
+    std::span<const uint8_t> SystemMemory() const;
     // The surfaces of the chain behind this one: back buffers, or mip levels from 1 up.
     const std::vector<Surface*>& Chain() const { return chain_; }
     // The runtime flips between the two, which then swap their memory: they are of one chain, and
@@ -59,6 +63,9 @@ class Surface {
   private:
     friend class DirectDraw;
     Surface();
+
+    // A driver reads whole words, and so a little past the last line's end.
+    static constexpr size_t kSlack = 16; // bytes
 
     // Who gave the memory.
     enum class Memory { Driver, FrameBuffer, LocalBuffer, Agp, System, Primary };
@@ -79,7 +86,7 @@ class Surface {
     DDRAWI_DDRAWSURFACE_GBL_MORE globalMore_{};
     std::vector<std::unique_ptr<ATTACHLIST>> attached_, attachedFrom_;
     std::vector<Surface*> chain_;
-    std::vector<uint8_t> systemMemory_;
+    std::vector<uint8_t> systemMemory_; // and the slack
     Memory memory_ = Memory::Driver;
     Surface* chainRoot_ = nullptr; // of a surface that is not the first of its chain
 };

@@ -56,10 +56,8 @@ void DirectDraw::GiveSystemMemory(std::vector<std::unique_ptr<Surface>>& list) {
     for (const auto& surface : list) {
         DDRAWI_DDRAWSURFACE_GBL& global = surface->block_.global;
         surface->memory_ = Surface::Memory::System;
-        // A driver reads whole words, and so a little past the last line's end.
-        constexpr size_t kSlack = 16; // bytes
-        surface->systemMemory_.assign(static_cast<size_t>(global.lPitch) * global.wHeight + kSlack,
-                                      0);
+        surface->systemMemory_.assign(
+            static_cast<size_t>(global.lPitch) * global.wHeight + Surface::kSlack, 0);
         global.fpVidMem = AddressOf(surface->systemMemory_.data());
     }
 }

@@ -84,6 +84,21 @@ host::Surface& Player::SurfaceWithMemory(const std::string& name) {
     return surface;
 }
 
+host::Surface& Player::SurfaceWithPixels(const std::string& name) {
+    host::Surface& surface = SurfaceWithMemory(name);
+    const uint32_t bits = surface.Bits();
+    if (bits > 32) {
+        throw NotThereError(
+            fmt::format("surface '{}' has pixels of {} bits: expected at most 32", name, bits));
+    }
+    if (!HoldsPixels(surface, surface.Whole(), bits)) {
+        throw NotThereError(
+            fmt::format("surface '{}' is not all in memory: {} rows, {} bytes from one to the next",
+                        name, surface.Height(), surface.Pitch()));
+    }
+    return surface;
+}
+
 host::Surface& Player::SurfaceOn(const std::string& display, const std::string& name) {
     if (DisplayOf(name).name != display) {
         throw NotThereError(fmt::format("surface '{}' is not of display '{}'", name, display));
@@ -180,12 +195,11 @@ void* Player::Scratch(size_t bytes) {
     return scratch_.emplace_back(bytes).data();
 }
 
-std::vector<Player::NamedMemory> Player::NamedMemories() {
+std::vector<Player::NamedMemory> Player::Memories() {
     std::vector<NamedMemory> all;
     for (const auto& [name, one] : surfaces_) {
-        if (!one.surface->Lost()) {
-            all.push_back({fmt::format("surface '{}'", name), one.surface->Bytes(),
-                           size_t(one.surface->Pitch()) * one.surface->Height()});
+        if (const std::span<const uint8_t> bytes = one.surface->SystemMemory(); !bytes.empty()) {
+            all.push_back({fmt::format("surface '{}'", name), bytes.data(), bytes.size()});
         }
     }
     for (const auto& [name, words] : memory) {
@@ -196,11 +210,27 @@ std::vector<Player::NamedMemory> Player::NamedMemories() {
                        one.display->Board().FrameBuffer().size()});
         all.push_back({fmt::format("local buffer of '{}'", name), one.display->LocalBuffer(),
                        one.display->Board().LocalBuffer().size()});
+        if (one.directDraw && !one.directDraw->AgpMemory().empty()) {
+            const std::span<const uint8_t> agp = one.directDraw->AgpMemory();
+            all.push_back({fmt::format("AGP memory of '{}'", name), agp.data(), agp.size()});
+        }
         for (uint32_t i = 0; i < one.display->Config().dmaBufferCount; ++i) {
             all.push_back({fmt::format("DMA buffer {} of '{}'", i, name), one.display->DmaBuffer(i),
                            one.display->Config().dmaBufferBytes});
         }
     }
+    return all;
+}
+
+std::vector<Player::NamedMemory> Player::NamedMemories() {
+    std::vector<NamedMemory> all;
+    for (const auto& [name, one] : surfaces_) {
+        if (!one.surface->Lost() && one.surface->SystemMemory().empty()) {
+            all.push_back({fmt::format("surface '{}'", name), one.surface->Bytes(),
+                           size_t(one.surface->Pitch()) * one.surface->Height()});
+        }
+    }
+    std::ranges::move(Memories(), std::back_inserter(all));
     return all;
 }
 
@@ -247,11 +277,22 @@ bool Player::Holds(uint32_t address, size_t bytes) {
         return offset <= size && size - offset >= bytes;
     };
     return std::ranges::any_of(
-               NamedMemories(),
-               [&](const NamedMemory& one) { return within(one.start, one.bytes); }) ||
+               Memories(), [&](const NamedMemory& one) { return within(one.start, one.bytes); }) ||
            std::ranges::any_of(scratch_, [&](const std::vector<uint8_t>& one) {
                return within(one.data(), one.size());
            });
+}
+
+bool Player::HoldsPixels(const host::Surface& surface, const RECT& rect, uint32_t bits) {
+    if (rect.left >= rect.right || rect.top >= rect.bottom) {
+        return true;
+    }
+    const int64_t pitch = surface.Pitch();
+    const int64_t top = pitch * rect.top, bottom = pitch * (rect.bottom - 1);
+    const int64_t start = AddressOf(surface.Bytes()) + std::min(top, bottom);
+    const int64_t bytes = std::abs(bottom - top) + (int64_t{rect.right} * bits + 7) / 8;
+    return start >= 0 && start + bytes <= UINT32_MAX &&
+           Holds(static_cast<uint32_t>(start), static_cast<size_t>(bytes));
 }
 
 std::string Player::DescribeAddress(uint32_t address) {

@@ -86,6 +86,9 @@ class Player {
     host::Surface& Surface(const std::string& name);
     // A surface whose bytes can be read and written.
     host::Surface& SurfaceWithMemory(const std::string& name);
+    // The same, where that is so of every pixel: a script may have changed the record that says
+    // where they are.
+    host::Surface& SurfaceWithPixels(const std::string& name);
     // A surface that lives on this display.
     host::Surface& SurfaceOn(const std::string& display, const std::string& name);
     // The display that a surface lives on.
@@ -125,6 +128,9 @@ class Player {
     // `bytes` of zeroes that live as long as the player.
     void* Scratch(size_t bytes);
 
+    // Of a surface's pixels, `bits` each, those of `rect` lie in memory as its record places them.
+    bool HoldsPixels(const host::Surface& surface, const RECT& rect, uint32_t bits);
+
     // "surface 'back' + 16" or the like; addresses change from run to run.
     std::string DescribeAddress(uint32_t address);
     // "surface 'back'" for the address of a surface's record, and the like.
@@ -140,6 +146,8 @@ class Player {
         size_t bytes;
     };
     // All that a script's addresses can lie in.
+    std::vector<NamedMemory> Memories();
+    // And before that surfaces in memories of a board, where their records place them.
     std::vector<NamedMemory> NamedMemories();
     struct NamedSurface {
         std::string display;

@@ -263,8 +263,6 @@ void NeedRect(std::string_view field, const RECTL& rect, const host::Surface& su
     }
 }
 
-// What the processor copies is bound by the rectangles alone: from system memory, and between
-// surfaces of 4 bits.
 void CheckBlt(Player& player, const DDHAL_BLTDATA& data) {
     const host::Surface* dest = player.SurfaceAt(AddressOf(data.lpDDDestSurface));
     const host::Surface* source = player.SurfaceAt(AddressOf(data.lpDDSrcSurface));
@@ -274,21 +272,8 @@ void CheckBlt(Player& player, const DDHAL_BLTDATA& data) {
             Refuse("Blt", field, "the surface has lost its memory");
         }
     }
-    const bool fromSystem = source != nullptr && (source->Caps() & DDSCAPS_SYSTEMMEMORY) != 0;
-    if (dest == nullptr || source == nullptr || (data.dwFlags & DDBLT_ROP) == 0 ||
-        (!fromSystem && dest->Bits() != 4)) {
-        return;
-    }
-    NeedRect("rSrc", data.rSrc, *source);
-    NeedRect("rDest", data.rDest, *dest);
-    const LONG width = data.rSrc.right - data.rSrc.left, height = data.rSrc.bottom - data.rSrc.top;
-    if (fromSystem && (data.rDest.right - data.rDest.left != width ||
-                       data.rDest.bottom - data.rDest.top != height)) {
-        Refuse("Blt", "rDest",
-               fmt::format("what comes from system memory is not stretched: expected {} by {}, "
-                           "got {} by {}",
-                           width, height, data.rDest.right - data.rDest.left,
-                           data.rDest.bottom - data.rDest.top));
+    if (dest != nullptr && source != nullptr && (data.dwFlags & DDBLT_ROP) != 0) {
+        CheckCopy(player, *dest, data.rDest, *source, data.rSrc);
     }
 }
 
@@ -388,6 +373,35 @@ void CheckRenderPrimitive(Player& player, const DriverData* driver,
 }
 
 } // namespace
+
+void CheckCopy(Player& player, const host::Surface& dest, const RECTL& destRect,
+               const host::Surface& source, const RECTL& sourceRect) {
+    const bool fromSystem = (source.Caps() & DDSCAPS_SYSTEMMEMORY) != 0;
+    const uint32_t bits = dest.Bits();
+    if (!fromSystem && bits != 4) {
+        return;
+    }
+    NeedRect("rSrc", sourceRect, source);
+    NeedRect("rDest", destRect, dest);
+    // The driver reads pixels of the size that they will have.
+    if (!player.HoldsPixels(source, sourceRect, std::max(bits, source.Bits()))) {
+        Refuse("Blt", "rSrc",
+               fmt::format("the source ends before its last pixel, read as one of {} bits", bits));
+    }
+    if (!fromSystem && !player.HoldsPixels(dest, destRect, bits)) {
+        Refuse("Blt", "rDest", "not all pixels lie in memory");
+    }
+    const LONG width = sourceRect.right - sourceRect.left,
+               height = sourceRect.bottom - sourceRect.top;
+    if (fromSystem &&
+        (destRect.right - destRect.left != width || destRect.bottom - destRect.top != height)) {
+        Refuse("Blt", "rDest",
+               fmt::format("what comes from system memory is not stretched: expected {} by {}, "
+                           "got {} by {}",
+                           width, height, destRect.right - destRect.left,
+                           destRect.bottom - destRect.top));
+    }
+}
 
 void CheckExport(Player& player, std::string_view entry, DriverData* driver,
                  std::span<const char* const> names, std::span<const uint32_t> words) {

@@ -17,6 +17,11 @@ namespace korv {
 void CheckExport(Player& player, std::string_view entry, DriverData* driver,
                  std::span<const char* const> names, std::span<const uint32_t> words);
 
+// Of a copy from one surface to another, which is bound by the rectangles alone where the processor
+// does it: from system memory, and between surfaces of 4 bits. Throws NotThereError.
+void CheckCopy(Player& player, const host::Surface& dest, const RECTL& destRect,
+               const host::Surface& source, const RECTL& sourceRect);
+
 // Of a callback of a display and its record. Throws NotThereError that names the field.
 void CheckCall(Player& player, const CallbackType& callback, DriverData* driver,
                const void* record);

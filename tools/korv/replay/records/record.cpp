@@ -43,6 +43,9 @@ constexpr const RecordType& (*kRecords[])() = {
 template <class Table>
 Table Extension(DriverData* driver, const GUID& guid) {
     Table table{};
+    if (driver->HALInfo.GetDriverInfo == nullptr) {
+        return table;
+    }
     DDHAL_GETDRIVERINFODATA data{};
     data.dwSize = sizeof(data);
     data.guidInfo = guid;

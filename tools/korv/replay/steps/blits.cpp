@@ -31,16 +31,15 @@ std::optional<ScriptRect> ReadRect(Fields& fields, const char* name) {
 
 // The runtime hands no rectangle to the driver that leads out of its surface.
 RECT RectOf(const std::optional<ScriptRect>& rect, const host::Surface& surface) {
-    const auto width = static_cast<LONG>(surface.Width()),
-               height = static_cast<LONG>(surface.Height());
+    const RECT whole = surface.Whole();
     if (!rect) {
-        return {0, 0, width, height};
+        return whole;
     }
     const RECT& r = rect->rect;
-    if (r.left < 0 || r.top < 0 || r.left >= r.right || r.top >= r.bottom || r.right > width ||
-        r.bottom > height) {
+    if (r.left < 0 || r.top < 0 || r.left >= r.right || r.top >= r.bottom ||
+        r.right > whole.right || r.bottom > whole.bottom) {
         rect->node.Fail(fmt::format("[{}, {}, {}, {}] is no rectangle of a surface of {} by {}",
-                                    r.left, r.top, r.right, r.bottom, width, height));
+                                    r.left, r.top, r.right, r.bottom, whole.right, whole.bottom));
     }
     return r;
 }

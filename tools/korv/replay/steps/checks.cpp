@@ -159,7 +159,7 @@ StepPlan ReadPixels(Fields& fields, Names& names) {
         }
     }
     return {[=](Player& player, Outcome& outcome) {
-                host::Surface& surface = player.SurfaceWithMemory(name);
+                host::Surface& surface = player.SurfaceWithPixels(name);
                 if (finish && surface.HasVideoMemory()) {
                     player.DisplayOf(name).directDraw->Finish(surface);
                 }

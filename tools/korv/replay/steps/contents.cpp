@@ -172,7 +172,7 @@ StepPlan ReadWrite(Fields& fields, Names& names) {
     } else {
         fields.Object().Fail("expected one of 'value', 'rows', 'words', 'pattern' and 'file'");
     }
-    return {[=](Player& player, Outcome&) { write(player, player.SurfaceWithMemory(name)); },
+    return {[=](Player& player, Outcome&) { write(player, player.SurfaceWithPixels(name)); },
             Only({})};
 }
 

@@ -19,7 +19,7 @@ StepPlan ReadPicture(Fields& fields, Names& names) {
         file.Fail(fmt::format("'{}' is no bare file name", path.string()));
     }
     return {[=](Player& player, Outcome&) {
-                host::Surface& surface = player.SurfaceWithMemory(name);
+                host::Surface& surface = player.SurfaceWithPixels(name);
                 if (surface.HasVideoMemory()) {
                     player.DisplayOf(name).directDraw->Finish(surface);
                     Tell(&host::Observer::OnPicture, *player.DisplayOf(name).display, surface,

@@ -1,8 +1,11 @@
 // Surfaces: creation, destruction, attachments, palettes, contents.
 #include "host/ddraw/format.h"
+#include "tools/korv/replay/checks/record_checks.h"
 #include "tools/korv/replay/step.h"
 
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace korv {
 
@@ -196,14 +199,22 @@ StepPlan ReadDestKey(Fields& fields, Names& names) {
             Only({})};
 }
 
+void CheckLevel(Player& player, const host::Surface& to, const host::Surface& from) {
+    CheckCopy(player, to, to.Whole(), from, from.Whole());
+}
+
 StepPlan ReadLoadTexture(Fields& fields, Names& names) {
     const std::string texture = names.Refer(NameKind::Surface, fields["surface"]);
     const std::string source = names.Refer(NameKind::Surface, fields["from"]);
     return {[=](Player& player, Outcome&) {
-                host::Surface &to = player.SurfaceWithMemory(texture),
-                              &from = player.SurfaceWithMemory(source);
+                host::Surface &to = player.SurfaceWithPixels(texture),
+                              &from = player.SurfaceWithPixels(source);
                 const PlayedDisplay& display = player.DisplayOf(texture);
                 player.SurfaceOn(display.name, source);
+                CheckLevel(player, to, from);
+                for (size_t i = 0; i < std::min(to.Chain().size(), from.Chain().size()); ++i) {
+                    CheckLevel(player, *to.Chain()[i], *from.Chain()[i]);
+                }
                 display.directDraw->LoadTexture(to, from);
             },
             Only({})};
