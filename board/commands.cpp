@@ -238,7 +238,6 @@ void CommandUnit::SetBreak(Break what) {
     constexpr int64_t kLeastStep = 0x10000; // of edges in registers, 16.16
     break_ = what;
     rasteriser_.SetShift(what == Break::EdgeRule ? kLeastStep : 0);
-    decoded_.reset();
 }
 
 void CommandUnit::TakeSetup() {

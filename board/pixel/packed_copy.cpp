@@ -130,7 +130,7 @@ class RowCopy {
 template <class Watch>
 void CopyPackedSpan(const PipelineState& state, const Span& span, FaultCounts& faults,
                     Watch& watch) {
-    if (!state.drawsPixels || span.y < state.clip.top || span.y >= state.clip.bottom) {
+    if (!state.drawsPixels) {
         return;
     }
     RowCopy<Watch> row(state, span.y, faults, watch);

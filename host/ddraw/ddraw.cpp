@@ -120,19 +120,15 @@ bool DirectDraw::EnableAgp(uint32_t bytes) {
     if ((misc.dwFlags & DDHAL_MISCCB32_UPDATENONLOCALHEAP) == 0) {
         return false;
     }
-    uint8_t* memory = nullptr;
-    const uint8_t* boardView = nullptr;
     if (MemoriesWatched()) {
-        watchedAgp_ = std::make_unique<WatchedMemory>(bytes);
-        memory = watchedAgp_->ProcessorView();
-        boardView = watchedAgp_->BoardView().data();
+        WatchedMemory& memory = display_.NewWatchedMemory(bytes);
+        agp_.Reset(AddressOf(memory.ProcessorView()), bytes);
+        display_.Board().MapMemory(kAgpBusAddress, memory.BoardView().data(), bytes);
+        Tell(&Observer::OnAgpMemory, display_, kAgpBusAddress, memory);
     } else {
-        boardView = memory = display_.NewBusMemory(bytes);
-    }
-    agp_.Reset(AddressOf(memory), bytes);
-    display_.Board().MapMemory(kAgpBusAddress, boardView, bytes);
-    if (watchedAgp_) {
-        Tell(&Observer::OnAgpMemory, display_, kAgpBusAddress, *watchedAgp_);
+        const uint8_t* const memory = display_.NewBusMemory(bytes);
+        agp_.Reset(AddressOf(memory), bytes);
+        display_.Board().MapMemory(kAgpBusAddress, memory, bytes);
     }
     DDHAL_UPDATENONLOCALHEAPDATA data{};
     data.lpDD = &global_;

@@ -37,7 +37,6 @@ struct BltOptions {
 };
 
 struct PaletteObject;
-class WatchedMemory;
 
 class DirectDraw {
   public:
@@ -117,7 +116,7 @@ class DirectDraw {
     void Finish(Surface& surface);
 
     // Gives the machine `bytes` of AGP memory for textures, and tells the driver. False if the
-    // driver takes none.
+    // driver takes none. Once.
     bool EnableAgp(uint32_t bytes);
     // That memory; empty while there is none.
     std::span<const uint8_t> AgpMemory() const;
@@ -155,7 +154,6 @@ class DirectDraw {
     RectangleMemory frameBuffer_;
     LinearMemory localBuffer_;
     LinearMemory agp_;
-    std::unique_ptr<WatchedMemory> watchedAgp_; // instead, for those who observe
     std::vector<std::unique_ptr<Surface>> surfaces_;
     std::vector<std::unique_ptr<PaletteObject>> palettes_;
 };

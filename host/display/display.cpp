@@ -252,6 +252,10 @@ uint8_t* Display::NewBusMemory(size_t bytes) {
     return busMemory_.emplace_back(std::make_unique<uint8_t[]>(bytes)).get();
 }
 
+WatchedMemory& Display::NewWatchedMemory(size_t bytes) {
+    return *watchedBusMemory_.emplace_back(std::make_unique<WatchedMemory>(bytes));
+}
+
 board::LentMemories Display::WatchMemories() {
     if (config_.dmaThread || config_.program.IsThere()) {
         throw std::invalid_argument(config_.dmaThread

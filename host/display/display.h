@@ -87,6 +87,8 @@ class Display {
     // `bytes` of zeroes that the board can read once they are mapped. They live as long as the
     // display.
     uint8_t* NewBusMemory(size_t bytes);
+    // The same for those who observe.
+    WatchedMemory& NewWatchedMemory(size_t bytes);
 
   private:
     // What the driver sees, in one block with fixed addresses.
@@ -113,6 +115,7 @@ class Display {
     std::unique_ptr<ApertureWatch> watch_; // the driver module's
     uint32_t pitch_ = 0;
     std::vector<std::unique_ptr<uint8_t[]>> busMemory_;
+    std::vector<std::unique_ptr<WatchedMemory>> watchedBusMemory_;
     std::vector<uint8_t*> dmaBuffers_;
 };
 

@@ -1,10 +1,13 @@
 // Scripts that ask of the driver what no caller may: each is told in one line, and what the driver
 // has to bear is played.
 #include "tests/tools/run_tool.h"
+#include "tests/tools/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
+#include <vector>
 
 namespace korv {
 
@@ -95,6 +98,7 @@ constexpr Hostile kHostile[] = {
     {"load-narrower-texels", 2,
      "9: /steps/4: Blt: rDest: what comes from system memory is not stretched: expected 32 by 64, "
      "got 64 by 64"},
+    {"agp-twice", 2, "8: /steps/3: display 'main' has its AGP memory already"},
     {"call-before-start", 2, "6: /steps/1: the driver hands out no SyncSurfaceData"},
     {"execute-far-vertices", 0, ""},
     {"far-corners-sx", 0, ""},
@@ -116,9 +120,16 @@ TEST_P(HostileScript, IsToldInOneLineOrPlayed) {
     const Hostile& hostile = GetParam();
     const std::string path =
         std::string(KORV_PROJECT "/tests/tools/hostile/") + hostile.name + ".json";
-    const ToolResult result = RunTool({"replay", path});
-    EXPECT_EQ(result.code, hostile.code);
-    EXPECT_EQ(result.err, hostile.code == 0 ? "" : "korv: " + path + ":" + hostile.line + "\n");
+    const TemporaryFolder folder;
+    const std::string capture = folder / "session.korv";
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"replay", path}, {"replay", path, "--capture", capture}}) {
+        const ToolResult result = RunTool(arguments);
+        EXPECT_EQ(result.code, hostile.code);
+        EXPECT_EQ(result.err, hostile.code == 0 ? "" : "korv: " + path + ":" + hostile.line + "\n");
+    }
+    // Of a script that could not be played there is no capture.
+    EXPECT_EQ(std::filesystem::exists(capture), hostile.code == 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, HostileScript, testing::ValuesIn(kHostile),

@@ -223,7 +223,12 @@ StepPlan ReadAgp(Fields& fields, Names& names) {
     const std::string display = names.DisplayOf(fields);
     const uint32_t bytes = fields["bytes"].Number(4096, 64 * kMegabytes);
     return {[=](Player& player, Outcome& outcome) {
-                outcome.Set("taken", player.DirectDraw(display).EnableAgp(bytes));
+                host::DirectDraw& directDraw = player.DirectDraw(display);
+                if (!directDraw.AgpMemory().empty()) {
+                    throw NotThereError(
+                        fmt::format("display '{}' has its AGP memory already", display));
+                }
+                outcome.Set("taken", directDraw.EnableAgp(bytes));
             },
             Only({{"taken", FieldKind::Flag}})};
 }
