@@ -98,6 +98,8 @@ constexpr Hostile kHostile[] = {
     {"load-narrower-texels", 2,
      "9: /steps/4: Blt: rDest: what comes from system memory is not stretched: expected 32 by 64, "
      "got 64 by 64"},
+    {"picture-without-end", 2,
+     "10: /steps/4: surface 's' has 65535 by 65535 pixels: a picture has at most 67108864"},
     {"agp-twice", 2, "8: /steps/3: display 'main' has its AGP memory already"},
     {"call-before-start", 2, "6: /steps/1: the driver hands out no SyncSurfaceData"},
     {"execute-far-vertices", 0, ""},

@@ -69,8 +69,6 @@ std::optional<std::string> WholeChunks(std::string_view bytes) {
 
 host::Picture DecodePng(std::string_view bytes) {
     constexpr int kRgba = 4;
-    // Three copies of a picture's pixels are made on the way.
-    constexpr int64_t kMostPixels = int64_t{1} << 26;
     const std::optional<std::string> whole = WholeChunks(bytes);
     if (!whole) {
         throw UserError(WhyNoPng(bytes, "cut short"));
@@ -79,7 +77,7 @@ host::Picture DecodePng(std::string_view bytes) {
     const int length = static_cast<int>(whole->size());
     int width = 0, height = 0, channels = 0;
     if (stbi_info_from_memory(file, length, &width, &height, &channels) != 0 &&
-        int64_t{width} * height > kMostPixels) {
+        int64_t{width} * height > kMostPngPixels) {
         throw UserError(WhyNoPng(bytes, "too large"));
     }
     const std::unique_ptr<stbi_uc, decltype(&stbi_image_free)> pixels(

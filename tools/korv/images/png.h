@@ -1,11 +1,15 @@
 #pragma once
 #include "host/picture.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <ostream>
 #include <string_view>
 
 namespace korv {
+
+// Of a picture. Three copies of its pixels are made on the way from a file or to one.
+inline constexpr int64_t kMostPngPixels = int64_t{1} << 26;
 
 // Reads a PNG of any kind. UserError for a file that cannot be read or is none.
 host::Picture ReadPng(const std::filesystem::path& path);

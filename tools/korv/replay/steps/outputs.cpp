@@ -20,6 +20,11 @@ StepPlan ReadPicture(Fields& fields, Names& names) {
     }
     return {[=](Player& player, Outcome&) {
                 host::Surface& surface = player.SurfaceWithPixels(name);
+                if (int64_t{surface.Width()} * surface.Height() > kMostPngPixels) {
+                    throw NotThereError(
+                        fmt::format("surface '{}' has {} by {} pixels: a picture has at most {}",
+                                    name, surface.Width(), surface.Height(), kMostPngPixels));
+                }
                 if (surface.HasVideoMemory()) {
                     player.DisplayOf(name).directDraw->Finish(surface);
                     Tell(&host::Observer::OnPicture, *player.DisplayOf(name).display, surface,
