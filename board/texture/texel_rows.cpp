@@ -15,7 +15,6 @@ namespace {
 constexpr int kCorners = 4; // of a mixture: upper left, upper right, lower left, lower right
 constexpr uint32_t kAlphaByte = 0xFF000000;
 constexpr int32_t kHalfTexel = 1 << (kTexelFractionBits - 1);
-constexpr uint32_t kWeightBits = 8;
 // Coordinates, and those half a texel before them, fit 32 bits.
 constexpr double kCoordinateEnd = 2147483648.0 - (1 << kTexelFractionBits);
 // Integers up to here are exact as doubles, and so are their steps.

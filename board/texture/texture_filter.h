@@ -72,7 +72,6 @@ inline Colour FilterTexels(const TextureState& state, const TextureLevel& level,
         return FetchColour(state, level, Column(state, level, u), Row(state, level, v), badReads);
     }
     constexpr int64_t kHalf = int64_t{1} << (kTexelFractionBits - 1);
-    constexpr uint32_t kWeightBits = 8;
     const int64_t shift = state.centred ? kHalf : 0;
     const auto weight = [](int64_t coordinate) {
         return static_cast<int32_t>(coordinate >> (kTexelFractionBits - kWeightBits)) &

@@ -68,10 +68,10 @@ TextureSlopes SlopesOf(const Interpolants& row, bool leftward) {
     // dyDom runs along the edge: what the edge moves sideways is taken out again.
     const double slant = static_cast<double>(leftward ? -row.dominantStep : row.dominantStep) /
                          static_cast<double>(kOnePixel);
-    const auto across = [&row](int channel) {
+    const auto across = [&row](size_t channel) {
         return static_cast<double>(row.channels[channel].dx);
     };
-    const auto down = [&](int channel) {
+    const auto down = [&](size_t channel) {
         return static_cast<double>(row.channels[channel].dyDom) - slant * across(channel);
     };
     return {across(Interpolants::S), down(Interpolants::S),   across(Interpolants::T),

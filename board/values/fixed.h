@@ -45,5 +45,6 @@ inline constexpr uint32_t kTexelFractionBits = 20;
 inline constexpr uint32_t kGlintTexelFractionBits = 21; // without perspective
 inline constexpr uint32_t kQFractionBits = 30;          // and S, T on TX and MX with perspective
 inline constexpr uint32_t kKsFractionBits = 22;
+inline constexpr uint32_t kWeightBits = 8; // of the weights that mix texels and levels
 
 } // namespace board
