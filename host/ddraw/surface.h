@@ -27,8 +27,8 @@ class Surface {
     uint32_t Height() const { return block_.global.wHeight; } // lines
     int32_t Pitch() const { return block_.global.lPitch; }    // bytes
     uint32_t Caps() const { return local_.ddsCaps.dwCaps; }
-    // Own format, or the display's.
     RECT Whole() const { return {0, 0, static_cast<LONG>(Width()), static_cast<LONG>(Height())}; }
+    // Own format, or the display's.
     const DDPIXELFORMAT& Format() const;
     uint32_t Bits() const; // per pixel
 

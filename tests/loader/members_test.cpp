@@ -417,15 +417,18 @@ class DllExtremes : public testing::Test {
                     other = rig->Draw(dll, vertices, record, sizeof(D3DTRIANGLE), 1);
                 }
                 ASSERT_EQ(FirstDifference(linked, other), "") << "sample " << sample;
-                longest_ = std::max(longest_, linked.size());
-                drawn_ += linked.size() > 4;
-                dropped_ += linked.size() <= 4;
+                const bool drawn = linked.size() > kWordsAround;
+                drawn_ += drawn;
+                dropped_ += !drawn;
             }
         }
     }
 
-    size_t longest_ = 0;
     uint32_t drawn_ = 0, dropped_ = 0;
+
+  private:
+    // Of a batch, at most, that draws nothing.
+    static constexpr size_t kWordsAround = 4;
 };
 
 // Both products of an area leave the range of singles, and their difference is a NaN, whose sign
