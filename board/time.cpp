@@ -73,7 +73,11 @@ void Board::Parts::TellInterruptEnd() {
 }
 
 void Board::Parts::AnswerInterrupts() {
-    while (interrupts.Due() && !handlerRunning) {
+    // A handler whose accesses take longer than it is to the next event would be called for ever:
+    // from then on it is called by the next access.
+    constexpr int kMostAnswers = 256;
+    for (int answers = 0; interrupts.Due() && !handlerRunning && answers != kMostAnswers;
+         ++answers) {
         interrupts.Taken();
         if (monitor != nullptr) {
             monitor->OnInterrupt();
