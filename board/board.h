@@ -52,7 +52,8 @@ class Board {
     using MemoryReader = std::function<bool(uint32_t busAddress, void* to, size_t bytes)>;
     virtual void SetMemoryReader(MemoryReader reader);
     // Called when the interrupt line is raised, once what the units were doing is done: it may
-    // access the board. It is not called anew while it runs.
+    // access the board. It is not called anew while it runs, and at most 256 times in a row: if
+    // its own accesses bring one interrupt after the other, the rest comes with the next access.
     virtual void SetInterruptHandler(std::function<void()> handler);
     // Records all bus events until replaced; null for none. The recorder must outlive its use.
     virtual void SetRecorder(BusRecorder* recorder);

@@ -95,7 +95,9 @@ typedef int (*korv_board_read_memory)(void* user, uint32_t bus_address, void* to
 
 /*
  * An interrupt that IntEnable lets through has happened: called once for each, when what the board
- * was doing is done. korv_board_interrupt_level tells the level of the line.
+ * was doing is done; at most 256 times in a row, so that a handler whose own accesses bring one
+ * interrupt after the other lets the access end. korv_board_interrupt_level tells the level of the
+ * line.
  */
 typedef void (*korv_board_interrupt)(void* user);
 
