@@ -83,7 +83,9 @@ host::Picture DecodePng(std::string_view bytes) {
     const std::unique_ptr<stbi_uc, decltype(&stbi_image_free)> pixels(
         stbi_load_from_memory(file, length, &width, &height, &channels, kRgba), &stbi_image_free);
     if (!pixels) {
-        throw UserError(WhyNoPng(bytes, stbi_failure_reason()));
+        // Some failures of the compressed data have no reason.
+        const char* const reason = stbi_failure_reason();
+        throw UserError(WhyNoPng(bytes, reason != nullptr ? reason : ""));
     }
     const auto size = static_cast<size_t>(width) * static_cast<size_t>(height) * kRgba;
     return {static_cast<uint32_t>(width),
