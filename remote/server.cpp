@@ -4,12 +4,14 @@
 #include "board/video/video_source.h"
 #include "chip/registers.h"
 #include "remote/board_state.h"
+#include "remote/memories.h"
+#include "remote/refusal.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
+#include <map>
 #include <new>
 #include <optional>
 #include <utility>
@@ -19,8 +21,6 @@ namespace remote {
 namespace {
 
 constexpr uint32_t kMostMemory = 256u << 20;
-// What a client that does not wait may have in guest memories.
-constexpr uint32_t kMostGuestMemory = 256u << 20;
 constexpr uint32_t kMostFieldRate = 200, kMostFieldLines = 2000;
 
 // What a board has to be able to do for a request, and how that is called.
@@ -33,12 +33,6 @@ constexpr Needed kNeeded[] = {{Kind::Timing, HasTiming, "keeps no timing"},
                               {Kind::Guest, DoesDma, "does no DMA"},
                               {Kind::Video, TakesVideo, "takes no video"},
                               {Kind::State, AnswersState, "does not tell its state"}};
-
-// A request that cannot be met.
-struct Refusal {
-    ErrorCode code;
-    std::string text;
-};
 
 // The client has left, or has said that it does.
 struct Ended {};
@@ -114,13 +108,6 @@ class Server final : private board::BusRecorder, private board::VideoSource {
     }
 
   private:
-    // Memory of the machine, the client's file or a copy.
-    struct GuestMemory {
-        uint32_t busAddress = 0;
-        MappedFile file;
-        std::vector<uint8_t> copy;
-    };
-
     Message Next() {
         if (!channel_.HasNext()) {
             channel_.Flush();
@@ -174,7 +161,10 @@ class Server final : private board::BusRecorder, private board::VideoSource {
         }
         return *board_;
     }
-    std::span<uint8_t> Memory(uint32_t memory, uint32_t offset, size_t bytes);
+    // A file to be mapped; none for a board that maps none.
+    std::string File(std::string_view name) const {
+        return std::string(IsAble(MapsMemory) ? name : std::string_view());
+    }
     void CheckTime(uint64_t ticks, uint64_t length) const;
 
     // Waits for RESUME, and meanwhile serves what may come before it.
@@ -191,8 +181,7 @@ class Server final : private board::BusRecorder, private board::VideoSource {
 
     const ServerOptions& options_;
     Channel channel_;
-    MappedFile frameBuffer_, localBuffer_; // the client's
-    std::array<std::optional<GuestMemory>, kMemories> guest_;
+    Memories memories_; // the board's, which goes first
     std::unique_ptr<board::Board> board_;
     uint32_t wishes_ = 0;
     uint32_t accesses_ = 0;       // of the message under way
@@ -357,8 +346,8 @@ void Server::Make(Parts& parts) {
     }
     config.timing = ReadTiming(parts);
     const uint32_t wishes = parts.Word();
-    const std::string frameFile(parts.Name());
-    const std::string localFile(parts.Name());
+    const std::string frameFile = File(parts.Name());
+    const std::string localFile = File(parts.Name());
     CheckLength(parts);
     CheckConfig(config);
     board::Timing usual;
@@ -371,51 +360,23 @@ void Server::Make(Parts& parts) {
     }
 
     board_.reset();
-    guest_ = {};
     field_.reset();
     moved_.clear();
     wishes_ = wishes;
-    const auto map = [&](const std::string& file, uint32_t bytes) {
-        return IsAble(MapsMemory) && !file.empty() && bytes != 0
-                   ? MappedFile::Open(file, bytes, MappedFile::Access::ReadWrite)
-                   : MappedFile();
-    };
-    frameBuffer_ = map(frameFile, config.frameBufferBytes);
-    localBuffer_ = map(localFile, config.localBufferBytes);
-    const board::LentMemories memories{frameBuffer_.Bytes(), localBuffer_.Bytes()};
-    board_ = options_.make ? options_.make(config, memories)
-                           : std::make_unique<board::Board>(config, memories);
+    memories_.Begin(config, frameFile, localFile);
+    const board::LentMemories lent = memories_.Lent();
+    board_ =
+        options_.make ? options_.make(config, lent) : std::make_unique<board::Board>(config, lent);
     board_->SetRecorder(this);
     board_->SetInterruptHandler([this] { OnInterrupt(); });
-    Answer(Kind::Make, (frameBuffer_.IsThere() ? 1u : 0) | (localBuffer_.IsThere() ? 2u : 0));
-}
-
-std::span<uint8_t> Server::Memory(uint32_t memory, uint32_t offset, size_t bytes) {
-    board::Board& board = TheBoard();
-    std::span<uint8_t> all;
-    if (memory == kFrameBuffer || memory == kLocalBuffer) {
-        all = memory == kFrameBuffer ? board.FrameBuffer() : board.LocalBuffer();
-    } else if (memory < kMemories && guest_[memory]) {
-        if (guest_[memory]->file.IsThere()) {
-            throw Refusal{ErrorCode::BadArgument, fmt::format("memory {} is mapped", memory)};
-        }
-        all = guest_[memory]->copy;
-    } else {
-        throw Refusal{ErrorCode::BadArgument, fmt::format("there is no memory {}", memory)};
-    }
-    if (offset > all.size() || bytes > all.size() - offset) {
-        throw Refusal{ErrorCode::BadArgument,
-                      fmt::format("{} bytes at 0x{:X}, and memory {} has {}", bytes, offset, memory,
-                                  all.size())};
-    }
-    return all.subspan(offset, bytes);
+    Answer(Kind::Make, (lent.frameBuffer.empty() ? 0 : 1u) | (lent.localBuffer.empty() ? 0 : 2u));
 }
 
 void Server::Store(Parts& parts) {
     const uint32_t memory = parts.Word(), offset = parts.Word();
     CheckLength(parts);
     const std::span<const uint8_t> bytes = parts.Rest();
-    std::ranges::copy(bytes, Memory(memory, offset, bytes.size()).begin());
+    std::ranges::copy(bytes, memories_.Part(TheBoard(), memory, offset, bytes.size()).begin());
 }
 
 void Server::Fetch(Parts& parts) {
@@ -425,48 +386,16 @@ void Server::Fetch(Parts& parts) {
         throw Refusal{ErrorCode::BadArgument,
                       fmt::format("{} bytes: at most {} were expected", bytes, kMostBlock)};
     }
-    const std::span<const uint8_t> from = Memory(memory, offset, bytes);
+    const std::span<const uint8_t> from = memories_.Part(TheBoard(), memory, offset, bytes);
     Payload payload;
     Answer(Kind::Fetch, payload.Bytes(from.data(), from.size()));
 }
 
 void Server::Guest(Parts& parts) {
     const uint32_t memory = parts.Word(), busAddress = parts.Word(), bytes = parts.Word();
-    const std::string file(parts.RestAsText());
+    const std::string file = File(parts.RestAsText());
     CheckLength(parts);
-    if (memory < kFirstGuest || memory >= kMemories) {
-        throw Refusal{ErrorCode::BadArgument, fmt::format("memory {}: {} to {} was expected",
-                                                          memory, kFirstGuest, kMemories - 1)};
-    }
-    board::Board& board = TheBoard();
-    uint64_t sum = bytes;
-    for (uint32_t other = 0; other < kMemories; ++other) {
-        sum += other != memory && guest_[other] ? guest_[other]->copy.size() : 0;
-    }
-    if (sum > kMostGuestMemory) {
-        throw Refusal{ErrorCode::NoMemory, fmt::format("{} bytes of guest memory: at most {} were "
-                                                       "expected",
-                                                       sum, kMostGuestMemory)};
-    }
-    GuestMemory made{busAddress, {}, {}};
-    if (IsAble(MapsMemory) && !file.empty() && bytes != 0) {
-        made.file = MappedFile::Open(file, bytes, MappedFile::Access::Read);
-    }
-    if (!made.file.IsThere()) {
-        made.copy.resize(bytes);
-    }
-    if (guest_[memory]) {
-        board.MapMemory(guest_[memory]->busAddress, nullptr, 0);
-        guest_[memory].reset();
-    }
-    const bool mapped = made.file.IsThere();
-    if (bytes != 0) {
-        guest_[memory] = std::move(made);
-        const void* first =
-            mapped ? guest_[memory]->file.Bytes().data() : guest_[memory]->copy.data();
-        board.MapMemory(busAddress, first, bytes);
-    }
-    Answer(Kind::Guest, mapped ? 1 : 0);
+    Answer(Kind::Guest, memories_.SetGuest(TheBoard(), memory, busAddress, bytes, file) ? 1 : 0);
 }
 
 void Server::CheckTime(uint64_t ticks, uint64_t length) const {

@@ -2,10 +2,8 @@
 // The board's side of the board protocol (docs/board-protocol.md), on a board of our own.
 #include "board/board.h"
 #include "remote/channel.h"
-#include "remote/mapped_file.h"
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 

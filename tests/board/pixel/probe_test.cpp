@@ -364,6 +364,7 @@ TEST(PixelProbe, ACopyThatTheChipCannotDoWritesNoColour) {
     r.board.SetProbe(&probe);
     r.Rectangle(0, 0, 8, 4);
     EXPECT_NE(r.board.FaultReport().Describe().find("texture unit"), std::string::npos);
+    ASSERT_EQ(probe.pixels.size(), 32u);
     for (const PixelReport& pixel : probe.pixels) {
         EXPECT_FALSE(pixel.colour.written);
     }

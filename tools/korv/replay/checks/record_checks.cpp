@@ -384,9 +384,11 @@ void CheckCopy(Player& player, const host::Surface& dest, const RECTL& destRect,
     NeedRect("rSrc", sourceRect, source);
     NeedRect("rDest", destRect, dest);
     // The driver reads pixels of the size that they will have.
-    if (!player.HoldsPixels(source, sourceRect, std::max(bits, source.Bits()))) {
-        Refuse("Blt", "rSrc",
-               fmt::format("the source ends before its last pixel, read as one of {} bits", bits));
+    const uint32_t readAs = std::max(bits, source.Bits());
+    if (!player.HoldsPixels(source, sourceRect, readAs)) {
+        Refuse(
+            "Blt", "rSrc",
+            fmt::format("the source ends before its last pixel, read as one of {} bits", readAs));
     }
     if (!fromSystem && !player.HoldsPixels(dest, destRect, bits)) {
         Refuse("Blt", "rDest", "not all pixels lie in memory");
