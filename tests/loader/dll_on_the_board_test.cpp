@@ -41,7 +41,7 @@ void ExpectSame(const Outcome& library, const Outcome& dll) {
 size_t CountOf(const Outcome& outcome, char kind) {
     return static_cast<size_t>(
         std::count_if(outcome.events.begin(), outcome.events.end(),
-                      [kind](const Event& event) { return event.kind == kind; }));
+                      [kind](const BusEvent& event) { return event.kind == kind; }));
 }
 
 // --- bring-up ---
@@ -60,9 +60,9 @@ TEST_P(BringUpTest, TheDllAndTheLibraryBringADisplayUpByTheSameAccesses) {
 
 TEST_P(BringUpTest, ASwitchOffAndOnGivesAFreshModule) {
     Choose(Driver::Dll);
-    std::vector<Event> first;
+    std::vector<BusEvent> first;
     for (int round = 0; round < 2; ++round) {
-        Recording recording;
+        BusEvents recording;
         StartedDisplay(SmallScreen(GetParam()), &recording).display.Board().SetRecorder(nullptr);
         if (round == 0) {
             first = recording.events;
@@ -149,13 +149,13 @@ INSTANTIATE_TEST_SUITE_P(Chips, NumbersTest, testing::ValuesIn(kDrawingDevices),
 TEST(TwoDisplays, EachApertureReachesItsOwnBoard) {
     const auto bringUp = [](Driver driver) {
         PowerOn(driver);
-        std::vector<Event> events[2];
+        std::vector<BusEvent> events[2];
         host::DisplayConfig first = SmallScreen(DeviceMX), second = SmallScreen(DevicePermedia2);
         second.number = 1;
         second.primary = false;
         second.registryName = "Display\\Second";
         host::Display left(first), right(second);
-        Recording leftEvents, rightEvents;
+        BusEvents leftEvents, rightEvents;
         left.Board().SetRecorder(&leftEvents);
         right.Board().SetRecorder(&rightEvents);
         EXPECT_TRUE(left.Start());

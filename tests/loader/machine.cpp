@@ -18,7 +18,7 @@ namespace {
 
 constexpr uint32_t kPlayWidth = 160, kPlayHeight = 120;
 
-std::string Text(const Event& event) {
+std::string Text(const BusEvent& event) {
     char text[40];
     std::snprintf(text, sizeof text, "%c %04x %08x", event.kind, event.offset, event.value);
     return text;
@@ -140,7 +140,7 @@ std::vector<uint8_t> BytesOf(const host::Surface& surface) {
 
 } // namespace
 
-std::string Difference(const std::vector<Event>& library, const std::vector<Event>& dll) {
+std::string Difference(const std::vector<BusEvent>& library, const std::vector<BusEvent>& dll) {
     const auto [left, right] =
         std::mismatch(library.begin(), library.end(), dll.begin(), dll.end());
     if (left == library.end() && right == dll.end()) {

@@ -1,7 +1,7 @@
 #pragma once
 // A machine that runs once with the linked driver or with KORV32.dll, and what it left behind.
-#include "board/recorder.h"
 #include "driver/platform/d3dhal.h"
+#include "tests/support/bus_events.h"
 #include "tests/support_host/dll_path.h"
 #include "tests/support_host/started_display.h"
 
@@ -11,28 +11,8 @@
 
 namespace test {
 
-struct Event {
-    char kind; // r, w, f (word into the FIFO window), d (word by DMA)
-    uint32_t offset, value;
-    bool operator==(const Event&) const = default;
-};
-
-class Recording : public board::BusRecorder {
-  public:
-    void OnRead(uint32_t offset, uint32_t value) override {
-        events.push_back({'r', offset, value});
-    }
-    void OnWrite(uint32_t offset, uint32_t value) override {
-        events.push_back({'w', offset, value});
-    }
-    void OnFifoWord(uint32_t word) override { events.push_back({'f', 0, word}); }
-    void OnDmaWord(uint32_t word) override { events.push_back({'d', 0, word}); }
-
-    std::vector<Event> events;
-};
-
 // Empty if both are equal, else the first place where they differ, with what led to it.
-std::string Difference(const std::vector<Event>& library, const std::vector<Event>& dll);
+std::string Difference(const std::vector<BusEvent>& library, const std::vector<BusEvent>& dll);
 
 enum class Driver { Library, Dll };
 // This driver is the machine's from when it is switched on next.
@@ -41,7 +21,7 @@ void Choose(Driver driver);
 void PowerOn(Driver driver);
 
 struct Outcome {
-    std::vector<Event> events; // from before DriverInit on
+    std::vector<BusEvent> events; // from before DriverInit on
     std::vector<uint8_t> picture, depth;
     std::string faults;
 };
@@ -58,7 +38,7 @@ class RecordedDisplay {
     Outcome Finish();
 
   private:
-    Recording recording_;
+    BusEvents recording_;
     StartedDisplay started_;
 };
 

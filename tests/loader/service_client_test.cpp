@@ -86,7 +86,7 @@ TEST_P(ServiceClientByDll, DrawsByTheSameAccesses) {
         EXPECT_EQ(dll.faults, "");
         const size_t strip = 90 * kClientWidth * 2; // line 2 of it, 88 lines down
         EXPECT_EQ(dll.picture[strip + 2 * 100 + 1], 100 / 4 << 2);
-        EXPECT_TRUE(std::any_of(dll.events.begin(), dll.events.end(), [&](const Event& event) {
+        EXPECT_TRUE(std::any_of(dll.events.begin(), dll.events.end(), [&](const BusEvent& event) {
             return event.kind == (fifo ? 'f' : 'd');
         }));
     }

@@ -121,6 +121,18 @@ void PEImage::ReadImports() {
     }
 }
 
+std::set<std::string>
+PEImage::ImportsBeyond(const std::map<std::string, std::set<std::string>>& listed) const {
+    std::set<std::string> beyond;
+    for (const PEImport& import : imports) {
+        const auto dll = listed.find(import.dll);
+        if (dll == listed.end() || !dll->second.contains(import.name)) {
+            beyond.insert(import.dll + " " + import.name);
+        }
+    }
+    return beyond;
+}
+
 void PEImage::ReadRelocations() {
     const PEDirectory directory = directories[kRelocations];
     uint32_t at = directory.address;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 #include <map>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -57,6 +58,9 @@ class PEImage {
     // Imports by name; of those by ordinal only the number counts.
     std::vector<PEImport> imports;
     uint32_t importsByOrdinal = 0;
+    // The imports that are not among these names by DLL, as "dll name".
+    std::set<std::string>
+    ImportsBeyond(const std::map<std::string, std::set<std::string>>& listed) const;
     // Places to correct when the image moves, and the kinds of all entries but padding.
     std::vector<uint32_t> relocations;
     std::vector<uint32_t> relocationKinds;

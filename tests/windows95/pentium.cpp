@@ -115,3 +115,13 @@ bool PentiumHas(const Instruction& instruction) {
            IsSized(Integer(), name, {"b", "w", "l"}) ||
            IsSized(Float(), name, {"s", "l", "t", "ll"});
 }
+
+std::set<std::string> BeyondThePentium(const std::vector<Instruction>& code) {
+    std::set<std::string> beyond;
+    for (const Instruction& instruction : code) {
+        if (!PentiumHas(instruction)) {
+            beyond.insert(instruction.name + " " + instruction.operands);
+        }
+    }
+    return beyond;
+}

@@ -1,6 +1,7 @@
 #pragma once
 // Which machine instructions a plain Pentium has, by their names in a disassembly.
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -18,3 +19,6 @@ bool ParseInstruction(const std::string& line, Instruction* out);
 
 // False for anything that came with a later processor or with MMX.
 bool PentiumHas(const Instruction& instruction);
+
+// What a plain Pentium lacks of these, as "name operands".
+std::set<std::string> BeyondThePentium(const std::vector<Instruction>& code);

@@ -1,6 +1,7 @@
 // What a recorder and a monitor are told.
 #include "board/recorder.h"
 #include "tests/board/rig.h"
+#include "tests/support/bus_events.h"
 #include "tests/support/tag_names.h"
 
 #include <gtest/gtest.h>
@@ -10,29 +11,9 @@
 
 namespace {
 
-struct Told {
-    char kind;
-    uint32_t offset, value;
-    bool operator==(const Told&) const = default;
-};
-
-class KeptEvents final : public board::BusRecorder {
-  public:
-    void OnRead(uint32_t offset, uint32_t value) override {
-        events.push_back({'r', offset, value});
-    }
-    void OnWrite(uint32_t offset, uint32_t value) override {
-        events.push_back({'w', offset, value});
-    }
-    void OnFifoWord(uint32_t word) override { events.push_back({'f', 0, word}); }
-    void OnDmaWord(uint32_t word) override { events.push_back({'d', 0, word}); }
-
-    std::vector<Told> events;
-};
-
 TEST(BusRecorder, IsToldOfEveryAccessAndEveryWord) {
     rig::Rig r;
-    KeptEvents kept;
+    test::BusEvents kept;
     r.board.SetRecorder(&kept);
     const uint32_t words[] = {t::FogColor, 0x11};
     r.board.MapMemory(0x1000, words, sizeof words);
@@ -45,16 +26,16 @@ TEST(BusRecorder, IsToldOfEveryAccessAndEveryWord) {
     r.board.Write(t::DMACount, 2);
     r.board.SetRecorder(nullptr);
     r.board.Read(t::Mapped(t::Color));
-    EXPECT_EQ(kept.events, (std::vector<Told>{{'w', t::Mapped(t::Color), 0x22},
-                                              {'r', t::Mapped(t::Color), 0x22},
-                                              {'f', 0, t::Color},
-                                              {'f', 0, 0x33},
-                                              {'f', 0, t::FogColor},
-                                              {'f', 0, 0x11},
-                                              {'w', t::DMAAddress, 0x1000},
-                                              {'w', t::DMACount, 2},
-                                              {'d', 0, t::FogColor},
-                                              {'d', 0, 0x11}}));
+    EXPECT_EQ(kept.events, (std::vector<test::BusEvent>{{'w', t::Mapped(t::Color), 0x22},
+                                                        {'r', t::Mapped(t::Color), 0x22},
+                                                        {'f', 0, t::Color},
+                                                        {'f', 0, 0x33},
+                                                        {'f', 0, t::FogColor},
+                                                        {'f', 0, 0x11},
+                                                        {'w', t::DMAAddress, 0x1000},
+                                                        {'w', t::DMACount, 2},
+                                                        {'d', 0, t::FogColor},
+                                                        {'d', 0, 0x11}}));
 }
 
 // Turns by letter: B before the board acts, A behind it, I and E an interrupt and its end, H the
