@@ -349,6 +349,91 @@ TEST(RandomSessionTest, ALoadedTextureIsItsSource) {
     EXPECT_EQ(disturbed.finding->kind, "load");
 }
 
+// Records of the driver's that somebody has written to, so that it does otherwise than it must.
+struct Disturbance {
+    random::Step set;
+    std::string kind, text; // of the finding
+};
+
+// Draws, fills, copies, and makes another surface; `set` comes before any of it, but for one of a
+// context, which must be there.
+random::Steps Disturbed(const random::Step& set) {
+    const auto surface = [](const char* name, const char* caps) {
+        return random::Step{
+            {"do", "surface"}, {"name", name}, {"caps", caps}, {"width", 32}, {"height", 16}};
+    };
+    random::Steps steps = {
+        {{"do", "display"},
+         {"name", "d"},
+         {"chip", "permedia2"},
+         {"width", 320},
+         {"height", 200},
+         {"bits", 16}},
+        {{"do", "start"}},
+        {{"do", "advance"}, {"microseconds", 40000}}, // the first field
+        surface("target", "DDSCAPS_OFFSCREENPLAIN|DDSCAPS_3DDEVICE"),
+        surface("from", "DDSCAPS_OFFSCREENPLAIN"),
+        {{"do", "write"}, {"surface", "from"}, {"pattern", {{"seed", 3}}}},
+        {{"do", "context"}, {"name", "c"}, {"target", "target"}},
+        {{"do", "blt"}, {"surface", "target"}, {"from", "from"}},
+        {{"do", "triangles"}, {"context", "c"}, {"vertices", {{0, 0}, {31, 0}, {0, 15}}}},
+        {{"do", "endScene"}, {"context", "c"}},
+        surface("other", "DDSCAPS_OFFSCREENPLAIN"),
+    };
+    if (!set.is_null()) {
+        const size_t place = set.contains("context") ? 7 : set.contains("surface") ? 6 : 3;
+        steps.insert(steps.begin() + static_cast<ptrdiff_t>(place), set);
+    }
+    return steps;
+}
+
+TEST(RandomSessionTest, WhatADisturbedDriverDoesIsFound) {
+    const auto plain = random::Try(Disturbed(nullptr), {});
+    EXPECT_FALSE(plain.finding) << plain.finding->text;
+
+    const Disturbance disturbances[] = {
+        // A copy without a pitch: all rows lie on the first one.
+        {{{"do", "set"},
+          {"record", "PrivateSurfaceData"},
+          {"surface", "target"},
+          {"fields", {{"PPCode", 0}, {"PackedPPCode", 0}}}},
+         "blit",
+         ": the processor makes 0x"},
+        // Triangles with another one: 128 pixels a line, of 16 lines, from byte 128,000 on.
+        {{{"do", "set"},
+          {"record", "PrivateSurfaceData"},
+          {"surface", "target"},
+          {"fields", {{"PartialProduct0", 3}}}},
+         "untouched",
+         "which is of no surface"},
+        {{{"do", "set"},
+          {"record", "DriverData"},
+          {"display", "d"},
+          {"fields", {{"Heap.HeapEnd", 5000000}}}},
+         "heap",
+         "display 'd': "},
+        // What a record had is nobody's.
+        {{{"do", "set"},
+          {"record", "DDRAWI_DDRAWSURFACE_GBL"},
+          {"surface", "from"},
+          {"fields", {{"dwReserved1", 0}}}},
+         "left-over",
+         "display 'd': 1 stretches of video memory are left"},
+        {{{"do", "set"},
+          {"record", "D3DContext"},
+          {"context", "c"},
+          {"fields", {{"MemHandle", 0}}}},
+         "left-over",
+         "1 blocks of the mini-VDD's memory are left"},
+    };
+    for (const Disturbance& one : disturbances) {
+        const auto found = random::Try(Disturbed(one.set), {});
+        ASSERT_TRUE(found.finding) << one.set;
+        EXPECT_EQ(found.finding->kind, one.kind) << one.set;
+        EXPECT_THAT(found.finding->text, HasSubstr(one.text)) << one.set;
+    }
+}
+
 // The driver's record of it goes too.
 TEST(RandomSessionTest, ATextureOfTheDisplaysFormatInAGPMemoryIsLostWithIt) {
     const random::Steps session = {

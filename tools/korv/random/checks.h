@@ -1,8 +1,10 @@
 #pragma once
 // What must hold all along a session, whatever its steps are.
+#include "tools/korv/random/blit_check.h"
 #include "tools/korv/random/port_model.h"
 #include "tools/korv/random/session.h"
 #include "tools/korv/random/triangle_check.h"
+#include "tools/korv/random/untouched.h"
 #include "tools/korv/replay/script.h"
 
 #include <map>
@@ -39,8 +41,9 @@ struct Trace {
 
 class Checks : public StepWatch {
   public:
-    // `untouched`: memory outside all surfaces is watched too, which takes the most time.
-    Checks(const Steps& steps, bool illegal, bool untouched);
+    // `thorough`: memory outside all surfaces is watched, and triangles are compared with the
+    // reference rasteriser's, which takes the most time.
+    Checks(const Steps& steps, bool illegal, bool thorough);
     ~Checks();
 
     // Each throws Violation.
@@ -53,26 +56,15 @@ class Checks : public StepWatch {
     const Trace& Result() const { return trace_; }
 
   private:
-    struct Stretch {
-        size_t start, end; // bytes; the end is behind it
-    };
-    struct Shadow {
-        std::vector<uint8_t> bytes;
-        std::vector<Stretch> outside;
-    };
-    using Pixels = std::vector<uint32_t>;
     class ContextTap;
 
     std::string Field(const char* name) const;
     void CheckResult(const Outcome& outcome);
     void CheckFaults(Player& player);
     void CheckHeaps(Player& player);
+    // Begins anew behind a step that moves surfaces.
+    void WatchUntouched(Player& player);
     void CheckUntouched();
-    void TakeShadows(Player& player);
-    void ExpectBlit(Player& player);
-    void CheckBlit(Player& player, const Outcome& outcome);
-    // A loaded texture is what it was loaded from, level by level.
-    void CheckLoad(Player& player);
     // Ends the scenes of all live contexts, and waits until their words have been executed.
     void FinishContexts(Player& player);
     // Gives the chip to the context of two-dimensional work, which all roads leave alike.
@@ -82,13 +74,11 @@ class Checks : public StepWatch {
     void HashSurface(Player& player, const std::string& name);
 
     const Steps& steps_;
-    const bool illegal_, untouched_;
+    const bool illegal_, thorough_;
     size_t at_ = 0; // the present step
     Trace trace_;
-    // By the memory's start.
-    std::map<const uint8_t*, Shadow> shadows_;
-    // Of a blit that the processor can do as well: the pixels that must come of it.
-    std::optional<Pixels> blitted_;
+    std::optional<Untouched> watched_;
+    std::optional<BlitCheck> blit_;
     std::optional<TriangleCheck> triangles_; // of triangles that the reference rasteriser knows
     TextureSurfaces textures_;
     PortModel port_;

@@ -42,17 +42,6 @@ uint32_t Halvings(uint32_t from, uint32_t to) {
     return to == 0 ? 0 : static_cast<uint32_t>(std::countr_zero(from / to));
 }
 
-std::vector<uint32_t> Pixels(Player& player, const std::string& name) {
-    const host::Surface& surface = player.SurfaceWithMemory(name);
-    std::vector<uint32_t> pixels;
-    for (uint32_t y = 0; y < surface.Height(); ++y) {
-        for (uint32_t x = 0; x < surface.Width(); ++x) {
-            pixels.push_back(surface.Pixel(x, y));
-        }
-    }
-    return pixels;
-}
-
 } // namespace
 
 bool UsesVideoPort(const Steps& steps) {
@@ -84,7 +73,7 @@ void PortModel::Before(const Step&, Player& player) {
     now_ = player.Display(display_).display->Board().Microseconds();
     try {
         for (Buffer& buffer : buffers_) {
-            buffer.pixels = Pixels(player, buffer.name);
+            buffer.pixels = PixelsOf(player.SurfaceWithMemory(buffer.name));
         }
     } catch (const NotThereError&) {
         buffers_.clear();
@@ -102,13 +91,12 @@ std::optional<std::string> PortModel::Problem(const Step& step, Player& player,
         }
         if (kind == "advance") {
             for (const Buffer& buffer : buffers_) {
-                const std::vector<uint32_t> seen = Pixels(player, buffer.name);
-                const auto [first, expected] = std::ranges::mismatch(seen, buffer.pixels);
-                if (first != seen.end()) {
-                    const auto at = static_cast<uint32_t>(first - seen.begin());
+                const Pixels seen = PixelsOf(player.SurfaceWithMemory(buffer.name));
+                if (const std::optional<size_t> at = FirstDifference(seen, buffer.pixels)) {
                     const uint32_t width = player.Surface(buffer.name).Width();
                     return fmt::format("buffer '{}', pixel {},{}: 0x{:04X} in place of 0x{:04X}",
-                                       buffer.name, at % width, at / width, *first, *expected);
+                                       buffer.name, *at % width, *at / width, seen[*at],
+                                       buffer.pixels[*at]);
                 }
             }
         }

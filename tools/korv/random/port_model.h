@@ -2,6 +2,7 @@
 // What the video port must do, worked out from the steps: which line of which field comes to lie
 // where, and what the port answers. It moves with the board's clock and knows the source's lines,
 // and neither the driver's records nor the board's port.
+#include "tools/korv/random/pixels.h"
 #include "tools/korv/random/session.h"
 #include "tools/korv/replay/player.h"
 #include "tools/korv/replay/step.h"
@@ -22,7 +23,7 @@ class PortModel {
   private:
     struct Buffer {
         std::string name;
-        std::vector<uint32_t> pixels; // as they are before a step, and must be behind it
+        Pixels pixels; // as they are before a step, and must be behind it
     };
 
     void Follow(const Step& step, Player& player);
