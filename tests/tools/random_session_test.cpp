@@ -1,4 +1,5 @@
 // Random sessions: they find what is wrong, cut it down, and nothing is wrong.
+#include "tests/support_host/dll_bytes.h"
 #include "tests/tools/run_tool.h"
 #include "tests/tools/temporary_folder.h"
 #include "tools/korv/random/known_states.h"
@@ -425,6 +426,9 @@ TEST(RandomSessionTest, WhatADisturbedDriverDoesIsFound) {
           {"fields", {{"MemHandle", 0}}}},
          "left-over",
          "1 blocks of the mini-VDD's memory are left"},
+        {{{"do", "set"}, {"record", "D3DContext"}, {"context", "c"}, {"fields", {{"Magic", 0}}}},
+         "result",
+         "the result is D3DHAL_CONTEXT_BAD"},
     };
     for (const Disturbance& one : disturbances) {
         const auto found = random::Try(Disturbed(one.set), {});
@@ -432,6 +436,77 @@ TEST(RandomSessionTest, WhatADisturbedDriverDoesIsFound) {
         EXPECT_EQ(found.finding->kind, one.kind) << one.set;
         EXPECT_THAT(found.finding->text, HasSubstr(one.text)) << one.set;
     }
+}
+
+// Which DMA buffer is a client's depends on whether the context before it has taken one.
+TEST(RandomSessionTest, ARoadThatLeadsElsewhereIsTold) {
+    const random::Steps session = {
+        {{"do", "display"},
+         {"name", "d"},
+         {"chip", "permedia2"},
+         {"width", 320},
+         {"height", 200},
+         {"bits", 16},
+         {"dmaBuffers", 4}},
+        {{"do", "start"}},
+        {{"do", "surface"},
+         {"name", "a"},
+         {"caps", "DDSCAPS_OFFSCREENPLAIN|DDSCAPS_3DDEVICE"},
+         {"width", 32},
+         {"height", 16}},
+        {{"do", "context"}, {"name", "c"}, {"target", "a"}},
+        {{"do", "memory"}, {"name", "buffer"}, {"record", "ServiceDMABuffer"}},
+        {{"do", "export"},
+         {"name", "KORV_GetDMABuffer"},
+         {"arguments", {{"out", "buffer"}}},
+         {"save", "index"}},
+        // Behind the screen.
+        {{"do", "poke"},
+         {"at", {{"frameBuffer", "d"}, {"offset", 320 * 200 * 2}}},
+         {"words", random::Step::array({{{"value", "index"}}})}},
+    };
+    const auto differs = random::Try(session, {});
+    ASSERT_TRUE(differs.finding);
+    EXPECT_EQ(differs.finding->kind, "differs through the FIFO");
+    EXPECT_EQ(differs.finding->text, "through the FIFO: surface 'a' is another at the end");
+    EXPECT_EQ(differs.plays, 2u);
+}
+
+TEST(RandomSessionTest, ADllThatDoesOtherwiseIsTold) {
+    const random::Steps session = {
+        {{"do", "display"},
+         {"name", "d"},
+         {"chip", "mx"},
+         {"width", 320},
+         {"height", 200},
+         {"bits", 16},
+         {"registry", {{"Direct3DHAL.NoDMA", "1"}}}},
+        {{"do", "start"}},
+        {{"do", "surface"},
+         {"name", "a"},
+         {"caps", "DDSCAPS_OFFSCREENPLAIN|DDSCAPS_3DDEVICE"},
+         {"width", 64},
+         {"height", 64}},
+        {{"do", "context"}, {"name", "c"}, {"target", "a"}},
+        {{"do", "triangles"}, {"context", "c"}, {"vertices", {{0, 0}, {50, 3}, {9, 60}}}},
+    };
+    const auto same = random::Try(session, {.dll = KORV_DLL_PATH});
+    EXPECT_FALSE(same.finding) << same.finding->text;
+
+    // One that knows the setting by another name.
+    const std::string name = "Direct3DHAL.NoDMA";
+    const TemporaryFolder folder;
+    test::DllBytes dll;
+    size_t names = 0;
+    for (size_t at = 0; (at = dll.bytes.find(name, at)) != std::string::npos; ++names) {
+        dll.bytes[at] = '_';
+    }
+    ASSERT_NE(names, 0u);
+    const auto differs = random::Try(session, {.dll = folder.Write("KORV32.dll", dll.bytes)});
+    ASSERT_TRUE(differs.finding);
+    EXPECT_EQ(differs.finding->kind, "differs with the DLL");
+    EXPECT_EQ(differs.finding->text, "with the DLL: other words or writes");
+    EXPECT_EQ(differs.plays, 5u);
 }
 
 // The driver's record of it goes too.
