@@ -33,7 +33,7 @@ const std::vector<uint16_t> kRigListDirect3D = {Mapped(tag::FBReadMode), Mapped(
                                                 Mapped(tag::LBReadMode), Mapped(tag::LBWriteMode),
                                                 Mapped(tag::DepthMode)};
 
-Rig::Rig(const RigOptions& options) : options_(options) {
+Rig::Rig(const RigOptions& options) {
     // An open trace still has its objects.
     ResetDriverGlobals();
     host::ResetWin32();

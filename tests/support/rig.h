@@ -107,7 +107,6 @@ class Rig : public host::Device {
     };
     ContextBlock* NewContextBlock();
 
-    RigOptions options_;
     std::unique_ptr<Shared> shared_;
     std::unique_ptr<ChipRegisters> aperture_;
     // Of these a test touches little, and many tests make a display.

@@ -82,14 +82,6 @@ Line& Line::operator<<(Column column) {
     return *this;
 }
 
-bool SameText(const char* a, const char* b) {
-    while (*a != 0 && *a == *b) {
-        ++a;
-        ++b;
-    }
-    return *a == *b;
-}
-
 void Report::Say(const Line& line) {
     Wrap("", "             ", line.Text());
 }

@@ -31,8 +31,6 @@ class Line {
     uint32_t length_ = 0;
 };
 
-bool SameText(const char* a, const char* b);
-
 // Counts what is wrong.
 class Report {
   public:
