@@ -56,7 +56,7 @@ uint32_t ReversedLogic(uint32_t code) {
 
 void PutRedHigh(PixelFormat& format) {
     if (format.red.width != 0 && format.red.shift < format.blue.shift) {
-        const auto widths = [&format](auto... bits) { return (0 + ... + bits.width); };
+        const auto widths = [](auto... bits) { return (0 + ... + bits.width); };
         format.red.shift = static_cast<uint8_t>(widths(format.green, format.blue));
         format.green.shift = static_cast<uint8_t>(widths(format.blue));
         format.blue.shift = 0;

@@ -6,7 +6,7 @@ namespace board {
 
 namespace {
 
-constexpr Colour kOne{255, 255, 255, 255};
+constexpr Colour kFullFactor{255, 255, 255, 255};
 
 constexpr Colour All(int32_t value) {
     return {value, value, value, value};
@@ -21,7 +21,7 @@ Colour FactorOfSource(SourceFactor factor, Colour source, Colour dest) {
     case SourceFactor::Zero:
         return All(0);
     case SourceFactor::One:
-        return kOne;
+        return kFullFactor;
     case SourceFactor::DestColour:
         return dest;
     case SourceFactor::InverseDestColour:
@@ -39,7 +39,7 @@ Colour FactorOfSource(SourceFactor factor, Colour source, Colour dest) {
         return {least, least, least, 255};
     }
     }
-    return kOne;
+    return kFullFactor;
 }
 
 Colour FactorOfDest(DestFactor factor, Colour source, Colour dest) {
@@ -47,7 +47,7 @@ Colour FactorOfDest(DestFactor factor, Colour source, Colour dest) {
     case DestFactor::Zero:
         return All(0);
     case DestFactor::One:
-        return kOne;
+        return kFullFactor;
     case DestFactor::SourceColour:
         return source;
     case DestFactor::InverseSourceColour:

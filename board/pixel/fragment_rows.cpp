@@ -55,7 +55,7 @@ class WalkTaker {
           beyond_(BeyondWord(lead_) | BeyondWord(ahead_) | BeyondWord(steps_)) {}
 
     // Of a channel that has to stay within words, `bias` added to its values.
-    void TakeWord(int channel, int32_t bias, RowWalk& walk) {
+    void TakeWord(size_t channel, int32_t bias, RowWalk& walk) {
         const Interpolant& of = row_.channels[channel];
         const int64_t first = WrapAdd(of.value, (MultiplyWords(of.dx, lead_) >> 16) +
                                                     MultiplyWords(of.dx, ahead_) + bias);
@@ -64,7 +64,7 @@ class WalkTaker {
                    BeyondWord(WrapAdd(first, MultiplyWords(step, steps_)));
         walk.words[channel] = {static_cast<uint32_t>(first), static_cast<uint32_t>(step)};
     }
-    void Take(int channel, RowWalk& walk) const {
+    void Take(size_t channel, RowWalk& walk) const {
         const Interpolant& of = row_.channels[channel];
         walk.first[channel] = of.At(lead_, ahead_);
         walk.step[channel] = leftward_ ? WrapMultiply(of.dx, -1) : of.dx;
@@ -384,7 +384,7 @@ bool LoadWalk(const PipelineState& state, const Span& span, const Interpolants& 
     using I = Interpolants;
     WalkTaker taker(interpolants, span, state.subPixel ? span.lead : 0);
     if (state.gouraud) {
-        for (int channel = I::Red; channel <= I::Alpha; ++channel) {
+        for (size_t channel = I::Red; channel <= I::Alpha; ++channel) {
             taker.TakeWord(channel, kHalfColour, walk);
         }
     }
@@ -400,7 +400,7 @@ bool LoadWalk(const PipelineState& state, const Span& span, const Interpolants& 
     if (!state.texture.enabled) {
         return true;
     }
-    for (int channel = I::S; channel <= I::Ks; ++channel) {
+    for (size_t channel = I::S; channel <= I::Ks; ++channel) {
         taker.Take(channel, walk);
     }
     return TexelsInRange(state.texture, walk.Texels(), span.right - span.left);

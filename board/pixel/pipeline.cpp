@@ -24,8 +24,8 @@ struct FragmentWalk {
 
     FragmentWalk(const Interpolants& row, const Span& span, const PipelineState& state) {
         // The texture unit's values come last.
-        const int count = state.texture.enabled ? Interpolants::kCount : Interpolants::S;
-        for (int i = 0; i < count; ++i) {
+        const size_t count = state.texture.enabled ? Interpolants::kCount : Interpolants::S;
+        for (size_t i = 0; i < count; ++i) {
             value[i] = row.channels[i].At(state.subPixel ? span.lead : 0, span.skipped);
             step[i] = row.channels[i].dx;
         }

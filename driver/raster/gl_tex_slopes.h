@@ -61,8 +61,9 @@ KORV_INLINE void TextureGroup(Output<kWaits>& out, const Setup<Real>& s, uint32_
     const D3DContext* ctx = out.ctx;
     float tu[] = {s.v0->tu, s.v1->tu, s.v2->tu};
     float tv[] = {s.v0->tv, s.v1->tv, s.v2->tv};
-    const bool far = ReduceRange(tu, ctx->TextureRepeatU, ctx->TextureRepeatMaskU) |
-                     ReduceRange(tv, ctx->TextureRepeatV, ctx->TextureRepeatMaskV);
+    const bool farU = ReduceRange(tu, ctx->TextureRepeatU, ctx->TextureRepeatMaskU),
+               farV = ReduceRange(tv, ctx->TextureRepeatV, ctx->TextureRepeatMaskV),
+               far = farU | farV;
     if constexpr (kWideRegisters && std::is_same_v<Real, float>) {
         if (far) [[unlikely]] {
             out = TextureGroupCarefully<kPerspective>(
