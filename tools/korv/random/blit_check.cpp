@@ -145,9 +145,9 @@ std::optional<std::string> LoadProblem(const Step& step, Player& player) {
     const auto &levels = to->Chain(), &sources = from->Chain();
     const bool words = !on.display->Board().LocalBuffer().empty();
     for (size_t level = 0;; ++level) {
+        // Glint loads whole words (driver/texture/txdownld.cpp, WordsPerLine).
         if (words && to->Width() * to->Bits() < 32) {
-            return std::nullopt; // Glint loads whole words (driver/texture/txdownld.cpp,
-                                 // WordsPerLine)
+            return std::nullopt;
         }
         const Pixels got = PixelsOf(*to), source = PixelsOf(*from);
         if (const std::optional<size_t> at = FirstDifference(got, source)) {

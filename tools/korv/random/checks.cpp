@@ -368,16 +368,14 @@ void Checks::End(Player& player) {
                 fmt::format("display '{}': {} stretches of video memory are left", name, left));
         }
     }
-    const std::pair<const char*, size_t> left[] = {
-        {"the shared heap",
-         host::heap::LiveBlocks() - std::min(host::heap::LiveBlocks(), heapAtStart_)},
-        {"the mini-VDD's memory",
-         host::TheMiniVdd().LiveBlocks() - std::min(host::TheMiniVdd().LiveBlocks(), vddAtStart_)}};
-    for (const auto& [what, blocks] : left) {
-        if (blocks != 0) {
-            throw Violation("left-over", at_,
-                            fmt::format("{} blocks of {} are left", blocks, what));
-        }
+    CheckLeft("the shared heap", host::heap::LiveBlocks(), heapAtStart_);
+    CheckLeft("the mini-VDD's memory", host::TheMiniVdd().LiveBlocks(), vddAtStart_);
+}
+
+void Checks::CheckLeft(const char* where, size_t blocks, size_t atStart) const {
+    if (blocks > atStart) {
+        throw Violation("left-over", at_,
+                        fmt::format("{} blocks of {} are left", blocks - atStart, where));
     }
 }
 

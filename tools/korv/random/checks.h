@@ -65,6 +65,7 @@ class Checks : public StepWatch {
     // Begins anew behind a step that moves surfaces.
     void WatchUntouched(Player& player);
     void CheckUntouched();
+    void CheckLeft(const char* where, size_t blocks, size_t atStart) const;
     // Ends the scenes of all live contexts, and waits until their words have been executed.
     void FinishContexts(Player& player);
     // Gives the chip to the context of two-dimensional work, which all roads leave alike.
