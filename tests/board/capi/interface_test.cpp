@@ -3,6 +3,7 @@
 #include "tests/board/capi/board_handle.h"
 
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -428,6 +429,50 @@ TEST(BoardInterface, ATimingOutOfRangeIsRefused) {
     EXPECT_EQ(korv_board_read(board.get(), reg::InFIFOSpace), 7u);
     config.interrupt_latency = 1u << 20;
     EXPECT_EQ(korv_board_set_timing(board.get(), &config), KORV_BOARD_BAD_CONFIG);
+}
+
+TEST(BoardInterface, WhatIsMissingIsRefused) {
+    const Handle board = Make();
+    korv_board_config config = DefaultConfig();
+    uint32_t word = 0;
+    char pixels[4];
+    korv_board_picture picture{};
+    picture.size = sizeof picture;
+    picture.pitch = 4;
+    picture.format = KORV_BOARD_ARGB8888;
+    picture.width = picture.height = 1;
+    picture.picture_format = KORV_BOARD_BYTES_RGBA;
+    ASSERT_EQ(korv_board_read_picture(board.get(), &picture, pixels, 4), KORV_BOARD_OK);
+    korv_board_video video = {sizeof video, 60, 262, 8, 1, 1, nullptr, GreyLine};
+    ASSERT_EQ(korv_board_set_video(board.get(), &video), KORV_BOARD_OK);
+    ASSERT_EQ(korv_board_peek(board.get(), "FogMode", &word), KORV_BOARD_OK);
+    ASSERT_EQ(korv_board_write_fifo(board.get(), nullptr, 0), KORV_BOARD_OK);
+    ASSERT_STREQ(korv_board_error(board.get()), "");
+
+    config.size = sizeof config.size - 1;
+    --picture.size;
+    korv_board_picture whole = picture;
+    ++whole.size;
+    --video.size;
+    const std::pair<const char*, korv_board_status> calls[] = {
+        {"no timing", korv_board_set_timing(board.get(), nullptr)},
+        {"a timing without a size", korv_board_set_timing(board.get(), &config)},
+        {"no words", korv_board_write_fifo(board.get(), nullptr, 1)},
+        {"no memory", korv_board_map(board.get(), 0, nullptr, 4)},
+        {"no name", korv_board_peek(board.get(), nullptr, &word)},
+        {"no place for a value", korv_board_peek(board.get(), "FogMode", nullptr)},
+        {"no picture", korv_board_read_picture(board.get(), nullptr, pixels, 4)},
+        {"half a picture", korv_board_read_picture(board.get(), &picture, pixels, 4)},
+        {"no place for pixels", korv_board_read_picture(board.get(), &whole, nullptr, 4)},
+        {"half a source", korv_board_set_video(board.get(), &video)},
+        {"no snapshot", korv_board_restore(board.get(), nullptr, 100)},
+        {"a write nowhere", korv_board_write(board.get(), 2, 0)},
+        {"no place for an offset", korv_board_find_register("FogMode", nullptr)},
+    };
+    for (const auto& [what, status] : calls) {
+        EXPECT_EQ(status, KORV_BOARD_BAD_ARGUMENT) << what;
+    }
+    EXPECT_STRNE(korv_board_error(board.get()), "");
 }
 
 TEST(BoardInterface, NullIsNoBoard) {
