@@ -333,9 +333,17 @@ class Walk:
         spans = [self.span(argument) for argument in arguments]
         if not words.endswith(")") or "(" not in words:
             return
+        # What makes a variable is no expression: its words begin with the variable's name.
+        made = cursor.referenced
+        if made is not None and made.kind == CursorKind.CONSTRUCTOR \
+                and not words.split("(")[0].endswith(made.spelling.split("<")[0]):
+            return
         for one, other in (("std::min", "std::max"), ("std::max", "std::min")):
             if words.startswith(one):
                 self.add(function, "limit", form, (start, end), other + words[len(one):])
+        if words.startswith(("std::min", "std::max")) and \
+                cursor.type.get_canonical().kind in INTEGERS:
+            return  # in any order
         for i in range(len(arguments) - 1):
             (a, b), (c, d) = spans[i], spans[i + 1]
             if not (start < a < b <= c < d < end):
