@@ -4,21 +4,22 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <string_view>
 
 namespace {
 
 constexpr uint32_t kGroup = 16; // registers of the vertex store under one name
 
-// "+5" behind the name of a group: 5. Too much for a group where it is none.
-uint32_t PlaceInGroup(std::string_view text) {
+// "+5" behind the name of a group: 5. None: no such text.
+std::optional<uint32_t> PlaceInGroup(std::string_view text) {
     if (text.size() < 2 || text.size() > 3 || text[0] != '+') {
-        return kGroup;
+        return std::nullopt;
     }
     uint32_t number = 0;
     for (const char digit : text.substr(1)) {
         if (digit < '0' || digit > '9') {
-            return kGroup;
+            return std::nullopt;
         }
         number = 10 * number + static_cast<uint32_t>(digit - '0');
     }
@@ -38,19 +39,20 @@ const Register* FindName(std::string_view name) {
     return nullptr;
 }
 
-bool FindOffset(std::string_view name, uint32_t& offset) {
+std::optional<uint32_t> FindOffset(std::string_view name) {
     const size_t length = std::min(name.find('+'), name.size());
     const Register* entry = FindName(name.substr(0, length));
     if (entry == nullptr) {
-        return false;
+        return std::nullopt;
     }
-    offset = entry->offset;
     if (length == name.size()) {
-        return true;
+        return entry->offset;
     }
-    const uint32_t place = PlaceInGroup(name.substr(length));
-    offset += 8 * place;
-    return IsGroup(*entry) && place < kGroup;
+    const std::optional<uint32_t> place = PlaceInGroup(name.substr(length));
+    if (!place || *place >= kGroup || !IsGroup(*entry)) {
+        return std::nullopt;
+    }
+    return entry->offset + 8 * *place;
 }
 
 } // namespace
@@ -59,11 +61,11 @@ korv_board_status korv_board_find_register(const char* name, uint32_t* offset) {
     if (name == nullptr || offset == nullptr) {
         return KORV_BOARD_BAD_ARGUMENT;
     }
-    uint32_t found = 0;
-    if (!FindOffset(name, found)) {
+    const std::optional<uint32_t> found = FindOffset(name);
+    if (!found) {
         return KORV_BOARD_UNKNOWN_NAME;
     }
-    *offset = found;
+    *offset = *found;
     return KORV_BOARD_OK;
 }
 
@@ -82,12 +84,12 @@ korv_board_status korv_board_peek(korv_board* board, const char* name, uint32_t*
         if (name == nullptr || value == nullptr) {
             return board->Fail(KORV_BOARD_BAD_ARGUMENT);
         }
-        uint32_t offset = 0;
-        if (!FindOffset(name, offset)) {
+        const std::optional<uint32_t> offset = FindOffset(name);
+        if (!offset) {
             return board->Fail(KORV_BOARD_UNKNOWN_NAME,
                                "no register has the name '" + std::string(name) + "'");
         }
-        *value = board->board.Peek(offset);
+        *value = board->board.Peek(*offset);
         return KORV_BOARD_OK;
     });
 }

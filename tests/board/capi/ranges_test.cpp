@@ -101,6 +101,7 @@ TEST(BoardInterfaceRanges, AMinuteIsTheMostAtOnce) {
     EXPECT_EQ(korv_board_advance(board.get(), 60000000), KORV_BOARD_OK);
     EXPECT_EQ(korv_board_clock(board.get()), 120000000u);
 
+    EXPECT_EQ(korv_board_drain(Make().get(), 60000000), KORV_BOARD_OK); // a microsecond each
     config.microseconds_per_tick = 0;
     const Handle still = Make(config);
     EXPECT_EQ(korv_board_idle(still.get(), 60000001), KORV_BOARD_BAD_ARGUMENT);
@@ -152,6 +153,15 @@ TEST(BoardInterfaceRanges, BothMemoriesAreTheBoards) {
     bytes = 1;
     EXPECT_EQ(korv_board_local_buffer(nullptr, &bytes), nullptr);
     EXPECT_EQ(bytes, 0u);
+}
+
+// More than a 32-bit process has room for.
+TEST(BoardInterfaceRanges, BoardsGiveTheirMemoryBack) {
+    korv_board_config config = DefaultConfig();
+    config.frame_buffer_bytes = 128u << 20;
+    for (int i = 0; i < 40; ++i) {
+        ASSERT_TRUE(Make(config)) << i;
+    }
 }
 
 // It follows the register when a frame begins.
