@@ -268,7 +268,12 @@ class Walk:
                 self.add(function, "step", form, span, words[:-2] + other)
                 return
         if words[0] in "!~-":
-            self.add(function, "negation", form, span, words[1:])
+            # A class says yes or no by a conversion, which the choice between two forms does not ask.
+            is_class = any(part.type.get_canonical().kind == TypeKind.RECORD
+                           for child in children for part in child.walk_preorder()
+                           if self.span(part) == self.span(children[0]))
+            self.add(function, "negation", form, span,
+                     "!" + words if words[0] == "!" and is_class else words[1:])
 
     def on_integer_literal(self, cursor, children, function, form):
         words = self.words(cursor)
