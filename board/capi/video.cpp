@@ -41,7 +41,6 @@ korv_board_status korv_board_set_video(korv_board* board, const korv_board_video
                                "a field of the video source is out of range");
         }
         board->board.SetVideoSource(nullptr);
-        board->camera.reset();
         if (video != nullptr) {
             board->camera.emplace(*video, board->inside);
             board->board.SetVideoSource(&*board->camera);
