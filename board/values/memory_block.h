@@ -15,8 +15,8 @@ class MemoryBlock {
     // A copy has the bytes for its own.
     MemoryBlock(const MemoryBlock& other) { *this = other; }
     MemoryBlock& operator=(const MemoryBlock& other) {
-        own_ = ZeroedBytes(other.begin(), other.end());
-        bytes_ = own_;
+        own_ = ZeroedBytes(other.bytes_);
+        bytes_ = {own_.data(), own_.size()};
         return *this;
     }
     bool operator==(const MemoryBlock& other) const {
@@ -28,7 +28,7 @@ class MemoryBlock {
     void Init(size_t bytes, std::span<uint8_t> lent) {
         if (lent.empty()) {
             own_ = ZeroedBytes(bytes);
-            bytes_ = own_;
+            bytes_ = {own_.data(), bytes};
         } else {
             bytes_ = lent.first(bytes);
         }

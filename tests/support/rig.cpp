@@ -50,8 +50,8 @@ Rig::Rig(const RigOptions& options) {
     const bool permedia =
         options.deviceId == DevicePermedia || options.deviceId == DevicePermediaSecond ||
         options.deviceId == DevicePermedia2 || options.deviceId == DevicePermedia2Second;
-    frameBuffer_.resize(8u << 20);
-    localBuffer_.resize(permedia ? 0 : 8u << 20);
+    frameBuffer_ = board::ZeroedBytes(8u << 20);
+    localBuffer_ = board::ZeroedBytes(permedia ? 0 : 8u << 20);
 
     chip->Flags = options.chipFlags;
     chip->FrameBufferSize = static_cast<uint32_t>(frameBuffer_.size());

@@ -1,4 +1,5 @@
 #include "board/values/memory.h"
+#include "board/values/memory_block.h"
 #include "board/values/registers.h"
 #include "board/values/zeroed_memory.h"
 #include "tests/board/rig.h"
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <random>
+#include <vector>
 
 namespace {
 
@@ -32,6 +34,38 @@ TEST(Memory, ACopyOfZeroedBytesHoldsTheirValues) {
     EXPECT_EQ(copy[0], 1);
     EXPECT_EQ(copy[500], 0);
     EXPECT_EQ(copy[999], 255);
+    bytes[999] = 7;
+    EXPECT_EQ(copy[999], 255);
+
+    board::ZeroedBytes other(10);
+    other = copy;
+    EXPECT_EQ(other.size(), 1000u);
+    EXPECT_EQ(other[0], 1);
+    EXPECT_EQ(other[999], 255);
+    EXPECT_NE(other.data(), copy.data());
+    EXPECT_TRUE(board::ZeroedBytes().empty());
+    EXPECT_EQ(board::ZeroedBytes(0).data(), nullptr);
+}
+
+TEST(Memory, ABlockIsCopiedFromItsOwnAndFromLentBytes) {
+    std::vector<uint8_t> lent(100);
+    board::MemoryBlock block;
+    block.Init(60, lent);
+    block[59] = 9;
+    EXPECT_EQ(lent[59], 9);
+    EXPECT_EQ(block.size(), 60u);
+    board::MemoryBlock copy = block;
+    EXPECT_TRUE(copy == block);
+    copy[59] = 1;
+    EXPECT_EQ(lent[59], 9);
+    EXPECT_FALSE(copy == block);
+    board::MemoryBlock& itself = copy;
+    copy = itself;
+    EXPECT_EQ(copy.size(), 60u);
+    EXPECT_EQ(copy[59], 1);
+    copy.Init(5, {});
+    EXPECT_EQ(copy.size(), 5u);
+    EXPECT_EQ(copy[4], 0);
 }
 
 TEST(Memory, PixelAddressIsOffsetPlusBasePlusRow) {

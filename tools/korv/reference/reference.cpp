@@ -71,9 +71,18 @@ double Factor(uint32_t code, double source, double dest, double alpha) {
     }
 }
 
-double Edge(const Vertex& from, const Vertex& to, double x, double y) {
-    return (double(to.x) - from.x) * (y - from.y) - (double(to.y) - from.y) * (x - from.x);
-}
+// Twice the area of the triangle that two corners make with a point, positive for clockwise on a
+// screen whose rows grow downwards.
+class Edge {
+  public:
+    Edge(const Vertex& from, const Vertex& to)
+        : x_(from.x), y_(from.y), dx_(double(to.x) - from.x), dy_(double(to.y) - from.y) {}
+    double operator()(double x, double y) const { return dx_ * (y - y_) - dy_ * (x - x_); }
+    double Length() const { return std::hypot(dx_, dy_); }
+
+  private:
+    double x_, y_, dx_, dy_;
+};
 
 // The level that a triangle takes.
 const Texture& LevelOf(const Texture& texture, const Triangle3& triangle, Levels levels) {
@@ -130,7 +139,7 @@ double DetailOf(const Triangle3& triangle) {
     const double texels =
         ((double(b.u) - a.u) * (double(c.v) - a.v) - (double(b.v) - a.v) * (double(c.u) - a.u)) *
         texture.width * texture.height;
-    return std::log2(std::abs(texels / Edge(a, b, c.x, c.y))) / 2;
+    return std::log2(std::abs(texels / Edge(a, b)(c.x, c.y))) / 2;
 }
 
 void TakeShortWay(float first, float& second, float& third) {
@@ -160,8 +169,8 @@ void Reference::Draw(const Triangle3& triangle, double apron) {
     Vertex a = triangle.a, b = triangle.b, c = triangle.c;
     const DrawState& state = triangle.state;
     ++drawn_;
-    // Positive for clockwise on a screen whose rows grow downwards.
-    const double area = Edge(a, b, c.x, c.y);
+    const Edge bc(b, c), ca(c, a), ab(a, b);
+    const double area = ab(c.x, c.y);
     if (area == 0 || (state.cull == D3DCULL_CCW && area < 0) ||
         (state.cull == D3DCULL_CW && area > 0)) {
         return;
@@ -215,17 +224,15 @@ void Reference::Draw(const Triangle3& triangle, double apron) {
     const int y1 = std::min(int(height_ * kScale) - 1,
                             sampleOf(std::max({a.y, b.y, c.y}) - shift + apron) + 1);
     // The corners' weights on the apron's rim.
-    const auto rim = [&](const Vertex& from, const Vertex& to) {
-        return -apron * std::hypot(double(to.x) - from.x, double(to.y) - from.y) / std::abs(area);
-    };
-    const double leastA = rim(b, c), leastB = rim(c, a), leastC = rim(a, b);
+    const auto rim = [&](const Edge& edge) { return -apron * edge.Length() / std::abs(area); };
+    const double leastA = rim(bc), leastB = rim(ca), leastC = rim(ab);
     for (int y = y0; y <= y1; ++y) {
         for (int x = x0; x <= x1; ++x) {
             const double px = (x + 0.5) / kScale;
             const double py = (y + 0.5) / kScale + shift;
-            const double wa = Edge(b, c, px, py) / area;
-            const double wb = Edge(c, a, px, py) / area;
-            const double wc = Edge(a, b, px, py) / area;
+            const double wa = bc(px, py) / area;
+            const double wb = ca(px, py) / area;
+            const double wc = ab(px, py) / area;
             if (wa < leastA || wb < leastB || wc < leastC) {
                 continue;
             }
